@@ -1,0 +1,35 @@
+#include "platform/core/compare.h"
+
+#include <algorithm>
+
+namespace keyreap {
+
+namespace {
+
+template <typename Fold>
+int CompareBy(std::wstring_view left, std::wstring_view right, Fold fold) {
+    const std::size_t common = std::min(left.size(), right.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        const wchar_t a = fold(left[i]);
+        const wchar_t b = fold(right[i]);
+        if (a != b) {
+            return a < b ? -1 : 1;
+        }
+    }
+    if (left.size() == right.size()) {
+        return 0;
+    }
+    return left.size() < right.size() ? -1 : 1;
+}
+
+} // namespace
+
+int CompareFolded(std::wstring_view left, std::wstring_view right) {
+    return CompareBy(left, right, FoldLetter);
+}
+
+int CompareUnits(std::wstring_view left, std::wstring_view right) {
+    return CompareBy(left, right, [](wchar_t unit) { return unit; });
+}
+
+} // namespace keyreap

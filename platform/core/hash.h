@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace keyreap {
+
+// 64-bit FNV-1a (offset basis and prime as published by its authors), the hash of every map of the trace rooms.
+class Fnv1a {
+  public:
+    constexpr void AddByte(std::uint8_t byte) { state = (state ^ byte) * 0x100000001B3ULL; }
+
+    // The text's UTF-16 units, low byte first.
+    constexpr void AddText(std::wstring_view text) {
+        for (const wchar_t unit : text) {
+            AddByte(static_cast<std::uint8_t>(unit & 0xFF));
+            AddByte(static_cast<std::uint8_t>((unit >> 8) & 0xFF));
+        }
+    }
+
+    // The value's bytes, low byte first.
+    template <typename Integer>
+    constexpr void AddInteger(Integer value) {
+        for (std::size_t i = 0; i < sizeof(Integer); ++i) {
+            AddByte(static_cast<std::uint8_t>((value >> (8 * i)) & 0xFF));
+        }
+    }
+
+    constexpr std::uint64_t Value() const { return state; }
+
+  private:
+    std::uint64_t state = 0xCBF29CE484222325ULL;
+};
+
+} // namespace keyreap
