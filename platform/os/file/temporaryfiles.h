@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "platform/os/file/widepath.h"
+
+namespace keyreap {
+
+// The user's temporary directory; empty if the system gives none.
+WidePath GetTempDirectory();
+
+// Gives a name in the temporary directory (first three characters of the prefix, hexadecimal digits, ".tmp")
+// that was free a moment ago; no file of it stays. On failure gives false and leaves the name alone.
+bool ReserveTempName(const std::wstring& prefix, std::wstring& name);
+
+// Makes an empty file in the temporary directory and gives its path. An empty extension means the system's
+// own (tmp). Failures are not reported: the path is given whether or not the file could be made.
+WidePath CreateTempFileWithExtension(const std::wstring& prefix, const std::wstring& extension);
+
+} // namespace keyreap
