@@ -6,9 +6,10 @@
 
 namespace keyreap {
 
-// 64-bit FNV-1a (offset basis and prime as published by its authors), the hash of every map of the trace rooms.
+// 64-bit FNV-1a (offset basis and prime as published by its authors), the hash of every map of the trace
+// rooms.
 class Fnv1a {
-  public:
+public:
     constexpr void AddByte(std::uint8_t byte) { state = (state ^ byte) * 0x100000001B3ULL; }
 
     // The text's UTF-16 units, low byte first.
@@ -29,7 +30,7 @@ class Fnv1a {
 
     constexpr std::uint64_t Value() const { return state; }
 
-  private:
+private:
     std::uint64_t state = 0xCBF29CE484222325ULL;
 };
 
