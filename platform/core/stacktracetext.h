@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The text of a stack trace: the marker that opens it and its lines. Later code finds a trace in a message by
+// the header alone.
+namespace keyreap {
+
+inline constexpr std::wstring_view StackTraceHeader =
+    sizeof(void*) == 8 ? L"\r\n*** Stack Trace (x64) ***\r\n\r\n" : L"\r\n*** Stack Trace (x86) ***\r\n\r\n";
+
+// Stands behind the last frame that the caller allowed, whether or not the stack goes on.
+inline constexpr std::wstring_view MoreFramesLine =
+    L"<--------------------MORE--FRAMES-------------------->\r\n";
+
+// Stands between a frame's function and its line, and only if the line is known.
+inline constexpr std::wstring_view FrameLineMark = L" -> ";
+
+// "[0x0000000000401000]": 16 digits whatever the width of a pointer.
+std::wstring AddressText(std::uint64_t address);
+
+// "(0xc0000005)", as the code of a structured exception stands in a message.
+std::wstring ExceptionCodeText(std::uint32_t code);
+
+// "name()", the name cut to 2000 characters; "-----" for an empty one.
+std::wstring FunctionText(std::string_view name);
+
+// "file.cpp:12" without the file's folders, cut to 260 characters.
+std::wstring LineText(std::string_view filePath, std::uint32_t line);
+
+// One line of the trace, its line end included. An empty lineText leaves out the mark too.
+std::wstring FrameText(std::uint64_t address, std::wstring_view functionText, std::wstring_view lineText);
+
+// The line that ends a trace, with the base address of the program's main module.
+std::wstring ClosingLine(std::uint64_t moduleBase);
+
+bool HoldsStackTrace(std::wstring_view message);
+
+// The message up to its trace, or all of it if it has none.
+std::wstring TextBeforeStackTrace(std::wstring_view message);
+
+} // namespace keyreap
