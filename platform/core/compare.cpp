@@ -28,6 +28,10 @@ int CompareFolded(std::wstring_view left, std::wstring_view right) {
     return CompareBy(left, right, FoldLetter);
 }
 
+bool StartsWithFolded(std::wstring_view text, std::wstring_view prefix) {
+    return CompareFolded(text.substr(0, prefix.size()), prefix) == 0;
+}
+
 int CompareUnits(std::wstring_view left, std::wstring_view right) {
     return CompareBy(left, right, [](wchar_t unit) { return unit; });
 }

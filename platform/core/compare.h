@@ -14,6 +14,9 @@ constexpr wchar_t FoldLetter(wchar_t unit) {
 // With A to Z folded: path prefixes, qualifier texts, the mode word, the sort of keys.
 int CompareFolded(std::wstring_view left, std::wstring_view right);
 
+// True if `text` begins with `prefix`, A to Z folded; what follows the prefix plays no part.
+bool StartsWithFolded(std::wstring_view text, std::wstring_view prefix);
+
 // By 16-bit code units: the sort of value names, the search for "Wow6432Node".
 int CompareUnits(std::wstring_view left, std::wstring_view right);
 
