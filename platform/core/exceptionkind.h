@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace keyreap {
+
+// What kind of failure an exception object stands for. EXCEPTION_STD is a foreign standard library exception,
+// EXCEPTION_UNHANDLED a failure that reached the process-wide filter: no object has either. Nothing here
+// raises the two between EXCEPTION_WIN32 and EXCEPTION_SEH.
+enum class ExceptionKind : std::int32_t {
+    EXCEPTION_STD = 0,
+    EXCEPTION_UNHANDLED = 1,
+    EXCEPTION_GENERIC = 2,
+    EXCEPTION_WIN32 = 3,
+    EXCEPTION_CMD = 4,
+    EXCEPTION_XML_PARSE = 5,
+    EXCEPTION_SEH = 6,
+};
+
+// The kind's name, spelled as its constant; "Exception ???" for a value that is none.
+std::wstring_view ExceptionKindName(ExceptionKind kind);
+
+} // namespace keyreap

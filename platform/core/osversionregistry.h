@@ -1,0 +1,12 @@
+#pragma once
+
+#include <windows.h>
+
+#include "platform/core/osversion.h"
+
+namespace keyreap {
+
+// ReadRunningOsVersion with the keys counted from `machineRoot` in place of HKEY_LOCAL_MACHINE.
+void ReadOsVersionBelow(HKEY machineRoot, OsVersion& record);
+
+} // namespace keyreap

@@ -1,0 +1,50 @@
+#pragma once
+
+namespace keyreap {
+
+// Owns one handle and closes it at the end of its life. A policy tells what the handle is:
+//     using Handle = ...;                      the raw type
+//     static Handle Empty();                   the value that stands for none
+//     static bool IsValid(Handle handle);      whether there is something to close
+//     static void Close(Handle handle);        called for valid handles only
+template <typename Policy>
+class Owned {
+public:
+    using Handle = typename Policy::Handle;
+
+    Owned() = default;
+    explicit Owned(Handle taken) : handle(taken) {}
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+    Owned(Owned&& other) noexcept : handle(other.Release()) {}
+    Owned& operator=(Owned&& other) noexcept {
+        Reset(other.Release());
+        return *this;
+    }
+    ~Owned() { Reset(); }
+
+    // Closes what is held and takes the given handle, if any, in its place.
+    void Reset(Handle taken = Policy::Empty()) noexcept {
+        if (Policy::IsValid(handle)) {
+            Policy::Close(handle);
+        }
+        handle = taken;
+    }
+
+    // Gives the handle away unclosed; the caller owns it now.
+    [[nodiscard]] Handle Release() noexcept {
+        const Handle given = handle;
+        handle = Policy::Empty();
+        return given;
+    }
+
+    // The handle, still owned here.
+    Handle Get() const noexcept { return handle; }
+
+    bool Valid() const noexcept { return Policy::IsValid(handle); }
+
+private:
+    Handle handle = Policy::Empty();
+};
+
+} // namespace keyreap
