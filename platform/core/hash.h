@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -32,6 +33,23 @@ public:
 
 private:
     std::uint64_t state = 0xCBF29CE484222325ULL;
+};
+
+// The hash functor of those maps, over an integer's bytes or a text's units.
+struct Fnv1aHash {
+    using is_transparent = void; // a map with std::equal_to<> looks a view up without making a string
+
+    constexpr std::size_t operator()(std::integral auto value) const {
+        Fnv1a hash;
+        hash.AddInteger(value);
+        return static_cast<std::size_t>(hash.Value());
+    }
+
+    constexpr std::size_t operator()(std::wstring_view text) const {
+        Fnv1a hash;
+        hash.AddText(text);
+        return static_cast<std::size_t>(hash.Value());
+    }
 };
 
 } // namespace keyreap

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "trace/eventvalues.h"
+#include "trace/traceevent.h"
+
+namespace keyreap {
+
+// What a registry event says. `name` is a key's or a value's, by the event's type.
+struct RegistryFields {
+    std::uint64_t keyHandle = 0;
+    std::wstring name;
+    std::uint32_t status = 0; // NTSTATUS of the operation
+    std::uint32_t index = 0;
+    std::int64_t initialTime = 0;
+};
+
+// Reads the payload of a registry event by the fixed layout of its version (0, 1, or 2 and above) and of the
+// log's pointer size. A field that does not lie inside the payload whole, and a name without terminator, has
+// its default.
+RegistryFields ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize);
+
+// Takes the same fields from the decoded properties "KeyHandle", "KeyName", "Status", "Index" and
+// "InitialTime". A field without property or value has its default, which for index is 0xFFFFFFFF.
+RegistryFields ReadSchemaFields(const EventValues& values, std::uint32_t pointerSize);
+
+} // namespace keyreap

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <unordered_map>
+
+#include "platform/core/hash.h"
+#include "trace/traceeventhandler.h"
+
+namespace keyreap {
+
+// Which process a thread id belonged to, and from when on. Holds one entry for each change.
+class ThreadProcessMap {
+public:
+    using Owners = std::map<std::int64_t, std::uint32_t>; // time stamp to process id
+
+    // Notes that the thread is seen in this process at this time.
+    void Record(std::uint32_t threadId, std::int64_t time, std::uint32_t processId);
+
+    // The owners of a thread id in the order of time, or null for an unknown one.
+    const Owners* OwnersOf(std::uint32_t threadId) const;
+
+private:
+    std::unordered_map<std::uint32_t, Owners, Fnv1aHash> threads;
+};
+
+// Fills the attached ThreadProcessMap from thread start and rundown events.
+class ThreadEventHandler : public TraceEventHandler {
+public:
+    bool Accepts(const TraceEvent& event) const override;
+    void OnDecodedEvent(const TraceEvent& event, const EventValues* values) override;
+};
+
+} // namespace keyreap

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "platform/core/guid.h"
+
+namespace keyreap {
+
+// Event classes of the kernel logger and of the log itself, as published in evntrace.h.
+inline constexpr Guid EventTraceGuid{
+    0x68FDD900, 0x4A3E, 0x11D1, {0x84, 0xF4, 0x00, 0x00, 0xF8, 0x04, 0x64, 0xE3}};
+inline constexpr Guid RegistryGuid{
+    0xAE53722E, 0xC863, 0x11D2, {0x86, 0x59, 0x00, 0xC0, 0x4F, 0xA3, 0x21, 0xA1}};
+inline constexpr Guid ThreadGuid{
+    0x3D6FA8D1, 0xFE05, 0x11D0, {0x9D, 0xDA, 0x00, 0xC0, 0x4F, 0xD7, 0xBA, 0x7C}};
+inline constexpr Guid SystemTraceControlGuid{
+    0x9E814AAD, 0x3204, 0x11D2, {0x9A, 0x82, 0x00, 0x60, 0x08, 0xA8, 0x69, 0x39}};
+
+// Types of registry events, the values of EVENT_TRACE_TYPE_REGCREATE and its neighbours in evntrace.h.
+namespace registryevent {
+inline constexpr std::uint8_t createKey = 10;
+inline constexpr std::uint8_t openKey = 11;
+inline constexpr std::uint8_t deleteKey = 12;
+inline constexpr std::uint8_t queryKey = 13;
+inline constexpr std::uint8_t setValue = 14;
+inline constexpr std::uint8_t deleteValue = 15;
+inline constexpr std::uint8_t queryValue = 16;
+inline constexpr std::uint8_t enumerateKey = 17;
+inline constexpr std::uint8_t enumerateValue = 18;
+inline constexpr std::uint8_t queryMultipleValue = 19;
+inline constexpr std::uint8_t setInformation = 20;
+inline constexpr std::uint8_t flush = 21;
+inline constexpr std::uint8_t kcbCreate = 22;
+inline constexpr std::uint8_t kcbDelete = 23;
+inline constexpr std::uint8_t kcbRundownBegin = 24;
+inline constexpr std::uint8_t kcbRundownEnd = 25;
+inline constexpr std::uint8_t virtualize = 26;
+inline constexpr std::uint8_t close = 27;
+inline constexpr std::uint8_t setSecurity = 28;
+inline constexpr std::uint8_t querySecurity = 29;
+} // namespace registryevent
+
+// One event of a trace log: what the handlers read of EVENT_TRACE. The payload belongs to the reader and is
+// valid only for the call that hands the event over.
+struct TraceEvent {
+    Guid guid;                          // Header.Guid
+    std::uint8_t type = 0;              // Header.Class.Type
+    std::uint16_t version = 0;          // Header.Class.Version
+    std::uint32_t processId = 0;        // Header.ProcessId
+    std::uint32_t threadId = 0;         // Header.ThreadId
+    std::int64_t timeStamp = 0;         // Header.TimeStamp, in the log's clock
+    std::span<const std::byte> payload; // MofData, MofLength
+};
+
+// The log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
+inline bool IsLogHeader(const TraceEvent& event) {
+    return event.type == 0 && event.guid == EventTraceGuid;
+}
+
+} // namespace keyreap
