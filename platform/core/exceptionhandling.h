@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "platform/core/exceptionkind.h"
-#include "platform/core/sehkind.h"
 
 class _com_error;
 

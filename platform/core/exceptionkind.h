@@ -18,7 +18,21 @@ enum class ExceptionKind : std::int32_t {
     EXCEPTION_SEH = 6,
 };
 
+// What a structured exception was: for an access violation the attempt, and whether at address 0.
+enum class SehKind : std::int32_t {
+    SEH_GENERIC = 0,
+    SEH_AV_READ_NULLPTR = 1,
+    SEH_AV_READ_BADPTR = 2,
+    SEH_AV_WRITE_NULLPTR = 3,
+    SEH_AV_WRITE_BADPTR = 4,
+    SEH_AV_DEP_NULLPTR = 5,
+    SEH_AV_DEP_BADPTR = 6,
+};
+
 // The kind's name, spelled as its constant; "Exception ???" for a value that is none.
 std::wstring_view ExceptionKindName(ExceptionKind kind);
+
+// The kind's name, spelled as its constant; "SEH_GENERIC" for a value that is none.
+std::wstring_view SehKindName(SehKind kind);
 
 } // namespace keyreap
