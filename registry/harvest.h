@@ -1,0 +1,18 @@
+#pragma once
+
+#include "regfile/regfilewriter.h"
+#include "registry/hiveredirection.h"
+
+#include <string>
+
+namespace keyreap {
+
+// Writes the four temporary trees, each under the name of the root that it stands for: a key, its values,
+// then its subkeys, all in the order in which the system enumerates them. A key that can't be read is a bare
+// header. Raises what the writer raises.
+void HarvestTrees(RegFileWriter& writer, const HiveKeys& keys);
+
+// One key with all below it, under the name `keyPath`.
+void HarvestKey(RegFileWriter& writer, const RegKey& key, const std::wstring& keyPath);
+
+} // namespace keyreap

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "registry/regkey.h"
+
+namespace keyreap {
+
+// The open keys of the temporary tree that stand for the four predefined roots, in the order of every step.
+struct HiveKeys {
+    const RegKey& hkcr;
+    const RegKey& hkcu;
+    const RegKey& hku;
+    const RegKey& hklm;
+};
+
+// Points the process's four predefined roots at the temporary keys, each right after its subkeys have been
+// cleared, and makes `Software\Classes` in the machine's tree on a system of version 6.0 or later. A root
+// whose temporary key isn't open stays as it is. Needs the version records to have been read before.
+void OverrideRoots(const HiveKeys& keys);
+
+// Points the roots back. What the temporary tree holds stays.
+void LiftOverrides(const HiveKeys& keys);
+
+} // namespace keyreap
