@@ -1,0 +1,46 @@
+#include "extract/capturemode.h"
+
+#include "platform/core/compare.h"
+
+#include <array>
+
+namespace keyreap {
+
+namespace {
+
+struct ModeRow {
+    std::wstring_view word;
+    CaptureMode mode;
+};
+
+constexpr std::array<ModeRow, 3> modeRows{{
+    {L"keyRedir", CaptureMode::keyRedir},
+    {L"trace", CaptureMode::trace},
+    {L"both", CaptureMode::both},
+}};
+
+} // namespace
+
+std::wstring ModeWord(CaptureMode mode) {
+    for (const ModeRow& row : modeRows) {
+        if (row.mode == mode) {
+            return std::wstring(row.word);
+        }
+    }
+    return {};
+}
+
+CaptureMode ParseModeWord(std::wstring_view word) {
+    for (const ModeRow& row : modeRows) {
+        if (CompareFolded(row.word, word) == 0) {
+            return row.mode;
+        }
+    }
+    return CaptureMode::both;
+}
+
+ResultSource ChooseResultSource(CaptureMode mode, bool traceFailed) {
+    return mode != CaptureMode::keyRedir && !traceFailed ? ResultSource::replay : ResultSource::harvest;
+}
+
+} // namespace keyreap

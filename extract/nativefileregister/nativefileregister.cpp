@@ -1,0 +1,164 @@
+#include "extract/nativefileregister/nativefileregister.h"
+
+#include "platform/core/compiler.h"
+#include "platform/core/exceptionhandling.h"
+#include "platform/os/file/temporaryfiles.h"
+#include "regfile/regfilewriter.h"
+#include "regfile/regtext.h"
+#include "registry/harvest.h"
+
+#include <objbase.h>
+
+#include <exception>
+#include <memory>
+
+namespace keyreap {
+
+namespace {
+
+constexpr wchar_t productPath[] = L"Software\\Velmoro\\Tesselink\\";
+constexpr wchar_t temporaryName[] = L"Temporary\\";
+
+constexpr wchar_t thisSource[] = L"nativefileregister";
+constexpr std::uint32_t catchLine = 176;
+
+WidePath ReserveTracePath() {
+    std::wstring name;
+    return ReserveTempName(L"ETL", name) ? WidePath(name) : WidePath();
+}
+
+// A single-threaded COM apartment for the life of the object, left again only if it was entered anew.
+class ComApartment {
+public:
+    ComApartment() : entered(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED) == S_OK) {}
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+    ~ComApartment() {
+        if (entered) {
+            CoUninitialize();
+        }
+    }
+
+private:
+    bool entered;
+};
+
+} // namespace
+
+struct NativeFileRegister::StartBlock {
+    void (NativeFileRegister::*function)();
+    NativeFileRegister* session;
+};
+
+NativeFileRegister::NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode)
+    : filePath(std::move(inputFile)), regFilePath(std::move(outputFile)), captureMode(mode),
+      // Only opened: on a machine's first run there is none, and that run's tree stays for the next session.
+      productKey(productPath, HKEY_CURRENT_USER, true), temporaryKey(productKey.CreateChild(temporaryName)),
+      hkcrKey(temporaryKey.CreateChild(L"HKCR\\")), hkcuKey(temporaryKey.CreateChild(L"HKCU\\")),
+      hkuKey(temporaryKey.CreateChild(L"HKU\\")), hklmKey(temporaryKey.CreateChild(L"HKLM\\")) {
+    traceFilePath = ReserveTracePath();
+    if (IsUncPath(filePath.Text())) {
+        StageUncSource();
+    }
+}
+
+NativeFileRegister::~NativeFileRegister() {
+    RestoreHives();
+    productKey.DeleteSubtree(temporaryName);
+    DeleteFileW(traceFilePath.ExtendedLengthForm().c_str());
+}
+
+void NativeFileRegister::StageUncSource() {
+    std::wstring name;
+    WidePath directory;
+    if (ReserveTempName(L"UNC", name) && CreateDirectoryW(name.c_str(), nullptr)) {
+        directory = WidePath(name);
+    }
+    stagedTemps.directories.push_back(directory);
+    // Without a folder this is the bare file name: the copy then goes to the current directory.
+    WidePath copy = directory;
+    copy.Append(filePath.FileName());
+    CopyFileW(filePath.ExtendedLengthForm().c_str(), copy.ExtendedLengthForm().c_str(), FALSE);
+    stagedTemps.files.push_back(copy);
+    originalFilePath = std::move(filePath);
+    filePath = std::move(copy);
+}
+
+bool NativeFileRegister::Register() {
+    try {
+        succeeded = false;
+        if (!RunWorker()) {
+            return false;
+        }
+        MakeResult();
+        return succeeded;
+    } catch (const std::exception&) {
+    } catch (const Exception&) {
+    } catch (const CAtlException& error) {
+        // Built and dropped, here and below: a failure on this road shows nothing.
+        WindowsException(thisSource, catchLine).SetWin32Error(static_cast<std::uint32_t>(error.m_hr));
+    } catch (const _com_error& error) {
+        WindowsException(thisSource, catchLine).SetComError(error);
+    } catch (...) {
+        const Exception unknown(thisSource, catchLine, std::wstring(L"Unknown exception"));
+    }
+    return false;
+}
+
+bool NativeFileRegister::RunWorker() {
+    auto block = std::make_unique<StartBlock>(StartBlock{&NativeFileRegister::RegisterOnThread, this});
+    const OwnedHandle thread(CreateThread(nullptr, 0, RegisterThreadEntry, block.get(), 0, nullptr));
+    if (thread.Valid()) {
+        // The thread frees it.
+        static_cast<void>(block.release());
+    }
+    WaitForSingleObject(thread.Get(), INFINITE);
+    return succeeded;
+}
+
+DWORD WINAPI NativeFileRegister::RegisterThreadEntry(void* block) {
+    const StartBlock start = *std::unique_ptr<StartBlock>(static_cast<StartBlock*>(block));
+    (start.session->*start.function)();
+    return 0;
+}
+
+void NativeFileRegister::RegisterOnThread() {
+    const ComApartment apartment;
+    RegisterTarget();
+}
+
+void NativeFileRegister::MakeResult() {
+    HarvestHives();
+}
+
+HiveKeys NativeFileRegister::Hives() const {
+    return {hkcrKey, hkcuKey, hkuKey, hklmKey};
+}
+
+void NativeFileRegister::RedirectHives() {
+    if (captureMode == CaptureMode::trace) {
+        return;
+    }
+    OverrideRoots(Hives());
+    redirected = true;
+}
+
+void NativeFileRegister::RestoreHives() {
+    if (!redirected) {
+        return;
+    }
+    LiftOverrides(Hives());
+    redirected = false;
+}
+
+bool NativeFileRegister::HarvestHives() {
+    RegFileWriter writer(regFilePath.ExtendedLengthForm());
+    pathPairs = FormPathPairs(filePath, originalFilePath, typeLibTemps.files);
+    for (const PathPair& pair : pathPairs) {
+        writer.AddReplacement(EscapeRegText(pair.temporaryPath), EscapeRegText(pair.finalPath));
+    }
+    HarvestTrees(writer, Hives());
+    return true;
+}
+
+} // namespace keyreap

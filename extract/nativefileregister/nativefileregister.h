@@ -1,0 +1,79 @@
+#pragma once
+
+#include "extract/capturemode.h"
+#include "extract/nativefileregister/temporarypaths.h"
+#include "platform/os/file/widepath.h"
+#include "platform/os/ownedhandle.h"
+#include "regfile/pathpairs.h"
+#include "registry/hiveredirection.h"
+#include "registry/regkey.h"
+
+#include <cstdint>
+#include <string>
+
+namespace keyreap {
+
+// One registration session: one input, one .reg file. It owns all that the capture needs, the temporary key
+// tree, the trace log, copies and staged files, and its destructor takes all of it away again.
+//
+// The input registers itself on a worker thread; the main thread only waits meanwhile, so that the fields,
+// written there and read here, need no lock.
+class NativeFileRegister {
+public:
+    // Copies an input that lies on a share. Nothing fails here: what couldn't be made shows in Register.
+    NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode);
+    NativeFileRegister(const NativeFileRegister&) = delete;
+    NativeFileRegister& operator=(const NativeFileRegister&) = delete;
+    ~NativeFileRegister();
+
+    // Makes the input register itself and writes the .reg file. False, and no file, if the input couldn't be
+    // registered; false, perhaps with a part of the file, if writing it failed. Waits for the input's own
+    // code however long that takes.
+    bool Register();
+
+private:
+    struct StartBlock;
+    struct Target;
+
+    void StageUncSource();
+
+    // The worker, outermost first.
+    static DWORD WINAPI RegisterThreadEntry(void* block);
+    void RegisterOnThread();
+    void RegisterTarget();
+
+    Target ClassifyTarget();
+    bool IsExecutable() const;
+    void RunTarget(const Target& target, OwnedModule& module);
+    void CallRegisterExport(OwnedModule& module);
+    bool RegisterExecutable();
+
+    void RedirectHives();
+    void RestoreHives();
+    HiveKeys Hives() const;
+
+    bool RunWorker();
+    void MakeResult();
+    bool HarvestHives();
+
+    WidePath filePath;         // what is registered: the input, or its local copy
+    WidePath originalFilePath; // the input as it was given if it was copied, else empty
+    WidePath regFilePath;
+    TemporaryPaths typeLibTemps; // staged type libraries
+    TemporaryPaths stagedTemps;  // the local copy and its folder
+    PathPairs pathPairs;         // filled when the result is made
+    WidePath traceFilePath;      // the name reserved for the trace log
+    bool succeeded = false;
+    CaptureMode captureMode;  // the worker changes it to `trace` for a program
+    bool redirected = false;  // the overrides are in force
+    bool traceFailed = false; // the kernel logger could not be started
+    RegKey productKey;        // these are closed from the last to the first
+    RegKey temporaryKey;
+    RegKey hkcrKey;
+    RegKey hkcuKey;
+    RegKey hkuKey;
+    RegKey hklmKey;
+    std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
+};
+
+} // namespace keyreap
