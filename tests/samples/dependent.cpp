@@ -1,0 +1,13 @@
+// Cannot load without the library that it is linked with.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+extern "C" __declspec(dllimport) DWORD LibraryNumber();
+
+STDAPI DllRegisterServer() {
+    keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Dependent").SetDword(L"", LibraryNumber());
+    return S_OK;
+}

@@ -1,0 +1,12 @@
+// Writes a key and then reports failure.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+STDAPI DllRegisterServer() {
+    keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Failing")
+        .SetText(L"", L"written before failing");
+    return E_FAIL;
+}

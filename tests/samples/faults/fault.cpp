@@ -1,0 +1,110 @@
+// Writes one key and then fails in the way that KEYREAP_FAULT names.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace keyreap::samples {
+
+namespace {
+
+using Code = void (*)();
+
+// Memory of the process with this protection; never freed, for the process ends.
+void* Memory(DWORD protection) {
+    constexpr SIZE_T size = 4096;
+    return VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, protection);
+}
+
+void* Null() {
+    // Out of sight of the compiler, which takes a known null access for one that never happens.
+    static void* volatile null = nullptr;
+    return null;
+}
+
+[[maybe_unused]] void ReadAt(const void* address) {
+    static_cast<void>(*static_cast<const volatile int*>(address));
+}
+
+[[maybe_unused]] void WriteAt(void* address) {
+    *static_cast<volatile int*>(address) = 1;
+}
+
+[[maybe_unused]] void ExecuteAt(void* address) {
+    Code code = nullptr;
+    std::memcpy(&code, &address, sizeof(code));
+    code();
+}
+
+[[maybe_unused]] void ReadNull() {
+    ReadAt(Null());
+}
+
+[[maybe_unused]] void WriteNull() {
+    WriteAt(Null());
+}
+
+[[maybe_unused]] void ExecuteNull() {
+    ExecuteAt(Null());
+}
+
+[[maybe_unused]] void ReadElsewhere() {
+    ReadAt(Memory(PAGE_NOACCESS));
+}
+
+[[maybe_unused]] void WriteElsewhere() {
+    WriteAt(Memory(PAGE_READONLY));
+}
+
+[[maybe_unused]] void ExecuteElsewhere() {
+    ExecuteAt(Memory(PAGE_READWRITE));
+}
+
+[[maybe_unused]] void DivideByZero() {
+    static volatile int zero = 0;
+    static volatile int number = 1;
+    number = number / zero;
+}
+
+[[maybe_unused]] void IllegalInstruction() {
+    constexpr BYTE undefinedInstruction[] = {0x0F, 0x0B};
+    void* memory = Memory(PAGE_EXECUTE_READWRITE);
+    std::memcpy(memory, undefinedInstruction, sizeof(undefinedInstruction));
+    ExecuteAt(memory);
+}
+
+[[maybe_unused]] int OverflowStack(int depth) {
+    static volatile bool endless = true;
+    volatile char frame[1024] = {};
+    frame[0] = static_cast<char>(depth);
+    return endless ? OverflowStack(depth + 1) + frame[0] : 0;
+}
+
+[[maybe_unused]] void StackOverflow() {
+    OverflowStack(0);
+}
+
+[[maybe_unused]] void Abort() {
+    std::abort();
+}
+
+[[maybe_unused]] void Throw() {
+    throw std::runtime_error("nobody catches this");
+}
+
+} // namespace
+
+} // namespace keyreap::samples
+
+STDAPI DllRegisterServer() {
+    keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Fault")
+        .SetText(L"", L"written before the fault");
+    keyreap::samples::KEYREAP_FAULT();
+    return S_OK;
+}

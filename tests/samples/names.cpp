@@ -1,0 +1,69 @@
+// Writes value names that are hard to carry. A name that the reading cannot take ends its key, so each such
+// name has a key of its own.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace keyreap::samples {
+
+namespace {
+
+constexpr const wchar_t* oddNames[] = {
+    L" ",
+    L"\"",
+    L"\"first only",
+    L"\"first and again\"",
+    L"@",
+    L"[brackets]",
+    L"\\",
+    L"\\first only",
+    L"\\first\\and again",
+    L"a\"b",
+    L"C:\\a\\b.dll",
+    L"CR LF\r\n",
+    L"equals=sign",
+    L"semicolon;",
+    L"Upper Case",
+    L"\u00c4rger",
+    L"\xD83D\xDE00",
+    L"\xD83D high half",
+    L"\xDE00 low half",
+};
+
+// A long name with a short one on each side, and a subkey behind them.
+void WriteLongName(HKEY parent, const wchar_t* keyName, std::size_t length) {
+    const KeyWriter key(parent, keyName);
+    key.SetText(L"a", L"in front");
+    key.SetText(std::wstring(length, L'n'), L"long");
+    key.SetText(L"z", L"behind");
+    KeyWriter(key.Handle(), L"Child").SetText(L"", L"below");
+}
+
+// The long name's data is long as well, so that both want the second reading.
+void WriteLongNameAndData(HKEY parent, const wchar_t* keyName, std::size_t length) {
+    KeyWriter(parent, keyName).SetText(std::wstring(length, L'n'), std::wstring(1000, L'd'));
+}
+
+} // namespace
+
+} // namespace keyreap::samples
+
+STDAPI DllRegisterServer() {
+    using namespace keyreap::samples;
+    const KeyWriter key(HKEY_CLASSES_ROOT, L"Keyreap.Names");
+    {
+        const KeyWriter odd(key.Handle(), L"Odd");
+        for (const wchar_t* name : oddNames) {
+            odd.SetText(name, L"x");
+        }
+    }
+    WriteLongName(key.Handle(), L"259", 259);
+    WriteLongName(key.Handle(), L"260", 260);
+    WriteLongName(key.Handle(), L"261", 261);
+    WriteLongName(key.Handle(), L"16383", 16383);
+    WriteLongNameAndData(key.Handle(), L"259 and data", 259);
+    WriteLongNameAndData(key.Handle(), L"260 and data", 260);
+    return S_OK;
+}

@@ -1,0 +1,11 @@
+// Writes one key. Built several times, with different exports, to see which of them is found.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+STDAPI DllRegisterServer() {
+    keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Plain").SetText(L"", L"plain");
+    return S_OK;
+}
