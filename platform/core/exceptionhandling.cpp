@@ -1,0 +1,138 @@
+#include "platform/core/exceptionhandling.h"
+
+#include <string_view>
+#include <utility>
+
+#include "platform/core/bstrtext.h"
+#include "platform/core/compiler.h"
+#include "platform/core/message.h"
+#include "platform/core/text.h"
+#include "platform/os/ownedinterface.h"
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view compositionFailed =
+    L"An exception was thrown while composing the exception message.";
+
+// Runs a composition under a catch of everything: reporting a failure must not itself end the program.
+template <typename Compose>
+void ComposeMessage(std::wstring& message, Compose compose) {
+    try {
+        compose();
+    } catch (...) {
+        message = compositionFailed;
+    }
+}
+
+std::wstring ErrorDescription(const _com_error& error) {
+    const OwnedInterface<IErrorInfo> errorInfo(error.ErrorInfo());
+    BSTR text = nullptr;
+    if (!errorInfo.Valid() || FAILED(errorInfo.Get()->GetDescription(&text))) {
+        return {};
+    }
+    return BstrText(OwnedBstr(text).Get());
+}
+
+} // namespace
+
+Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine)
+    : sourceFile(std::move(raisingFile)), sourceLine(raisingLine) {}
+
+Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::wstring finishedMessage)
+    : message(std::move(finishedMessage)), sourceFile(std::move(raisingFile)), sourceLine(raisingLine) {}
+
+Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::uint32_t messageId,
+                     const std::vector<std::wstring>& inserts)
+    : Exception(std::move(raisingFile), raisingLine) {
+    ComposeMessage(message, [&] { message = FormatResourceString(messageId, inserts); });
+}
+
+void Exception::Rethrow() const {
+    throw Exception(*this);
+}
+
+std::unique_ptr<Exception> Exception::Clone(bool withStackTrace) const {
+    // The clone of a plain exception has the default code, whatever object it was once copied from.
+    return std::make_unique<Exception>(sourceFile, sourceLine, ClonedMessage(withStackTrace));
+}
+
+ExceptionKind Exception::GetKind() const {
+    return ExceptionKind::EXCEPTION_GENERIC;
+}
+
+std::wstring Exception::GetKindName() const {
+    return std::wstring(ExceptionKindName(GetKind()));
+}
+
+std::wstring Exception::ClonedMessage(bool withStackTrace) const {
+    static_cast<void>(withStackTrace);
+    return message;
+}
+
+WindowsException::WindowsException(std::wstring raisingFile, std::uint32_t raisingLine)
+    : Exception(std::move(raisingFile), raisingLine) {}
+
+void WindowsException::Rethrow() const {
+    throw WindowsException(*this);
+}
+
+std::unique_ptr<Exception> WindowsException::Clone(bool withStackTrace) const {
+    auto clone = std::make_unique<WindowsException>(sourceFile, sourceLine);
+    clone->message = ClonedMessage(withStackTrace);
+    clone->errorCode = errorCode;
+    return clone;
+}
+
+ExceptionKind WindowsException::GetKind() const {
+    return ExceptionKind::EXCEPTION_WIN32;
+}
+
+void WindowsException::SetWin32Error(std::uint32_t code) {
+    errorCode = code;
+    ComposeMessage(message, [&] {
+        // The system's text keeps the blank at its end, inside the quotes.
+        message = L"Win32 Error [" + IntegerToText(code) + L"]: \"" + GetSystemErrorText(code) + L"\"";
+    });
+}
+
+void WindowsException::SetComError(const _com_error& error) {
+    ComposeMessage(message, [&] {
+        const auto code = static_cast<std::uint32_t>(error.Error());
+        const std::wstring description = ErrorDescription(error);
+        if (description.empty()) {
+            SetWin32Error(code);
+            return;
+        }
+        errorCode = code;
+        message = L"Win32 COM Error [" + IntegerToText(code) + L"]: { " + description + L" }";
+    });
+}
+
+SehException::SehException(std::wstring raisingFile, std::uint32_t raisingLine, SehKind kind,
+                           std::wstring finishedMessage)
+    : Exception(std::move(raisingFile), raisingLine, std::move(finishedMessage)), sehKind(kind) {}
+
+void SehException::Rethrow() const {
+    throw SehException(*this);
+}
+
+std::unique_ptr<Exception> SehException::Clone(bool withStackTrace) const {
+    return std::make_unique<SehException>(sourceFile, sourceLine, sehKind, ClonedMessage(withStackTrace));
+}
+
+ExceptionKind SehException::GetKind() const {
+    return ExceptionKind::EXCEPTION_SEH;
+}
+
+std::wstring SehException::GetKindName() const {
+    return std::wstring(SehKindName(sehKind));
+}
+
+std::wstring SourceLocationText(const Exception& exception) {
+    const std::wstring& path = exception.SourceFile();
+    return path.substr(path.rfind(L'\\') + 1) + L":" + IntegerToText(exception.SourceLine());
+}
+
+} // namespace keyreap
