@@ -40,4 +40,19 @@ inline const CONTEXT* HandledExceptionContext() {
 #endif
 }
 
+// Whether a structured exception is how the compiler's run time throws a C++ exception, and one that the
+// system's own end of the process would not end well: never with MSVC.
+bool IsCompilerExceptionCode(DWORD code);
+
+// What a run time calls for a structured exception on its way to a frame with a catch clause.
+using StructuredExceptionTranslator = void(__cdecl*)(unsigned int code, EXCEPTION_POINTERS* pointers);
+
+// Sets the calling thread's translator. MinGW's own run time has none, but programs and libraries that use
+// the system's msvcrt.dll share that one's. False where there is nothing to set it in.
+bool SetThreadTranslator(StructuredExceptionTranslator translator);
+
+// Hands C++ exceptions that nobody catches to the filter in those run times that end the process without
+// asking it.
+void FilterUncaughtExceptions(LPTOP_LEVEL_EXCEPTION_FILTER filter);
+
 } // namespace keyreap

@@ -4,16 +4,25 @@
 
 #include <exception>
 
+#include "platform/core/failurepresentation.h"
+
 namespace keyreap {
 
 class Exception;
 
-// Shows an exception to the user: on the console if a host has set a sink for it, else in the error dialog.
-// There is one object for the process, which Exception::GetPresenter gives.
+// Shows an exception to the user. There is one object for the process, which Exception::GetPresenter gives.
 class ExceptionPresenter {
 public:
+    explicit ExceptionPresenter(FailurePresentation& target = FailurePresentation::OfProcess())
+        : presentation(target) {}
+
+    // The short text is what stands before the trace in the message, but a fixed one for a structured
+    // exception.
     virtual void PresentException(const Exception& exception, HWND owner);
     virtual void PresentStandardException(const std::exception& exception, HWND owner);
+
+private:
+    FailurePresentation& presentation;
 };
 
 } // namespace keyreap

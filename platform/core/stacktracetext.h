@@ -41,4 +41,8 @@ bool HoldsStackTrace(std::wstring_view message);
 // The message up to its trace, or all of it if it has none.
 std::wstring TextBeforeStackTrace(std::wstring_view message);
 
+// The message with a line break and the banner directly in front of its trace. A message without a trace
+// stays as it is, and so does every one if the banner is empty.
+std::wstring InsertBanner(std::wstring_view message, std::wstring_view banner);
+
 } // namespace keyreap

@@ -3,22 +3,11 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/core/exceptionkind.h"
+
 // How structured exceptions are named and classified. Codes and the layout of an access violation's
 // information are those of EXCEPTION_RECORD as published for the platform.
 namespace keyreap {
-
-enum class SehKind : std::int32_t {
-    SEH_GENERIC = 0,
-    SEH_AV_READ_NULLPTR = 1,
-    SEH_AV_READ_BADPTR = 2,
-    SEH_AV_WRITE_NULLPTR = 3,
-    SEH_AV_WRITE_BADPTR = 4,
-    SEH_AV_DEP_NULLPTR = 5,
-    SEH_AV_DEP_BADPTR = 6,
-};
-
-// The enumerator's own name; "SEH_GENERIC" for every value that is not in the list.
-std::wstring_view SehKindName(SehKind kind);
 
 // "ACCESS_VIOLATION" and so on; empty for an unknown code.
 std::wstring_view StructuredExceptionName(std::uint32_t code);

@@ -1,0 +1,35 @@
+#pragma once
+
+// Where a control comes to lie when the window round it changes its size. In pixels of the window's client
+// area.
+namespace keyreap {
+
+struct Extent {
+    int width;
+    int height;
+};
+
+struct Box {
+    int left;
+    int top;
+    int right;
+    int bottom;
+
+    bool operator==(const Box&) const = default;
+
+    bool IsEmpty() const { return right <= left || bottom <= top; }
+};
+
+// The edges that follow the window, as flags.
+struct Anchor {
+    static constexpr unsigned stretchRight = 1;
+    static constexpr unsigned stretchBottom = 2;
+    static constexpr unsigned moveRight = 4;
+    static constexpr unsigned moveBottom = 8;
+};
+
+// A control that lay at stored in a window of the size base and lies at current now: its place at the size
+// now. The edges that no flag names stay where they are.
+Box AnchoredBox(unsigned anchors, const Box& stored, const Box& current, Extent base, Extent now);
+
+} // namespace keyreap

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <windows.h>
+
+#include <dbghelp.h>
+
+namespace keyreap {
+
+// Entry points of the system's debug help library, each null where there is none.
+struct DebugHelp {
+    decltype(&::SymSetOptions) setOptions = nullptr;
+    decltype(&::SymInitialize) initialize = nullptr;
+    decltype(&::SymSetSearchPath) setSearchPath = nullptr;
+    decltype(&::StackWalk64) stackWalk = nullptr;
+    decltype(&::SymFunctionTableAccess64) functionTableAccess = nullptr;
+    decltype(&::SymGetModuleBase64) getModuleBase = nullptr;
+    decltype(&::SymFromAddr) fromAddress = nullptr;
+    decltype(&::SymGetLineFromAddr64) getLineFromAddress = nullptr;
+    decltype(&::SymCleanup) cleanup = nullptr;
+
+    bool IsComplete() const;
+};
+
+// Those of Dbghelp.dll, looked up once for the process; the library stays loaded.
+const DebugHelp& SystemDebugHelp();
+
+} // namespace keyreap

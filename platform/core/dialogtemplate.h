@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+// Dialog templates made in memory: the bytes of DLGTEMPLATE and DLGITEMTEMPLATE as published for the
+// platform.
+namespace keyreap {
+
+// A window class or a text in a template: a name, or the number of one that the system knows.
+using TemplateName = std::variant<std::uint16_t, std::wstring>;
+
+// In dialog units.
+struct TemplateArea {
+    std::int16_t x;
+    std::int16_t y;
+    std::int16_t cx;
+    std::int16_t cy;
+};
+
+struct TemplateControl {
+    TemplateName windowClass;
+    std::uint16_t id;
+    TemplateName text;
+    std::uint32_t style;
+    std::uint32_t extendedStyle;
+    TemplateArea area;
+};
+
+// The font is always "MS Shell Dlg" at 8 points, so the style has to hold DS_SETFONT.
+class DialogTemplateBuilder {
+public:
+    DialogTemplateBuilder(std::wstring dialogTitle, std::uint32_t dialogStyle,
+                          std::uint32_t dialogExtendedStyle, TemplateArea dialogArea);
+
+    void AddControl(TemplateControl control);
+
+    // Gives the size in bytes, and writes that many to the buffer unless it is null.
+    std::size_t Build(std::byte* buffer) const;
+
+private:
+    std::wstring title;
+    std::uint32_t style;
+    std::uint32_t extendedStyle;
+    TemplateArea area;
+    std::vector<TemplateControl> controls;
+};
+
+} // namespace keyreap

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <windows.h>
+
+#include "platform/os/owned.h"
+
+namespace keyreap {
+
+struct IconPolicy {
+    using Handle = HICON;
+    static Handle Empty() { return nullptr; }
+    static bool IsValid(Handle handle) { return handle != nullptr; }
+    static void Close(Handle handle) { DestroyIcon(handle); }
+};
+
+// The system's error icon in its large size.
+class ErrorIcon {
+public:
+    // Prefers the form that the common controls scale for the screen. Null if the system has no icon at all.
+    HICON Load();
+
+private:
+    Owned<IconPolicy> scaled;
+};
+
+} // namespace keyreap

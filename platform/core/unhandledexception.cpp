@@ -1,0 +1,59 @@
+#include "platform/core/unhandledexception.h"
+
+#include <cstdint>
+#include <string>
+
+#include "platform/core/compiler.h"
+#include "platform/core/exceptionkind.h"
+#include "platform/core/failurepresentation.h"
+#include "platform/core/message.h"
+#include "platform/core/messageids.h"
+#include "platform/core/stacktrace.h"
+
+namespace keyreap {
+
+namespace {
+
+std::wstring FullText(std::wstring_view kindName, const EXCEPTION_POINTERS& pointers, bool withTrace) {
+    const EXCEPTION_RECORD& record = *pointers.ExceptionRecord;
+    std::wstring text = std::wstring(L"[").append(kindName).append(L"] ");
+    text += ExceptionCodeText(record.ExceptionCode) + L" at address " +
+            AddressText(reinterpret_cast<std::uintptr_t>(record.ExceptionAddress)) + L"\r\n";
+    if (withTrace) {
+        AppendStackTrace(text, pointers.ContextRecord, MaxPresentedFrames);
+    }
+    return text;
+}
+
+void Present(const EXCEPTION_POINTERS& pointers) {
+    FailurePresentation& presentation = FailurePresentation::OfProcess();
+    const std::wstring kindName(ExceptionKindName(ExceptionKind::EXCEPTION_UNHANDLED));
+    presentation.ShowFailure(nullptr, {LoadResourceString(messageid::unhandledFailure),
+                                       FullText(kindName, pointers, !presentation.HasConsole()), kindName,
+                                       L"platform\\core\\exceptionhandling"});
+}
+
+} // namespace
+
+LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
+    if (pointers) {
+        Present(*pointers);
+        const DWORD code = pointers->ExceptionRecord->ExceptionCode;
+        if (IsCompilerExceptionCode(code)) {
+            // Handed back, such an exception would make the run time unwind a stack that has no handler.
+            TerminateProcess(GetCurrentProcess(), code);
+        }
+    }
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+void InstallUnhandledExceptionFilter() {
+    static bool installed = false;
+    if (!installed) {
+        installed = true;
+        SetUnhandledExceptionFilter(OnUnhandledException);
+        FilterUncaughtExceptions(OnUnhandledException);
+    }
+}
+
+} // namespace keyreap

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <windows.h>
+
+namespace keyreap {
+
+// Shows the failure that nobody handled and lets the process end without another dialog of the system: gives
+// EXCEPTION_EXECUTE_HANDLER. For null pointers it shows nothing. Never returns for a C++ exception of this
+// program's compiler, but ends the process with that exception's code itself.
+LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers);
+
+// Makes OnUnhandledException the process-wide filter, and what a C++ exception that nobody catches ends in.
+// Only the first call in the process does anything.
+void InstallUnhandledExceptionFilter();
+
+} // namespace keyreap
