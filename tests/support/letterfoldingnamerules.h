@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/core/compare.h"
+#include "trace/namerules.h"
+
+namespace keyreap {
+
+// The system's name rules for code that runs without Windows: A to Z folded and nothing else.
+class LetterFoldingNameRules : public NameRules {
+public:
+    void Fold(std::wstring& text) const override {
+        for (wchar_t& unit : text) {
+            unit = FoldLetter(unit);
+        }
+    }
+
+    bool AreEqual(std::wstring_view left, std::wstring_view right) const override {
+        return CompareFolded(left, right) == 0;
+    }
+};
+
+} // namespace keyreap

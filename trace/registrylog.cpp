@@ -1,0 +1,232 @@
+#include "trace/registrylog.h"
+
+#include "platform/core/hash.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::uint32_t statusObjectNameNotFound = 0xC0000034; // ntstatus.h
+
+std::uint64_t HashFolded(std::wstring_view foldedName) {
+    Fnv1a hash;
+    hash.AddText(foldedName);
+    return hash.Value();
+}
+
+// A create that failed for want of a name counts as a create; any other failure leaves no trace.
+bool IsKept(const RegistryOperation& operation) {
+    return operation.status == 0 ||
+           (operation.status == statusObjectNameNotFound && operation.type == registryevent::createKey);
+}
+
+Outcome OutcomeAfter(Outcome before, std::uint32_t type) {
+    switch (type) {
+    case registryevent::createKey:
+        return Outcome::created;
+    case registryevent::setValue:
+        return Outcome::set;
+    case registryevent::deleteKey:
+    case registryevent::deleteValue:
+        // What the target made and removes again cancels out.
+        return before == Outcome::created || before == Outcome::set ? Outcome::none : Outcome::deleted;
+    default:
+        return before;
+    }
+}
+
+std::uint32_t CountLastingValues(const RegistryLogNode& node) {
+    return static_cast<std::uint32_t>(
+        std::count_if(node.values.begin(), node.values.end(),
+                      [](const auto& value) { return value->operations.outcome != Outcome::none; }));
+}
+
+// Tells the visitor of the node itself and of its values: the lasting ones ahead of the deleted ones.
+void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, PredefinedRoot root,
+              const std::wstring& path) {
+    const std::uint32_t valueCount = CountLastingValues(node);
+    if (valueCount != 0 || node.operations.outcome != Outcome::none) {
+        visitor.OnKey(root, path, node.operations.outcome, valueCount,
+                      static_cast<std::uint32_t>(node.subkeys.Size()));
+    }
+    for (const auto& value : node.values) {
+        const Outcome kind = value->operations.outcome;
+        if (kind == Outcome::created || kind == Outcome::set) {
+            visitor.OnValue(root, path, value->name, kind);
+        }
+    }
+    for (const auto& value : node.values) {
+        if (value->operations.outcome == Outcome::deleted) {
+            visitor.OnValue(root, path, value->name, Outcome::deleted);
+        }
+    }
+}
+
+// Visits all nodes below `top`, parents first, calling visit(node, path). By a list of its own and not by
+// recursion: names in a log may be thousands of levels deep.
+template <typename Visit>
+void VisitBelow(const RegistryLogNode& top, Visit visit) {
+    struct Waiting {
+        const RegistryLogNode* node;
+        std::size_t parentLength; // of the parent's path, with which `path` begins when the node's turn comes
+    };
+    std::vector<Waiting> waiting;
+    std::wstring path;
+    const auto addSubkeys = [&](const RegistryLogNode& node) {
+        for (const auto& subkey : node.subkeys) {
+            waiting.push_back({subkey.get(), path.size()});
+        }
+    };
+    addSubkeys(top);
+    while (!waiting.empty()) {
+        const Waiting next = waiting.back();
+        waiting.pop_back();
+        path.resize(next.parentLength);
+        if (!path.empty() && path.back() != L'\\') {
+            path += L'\\';
+        }
+        path += next.node->name;
+        visit(*next.node, path);
+        addSubkeys(*next.node);
+    }
+}
+
+} // namespace
+
+RegistryLogNode::RegistryLogNode(const NameRules& rules, RegistryLogNode* parentNode,
+                                 const HashedName& ownName)
+    : parent(parentNode), name(ownName.text), nameHash(ownName.hash), values(rules), subkeys(rules) {}
+
+// Destroys what lies below from the leaves upward, since the depth of names in a log has no limit that the
+// stack could rely on.
+RegistryLogNode::~RegistryLogNode() {
+    RegistryLogNode* node = this;
+    while (node != this || !subkeys.IsEmpty()) {
+        if (node->subkeys.IsEmpty()) {
+            node = node->parent;
+            node->subkeys.RemoveOne();
+        } else {
+            node = node->subkeys.begin()->get();
+        }
+    }
+}
+
+RegistryLog::RegistryLog(const NameRules& nameRules)
+    : rules(nameRules), slots{RootSlot{localMachineRoot, RegistryLogNode(nameRules)},
+                              RootSlot{currentUserRoot, RegistryLogNode(nameRules)},
+                              RootSlot{classesRoot, RegistryLogNode(nameRules)},
+                              RootSlot{usersRoot, RegistryLogNode(nameRules)}} {}
+
+std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
+    switch (root) {
+    case currentUserRoot:
+        return 1;
+    case classesRoot:
+        return 2;
+    case usersRoot:
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations) {
+    for (const RegistryOperation& operation : operations) {
+        if (IsKept(operation) && !operation.keyPath.empty()) {
+            Record(operation);
+        }
+    }
+}
+
+void RegistryLog::Record(const RegistryOperation& operation) {
+    RegistryLogNode& node = *FindNode(operation.root, operation.keyPath, true);
+    OperationList& list =
+        ConcernsValue(operation.type) ? GetOrAddValue(node, operation.valueName).operations : node.operations;
+    Append(list, {operation.type, operation.status, operation.initialTime, operation.processId});
+}
+
+void RegistryLog::Append(OperationList& list, const OperationEntry& entry) {
+    list.entries.push_back(entry);
+    list.outcome = OutcomeAfter(list.outcome, entry.type);
+}
+
+RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view path, bool create) {
+    folded.assign(path);
+    rules.Fold(folded);
+    RegistryLogNode* node = &slots[SlotFor(root)].node;
+    for (std::size_t position = 0; node != nullptr && position < path.size();) {
+        const std::size_t end = std::min(path.find(L'\\', position), path.size());
+        const std::size_t length = end - position;
+        const std::wstring_view foldedName = std::wstring_view(folded).substr(position, length);
+        node = Subkey(*node, {path.substr(position, length), HashFolded(foldedName)}, create);
+        position = end + 1;
+    }
+    return node;
+}
+
+RegistryLogNode* RegistryLog::Subkey(RegistryLogNode& node, const HashedName& name, bool create) {
+    RegistryLogNode* found = node.subkeys.Find(name);
+    if (found != nullptr || !create) {
+        return found;
+    }
+    return node.subkeys.Add(std::make_unique<RegistryLogNode>(rules, &node, name));
+}
+
+RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
+    folded.assign(name);
+    rules.Fold(folded);
+    const HashedName hashed{name, HashFolded(folded)};
+    if (RegistryLogValue* found = node.values.Find(hashed)) {
+        return *found;
+    }
+    return *node.values.Add(std::make_unique<RegistryLogValue>(std::wstring(name), hashed.hash));
+}
+
+void RegistryLog::Remove(RegistryLogNode& node) {
+    if (node.parent != nullptr) {
+        node.parent->subkeys.Remove({node.name, node.nameHash});
+    }
+}
+
+void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source) {
+    while (!source.subkeys.IsEmpty()) {
+        target.subkeys.TakeOneFrom(source.subkeys)->parent = &target;
+    }
+    Remove(source);
+}
+
+std::size_t RegistryLog::CountValues(const RegistryLogNode& node) {
+    std::size_t count = node.values.Size();
+    VisitBelow(node,
+               [&count](const RegistryLogNode& below, const std::wstring&) { count += below.values.Size(); });
+    return count;
+}
+
+void RegistryLog::PruneEmptyKey(PredefinedRoot root, std::wstring_view path) {
+    RegistryLogNode* node = FindNode(root, path, false);
+    if (node == nullptr || CountValues(*node) != 0) {
+        return;
+    }
+    while (!node->subkeys.IsEmpty()) {
+        node->subkeys.RemoveOne();
+    }
+    // The key's own operations are no reason to keep it.
+    while (node->parent != nullptr && node->values.IsEmpty() && node->subkeys.IsEmpty()) {
+        RegistryLogNode* const above = node->parent;
+        Remove(*node);
+        node = above;
+    }
+}
+
+void RegistryLog::Walk(RegistryLogVisitor& visitor) const {
+    for (const RootSlot& slot : slots) {
+        VisitBelow(slot.node, [&](const RegistryLogNode& node, const std::wstring& path) {
+            WalkNode(node, visitor, slot.root, path);
+        });
+    }
+}
+
+} // namespace keyreap

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "trace/predefinedroot.h"
+#include "trace/traceevent.h"
+
+#include <cstdint>
+#include <string>
+
+namespace keyreap {
+
+// One registry operation of a watched process.
+struct RegistryOperation {
+    std::uint32_t type = 0;       // the event's type, of registryevent
+    PredefinedRoot root = noRoot; // noRoot until the name is normalised
+    std::wstring keyPath;         // below `root`; before normalisation the name as it came
+    std::wstring valueName;       // for events that concern a value only
+    std::uint32_t index = 0;
+    std::uint32_t status = 0; // NTSTATUS of the operation
+    std::int64_t initialTime = 0;
+    std::uint32_t processId = 0;
+    std::uint64_t keyHandle = 0; // 0 once the handle's name was applied
+};
+
+// True for an operation on a value: its event's name is the value's, and the key is told by its handle alone.
+constexpr bool ConcernsValue(std::uint32_t operationType) {
+    return operationType >= registryevent::setValue && operationType <= registryevent::queryValue;
+}
+
+} // namespace keyreap
