@@ -1,11 +1,14 @@
 #include "platform/core/exceptionhandling.h"
 
+#include <exception>
 #include <string_view>
 #include <utility>
 
 #include "platform/core/bstrtext.h"
 #include "platform/core/compiler.h"
+#include "platform/core/exceptionpresenter.h"
 #include "platform/core/message.h"
+#include "platform/core/stacktrace.h"
 #include "platform/core/text.h"
 #include "platform/os/ownedinterface.h"
 
@@ -33,6 +36,16 @@ std::wstring ErrorDescription(const _com_error& error) {
         return {};
     }
     return BstrText(OwnedBstr(text).Get());
+}
+
+void AppendHandledExceptionTrace(std::wstring& text) {
+    if (const CONTEXT* context = HandledExceptionContext()) {
+        AppendStackTrace(text, context, MaxPresentedFrames);
+    } else if (std::current_exception()) {
+        CONTEXT handlerContext{};
+        RtlCaptureContext(&handlerContext);
+        AppendStackTrace(text, &handlerContext, MaxPresentedFrames);
+    }
 }
 
 } // namespace
@@ -66,9 +79,19 @@ std::wstring Exception::GetKindName() const {
     return std::wstring(ExceptionKindName(GetKind()));
 }
 
+ExceptionPresenter& Exception::GetPresenter() const {
+    static ExceptionPresenter presenter;
+    return presenter;
+}
+
 std::wstring Exception::ClonedMessage(bool withStackTrace) const {
-    static_cast<void>(withStackTrace);
-    return message;
+    std::wstring text = message;
+    if (withStackTrace && !HoldsStackTrace(text)) {
+        std::wstring trace;
+        AppendHandledExceptionTrace(trace);
+        text += trace;
+    }
+    return text;
 }
 
 WindowsException::WindowsException(std::wstring raisingFile, std::uint32_t raisingLine)

@@ -61,6 +61,9 @@ public:
     // The name of GetKind(), or the more exact one that the class knows.
     virtual std::wstring GetKindName() const;
 
+    // The presenter of the process, made on first use.
+    virtual ExceptionPresenter& GetPresenter() const;
+
     // The full text; behind StackTraceHeader (stacktrace.h) it may hold a stack trace.
     const std::wstring& Message() const { return message; }
 
