@@ -1,0 +1,63 @@
+# shellcheck shell=bash
+# The builds and the staged program. Sourced after common.sh.
+
+STAGE=$BUILD/stage
+
+program_staged() {
+    [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe ]]
+}
+
+# program_sources: the files and folders that the program is built from, each ended by a NUL.
+program_sources() {
+    local list
+    printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
+    for list in "$ROOT"/*/CMakeLists.txt; do
+        [[ $list == "$ROOT/tests/"* ]] || printf '%s\0' "${list%/*}"
+    done
+}
+
+make_program() {
+    step build-x64 "building x64" build_preset x64 Keyreap
+    step build-x86 "building x86" build_preset x86 Keyreap
+    step stage "staging the program" stage_program
+}
+
+make_everything() {
+    local preset
+    for preset in x64 x86 native native-sanitized; do
+        step "build-$preset" "building $preset" build_preset "$preset"
+    done
+    step stage "staging the program" stage_program
+}
+
+# build_preset PRESET [TARGET...]: all of it without a target.
+build_preset() {
+    local preset=$1 folder=$BUILD/$1
+    shift
+    cd "$ROOT" || return
+    configured "$folder" || configure "$preset" || { rm -rf "$folder" && configure "$preset"; }
+    clean_environment ninja -C "$folder" "$@"
+}
+
+# configured FOLDER: a configuration came to its end, and for this place.
+configured() {
+    [[ -f $1/build.ninja ]] && grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$ROOT" "$1/CMakeCache.txt"
+}
+
+configure() {
+    clean_environment cmake --preset "$1"
+}
+
+# stage_program: lays the program out as it is shipped. A file that is the same stays; another one takes its
+# place in one move, so that a run that uses the old one goes on with it.
+stage_program() {
+    local new=$BUILD/stage.new file
+    rm -rf "$new"
+    clean_environment cmake --install "$BUILD/x64" --prefix "$new"
+    clean_environment cmake --install "$BUILD/x86" --prefix "$new"
+    find "$new" -type f -printf '%P\0' | while IFS= read -r -d '' file; do
+        mkdir -p "$(dirname -- "$STAGE/$file")"
+        cmp -s "$new/$file" "$STAGE/$file" || mv -f "$new/$file" "$STAGE/$file"
+    done
+    rm -rf "$new"
+}

@@ -1,0 +1,52 @@
+# shellcheck shell=bash
+# What every script of the project starts with. Sourced, never run:
+#   source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/scripts/common.sh"
+# Gives ROOT and BUILD, the messages, and a known language and standard streams.
+
+# Scripts compare bytes and Wine reads names as UTF-8, whatever the caller's language is.
+export LC_ALL=C.UTF-8
+
+# A stream that the caller closed would otherwise lend its number to the next file that a script opens.
+{ : <&0; } 2>/dev/null || exec 0</dev/null
+{ : >&1; } 2>/dev/null || exec 1>/dev/null
+{ : >&2; } 2>/dev/null || exec 2>/dev/null
+
+PATH=${PATH:+$PATH:}/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+
+ROOT=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
+# shellcheck disable=SC2034 # used by the scripts that source this one
+BUILD=$ROOT/build
+LOGS=$BUILD/logs
+
+# The status of a script that could not do its own part; the program's statuses are 0 to 255 without it.
+SETUP_FAILED=125
+
+say() {
+    printf 'keyreap: %s\n' "$*" >&2
+}
+
+fail() {
+    say "$*"
+    exit "$SETUP_FAILED"
+}
+
+# step NAME TEXT COMMAND...: one line of progress; COMMAND's output goes to the log NAME, and a failure ends the
+# script with the log's place. Not to be called in a condition, where a failure inside COMMAND would go unseen.
+step() {
+    local name=$1 text=$2 status
+    shift 2
+    say "$text"
+    mkdir -p "$LOGS"
+    set +e
+    (set -e && "$@") >"$LOGS/$name.log" 2>&1 </dev/null
+    status=$?
+    set -e
+    ((status != 0)) || return 0
+    [[ -z ${SHOW_LOGS-} ]] || tail -n 60 "$LOGS/$name.log" >&2
+    fail "$text failed; see $LOGS/$name.log"
+}
+
+# clean_environment COMMAND...: what is built or made must not depend on the caller's variables.
+clean_environment() {
+    env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME="${HOME:-/}" "$@"
+}

@@ -1,0 +1,48 @@
+# shellcheck shell=bash
+# The distribution's packages that the project needs, installed only when missing. Sourced after common.sh.
+
+WINE_PACKAGES=(wine wine64)
+
+# To build Keyreap.exe. (googletest and mingw-w64-tools belong to the one configuration of each build.)
+RUN_PACKAGES=("${WINE_PACKAGES[@]}" cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
+    mingw-w64-tools googletest)
+
+# To run ./test and to make the package.
+# shellcheck disable=SC2034 # used by setup.sh
+TEST_PACKAGES=("${RUN_PACKAGES[@]}" g++ git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+
+# missing_packages PACKAGE...: those that are not fully installed, one a line.
+missing_packages() {
+    local installed name
+    installed=$(dpkg-query -W -f '${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null || true)
+    for name in "$@"; do
+        grep -qxF "ii $name" <<<"$installed" || printf '%s\n' "$name"
+    done
+}
+
+# install_packages PACKAGE...: installs what is missing of them, as root or through sudo.
+install_packages() {
+    local missing
+    command -v dpkg-query >/dev/null || fail "this needs Debian 12 (dpkg-query is not there)"
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]} > 0)) || return 0
+    ((EUID == 0)) || command -v sudo >/dev/null ||
+        fail "packages are missing and there is no sudo; as root: apt-get install --no-install-recommends ${missing[*]}"
+    printf 'keyreap: installing %s\n' "${missing[@]}" >&2
+    step packages "installing packages" run_apt "${missing[@]}"
+}
+
+# run_apt PACKAGE...: an installation that was broken off is ended first; locks of others are waited for.
+run_apt() {
+    as_root dpkg --configure -a
+    as_root apt-get -q update || echo "the lists are not all up to date; going on with what is there"
+    as_root apt-get -q -y -o DPkg::Lock::Timeout=600 install --no-install-recommends "$@"
+}
+
+as_root() {
+    if ((EUID == 0)); then
+        DEBIAN_FRONTEND=noninteractive "$@"
+    else
+        sudo DEBIAN_FRONTEND=noninteractive "$@"
+    fi
+}

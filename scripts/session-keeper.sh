@@ -1,0 +1,13 @@
+#!/bin/bash
+# Usage: session-keeper.sh PREFIX   (started by session.sh, with the session's pipe as its input)
+# Waits until nobody holds the session's pipe any more, then ends every process of PREFIX. It has the lock of
+# the prefix as descriptor 9, so that nobody takes the prefix before that is done.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+# shellcheck source=scripts/wine.sh
+source "$ROOT/scripts/wine.sh"
+
+trap '' INT TERM HUP QUIT
+read -r _ || true
+end_prefix "$1"

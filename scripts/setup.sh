@@ -1,0 +1,81 @@
+# shellcheck shell=bash
+# Sees to it that what a run needs is there and up to date. Sourced after common.sh and wine.sh.
+#
+# A level (wine, run, test) has a stamp that is as old as the beginning of its last complete set-up. It is up to
+# date when nothing that it was made from changed since; the time that counts is the one of any change to a
+# file or folder (ctime), which no copying or unpacking turns back.
+
+# shellcheck source=scripts/packages.sh
+source "$ROOT/scripts/packages.sh"
+# shellcheck source=scripts/build.sh
+source "$ROOT/scripts/build.sh"
+
+STAMPS=$BUILD/stamps
+
+# set_up LEVEL: returns at once when all is up to date. One set-up at a time; what one leaves half-done, because
+# it was killed, the next one makes again.
+set_up() {
+    up_to_date "$1" && return
+    mkdir -p "$STAMPS"
+    exec 9>"$BUILD/setup.lock"
+    if ! flock -n 9; then
+        say "waiting for another set-up to end"
+        flock 9
+    fi
+    up_to_date "$1" || make_level "$1"
+    exec 9>&-
+}
+
+up_to_date() {
+    local stamp=$STAMPS/$1
+    # The tests always ask the builds themselves.
+    [[ $1 != test ]] || return
+    [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && base_untouched &&
+        nothing_newer "$1" "$stamp"
+}
+
+# nothing_newer LEVEL STAMP
+nothing_newer() {
+    local sources
+    mapfile -d '' -t sources < <(level_sources "$1")
+    [[ -z $(find "${sources[@]}" -cnewer "$2" -print -quit) ]]
+}
+
+# level_there LEVEL: nobody removed what was made.
+level_there() {
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] || return
+    [[ $1 == wine ]] || program_staged
+}
+
+# level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
+level_sources() {
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts"
+    [[ $1 == wine ]] || program_sources
+}
+
+make_level() {
+    local stamp=$STAMPS/$1
+    printf '%s\n' "$ROOT" >"$stamp.new"
+    case $1 in
+    wine)
+        install_packages "${WINE_PACKAGES[@]}"
+        make_wine
+        ;;
+    run)
+        install_packages "${RUN_PACKAGES[@]}"
+        make_wine
+        make_program
+        ;;
+    test)
+        install_packages "${TEST_PACKAGES[@]}"
+        make_wine
+        make_everything
+        ;;
+    esac
+    mv "$stamp.new" "$stamp"
+}
+
+make_wine() {
+    modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
+    base_ready || step wine-base "making the Wine prefix" make_base
+}

@@ -1,0 +1,121 @@
+# shellcheck shell=bash
+# The suites of tests: which there are, how each kind is run, and what its output counts. Sourced after
+# common.sh, build.sh and paths.sh. A suite is one line: NAME, KIND and FILE, parted by tabs.
+#   windows   a program of the build x64 or x86, run in a Wine session of its own
+#   native    a program of the builds for this machine
+#   pytest    a file tests/FOLDER/test_NAME.py
+
+WINDOWS_PRESETS=(x64 x86)
+NATIVE_PRESETS=(native native-sanitized)
+
+# all_suites: prints every suite, the programs first.
+all_suites() {
+    local preset file
+    for preset in "${WINDOWS_PRESETS[@]}"; do program_suites windows "$preset"; done
+    for preset in "${NATIVE_PRESETS[@]}"; do program_suites native "$preset"; done
+    for file in "$ROOT"/tests/*/test_*.py; do
+        [[ -f $file ]] && printf '%s\tpytest\t%s\n' "$(pytest_name "$file")" "$file"
+    done
+}
+
+# program_suites KIND PRESET
+program_suites() {
+    local file
+    while IFS= read -r file; do
+        [[ -z $file ]] || printf '%s\t%s\t%s\n' "$2/$(basename -- "$file" .exe)" "$1" "$file"
+    done <"$BUILD/$2/tests.txt"
+}
+
+# pytest_name FILE: tests/scripts/test_paths.py is scripts/paths.
+pytest_name() {
+    local name=${1#"$ROOT/tests/"}
+    name=${name/test_/}
+    printf '%s' "${name%.py}"
+}
+
+# suite_chosen NAME WORD...: a word is a suite's whole name, or the part before or behind the slash; without
+# words every suite is chosen.
+suite_chosen() {
+    local name=$1 word
+    shift
+    (($# > 0)) || return 0
+    for word in "$@"; do
+        [[ $word == "$name" || $word == "${name%%/*}" || $word == "${name##*/}" ]] && return 0
+    done
+    return 1
+}
+
+# suite_limit KIND: the watchdog's seconds.
+suite_limit() {
+    if [[ $1 == pytest ]]; then echo 1200; else echo 600; fi
+}
+
+# suite_command KIND FILE SHARE: fills the array COMMAND.
+suite_command() {
+    case $1 in
+    windows) COMMAND=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3" wine "$2" --gtest_color=no) ;;
+    native) COMMAND=("$2" --gtest_color=no) ;;
+    pytest) COMMAND=(/usr/bin/python3 -B -s -m pytest -q -p no:cacheprovider -c /dev/null --rootdir "$ROOT" "$2") ;;
+    esac
+}
+
+# suite_environment SHARE: what a suite may want to know, as variables.
+suite_environment() {
+    export KEYREAP_SHARE=$1 KEYREAP_SHARE_UNC='\\server\share'
+    KEYREAP_STAGE=$(windows_path "$STAGE/bin")
+    KEYREAP_SAMPLES=$(windows_path "$BUILD/samples")
+    KEYREAP_GOLDEN=$(windows_path "$ROOT/tests/endtoend/golden")
+    KEYREAP_SHARE_LOCAL=$(windows_path "$1")
+    export KEYREAP_STAGE KEYREAP_SAMPLES KEYREAP_GOLDEN KEYREAP_SHARE_LOCAL
+}
+
+# run_suite KIND FILE LOG: its status; all output goes to LOG.
+run_suite() {
+    local share status=0
+    share=$(mktemp -d "$BUILD/share.XXXXXX")
+    suite_environment "$share"
+    suite_command "$1" "$2" "$share"
+    timeout -k 20 "$(suite_limit "$1")" "${COMMAND[@]}" >"$3" 2>&1 </dev/null &
+    # shellcheck disable=SC2064 # the process is meant that runs now
+    trap "kill $! 2>/dev/null" TERM
+    wait "$!" || status=$?
+    wait "$!" || true
+    trap - TERM
+    rm -rf "$share"
+    ((status != 124)) || echo "ended by the watchdog after $(suite_limit "$1") s" >>"$3"
+    return "$status"
+}
+
+# count_suite KIND STATUS LOG: prints the numbers of passed and failed tests. A suite that crashed, was ended by
+# the watchdog, skipped a test or had none has failed too.
+count_suite() {
+    case $1 in
+    pytest) count_pytest "$2" "$3" ;;
+    *) count_googletest "$2" "$3" ;;
+    esac
+}
+
+count_googletest() {
+    tr -d '\r' <"$2" | awk -v status="$1" '
+        /^\[       OK \] / { passed++ }
+        /^\[  FAILED  \] .*\([0-9]+ ms\)$/ || /^\[  SKIPPED \] .*\([0-9]+ ms\)$/ { failed++ }
+        /^\[==========\] .* ran\./ { ended = 1 }
+        END {
+            if (!ended || passed + failed == 0 || (status != 0 && failed == 0)) failed++
+            print passed + 0, failed + 0
+        }'
+}
+
+count_pytest() {
+    tail -n 1 "$2" | awk -v status="$1" '
+        {
+            for (i = 2; i <= NF; i++) {
+                if ($i ~ /^passed/) passed = $(i - 1)
+                else if ($i ~ /^(failed|errors?|skipped|xfailed|xpassed)/) failed += $(i - 1)
+            }
+        }
+        END {
+            if (passed + failed == 0 || (status != 0 && failed == 0)) failed++
+            print passed + 0, failed + 0
+        }'
+}

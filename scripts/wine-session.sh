@@ -1,0 +1,47 @@
+#!/bin/bash
+# Usage: scripts/wine-session.sh [OPTION...] COMMAND [ARGUMENT...]
+# Runs any command of this machine with a Wine prefix to itself and gives its exit status. The prefix comes out
+# of a pool of at most one a core (a further session waits), starts from the same hives and files each time, and
+# stays as the command leaves it until the command has ended. Then all that it started is ended too.
+#   --empty-classes    the prefix has no registered class (nothing below HKLM\Software\Classes)
+#   --share FOLDER     FOLDER is seen as \\server\share
+#   --no-display       windows can not be opened, even if the caller has a display
+#   --ready            the caller has seen to the set-up
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+# shellcheck source=scripts/wine.sh
+source "$ROOT/scripts/wine.sh"
+# shellcheck source=scripts/session.sh
+source "$ROOT/scripts/session.sh"
+# shellcheck source=scripts/setup.sh
+source "$ROOT/scripts/setup.sh"
+
+classes=all share='' ready=no
+while (($# > 0)); do
+    case $1 in
+    --empty-classes) classes=none ;;
+    --share) share=${2:?--share needs a folder} && shift ;;
+    --no-display) unset DISPLAY ;;
+    --ready) ready=yes ;;
+    --) shift && break ;;
+    --*) fail "wine-session.sh: unknown option $1" ;;
+    *) break ;;
+    esac
+    shift
+done
+(($# > 0)) || fail "wine-session.sh: no command"
+[[ $ready == yes ]] || set_up wine
+
+take_prefix
+start_keeper
+for signal in INT TERM HUP; do
+    # shellcheck disable=SC2064 # the name is meant now
+    trap "end_on_signal $signal" "$signal"
+done
+end_prefix "$PREFIX"
+renew_prefix "$classes" "$share"
+status=0
+run_in_session "$@" || status=$?
+end_session
+exit "$status"
