@@ -14,7 +14,7 @@ std::wstring HeaderLine(std::wstring_view opening, std::wstring_view keyPath) {
 
 } // namespace
 
-RegFileWriter::RegFileWriter(std::wstring_view path) : file(path) {
+RegFileWriter::RegFileWriter(std::wstring_view path) : file(std::wstring(path)) {
     file.Write(L"Windows Registry Editor Version 5.00\r\n");
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -90,9 +91,13 @@ public:
     void Play(TraceEventHandler& handler) const;
 
 private:
+    struct NamedHandle {
+        std::uint64_t handle = 0;
+        std::wstring path;
+    };
+
     TraceBuilder& Operation(std::uint8_t type, std::uint64_t handle, std::wstring_view name,
                             std::uint32_t status);
-    Event Make(const Guid& guid, std::uint8_t type, std::vector<std::byte> payload);
 
     std::uint32_t pointerSize;
     std::uint32_t processId = 0;
@@ -100,7 +105,7 @@ private:
     std::uint16_t version = 2;
     std::int64_t nextTime = 1;
     std::vector<Event> events;
-    std::vector<Event> rundown;
+    std::vector<NamedHandle> rundown;
 };
 
 } // namespace keyreap

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+namespace keyreap::testsupport {
+
+// A key of the test's own under HKEY_CURRENT_USER, empty at the start and gone at the end.
+class ScratchKey {
+public:
+    ScratchKey();
+    ScratchKey(const ScratchKey&) = delete;
+    ScratchKey& operator=(const ScratchKey&) = delete;
+    ~ScratchKey();
+
+    static constexpr wchar_t path[] = L"Software\\KeyreapScratch";
+
+    // Makes the subkey, with its parents.
+    void Make(const std::wstring& subkey) const;
+    bool Has(const std::wstring& subkey) const;
+    void SetValue(const std::wstring& subkey, const std::wstring& name, DWORD type, const void* data,
+                  std::size_t size) const;
+    void SetText(const std::wstring& subkey, const std::wstring& name, std::wstring_view text) const;
+
+    HKEY Handle() const { return handle; }
+
+private:
+    HKEY handle = nullptr;
+};
+
+// Denies everybody everything on a key, for the life of the object.
+class DeniedKey {
+public:
+    DeniedKey(HKEY parent, const wchar_t* subkey);
+    DeniedKey(const DeniedKey&) = delete;
+    DeniedKey& operator=(const DeniedKey&) = delete;
+    ~DeniedKey();
+
+private:
+    void SetAccess(const wchar_t* descriptorText) const;
+
+    HKEY handle = nullptr;
+};
+
+} // namespace keyreap::testsupport

@@ -1,0 +1,92 @@
+#include "registry/hiveredirection.h"
+
+#include "platform/core/osversion.h"
+#include "tests/support/scratchkey.h"
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+using testsupport::ScratchKey;
+
+const std::wstring scratchPath = ScratchKey::path;
+
+bool Exists(HKEY root, const wchar_t* path) {
+    return RegKey(path, root, false).Handle() != nullptr;
+}
+
+class HiveRedirectionTest : public testing::Test {
+protected:
+    HiveRedirectionTest() {
+        RunningVersion();
+        VistaVersion();
+    }
+
+    ~HiveRedirectionTest() override {
+        for (const HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_USERS, HKEY_LOCAL_MACHINE}) {
+            RegOverridePredefKey(root, nullptr);
+        }
+    }
+
+    static RegKey Hive(const wchar_t* name) {
+        return RegKey(scratchPath, HKEY_CURRENT_USER, true).CreateChild(name);
+    }
+
+    HiveKeys Keys() const { return {hkcr, hkcu, hku, hklm}; }
+
+    ScratchKey scratch;
+    RegKey hkcr = Hive(L"HKCR\\");
+    RegKey hkcu = Hive(L"HKCU\\");
+    RegKey hku = Hive(L"HKU\\");
+    RegKey hklm = Hive(L"HKLM\\");
+};
+
+TEST_F(HiveRedirectionTest, EveryRootLandsInItsOwnTree) {
+    OverrideRoots(Keys());
+    RegKey(L"InRoot", HKEY_CLASSES_ROOT, true).CreateIfMissing();
+    RegKey(L"InUser", HKEY_CURRENT_USER, true).CreateIfMissing();
+    RegKey(L"InUsers", HKEY_USERS, true).CreateIfMissing();
+    RegKey(L"InMachine", HKEY_LOCAL_MACHINE, true).CreateIfMissing();
+    LiftOverrides(Keys());
+    EXPECT_TRUE(scratch.Has(L"HKCR\\InRoot"));
+    EXPECT_TRUE(scratch.Has(L"HKCU\\InUser"));
+    EXPECT_TRUE(scratch.Has(L"HKU\\InUsers"));
+    EXPECT_TRUE(scratch.Has(L"HKLM\\InMachine"));
+    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, L"InUser"));
+}
+
+TEST_F(HiveRedirectionTest, StaleSubkeysGoAndValuesOfTheRootKeysStay) {
+    scratch.Make(L"HKCR\\stale\\deep");
+    scratch.SetText(L"HKCR", L"left", L"x");
+    OverrideRoots(Keys());
+    LiftOverrides(Keys());
+    EXPECT_FALSE(scratch.Has(L"HKCR\\stale"));
+    EXPECT_EQ(RegQueryValueExW(hkcr.Handle(), L"left", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+}
+
+TEST_F(HiveRedirectionTest, MachineClassesAreMadeAndSurviveTheRestoring) {
+    OverrideRoots(Keys());
+    EXPECT_TRUE(Exists(HKEY_LOCAL_MACHINE, L"Software\\Classes"));
+    LiftOverrides(Keys());
+    EXPECT_TRUE(scratch.Has(L"HKLM\\Software\\Classes"));
+    EXPECT_TRUE(Exists(HKEY_LOCAL_MACHINE, L"Software\\Classes"));
+}
+
+TEST_F(HiveRedirectionTest, RootWhoseTemporaryKeyIsNotOpenStaysAsItIs) {
+    const RegKey closed;
+    OverrideRoots({hkcr, closed, hku, hklm});
+    EXPECT_TRUE(Exists(HKEY_CURRENT_USER, scratchPath.c_str()));
+    LiftOverrides({hkcr, closed, hku, hklm});
+}
+
+TEST_F(HiveRedirectionTest, RestoringLeavesTheTreesAsTheyAre) {
+    OverrideRoots(Keys());
+    RegKey(L"A\\B", HKEY_CLASSES_ROOT, true).CreateIfMissing();
+    LiftOverrides(Keys());
+    LiftOverrides(Keys());
+    EXPECT_TRUE(scratch.Has(L"HKCR\\A\\B"));
+}
+
+} // namespace
+} // namespace keyreap
