@@ -58,6 +58,9 @@ public:
 // The cache of a handler: key text (SchemaKey, or empty for the empty schema) to schema.
 using SchemaCache = std::unordered_map<std::wstring, EventSchema, Fnv1aHash, std::equal_to<>>;
 
+// A GUID in the form of StringFromGUID2: braces and upper-case hexadecimal.
+std::wstring GuidText(const Guid& guid);
+
 // The cache's key of an event's kind: GUID text, "-", version, "-", type, in decimal.
 std::wstring SchemaKey(const TraceEvent& event);
 

@@ -73,7 +73,7 @@ protected:
     EventCounters counters;
 
 private:
-    void ReadPointerSize(const TraceEvent& event);
+    void TakePointerSize(const TraceEvent& header);
     void Decode(const TraceEvent& event);
 };
 

@@ -1,0 +1,262 @@
+#include "trace/registryfields.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/tracebuilder.h"
+
+namespace keyreap {
+namespace {
+
+// A registry event with a payload laid out by hand.
+struct LaidOut {
+    LaidOut(std::uint16_t version, const PayloadBuilder& payload) : bytes(payload.bytes) {
+        event.guid = RegistryGuid;
+        event.type = registryevent::createKey;
+        event.version = version;
+        event.payload = bytes;
+    }
+
+    std::vector<std::byte> bytes;
+    TraceEvent event;
+};
+
+constexpr std::uint64_t TIME = 0x1122334455667788;
+
+TEST(ReadFixedFields, Version0WithPointerSize4) {
+    const LaidOut it(0, PayloadBuilder().U32(0xC0000034).U32(0x1000).U64(TIME).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 4);
+    EXPECT_EQ(fields.status, 0xC0000034U);
+    EXPECT_EQ(fields.keyHandle, 0x1000U);
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.index, 0U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadFixedFields, Version0WithPointerSize8) {
+    const LaidOut it(0, PayloadBuilder().U64(0xC0000034).U64(0xFFFFF80012345678).U64(TIME).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 8);
+    EXPECT_EQ(fields.status, 0xC0000034U);
+    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.index, 0U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadFixedFields, Version1WithPointerSize4HasNoTime) {
+    const LaidOut it(1, PayloadBuilder().U32(5).U32(0x1000).U64(TIME).U32(7).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 4);
+    EXPECT_EQ(fields.status, 5U);
+    EXPECT_EQ(fields.keyHandle, 0x1000U);
+    EXPECT_EQ(fields.initialTime, 0);
+    EXPECT_EQ(fields.index, 7U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadFixedFields, Version1WithPointerSize8HasNoTime) {
+    const LaidOut it(1, PayloadBuilder().U64(5).U64(0xFFFFF80012345678).U64(TIME).U32(7).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 8);
+    EXPECT_EQ(fields.status, 5U);
+    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
+    EXPECT_EQ(fields.initialTime, 0);
+    EXPECT_EQ(fields.index, 7U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+PayloadBuilder LastLayout() {
+    PayloadBuilder payload;
+    payload.U64(TIME).U32(5).U32(7);
+    return payload;
+}
+
+TEST(ReadFixedFields, Version2WithPointerSize4HasItsNameAt20) {
+    const LaidOut it(2, LastLayout().U32(0x1000).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 4);
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.status, 5U);
+    EXPECT_EQ(fields.index, 7U);
+    EXPECT_EQ(fields.keyHandle, 0x1000U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadFixedFields, Version2WithPointerSize8HasItsNameAt24) {
+    const LaidOut it(2, LastLayout().U64(0xFFFFF80012345678).WideZ(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 8);
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.status, 5U);
+    EXPECT_EQ(fields.index, 7U);
+    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadFixedFields, Version3AndAboveTakeTheLayoutOfVersion2) {
+    for (const std::uint16_t version : std::initializer_list<std::uint16_t>{3, 4, 0xFFFF}) {
+        const LaidOut it(version, LastLayout().U64(0x1000).WideZ(L"Name"));
+        const RegistryFields fields = ReadFixedFields(it.event, 8);
+        EXPECT_EQ(fields.keyHandle, 0x1000U);
+        EXPECT_EQ(fields.name, L"Name");
+        EXPECT_EQ(fields.status, 5U);
+    }
+}
+
+TEST(ReadFixedFields, HandleOf32BitsIsSignExtended) {
+    const LaidOut it(2, LastLayout().U32(0xE1234567).WideZ(L"Name"));
+    EXPECT_EQ(ReadFixedFields(it.event, 4).keyHandle, 0xFFFFFFFFE1234567U);
+}
+
+TEST(ReadFixedFields, AnyPointerSizeBut8SignExtends32Bits) {
+    const LaidOut it(2, LastLayout().U32(0xE1234567).WideZ(L"Name"));
+    for (const std::uint32_t pointerSize : {0U, 1U, 2U, 7U, 16U, 0xFFFFFFFFU}) {
+        const RegistryFields fields = ReadFixedFields(it.event, pointerSize);
+        EXPECT_EQ(fields.keyHandle, 0xFFFFFFFFE1234567U) << pointerSize;
+        EXPECT_EQ(fields.name, L"Name") << pointerSize;
+    }
+}
+
+TEST(ReadFixedFields, EmptyNameIsItsTerminator) {
+    const LaidOut it(2, LastLayout().U64(0x1000).WideZ(L""));
+    EXPECT_EQ(ReadFixedFields(it.event, 8).name, L"");
+}
+
+TEST(ReadFixedFields, NameWithoutTerminatorIsEmpty) {
+    const LaidOut it(2, LastLayout().U64(0x1000).Wide(L"Name"));
+    const RegistryFields fields = ReadFixedFields(it.event, 8);
+    EXPECT_EQ(fields.name, L"");
+    EXPECT_EQ(fields.keyHandle, 0x1000U);
+}
+
+TEST(ReadFixedFields, HalfATerminatorIsNone) {
+    const LaidOut it(2, LastLayout().U64(0x1000).Wide(L"Name").U8(0));
+    EXPECT_EQ(ReadFixedFields(it.event, 8).name, L"");
+}
+
+// The fields of an event cut off after so many bytes.
+RegistryFields ReadCut(std::uint16_t version, std::uint32_t pointerSize, std::size_t size) {
+    RegistryFields whole;
+    whole.keyHandle = 0x11223344;
+    whole.status = 5;
+    whole.index = 7;
+    whole.initialTime = 9;
+    whole.name = L"Name";
+    std::vector<std::byte> payload = RegistryPayload(whole, version, pointerSize);
+    EXPECT_GT(payload.size(), size);
+    payload.resize(size);
+    payload.shrink_to_fit();
+    TraceEvent event;
+    event.version = version;
+    event.payload = payload;
+    return ReadFixedFields(event, pointerSize);
+}
+
+TEST(ReadFixedFields, FieldThatIsNotWholeHasItsDefaultAndTheOthersStay) {
+    EXPECT_EQ(ReadCut(2, 8, 23).keyHandle, 0U);
+    EXPECT_EQ(ReadCut(2, 8, 23).status, 5U);
+    EXPECT_EQ(ReadCut(2, 8, 24).keyHandle, 0x11223344U);
+    EXPECT_EQ(ReadCut(2, 4, 19).keyHandle, 0U);
+    EXPECT_EQ(ReadCut(2, 4, 20).keyHandle, 0x11223344U);
+    EXPECT_EQ(ReadCut(2, 8, 15).index, 0U);
+    EXPECT_EQ(ReadCut(2, 8, 16).index, 7U);
+    EXPECT_EQ(ReadCut(2, 8, 11).status, 0U);
+    EXPECT_EQ(ReadCut(2, 8, 12).status, 5U);
+    EXPECT_EQ(ReadCut(2, 8, 7).initialTime, 0);
+    EXPECT_EQ(ReadCut(2, 8, 8).initialTime, 9);
+    EXPECT_EQ(ReadCut(1, 8, 27).index, 0U);
+    EXPECT_EQ(ReadCut(1, 8, 28).index, 7U);
+    EXPECT_EQ(ReadCut(0, 4, 15).initialTime, 0);
+    EXPECT_EQ(ReadCut(0, 4, 16).initialTime, 9);
+}
+
+TEST(ReadFixedFields, NoLengthReadsPastTheEnd) {
+    for (const std::uint16_t version : std::initializer_list<std::uint16_t>{0, 1, 2, 3}) {
+        for (const std::uint32_t pointerSize : {4U, 8U}) {
+            for (std::size_t size = 0; size < 26; ++size) {
+                EXPECT_EQ(ReadCut(version, pointerSize, size).name, L"");
+            }
+        }
+    }
+}
+
+// A table of properties with one list of values each.
+struct Decoded {
+    void Add(std::wstring name, std::vector<EventValue> list) {
+        PropertyDescriptor property;
+        property.name = std::move(name);
+        schema.properties.push_back(std::move(property));
+        values.values.push_back(std::move(list));
+    }
+
+    EventSchema schema;
+    EventValues values{schema};
+};
+
+TEST(ReadSchemaFields, FieldsComeFromThePropertiesOfTheirNames) {
+    Decoded it;
+    it.Add(L"InitialTime", {{ValueType::i8, 9, {}}});
+    it.Add(L"Status", {{ValueType::ui4, 0xC0000034, {}}});
+    it.Add(L"Index", {{ValueType::ui4, 7, {}}});
+    it.Add(L"KeyHandle", {{ValueType::ui8, 0xFFFFF80012345678, {}}});
+    it.Add(L"KeyName", {{ValueType::bstr, 0, L"Name"}});
+    const RegistryFields fields = ReadSchemaFields(it.values, 8);
+    EXPECT_EQ(fields.initialTime, 9);
+    EXPECT_EQ(fields.status, 0xC0000034U);
+    EXPECT_EQ(fields.index, 7U);
+    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
+    EXPECT_EQ(fields.name, L"Name");
+}
+
+TEST(ReadSchemaFields, PropertyNamesAreFoundWhateverTheirCase) {
+    Decoded it;
+    it.Add(L"KEYNAME", {{ValueType::bstr, 0, L"Name"}});
+    it.Add(L"keyhandle", {{ValueType::ui8, 5, {}}});
+    const RegistryFields fields = ReadSchemaFields(it.values, 8);
+    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_EQ(fields.keyHandle, 5U);
+}
+
+TEST(ReadSchemaFields, MissingPropertiesHaveTheirDefaults) {
+    const Decoded it;
+    const RegistryFields fields = ReadSchemaFields(it.values, 8);
+    EXPECT_EQ(fields.keyHandle, 0U);
+    EXPECT_EQ(fields.name, L"");
+    EXPECT_EQ(fields.status, 0U);
+    EXPECT_EQ(fields.index, 0xFFFFFFFFU);
+    EXPECT_EQ(fields.initialTime, 0);
+}
+
+TEST(ReadSchemaFields, PropertiesWithoutValueHaveTheirDefaults) {
+    Decoded it;
+    for (const wchar_t* name : {L"InitialTime", L"Status", L"Index", L"KeyHandle", L"KeyName"}) {
+        it.Add(name, {});
+    }
+    const RegistryFields fields = ReadSchemaFields(it.values, 8);
+    EXPECT_EQ(fields.keyHandle, 0U);
+    EXPECT_EQ(fields.name, L"");
+    EXPECT_EQ(fields.status, 0U);
+    EXPECT_EQ(fields.index, 0xFFFFFFFFU);
+    EXPECT_EQ(fields.initialTime, 0);
+}
+
+TEST(ReadSchemaFields, FirstValueOfAListCounts) {
+    Decoded it;
+    it.Add(L"Status", {{ValueType::ui4, 1, {}}, {ValueType::ui4, 2, {}}});
+    EXPECT_EQ(ReadSchemaFields(it.values, 8).status, 1U);
+}
+
+TEST(ReadSchemaFields, HandleIsSignExtendedForAnyPointerSizeBut8) {
+    Decoded it;
+    it.Add(L"KeyHandle", {{ValueType::ui8, 0x12345678E1234567, {}}});
+    EXPECT_EQ(ReadSchemaFields(it.values, 8).keyHandle, 0x12345678E1234567U);
+    EXPECT_EQ(ReadSchemaFields(it.values, 4).keyHandle, 0xFFFFFFFFE1234567U);
+    EXPECT_EQ(ReadSchemaFields(it.values, 0).keyHandle, 0xFFFFFFFFE1234567U);
+}
+
+TEST(ReadSchemaFields, NumberWiderThan32BitsGivesItsLowHalf) {
+    Decoded it;
+    it.Add(L"Status", {{ValueType::ui8, 0x1122334455667788, {}}});
+    it.Add(L"Index", {{ValueType::ui8, 0x1122334455667788, {}}});
+    const RegistryFields fields = ReadSchemaFields(it.values, 8);
+    EXPECT_EQ(fields.status, 0x55667788U);
+    EXPECT_EQ(fields.index, 0x55667788U);
+}
+
+} // namespace
+} // namespace keyreap

@@ -1,0 +1,40 @@
+#include "trace/eventschema.h"
+
+#include "platform/core/text.h"
+
+namespace keyreap {
+
+namespace {
+
+void AppendHex(std::wstring& text, std::uint64_t value, int digits) {
+    constexpr std::wstring_view DIGITS = L"0123456789ABCDEF";
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
+        text += DIGITS[value >> shift & 0xF];
+    }
+}
+
+} // namespace
+
+std::wstring GuidText(const Guid& guid) {
+    std::wstring text = L"{";
+    AppendHex(text, guid.data1, 8);
+    text += L'-';
+    AppendHex(text, guid.data2, 4);
+    text += L'-';
+    AppendHex(text, guid.data3, 4);
+    text += L'-';
+    for (std::size_t i = 0; i < guid.data4.size(); ++i) {
+        if (i == 2) {
+            text += L'-';
+        }
+        AppendHex(text, guid.data4[i], 2);
+    }
+    text += L'}';
+    return text;
+}
+
+std::wstring SchemaKey(const TraceEvent& event) {
+    return GuidText(event.guid) + L"-" + IntegerToText(event.version) + L"-" + IntegerToText(event.type);
+}
+
+} // namespace keyreap

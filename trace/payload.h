@@ -1,0 +1,54 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <type_traits>
+
+namespace keyreap {
+
+// A look into an event's bytes at places told from outside. Never touches a byte beyond them.
+class Payload {
+public:
+    explicit Payload(std::span<const std::byte> content) : bytes(content) {}
+
+    std::size_t Size() const { return bytes.size(); }
+
+    // Whether so many bytes from there on lie inside.
+    bool Holds(std::size_t offset, std::size_t size) const {
+        return offset <= bytes.size() && size <= bytes.size() - offset;
+    }
+
+    // The little-endian number there, or 0 if it does not lie inside whole.
+    template <std::integral Integer>
+    Integer Number(std::size_t offset) const {
+        return static_cast<Integer>(NumberOf(offset, sizeof(Integer)));
+    }
+
+    // The same for a size of 1 to 8 bytes, zero-extended.
+    std::uint64_t NumberOf(std::size_t offset, std::size_t size) const;
+
+    // A run of text: its units up to the first NUL, the limit, or the end of the bytes.
+    struct WideRun {
+        std::wstring text;
+        bool terminated = false; // by a NUL inside both the limit and the bytes
+    };
+    WideRun WideText(std::size_t offset, std::size_t limit = SIZE_MAX) const;
+
+    // The same for narrow text.
+    struct NarrowRun {
+        std::string text;
+        bool terminated = false;
+    };
+    NarrowRun NarrowText(std::size_t offset) const;
+
+    // So many bytes from there on, which must lie inside.
+    std::string Bytes(std::size_t offset, std::size_t size) const;
+
+private:
+    std::span<const std::byte> bytes;
+};
+
+} // namespace keyreap

@@ -1,0 +1,52 @@
+#include "trace/threadeventhandler.h"
+
+#include <iterator>
+
+#include "trace/payload.h"
+
+namespace keyreap {
+
+namespace {
+
+// EVENT_TRACE_TYPE_START and EVENT_TRACE_TYPE_DC_START of evntrace.h.
+constexpr std::uint8_t THREAD_START = 1;
+constexpr std::uint8_t THREAD_RUNDOWN = 3;
+
+// In every version of the payload.
+constexpr std::size_t PROCESS_ID_OFFSET = 0;
+constexpr std::size_t THREAD_ID_OFFSET = 4;
+
+} // namespace
+
+void ThreadProcessMap::Record(std::uint32_t threadId, std::int64_t time, std::uint32_t processId) {
+    Owners& owners = threads[threadId];
+    const auto following = owners.upper_bound(time);
+    if (following != owners.begin() && std::prev(following)->second == processId) {
+        return;
+    }
+    if (following != owners.end() && following->second == processId) {
+        owners.erase(following);
+    }
+    owners.insert_or_assign(time, processId);
+}
+
+const ThreadProcessMap::Owners* ThreadProcessMap::OwnersOf(std::uint32_t threadId) const {
+    const auto found = threads.find(threadId);
+    return found == threads.end() ? nullptr : &found->second;
+}
+
+bool ThreadEventHandler::Accepts(const TraceEvent& event) const {
+    return event.guid == ThreadGuid || IsLogHeader(event);
+}
+
+void ThreadEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues*) {
+    const Payload payload(event.payload);
+    const bool startsThread = event.type == THREAD_START || event.type == THREAD_RUNDOWN;
+    if (!startsThread || !threadMap || !payload.Holds(THREAD_ID_OFFSET, sizeof(std::uint32_t))) {
+        return;
+    }
+    threadMap->Record(payload.Number<std::uint32_t>(THREAD_ID_OFFSET), event.timeStamp,
+                      payload.Number<std::uint32_t>(PROCESS_ID_OFFSET));
+}
+
+} // namespace keyreap

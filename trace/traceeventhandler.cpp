@@ -1,0 +1,104 @@
+#include "trace/traceeventhandler.h"
+
+#include <utility>
+
+#include "trace/payload.h"
+#include "trace/schemahost.h"
+#include "trace/threadeventhandler.h"
+
+namespace keyreap {
+
+namespace {
+
+// PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same place in both bitnesses.
+constexpr std::size_t POINTER_SIZE_OFFSET = 44;
+
+} // namespace
+
+TraceEventHandler::TraceEventHandler() = default;
+TraceEventHandler::~TraceEventHandler() = default;
+
+void TraceEventHandler::Attach(std::shared_ptr<ThreadProcessMap> map) {
+    threadMap = std::move(map);
+}
+
+bool TraceEventHandler::IsEnabled() const {
+    return enabled;
+}
+
+bool TraceEventHandler::Accepts(const TraceEvent&) const {
+    return true;
+}
+
+void TraceEventHandler::OnEvent(const TraceEvent& event) {
+    ++counters.eventsSeen;
+    if (IsLogHeader(event)) {
+        TakePointerSize(event);
+    }
+    if (!Accepts(event)) {
+        return;
+    }
+    ++counters.eventsAccepted;
+    if (event.payload.empty()) {
+        ++counters.eventsWithoutData;
+        return;
+    }
+    ++counters.eventsWithData;
+    if (useSchema) {
+        Decode(event);
+    } else {
+        OnDecodedEvent(event, nullptr);
+    }
+}
+
+void TraceEventHandler::OnFinished() {}
+
+bool TraceEventHandler::IsWatchedProcess(std::uint32_t processId) const {
+    return processIds.empty() || processIds.contains(processId);
+}
+
+void TraceEventHandler::AddWatchedProcess(std::uint32_t processId) {
+    processIds.insert(processId);
+}
+
+const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {
+    std::wstring key = SchemaKey(event);
+    if (const auto found = schemas.find(key); found != schemas.end()) {
+        return &found->second;
+    }
+    if (!wmi) {
+        wmi = OpenEventClasses();
+    }
+    EventSchema schema{{}, pointerSize};
+    switch (wmi->Load(GuidText(event.guid), event.version, event.type, schema)) {
+    case SchemaLookup::loaded:
+        break;
+    case SchemaLookup::unreadable:
+        ++counters.schemaFailures; // cached all the same: the class isn't tried again
+        schema.properties.clear();
+        break;
+    case SchemaLookup::noClass:
+        key.clear(); // the empty schema; the event's own kind gets no entry, so it is searched anew
+        schema.properties.clear();
+        break;
+    }
+    return &schemas.insert_or_assign(std::move(key), std::move(schema)).first->second;
+}
+
+void TraceEventHandler::TakePointerSize(const TraceEvent& header) {
+    if (const Payload payload(header.payload); payload.Holds(POINTER_SIZE_OFFSET, sizeof(pointerSize))) {
+        pointerSize = payload.Number<std::uint32_t>(POINTER_SIZE_OFFSET);
+    }
+}
+
+void TraceEventHandler::Decode(const TraceEvent& event) {
+    EventValues values(*SchemaFor(event));
+    if (DecodeValues(values, event.payload)) {
+        OnDecodedEvent(event, &values);
+    } else {
+        ++counters.decodeFailures;
+        --counters.eventsWithData;
+    }
+}
+
+} // namespace keyreap
