@@ -17,4 +17,11 @@ bool ReserveTempName(const std::wstring& prefix, std::wstring& name);
 // own (tmp). Failures are not reported: the path is given whether or not the file could be made.
 WidePath CreateTempFileWithExtension(const std::wstring& prefix, const std::wstring& extension);
 
+// The part of it behind the system's name, which is `created` in `directory`, and whose file is gone: makes
+// an empty file under that name with the extension, or, if that is taken, under the name with the next
+// number. If that is taken too, the path given lies beneath a directory that does not exist, and no file is
+// made.
+WidePath CreateFileWithExtension(const std::wstring& created, const WidePath& directory,
+                                 const std::wstring& prefix, const std::wstring& extension);
+
 } // namespace keyreap

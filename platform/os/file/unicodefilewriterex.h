@@ -5,15 +5,52 @@
 #include <string_view>
 
 #include "platform/os/file/textencoding.h"
+#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 
 struct TextFileSettings {
-    static constexpr std::int32_t noCodePage = -1;
+    static constexpr std::uint32_t noCodePage = 0xFFFFFFFF;
 
     TextEncoding encoding = TextEncoding::utf16LittleEndianWithMark;
-    std::int32_t codePage = noCodePage; // if set, text is converted to it and `encoding` is not used
-    bool append = false;                // open at the end of an existing file
+    std::uint32_t codePage = noCodePage; // if set, text is converted to it and `encoding` is not used
+    bool append = false;                 // open at the end of an existing file
+};
+
+enum class TextFileWriteResult {
+    written = 0,
+    noOpenFile = 1,
+    notUsed = 2,
+    noBytes = 3, // the conversion gave none
+    writeFailed = 4,
+};
+
+// Writes text to a file, each Write at once and in one piece. Others may read the file meanwhile.
+class UnicodeFileWriterEx {
+public:
+    // Opens the file, cut to nothing unless `append` is set. A file that can't be opened shows at the first
+    // Write. `path` is in the form for the file API.
+    explicit UnicodeFileWriterEx(std::wstring path, TextFileSettings settings = {});
+
+    // Writes the text as it is; the first text in an empty file brings the byte order mark. Raises Exception
+    // with a message that names the file if there is no open file or the system wrote less than asked, and
+    // with another if the text has no bytes in the encoding. What was written by then stays.
+    void Write(std::wstring_view text);
+
+    // The same with the outcome as a value.
+    TextFileWriteResult WriteText(std::wstring_view text);
+
+private:
+    void OpenFile();
+    bool HasCodePage() const;
+    bool WritesTextMemory() const;
+    std::size_t MarkLength() const;
+    std::string Encode(std::wstring_view text) const;
+    TextFileWriteResult WriteBytes(std::string_view bytes);
+
+    std::wstring path;
+    TextFileSettings settings;
+    OwnedFile file;
 };
 
 } // namespace keyreap
