@@ -1,5 +1,6 @@
 #include "trace/registrylog.h"
 
+#include "tests/support/allocationcount.h"
 #include "tests/support/letterfoldingnamerules.h"
 
 #include <gmock/gmock.h>
@@ -295,6 +296,19 @@ TEST(RegistryLogNames, AreComparedOnlyWhereTheWholeHashIsEqual) {
     log.FindNode(localMachineRoot, L"KEY7", true);
     EXPECT_EQ(1, rules.comparisons);
     EXPECT_EQ(1000u, log.FindNode(localMachineRoot, L"", false)->subkeys.Size());
+}
+
+TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
+    const std::wstring path = L"Software\\Classes\\CLSID\\{00000000-0000-0000-0000-000000000000}";
+    const std::wstring otherCase = L"SOFTWARE\\CLASSES\\clsid\\{00000000-0000-0000-0000-000000000000}";
+    const std::wstring valueName = L"A value name beyond any small buffer";
+    RegistryLogNode* const node = log.FindNode(classesRoot, path, true);
+    log.GetOrAddValue(*node, valueName);
+    const std::size_t before = AllocationCount();
+    EXPECT_EQ(node, log.FindNode(classesRoot, path, true));
+    EXPECT_EQ(node, log.FindNode(classesRoot, otherCase, true));
+    log.GetOrAddValue(*node, valueName);
+    EXPECT_EQ(before, AllocationCount());
 }
 
 // Walking.

@@ -1,0 +1,300 @@
+#include "trace/registryeventhandler.h"
+
+#include "tests/support/allocationcount.h"
+#include "tests/support/tracebuilder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace keyreap {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr std::uint32_t ours = 4711;
+constexpr std::uint32_t server = 4712;
+constexpr std::uint32_t stranger = 99;
+constexpr std::uint64_t handle = 0xFFFFF8A000123450;
+constexpr wchar_t acmeKernelPath[] = L"\\REGISTRY\\MACHINE\\SOFTWARE\\Acme";
+
+class RegistryEventHandlerTest : public testing::Test {
+protected:
+    RegistryEventHandlerTest() { handler.AddWatchedProcess(ours); }
+
+    const std::vector<RegistryOperation>& Play(const TraceBuilder& trace) {
+        trace.Play(handler);
+        return handler.operations;
+    }
+
+    // The only operation of a trace.
+    RegistryOperation PlayOne(const TraceBuilder& trace) {
+        Play(trace);
+        EXPECT_THAT(handler.operations, SizeIs(1));
+        return handler.operations.empty() ? RegistryOperation{} : handler.operations.front();
+    }
+
+    RegistryEventHandler handler{true};
+};
+
+TraceBuilder OurTrace() {
+    TraceBuilder trace;
+    trace.ByProcess(ours);
+    return trace;
+}
+
+TraceEvent EventOf(const Guid& guid, std::uint8_t type) {
+    TraceEvent event;
+    event.guid = guid;
+    event.type = type;
+    return event;
+}
+
+TEST_F(RegistryEventHandlerTest, AcceptsRegistryEventsAndTheLogHeaderAndNothingElse) {
+    EXPECT_TRUE(handler.Accepts(EventOf(RegistryGuid, 10)));
+    EXPECT_TRUE(handler.Accepts(EventOf(RegistryGuid, 200)));
+    EXPECT_TRUE(handler.Accepts(EventOf(EventTraceGuid, 0)));
+    EXPECT_FALSE(handler.Accepts(EventOf(EventTraceGuid, 10)));
+    EXPECT_FALSE(handler.Accepts(EventOf(ThreadGuid, 10)));
+}
+
+// Whose events, and which.
+
+TEST_F(RegistryEventHandlerTest, OnlyWatchedProcessesCount) {
+    handler.AddWatchedProcess(server);
+    TraceBuilder trace;
+    trace.ByProcess(stranger).CreateKey(0, acmeKernelPath);
+    trace.ByProcess(0).CreateKey(0, acmeKernelPath);
+    trace.ByProcess(server).CreateKey(0, acmeKernelPath);
+    trace.ByProcess(ours).CreateKey(0, acmeKernelPath);
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    EXPECT_EQ(server, handler.operations[0].processId);
+    EXPECT_EQ(ours, handler.operations[1].processId);
+}
+
+TEST_F(RegistryEventHandlerTest, WithNoProcessWatchedEveryOneCounts) {
+    RegistryEventHandler unfiltered(true);
+    TraceBuilder().ByProcess(stranger).CreateKey(0, acmeKernelPath).Play(unfiltered);
+    EXPECT_THAT(unfiltered.operations, SizeIs(1));
+}
+
+TEST_F(RegistryEventHandlerTest, TypesBelow10AndAbove29AreIgnored) {
+    TraceBuilder trace = OurTrace();
+    for (const int type : {0, 1, 9, 30, 31, 255}) {
+        trace.Registry(static_cast<std::uint8_t>(type), {.name = acmeKernelPath});
+    }
+    EXPECT_THAT(Play(trace), IsEmpty());
+}
+
+TEST_F(RegistryEventHandlerTest, EveryTypeFrom10To29ButTheNamesOfHandlesIsAnOperation) {
+    TraceBuilder trace = OurTrace();
+    for (std::uint8_t type = 10; type <= 29; ++type) {
+        trace.Registry(type, {.keyHandle = 0, .name = acmeKernelPath});
+    }
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(16));
+    EXPECT_EQ(10u, handler.operations.front().type);
+    EXPECT_EQ(21u, handler.operations[11].type);
+    EXPECT_EQ(26u, handler.operations[12].type);
+    EXPECT_EQ(29u, handler.operations.back().type);
+}
+
+TEST_F(RegistryEventHandlerTest, TheNameIsAValuesForTypes14To16AndAKeysForAllOthers) {
+    TraceBuilder trace = OurTrace();
+    for (std::uint8_t type = 10; type <= 29; ++type) {
+        trace.Registry(type, {.name = L"Name"});
+    }
+    for (const RegistryOperation& operation : Play(trace)) {
+        const bool concernsValue = operation.type >= 14 && operation.type <= 16;
+        EXPECT_EQ(concernsValue ? L"Name" : L"", operation.valueName) << operation.type;
+        EXPECT_EQ(concernsValue ? L"" : L"Name", operation.keyPath) << operation.type;
+    }
+}
+
+TEST_F(RegistryEventHandlerTest, AnOperationKeepsWhatItsEventSays) {
+    TraceBuilder trace = OurTrace();
+    trace.Registry(registryevent::openKey, {.keyHandle = handle,
+                                            .name = L"Relative",
+                                            .status = 0xC0000022,
+                                            .index = 5,
+                                            .initialTime = 123456789012});
+    const RegistryOperation operation = PlayOne(trace);
+    EXPECT_EQ(registryevent::openKey, operation.type);
+    EXPECT_EQ(0xC0000022u, operation.status);
+    EXPECT_EQ(5u, operation.index);
+    EXPECT_EQ(123456789012, operation.initialTime);
+    EXPECT_EQ(ours, operation.processId);
+    EXPECT_EQ(handle, operation.keyHandle);
+}
+
+TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties) {
+    EventSchema schema;
+    schema.properties.resize(2);
+    schema.properties[0].name = L"keyname";
+    schema.properties[1].name = L"Status";
+    EventValues values(schema);
+    values.values = {{{ValueType::bstr, 0, acmeKernelPath}}, {{ValueType::ui4, 7, L""}}};
+    TraceEvent event = EventOf(RegistryGuid, registryevent::createKey);
+    event.processId = ours;
+    handler.OnDecodedEvent(event, &values);
+    ASSERT_THAT(handler.operations, SizeIs(1));
+    EXPECT_EQ(L"SOFTWARE\\Acme", handler.operations[0].keyPath);
+    EXPECT_EQ(7u, handler.operations[0].status);
+    EXPECT_EQ(0xFFFFFFFFu, handler.operations[0].index);
+}
+
+// Names.
+
+TEST_F(RegistryEventHandlerTest, ACompleteNameIsNormalisedAtOnce) {
+    const RegistryOperation operation = PlayOne(OurTrace().CreateKey(0, acmeKernelPath));
+    EXPECT_EQ(localMachineRoot, operation.root);
+    EXPECT_EQ(L"SOFTWARE\\Acme", operation.keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, ARelativeNameGoesBehindTheNameOfItsHandle) {
+    const RegistryOperation operation =
+        PlayOne(OurTrace().KeyHandleNamed(handle, acmeKernelPath).CreateKey(handle, L"Sub\\Key"));
+    EXPECT_EQ(localMachineRoot, operation.root);
+    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub\\Key", operation.keyPath);
+    EXPECT_EQ(0u, operation.keyHandle);
+}
+
+TEST_F(RegistryEventHandlerTest, AValuesKeyIsItsHandlesNameWithATrailingBackslash) {
+    const RegistryOperation operation =
+        PlayOne(OurTrace().KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"Version"));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", operation.keyPath);
+    EXPECT_EQ(L"Version", operation.valueName);
+}
+
+TEST_F(RegistryEventHandlerTest, NamesOfHandlesAreTakenFromAnyProcess) {
+    TraceBuilder trace;
+    trace.ByProcess(stranger).KeyHandleNamed(handle, acmeKernelPath);
+    trace.ByProcess(stranger).SetValue(handle, L"Dropped");
+    trace.ByProcess(0).KeyHandleNamed(handle + 1, L"\\REGISTRY\\MACHINE\\SYSTEM");
+    trace.ByProcess(ours).SetValue(handle, L"A").SetValue(handle + 1, L"B");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
+    EXPECT_EQ(L"SYSTEM\\", handler.operations[1].keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
+    for (std::uint8_t type = 22; type <= 25; ++type) {
+        RegistryEventHandler fresh(true);
+        TraceBuilder trace = OurTrace();
+        trace.Registry(type, {.keyHandle = handle, .name = acmeKernelPath}).SetValue(handle, L"V");
+        trace.Play(fresh);
+        ASSERT_THAT(fresh.operations, SizeIs(1)) << int{type};
+        EXPECT_EQ(L"SOFTWARE\\Acme\\", fresh.operations[0].keyPath) << int{type};
+    }
+}
+
+TEST_F(RegistryEventHandlerTest, TheEndOfAHandleDoesNotForgetItsName) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).KeyHandleDropped(handle, acmeKernelPath);
+    trace.SetValue(handle, L"V");
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", PlayOne(trace).keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleWinsAndEarlierRecordsKeepTheirs) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V");
+    trace.KeyHandleNamed(handle, L"\\REGISTRY\\MACHINE\\SYSTEM").SetValue(handle, L"V");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
+    EXPECT_EQ(L"SYSTEM\\", handler.operations[1].keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, AnEmptyNameOfAHandleReplacesTheOneBefore) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).KeyHandleNamed(handle, L"").SetValue(handle, L"V");
+    const RegistryOperation operation = PlayOne(trace);
+    EXPECT_EQ(L"", operation.keyPath);
+    EXPECT_EQ(handle, operation.keyHandle);
+}
+
+TEST_F(RegistryEventHandlerTest, AnUnknownHandleLeavesItsRecordUnresolved) {
+    const RegistryOperation operation = PlayOne(OurTrace().CreateKey(handle, L"Relative"));
+    EXPECT_EQ(noRoot, operation.root);
+    EXPECT_EQ(L"Relative", operation.keyPath);
+    EXPECT_EQ(handle, operation.keyHandle);
+}
+
+TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
+    TraceBuilder trace = OurTrace();
+    trace.OpenBefore(handle, acmeKernelPath).SetValue(handle, L"V").CreateKey(handle, L"Sub");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    EXPECT_EQ(localMachineRoot, handler.operations[0].root);
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
+    EXPECT_EQ(0u, handler.operations[0].keyHandle);
+    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub", handler.operations[1].keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, TheEndOfTheLogForgetsAllNames) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).Play(handler);
+    OurTrace().SetValue(handle, L"V").Play(handler);
+    ASSERT_THAT(handler.operations, SizeIs(1));
+    EXPECT_EQ(L"", handler.operations[0].keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, AHandleIsNamedAheadOfACompleteNameToo) {
+    // The handle counts whatever the name looks like.
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).OpenKey(handle, L"\\REGISTRY\\USER\\.DEFAULT");
+    EXPECT_EQ(L"SOFTWARE\\Acme\\\\REGISTRY\\USER\\.DEFAULT", PlayOne(trace).keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, AHandlesNameThatIsNoKernelPathIsAppliedAllTheSame) {
+    const RegistryOperation operation =
+        PlayOne(OurTrace().KeyHandleNamed(handle, L"Odd").CreateKey(handle, L"Sub"));
+    EXPECT_EQ(noRoot, operation.root);
+    EXPECT_EQ(L"Odd\\Sub", operation.keyPath);
+    EXPECT_EQ(0u, operation.keyHandle);
+}
+
+TEST_F(RegistryEventHandlerTest, WithoutClassesAsRootClassesStayWhereTheyAre) {
+    RegistryEventHandler plain(false);
+    TraceBuilder()
+        .CreateKey(0, L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\.acme")
+        .CreateKey(0, L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\.acme")
+        .Play(plain);
+    ASSERT_THAT(plain.operations, SizeIs(2));
+    EXPECT_EQ(localMachineRoot, plain.operations[0].root);
+    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.operations[0].keyPath);
+    EXPECT_EQ(currentUserRoot, plain.operations[1].root);
+    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.operations[1].keyPath);
+}
+
+TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedValue) {
+    TraceBuilder trace(4);
+    trace.ByProcess(ours).KeyHandleNamed(0x8A123450, acmeKernelPath).SetValue(0x8A123450, L"V");
+    trace.SetValue(0x8A123454, L"W");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
+    EXPECT_EQ(0xFFFFFFFF8A123454u, handler.operations[1].keyHandle);
+}
+
+// Cost.
+
+TEST_F(RegistryEventHandlerTest, AnEventThatDoesNotCountAllocatesNothing) {
+    TraceBuilder trace;
+    trace.ByProcess(stranger).SetValue(handle, L"A value name beyond any small buffer");
+    trace.ByProcess(ours).Add(ThreadGuid, 10, RegistryPayload({.name = acmeKernelPath}, 2, 8));
+    trace.Registry(9, {.name = acmeKernelPath});
+    const std::vector<TraceBuilder::Event> events = trace.Events();
+    const std::size_t before = AllocationCount();
+    for (const TraceBuilder::Event& event : events) {
+        handler.OnEvent(event.View());
+    }
+    EXPECT_EQ(before, AllocationCount());
+}
+
+} // namespace
+} // namespace keyreap
