@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace keyreap {
+
+// The bytes of an image file, none of which can be trusted. Tells what lies inside the file before anybody,
+// the system's image helpers included, follows a pointer there. It judges nothing else: whatever lies inside
+// may be read, right or wrong. Layouts and magic numbers are those of the published PE format (winnt.h).
+class CheckedView {
+public:
+    CheckedView() = default;
+    explicit CheckedView(std::span<const std::byte> fileBytes) : bytes(fileBytes) {}
+
+    // The start of the file, or null.
+    const std::byte* Start() const { return bytes.data(); }
+
+    // True if `size` bytes from a place lie inside the file; the place may be anywhere.
+    bool Holds(const std::byte* place, std::uint64_t size) const;
+
+    // A little-endian integer at a place, at any alignment; none if it doesn't lie inside the file.
+    template <typename Integer>
+    std::optional<Integer> Read(const std::byte* place) const;
+
+    // The zero-terminated text at a place; none if its end doesn't lie inside the file.
+    std::optional<std::string_view> TextAt(const std::byte* place) const;
+
+    // True if the zero-terminated text at a place is the given one. Looks no further than the two agree.
+    bool HoldsText(const std::byte* place, std::string_view text) const;
+
+    // True if the file begins with the letters MZ.
+    bool HasDosMagic() const;
+
+    // True if the signature and the file header lie where the DOS header says, inside the file.
+    bool HasNtHeaders() const;
+
+    // True if the section table lies inside the file too.
+    bool HasSectionTable() const;
+
+    // True if besides all that the optional header does, as far as the entry `index` of its data directories.
+    bool HasDirectoryEntry(std::uint32_t index) const;
+
+private:
+    bool HoldsOffset(std::uint64_t offset, std::uint64_t size) const;
+    std::uint64_t NtHeadersOffset() const;
+    template <typename Integer>
+    Integer At(std::uint64_t offset) const;
+
+    std::span<const std::byte> bytes;
+};
+
+template <typename Integer>
+std::optional<Integer> CheckedView::Read(const std::byte* place) const {
+    if (!Holds(place, sizeof(Integer))) {
+        return std::nullopt;
+    }
+    Integer value;
+    std::memcpy(&value, place, sizeof(value));
+    return value;
+}
+
+} // namespace keyreap

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+#include "pe/peimage.h"
+
+namespace keyreap {
+
+// True if the image exports the name, case included. An export by ordinal alone has no name.
+bool HasExportNamed(PeImage& image, std::string_view name);
+
+} // namespace keyreap
