@@ -6,6 +6,7 @@
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionkind.h"
 #include "platform/core/failurepresentation.h"
+#include "platform/core/filterstack.h"
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
 #include "platform/core/stacktrace.h"
@@ -48,6 +49,7 @@ LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
 }
 
 void InstallUnhandledExceptionFilter() {
+    KeepStackForFilter();
     static bool installed = false;
     if (!installed) {
         installed = true;

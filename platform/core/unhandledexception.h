@@ -9,8 +9,8 @@ namespace keyreap {
 // program's compiler, but ends the process with that exception's code itself.
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers);
 
-// Makes OnUnhandledException the process-wide filter, and what a C++ exception that nobody catches ends in.
-// Only the first call in the process does anything.
+// For the calling thread, keeps stack for the filter to run on after an overflow. In its first call also
+// makes OnUnhandledException the process-wide filter, and what a C++ exception that nobody catches ends in.
 void InstallUnhandledExceptionFilter();
 
 } // namespace keyreap
