@@ -7,11 +7,12 @@
 export LC_ALL=C.UTF-8
 
 # A stream that the caller closed would otherwise lend its number to the next file that a script opens.
-{ : <&0; } 2>/dev/null || exec 0</dev/null
-{ : >&1; } 2>/dev/null || exec 1>/dev/null
-{ : >&2; } 2>/dev/null || exec 2>/dev/null
+[[ -e /proc/$$/fd/0 ]] || exec 0</dev/null
+[[ -e /proc/$$/fd/1 ]] || exec 1>/dev/null
+[[ -e /proc/$$/fd/2 ]] || exec 2>/dev/null
 
-PATH=${PATH:+$PATH:}/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+STANDARD_PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+PATH=${PATH:+$PATH:}$STANDARD_PATH
 
 ROOT=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
 # shellcheck disable=SC2034 # used by the scripts that source this one
@@ -48,5 +49,5 @@ step() {
 
 # clean_environment COMMAND...: what is built or made must not depend on the caller's variables.
 clean_environment() {
-    env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME="${HOME:-/}" "$@"
+    env -i PATH="$STANDARD_PATH" LC_ALL=C.UTF-8 HOME="${HOME:-/}" "$@"
 }

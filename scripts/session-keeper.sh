@@ -8,6 +8,7 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
 
+cd /
 trap '' INT TERM HUP QUIT
 read -r _ || true
 end_prefix "$1"

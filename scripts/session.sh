@@ -9,6 +9,10 @@
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 
+# The options of env(1) that tell which variables of the caller a session's command gets: all but Wine's.
+INHERITED=()
+for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
+
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
@@ -35,15 +39,39 @@ start_keeper() {
 # renew_prefix CLASSES SHARE: nothing of an earlier run is left. CLASSES is `all` or `none`; SHARE is a folder
 # to be seen as \\server\share, or empty.
 renew_prefix() {
-    rm -rf "$PREFIX"
-    mkdir -p "$PREFIX"
     (
         flock -s 7
-        cp -al "$WINE_BASE/linked/." "$PREFIX"
-        cp -a "$WINE_BASE/copied/." "$PREFIX"
+        renew_drive
+        renew_top
         [[ $1 != none ]] || cp "$WINE_BASE/classless/system.reg" "$PREFIX/system.reg"
     ) 7>"$WINE_BASE_LOCK"
     [[ -z $2 ]] || show_share "$2"
+}
+
+# renew_drive: drive C: is made anew when a run left, changed or took away anything there; few do.
+renew_drive() {
+    local list=$PREFIX.list
+    [[ -f $list ]] && list_drive | cmp -s - "$list" && return
+    rm -rf "$list" "$PREFIX"
+    mkdir -p "$PREFIX/drive_c" "$WINE_HOME/home"
+    cp -al "$WINE_BASE/linked/." "$PREFIX/drive_c"
+    cp -a "$WINE_BASE/copied/." "$PREFIX/drive_c"
+    list_drive >"$list.new"
+    mv "$list.new" "$list"
+}
+
+# list_drive: prints what shows any change to the drive. The status change time tells most, but that of a shared
+# file also changes with every further link to it.
+list_drive() {
+    stat -c %i "$WINE_BASE/version"
+    find "$PREFIX/drive_c" -type f -links 1 -printf '%P %s %m %T@ %C@\n' -o \
+        -type f -printf '%P %s %m %T@ %i\n' -o -printf '%P %y %m %l\n'
+}
+
+# renew_top: the hives and whatever else lies beside drive C.
+renew_top() {
+    find "$PREFIX" -mindepth 1 -maxdepth 1 ! -name drive_c -exec rm -rf {} +
+    cp -a "$WINE_BASE/top/." "$PREFIX"
 }
 
 show_share() {
@@ -54,12 +82,11 @@ show_share() {
 # run_in_session COMMAND...: gives COMMAND's status. It runs in the background so that a signal to this script
 # is answered at once; unlike a shell's usual background command it can be interrupted and reads the input.
 run_in_session() {
-    local environment unset_options name
+    local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
-    unset_options=()
-    for name in ${!WINE@}; do unset_options+=(-u "$name"); done
-    env --default-signal=INT,QUIT "${unset_options[@]}" "${environment[@]}" "$@" <&0 8>&- 9>&- &
-    wait "$!"
+    env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" "$@" <&0 8>&- 9>&- &
+    # Quietly: the shell would tell of a command that a signal ended.
+    { wait "$!"; } 2>/dev/null
 }
 
 # end_session: returns when the keeper has ended all that belongs to the session and given the prefix back.

@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Sees to it that what a run needs is there and up to date. Sourced after common.sh and wine.sh.
+# Sees to it that what a run needs is there and up to date. Sourced after common.sh; brings the
+# other parts with it.
 #
 # A level (wine, run, test) has a stamp that is as old as the beginning of its last complete set-up. It is up to
 # date when nothing that it was made from changed since; the time that counts is the one of any change to a
@@ -7,6 +8,12 @@
 
 # shellcheck source=scripts/packages.sh
 source "$ROOT/scripts/packages.sh"
+# shellcheck source=scripts/wine.sh
+source "$ROOT/scripts/wine.sh"
+# shellcheck source=scripts/session.sh
+source "$ROOT/scripts/session.sh"
+# shellcheck source=scripts/base.sh
+source "$ROOT/scripts/base.sh"
 # shellcheck source=scripts/build.sh
 source "$ROOT/scripts/build.sh"
 

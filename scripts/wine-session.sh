@@ -10,10 +10,6 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-# shellcheck source=scripts/wine.sh
-source "$ROOT/scripts/wine.sh"
-# shellcheck source=scripts/session.sh
-source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 

@@ -1,21 +1,15 @@
 # shellcheck shell=bash
-# Wine as every run finds it: its 32-bit modules and the base that prefixes are made from. Sourced after
+# Wine as every run finds it: its variables, its 32-bit modules, the end of its processes. Sourced after
 # common.sh. All lies under build/wine:
 #   modules/   the 32-bit modules, unpacked from the distribution's package
-#   base/      a fresh prefix after its first start, in two trees: linked/ and copied/ (see make_base)
-#   home/      the home folder of every session
+#   base/      what prefixes are made from (base.sh)
 #   pool/      the prefixes of the sessions (session.sh)
+#   home/      the home folder of every session
 
 WINE_HOME=$BUILD/wine
 WINE_MODULES=$WINE_HOME/modules
-WINE_BASE=$WINE_HOME/base
+WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
-
-# Held shared while a prefix is made from the base and exclusively while the base is replaced.
-WINE_BASE_LOCK=$WINE_HOME/base.lock
-
-# What is big and never written to by a running Wine.
-WINE_MODULE_KINDS='dll|exe|ocx|ax|acm|cpl|drv|ds|sys|vxd|com|tlb|nls|msstyles'
 
 wine_version() {
     dpkg-query -W -f '${Version}' wine64
@@ -25,7 +19,7 @@ wine_version() {
 wine_environment() {
     cat <<END
 WINEPREFIX=$1
-WINEDLLPATH=$WINE_MODULES/usr/lib/i386-linux-gnu/wine
+WINEDLLPATH=$WINE_MODULES/$WINE_MODULES_FOLDER
 WINEDEBUG=-all
 WINEDLLOVERRIDES=winemenubuilder.exe=d
 LC_ALL=C.UTF-8
@@ -37,7 +31,8 @@ END
 }
 
 # make_modules: the distribution's 32-bit package of exactly the installed version, with a package list of its
-# own, so that the machine's architectures stay as they are.
+# own, so that the machine's architectures stay as they are. No 32-bit library is needed: a 32-bit module finds
+# the part of Wine that it calls on this side in the folder x86_64-unix beside its own, which is the installed one.
 make_modules() {
     local new=$WINE_HOME/modules.new version options
     version=$(wine_version)
@@ -49,78 +44,16 @@ make_modules() {
     # The list of security updates may be out of step; the main one is enough.
     apt-get -q "${options[@]}" update || true
     apt-get -q "${options[@]}" download "libwine:i386=$version"
-    dpkg-deb -x libwine_*_i386.deb "$new/tree"
-    printf '%s\n' "$version" >"$new/tree/version"
+    dpkg-deb -x libwine_*_i386.deb tree
+    ln -s /usr/lib/x86_64-linux-gnu/wine/x86_64-unix "tree/$WINE_MODULES_FOLDER/x86_64-unix"
+    printf '%s\n' "$version" >tree/version
     rm -rf "$WINE_MODULES"
-    mv -T "$new/tree" "$WINE_MODULES"
+    mv -T tree "$WINE_MODULES"
     rm -rf "$new"
 }
 
 modules_ready() {
     [[ -f $WINE_MODULES/version && $(<"$WINE_MODULES/version") == "$(wine_version)" ]]
-}
-
-# make_base: starts a fresh prefix for the first time and splits it in two. The files of linked/ are shared
-# by all prefixes as hard links; those of copied/ (the hives, settings, the users' folders) are a prefix's own.
-make_base() {
-    local new=$WINE_HOME/base.new
-    end_prefix "$new/prefix"
-    rm -rf "$new"
-    mkdir -p "$new/prefix" "$new/classless" "$WINE_HOME/home"
-    first_start "$new/prefix"
-    rm -f "$new/prefix/wineserver"
-    split_prefix "$new/prefix" "$new/linked" "$new/copied"
-    drop_classes <"$new/copied/system.reg" >"$new/classless/system.reg"
-    printf '%s\n' "$(wine_version)" >"$new/version"
-    publish_base "$new"
-}
-
-# first_start PREFIX: creates it, runs a program of each bitness in it, and lets the server write the hives.
-first_start() {
-    local environment
-    mapfile -t environment < <(wine_environment "$1")
-    # An inherited lock would be held by Wine's services for as long as they live.
-    exec 9>&-
-    in_wine() { clean_environment "${environment[@]}" "$@"; }
-    in_wine timeout -k 10 300 wineboot --init
-    in_wine timeout -k 10 120 wine 'C:\windows\system32\cmd.exe' /c exit
-    in_wine timeout -k 10 120 wine 'C:\windows\syswow64\cmd.exe' /c exit
-    in_wine wineserver -k
-    in_wine timeout 60 wineserver -w
-    [[ -f $1/system.reg && -f $1/user.reg && -f $1/userdef.reg && -d $1/drive_c/windows/syswow64 ]]
-}
-
-# split_prefix PREFIX LINKED COPIED
-split_prefix() {
-    cp -al "$1" "$2"
-    mv -T "$1" "$3"
-    find "$2" -regextype posix-extended -type f ! -iregex ".*\.($WINE_MODULE_KINDS)" -delete
-    find "$2" -type l -delete
-    find "$3" -regextype posix-extended -type f -iregex ".*\.($WINE_MODULE_KINDS)" -delete
-}
-
-# drop_classes: a system hive without the sections of Software\Classes and what lies below it.
-drop_classes() {
-    awk 'BEGIN { keep = 1 } /^\[/ { keep = tolower($0) !~ /^\[software\\\\classes(\\\\|\])/ } keep'
-}
-
-publish_base() {
-    (
-        flock 8
-        rm -rf "$WINE_BASE.old"
-        [[ ! -d $WINE_BASE ]] || mv -T "$WINE_BASE" "$WINE_BASE.old"
-        mv -T "$1" "$WINE_BASE"
-        rm -rf "$WINE_BASE.old"
-    ) 8>"$WINE_BASE_LOCK"
-}
-
-# base_ready: it is of this Wine, and no run wrote into a module that all prefixes share.
-base_ready() {
-    [[ -f $WINE_BASE/version && $(<"$WINE_BASE/version") == "$(wine_version)" ]] && base_untouched
-}
-
-base_untouched() {
-    [[ -z $(find "$WINE_BASE/linked" -type f -newer "$WINE_BASE/version" -print -quit) ]]
 }
 
 # end_prefix PREFIX: ends every process that belongs to the prefix, and takes away what its server leaves in
@@ -135,6 +68,7 @@ end_prefix() {
     done
     [[ -f $1/wineserver ]] || return 0
     name=$(<"$1/wineserver")
+    rm -f "$1/wineserver"
     [[ $name != wine-?????? ]] || rm -rf "/tmp/$name"
 }
 
