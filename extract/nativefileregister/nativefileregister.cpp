@@ -2,10 +2,14 @@
 
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionhandling.h"
+#include "platform/core/exceptiontranslation.h"
+#include "platform/core/unhandledexception.h"
 #include "platform/os/file/temporaryfiles.h"
 #include "regfile/regfilewriter.h"
 #include "regfile/regtext.h"
 #include "registry/harvest.h"
+#include "trace/eventtracing.h"
+#include "trace/tracereplay.h"
 
 #include <objbase.h>
 
@@ -118,6 +122,8 @@ bool NativeFileRegister::RunWorker() {
 
 DWORD WINAPI NativeFileRegister::RegisterThreadEntry(void* block) {
     const StartBlock start = *std::unique_ptr<StartBlock>(static_cast<StartBlock*>(block));
+    InstallStructuredExceptionTranslator();
+    InstallUnhandledExceptionFilter();
     (start.session->*start.function)();
     return 0;
 }
@@ -128,7 +134,12 @@ void NativeFileRegister::RegisterOnThread() {
 }
 
 void NativeFileRegister::MakeResult() {
-    HarvestHives();
+    pathPairs = FormPathPairs(filePath, originalFilePath, typeLibTemps.files);
+    if (ChooseResultSource(captureMode, traceFailed) == ResultSource::replay) {
+        ReplayTrace();
+    } else {
+        HarvestHives();
+    }
 }
 
 HiveKeys NativeFileRegister::Hives() const {
@@ -151,9 +162,18 @@ void NativeFileRegister::RestoreHives() {
     redirected = false;
 }
 
+bool NativeFileRegister::ReplayTrace() {
+    return keyreap::ReplayTrace(HostEventTracing(),
+                                {.traceFilePath = traceFilePath.ExtendedLengthForm(),
+                                 .regFilePath = regFilePath.ExtendedLengthForm(),
+                                 .temporaryPrefix = std::wstring(productPath) + temporaryName,
+                                 .rootsRedirected = captureMode != CaptureMode::trace,
+                                 .serverProcessId = serverProcessId,
+                                 .pathPairs = pathPairs});
+}
+
 bool NativeFileRegister::HarvestHives() {
     RegFileWriter writer(regFilePath.ExtendedLengthForm());
-    pathPairs = FormPathPairs(filePath, originalFilePath, typeLibTemps.files);
     for (const PathPair& pair : pathPairs) {
         writer.AddReplacement(EscapeRegText(pair.temporaryPath), EscapeRegText(pair.finalPath));
     }

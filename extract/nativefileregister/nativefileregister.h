@@ -54,6 +54,7 @@ private:
 
     bool RunWorker();
     void MakeResult();
+    bool ReplayTrace();
     bool HarvestHives();
 
     WidePath filePath;         // what is registered: the input, or its local copy

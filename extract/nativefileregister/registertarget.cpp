@@ -5,6 +5,7 @@
 #include "pe/exportsearch.h"
 #include "pe/peimage.h"
 #include "platform/os/entrypoint.h"
+#include "trace/registrytrace.h"
 
 #include <oleauto.h>
 
@@ -41,16 +42,19 @@ struct NativeFileRegister::Target {
 void NativeFileRegister::RegisterTarget() {
     // Classified before anything is armed, so that none of it is captured.
     const Target target = ClassifyTarget();
+    succeeded = false;
+    RegistryTrace registryTrace(traceFilePath.ExtendedLengthForm(), KERNEL_LOGGER_SESSION);
     OwnedModule module;
 
-    succeeded = false;
     RedirectHives();
     if (captureMode != CaptureMode::keyRedir) {
-        traceFailed = true;
+        traceFailed = registryTrace.Start() != ERROR_SUCCESS;
     }
 
     RunTarget(target, module);
 
+    // The overrides are in place for as long as events are recorded.
+    registryTrace.Stop();
     RestoreHives();
     // Only now: what the target does on unloading is no part of the capture.
     module.Reset();
