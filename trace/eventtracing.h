@@ -1,0 +1,54 @@
+#pragma once
+
+#include <windows.h>
+
+#include <evntrace.h>
+
+namespace keyreap {
+
+// The system's event tracing: the five entry points of evntrace.h that the program uses, with their
+// arguments and statuses as published there. A seam: another logger, or a scripted one in tests, can stand
+// behind it.
+class EventTracing {
+public:
+    virtual ~EventTracing() = default;
+
+    virtual ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName,
+                        EVENT_TRACE_PROPERTIES& properties) = 0;
+    virtual ULONG Control(TRACEHANDLE session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
+                          ULONG controlCode) = 0;
+
+    // Opens a log for Process; INVALID_PROCESSTRACE_HANDLE if that fails.
+    virtual TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) = 0;
+    // Runs a whole log through the callbacks given to Open, on the calling thread.
+    virtual ULONG Process(TRACEHANDLE log) = 0;
+    virtual ULONG Close(TRACEHANDLE handle) = 0;
+};
+
+// advapi32's own.
+class SystemEventTracing : public EventTracing {
+public:
+    ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
+    ULONG Control(TRACEHANDLE session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
+                  ULONG controlCode) override;
+    TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override;
+    ULONG Process(TRACEHANDLE log) override;
+    ULONG Close(TRACEHANDLE handle) override;
+};
+
+// No tracing at all: nothing starts, with ERROR_NOT_SUPPORTED, and no log opens.
+class NoEventTracing : public EventTracing {
+public:
+    ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
+    ULONG Control(TRACEHANDLE session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
+                  ULONG controlCode) override;
+    TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override;
+    ULONG Process(TRACEHANDLE log) override;
+    ULONG Close(TRACEHANDLE handle) override;
+};
+
+// What this host offers: the system's on Windows. Wine's entry points report success and record nothing, so
+// there it is NoEventTracing, and a session falls back to the other way of capturing.
+EventTracing& HostEventTracing();
+
+} // namespace keyreap

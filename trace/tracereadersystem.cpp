@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "platform/core/platformguid.h"
+#include "trace/eventtracing.h"
+#include "trace/tracereader.h"
+
+namespace keyreap {
+
+namespace {
+
+// The consumer's callbacks get no context, so each slot has callbacks of its own that know their reader.
+std::array<TraceReader*, 2> readers{};
+
+TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
+    TraceEvent converted;
+    converted.guid = FromPlatformGuid(event.Header.Guid);
+    converted.type = event.Header.Class.Type;
+    converted.version = event.Header.Class.Version;
+    converted.processId = event.Header.ProcessId;
+    converted.threadId = event.Header.ThreadId;
+    converted.timeStamp = event.Header.TimeStamp.QuadPart;
+    if (event.MofData) {
+        converted.payload = {static_cast<const std::byte*>(event.MofData), event.MofLength};
+    }
+    return converted;
+}
+
+template <std::size_t SLOT>
+void WINAPI HandEvent(EVENT_TRACE* event) {
+    readers[SLOT]->OnEvent(ToTraceEvent(*event));
+}
+
+template <std::size_t SLOT>
+ULONG WINAPI HandBuffer(EVENT_TRACE_LOGFILEW*) {
+    return readers[SLOT]->OnBuffer() ? TRUE : FALSE;
+}
+
+struct Callbacks {
+    PEVENT_CALLBACK onEvent;
+    PEVENT_TRACE_BUFFER_CALLBACKW onBuffer;
+};
+
+constexpr std::array<Callbacks, 2> CALLBACKS{{
+    {HandEvent<0>, HandBuffer<0>},
+    {HandEvent<1>, HandBuffer<1>},
+}};
+
+// Takes the first free slot for a reader, if there is one, and frees it at the end.
+class ReaderSlot {
+public:
+    explicit ReaderSlot(TraceReader& reader) : slot(std::ranges::find(readers, nullptr)) {
+        if (Valid()) {
+            *slot = &reader;
+        }
+    }
+    ~ReaderSlot() {
+        if (Valid()) {
+            *slot = nullptr;
+        }
+    }
+    ReaderSlot(const ReaderSlot&) = delete;
+    ReaderSlot& operator=(const ReaderSlot&) = delete;
+
+    bool Valid() const { return slot != readers.end(); }
+    const Callbacks& Functions() const { return CALLBACKS[static_cast<std::size_t>(slot - readers.begin())]; }
+
+private:
+    std::array<TraceReader*, 2>::iterator slot;
+};
+
+// A log opened for reading. The destructor closes whatever the handle is by then: a 0 that Close left, or the
+// value of a failed open.
+class OpenLog {
+public:
+    OpenLog(EventTracing& eventTracing, EVENT_TRACE_LOGFILEW& logFile)
+        : tracing(eventTracing), handle(eventTracing.Open(logFile)) {}
+    ~OpenLog() { tracing.Close(handle); }
+    OpenLog(const OpenLog&) = delete;
+    OpenLog& operator=(const OpenLog&) = delete;
+
+    // All bits set is a failure; in a 32-bit process, all those of a pointer, since systems differ there.
+    bool Valid() const { return static_cast<ULONG_PTR>(handle) != ~ULONG_PTR{0}; }
+    ULONG Process() { return tracing.Process(handle); }
+    void Close() { tracing.Close(std::exchange(handle, 0)); }
+
+private:
+    EventTracing& tracing;
+    TRACEHANDLE handle;
+};
+
+} // namespace
+
+bool TraceReader::Read(const std::wstring& logFilePath) {
+    const ReaderSlot slot(*this);
+    if (!slot.Valid()) {
+        return false;
+    }
+    std::wstring path = logFilePath; // the structure takes no constant text
+    EVENT_TRACE_LOGFILEW logFile{};
+    logFile.LogFileName = path.data();
+    logFile.EventCallback = slot.Functions().onEvent;
+    logFile.BufferCallback = slot.Functions().onBuffer;
+    for (TraceEventHandler* const handler : handlers) {
+        handler->Attach(threadMap);
+    }
+    OpenLog log(tracing, logFile);
+    if (!log.Valid()) {
+        return false;
+    }
+    const ULONG status = log.Process();
+    log.Close();
+    for (TraceEventHandler* const handler : handlers) {
+        handler->OnFinished();
+    }
+    return status == ERROR_SUCCESS;
+}
+
+} // namespace keyreap

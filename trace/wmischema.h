@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <comdef.h>
+#include <wbemcli.h>
+
+#include <optional>
+
+#include "trace/eventschema.h"
+
+namespace keyreap {
+
+// Reads one qualifier; what it was is gone. The status is that of IWbemQualifierSet::Get.
+HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _variant_t& value);
+
+// A variant as a number, if it can be changed to one.
+std::optional<std::int32_t> NumberOf(const VARIANT& value);
+
+// Fills the schema's properties from an event class, each at the place that its "WmiDataId" (from 1 on) gives
+// it. If anything can't be read, or lies outside the list, the list is empty and the result false.
+bool LoadSchema(EventSchema& schema, IWbemClassObject& eventClass);
+
+} // namespace keyreap
