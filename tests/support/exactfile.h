@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include "pe/checkedview.h"
+
+namespace keyreap::testsupport {
+
+// A file's bytes in a block of exactly their size, so that a sanitizer sees the first byte too far.
+class ExactFile {
+public:
+    explicit ExactFile(std::string_view bytes);
+
+    CheckedView View() const { return CheckedView(std::span(block.get(), size)); }
+
+private:
+    std::size_t size;
+    std::unique_ptr<std::byte[]> block;
+};
+
+} // namespace keyreap::testsupport

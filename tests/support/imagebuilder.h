@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace keyreap::testsupport {
+
+// An image made by ImageBuilder, with the file offsets of its parts.
+struct BuiltImage {
+    std::string bytes;
+    std::map<std::string, std::size_t> places;
+
+    std::size_t At(const std::string& place) const { return places.at(place); }
+
+    // Overwrites a little-endian number behind a place.
+    template <typename Integer>
+    void Set(const std::string& place, std::ptrdiff_t offset, Integer value) {
+        const std::size_t start = At(place) + static_cast<std::size_t>(offset);
+        for (std::size_t i = 0; i < sizeof(Integer); ++i) {
+            bytes[start + i] = static_cast<char>((static_cast<std::uint64_t>(value) >> (8 * i)) & 0xFF);
+        }
+    }
+};
+
+enum class ImageBits { bits32, bits64 };
+
+// Lays out a small PE image, byte by byte, by the published format. Each table has a section of its own, at
+// an address that differs from its place in the file. The places: "nt", "optional", "directories",
+// "sections", "headersEnd", and "exports", "exportNames", "imports", "delayImports", "resources" where they
+// exist, each with its "...End".
+class ImageBuilder {
+public:
+    explicit ImageBuilder(ImageBits imageBits = ImageBits::bits64);
+
+    ImageBuilder& Machine(std::uint16_t value);
+
+    // The names that are exported; the export directory also has this many ordinals without a name.
+    ImageBuilder& Exports(std::vector<std::string> names, std::uint32_t namelessOrdinals = 0);
+    ImageBuilder& Imports(std::vector<std::string> names);
+    ImageBuilder& DelayImports(std::vector<std::string> names);
+
+    // The only resource: a version resource in the given language, as the bytes of VersionResource.
+    ImageBuilder& Version(std::string resource, std::uint16_t language = 0x0409);
+
+    BuiltImage Build() const;
+
+private:
+    ImageBits bits;
+    std::uint16_t machine;
+    std::vector<std::string> exports;
+    std::uint32_t ordinals = 0;
+    std::vector<std::string> imports;
+    std::vector<std::string> delayImports;
+    std::string version;
+    std::uint16_t versionLanguage = 0;
+};
+
+} // namespace keyreap::testsupport

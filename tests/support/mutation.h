@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+
+#include "tests/support/imagebuilder.h"
+
+namespace keyreap::testsupport {
+
+// Damages an image in one of the ways that lead readers astray: bytes flipped or set to extremes in a header
+// or a table, or the file cut at, or next to, the edge of a structure. The same seed gives the same damage
+// everywhere.
+std::string Mutated(const BuiltImage& image, std::uint32_t seed);
+
+} // namespace keyreap::testsupport

@@ -1,0 +1,180 @@
+#include "pe/checkedview.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "tests/support/exactfile.h"
+#include "tests/support/imagebuilder.h"
+
+namespace keyreap {
+namespace {
+
+using testsupport::BuiltImage;
+using testsupport::ImageBits;
+using testsupport::ImageBuilder;
+using File = testsupport::ExactFile;
+
+constexpr std::uint64_t huge = ~std::uint64_t{0};
+
+BuiltImage ImageOf(ImageBits bits) {
+    return ImageBuilder(bits).Exports({"DllRegisterServer"}).Imports({"a.dll"}).Build();
+}
+
+// The file cut behind a number of bytes.
+CheckedView CutAt(const BuiltImage& image, std::size_t size, std::unique_ptr<File>& holder) {
+    holder = std::make_unique<File>(std::string_view(image.bytes).substr(0, size));
+    return holder->View();
+}
+
+TEST(CheckedView, OfNothingHoldsNothing) {
+    const CheckedView view;
+    EXPECT_FALSE(view.HasDosMagic());
+    EXPECT_FALSE(view.HasNtHeaders());
+    EXPECT_FALSE(view.HasSectionTable());
+    EXPECT_FALSE(view.HasDirectoryEntry(0));
+    EXPECT_FALSE(view.Holds(nullptr, 1));
+    EXPECT_EQ(view.TextAt(nullptr), std::nullopt);
+}
+
+TEST(Holds, EndsWithTheLastByte) {
+    const File file("abcd");
+    const CheckedView view = file.View();
+    EXPECT_TRUE(view.Holds(view.Start(), 4));
+    EXPECT_FALSE(view.Holds(view.Start(), 5));
+    EXPECT_TRUE(view.Holds(view.Start() + 3, 1));
+    EXPECT_FALSE(view.Holds(view.Start() + 4, 1));
+}
+
+TEST(Holds, NothingInFrontOfTheFileAndNoNull) {
+    const File file("abcd");
+    const CheckedView view = file.View();
+    const auto before = reinterpret_cast<std::uintptr_t>(view.Start()) - 1;
+    EXPECT_FALSE(view.Holds(reinterpret_cast<const std::byte*>(before), 1));
+    EXPECT_FALSE(view.Holds(nullptr, 1));
+}
+
+TEST(Holds, SizeThatWrapsIsTooMuch) {
+    const File file("abcd");
+    EXPECT_FALSE(file.View().Holds(file.View().Start() + 1, huge));
+    EXPECT_FALSE(file.View().Holds(file.View().Start() + 1, huge - 1));
+}
+
+TEST(Read, TakesLittleEndianNumbersAtAnyAlignment) {
+    const File file(std::string_view("\xFF\x01\x02\x03\x04", 5));
+    const CheckedView view = file.View();
+    EXPECT_EQ(view.Read<std::uint32_t>(view.Start() + 1), 0x04030201U);
+    EXPECT_EQ(view.Read<std::uint16_t>(view.Start() + 3), 0x0403U);
+}
+
+TEST(Read, IsNoneWhenAPartLiesOutside) {
+    const File file("abcde");
+    EXPECT_EQ(file.View().Read<std::uint32_t>(file.View().Start() + 2), std::nullopt);
+}
+
+TEST(TextAt, EndsAtItsZero) {
+    const File file(std::string_view("one\0two\0", 8));
+    const CheckedView view = file.View();
+    EXPECT_EQ(view.TextAt(view.Start()), "one");
+    EXPECT_EQ(view.TextAt(view.Start() + 4), "two");
+    EXPECT_EQ(view.TextAt(view.Start() + 7), "");
+}
+
+TEST(TextAt, WithoutAZeroInTheFileIsNone) {
+    const File file(std::string_view("one\0two", 7));
+    const CheckedView view = file.View();
+    EXPECT_EQ(view.TextAt(view.Start() + 4), std::nullopt);
+    EXPECT_EQ(view.TextAt(view.Start() + 7), std::nullopt);
+}
+
+TEST(HoldsText, WantsTheWholeTextAndItsZero) {
+    const File file(std::string_view("DllRegister\0DllRegisterServer", 29));
+    const CheckedView view = file.View();
+    EXPECT_TRUE(view.HoldsText(view.Start(), "DllRegister"));
+    EXPECT_FALSE(view.HoldsText(view.Start(), "DllRegist"));
+    EXPECT_FALSE(view.HoldsText(view.Start(), "dllregister"));
+    EXPECT_FALSE(view.HoldsText(view.Start() + 12, "DllRegisterServer"));
+    EXPECT_FALSE(view.HoldsText(nullptr, "DllRegister"));
+}
+
+TEST(HasDosMagic, NeedsTwoBytes) {
+    EXPECT_TRUE(File("MZ").View().HasDosMagic());
+    EXPECT_FALSE(File("M").View().HasDosMagic());
+    EXPECT_FALSE(File("ZM").View().HasDosMagic());
+    EXPECT_FALSE(File("").View().HasDosMagic());
+}
+
+TEST(HasNtHeaders, NeedsAWholeDosHeader) {
+    EXPECT_FALSE(File("MZ").View().HasNtHeaders());
+    EXPECT_FALSE(File("MZ" + std::string(61, '\0')).View().HasNtHeaders());
+}
+
+TEST(HasNtHeaders, EndsWithTheFileHeader) {
+    const BuiltImage image = ImageOf(ImageBits::bits64);
+    std::unique_ptr<File> file;
+    EXPECT_TRUE(CutAt(image, image.At("nt") + 24, file).HasNtHeaders());
+    EXPECT_FALSE(CutAt(image, image.At("nt") + 23, file).HasNtHeaders());
+}
+
+TEST(HasNtHeaders, PositionBehindTheFileIsNone) {
+    for (const std::uint32_t position : {0x00100000U, 0x7FFFFFFFU, 0xFFFFFFF8U, 0xFFFFFFFFU}) {
+        BuiltImage image = ImageOf(ImageBits::bits64);
+        image.Set("dos", 60, position);
+        EXPECT_FALSE(File(image.bytes).View().HasNtHeaders()) << position;
+    }
+}
+
+TEST(HasNtHeaders, NegativePositionIsNoneHoweverLongTheFile) {
+    BuiltImage image = ImageOf(ImageBits::bits64);
+    image.Set("dos", 60, 0x80000000U);
+    const File file(image.bytes);
+    // Nothing behind the headers is touched, so the length may be claimed.
+    constexpr std::size_t claimed = 0xC0000000;
+    EXPECT_FALSE(CheckedView(std::span(file.View().Start(), claimed)).HasNtHeaders());
+}
+
+class EitherBitness : public testing::TestWithParam<ImageBits> {
+protected:
+    BuiltImage image = ImageOf(GetParam());
+    std::unique_ptr<File> file;
+};
+
+TEST_P(EitherBitness, SectionTableEndsWithItsLastHeader) {
+    EXPECT_TRUE(CutAt(image, image.At("headersEnd"), file).HasSectionTable());
+    EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasSectionTable());
+}
+
+TEST_P(EitherBitness, SectionCountThatLiesLeavesNoTable) {
+    image.Set<std::uint16_t>("nt", 6, 0xFFFF);
+    EXPECT_FALSE(File(image.bytes).View().HasSectionTable());
+}
+
+TEST_P(EitherBitness, OptionalHeaderSizeThatLiesLeavesNoTable) {
+    image.Set<std::uint16_t>("nt", 20, 0xFFFF);
+    EXPECT_FALSE(File(image.bytes).View().HasSectionTable());
+}
+
+TEST_P(EitherBitness, TableOfNoSectionsIsThere) {
+    image.Set<std::uint16_t>("nt", 6, 0);
+    EXPECT_TRUE(CutAt(image, image.At("sections"), file).HasSectionTable());
+}
+
+TEST_P(EitherBitness, DirectoryEntryLiesInsideTheFile) {
+    // Without sections and with a short optional header only the entry itself is asked for.
+    image.Set<std::uint16_t>("nt", 6, 0);
+    image.Set<std::uint16_t>("nt", 20, 0);
+    const std::size_t entryEnd = image.At("directories") + 8 * 14;
+    EXPECT_TRUE(CutAt(image, entryEnd, file).HasDirectoryEntry(13));
+    EXPECT_FALSE(CutAt(image, entryEnd - 1, file).HasDirectoryEntry(13));
+    EXPECT_FALSE(CutAt(image, image.At("optional") + 1, file).HasDirectoryEntry(0));
+}
+
+TEST_P(EitherBitness, DirectoryEntryNeedsTheSectionTable) {
+    EXPECT_TRUE(CutAt(image, image.At("headersEnd"), file).HasDirectoryEntry(13));
+    EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasDirectoryEntry(13));
+}
+
+INSTANTIATE_TEST_SUITE_P(CheckedView, EitherBitness, testing::Values(ImageBits::bits32, ImageBits::bits64));
+
+} // namespace
+} // namespace keyreap
