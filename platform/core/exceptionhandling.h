@@ -7,7 +7,7 @@
 
 #include "platform/core/exceptionkind.h"
 
-class _com_error;
+class _com_error; // NOLINT(bugprone-reserved-identifier): the name that comdef.h gives it
 
 namespace keyreap {
 
