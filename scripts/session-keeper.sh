@@ -1,4 +1,5 @@
-#!/bin/bash
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
 # Usage: session-keeper.sh PREFIX   (started by session.sh, with the session's pipe as its input)
 # Waits until nobody holds the session's pipe any more, then ends every process of PREFIX. It has the lock of
 # the prefix as descriptor 9, so that nobody takes the prefix before that is done.

@@ -1,4 +1,5 @@
-#!/bin/bash
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
 # Usage: scripts/wine-session.sh [OPTION...] COMMAND [ARGUMENT...]
 # Runs any command of this machine with a Wine prefix to itself and gives its exit status. The prefix comes out
 # of a pool of at most one a core (a further session waits), starts from the same hives and files each time, and
