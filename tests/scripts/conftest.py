@@ -1,0 +1,147 @@
+"""What the tests of the scripts share: the project's own tree, a small one to break, and a look at processes."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+SESSION = ROOT / "scripts" / "wine-session.sh"
+
+
+def run(*command, **options):
+    """Runs a command to its end and gives its status and what it wrote."""
+    options.setdefault("stdin", subprocess.DEVNULL)
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True, timeout=600, **options)
+
+
+def bash(script, *words, **options):
+    """Runs a few lines of bash with words as $1, $2, ..."""
+    return run("/bin/bash", "-c", script, "bash", *words, **options)
+
+
+def until(condition):
+    """Waits for what must come to be; the suite's watchdog ends a wait in vain."""
+    while not condition():
+        time.sleep(0.02)
+
+
+def processes_of(prefix):
+    """The numbers of the living processes that belong to a Wine prefix."""
+    mark = b"WINEPREFIX=" + os.fsencode(prefix)
+    found = []
+    for folder in Path("/proc").iterdir():
+        try:
+            if folder.name.isdigit() and mark in (folder / "environ").read_bytes().split(b"\0"):
+                found.append(int(folder.name))
+        except OSError:
+            pass
+    return found
+
+
+def is_locked(path):
+    """Whether somebody holds the lock of a file that may not be there yet."""
+    return Path(path).exists() and run("flock", "-n", path, "true").returncode != 0
+
+
+class Pool:
+    """A pool of Wine prefixes of its own, so that a test knows which one a session gets."""
+
+    def __init__(self, folder, size):
+        self.folder = folder
+        self.environment = dict(os.environ, KEYREAP_POOL=str(folder), KEYREAP_POOL_SIZE=str(size))
+        self.environment.pop("DISPLAY", None)
+
+    def prefix(self, number=1):
+        return self.folder / str(number)
+
+    def run(self, *words, **options):
+        """Runs one session: options of wine-session.sh, if any, and the command."""
+        return run(SESSION, *words, env=dict(self.environment, **options.pop("env", {})), **options)
+
+    def start(self, *words, **options):
+        """Starts one session and returns while it runs."""
+        options.setdefault("stdout", subprocess.PIPE)
+        return subprocess.Popen(
+            [str(SESSION), *map(str, words)], env=self.environment, stdin=subprocess.DEVNULL, text=True, **options
+        )
+
+
+@pytest.fixture
+def pool():
+    folder = Path(tempfile.mkdtemp(prefix="pool.", dir=ROOT / "build"))
+    yield Pool(folder, 1)
+    shutil.rmtree(folder)
+
+
+class Tree:
+    """A copy of the scripts round the small project, in a folder with a blank and a letter outside ASCII."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.build = folder / "build"
+        self.keyreap = folder / "keyreap"
+        self.source = folder / "extract" / "main.cpp"
+        shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
+        shutil.copytree(ROOT / "scripts", folder / "scripts")
+        (folder / "cmake").mkdir()
+        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):
+            shutil.copy(ROOT / name, folder / name)
+        self.borrow_wine()
+
+    def borrow_wine(self):
+        """What takes long to fetch and to make comes from the project's own tree."""
+        (self.build / "wine").mkdir(parents=True)
+        for name in ("modules", "base"):
+            subprocess.run(["cp", "-al", ROOT / "build" / "wine" / name, self.build / "wine" / name], check=True)
+
+    def run(self, *words, **options):
+        return run(self.keyreap, *words, **options)
+
+    def start(self, *words, **options):
+        return subprocess.Popen(
+            [str(self.keyreap), *map(str, words)],
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
+            **options,
+        )
+
+    def words(self, *words, **options):
+        """The words that the program gets."""
+        file = self.folder / "words"
+        environment = dict(os.environ, KEYREAP_WORDS="Z:" + str(file).replace("/", "\\"))
+        result = self.run(*words, env=environment, **options)
+        assert result.returncode == 0, result.stderr
+        return file.read_bytes().decode("utf-16-le").splitlines()
+
+    def edit(self, old, new):
+        text = self.source.read_text()
+        assert old in text
+        self.source.write_text(text.replace(old, new))
+
+
+def new_tree():
+    return Tree(Path(tempfile.mkdtemp(prefix="trée of a test.", dir=ROOT / "build")))
+
+
+@pytest.fixture
+def tree():
+    """A tree in which nothing is built yet."""
+    made = new_tree()
+    yield made
+    shutil.rmtree(made.folder)
+
+
+@pytest.fixture(scope="module")
+def ready_tree():
+    """A tree in which a first run has built the program; tests leave its sources alone."""
+    made = new_tree()
+    assert made.run("status", "0").returncode == 0
+    yield made
+    shutil.rmtree(made.folder)

@@ -1,0 +1,21 @@
+#include <cstdio>
+#include <cstdlib>
+
+int main() {
+#ifdef SUITE_silent
+    return 0;
+#endif
+    std::puts("[       OK ] Rule.Holds (0 ms)");
+    std::fflush(stdout);
+#ifdef SUITE_crashing
+    std::_Exit(3);
+#endif
+#ifdef SUITE_bad
+    std::puts("[  FAILED  ] Rule.IsBroken (0 ms)");
+#endif
+    std::puts("[==========] 2 tests from 1 test suite ran. (0 ms total)");
+#ifdef SUITE_bad
+    std::puts("[  FAILED  ] 1 test, listed below:\n[  FAILED  ] Rule.IsBroken\n");
+    return 1;
+#endif
+}

@@ -1,0 +1,76 @@
+"""Which words ./keyreap turns into Windows paths, and how."""
+
+import pytest
+from conftest import ROOT, bash
+
+SOURCE = 'source "%s/scripts/paths.sh"; ' % ROOT
+
+
+def windows_path(path, cwd):
+    result = bash(SOURCE + 'windows_path "$1"', path, cwd=cwd)
+    assert result.returncode == 0, result.stderr
+    return result.stdout
+
+
+def arguments(*words):
+    result = bash(SOURCE + 'keyreap_arguments list "$@"; printf "%s\\n" "${list[@]}"', *words, cwd="/usr")
+    assert result.returncode == 0, result.stderr
+    return result.stdout.splitlines()
+
+
+@pytest.mark.parametrize("path", ["C:\\a b\\x.dll", "c:/a/x.dll", "z:\\x", "D:x.dll", "\\\\server\\share\\x.dll", "\\\\?\\C:\\x.dll"])
+def test_a_windows_path_stays_as_it_is(path, tmp_path):
+    assert windows_path(path, tmp_path) == path
+
+
+def test_an_empty_word_stays_empty(tmp_path):
+    assert windows_path("", tmp_path) == ""
+
+
+@pytest.mark.parametrize(
+    "path, windows",
+    [
+        ("/a/b c/ü.dll", "Z:\\a\\b c\\ü.dll"),
+        ("//a///b.dll", "Z:\\a\\b.dll"),
+        ("\\a\\b.dll", "Z:\\a\\b.dll"),
+        ("/", "Z:\\"),
+    ],
+)
+def test_an_absolute_host_path_lies_on_drive_z(path, windows, tmp_path):
+    assert windows_path(path, tmp_path) == windows
+
+
+@pytest.mark.parametrize("path", ["x.dll", "sub dir/x.dll", "sub dir\\x.dll", "é/ß.dll"])
+def test_a_relative_path_counts_from_where_the_caller_stands(path, tmp_path):
+    expected = "Z:" + (str(tmp_path) + "/" + path).replace("/", "\\")
+    assert windows_path(path, tmp_path) == expected
+
+
+def test_a_linked_folder_keeps_the_name_that_was_written(tmp_path):
+    (tmp_path / "real").mkdir()
+    (tmp_path / "link").symlink_to("real")
+    assert windows_path("link/x.dll", tmp_path).endswith("\\link\\x.dll")
+
+
+def test_the_folder_above_a_linked_folder_is_the_real_ones(tmp_path):
+    (tmp_path / "deep" / "real").mkdir(parents=True)
+    (tmp_path / "link").symlink_to("deep/real")
+    assert windows_path("link/../x.dll", tmp_path) == "Z:" + str(tmp_path.resolve() / "deep" / "x.dll").replace("/", "\\")
+
+
+def test_the_words_of_pairs_are_paths():
+    assert arguments("extreg", "a", "/b", "C:\\c", "d") == ["extreg", "Z:\\usr\\a", "Z:\\b", "C:\\c", "Z:\\usr\\d"]
+
+
+def test_the_last_of_an_odd_number_is_the_mode_and_stays():
+    assert arguments("extreg", "a", "b", "trace") == ["extreg", "Z:\\usr\\a", "Z:\\usr\\b", "trace"]
+    assert arguments("extreg", "keyRedir") == ["extreg", "keyRedir"]
+
+
+def test_words_without_the_verb_stay():
+    assert arguments("Extreg", "a", "b") == ["Extreg", "a", "b"]
+    assert arguments("help") == ["help"]
+
+
+def test_no_words_are_no_words():
+    assert arguments() == [""]

@@ -1,0 +1,170 @@
+"""Sessions out of the pool of Wine prefixes: each alone, each from the same state, none leaves anything behind."""
+
+import os
+import signal
+import subprocess
+
+from conftest import SESSION, is_locked, processes_of, until
+
+SYSTEM_FILE = "C:\\windows\\system32\\"
+
+
+def succeeded(result):
+    assert result.returncode == 0, result.stdout + result.stderr
+    return result.stdout
+
+
+def started(pool, command):
+    """A session that runs command for ever, once it has begun to."""
+    session = pool.start("bash", "-c", 'echo begun; exec "$@"', "bash", *command)
+    assert session.stdout.readline() == "begun\n"
+    return session
+
+
+def assert_nothing_is_left(pool):
+    assert processes_of(pool.prefix()) == []
+    assert not is_locked(str(pool.prefix()) + ".lock")
+    assert not (pool.prefix() / "wineserver").exists()
+
+
+def test_the_status_of_the_command_comes_back(pool):
+    assert pool.run("bash", "-c", "exit 7").returncode == 7
+    assert pool.run("wine", "cmd", "/c", "exit 9").returncode == 9
+
+
+def test_the_command_reads_the_callers_input(pool):
+    read, write = os.pipe()
+    os.write(write, b"word\n")
+    os.close(write)
+    assert pool.run("cat", stdin=read).stdout == "word\n"
+
+
+def test_streams_may_be_closed(pool):
+    command = '"$1" --ready bash -c "exit 5" <&- >&- 2>&-'
+    assert subprocess.run(["/bin/bash", "-c", command, "bash", SESSION], env=pool.environment).returncode == 5
+
+
+def test_variables_of_wine_are_the_sessions_own(pool):
+    names = pool.run("env", env={"WINEARCH": "win32", "WINEPREFIX": "/elsewhere", "WINELOADER": "/none"}).stdout
+    assert "WINEPREFIX=%s\n" % pool.prefix() in names
+    assert "WINEARCH" not in names and "WINELOADER" not in names
+
+
+def test_the_display_is_the_callers_unless_told_otherwise(pool):
+    assert pool.run("printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ":77\n"
+    assert pool.run("--no-display", "printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ""
+
+
+def test_programs_of_both_bitnesses_run(pool):
+    script = 'for d in system32 syswow64; do wine "C:\\\\windows\\\\$d\\\\regsvr32.exe" /s msxml3.dll || exit; done'
+    succeeded(pool.run("bash", "-c", script))
+
+
+def test_commands_of_one_session_see_what_the_others_did(pool):
+    succeeded(pool.run("bash", "-c", "wine reg add 'HKCU\\Software\\Left' /f && wine reg query 'HKCU\\Software\\Left'"))
+
+
+def test_the_registry_starts_the_same_each_time(pool):
+    succeeded(pool.run("bash", "-c", "wine reg add 'HKCU\\Software\\Left' /f && wineserver -k && wineserver -w"))
+    assert "Left" in (pool.prefix() / "user.reg").read_text(errors="replace")
+    assert pool.run("wine", "reg", "query", "HKCU\\Software\\Left").returncode == 1
+
+
+def test_the_files_are_the_same_each_time(pool):
+    listing = ["bash", "-c", 'cd "$WINEPREFIX" && find . -type f ! -name "*.reg" -exec cksum {} + | sort -k 3; find . | sort']
+    before = succeeded(pool.run(*listing))
+    succeeded(
+        pool.run(
+            "bash",
+            "-c",
+            'cd "$WINEPREFIX/drive_c" && touch users/keyreap/Temp/left windows/left.dll && rm windows/system32/msxml3.dll &&'
+            ' echo more >>windows/win.ini && ln -s / windows/link && mkdir "$WINEPREFIX/dosdevices/unc"',
+        )
+    )
+    assert succeeded(pool.run(*listing)) == before
+
+
+def test_two_sessions_at_once_have_a_prefix_each(pool):
+    pool.environment["KEYREAP_POOL_SIZE"] = "2"
+    first = started(pool, ["sleep", "inf"])
+    other = succeeded(pool.run("printenv", "WINEPREFIX")).strip()
+    first.send_signal(signal.SIGTERM)
+    first.wait()
+    assert other == str(pool.prefix(2))
+
+
+def test_a_further_session_waits_until_one_has_ended(pool, tmp_path):
+    log = tmp_path / "log"
+    command = ["bash", "-c", 'echo begin >>"$1"; sleep 0.2; echo end >>"$1"', "bash", log]
+    for session in [pool.start(*command) for _ in range(3)]:
+        assert session.wait() == 0
+    assert log.read_text() == "begin\nend\n" * 3
+
+
+def test_what_the_command_left_running_ends_with_it(pool):
+    succeeded(pool.run("bash", "-c", "wine cmd /c exit; (sleep inf &) ; wine start /b cmd /k"))
+    assert_nothing_is_left(pool)
+
+
+def test_the_end_of_output_is_the_end_of_the_session(pool):
+    session = pool.start("wine", "cmd", "/c", "echo word")
+    assert session.stdout.read().strip() == "word"
+    assert session.wait() == 0
+
+
+def test_a_signal_ends_the_session_and_then_the_script(pool):
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        session = started(pool, ["wine", "cmd", "/k"])
+        session.send_signal(number)
+        assert session.wait() == -number
+        assert_nothing_is_left(pool)
+
+
+def test_an_interrupt_from_the_keyboard_ends_everything(pool):
+    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
+    assert session.stdout.readline() == "begun\n"
+    os.killpg(session.pid, signal.SIGINT)
+    assert session.wait() == -signal.SIGINT
+    assert_nothing_is_left(pool)
+
+
+def test_a_killed_script_leaves_nothing(pool):
+    session = started(pool, ["wine", "cmd", "/k"])
+    until(lambda: len(processes_of(pool.prefix())) > 3)
+    session.kill()
+    until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+    assert_nothing_is_left(pool)
+
+
+def test_a_killed_group_leaves_nothing(pool):
+    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
+    assert session.stdout.readline() == "begun\n"
+    os.killpg(session.pid, signal.SIGKILL)
+    until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+    assert_nothing_is_left(pool)
+
+
+def test_a_session_after_a_killed_one_runs(pool):
+    session = started(pool, ["wine", "cmd", "/k"])
+    session.kill()
+    succeeded(pool.run("wine", "cmd", "/c", "exit"))
+
+
+def test_classes_can_be_empty(pool):
+    query = ["wine", "reg", "query", "HKLM\\Software\\Classes\\CLSID"]
+    assert pool.run(*query).returncode == 0
+    assert pool.run("--empty-classes", *query).returncode == 1
+    hive = succeeded(pool.run("--empty-classes", "bash", "-c", 'cat "$WINEPREFIX/system.reg"'))
+    assert "[Software\\\\Classes" not in hive and "[Software\\\\Microsoft" in hive
+
+
+def test_a_folder_can_be_shared_for_one_session(pool, tmp_path):
+    (tmp_path / "file").write_text("word")
+    read = ["wine", "cmd", "/c", "type \\\\server\\share\\file"]
+    assert succeeded(pool.run("--share", tmp_path, *read)) == "word"
+    assert pool.run(*read).returncode != 0
+
+
+def test_a_wrong_use_is_told(pool):
+    assert pool.run("--nonsense", "true").returncode == 125
+    assert pool.run().returncode == 125

@@ -1,0 +1,151 @@
+"""./keyreap: sets up what is missing, quietly, in any order, after any accident; then it is the program."""
+
+import os
+import shutil
+import signal
+import subprocess
+
+from conftest import is_locked, processes_of, run, until
+
+REBUILD = ("_wtoi(words[2])", "_wtoi(words[2]) + 1")
+
+
+def test_the_first_run_tells_its_progress_and_nothing_else(tree):
+    result = tree.run("status", "7")
+    assert result.returncode == 7
+    assert result.stdout == ""
+    lines = result.stderr.splitlines()
+    assert lines and all(line.startswith("keyreap: ") for line in lines)
+    assert "keyreap: building x64" in lines and "keyreap: building x86" in lines
+
+
+def test_a_further_run_is_silent(ready_tree):
+    result = ready_tree.run("status", "7")
+    assert (result.returncode, result.stdout, result.stderr) == (7, "", "")
+
+
+def test_a_further_run_asks_neither_for_packages_nor_for_builds(ready_tree, tmp_path):
+    for name in ("apt-get", "dpkg-query", "cmake", "ninja"):
+        (tmp_path / name).write_text("#!/bin/sh\necho asked >>'%s/asked'\n" % tmp_path)
+        (tmp_path / name).chmod(0o755)
+    result = ready_tree.run("status", "3", env=dict(os.environ, PATH="%s:%s" % (tmp_path, os.environ["PATH"])))
+    assert result.returncode == 3
+    assert not (tmp_path / "asked").exists()
+
+
+def test_statuses_are_the_programs(ready_tree):
+    assert ready_tree.run().returncode == 255
+    assert ready_tree.run("help").returncode == 0
+    assert ready_tree.run("status", "1").returncode == 1
+
+
+def test_it_runs_from_anywhere_through_a_link_and_in_any_language(ready_tree, tmp_path):
+    folder = tmp_path / "ein Örtchen"
+    folder.mkdir()
+    link = folder / "reap"
+    link.symlink_to(ready_tree.keyreap)
+    environment = dict(os.environ, LANG="tr_TR.ISO-8859-9", LC_ALL="none")
+    result = run(link, "status", "4", cwd=folder, env=environment)
+    assert (result.returncode, result.stderr) == (4, "")
+
+
+def test_it_runs_with_closed_streams(ready_tree):
+    command = ["/bin/bash", "-c", '"$1" status 6 <&- >&- 2>&-', "bash", ready_tree.keyreap]
+    assert subprocess.run(command).returncode == 6
+
+
+def test_paths_reach_the_program(ready_tree, tmp_path):
+    folder = tmp_path / "ein Örtchen"
+    folder.mkdir()
+    windows = "Z:" + str(folder).replace("/", "\\")
+    words = ready_tree.words("extreg", "a b.dll", "C:\\out \"q\".reg", "ö/c.dll", "/d.reg", "trace", cwd=folder)
+    assert words == ["extreg", windows + "\\a b.dll", 'C:\\out "q".reg', windows + "\\ö\\c.dll", "Z:\\d.reg", "trace"]
+
+
+def test_a_changed_source_is_built(tree):
+    assert tree.run("status", "7").returncode == 7
+    tree.edit(*REBUILD)
+    result = tree.run("status", "7")
+    assert result.returncode == 8
+    assert "keyreap: building x64" in result.stderr
+    assert tree.run("status", "7").stderr == ""
+
+
+def test_a_lost_program_is_built_again(tree):
+    assert tree.run("status", "7").returncode == 7
+    (tree.build / "stage" / "bin" / "x86" / "Keyreap.exe").unlink()
+    assert tree.run("status", "7").returncode == 7
+    assert (tree.build / "stage" / "bin" / "x86" / "Keyreap.exe").exists()
+
+
+def test_a_moved_tree_is_built_again(tree):
+    assert tree.run("status", "7").returncode == 7
+    moved = tree.folder.with_name(tree.folder.name + " moved")
+    tree.folder.rename(moved)
+    try:
+        assert run(moved / "keyreap", "status", "7").returncode == 7
+    finally:
+        moved.rename(tree.folder)
+
+
+def test_a_failure_is_one_line_that_names_the_log(tree):
+    tree.edit("#include <string>", "#error no")
+    result = tree.run("status", "7")
+    assert result.returncode == 125
+    last = result.stderr.splitlines()[-1]
+    assert last == "keyreap: building x64 failed; see %s/logs/build-x64.log" % tree.build
+    assert "#error no" in (tree.build / "logs" / "build-x64.log").read_text()
+    tree.edit("#error no", "#include <string>")
+    assert tree.run("status", "7").returncode == 7
+
+
+def test_the_callers_variables_do_not_reach_the_build(tree):
+    environment = dict(os.environ, CXX="false", CXXFLAGS="-nonsense", LDFLAGS="-nonsense", DESTDIR="/nowhere", CPATH="/none")
+    result = tree.run("status", "7", env=environment)
+    assert result.returncode == 7, result.stderr
+
+
+def test_two_first_runs_at_once_both_come_to_their_end(tree):
+    runs = [tree.start("status", "7") for _ in range(2)]
+    assert [process.wait() for process in runs] == [7, 7]
+
+
+def test_a_set_up_that_was_killed_is_made_again(tree):
+    first = tree.start("status", "7", start_new_session=True)
+    assert first.stderr.readline() == "keyreap: building x64\n"
+    os.killpg(first.pid, signal.SIGKILL)
+    assert tree.run("status", "7").returncode == 7
+
+
+def test_a_set_up_whose_script_alone_was_killed_is_waited_for(tree):
+    first = tree.start("status", "7")
+    assert first.stderr.readline() == "keyreap: building x64\n"
+    first.kill()
+    assert tree.run("status", "7").returncode == 7
+
+
+def test_a_prefix_that_was_killed_in_the_making_is_made_again(tree):
+    shutil.rmtree(tree.build / "wine" / "base")
+    first = tree.start("status", "7", start_new_session=True)
+    assert first.stderr.readline() == "keyreap: making the Wine prefix\n"
+    unfinished = tree.build / "wine" / "base.new" / "prefix"
+    until(lambda: len(processes_of(unfinished)) > 2)
+    os.killpg(first.pid, signal.SIGKILL)
+    until(lambda: not is_locked(tree.build / "setup.lock"))
+    assert processes_of(unfinished) == []
+    assert tree.run("status", "7").returncode == 7
+
+
+def test_a_module_that_a_run_wrote_into_is_not_seen_by_the_next(tree):
+    assert tree.run("status", "7").returncode == 7
+    module = tree.build / "wine" / "base" / "linked" / "windows" / "system32" / "msxml3.dll"
+    good = module.read_bytes()
+    own = module.with_suffix(".own")
+    shutil.copy2(module, own)
+    own.rename(module)
+    session = tree.folder / "scripts" / "wine-session.sh"
+    write = 'echo more >>"$WINEPREFIX/drive_c/windows/system32/msxml3.dll"'
+    assert run(session, "bash", "-c", write).returncode == 0
+    result = run(session, "bash", "-c", 'cksum <"$WINEPREFIX/drive_c/windows/system32/msxml3.dll"')
+    assert "keyreap: making the Wine prefix" in result.stderr
+    assert int(result.stdout.split()[1]) == len(good)
