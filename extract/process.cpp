@@ -19,6 +19,8 @@ std::optional<StartedProcess> StartProcess(const std::wstring& application, std:
 }
 
 bool RunAndWait(const std::wstring& application, const std::wstring& commandLine, DWORD* exitStatus) {
+    // Reverted at the end as in the copy of a system file, though nothing is ever suspended here.
+    FsRedirectionGuard guard;
     const std::optional<StartedProcess> started =
         StartProcess(application, commandLine, NORMAL_PRIORITY_CLASS);
     if (!started) {
@@ -31,6 +33,7 @@ bool RunAndWait(const std::wstring& application, const std::wstring& commandLine
         WaitForSingleObject(started->process.Get(), INFINITE);
         GetExitCodeProcess(started->process.Get(), exitStatus);
     }
+    RevertFsRedirection(guard);
     return true;
 }
 
