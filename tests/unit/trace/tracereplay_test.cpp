@@ -1,5 +1,6 @@
 #include "trace/tracereplay.h"
 
+#include "platform/os/registryopener.h"
 #include "tests/support/scriptedtracing.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/tracebuilder.h"
@@ -393,23 +394,36 @@ TEST_F(ReplayTraceTest, ABatchEndsWhereTheSubstitutedRootChanges) {
 
 // The 32-bit view.
 
-TEST_F(ReplayTraceTest, BelowTheThirtyTwoBitViewTheLiveReadLooksWithoutIt) {
-    LiveKey view(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapReplay");
-    view.SetText(L"A", L"V", L"in the view");
+class ThirtyTwoBitViewTest : public ReplayTraceTest {
+protected:
+    static constexpr bool is64Bit = sizeof(void*) == 8;
+
+    // The key of the 32-bit view itself, whatever the process's own view.
+    static OwnedRegistryKey View() {
+        OwnedRegistryKey key;
+        EXPECT_EQ(ERROR_SUCCESS, CreateRegistryKey(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node",
+                                                   KEY_ALL_ACCESS | KEY_WOW64_64KEY, key));
+        return key;
+    }
+
+    OwnedRegistryKey view = View();
+    LiveKey viewed{view.Get(), L"KeyreapReplay"};
+};
+
+TEST_F(ThirtyTwoBitViewTest, TheLiveReadLooksWithoutTheViewsName) {
+    viewed.SetText(L"A", L"V", L"in the view");
     Set(Machine(L"SOFTWARE\\Wow6432Node\\KeyreapReplay\\A"), L"V");
     // A 32-bit process finds that key there all the same.
-    const bool is64Bit = sizeof(void*) == 8;
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\KeyreapReplay\\A]\r\n\"V\"=\"" +
                  (is64Bit ? Fillers() : std::wstring(L"in the view")) + L"\"\r\n");
-    EXPECT_EQ(is64Bit ? L"[]\n[A]\nV=in the view\n" : L"", view.Contents());
+    EXPECT_EQ(is64Bit ? L"[]\n[A]\nV=in the view\n" : L"", viewed.Contents());
 }
 
-TEST_F(ReplayTraceTest, TheThirtyTwoBitViewInAnotherCaseIsReadThereAndWrittenWithoutIt) {
-    LiveKey view(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapReplay");
-    view.SetText(L"A", L"V", L"in the view");
+TEST_F(ThirtyTwoBitViewTest, ItsNameInAnotherCaseIsKeptForTheReadAndWrittenAway) {
+    viewed.SetText(L"A", L"V", L"in the view");
     Set(Machine(L"SOFTWARE\\WOW6432NODE\\KeyreapReplay\\A"), L"V");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapReplay\\A]\r\n\"V\"=\"in the view\"\r\n");
-    EXPECT_EQ(L"", view.Contents());
+    EXPECT_EQ(L"", viewed.Contents());
 }
 
 // Path pairs.
