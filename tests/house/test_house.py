@@ -1,0 +1,226 @@
+"""The rules of the house that a compiler does not see: which room may know which, what stays free of Windows, how
+everything is laid out and worded."""
+
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+
+# Every room and the rooms that it may include headers of.
+ARROWS = {
+    "extract": {"registry", "trace", "pe", "regfile", "file", "core", "os", "wine"},
+    "trace": {"registry", "regfile", "file", "core", "os", "wine"},
+    "registry": {"regfile", "file", "core", "os"},
+    "pe": {"regfile", "file", "core", "os"},
+    "regfile": {"file", "core", "os"},
+    "file": {"core", "os"},
+    "wine": {"core", "os"},
+    "core": {"os"},
+    "os": set(),
+}
+
+# The headers of C that plain code may use; all others that end in .h belong to a system.
+PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}
+
+TEST_HEADERS = ("gtest/", "gmock/")
+
+ROOM_DECLARATION = re.compile(r"keyreap_room\(\s*(\w+)(.*?)\)", re.S)
+TESTS_DECLARATION = re.compile(r"keyreap_unit_tests\(\s*(\w+)(.*?)\)", re.S)
+INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]', re.M)
+
+
+def tracked(*patterns):
+    """The project's files, as paths below its folder."""
+    command = ["git", "-c", "safe.directory=*", "-C", ROOT, "ls-files", "-z", "--", *patterns]
+    names = subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout.decode().split("\0")
+    return [name for name in names if name and (ROOT / name).is_file()]
+
+
+def text_of(name):
+    return (ROOT / name).read_text(encoding="utf-8", errors="replace")
+
+
+def lists_of(declaration):
+    """The words of a declaration behind its name, by keyword."""
+    lists, words = {"PURE": [], "WINDOWS": [], "USES": [], "SYSTEM": []}, []
+    for word in declaration.split():
+        if word in lists:
+            words = lists[word]
+        else:
+            words.append(word)
+    return lists
+
+
+def declarations(pattern):
+    """Name, folder and lists of everything that a CMakeLists.txt declares in this way."""
+    for name in tracked("*CMakeLists.txt"):
+        for found in pattern.finditer(text_of(name)):
+            yield found.group(1), Path(name).parent, lists_of(found.group(2))
+
+
+ROOMS = {name: (folder, lists) for name, folder, lists in declarations(ROOM_DECLARATION)}
+FOLDERS = {folder: name for name, (folder, _) in ROOMS.items()}
+
+
+def room_of(path):
+    """The room that a file belongs to: that of the nearest folder above it that declares one."""
+    return next((FOLDERS[folder] for folder in Path(path).parents if folder in FOLDERS), None)
+
+
+def includes_of(name):
+    return [(kind == '"', target) for kind, target in INCLUDE.findall(text_of(name))]
+
+
+def sources_of_rooms():
+    return [name for name in tracked("*.h", "*.cpp") if room_of(name) and not name.startswith("tests/")]
+
+
+def pure_files():
+    """The files declared as free of Windows, and every header of the project that they reach."""
+    pending = [
+        str((folder / word).as_posix())
+        for pattern in (ROOM_DECLARATION, TESTS_DECLARATION)
+        for _, folder, lists in declarations(pattern)
+        for word in lists["PURE"]
+        if word.endswith(".cpp")
+    ]
+    pending = [(ROOT / name).resolve().relative_to(ROOT).as_posix() for name in pending]
+    reached = set()
+    while pending:
+        name = pending.pop()
+        if name not in reached and (ROOT / name).is_file():
+            reached.add(name)
+            pending += [target for own, target in includes_of(name) if own]
+    return sorted(reached)
+
+
+def lines_matching(pattern, names):
+    """Places as `file:line: text`."""
+    found = []
+    for name in names:
+        for number, line in enumerate(text_of(name).splitlines(), 1):
+            if re.search(pattern, line):
+                found.append("%s:%d: %s" % (name, number, line.strip()))
+    return found
+
+
+def readable():
+    """Tracked text files."""
+    return [name for name in tracked() if b"\0" not in (ROOT / name).read_bytes()]
+
+
+def test_every_room_has_its_place_among_the_arrows():
+    assert set(ROOMS) == set(ARROWS)
+
+
+def test_arrows_never_lead_back():
+    order = {}
+
+    def depth(room, above=()):
+        assert room not in above
+        if room not in order:
+            order[room] = 1 + max((depth(other, above + (room,)) for other in ARROWS[room]), default=0)
+        return order[room]
+
+    for room in ARROWS:
+        depth(room)
+
+
+def test_rooms_use_only_rooms_that_they_may_know():
+    wrong = [(name, other) for name, (_, lists) in ROOMS.items() for other in set(lists["USES"]) - ARROWS[name]]
+    assert wrong == []
+
+
+def test_headers_are_included_along_the_arrows():
+    wrong = []
+    for name in sources_of_rooms():
+        room = room_of(name)
+        for own, target in includes_of(name):
+            other = room_of(target) if own else None
+            if other is not None and other != room and other not in ARROWS[room]:
+                wrong.append("%s includes %s" % (name, target))
+    assert wrong == []
+
+
+def test_rooms_declare_the_rooms_that_they_include():
+    wrong = []
+    for name in sources_of_rooms():
+        room = room_of(name)
+        for own, target in includes_of(name):
+            other = room_of(target) if own else None
+            if other not in (None, room) and other not in ROOMS[room][1]["USES"]:
+                wrong.append("%s includes %s, but %s does not use %s" % (name, target, room, other))
+    assert wrong == []
+
+
+def test_own_headers_are_named_from_the_top():
+    wrong = []
+    for name in sources_of_rooms():
+        wrong += ["%s includes %s" % (name, target) for own, target in includes_of(name) if own and not (ROOT / target).is_file()]
+    assert wrong == []
+
+
+def test_every_source_of_a_room_is_built():
+    declared = "\n".join(text_of(name) for name in tracked("*CMakeLists.txt"))
+    assert [name for name in sources_of_rooms() if name.endswith(".cpp") and Path(name).name not in declared] == []
+
+
+def test_pure_files_know_no_system():
+    assert pure_files()
+    wrong = []
+    for name in pure_files():
+        wrong += [
+            "%s includes %s" % (name, target)
+            for own, target in includes_of(name)
+            if not own and target.endswith(".h") and target not in PLAIN_HEADERS and not target.startswith(TEST_HEADERS)
+        ]
+    assert wrong == []
+
+
+def test_pure_files_take_a_wide_character_for_one_unit():
+    assert lines_matching(r"sizeof\s*\(\s*wchar_t\s*\)", pure_files()) == []
+
+
+def test_headers_are_guarded_by_pragma_once():
+    assert [name for name in tracked("*.h") if "#pragma once" not in text_of(name)] == []
+
+
+def test_sources_are_formatted():
+    names = tracked("*.cpp", "*.h")
+    result = subprocess.run(["clang-format", "--dry-run", "-Werror", *names], cwd=ROOT, capture_output=True, text=True)
+    assert result.returncode == 0, result.stderr
+
+
+def test_scripts_pass_the_shell_checker():
+    names = tracked("keyreap", "test", ".ci/run", "*.sh")
+    result = subprocess.run(["shellcheck", "-x", "-P", ".", *names], cwd=ROOT, capture_output=True, text=True)
+    assert result.returncode == 0, result.stdout
+
+
+@pytest.mark.parametrize("name", tracked("keyreap", "test", ".ci/run", "*.sh"))
+def test_scripts_are_executable_exactly_when_they_are_commands(name):
+    is_command = text_of(name).startswith("#!")
+    assert bool((ROOT / name).stat().st_mode & 0o100) == is_command
+
+
+def test_texts_point_to_nothing_that_a_reader_does_not_have():
+    papers = "|".join([r"\bsp" r"ec\b", r"\bsp" r"ec\.md", r"\b[Ss]pecification (says|requires)", r"\bParts? [0-9]\.[0-9]", r"\bsha" r"red/"])
+    assert lines_matching(papers, readable()) == []
+
+
+def test_scripts_name_no_addresses_and_no_machine():
+    names = tracked("keyreap", "test", ".ci/*", "*.sh", "*.cmake", "*CMakeLists.txt", "CMakePresets.json")
+    assert lines_matching(r"https?://|(^|[\s\"'=:])/(home|root|wo" r"rk)/", names) == []
+
+
+def test_nothing_is_left_unfinished():
+    names = [name for name in tracked("*.cpp", "*.h", "*.sh", "*CMakeLists.txt", "keyreap", "test")]
+    assert lines_matching(r"\b(TO" r"DO|FIX" r"ME|XX" r"X|HA" r"CK)\b", names) == []
+
+
+def test_no_test_is_switched_off():
+    names = [name for name in tracked("tests/*")]
+    assert lines_matching(r"GTEST_" r"SKIP|DISAB" r"LED_|pytest\.(mark\.)?(sk" r"ip|xf" r"ail)", names) == []
