@@ -46,7 +46,7 @@ void WriteOtherForms(const KeyWriter& key, const std::wstring& path) {
     key.SetUnits(L"binary", REG_BINARY, path);
     key.SetUnits(L"expand", REG_EXPAND_SZ, path + L'\0');
     key.SetUnits(L"list", REG_MULTI_SZ, path + L'\0' + L'\0');
-    key.SetText(path, L"value name");
+    key.SetText(L"name " + path, L"value name");
 }
 
 } // namespace
@@ -59,6 +59,6 @@ STDAPI DllRegisterServer() {
     const KeyWriter key(HKEY_CLASSES_ROOT, L"Keyreap.SelfPath");
     WriteTexts(key, path);
     WriteOtherForms(key, path);
-    KeyWriter(key.Handle(), WithSlashes(path)).SetText(L"", L"key name");
+    KeyWriter(key.Handle(), L"key " + WithSlashes(path)).SetText(L"", L"key name");
     return S_OK;
 }

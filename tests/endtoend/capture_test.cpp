@@ -1,0 +1,89 @@
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+class Capture : public Workbench, public testing::WithParamInterface<Route> {
+protected:
+    std::wstring Server(const std::wstring& name) const { return Sample(GetParam().target, name); }
+    DWORD CaptureOf(const std::wstring& file) const {
+        return Workbench::Capture(GetParam().program, file, Work(L"out.reg"));
+    }
+    // The golden file of this bitness.
+    Bytes GoldenOf(const std::string& name, const std::wstring& module) const {
+        const char* suffix = GetParam().target == Bitness::x64 ? "-x64.reg" : "-x86.reg";
+        return Golden(name + suffix, PathsOf(module));
+    }
+};
+
+TEST_P(Capture, EqualsTheGoldenFileByteForByte) {
+    for (const std::string name : {"everytype", "texts", "names", "keys", "surroundings", "failing", "silent",
+                                   "plain", "neighbour", "peruser"}) {
+        EXPECT_EQ(CaptureOf(Server(std::wstring(name.begin(), name.end()) + L".dll")), 0U) << name;
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(name + ".reg"))) << name;
+    }
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(Capture, OfAWholeServerHoldsItsClassItsProgIdAndItsTypeLibrary) {
+    const std::wstring module = Server(L"calculator.dll");
+    EXPECT_EQ(CaptureOf(module), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("calculator", module)));
+}
+
+TEST_P(Capture, SeesLoadingAndRegisteringButNotUnloading) {
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
+    EXPECT_EQ(CaptureOf(Server(L"lifetime.dll")), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("lifetime.reg")));
+    const RegistryTree live = ReadTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
+    EXPECT_EQ(live, (RegistryTree{{L"", {{L"unloaded", NumberValue(1)}}}}));
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
+}
+
+TEST_P(Capture, IgnoresTheExtensionOfALibrary) {
+    for (const wchar_t* name : {L"plain.ocx", L"plain.xyz", L"plain.exe", L"plain.EXE", L"plain.tlb"}) {
+        ASSERT_TRUE(Copy(Server(L"plain.dll"), Work(name)));
+        EXPECT_EQ(CaptureOf(Work(name)), 0U) << name;
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg"))) << name;
+    }
+}
+
+TEST_P(Capture, OfAFileWithNothingToRunFailsAndWritesNothing) {
+    ASSERT_TRUE(WriteText(Work(L"text.dll"), "no image"));
+    ASSERT_TRUE(WriteText(Work(L"empty.dll"), ""));
+    const std::wstring files[] = {Server(L"byordinal.dll"),    Server(L"othercase.dll"),
+                                  Server(L"resourceonly.dll"), Server(L"orphan.dll"),
+                                  Work(L"text.dll"),           Work(L"empty.dll"),
+                                  Work(L"missing.dll"),        Work(L"temp")};
+    for (const std::wstring& file : files) {
+        EXPECT_EQ(CaptureOf(file), statusFailed) << file;
+        EXPECT_FALSE(Exists(Work(L"out.reg"))) << file;
+    }
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(Capture, ThatFailsLeavesAnEarlierOutputAsItWas) {
+    ASSERT_TRUE(WriteText(Work(L"out.reg"), "from before"));
+    EXPECT_EQ(CaptureOf(Server(L"orphan.dll")), statusFailed);
+    EXPECT_EQ(ReadBytes(Work(L"out.reg")), Bytes({'f', 'r', 'o', 'm', ' ', 'b', 'e', 'f', 'o', 'r', 'e'}));
+}
+
+TEST_P(Capture, IsArmedEvenWhenThereIsNothingToRun) {
+    EXPECT_EQ(CaptureOf(Server(L"resourceonly.dll")), statusFailed);
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKLM\\Software\\Classes"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, Capture, testing::ValuesIn(routes), NameOfRoute);
+
+class WrongBitness : public Workbench {};
+
+TEST_F(WrongBitness, A64BitServerGivenToThe32BitBuildFailsToLoad) {
+    EXPECT_EQ(Capture(Bitness::x86, Sample(Bitness::x64, L"plain.dll"), Work(L"out.reg")), statusFailed);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+}
+
+} // namespace
+
+} // namespace keyreap::endtoend

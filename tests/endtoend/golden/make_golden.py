@@ -1,0 +1,37 @@
+#!/usr/bin/env python3
+"""Writes the golden .reg files beside this script; test_golden.py checks that they are up to date."""
+
+import pathlib
+
+import contents
+from document import document
+
+SAME_IN_BOTH = [
+    contents.everytype,
+    contents.texts,
+    contents.names,
+    contents.keys,
+    contents.surroundings,
+    contents.failing,
+    contents.silent,
+    contents.plain,
+    contents.neighbour,
+    contents.lifetime,
+    contents.peruser,
+    contents.pausing,
+]
+BY_BITNESS = [contents.calculator, contents.exporting, contents.library_alone]
+
+
+def golden_files():
+    """Each file's name and bytes."""
+    files = {f"{sample.__name__}.reg": document(sample()) for sample in SAME_IN_BOTH}
+    for sample in BY_BITNESS:
+        files[f"{sample.__name__}-x64.reg"] = document(sample("win64"))
+        files[f"{sample.__name__}-x86.reg"] = document(sample("win32"))
+    return files
+
+
+if __name__ == "__main__":
+    for name, data in golden_files().items():
+        (pathlib.Path(__file__).parent / name).write_bytes(data)

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace keyreap::endtoend {
+
+// A program that runs. One that is not done in time is ended, so that no test hangs.
+class RunningProgram {
+public:
+    // Starts `application` (or the first word of the line, if it is empty) with this exact command line.
+    explicit RunningProgram(std::wstring commandLine, const std::wstring& directory = {});
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+    ~RunningProgram();
+
+    bool IsStarted() const { return process != nullptr; }
+    // The whole 32-bit exit status. A program that could not be started or did not end in time is a failure
+    // of the test.
+    DWORD Wait();
+    // Ends the program as a crash would: nothing of its own runs any more.
+    void Kill();
+
+private:
+    HANDLE process = nullptr;
+};
+
+DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory = {});
+
+std::wstring Quoted(const std::wstring& text);
+
+} // namespace keyreap::endtoend

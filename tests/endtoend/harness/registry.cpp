@@ -1,0 +1,165 @@
+#include "tests/endtoend/harness/registry.h"
+
+#include <cstring>
+#include <set>
+
+namespace keyreap::endtoend {
+
+namespace {
+
+constexpr DWORD longestKeyName = 256;
+constexpr DWORD longestValueName = 16'384;
+
+// What is left out of a reading: a second view of a part of the classes, and what Wine keeps for itself and
+// changes whenever a program starts.
+const std::set<std::wstring> leftOut = {L"HKLM\\Software\\Wow6432Node\\Classes", L"HKCU\\Software\\Wine"};
+
+class Reader {
+public:
+    explicit Reader(RegistryTree& keysToFill) : keys(keysToFill) {}
+
+    void Read(HKEY key, const std::wstring& path) {
+        ReadValues(key, keys[path]);
+        for (const std::wstring& name : Subkeys(key)) {
+            const std::wstring childPath = path.empty() ? name : path + L"\\" + name;
+            HKEY child = nullptr;
+            if (!leftOut.contains(childPath) &&
+                RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, &child) == ERROR_SUCCESS) {
+                Read(child, childPath);
+                RegCloseKey(child);
+            }
+        }
+    }
+
+private:
+    std::vector<std::wstring> Subkeys(HKEY key) {
+        std::vector<std::wstring> names;
+        wchar_t name[longestKeyName];
+        DWORD length = longestKeyName;
+        for (DWORD index = 0;
+             RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+             ++index) {
+            names.emplace_back(name, length);
+            length = longestKeyName;
+        }
+        return names;
+    }
+
+    LSTATUS EnumValue(HKEY key, DWORD index, DWORD& nameLength, DWORD& type, DWORD& size) {
+        nameLength = longestValueName;
+        size = static_cast<DWORD>(data.size());
+        return RegEnumValueW(key, index, valueName.data(), &nameLength, nullptr, &type, data.data(), &size);
+    }
+
+    void ReadValues(HKEY key, RegistryValues& values) {
+        DWORD nameLength = 0;
+        DWORD type = 0;
+        DWORD size = 0;
+        for (DWORD index = 0;; ++index) {
+            LSTATUS status = EnumValue(key, index, nameLength, type, size);
+            if (status == ERROR_MORE_DATA) {
+                data.resize(size);
+                status = EnumValue(key, index, nameLength, type, size);
+            }
+            if (status != ERROR_SUCCESS) {
+                return;
+            }
+            values[std::wstring(valueName.data(), nameLength)] = {
+                type, {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size)}};
+        }
+    }
+
+    RegistryTree& keys;
+    std::wstring valueName = std::wstring(longestValueName, L'\0');
+    std::vector<unsigned char> data = std::vector<unsigned char>(4096);
+};
+
+void AppendMissing(const RegistryTree& in, const RegistryTree& from, const wchar_t* mark,
+                   std::vector<std::wstring>& differences) {
+    for (const auto& [path, values] : in) {
+        if (!from.contains(path)) {
+            differences.push_back(mark + path);
+        }
+    }
+}
+
+void AppendChangedValues(const std::wstring& path, const RegistryValues& before, const RegistryValues& after,
+                         std::vector<std::wstring>& differences) {
+    RegistryValues all = before;
+    all.insert(after.begin(), after.end());
+    for (const auto& [name, value] : all) {
+        const auto old = before.find(name);
+        const auto now = after.find(name);
+        if (old == before.end() || now == after.end() || !(old->second == now->second)) {
+            differences.push_back(L"! " + path + L" [" + name + L"]");
+        }
+    }
+}
+
+} // namespace
+
+RegistryTree ReadTree(HKEY root, const std::wstring& path) {
+    RegistryTree keys;
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS) {
+        Reader(keys).Read(key, L"");
+        RegCloseKey(key);
+    }
+    return keys;
+}
+
+bool KeyExists(HKEY root, const std::wstring& path) {
+    HKEY key = nullptr;
+    const bool exists = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    return exists;
+}
+
+void DeleteTree(HKEY root, const std::wstring& path) {
+    RegDeleteTreeW(root, path.c_str());
+}
+
+void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text) {
+    const RegistryValue value = TextValue(text);
+    HKEY key = nullptr;
+    RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    RegSetValueExW(key, name.c_str(), 0, REG_SZ, value.data.data(), static_cast<DWORD>(value.data.size()));
+    RegCloseKey(key);
+}
+
+RegistryValue TextValue(const std::wstring& text) {
+    RegistryValue value = {REG_SZ, std::vector<unsigned char>((text.size() + 1) * sizeof(wchar_t))};
+    std::memcpy(value.data.data(), text.c_str(), value.data.size());
+    return value;
+}
+
+RegistryValue NumberValue(DWORD number) {
+    RegistryValue value = {REG_DWORD, std::vector<unsigned char>(sizeof(number))};
+    std::memcpy(value.data.data(), &number, sizeof(number));
+    return value;
+}
+
+MachineState::MachineState() {
+    const std::tuple<HKEY, const wchar_t*, const wchar_t*> parts[] = {
+        {HKEY_CURRENT_USER, L"", L"HKCU"}, {HKEY_LOCAL_MACHINE, L"Software", L"HKLM\\Software"}};
+    for (const auto& [root, path, name] : parts) {
+        HKEY key = nullptr;
+        RegOpenKeyExW(root, path, 0, KEY_READ, &key);
+        Reader(keys).Read(key, name);
+        RegCloseKey(key);
+    }
+}
+
+std::vector<std::wstring> MachineState::Differences(const MachineState& before, const MachineState& after) {
+    std::vector<std::wstring> differences;
+    AppendMissing(after.keys, before.keys, L"+ ", differences);
+    AppendMissing(before.keys, after.keys, L"- ", differences);
+    for (const auto& [path, values] : before.keys) {
+        if (const auto now = after.keys.find(path); now != after.keys.end()) {
+            AppendChangedValues(path, values, now->second, differences);
+        }
+    }
+    return differences;
+}
+
+} // namespace keyreap::endtoend

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace keyreap::endtoend {
+
+struct RegistryValue {
+    DWORD type = 0;
+    std::vector<unsigned char> data;
+
+    bool operator==(const RegistryValue&) const = default;
+};
+
+using RegistryValues = std::map<std::wstring, RegistryValue>;
+
+// Keys by their path, relative to where the reading began ("" is that key itself), with their values.
+using RegistryTree = std::map<std::wstring, RegistryValues>;
+
+// All that lies below a key, the key included; empty if there is no such key.
+RegistryTree ReadTree(HKEY root, const std::wstring& path);
+bool KeyExists(HKEY root, const std::wstring& path);
+void DeleteTree(HKEY root, const std::wstring& path);
+// Creates the key if need be.
+void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
+
+RegistryValue TextValue(const std::wstring& text);
+RegistryValue NumberValue(DWORD number);
+
+// Everything that a run may not change: the current user's hive and the machine's software, classes
+// included, in both views.
+class MachineState {
+public:
+    MachineState();
+
+    // One line for each key or value that is in one of the two and not, or with another content, in the
+    // other: "+ path", "- path" or "! path [value]".
+    static std::vector<std::wstring> Differences(const MachineState& before, const MachineState& after);
+
+private:
+    RegistryTree keys;
+};
+
+} // namespace keyreap::endtoend

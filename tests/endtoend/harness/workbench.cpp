@@ -1,0 +1,87 @@
+#include "tests/endtoend/harness/workbench.h"
+
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/settings.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+std::wstring Variable(const wchar_t* name) {
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+std::wstring WithoutTrailingBackslash(std::wstring path) {
+    while (path.ends_with(L'\\')) {
+        path.pop_back();
+    }
+    return path;
+}
+
+std::wstring SystemTemporaryFolder() {
+    wchar_t path[MAX_PATH + 1] = {};
+    return WithoutTrailingBackslash(std::wstring(path, GetTempPathW(MAX_PATH + 1, path)));
+}
+
+} // namespace
+
+std::string NameOfBuild(const testing::TestParamInfo<Bitness>& test) {
+    return test.param == Bitness::x64 ? "x64" : "x86";
+}
+
+std::string NameOfRoute(const testing::TestParamInfo<Route>& test) {
+    return test.param.name;
+}
+
+void PrintTo(Bitness bitness, std::ostream* stream) {
+    *stream << (bitness == Bitness::x64 ? "x64" : "x86");
+}
+
+void PrintTo(const Route& route, std::ostream* stream) {
+    *stream << route.name;
+}
+
+std::wstring FolderOf(Bitness bitness) {
+    return bitness == Bitness::x64 ? L"x64" : L"x86";
+}
+
+std::wstring Keyreap(Bitness bitness) {
+    return TestSettings().stage + L"\\" + FolderOf(bitness) + L"\\Keyreap.exe";
+}
+
+std::wstring Sample(Bitness bitness, const std::wstring& name) {
+    return TestSettings().samples + L"\\" + FolderOf(bitness) + L"\\" + name;
+}
+
+std::wstring Pair(const std::wstring& file, const std::wstring& regFile) {
+    return Quoted(file) + L" " + Quoted(regFile);
+}
+
+Workbench::Workbench() : formerTmp(Variable(L"TMP")), formerTemp(Variable(L"TEMP")) {
+    workFolder = SystemTemporaryFolder() + L"\\keyreap" + std::to_wstring(GetCurrentProcessId());
+    temporaryFolder = workFolder + L"\\temp";
+    RemoveDirectoryWithContents(workFolder);
+    MakeDirectory(temporaryFolder);
+    SetEnvironmentVariableW(L"TMP", temporaryFolder.c_str());
+    SetEnvironmentVariableW(L"TEMP", temporaryFolder.c_str());
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+}
+
+Workbench::~Workbench() {
+    SetEnvironmentVariableW(L"TMP", formerTmp.c_str());
+    SetEnvironmentVariableW(L"TEMP", formerTemp.c_str());
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+    RemoveDirectoryWithContents(workFolder);
+}
+
+DWORD Workbench::RunKeyreap(Bitness bitness, const std::wstring& arguments) const {
+    return RunLine(Quoted(Keyreap(bitness)) + L" " + arguments);
+}
+
+DWORD Workbench::Capture(Bitness bitness, const std::wstring& file, const std::wstring& regFile) const {
+    return RunKeyreap(bitness, L"extreg " + Pair(file, regFile) + L" keyRedir");
+}
+
+} // namespace keyreap::endtoend

@@ -1,0 +1,148 @@
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/settings.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+// A type library is no 64-bit image: whatever its system, the 32-bit build registers it.
+class TypeLibrary : public Workbench {
+protected:
+    DWORD CaptureOf(Bitness program, const std::wstring& file) const {
+        return Capture(program, file, Work(L"out.reg"));
+    }
+    std::wstring Library(Bitness system) const { return Sample(system, L"calculator.tlb"); }
+};
+
+TEST_F(TypeLibrary, IsRegisteredByTheCompanionUnderItsOwnName) {
+    for (const Bitness program : {Bitness::x64, Bitness::x86}) {
+        EXPECT_EQ(CaptureOf(program, Library(Bitness::x86)), 0U);
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(Library(Bitness::x86)))));
+    }
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_F(TypeLibrary, IsKnownByItsFirstBytesAndNotByItsExtension) {
+    ASSERT_TRUE(Copy(Library(Bitness::x86), Work(L"library.txt")));
+    EXPECT_EQ(CaptureOf(Bitness::x64, Work(L"library.txt")), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(Work(L"library.txt")))));
+}
+
+TEST_F(TypeLibrary, ThatIsDamagedOrNoneFails) {
+    ASSERT_TRUE(WriteText(Work(L"four.tlb"), "MSFT"));
+    ASSERT_TRUE(WriteText(Work(L"damaged.tlb"), "MSFT" + std::string(508, '\0')));
+    ASSERT_TRUE(WriteText(Work(L"lowercase.tlb"), "msft and more"));
+    for (const wchar_t* name : {L"four.tlb", L"damaged.tlb", L"lowercase.tlb"}) {
+        EXPECT_EQ(CaptureOf(Bitness::x64, Work(name)), statusFailed) << name;
+        EXPECT_FALSE(Exists(Work(L"out.reg"))) << name;
+    }
+}
+
+TEST_F(TypeLibrary, OnAShareIsRegisteredFromACopyAndNamedAsGiven) {
+    const std::wstring name = L"keyreap" + std::to_wstring(GetCurrentProcessId()) + L".tlb";
+    const std::wstring given = TestSettings().shareUnc + L"\\" + name;
+    ASSERT_TRUE(Copy(Library(Bitness::x86), TestSettings().shareLocal + L"\\" + name));
+    EXPECT_EQ(CaptureOf(Bitness::x64, given), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(given))));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    DeleteFileW((TestSettings().shareLocal + L"\\" + name).c_str());
+}
+
+// Programs that carry a type library, and a DLL that bears the extension of one.
+class CarriedLibrary : public Workbench, public testing::WithParamInterface<Bitness> {
+protected:
+    ~CarriedLibrary() override {
+        DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapRegServer");
+        for (const wchar_t* key : {L"TypeLib\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D11}",
+                                   L"TypeLib\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D20}",
+                                   L"Interface\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}"}) {
+            DeleteTree(HKEY_CLASSES_ROOT, key);
+            DeleteTree(HKEY_CLASSES_ROOT, L"Wow6432Node\\" + std::wstring(key));
+        }
+    }
+
+    DWORD CaptureOf(const std::wstring& file) const { return Capture(GetParam(), file, Work(L"out.reg")); }
+    Bytes GoldenOf(const std::string& name, const std::wstring& file) const {
+        return Golden(name + (GetParam() == Bitness::x64 ? "-x64.reg" : "-x86.reg"), PathsOf(file));
+    }
+    static bool IsCalculatorLive() {
+        return KeyExists(HKEY_CLASSES_ROOT, L"TypeLib\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D11}");
+    }
+    static bool IsSecondLive() {
+        return KeyExists(HKEY_CLASSES_ROOT, L"TypeLib\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D20}");
+    }
+    static bool ProgramRan() { return KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapRegServer"); }
+};
+
+TEST_P(CarriedLibrary, OfAnExportingFileIsStagedAndEveryTextNamesTheFile) {
+    const std::wstring file = Sample(GetParam(), L"exporting.exe");
+    EXPECT_EQ(CaptureOf(file), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("exporting", file)));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(CarriedLibrary, IsFoundUnderTheExtensionInCapitals) {
+    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), Work(L"a.EXE")));
+    EXPECT_EQ(CaptureOf(Work(L"a.EXE")), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("exporting", Work(L"a.EXE"))));
+}
+
+TEST_P(CarriedLibrary, OfAFileWithAnotherExtensionIsNotRegistered) {
+    MakeDirectory(Work(L"folder.exe"));
+    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), Work(L"folder.exe\\a.dll")));
+    EXPECT_EQ(CaptureOf(Work(L"folder.exe\\a.dll")), 0U);
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"),
+              Document(L"\r\n[HKEY_CLASSES_ROOT]\r\n\r\n[HKEY_CLASSES_ROOT\\Keyreap.Exporting]\r\n@=\"" +
+                       Doubled(Work(L"folder.exe\\a.dll")) + L"\"\r\n" +
+                       RedirectedRoots().substr(std::wstring(L"\r\n[HKEY_CLASSES_ROOT]\r\n").size()))));
+}
+
+TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInThePlaceOfTheCopy) {
+    const std::wstring name = L"keyreap" + std::to_wstring(GetCurrentProcessId()) + L".exe";
+    const std::wstring given = TestSettings().shareUnc + L"\\" + name;
+    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), TestSettings().shareLocal + L"\\" + name));
+    EXPECT_EQ(CaptureOf(given), 0U);
+    const std::wstring text = ReadUnits(Work(L"out.reg"));
+    // The staged library has the pair of the paths, so the copy's own folder lies in a mapped one, but the
+    // copy's own path is no longer a pair.
+    EXPECT_NE(text.find(Doubled(given) + L"\""), std::wstring::npos);
+    EXPECT_NE(text.find(L"@=\"" + Doubled(TestSettings().shareUnc) + L"\\\\UNC"), std::wstring::npos);
+    EXPECT_EQ(text.find(Doubled(TemporaryFolder())), std::wstring::npos);
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    DeleteFileW((TestSettings().shareLocal + L"\\" + name).c_str());
+}
+
+TEST_P(CarriedLibrary, OfAProgramIsRegisteredBesideTheProgram) {
+    EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibone.exe")), 0U);
+    EXPECT_TRUE(ProgramRan());
+    EXPECT_TRUE(IsCalculatorLive());
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(CarriedLibrary, IsTheFirstAsEnumeratedWhenThereAreSeveral) {
+    EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibseveral.exe")), 0U);
+    EXPECT_TRUE(IsCalculatorLive());
+    EXPECT_FALSE(IsSecondLive());
+}
+
+TEST_P(CarriedLibrary, IsFoundByANameThatIsAText) {
+    EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibnamed.exe")), 0U);
+    EXPECT_TRUE(IsCalculatorLive());
+    EXPECT_FALSE(IsSecondLive());
+}
+
+TEST_P(CarriedLibrary, ThatIsDamagedFailsTheProgramsRegistration) {
+    EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibdamaged.exe")), statusFailed);
+    EXPECT_TRUE(ProgramRan());
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, CarriedLibrary, testing::Values(Bitness::x64, Bitness::x86),
+                         NameOfBuild);
+
+} // namespace
+
+} // namespace keyreap::endtoend
