@@ -182,7 +182,8 @@ RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring
     if (RegistryLogValue* found = node.values.Find(hashed)) {
         return *found;
     }
-    return *node.values.Add(std::make_unique<RegistryLogValue>(std::wstring(name), hashed.hash));
+    return *node.values.Add(
+        std::make_unique<RegistryLogValue>(RegistryLogValue{std::wstring(name), hashed.hash, {}}));
 }
 
 void RegistryLog::Remove(RegistryLogNode& node) {

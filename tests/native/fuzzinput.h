@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <string>
+
+namespace keyreap::fuzz {
+
+// The bytes of a fuzzer, taken from the front. Behind their end everything is 0.
+class Input {
+public:
+    Input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
+
+    bool IsEmpty() const { return bytes.empty(); }
+
+    std::uint8_t Byte() {
+        if (bytes.empty()) {
+            return 0;
+        }
+        const std::uint8_t byte = bytes.front();
+        bytes = bytes.subspan(1);
+        return byte;
+    }
+
+    wchar_t Unit() {
+        const int low = Byte();
+        return static_cast<wchar_t>(low | (Byte() << 8));
+    }
+
+    // All that is left, as UTF-16 units.
+    std::wstring Rest() {
+        std::wstring text;
+        while (!bytes.empty()) {
+            text += Unit();
+        }
+        return text;
+    }
+
+private:
+    std::span<const std::uint8_t> bytes;
+};
+
+// Ends the fuzzer on a broken rule, so that it keeps the input.
+inline void Require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+} // namespace keyreap::fuzz
