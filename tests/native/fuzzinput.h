@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -28,6 +29,16 @@ public:
         const int low = Byte();
         return static_cast<wchar_t>(low | (Byte() << 8));
     }
+
+    // So many bytes, or all that are left.
+    std::span<const std::byte> Take(std::size_t size) {
+        const auto taken = bytes.first(std::min(size, bytes.size()));
+        bytes = bytes.subspan(taken.size());
+        return std::as_bytes(taken);
+    }
+
+    // All that is left.
+    std::span<const std::byte> TakeRest() { return Take(bytes.size()); }
 
     // All that is left, as UTF-16 units.
     std::wstring Rest() {

@@ -1,0 +1,57 @@
+#include <memory>
+
+#include "tests/native/fuzzinput.h"
+#include "trace/registryeventhandler.h"
+#include "trace/threadeventhandler.h"
+
+using namespace keyreap;
+
+namespace {
+
+// One event; its payload ends where its memory ends.
+struct FuzzedEvent {
+    explicit FuzzedEvent(fuzz::Input& input) {
+        static constexpr Guid guids[] = {RegistryGuid, ThreadGuid, EventTraceGuid, Guid{}};
+        event.guid = guids[input.Byte() % std::size(guids)];
+        event.type = input.Byte();
+        event.version = input.Byte() % 4;
+        event.processId = input.Byte() % 4;
+        event.timeStamp = input.Byte();
+        const std::span<const std::byte> content = input.Take(input.Byte());
+        memory.reset(new std::byte[content.size()]);
+        std::copy(content.begin(), content.end(), memory.get());
+        event.payload = {memory.get(), content.size()};
+    }
+
+    TraceEvent event;
+    std::unique_ptr<std::byte[]> memory;
+};
+
+void CheckCounters(const EventCounters& counters, std::uint32_t events) {
+    fuzz::Require(counters.eventsSeen == events);
+    fuzz::Require(counters.eventsAccepted <= events);
+    fuzz::Require(counters.eventsWithData + counters.eventsWithoutData == counters.eventsAccepted);
+    fuzz::Require(counters.schemaFailures == 0 && counters.decodeFailures == 0);
+}
+
+} // namespace
+
+// A whole log, header and all, through the handlers.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    RegistryEventHandler registry(input.Byte() % 2 == 0);
+    registry.AddWatchedProcess(1);
+    ThreadEventHandler threads;
+    threads.Attach(std::make_shared<ThreadProcessMap>());
+    std::uint32_t events = 0;
+    for (; !input.IsEmpty(); ++events) {
+        const FuzzedEvent next(input);
+        registry.OnEvent(next.event);
+        threads.OnEvent(next.event);
+    }
+    registry.OnFinished();
+    CheckCounters(registry.Counters(), events);
+    CheckCounters(threads.Counters(), events);
+    fuzz::Require(registry.operations.size() <= registry.Counters().eventsWithData);
+    return 0;
+}
