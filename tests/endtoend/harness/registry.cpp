@@ -98,6 +98,15 @@ void AppendChangedValues(const std::wstring& path, const RegistryValues& before,
 
 } // namespace
 
+void PrintTo(const RegistryValue& value, std::ostream* stream) {
+    constexpr std::size_t shown = 64;
+    constexpr char digits[] = "0123456789abcdef";
+    *stream << "type " << value.type << ", " << value.data.size() << " bytes:";
+    for (std::size_t i = 0; i < value.data.size() && i < shown; ++i) {
+        *stream << ' ' << digits[value.data[i] / 16] << digits[value.data[i] % 16];
+    }
+}
+
 RegistryTree ReadTree(HKEY root, const std::wstring& path) {
     RegistryTree keys;
     HKEY key = nullptr;

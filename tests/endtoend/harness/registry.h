@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -15,6 +16,8 @@ struct RegistryValue {
 
     bool operator==(const RegistryValue&) const = default;
 };
+
+void PrintTo(const RegistryValue& value, std::ostream* stream);
 
 using RegistryValues = std::map<std::wstring, RegistryValue>;
 

@@ -1,0 +1,103 @@
+// A target that faults ends the program with its code, with a window open or none to be had.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+struct Fault {
+    const char* name;
+    DWORD statusOnX64;
+    DWORD statusOnX86;
+};
+
+constexpr DWORD accessViolation = 0xC0000005;
+constexpr DWORD divisionByZero = 0xC0000094;
+constexpr DWORD illegalInstruction = 0xC000001D;
+constexpr DWORD stackOverflow = 0xC00000FD;
+constexpr DWORD exceptionOfTheCompiler = 0x20474343;
+constexpr DWORD aborted = 3;
+
+constexpr Fault faults[] = {
+    {"ReadNull", accessViolation, accessViolation},
+    {"WriteNull", accessViolation, accessViolation},
+    {"ExecuteNull", accessViolation, accessViolation},
+    {"ReadElsewhere", accessViolation, accessViolation},
+    {"WriteElsewhere", accessViolation, accessViolation},
+    {"ExecuteElsewhere", accessViolation, accessViolation},
+    {"DivideByZero", divisionByZero, divisionByZero},
+    {"IllegalInstruction", illegalInstruction, illegalInstruction},
+    {"StackOverflow", stackOverflow, stackOverflow},
+    {"Abort", aborted, aborted},
+    // The target's own run-time ends the process on x86, before anything of the system is asked.
+    {"Throw", exceptionOfTheCompiler, aborted},
+};
+
+void PrintTo(const Fault& fault, std::ostream* stream) {
+    *stream << fault.name;
+}
+
+class FaultingTarget : public Workbench, public testing::WithParamInterface<std::tuple<Fault, Route>> {
+protected:
+    const Fault& TheFault() const { return std::get<0>(GetParam()); }
+    const Route& TheRoute() const { return std::get<1>(GetParam()); }
+    DWORD Status() const {
+        return TheRoute().target == Bitness::x64 ? TheFault().statusOnX64 : TheFault().statusOnX86;
+    }
+    std::wstring Server() const {
+        const std::string name = TheFault().name;
+        return Sample(TheRoute().target, L"fault" + std::wstring(name.begin(), name.end()) + L".dll");
+    }
+    DWORD CaptureOf(const std::wstring& file) const {
+        return Capture(TheRoute().program, file, Work(L"out.reg"));
+    }
+};
+
+const RegistryTree treeOfTheFault = {
+    {L"", {}},
+    {L"Temporary", {}},
+    {L"Temporary\\HKCR", {}},
+    {L"Temporary\\HKCR\\Keyreap.Fault", {{L"", TextValue(L"written before the fault")}}},
+    {L"Temporary\\HKCU", {}},
+    {L"Temporary\\HKLM", {}},
+    {L"Temporary\\HKLM\\Software", {}},
+    {L"Temporary\\HKLM\\Software\\Classes", {}},
+    {L"Temporary\\HKU", {}},
+};
+
+TEST_P(FaultingTarget, EndsTheProgramWithItsCodeAndTheNextRunIsAsGoodAsEver) {
+    EXPECT_EQ(CaptureOf(Server()), Status());
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeOfTheFault);
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+
+    EXPECT_EQ(CaptureOf(Sample(TheRoute().target, L"plain.dll")), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), (RegistryTree{{L"", {}}}));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultingTarget,
+                         testing::Combine(testing::ValuesIn(faults), testing::ValuesIn(routes)),
+                         [](const auto& test) {
+                             return std::string(std::get<0>(test.param).name) + "_" +
+                                    std::get<1>(test.param).name;
+                         });
+
+class FaultInARow : public Workbench {};
+
+TEST_F(FaultInARow, KeepsTheOutputsBeforeItAndNothingBehindItIsTried) {
+    const auto server = [](const wchar_t* name) { return Sample(Bitness::x64, name); };
+    const std::wstring pairs = Pair(server(L"plain.dll"), Work(L"a.reg")) + L" " +
+                               Pair(server(L"faultReadNull.dll"), Work(L"b.reg")) + L" " +
+                               Pair(server(L"plain.dll"), Work(L"c.reg"));
+    EXPECT_EQ(RunKeyreap(Bitness::x64, L"extreg " + pairs + L" keyRedir"), accessViolation);
+    EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
+    EXPECT_FALSE(Exists(Work(L"b.reg")));
+    EXPECT_FALSE(Exists(Work(L"c.reg")));
+}
+
+} // namespace
+
+} // namespace keyreap::endtoend
