@@ -1,15 +1,15 @@
 # shellcheck shell=bash
 # The distribution's packages that the project needs, installed only when missing. Sourced after common.sh.
 
-WINE_PACKAGES=(wine wine64)
+# shellcheck disable=SC2034 # setup.sh names what each level needs
+{
+    WINE_PACKAGES=(wine wine64)
 
-# To build Keyreap.exe. (googletest and mingw-w64-tools belong to the one configuration of each build.)
-RUN_PACKAGES=("${WINE_PACKAGES[@]}" cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
-    mingw-w64-tools googletest)
+    # googletest and mingw-w64-tools belong to the one configuration of each build.
+    BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
 
-# To run ./test and to make the package.
-# shellcheck disable=SC2034 # used by setup.sh
-TEST_PACKAGES=("${RUN_PACKAGES[@]}" g++ git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+    TEST_PACKAGES=(g++ git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+}
 
 # missing_packages PACKAGE...: those that are not fully installed, one a line.
 missing_packages() {

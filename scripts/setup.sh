@@ -2,7 +2,7 @@
 # Sees to it that what a run needs is there and up to date. Sourced after common.sh; brings the
 # other parts with it.
 #
-# A level (wine, run, test) has a stamp that is as old as the beginning of its last complete set-up. It is up to
+# A level (wine, run, package, test) has a stamp that is as old as the beginning of its last complete set-up. It is up to
 # date when nothing that it was made from changed since; the time that counts is the one of any change to a
 # file or folder (ctime), which no copying or unpacking turns back.
 
@@ -37,8 +37,7 @@ up_to_date() {
     local stamp=$STAMPS/$1
     # The tests always ask the builds themselves.
     [[ $1 != test ]] || return
-    [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && base_untouched &&
-        nothing_newer "$1" "$stamp"
+    [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp"
 }
 
 # nothing_newer LEVEL STAMP
@@ -50,8 +49,12 @@ nothing_newer() {
 
 # level_there LEVEL: nobody removed what was made.
 level_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] || return
+    [[ $1 == package ]] || wine_there || return
     [[ $1 == wine ]] || program_staged
+}
+
+wine_there() {
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && base_untouched
 }
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
@@ -69,12 +72,16 @@ make_level() {
         make_wine
         ;;
     run)
-        install_packages "${RUN_PACKAGES[@]}"
+        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}"
         make_wine
         make_program
         ;;
+    package)
+        install_packages "${BUILD_PACKAGES[@]}" python3
+        make_program
+        ;;
     test)
-        install_packages "${TEST_PACKAGES[@]}"
+        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
         make_wine
         make_everything
         ;;

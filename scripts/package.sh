@@ -1,0 +1,35 @@
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
+# Usage: scripts/package.sh [ZIP]
+# Builds what is out of date and makes the zip that a Windows user unpacks: build/keyreap-VERSION.zip unless told
+# otherwise. The same commit gives the same bytes. Prints the zip's path.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+# shellcheck source=scripts/setup.sh
+source "$ROOT/scripts/setup.sh"
+
+# package_time: that of the commit, since a file's own time is the one of its checkout.
+package_time() {
+    git -c safe.directory='*' -C "$ROOT" log -1 --format=%ct 2>/dev/null || echo 315532800
+}
+
+package_version() {
+    sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
+}
+
+# lay_out FOLDER: what a user gets.
+lay_out() {
+    rm -rf "$1"
+    mkdir -p "$1"
+    cp -r "$STAGE/bin" "$1/bin"
+    cp "$ROOT/README.md" "$ROOT/LICENSE" "$1"
+}
+
+set_up package
+zip=$(realpath -m -- "${1:-$BUILD/keyreap-$(package_version).zip}")
+lay_out "$BUILD/package.new"
+"$ROOT/scripts/makezip.py" "$zip.new" "$(package_time)" Keyreap "$BUILD/package.new"
+mv "$zip.new" "$zip"
+rm -rf "$BUILD/package.new"
+printf '%s\n' "$zip"
