@@ -1,0 +1,111 @@
+#include "tests/native/fuzzinput.h"
+
+#include <vector>
+
+#include "platform/os/wine/etlclasses.h"
+#include "platform/os/wine/etlreader.h"
+#include "platform/os/wine/etlwriter.h"
+
+using namespace keyreap;
+
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+constexpr std::size_t BUFFER_SIZE = 1024;
+
+// A log that ends where its memory ends, and of which nothing else may be asked for.
+class FuzzedSource : public EtlSource {
+public:
+    explicit FuzzedSource(std::span<const std::byte> content) : bytes(content.begin(), content.end()) {}
+
+    std::uint64_t Size() const override { return bytes.size(); }
+
+    bool Read(std::uint64_t offset, std::span<std::byte> to) override {
+        fuzz::Require(offset <= bytes.size() && to.size() <= bytes.size() - offset);
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), to.size(), to.begin());
+        return true;
+    }
+
+private:
+    Bytes bytes;
+};
+
+class AppendingSink : public EtlSink {
+public:
+    bool Write(std::uint64_t, std::span<const std::byte> from) override {
+        bytes.insert(bytes.end(), from.begin(), from.end());
+        return true;
+    }
+
+    Bytes bytes;
+};
+
+// Looks at every byte of what it is given.
+class Examiner : public EtlListener {
+public:
+    void OnEvent(const EtlEvent& event) override {
+        const bool logHeader = event.provider == etlclass::eventTrace && event.type == 0;
+        fuzz::Require(events != 0 || logHeader);
+        fuzz::Require(event.pointerSize == 4 || event.pointerSize == 8);
+        fuzz::Require(event.payload.size() <= 0xFFFF);
+        Bytes copy(event.payload.begin(), event.payload.end());
+        fuzz::Require(copy.size() == event.payload.size());
+        ++events;
+    }
+
+    bool OnBuffer() override {
+        ++buffers;
+        return true;
+    }
+
+    std::uint64_t events = 0;
+    std::uint64_t buffers = 0;
+};
+
+void ReadLog(std::span<const std::byte> log) {
+    FuzzedSource source(log);
+    EtlReader reader(source);
+    if (!reader.Open()) {
+        return;
+    }
+    for (int round = 0; round < 2; ++round) {
+        Examiner examiner;
+        fuzz::Require(reader.Process(examiner));
+        const EtlStatistics& found = reader.Statistics();
+        fuzz::Require(found.events == examiner.events && found.events >= 1);
+        fuzz::Require(found.buffers == examiner.buffers && found.damagedBuffers <= found.buffers);
+    }
+}
+
+// A good first buffer before the input's, of which each has the right size, so that inputs get behind the
+// checks that most bytes fail.
+Bytes WithGoodHead(std::span<const std::byte> buffers, bool circular) {
+    AppendingSink sink;
+    EtlLogHeader header;
+    header.bufferSize = BUFFER_SIZE;
+    header.logFileMode = circular ? 2 : 1;
+    EtlWriter(sink, header).Begin(1, 2, 3);
+    Bytes log = sink.bytes;
+    log.insert(log.end(), buffers.begin(), buffers.end());
+    for (std::size_t at = BUFFER_SIZE; at + 4 <= log.size(); at += BUFFER_SIZE) {
+        log[at] = log[at + 2] = log[at + 3] = std::byte{0};
+        log[at + 1] = std::byte{BUFFER_SIZE >> 8};
+    }
+    return log;
+}
+
+} // namespace
+
+// A whole log, or the buffers behind a good head.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    const std::uint8_t form = input.Byte() % 3;
+    const std::span<const std::byte> rest = input.TakeRest();
+    if (form == 0) {
+        ReadLog(rest);
+    } else {
+        ReadLog(WithGoodHead(rest, form == 1));
+    }
+    return 0;
+}
