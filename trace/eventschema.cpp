@@ -7,9 +7,9 @@ namespace keyreap {
 namespace {
 
 void AppendHex(std::wstring& text, std::uint64_t value, int digits) {
-    constexpr std::wstring_view DIGITS = L"0123456789ABCDEF";
+    constexpr std::wstring_view hexDigits = L"0123456789ABCDEF";
     for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
-        text += DIGITS[value >> shift & 0xF];
+        text += hexDigits[value >> shift & 0xF];
     }
 }
 

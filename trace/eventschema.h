@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/core/hash.h"
+#include "trace/traceevent.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -7,9 +10,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
-
-#include "platform/core/hash.h"
-#include "trace/traceevent.h"
 
 namespace keyreap {
 

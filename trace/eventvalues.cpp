@@ -1,24 +1,24 @@
 #include "trace/eventvalues.h"
 
-#include <algorithm>
-#include <array>
-#include <optional>
-
 #include "platform/core/compare.h"
 #include "trace/payload.h"
 #include "trace/schemahost.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
 
 namespace keyreap {
 
 namespace {
 
 // CIM types by their published numbers (CIMTYPE_ENUMERATION, wbemcli.h).
-constexpr std::uint32_t CIM_TYPE_ARRAY = 0x2000;
-constexpr std::uint32_t CIM_TYPE_STRING = 8;
-constexpr std::uint32_t CIM_TYPE_OBJECT = 13;
-constexpr std::uint32_t CIM_TYPE_UINT32 = 19;
-constexpr std::uint32_t CIM_TYPE_UINT64 = 21;
-constexpr std::size_t GUID_SIZE = 16;
+constexpr std::uint32_t cimArrayBit = 0x2000;
+constexpr std::uint32_t cimString = 8;
+constexpr std::uint32_t cimObject = 13;
+constexpr std::uint32_t cimUint32 = 19;
+constexpr std::uint32_t cimUint64 = 21;
+constexpr std::size_t guidSize = 16;
 
 struct NumberForm {
     std::uint32_t cimType;
@@ -26,15 +26,15 @@ struct NumberForm {
     ValueType type;
 };
 
-constexpr std::array<NumberForm, 10> NUMBER_FORMS{{
+constexpr std::array<NumberForm, 10> numberForms{{
     {16, 1, ValueType::i1},  // CIM_SINT8
     {17, 1, ValueType::ui1}, // CIM_UINT8
     {2, 2, ValueType::i2},   // CIM_SINT16
     {18, 2, ValueType::ui2}, // CIM_UINT16
     {3, 4, ValueType::i4},   // CIM_SINT32
-    {CIM_TYPE_UINT32, 4, ValueType::ui4},
+    {cimUint32, 4, ValueType::ui4},
     {20, 8, ValueType::i8}, // CIM_SINT64
-    {CIM_TYPE_UINT64, 8, ValueType::ui8},
+    {cimUint64, 8, ValueType::ui8},
     {11, 4, ValueType::integer},  // CIM_BOOLEAN: four bytes in an event
     {103, 2, ValueType::integer}, // CIM_CHAR16
 }};
@@ -103,12 +103,12 @@ std::vector<EventValue> Decoder::ReadProperty(const PropertyDescriptor& property
     const PropertyQualifiers& qualifiers = property.qualifiers;
     if (qualifiers.pointer) {
         // The qualifier wins over the CIM type, and over an array of them.
-        return ReadElements(pointerSize == 4 ? CIM_TYPE_UINT32 : CIM_TYPE_UINT64, qualifiers, 1);
+        return ReadElements(pointerSize == 4 ? cimUint32 : cimUint64, qualifiers, 1);
     }
-    if ((property.cimType & CIM_TYPE_ARRAY) == 0) {
+    if ((property.cimType & cimArrayBit) == 0) {
         return ReadElements(property.cimType, qualifiers, 1);
     }
-    return ReadElements(property.cimType & ~CIM_TYPE_ARRAY, qualifiers, qualifiers.max.value_or(0));
+    return ReadElements(property.cimType & ~cimArrayBit, qualifiers, qualifiers.max.value_or(0));
 }
 
 std::vector<EventValue> Decoder::ReadElements(std::uint32_t cimType, const PropertyQualifiers& qualifiers,
@@ -126,15 +126,15 @@ std::vector<EventValue> Decoder::ReadElements(std::uint32_t cimType, const Prope
 }
 
 Result Decoder::ReadElement(std::uint32_t cimType, const PropertyQualifiers& qualifiers) {
-    if (cimType == CIM_TYPE_STRING) {
+    if (cimType == cimString) {
         return ReadText(qualifiers);
     }
-    if (cimType == CIM_TYPE_OBJECT && Says(qualifiers.extension, L"Guid")) {
-        Move(GUID_SIZE);
+    if (cimType == cimObject && Says(qualifiers.extension, L"Guid")) {
+        Move(guidSize);
         return std::nullopt;
     }
-    const auto form = std::ranges::find(NUMBER_FORMS, cimType, &NumberForm::cimType);
-    return form == NUMBER_FORMS.end() ? std::nullopt : ReadNumber(form->type, form->size);
+    const auto form = std::ranges::find(numberForms, cimType, &NumberForm::cimType);
+    return form == numberForms.end() ? std::nullopt : ReadNumber(form->type, form->size);
 }
 
 Result Decoder::ReadNumber(ValueType type, std::size_t size) {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "trace/eventschema.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "trace/eventschema.h"
 
 namespace keyreap {
 

@@ -1,15 +1,15 @@
 #include "trace/registryfields.h"
 
+#include "trace/payload.h"
+
 #include <algorithm>
 #include <array>
-
-#include "trace/payload.h"
 
 namespace keyreap {
 
 namespace {
 
-constexpr std::size_t NOT_THERE = SIZE_MAX;
+constexpr std::size_t notThere = SIZE_MAX;
 
 // Where the fields of a registry event stand in its payload, in bytes.
 struct FixedLayout {
@@ -26,9 +26,9 @@ struct LayoutOfVersion {
 };
 
 // By the published MOF classes Registry_V0, Registry_V1 and Registry; later versions keep the last layout.
-constexpr std::array<LayoutOfVersion, 3> LAYOUTS{{
-    {{0, 4, 8, NOT_THERE, 16}, {0, 8, 16, NOT_THERE, 24}},
-    {{0, 4, NOT_THERE, 16, 20}, {0, 8, NOT_THERE, 24, 28}},
+constexpr std::array<LayoutOfVersion, 3> layouts{{
+    {{0, 4, 8, notThere, 16}, {0, 8, 16, notThere, 24}},
+    {{0, 4, notThere, 16, 20}, {0, 8, notThere, 24, 28}},
     {{8, 16, 0, 12, 20}, {8, 16, 0, 12, 24}},
 }};
 
@@ -37,7 +37,7 @@ constexpr bool HasWidePointers(std::uint32_t pointerSize) {
 }
 
 const FixedLayout& LayoutFor(std::uint16_t version, std::uint32_t pointerSize) {
-    const LayoutOfVersion& layout = LAYOUTS[std::min<std::size_t>(version, LAYOUTS.size() - 1)];
+    const LayoutOfVersion& layout = layouts[std::min<std::size_t>(version, layouts.size() - 1)];
     return HasWidePointers(pointerSize) ? layout.wide : layout.narrow;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "trace/eventvalues.h"
 #include "trace/traceevent.h"
+
+#include <cstdint>
+#include <string>
 
 namespace keyreap {
 

@@ -1,18 +1,18 @@
 #include "trace/registrytrace.h"
 
-#include <cstring>
-
 #include "platform/core/platformguid.h"
 #include "trace/traceevent.h"
+
+#include <cstring>
 
 namespace keyreap {
 
 namespace {
 
-constexpr ULONG QUERY_PERFORMANCE_COUNTER = 1; // Wnode.ClientContext: the clock of the time stamps
-constexpr ULONG MINIMUM_BUFFERS = 20;
-constexpr ULONG MAXIMUM_BUFFERS = 2020;
-constexpr ULONG MAXIMUM_MEGABYTES = 2048;
+constexpr ULONG queryPerformanceCounter = 1; // Wnode.ClientContext: the clock of the time stamps
+constexpr ULONG minimumBuffers = 20;
+constexpr ULONG maximumBuffers = 2020;
+constexpr ULONG maximumMegabytes = 2048;
 
 std::size_t SizeWithTerminator(std::wstring_view text) {
     return (text.size() + 1) * sizeof(wchar_t);
@@ -27,11 +27,11 @@ std::vector<std::byte> BuildProperties(std::wstring_view loggerName, std::wstrin
     EVENT_TRACE_PROPERTIES start{};
     start.Wnode.BufferSize = static_cast<ULONG>(block.size());
     start.Wnode.Flags = WNODE_FLAG_TRACED_GUID;
-    start.Wnode.ClientContext = QUERY_PERFORMANCE_COUNTER;
+    start.Wnode.ClientContext = queryPerformanceCounter;
     start.Wnode.Guid = ToPlatformGuid(SystemTraceControlGuid);
-    start.MinimumBuffers = MINIMUM_BUFFERS;
-    start.MaximumBuffers = MAXIMUM_BUFFERS;
-    start.MaximumFileSize = MAXIMUM_MEGABYTES;
+    start.MinimumBuffers = minimumBuffers;
+    start.MaximumBuffers = maximumBuffers;
+    start.MaximumFileSize = maximumMegabytes;
     start.LogFileMode = EVENT_TRACE_FILE_MODE_CIRCULAR;
     start.EnableFlags = EVENT_TRACE_FLAG_REGISTRY;
     start.LoggerNameOffset = static_cast<ULONG>(nameOffset);

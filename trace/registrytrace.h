@@ -1,16 +1,16 @@
 #pragma once
 
+#include "trace/eventtracing.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "trace/eventtracing.h"
-
 namespace keyreap {
 
 // The name of the one kernel logger session of a machine (KERNEL_LOGGER_NAMEW of evntrace.h).
-inline constexpr std::wstring_view KERNEL_LOGGER_SESSION = L"NT Kernel Logger";
+inline constexpr std::wstring_view kernelLoggerSession = L"NT Kernel Logger";
 
 // Records the registry operations of the whole machine into a circular log file of at most 2048 megabytes,
 // from Start to Stop. Ends the session at the latest in its destructor, so that none outlives the run; a

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "trace/eventschema.h"
+
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include "trace/eventschema.h"
 
 // What schema-driven decoding asks of the system it runs on; a host without WMI has a plain form of each.
 namespace keyreap {

@@ -1,20 +1,20 @@
 #include "trace/threadeventhandler.h"
 
-#include <iterator>
-
 #include "trace/payload.h"
+
+#include <iterator>
 
 namespace keyreap {
 
 namespace {
 
 // EVENT_TRACE_TYPE_START and EVENT_TRACE_TYPE_DC_START of evntrace.h.
-constexpr std::uint8_t THREAD_START = 1;
-constexpr std::uint8_t THREAD_RUNDOWN = 3;
+constexpr std::uint8_t threadStart = 1;
+constexpr std::uint8_t threadRundown = 3;
 
 // In every version of the payload.
-constexpr std::size_t PROCESS_ID_OFFSET = 0;
-constexpr std::size_t THREAD_ID_OFFSET = 4;
+constexpr std::size_t processIdField = 0;
+constexpr std::size_t threadIdField = 4;
 
 } // namespace
 
@@ -41,12 +41,12 @@ bool ThreadEventHandler::Accepts(const TraceEvent& event) const {
 
 void ThreadEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues*) {
     const Payload payload(event.payload);
-    const bool startsThread = event.type == THREAD_START || event.type == THREAD_RUNDOWN;
-    if (!startsThread || !threadMap || !payload.Holds(THREAD_ID_OFFSET, sizeof(std::uint32_t))) {
+    const bool startsThread = event.type == threadStart || event.type == threadRundown;
+    if (!startsThread || !threadMap || !payload.Holds(threadIdField, sizeof(std::uint32_t))) {
         return;
     }
-    threadMap->Record(payload.Number<std::uint32_t>(THREAD_ID_OFFSET), event.timeStamp,
-                      payload.Number<std::uint32_t>(PROCESS_ID_OFFSET));
+    threadMap->Record(payload.Number<std::uint32_t>(threadIdField), event.timeStamp,
+                      payload.Number<std::uint32_t>(processIdField));
 }
 
 } // namespace keyreap

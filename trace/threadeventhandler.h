@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/core/hash.h"
+#include "trace/traceeventhandler.h"
+
 #include <cstdint>
 #include <map>
 #include <unordered_map>
-
-#include "platform/core/hash.h"
-#include "trace/traceeventhandler.h"
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/core/guid.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
-
-#include "platform/core/guid.h"
 
 namespace keyreap {
 

@@ -1,17 +1,17 @@
 #include "trace/traceeventhandler.h"
 
-#include <utility>
-
 #include "trace/payload.h"
 #include "trace/schemahost.h"
 #include "trace/threadeventhandler.h"
+
+#include <utility>
 
 namespace keyreap {
 
 namespace {
 
 // PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same place in both bitnesses.
-constexpr std::size_t POINTER_SIZE_OFFSET = 44;
+constexpr std::size_t pointerSizeField = 44;
 
 } // namespace
 
@@ -86,8 +86,8 @@ const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {
 }
 
 void TraceEventHandler::TakePointerSize(const TraceEvent& header) {
-    if (const Payload payload(header.payload); payload.Holds(POINTER_SIZE_OFFSET, sizeof(pointerSize))) {
-        pointerSize = payload.Number<std::uint32_t>(POINTER_SIZE_OFFSET);
+    if (const Payload payload(header.payload); payload.Holds(pointerSizeField, sizeof(pointerSize))) {
+        pointerSize = payload.Number<std::uint32_t>(pointerSizeField);
     }
 }
 

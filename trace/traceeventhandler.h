@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <unordered_set>
-
 #include "platform/core/hash.h"
 #include "trace/eventschema.h"
 #include "trace/eventvalues.h"
 #include "trace/traceevent.h"
+
+#include <cstdint>
+#include <memory>
+#include <unordered_set>
 
 namespace keyreap {
 

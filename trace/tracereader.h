@@ -1,11 +1,11 @@
 #pragma once
 
+#include "trace/threadeventhandler.h"
+#include "trace/traceeventhandler.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "trace/threadeventhandler.h"
-#include "trace/traceeventhandler.h"
 
 namespace keyreap {
 

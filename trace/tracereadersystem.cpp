@@ -1,11 +1,11 @@
+#include "platform/core/platformguid.h"
+#include "trace/eventtracing.h"
+#include "trace/tracereader.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
-
-#include "platform/core/platformguid.h"
-#include "trace/eventtracing.h"
-#include "trace/tracereader.h"
 
 namespace keyreap {
 
@@ -28,14 +28,14 @@ TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
     return converted;
 }
 
-template <std::size_t SLOT>
+template <std::size_t index>
 void WINAPI HandEvent(EVENT_TRACE* event) {
-    readers[SLOT]->OnEvent(ToTraceEvent(*event));
+    readers[index]->OnEvent(ToTraceEvent(*event));
 }
 
-template <std::size_t SLOT>
+template <std::size_t index>
 ULONG WINAPI HandBuffer(EVENT_TRACE_LOGFILEW*) {
-    return readers[SLOT]->OnBuffer() ? TRUE : FALSE;
+    return readers[index]->OnBuffer() ? TRUE : FALSE;
 }
 
 struct Callbacks {
@@ -43,7 +43,7 @@ struct Callbacks {
     PEVENT_TRACE_BUFFER_CALLBACKW onBuffer;
 };
 
-constexpr std::array<Callbacks, 2> CALLBACKS{{
+constexpr std::array<Callbacks, 2> slotCallbacks{{
     {HandEvent<0>, HandBuffer<0>},
     {HandEvent<1>, HandBuffer<1>},
 }};
@@ -65,7 +65,9 @@ public:
     ReaderSlot& operator=(const ReaderSlot&) = delete;
 
     bool Valid() const { return slot != readers.end(); }
-    const Callbacks& Functions() const { return CALLBACKS[static_cast<std::size_t>(slot - readers.begin())]; }
+    const Callbacks& Functions() const {
+        return slotCallbacks[static_cast<std::size_t>(slot - readers.begin())];
+    }
 
 private:
     std::array<TraceReader*, 2>::iterator slot;

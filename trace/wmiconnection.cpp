@@ -11,16 +11,14 @@ namespace keyreap {
 namespace {
 
 // As published in wbemcli.h.
-constexpr Guid WBEM_LOCATOR_CLASS{
-    0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
-constexpr Guid WBEM_LOCATOR_INTERFACE{
-    0xDC12A687, 0x737F, 0x11CF, {0x88, 0x4D, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
+constexpr Guid locatorClass{0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
+constexpr Guid locatorInterface{0xDC12A687, 0x737F, 0x11CF, {0x88, 0x4D, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
 
-constexpr LONG CLASS_FLAGS = WBEM_FLAG_USE_AMENDED_QUALIFIERS | WBEM_FLAG_FORWARD_ONLY;
+constexpr LONG classFlags = WBEM_FLAG_USE_AMENDED_QUALIFIERS | WBEM_FLAG_FORWARD_ONLY;
 
 OwnedInterface<IWbemLocator> CreateLocator() {
-    const GUID classId = ToPlatformGuid(WBEM_LOCATOR_CLASS);
-    const GUID interfaceId = ToPlatformGuid(WBEM_LOCATOR_INTERFACE);
+    const GUID classId = ToPlatformGuid(locatorClass);
+    const GUID interfaceId = ToPlatformGuid(locatorInterface);
     void* locator = nullptr;
     if (FAILED(CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, interfaceId, &locator))) {
         return {};
@@ -160,7 +158,7 @@ OwnedInterface<IEnumWbemClassObject> WmiConnection::EnumerateClasses(const wchar
 }
 
 OwnedClass WmiConnection::FindVersionClass(std::wstring_view guidText, std::uint16_t version) const {
-    const auto classes = EnumerateClasses(L"EventTrace", CLASS_FLAGS);
+    const auto classes = EnumerateClasses(L"EventTrace", classFlags);
     if (!classes.Valid()) {
         return {};
     }
@@ -177,7 +175,7 @@ OwnedClass WmiConnection::FindTypeClass(IWbemClassObject& versionClass, std::uin
     if (FAILED(versionClass.Get(L"__RELPATH", 0, &name, nullptr, nullptr)) || V_VT(&name) != VT_BSTR) {
         return {};
     }
-    const auto classes = EnumerateClasses(V_BSTR(&name), CLASS_FLAGS | WBEM_FLAG_SHALLOW);
+    const auto classes = EnumerateClasses(V_BSTR(&name), classFlags | WBEM_FLAG_SHALLOW);
     if (!classes.Valid()) {
         return {};
     }

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "platform/core/hash.h"
+#include "platform/os/ownedinterface.h"
+#include "trace/eventschema.h"
+
 #include <windows.h>
 
 #include <wbemcli.h>
@@ -8,10 +12,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
-
-#include "platform/core/hash.h"
-#include "platform/os/ownedinterface.h"
-#include "trace/eventschema.h"
 
 namespace keyreap {
 

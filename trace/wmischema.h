@@ -1,13 +1,13 @@
 #pragma once
 
+#include "trace/eventschema.h"
+
 #include <windows.h>
 
 #include <comdef.h>
 #include <wbemcli.h>
 
 #include <optional>
-
-#include "trace/eventschema.h"
 
 namespace keyreap {
 

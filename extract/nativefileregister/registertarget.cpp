@@ -43,7 +43,7 @@ void NativeFileRegister::RegisterTarget() {
     // Classified before anything is armed, so that none of it is captured.
     const Target target = ClassifyTarget();
     succeeded = false;
-    RegistryTrace registryTrace(traceFilePath.ExtendedLengthForm(), KERNEL_LOGGER_SESSION);
+    RegistryTrace registryTrace(traceFilePath.ExtendedLengthForm(), kernelLoggerSession);
     OwnedModule module;
 
     RedirectHives();

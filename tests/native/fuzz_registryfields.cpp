@@ -1,7 +1,7 @@
-#include <cstring>
-
 #include "tests/native/fuzzinput.h"
 #include "trace/registryfields.h"
+
+#include <cstring>
 
 using namespace keyreap;
 

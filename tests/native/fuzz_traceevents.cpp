@@ -1,8 +1,8 @@
-#include <memory>
-
 #include "tests/native/fuzzinput.h"
 #include "trace/registryeventhandler.h"
 #include "trace/threadeventhandler.h"
+
+#include <memory>
 
 using namespace keyreap;
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "tests/support/tracebuilder.h"
+#include "trace/eventtracing.h"
+
 #include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
-
-#include "tests/support/tracebuilder.h"
-#include "trace/eventtracing.h"
 
 namespace keyreap {
 

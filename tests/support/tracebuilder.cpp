@@ -1,24 +1,24 @@
 #include "tests/support/tracebuilder.h"
 
-#include <algorithm>
-
 #include "trace/traceeventhandler.h"
+
+#include <algorithm>
 
 namespace keyreap {
 
 namespace {
 
 // sizeof(TRACE_LOGFILE_HEADER) of evntrace.h without and with 64-bit pointers, and its PointerSize.
-constexpr std::size_t HEADER_SIZE_NARROW = 272;
-constexpr std::size_t HEADER_SIZE_WIDE = 280;
-constexpr std::size_t HEADER_POINTER_SIZE = 44;
+constexpr std::size_t headerSize32 = 272;
+constexpr std::size_t headerSize64 = 280;
+constexpr std::size_t headerPointerSizeField = 44;
 
 std::vector<std::byte> HeaderPayload(std::uint32_t pointerSize) {
-    const std::size_t size = pointerSize == 8 ? HEADER_SIZE_WIDE : HEADER_SIZE_NARROW;
+    const std::size_t size = pointerSize == 8 ? headerSize64 : headerSize32;
     PayloadBuilder header;
-    header.Zeros(HEADER_POINTER_SIZE)
+    header.Zeros(headerPointerSizeField)
         .U32(pointerSize)
-        .Zeros(size - HEADER_POINTER_SIZE - sizeof(pointerSize));
+        .Zeros(size - headerPointerSizeField - sizeof(pointerSize));
     return header.bytes;
 }
 

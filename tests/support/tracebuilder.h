@@ -1,14 +1,14 @@
 #pragma once
 
+#include "trace/registryfields.h"
+#include "trace/traceevent.h"
+#include "trace/traceeventhandler.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "trace/registryfields.h"
-#include "trace/traceevent.h"
-#include "trace/traceeventhandler.h"
 
 namespace keyreap {
 

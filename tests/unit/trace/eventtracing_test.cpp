@@ -1,10 +1,10 @@
 #include "trace/eventtracing.h"
 
+#include "trace/registrytrace.h"
+
 #include <gtest/gtest.h>
 
 #include <typeinfo>
-
-#include "trace/registrytrace.h"
 
 namespace keyreap {
 namespace {
@@ -25,7 +25,7 @@ TEST(HostEventTracing, IsOneObject) {
 
 TEST(NoEventTracing, NothingStarts) {
     NoEventTracing none;
-    RegistryTrace trace(L"C:\\log", KERNEL_LOGGER_SESSION, none);
+    RegistryTrace trace(L"C:\\log", kernelLoggerSession, none);
     EXPECT_EQ(trace.Start(), 50U);
     EXPECT_FALSE(trace.Running());
 }

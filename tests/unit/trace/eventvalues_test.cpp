@@ -1,33 +1,33 @@
 #include "trace/eventvalues.h"
 
+#include "tests/support/tracebuilder.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
-
-#include "tests/support/tracebuilder.h"
 
 namespace keyreap {
 namespace {
 
 // CIM types by their published numbers (wbemcli.h).
 namespace cim {
-constexpr std::uint32_t SINT16 = 2;
-constexpr std::uint32_t SINT32 = 3;
-constexpr std::uint32_t REAL32 = 4;
-constexpr std::uint32_t REAL64 = 5;
-constexpr std::uint32_t STRING = 8;
-constexpr std::uint32_t BOOLEAN = 11;
-constexpr std::uint32_t OBJECT = 13;
-constexpr std::uint32_t SINT8 = 16;
-constexpr std::uint32_t UINT8 = 17;
-constexpr std::uint32_t UINT16 = 18;
-constexpr std::uint32_t UINT32 = 19;
-constexpr std::uint32_t SINT64 = 20;
-constexpr std::uint32_t UINT64 = 21;
-constexpr std::uint32_t DATETIME = 101;
-constexpr std::uint32_t REFERENCE = 102;
-constexpr std::uint32_t CHAR16 = 103;
-constexpr std::uint32_t ARRAY = 0x2000;
+constexpr std::uint32_t sint16 = 2;
+constexpr std::uint32_t sint32 = 3;
+constexpr std::uint32_t real32 = 4;
+constexpr std::uint32_t real64 = 5;
+constexpr std::uint32_t string = 8;
+constexpr std::uint32_t boolean = 11;
+constexpr std::uint32_t object = 13;
+constexpr std::uint32_t sint8 = 16;
+constexpr std::uint32_t uint8 = 17;
+constexpr std::uint32_t uint16 = 18;
+constexpr std::uint32_t uint32 = 19;
+constexpr std::uint32_t sint64 = 20;
+constexpr std::uint32_t uint64 = 21;
+constexpr std::uint32_t datetime = 101;
+constexpr std::uint32_t reference = 102;
+constexpr std::uint32_t char16 = 103;
+constexpr std::uint32_t arrayBit = 0x2000;
 } // namespace cim
 
 using Values = std::vector<std::vector<EventValue>>;
@@ -39,7 +39,7 @@ PropertyDescriptor Property(std::uint32_t cimType, PropertyQualifiers qualifiers
 PropertyDescriptor Array(std::uint32_t cimType, std::optional<std::int32_t> max) {
     PropertyQualifiers qualifiers;
     qualifiers.max = max;
-    return Property(cimType | cim::ARRAY, qualifiers);
+    return Property(cimType | cim::arrayBit, qualifiers);
 }
 
 PropertyDescriptor Pointer(std::uint32_t cimType) {
@@ -52,17 +52,17 @@ PropertyDescriptor WideText(std::optional<std::wstring> termination = {}) {
     PropertyQualifiers qualifiers;
     qualifiers.format = true;
     qualifiers.stringTermination = std::move(termination);
-    return Property(cim::STRING, qualifiers);
+    return Property(cim::string, qualifiers);
 }
 
 PropertyDescriptor NarrowText(std::optional<std::wstring> termination = {}) {
     PropertyQualifiers qualifiers;
     qualifiers.stringTermination = std::move(termination);
-    return Property(cim::STRING, qualifiers);
+    return Property(cim::string, qualifiers);
 }
 
 // What stands behind a property, to tell where it left the cursor.
-const PropertyDescriptor BEHIND = Property(cim::UINT8);
+const PropertyDescriptor behind = Property(cim::uint8);
 
 // Decodes a payload that ends where its memory ends, so that a sanitizer sees a byte read too far.
 Values Decode(std::vector<PropertyDescriptor> properties, const PayloadBuilder& payload,
@@ -88,7 +88,7 @@ PayloadBuilder Ruler(std::uint8_t size) {
 
 // How far a property moves the cursor over a ruler.
 std::uint64_t SizeOf(const PropertyDescriptor& property, std::uint32_t pointerSize = 8) {
-    return Decode({property, BEHIND}, Ruler(64), pointerSize)[1].at(0).number;
+    return Decode({property, behind}, Ruler(64), pointerSize)[1].at(0).number;
 }
 
 struct NumberRow {
@@ -117,19 +117,19 @@ TEST_P(NumberTypes, GiveNoValueWhenTheirLastByteIsMissing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(DecodeValues, NumberTypes,
-                         testing::Values(NumberRow{cim::SINT8, 1, ValueType::i1, 0xFF},
-                                         NumberRow{cim::UINT8, 1, ValueType::ui1, 0xFF},
-                                         NumberRow{cim::SINT16, 2, ValueType::i2, 0xFFFF},
-                                         NumberRow{cim::UINT16, 2, ValueType::ui2, 0xFFFF},
-                                         NumberRow{cim::SINT32, 4, ValueType::i4, 0xFFFFFFFF},
-                                         NumberRow{cim::UINT32, 4, ValueType::ui4, 0xFFFFFFFF},
-                                         NumberRow{cim::SINT64, 8, ValueType::i8, ~std::uint64_t{0}},
-                                         NumberRow{cim::UINT64, 8, ValueType::ui8, ~std::uint64_t{0}},
-                                         NumberRow{cim::BOOLEAN, 4, ValueType::integer, 0xFFFFFFFF},
-                                         NumberRow{cim::CHAR16, 2, ValueType::integer, 0xFFFF}));
+                         testing::Values(NumberRow{cim::sint8, 1, ValueType::i1, 0xFF},
+                                         NumberRow{cim::uint8, 1, ValueType::ui1, 0xFF},
+                                         NumberRow{cim::sint16, 2, ValueType::i2, 0xFFFF},
+                                         NumberRow{cim::uint16, 2, ValueType::ui2, 0xFFFF},
+                                         NumberRow{cim::sint32, 4, ValueType::i4, 0xFFFFFFFF},
+                                         NumberRow{cim::uint32, 4, ValueType::ui4, 0xFFFFFFFF},
+                                         NumberRow{cim::sint64, 8, ValueType::i8, ~std::uint64_t{0}},
+                                         NumberRow{cim::uint64, 8, ValueType::ui8, ~std::uint64_t{0}},
+                                         NumberRow{cim::boolean, 4, ValueType::integer, 0xFFFFFFFF},
+                                         NumberRow{cim::char16, 2, ValueType::integer, 0xFFFF}));
 
 TEST(DecodeValues, OtherTypesMoveNothingAndGiveNoValue) {
-    for (const std::uint32_t type : {cim::REAL32, cim::REAL64, cim::DATETIME, cim::REFERENCE, 0U, 4095U}) {
+    for (const std::uint32_t type : {cim::real32, cim::real64, cim::datetime, cim::reference, 0U, 4095U}) {
         EXPECT_EQ(SizeOf(Property(type)), 0U) << type;
         EXPECT_TRUE(Decode({Property(type)}, Ruler(32))[0].empty()) << type;
     }
@@ -137,53 +137,53 @@ TEST(DecodeValues, OtherTypesMoveNothingAndGiveNoValue) {
 
 TEST(DecodeValues, ObjectMovesSixteenBytesOnlyIfItsExtensionIsGuid) {
     PropertyQualifiers qualifiers;
-    EXPECT_EQ(SizeOf(Property(cim::OBJECT, qualifiers)), 0U);
+    EXPECT_EQ(SizeOf(Property(cim::object, qualifiers)), 0U);
     qualifiers.extension = L"gUID";
-    EXPECT_EQ(SizeOf(Property(cim::OBJECT, qualifiers)), 16U);
-    EXPECT_TRUE(Decode({Property(cim::OBJECT, qualifiers)}, Ruler(32))[0].empty());
+    EXPECT_EQ(SizeOf(Property(cim::object, qualifiers)), 16U);
+    EXPECT_TRUE(Decode({Property(cim::object, qualifiers)}, Ruler(32))[0].empty());
     qualifiers.extension = L"Sid";
-    EXPECT_EQ(SizeOf(Property(cim::OBJECT, qualifiers)), 0U);
+    EXPECT_EQ(SizeOf(Property(cim::object, qualifiers)), 0U);
 }
 
 TEST(DecodeValues, ArrayOfObjectsMovesOverEachOfThem) {
-    PropertyDescriptor guids = Array(cim::OBJECT, 2);
+    PropertyDescriptor guids = Array(cim::object, 2);
     guids.qualifiers.extension = L"Guid";
     EXPECT_EQ(SizeOf(guids), 32U);
     EXPECT_TRUE(Decode({guids}, Ruler(64))[0].empty());
 }
 
 TEST(DecodeValues, PointerIsReadInTheWidthOfTheSchema) {
-    const Values narrow = Decode({Pointer(cim::UINT64)}, Ruler(8), 4);
+    const Values narrow = Decode({Pointer(cim::uint64)}, Ruler(8), 4);
     EXPECT_EQ(narrow[0].at(0).type, ValueType::ui4);
     EXPECT_EQ(narrow[0].at(0).number, 0x03020100U);
-    const Values wide = Decode({Pointer(cim::UINT64)}, Ruler(8), 8);
+    const Values wide = Decode({Pointer(cim::uint64)}, Ruler(8), 8);
     EXPECT_EQ(wide[0].at(0).type, ValueType::ui8);
     EXPECT_EQ(wide[0].at(0).number, 0x0706050403020100U);
 }
 
 TEST(DecodeValues, AnyPointerSizeBut4ReadsEightBytes) {
     for (const std::uint32_t pointerSize : {0U, 2U, 8U, 16U}) {
-        EXPECT_EQ(SizeOf(Pointer(cim::UINT32), pointerSize), 8U) << pointerSize;
+        EXPECT_EQ(SizeOf(Pointer(cim::uint32), pointerSize), 8U) << pointerSize;
     }
 }
 
 TEST(DecodeValues, PointerBeatsTheCimType) {
-    EXPECT_EQ(SizeOf(Pointer(cim::UINT32), 8), 8U);
-    EXPECT_EQ(Decode({Pointer(cim::UINT32)}, Ruler(8), 8)[0].at(0).type, ValueType::ui8);
-    EXPECT_EQ(SizeOf(Pointer(cim::STRING), 4), 4U);
-    EXPECT_EQ(SizeOf(Pointer(cim::OBJECT), 4), 4U);
+    EXPECT_EQ(SizeOf(Pointer(cim::uint32), 8), 8U);
+    EXPECT_EQ(Decode({Pointer(cim::uint32)}, Ruler(8), 8)[0].at(0).type, ValueType::ui8);
+    EXPECT_EQ(SizeOf(Pointer(cim::string), 4), 4U);
+    EXPECT_EQ(SizeOf(Pointer(cim::object), 4), 4U);
 }
 
 TEST(DecodeValues, PointerBeatsTheArray) {
-    PropertyDescriptor pointers = Array(cim::UINT8, 3);
+    PropertyDescriptor pointers = Array(cim::uint8, 3);
     pointers.qualifiers.pointer = true;
-    const Values values = Decode({pointers, BEHIND}, Ruler(64), 8);
+    const Values values = Decode({pointers, behind}, Ruler(64), 8);
     EXPECT_EQ(values[0].size(), 1U);
     EXPECT_EQ(values[1].at(0).number, 8U);
 }
 
 TEST(DecodeValues, ArrayHasAsManyValuesAsMaxSays) {
-    const Values values = Decode({Array(cim::UINT16, 3), BEHIND}, Ruler(64));
+    const Values values = Decode({Array(cim::uint16, 3), behind}, Ruler(64));
     ASSERT_EQ(values[0].size(), 3U);
     EXPECT_EQ(values[0][0].number, 0x0100U);
     EXPECT_EQ(values[0][2].number, 0x0504U);
@@ -192,14 +192,14 @@ TEST(DecodeValues, ArrayHasAsManyValuesAsMaxSays) {
 }
 
 TEST(DecodeValues, ArrayWithoutReadableMaxHasNoValueAndStaysWhereItIs) {
-    const Values values = Decode({Array(cim::UINT16, std::nullopt), BEHIND}, Ruler(64));
+    const Values values = Decode({Array(cim::uint16, std::nullopt), behind}, Ruler(64));
     EXPECT_TRUE(values[0].empty());
     EXPECT_EQ(values[1].at(0).number, 0U);
 }
 
 TEST(DecodeValues, MaxBelowOneReadsNothing) {
     for (const std::int32_t max : {0, -1, INT32_MIN}) {
-        const Values values = Decode({Array(cim::UINT16, max), BEHIND}, Ruler(64));
+        const Values values = Decode({Array(cim::uint16, max), behind}, Ruler(64));
         EXPECT_TRUE(values[0].empty()) << max;
         EXPECT_EQ(values[1].at(0).number, 0U) << max;
     }
@@ -208,30 +208,30 @@ TEST(DecodeValues, MaxBelowOneReadsNothing) {
 TEST(DecodeValues, MaxWithoutTheArrayBitDoesNotCount) {
     PropertyQualifiers qualifiers;
     qualifiers.max = 3;
-    EXPECT_EQ(Decode({Property(cim::UINT16, qualifiers)}, Ruler(64))[0].size(), 1U);
+    EXPECT_EQ(Decode({Property(cim::uint16, qualifiers)}, Ruler(64))[0].size(), 1U);
 }
 
 TEST(DecodeValues, ArrayThatRunsPastTheEndKeepsWhatLiesInside) {
-    const Values values = Decode({Array(cim::UINT16, 100), BEHIND}, Ruler(5));
+    const Values values = Decode({Array(cim::uint16, 100), behind}, Ruler(5));
     EXPECT_EQ(values[0].size(), 2U);
     EXPECT_TRUE(values[1].empty());
 }
 
 TEST(DecodeValues, HugeArrayOfNothingEnds) {
-    EXPECT_TRUE(Decode({Array(cim::UINT64, INT32_MAX)}, Ruler(4))[0].empty());
-    EXPECT_TRUE(Decode({Array(cim::REAL64, INT32_MAX)}, Ruler(4))[0].empty());
-    EXPECT_TRUE(Decode({Array(cim::STRING, INT32_MAX)}, PayloadBuilder().Narrow("ab"))[0].empty());
+    EXPECT_TRUE(Decode({Array(cim::uint64, INT32_MAX)}, Ruler(4))[0].empty());
+    EXPECT_TRUE(Decode({Array(cim::real64, INT32_MAX)}, Ruler(4))[0].empty());
+    EXPECT_TRUE(Decode({Array(cim::string, INT32_MAX)}, PayloadBuilder().Narrow("ab"))[0].empty());
 }
 
 TEST(DecodeValues, CursorMovesOnBehindAFieldThatIsNotWhole) {
     // Four bytes do not hold the 64-bit number, and nothing behind it is read out of them.
-    const Values values = Decode({Property(cim::UINT64), BEHIND}, Ruler(4));
+    const Values values = Decode({Property(cim::uint64), behind}, Ruler(4));
     EXPECT_TRUE(values[0].empty());
     EXPECT_TRUE(values[1].empty());
 }
 
 TEST(DecodeValues, EmptyPayloadGivesEachPropertyAnEmptyList) {
-    const Values values = Decode({Property(cim::UINT32), WideText(), Pointer(cim::UINT32)}, {});
+    const Values values = Decode({Property(cim::uint32), WideText(), Pointer(cim::uint32)}, {});
     EXPECT_TRUE(values[0].empty());
     EXPECT_TRUE(values[1].empty());
     EXPECT_TRUE(values[2].empty());
@@ -240,7 +240,7 @@ TEST(DecodeValues, EmptyPayloadGivesEachPropertyAnEmptyList) {
 TEST(DecodeValues, WideTextIsReadUpToItsNul) {
     for (const auto& termination :
          {std::optional<std::wstring>{}, std::optional<std::wstring>{L"nullTERMINATED"}}) {
-        const Values values = Decode({WideText(termination), BEHIND}, PayloadBuilder().WideZ(L"Key").U8(7));
+        const Values values = Decode({WideText(termination), behind}, PayloadBuilder().WideZ(L"Key").U8(7));
         EXPECT_EQ(values[0].at(0).type, ValueType::bstr);
         EXPECT_EQ(values[0].at(0).text, L"Key");
         EXPECT_EQ(values[1].at(0).number, 7U);
@@ -248,46 +248,46 @@ TEST(DecodeValues, WideTextIsReadUpToItsNul) {
 }
 
 TEST(DecodeValues, EmptyWideTextIsAValue) {
-    const Values values = Decode({WideText(), BEHIND}, PayloadBuilder().WideZ(L"").U8(7));
+    const Values values = Decode({WideText(), behind}, PayloadBuilder().WideZ(L"").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, WideTextWithoutNulGivesNoValueAndEndsThePayload) {
     for (const std::size_t odd : {0U, 1U}) {
-        const Values values = Decode({WideText(), BEHIND}, PayloadBuilder().Wide(L"Key").Zeros(odd));
+        const Values values = Decode({WideText(), behind}, PayloadBuilder().Wide(L"Key").Zeros(odd));
         EXPECT_TRUE(values[0].empty());
         EXPECT_TRUE(values[1].empty());
     }
 }
 
 TEST(DecodeValues, CountedWideTextHasItsCountAhead) {
-    const Values values = Decode({WideText(L"COUNTED"), BEHIND}, PayloadBuilder().U16(3).Wide(L"KeyX").U8(7));
+    const Values values = Decode({WideText(L"COUNTED"), behind}, PayloadBuilder().U16(3).Wide(L"KeyX").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'X'});
 }
 
 TEST(DecodeValues, CountedWideTextEndsAtItsNulButTheCursorGoesOverTheWholeCount) {
     const Values values =
-        Decode({WideText(L"Counted"), BEHIND}, PayloadBuilder().U16(5).Wide(L"ab").U16(0).Wide(L"cd").U8(7));
+        Decode({WideText(L"Counted"), behind}, PayloadBuilder().U16(5).Wide(L"ab").U16(0).Wide(L"cd").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"ab");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, ReverseCountedTextHasTheBytesOfItsCountSwapped) {
     const Values values =
-        Decode({WideText(L"reverseCounted"), BEHIND}, PayloadBuilder().U8(0).U8(3).Wide(L"Key").U8(7));
+        Decode({WideText(L"reverseCounted"), behind}, PayloadBuilder().U8(0).U8(3).Wide(L"Key").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, 7U);
     const Values narrow =
-        Decode({NarrowText(L"ReverseCounted"), BEHIND}, PayloadBuilder().U8(0).U8(3).Narrow("Key").U8(7));
+        Decode({NarrowText(L"ReverseCounted"), behind}, PayloadBuilder().U8(0).U8(3).Narrow("Key").U8(7));
     EXPECT_EQ(narrow[0].at(0).text, L"Key");
     EXPECT_EQ(narrow[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, CountOfZeroIsAnEmptyText) {
     for (const PropertyDescriptor& text : {WideText(L"Counted"), NarrowText(L"Counted")}) {
-        const Values values = Decode({text, BEHIND}, PayloadBuilder().U16(0).U8(7));
+        const Values values = Decode({text, behind}, PayloadBuilder().U16(0).U8(7));
         ASSERT_EQ(values[0].size(), 1U);
         EXPECT_EQ(values[0][0].text, L"");
         EXPECT_EQ(values[1].at(0).number, 7U);
@@ -296,38 +296,38 @@ TEST(DecodeValues, CountOfZeroIsAnEmptyText) {
 
 TEST(DecodeValues, CountedTextThatRunsPastTheEndGivesNoValue) {
     for (const PropertyDescriptor& text : {WideText(L"Counted"), NarrowText(L"Counted")}) {
-        const Values values = Decode({text, BEHIND}, PayloadBuilder().U16(9).Wide(L"Key"));
+        const Values values = Decode({text, behind}, PayloadBuilder().U16(9).Wide(L"Key"));
         EXPECT_TRUE(values[0].empty());
         EXPECT_TRUE(values[1].empty());
     }
 }
 
 TEST(DecodeValues, CountedWideTextWithItsNulInsideIsWholeWhateverTheCount) {
-    const Values values = Decode({WideText(L"Counted"), BEHIND}, PayloadBuilder().U16(0xFFFF).WideZ(L"Key"));
+    const Values values = Decode({WideText(L"Counted"), behind}, PayloadBuilder().U16(0xFFFF).WideZ(L"Key"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_TRUE(values[1].empty());
 }
 
 TEST(DecodeValues, CountThatIsNotWholeGivesNoValue) {
-    const Values values = Decode({WideText(L"Counted"), BEHIND}, PayloadBuilder().U8(1));
+    const Values values = Decode({WideText(L"Counted"), behind}, PayloadBuilder().U8(1));
     EXPECT_TRUE(values[0].empty());
     EXPECT_TRUE(values[1].empty());
 }
 
 TEST(DecodeValues, NotCountedTextIsTheRestOfThePayload) {
     const Values wide =
-        Decode({BEHIND, WideText(L"notcounted"), BEHIND}, PayloadBuilder().U8(1).Wide(L"Key"));
+        Decode({behind, WideText(L"notcounted"), behind}, PayloadBuilder().U8(1).Wide(L"Key"));
     EXPECT_EQ(wide[1].at(0).text, L"Key");
     EXPECT_TRUE(wide[2].empty());
     const Values narrow =
-        Decode({BEHIND, NarrowText(L"NotCounted"), BEHIND}, PayloadBuilder().U8(1).Narrow("Key"));
+        Decode({behind, NarrowText(L"NotCounted"), behind}, PayloadBuilder().U8(1).Narrow("Key"));
     EXPECT_EQ(narrow[1].at(0).text, L"Key");
     EXPECT_TRUE(narrow[2].empty());
 }
 
 TEST(DecodeValues, NotCountedWideTextEndsAtItsNulAndTheCursorAtTheEnd) {
     const Values values =
-        Decode({WideText(L"NotCounted"), BEHIND}, PayloadBuilder().WideZ(L"Key").Wide(L"behind"));
+        Decode({WideText(L"NotCounted"), behind}, PayloadBuilder().WideZ(L"Key").Wide(L"behind"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_TRUE(values[1].empty());
 }
@@ -335,7 +335,7 @@ TEST(DecodeValues, NotCountedWideTextEndsAtItsNulAndTheCursorAtTheEnd) {
 TEST(DecodeValues, OtherTerminationIsACountOfZero) {
     for (const wchar_t* word : {L"Dollar", L"", L"Counted "}) {
         for (const PropertyDescriptor& text : {WideText(word), NarrowText(word)}) {
-            const Values values = Decode({text, BEHIND}, PayloadBuilder().U8(9).Wide(L"Key"));
+            const Values values = Decode({text, behind}, PayloadBuilder().U8(9).Wide(L"Key"));
             ASSERT_EQ(values[0].size(), 1U);
             EXPECT_EQ(values[0][0].text, L"");
             EXPECT_EQ(values[1].at(0).number, 9U);
@@ -344,33 +344,33 @@ TEST(DecodeValues, OtherTerminationIsACountOfZero) {
 }
 
 TEST(DecodeValues, CountedNarrowTextHasSoManyBytes) {
-    const Values values = Decode({NarrowText(L"Counted"), BEHIND}, PayloadBuilder().U16(3).Narrow("KeyX"));
+    const Values values = Decode({NarrowText(L"Counted"), behind}, PayloadBuilder().U16(3).Narrow("KeyX"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'X'});
 }
 
 TEST(DecodeValues, NarrowTextUpToItsNulMovesByTwo) {
-    const Values values = Decode({NarrowText(), BEHIND}, PayloadBuilder().Narrow("Key").U8(0).U8(7));
+    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().Narrow("Key").U8(0).U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'y'});
 }
 
 TEST(DecodeValues, EmptyNarrowTextMovesByOne) {
-    const Values values = Decode({NarrowText(), BEHIND}, PayloadBuilder().U8(0).U8(7));
+    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().U8(0).U8(7));
     EXPECT_EQ(values[0].at(0).text, L"");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, NarrowTextWithoutNulGivesNoValueAndStillMovesByTwo) {
-    const Values values = Decode({NarrowText(), BEHIND}, PayloadBuilder().Narrow("Key"));
+    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().Narrow("Key"));
     EXPECT_TRUE(values[0].empty());
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'y'});
 }
 
 TEST(DecodeValues, ArrayOfTextsIsReadTextByText) {
-    PropertyDescriptor texts = Array(cim::STRING, 2);
+    PropertyDescriptor texts = Array(cim::string, 2);
     texts.qualifiers.format = true;
-    const Values values = Decode({texts, BEHIND}, PayloadBuilder().WideZ(L"a").WideZ(L"bc").U8(7));
+    const Values values = Decode({texts, behind}, PayloadBuilder().WideZ(L"a").WideZ(L"bc").U8(7));
     ASSERT_EQ(values[0].size(), 2U);
     EXPECT_EQ(values[0][0].text, L"a");
     EXPECT_EQ(values[0][1].text, L"bc");
@@ -381,8 +381,8 @@ TEST(DecodeValues, RegistryEventOfVersion2IsReadByItsClass) {
     PropertyQualifiers name;
     name.format = true;
     name.stringTermination = L"NullTerminated";
-    const Values values = Decode({Property(cim::SINT64), Property(cim::UINT32), Property(cim::UINT32),
-                                  Pointer(cim::UINT32), Property(cim::STRING, name)},
+    const Values values = Decode({Property(cim::sint64), Property(cim::uint32), Property(cim::uint32),
+                                  Pointer(cim::uint32), Property(cim::string, name)},
                                  PayloadBuilder().U64(9).U32(5).U32(7).U64(0x1000).WideZ(L"Name"), 8);
     EXPECT_EQ(values[0].at(0).number, 9U);
     EXPECT_EQ(values[1].at(0).number, 5U);

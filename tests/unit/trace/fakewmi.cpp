@@ -1,9 +1,9 @@
 #include "tests/unit/trace/fakewmi.h"
 
+#include "tests/unit/trace/refusingwmi.h"
+
 #include <cwchar>
 #include <utility>
-
-#include "tests/unit/trace/refusingwmi.h"
 
 namespace keyreap {
 
@@ -11,7 +11,7 @@ namespace {
 
 int liveObjects = 0;
 
-constexpr CLSID WBEM_LOCATOR = {0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
+constexpr CLSID locatorClass = {0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
 
 // The counting of references, and the one interface besides IUnknown.
 template <typename Interface>
@@ -309,7 +309,7 @@ _variant_t ArrayOfTexts(std::initializer_list<const wchar_t*> elements) {
 
 FakeWmi::FakeWmi() : factory(new Factory(*this)) {
     CoInitialize(nullptr);
-    CoRegisterClassObject(WBEM_LOCATOR, factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration);
+    CoRegisterClassObject(locatorClass, factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration);
 }
 
 FakeWmi::~FakeWmi() {

@@ -1,10 +1,10 @@
 #include "trace/payload.h"
 
+#include "tests/support/tracebuilder.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
-
-#include "tests/support/tracebuilder.h"
 
 namespace keyreap {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "trace/traceeventhandler.h"
+
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "trace/traceeventhandler.h"
 
 namespace keyreap {
 

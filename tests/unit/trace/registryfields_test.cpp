@@ -1,8 +1,8 @@
 #include "trace/registryfields.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/tracebuilder.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
@@ -20,30 +20,31 @@ struct LaidOut {
     TraceEvent event;
 };
 
-constexpr std::uint64_t TIME = 0x1122334455667788;
+constexpr std::uint64_t someTime = 0x1122334455667788;
 
 TEST(ReadFixedFields, Version0WithPointerSize4) {
-    const LaidOut it(0, PayloadBuilder().U32(0xC0000034).U32(0x1000).U64(TIME).WideZ(L"Name"));
+    const LaidOut it(0, PayloadBuilder().U32(0xC0000034).U32(0x1000).U64(someTime).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 4);
     EXPECT_EQ(fields.status, 0xC0000034U);
     EXPECT_EQ(fields.keyHandle, 0x1000U);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
     EXPECT_EQ(fields.index, 0U);
     EXPECT_EQ(fields.name, L"Name");
 }
 
 TEST(ReadFixedFields, Version0WithPointerSize8) {
-    const LaidOut it(0, PayloadBuilder().U64(0xC0000034).U64(0xFFFFF80012345678).U64(TIME).WideZ(L"Name"));
+    const LaidOut it(0,
+                     PayloadBuilder().U64(0xC0000034).U64(0xFFFFF80012345678).U64(someTime).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 8);
     EXPECT_EQ(fields.status, 0xC0000034U);
     EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
     EXPECT_EQ(fields.index, 0U);
     EXPECT_EQ(fields.name, L"Name");
 }
 
 TEST(ReadFixedFields, Version1WithPointerSize4HasNoTime) {
-    const LaidOut it(1, PayloadBuilder().U32(5).U32(0x1000).U64(TIME).U32(7).WideZ(L"Name"));
+    const LaidOut it(1, PayloadBuilder().U32(5).U32(0x1000).U64(someTime).U32(7).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 4);
     EXPECT_EQ(fields.status, 5U);
     EXPECT_EQ(fields.keyHandle, 0x1000U);
@@ -53,7 +54,7 @@ TEST(ReadFixedFields, Version1WithPointerSize4HasNoTime) {
 }
 
 TEST(ReadFixedFields, Version1WithPointerSize8HasNoTime) {
-    const LaidOut it(1, PayloadBuilder().U64(5).U64(0xFFFFF80012345678).U64(TIME).U32(7).WideZ(L"Name"));
+    const LaidOut it(1, PayloadBuilder().U64(5).U64(0xFFFFF80012345678).U64(someTime).U32(7).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 8);
     EXPECT_EQ(fields.status, 5U);
     EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
@@ -64,14 +65,14 @@ TEST(ReadFixedFields, Version1WithPointerSize8HasNoTime) {
 
 PayloadBuilder LastLayout() {
     PayloadBuilder payload;
-    payload.U64(TIME).U32(5).U32(7);
+    payload.U64(someTime).U32(5).U32(7);
     return payload;
 }
 
 TEST(ReadFixedFields, Version2WithPointerSize4HasItsNameAt20) {
     const LaidOut it(2, LastLayout().U32(0x1000).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 4);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
     EXPECT_EQ(fields.status, 5U);
     EXPECT_EQ(fields.index, 7U);
     EXPECT_EQ(fields.keyHandle, 0x1000U);
@@ -81,7 +82,7 @@ TEST(ReadFixedFields, Version2WithPointerSize4HasItsNameAt20) {
 TEST(ReadFixedFields, Version2WithPointerSize8HasItsNameAt24) {
     const LaidOut it(2, LastLayout().U64(0xFFFFF80012345678).WideZ(L"Name"));
     const RegistryFields fields = ReadFixedFields(it.event, 8);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(TIME));
+    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
     EXPECT_EQ(fields.status, 5U);
     EXPECT_EQ(fields.index, 7U);
     EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);

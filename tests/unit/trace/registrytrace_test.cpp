@@ -1,19 +1,19 @@
 #include "trace/registrytrace.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "platform/core/platformguid.h"
 #include "tests/support/scriptedtracing.h"
 #include "trace/traceevent.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace keyreap {
 namespace {
 
 using Calls = std::vector<std::wstring>;
 
-constexpr wchar_t LOG[] = L"C:\\Temp\\ETL1.tmp";
+constexpr wchar_t logPath[] = L"C:\\Temp\\ETL1.tmp";
 
 // What Start hands to the system for these names.
 std::vector<std::byte> PropertiesFor(std::wstring_view path, std::wstring_view name) {
@@ -34,7 +34,7 @@ std::wstring TextAt(const std::vector<std::byte>& block, std::size_t offset) {
 }
 
 TEST(RegistryTrace, PropertiesAskForTheRegistryEventsOfTheKernelLogger) {
-    const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(LOG, KERNEL_LOGGER_SESSION));
+    const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     EXPECT_EQ(properties.Wnode.Flags, 0x20000U);
     EXPECT_EQ(properties.Wnode.ClientContext, 1U);
     EXPECT_EQ(FromPlatformGuid(properties.Wnode.Guid), SystemTraceControlGuid);
@@ -42,7 +42,7 @@ TEST(RegistryTrace, PropertiesAskForTheRegistryEventsOfTheKernelLogger) {
 }
 
 TEST(RegistryTrace, LogIsCircularOfAtMost2048MegabytesWith20To2020Buffers) {
-    const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(LOG, KERNEL_LOGGER_SESSION));
+    const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     EXPECT_EQ(properties.LogFileMode, 2U);
     EXPECT_EQ(properties.MaximumFileSize, 2048U);
     EXPECT_EQ(properties.MinimumBuffers, 20U);
@@ -50,7 +50,7 @@ TEST(RegistryTrace, LogIsCircularOfAtMost2048MegabytesWith20To2020Buffers) {
 }
 
 TEST(RegistryTrace, EverythingElseOfThePropertiesIsZero) {
-    EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(LOG, KERNEL_LOGGER_SESSION));
+    EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     properties.Wnode.BufferSize = 0;
     properties.Wnode.Flags = 0;
     properties.Wnode.ClientContext = 0;
@@ -70,7 +70,7 @@ TEST(RegistryTrace, OffsetsAndSizeFollowNamesOfAnyLength) {
     const std::wstring longPath(5000, L'p');
     const std::wstring longName(1000, L'n');
     for (const std::wstring& name : {std::wstring(), std::wstring(L"n"), longName}) {
-        for (const std::wstring& path : {std::wstring(), std::wstring(LOG), longPath}) {
+        for (const std::wstring& path : {std::wstring(), std::wstring(logPath), longPath}) {
             const std::vector<std::byte> block = PropertiesFor(path, name);
             const EVENT_TRACE_PROPERTIES properties = StructureOf(block);
             EXPECT_EQ(properties.LoggerNameOffset, sizeof(EVENT_TRACE_PROPERTIES));
@@ -86,27 +86,27 @@ TEST(RegistryTrace, OffsetsAndSizeFollowNamesOfAnyLength) {
 
 TEST(RegistryTrace, LoggerNameIsTheOneInTheProperties) {
     ScriptedTracing tracing;
-    EXPECT_EQ(RegistryTrace(LOG, L"Another Logger", tracing).LoggerName(), L"Another Logger");
-    EXPECT_EQ(RegistryTrace(LOG, L"", tracing).LoggerName(), L"");
+    EXPECT_EQ(RegistryTrace(logPath, L"Another Logger", tracing).LoggerName(), L"Another Logger");
+    EXPECT_EQ(RegistryTrace(logPath, L"", tracing).LoggerName(), L"");
 }
 
 TEST(RegistryTrace, ConstructionTouchesNothing) {
     ScriptedTracing tracing;
-    const RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+    const RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     EXPECT_TRUE(tracing.calls.empty());
     EXPECT_FALSE(trace.Running());
 }
 
 TEST(RegistryTrace, CloseTraceIsCalledOnceWith0WithoutAStart) {
     ScriptedTracing tracing;
-    { const RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing); }
+    { const RegistryTrace trace(logPath, kernelLoggerSession, tracing); }
     EXPECT_EQ(tracing.calls, Calls{L"close 0"});
 }
 
 TEST(RegistryTrace, StartStopAndEndAreOneCallEach) {
     ScriptedTracing tracing;
     {
-        RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+        RegistryTrace trace(logPath, kernelLoggerSession, tracing);
         EXPECT_EQ(trace.Start(), 0U);
         EXPECT_TRUE(trace.Running());
         EXPECT_TRUE(trace.Stop());
@@ -118,7 +118,7 @@ TEST(RegistryTrace, StartStopAndEndAreOneCallEach) {
 
 TEST(RegistryTrace, SecondStopIsTrueWithoutASystemCall) {
     ScriptedTracing tracing;
-    RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+    RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     trace.Start();
     trace.Stop();
     const std::size_t before = tracing.calls.size();
@@ -128,7 +128,7 @@ TEST(RegistryTrace, SecondStopIsTrueWithoutASystemCall) {
 
 TEST(RegistryTrace, StopWithoutAStartIsTrueWithoutASystemCall) {
     ScriptedTracing tracing;
-    RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+    RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     EXPECT_TRUE(trace.Stop());
     EXPECT_TRUE(tracing.calls.empty());
 }
@@ -138,7 +138,7 @@ TEST(RegistryTrace, FailedStartIsReturnedAndNotTriedAgain) {
          {ULONG{ERROR_ACCESS_DENIED}, ULONG{ERROR_NOT_SUPPORTED}, ULONG{ERROR_BAD_LENGTH}}) {
         ScriptedTracing tracing;
         tracing.startStatus = status;
-        RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+        RegistryTrace trace(logPath, kernelLoggerSession, tracing);
         EXPECT_EQ(trace.Start(), status);
         EXPECT_FALSE(trace.Running());
         EXPECT_EQ(tracing.calls, Calls{L"start NT Kernel Logger"});
@@ -149,7 +149,7 @@ TEST(RegistryTrace, ForeignSessionIsNeverStopped) {
     ScriptedTracing tracing;
     tracing.startStatus = ERROR_ALREADY_EXISTS;
     {
-        RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+        RegistryTrace trace(logPath, kernelLoggerSession, tracing);
         EXPECT_EQ(trace.Start(), ULONG{ERROR_ALREADY_EXISTS});
         EXPECT_TRUE(trace.Stop());
     }
@@ -160,7 +160,7 @@ TEST(RegistryTrace, FailedStopIsFalseOnceAndNotTriedAgain) {
     ScriptedTracing tracing;
     tracing.controlStatus = ERROR_ACCESS_DENIED;
     {
-        RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+        RegistryTrace trace(logPath, kernelLoggerSession, tracing);
         trace.Start();
         EXPECT_FALSE(trace.Stop());
         EXPECT_FALSE(trace.Running());
@@ -173,7 +173,7 @@ TEST(RegistryTrace, FailedStopIsFalseOnceAndNotTriedAgain) {
 TEST(RegistryTrace, ExceptionOnTheWayOutStopsTheSession) {
     ScriptedTracing tracing;
     try {
-        RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+        RegistryTrace trace(logPath, kernelLoggerSession, tracing);
         trace.Start();
         throw 1;
     } catch (int) {
@@ -184,7 +184,7 @@ TEST(RegistryTrace, ExceptionOnTheWayOutStopsTheSession) {
 
 TEST(RegistryTrace, SecondStartThatFailsLeavesTheSessionToBeStopped) {
     ScriptedTracing tracing;
-    RegistryTrace trace(LOG, KERNEL_LOGGER_SESSION, tracing);
+    RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     trace.Start();
     tracing.startStatus = ERROR_ALREADY_EXISTS;
     trace.Start();

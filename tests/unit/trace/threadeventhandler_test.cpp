@@ -1,15 +1,15 @@
 #include "trace/threadeventhandler.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/tracebuilder.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
 
-constexpr std::uint8_t THREAD_START = 1;
-constexpr std::uint8_t THREAD_END = 2;
-constexpr std::uint8_t THREAD_RUNDOWN = 3;
+constexpr std::uint8_t threadStart = 1;
+constexpr std::uint8_t threadEnd = 2;
+constexpr std::uint8_t threadRundown = 3;
 
 using Owners = ThreadProcessMap::Owners;
 
@@ -79,7 +79,7 @@ TEST(ThreadEventHandler, AcceptsThreadEventsAndTheLogHeaderOnly) {
     const ThreadEventHandler handler;
     TraceEvent event;
     event.guid = ThreadGuid;
-    event.type = THREAD_END;
+    event.type = threadEnd;
     EXPECT_TRUE(handler.Accepts(event));
     event.guid = EventTraceGuid;
     EXPECT_FALSE(handler.Accepts(event));
@@ -91,8 +91,8 @@ TEST(ThreadEventHandler, AcceptsThreadEventsAndTheLogHeaderOnly) {
 
 TEST(ThreadEventHandler, LearnsThreadsFromStartAndRundownOfAnyVersion) {
     TraceBuilder trace;
-    trace.InVersion(1).AtTime(10).Add(ThreadGuid, THREAD_START, ThreadPayload(100, 1));
-    trace.InVersion(3).AtTime(20).Add(ThreadGuid, THREAD_RUNDOWN, ThreadPayload(200, 2));
+    trace.InVersion(1).AtTime(10).Add(ThreadGuid, threadStart, ThreadPayload(100, 1));
+    trace.InVersion(3).AtTime(20).Add(ThreadGuid, threadRundown, ThreadPayload(200, 2));
     const auto map = MapOf(trace);
     ASSERT_NE(map->OwnersOf(1), nullptr);
     ASSERT_NE(map->OwnersOf(2), nullptr);
@@ -110,7 +110,7 @@ TEST(ThreadEventHandler, OtherThreadEventsTeachNothing) {
 
 TEST(ThreadEventHandler, PayloadWithoutBothIdsTeachesNothing) {
     TraceBuilder trace;
-    trace.Add(ThreadGuid, THREAD_START, PayloadBuilder().U32(100).U16(1).U8(0).bytes);
+    trace.Add(ThreadGuid, threadStart, PayloadBuilder().U32(100).U16(1).U8(0).bytes);
     const auto map = MapOf(trace);
     EXPECT_EQ(map->OwnersOf(0), nullptr);
     EXPECT_EQ(map->OwnersOf(1), nullptr);
@@ -118,7 +118,7 @@ TEST(ThreadEventHandler, PayloadWithoutBothIdsTeachesNothing) {
 
 TEST(ThreadEventHandler, WithoutAMapEventsPassBy) {
     ThreadEventHandler handler;
-    TraceBuilder().Add(ThreadGuid, THREAD_START, ThreadPayload(100, 1)).Play(handler);
+    TraceBuilder().Add(ThreadGuid, threadStart, ThreadPayload(100, 1)).Play(handler);
     EXPECT_EQ(handler.Counters().eventsWithData, 2U);
 }
 

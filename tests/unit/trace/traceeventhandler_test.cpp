@@ -1,18 +1,18 @@
 #include "trace/traceeventhandler.h"
 
-#include <gtest/gtest.h>
-
-#include <map>
-
 #include "tests/support/allocationcount.h"
 #include "tests/support/tracebuilder.h"
 #include "tests/unit/trace/recordinghandler.h"
 #include "trace/threadeventhandler.h"
 
+#include <gtest/gtest.h>
+
+#include <map>
+
 namespace keyreap {
 namespace {
 
-constexpr std::uint32_t CIM_TYPE_UINT32 = 19;
+constexpr std::uint32_t cimUint32 = 19;
 
 // Event classes out of a table, which counts the look-ups.
 class TableOfClasses : public EventClasses {
@@ -59,7 +59,7 @@ public:
 PropertyDescriptor NumberProperty(std::wstring name) {
     PropertyDescriptor property;
     property.name = std::move(name);
-    property.cimType = CIM_TYPE_UINT32;
+    property.cimType = cimUint32;
     return property;
 }
 

@@ -1,18 +1,18 @@
 #include "trace/tracereader.h"
 
+#include "tests/support/scriptedtracing.h"
+#include "tests/unit/trace/recordinghandler.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
-
-#include "tests/support/scriptedtracing.h"
-#include "tests/unit/trace/recordinghandler.h"
 
 namespace keyreap {
 namespace {
 
 using Calls = std::vector<std::wstring>;
 
-constexpr wchar_t LOG[] = L"C:\\Temp\\ETL1.tmp";
+constexpr wchar_t logPath[] = L"C:\\Temp\\ETL1.tmp";
 
 // Writes the calls that handlers get into one list, in the order in which they come.
 class SharedHandler : public TraceEventHandler {
@@ -67,16 +67,16 @@ struct TwoHandlers {
 
 TEST(TraceReader, OpensRunsAndClosesTheLogAndThenCloses0) {
     ScriptedTracing tracing;
-    EXPECT_TRUE(TraceReader(tracing).Read(LOG));
+    EXPECT_TRUE(TraceReader(tracing).Read(logPath));
     EXPECT_EQ(tracing.calls, (Calls{L"open", L"process 145", L"close 145", L"close 0"}));
-    EXPECT_EQ(tracing.openedPath, LOG);
+    EXPECT_EQ(tracing.openedPath, logPath);
     EXPECT_EQ(tracing.openedMode, 0U);
 }
 
 TEST(TraceReader, HandlersGetEachEventInListOrderAndThenFinish) {
     TwoHandlers it;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
-    EXPECT_TRUE(it.reader.Read(LOG));
+    EXPECT_TRUE(it.reader.Read(logPath));
     EXPECT_EQ(it.calls,
               (Calls{L"first attached", L"second attached", L"first event 0", L"second event 0",
                      L"first event 14", L"second event 14", L"first finished", L"second finished"}));
@@ -84,7 +84,7 @@ TEST(TraceReader, HandlersGetEachEventInListOrderAndThenFinish) {
 
 TEST(TraceReader, EveryHandlerGetsTheSameMapOfThreads) {
     TwoHandlers it;
-    it.reader.Read(LOG);
+    it.reader.Read(logPath);
     EXPECT_NE(it.first.threadMap, nullptr);
     EXPECT_EQ(it.first.threadMap, it.second.threadMap);
 }
@@ -94,14 +94,14 @@ TEST(TraceReader, ThreadEventsDoNotFillTheMap) {
     TraceBuilder trace;
     trace.Add(ThreadGuid, 1, PayloadBuilder().U32(100).U32(1).bytes);
     it.tracing.log = trace.Events();
-    it.reader.Read(LOG);
+    it.reader.Read(logPath);
     EXPECT_EQ(it.first.threadMap->OwnersOf(1), nullptr);
 }
 
 TEST(TraceReader, MissingLogIsFalseAndFinishesNobody) {
     TwoHandlers it;
     it.tracing.logExists = false;
-    EXPECT_FALSE(it.reader.Read(LOG));
+    EXPECT_FALSE(it.reader.Read(logPath));
     EXPECT_EQ(it.calls, (Calls{L"first attached", L"second attached"}));
 }
 
@@ -110,7 +110,7 @@ TEST(TraceReader, CloseTraceIsCalledWithTheValueOfAFailedOpen) {
         ScriptedTracing tracing;
         tracing.logExists = false;
         tracing.failedOpen = failed;
-        EXPECT_FALSE(TraceReader(tracing).Read(LOG));
+        EXPECT_FALSE(TraceReader(tracing).Read(logPath));
         EXPECT_EQ(tracing.calls, (Calls{L"open", L"close " + std::to_wstring(failed)}));
     }
 }
@@ -119,7 +119,7 @@ TEST(TraceReader, LogThatBreaksOffIsFalseAndStillFinishesTheHandlers) {
     TwoHandlers it;
     it.tracing.processStatus = ERROR_HANDLE_EOF;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
-    EXPECT_FALSE(it.reader.Read(LOG));
+    EXPECT_FALSE(it.reader.Read(logPath));
     EXPECT_EQ(it.calls.back(), L"second finished");
     EXPECT_EQ(it.first.Counters().eventsSeen, 2U);
     EXPECT_EQ(it.tracing.calls, (Calls{L"open", L"process 145", L"close 145", L"close 0"}));
@@ -141,7 +141,7 @@ TEST(TraceReader, EventsKeepTheirFields) {
     tracing.log = trace.Add(RegistryGuid, 29, payload).Events();
     TraceReader reader(tracing);
     reader.AddHandler(keeper);
-    reader.Read(LOG);
+    reader.Read(logPath);
     EXPECT_EQ(keeper.last.guid, RegistryGuid);
     EXPECT_EQ(keeper.last.type, 29);
     EXPECT_EQ(keeper.last.version, 3);
@@ -154,7 +154,7 @@ TEST(TraceReader, EventsKeepTheirFields) {
 TEST(TraceReader, EventWithoutDataHasNoPayload) {
     TwoHandlers it;
     it.tracing.log = TraceBuilder().Add(RegistryGuid, 11, {}).Events();
-    it.reader.Read(LOG);
+    it.reader.Read(logPath);
     EXPECT_EQ(it.first.Counters().eventsWithoutData, 1U);
 }
 
@@ -163,7 +163,7 @@ TEST(TraceReader, ConsumerGoesOnWhileAnyHandlerIsEnabled) {
     it.first.enabled = false;
     it.tracing.eventsInBuffer = 1;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
-    EXPECT_TRUE(it.reader.Read(LOG));
+    EXPECT_TRUE(it.reader.Read(logPath));
     EXPECT_EQ(it.first.Counters().eventsSeen, 2U);
 }
 
@@ -173,7 +173,7 @@ TEST(TraceReader, ConsumerStopsBehindABufferWhenEveryHandlerIsDisabled) {
     it.second.enabled = false;
     it.tracing.eventsInBuffer = 1;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
-    EXPECT_FALSE(it.reader.Read(LOG));
+    EXPECT_FALSE(it.reader.Read(logPath));
     EXPECT_EQ(it.first.Counters().eventsSeen, 1U);
     EXPECT_EQ(it.calls.back(), L"second finished");
 }
@@ -181,7 +181,7 @@ TEST(TraceReader, ConsumerStopsBehindABufferWhenEveryHandlerIsDisabled) {
 TEST(TraceReader, WithoutHandlersTheConsumerStopsBehindTheFirstBuffer) {
     ScriptedTracing tracing;
     tracing.eventsInBuffer = 1;
-    EXPECT_FALSE(TraceReader(tracing).Read(LOG));
+    EXPECT_FALSE(TraceReader(tracing).Read(logPath));
 }
 
 TEST(TraceReader, TwoReadsCanRunAtOnceAndEachGetsItsOwnEvents) {
@@ -192,10 +192,10 @@ TEST(TraceReader, TwoReadsCanRunAtOnceAndEachGetsItsOwnEvents) {
     RecordingHandler innerEvents;
     inner.AddHandler(innerEvents);
     bool innerResult = false;
-    ActingHandler acting([&] { innerResult = inner.Read(LOG); });
+    ActingHandler acting([&] { innerResult = inner.Read(logPath); });
     TraceReader outer(outerTracing);
     outer.AddHandler(acting);
-    EXPECT_TRUE(outer.Read(LOG));
+    EXPECT_TRUE(outer.Read(logPath));
     EXPECT_TRUE(innerResult);
     EXPECT_EQ(innerEvents.Counters().eventsSeen, 3U);
     EXPECT_EQ(acting.Counters().eventsSeen, 1U);
@@ -208,11 +208,11 @@ TEST(TraceReader, ThirdReadAtOnceFailsWithoutTouchingTheSystem) {
     TraceReader third(thirdTracing);
     TraceReader second(tracing);
     TraceReader first(tracing);
-    ActingHandler readThird([&] { thirdResult = third.Read(LOG); });
-    ActingHandler readSecond([&] { second.Read(LOG); });
+    ActingHandler readThird([&] { thirdResult = third.Read(logPath); });
+    ActingHandler readSecond([&] { second.Read(logPath); });
     second.AddHandler(readThird);
     first.AddHandler(readSecond);
-    EXPECT_TRUE(first.Read(LOG));
+    EXPECT_TRUE(first.Read(logPath));
     EXPECT_FALSE(thirdResult);
     EXPECT_TRUE(thirdTracing.calls.empty());
 }
@@ -223,11 +223,11 @@ TEST(TraceReader, ExceptionOfAHandlerLeavesLogAndSlotFree) {
         ActingHandler throwing([] { throw 1; });
         TraceReader reader(tracing);
         reader.AddHandler(throwing);
-        EXPECT_THROW(reader.Read(LOG), int);
+        EXPECT_THROW(reader.Read(logPath), int);
         EXPECT_EQ(tracing.calls, (Calls{L"open", L"process 145", L"close 145"}));
     }
     ScriptedTracing tracing;
-    EXPECT_TRUE(TraceReader(tracing).Read(LOG));
+    EXPECT_TRUE(TraceReader(tracing).Read(logPath));
 }
 
 } // namespace

@@ -1,19 +1,19 @@
 #include "trace/wmiconnection.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/tracebuilder.h"
 #include "tests/unit/trace/fakewmi.h"
 #include "tests/unit/trace/recordinghandler.h"
 #include "trace/registryfields.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
 
 using Calls = std::vector<std::wstring>;
 
-constexpr wchar_t REGISTRY[] = L"{AE53722E-C863-11D2-8659-00C04FA321A1}";
-constexpr wchar_t OTHER[] = L"{3D6FA8D1-FE05-11D0-9DDA-00C04FD7BA7C}";
+constexpr wchar_t registryGuidText[] = L"{AE53722E-C863-11D2-8659-00C04FA321A1}";
+constexpr wchar_t otherGuid[] = L"{3D6FA8D1-FE05-11D0-9DDA-00C04FD7BA7C}";
 
 // Every WMI of these tests must be left without a reference.
 class WmiTest : public testing::Test {
@@ -36,7 +36,7 @@ protected:
     }
 
     // The name of the class found for an event of the registry, or nothing.
-    std::wstring Find(std::uint16_t version, std::uint8_t type, std::wstring_view guid = REGISTRY) {
+    std::wstring Find(std::uint16_t version, std::uint8_t type, std::wstring_view guid = registryGuidText) {
         WmiConnection connection;
         const OwnedClass found = connection.FindEventClass(guid, version, type);
         _variant_t name;
@@ -59,7 +59,7 @@ TEST_F(Connecting, GoesToTheEventClassesAsItsOwnUser) {
 }
 
 TEST_F(Connecting, FailureIsNotReportedAndNoEventHasAClass) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     wmi.createStatus = E_FAIL;
     EXPECT_EQ(Find(2, 14), L"");
@@ -72,7 +72,7 @@ TEST_F(Connecting, FailureIsNotReportedAndNoEventHasAClass) {
 }
 
 TEST_F(Connecting, FailedProxyBlanketGivesTheServicesUp) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     wmi.blanketStatus = E_FAIL;
     EXPECT_EQ(Find(2, 14), L"");
@@ -80,7 +80,7 @@ TEST_F(Connecting, FailedProxyBlanketGivesTheServicesUp) {
 }
 
 TEST_F(FindEventClass, EnumeratesDeepBelowEventTraceAndThenShallowBelowTheVersionClass) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
     EXPECT_EQ(Calls(wmi.calls.begin() + 2, wmi.calls.end()),
@@ -95,8 +95,8 @@ TEST_F(FindEventClass, GuidIsComparedWhateverItsCase) {
 }
 
 TEST_F(FindEventClass, ClassOfAnotherGuidIsPassedOver) {
-    AddVersionClass(L"Thread", OTHER, 2);
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Thread", otherGuid, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Thread", L"Thread_TypeGroup1", 14L);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
@@ -106,7 +106,7 @@ TEST_F(FindEventClass, ClassWithoutReadableGuidOrQualifiersIsPassedOver) {
     wmi.AddClass(L"EventTrace", L"Bare");
     wmi.AddClass(L"EventTrace", L"Closed").qualifiers.status = E_FAIL;
     wmi.AddClass(L"EventTrace", L"Broken").qualifiers.AddUnreadable(L"Guid", E_FAIL);
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     for (const wchar_t* name : {L"Bare", L"Closed", L"Broken"}) {
         AddTypeClass(name, L"Wrong", 14L);
     }
@@ -115,8 +115,8 @@ TEST_F(FindEventClass, ClassWithoutReadableGuidOrQualifiersIsPassedOver) {
 }
 
 TEST_F(FindEventClass, ClassOfAnotherVersionIsPassedOver) {
-    AddVersionClass(L"Registry_V1", REGISTRY, 1);
-    AddVersionClass(L"Registry_V2", REGISTRY, 2);
+    AddVersionClass(L"Registry_V1", registryGuidText, 1);
+    AddVersionClass(L"Registry_V2", registryGuidText, 2);
     AddTypeClass(L"Registry_V1", L"Old", 14L);
     AddTypeClass(L"Registry_V2", L"New", 14L);
     EXPECT_EQ(Find(2, 14), L"New");
@@ -125,7 +125,7 @@ TEST_F(FindEventClass, ClassOfAnotherVersionIsPassedOver) {
 }
 
 TEST_F(FindEventClass, ClassWithoutEventVersionServesEveryVersion) {
-    AddVersionClass(L"Registry", REGISTRY, std::nullopt);
+    AddVersionClass(L"Registry", registryGuidText, std::nullopt);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(0, 14), L"Registry_TypeGroup1");
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
@@ -133,29 +133,30 @@ TEST_F(FindEventClass, ClassWithoutEventVersionServesEveryVersion) {
 }
 
 TEST_F(FindEventClass, FirstClassInEnumerationOrderWins) {
-    AddVersionClass(L"Any", REGISTRY, std::nullopt);
-    AddVersionClass(L"Exact", REGISTRY, 2);
+    AddVersionClass(L"Any", registryGuidText, std::nullopt);
+    AddVersionClass(L"Exact", registryGuidText, 2);
     AddTypeClass(L"Any", L"OfAny", 14L);
     AddTypeClass(L"Exact", L"OfExact", 14L);
     EXPECT_EQ(Find(2, 14), L"OfAny");
 }
 
 TEST_F(FindEventClass, EventVersionThatIsThereAndCannotBeReadIsNoMatch) {
-    AddVersionClass(L"Broken", REGISTRY, std::nullopt).qualifiers.AddUnreadable(L"EventVersion", E_FAIL);
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Broken", registryGuidText, std::nullopt)
+        .qualifiers.AddUnreadable(L"EventVersion", E_FAIL);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Broken", L"Wrong", 14L);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
 }
 
 TEST_F(FindEventClass, VersionClassWithoutPathHasNoTypes) {
-    AddVersionClass(L"Registry", REGISTRY, 2).tellsItsPath = false;
+    AddVersionClass(L"Registry", registryGuidText, 2).tellsItsPath = false;
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"");
 }
 
 TEST_F(FindEventClass, VersionClassWithoutSubclassesHasNoTypes) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     EXPECT_EQ(Find(2, 14), L"");
 }
 
@@ -165,13 +166,13 @@ TEST_F(FindEventClass, NoClassesAtAllIsNoClass) {
 }
 
 TEST_F(FindEventClass, FailingEnumerationEndsTheSearch) {
-    AddVersionClass(L"Registry", OTHER, 2);
+    AddVersionClass(L"Registry", otherGuid, 2);
     wmi.nextStatus = E_FAIL;
     EXPECT_EQ(Find(2, 14), L"");
 }
 
 TEST_F(FindEventClass, EventTypeIsComparedAsANumber) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Create", 10L);
     AddTypeClass(L"Registry", L"SetValue", 14L);
     AddTypeClass(L"Registry", L"Text", L"15");
@@ -182,7 +183,7 @@ TEST_F(FindEventClass, EventTypeIsComparedAsANumber) {
 }
 
 TEST_F(FindEventClass, EventTypeThatIsAnArrayMatchesEachElement) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Keys", ArrayOf(VT_I4, {10, 11, 12}));
     AddTypeClass(L"Registry", L"Values", ArrayOf(VT_I4, {14, 15}));
     EXPECT_EQ(Find(2, 10), L"Keys");
@@ -195,7 +196,7 @@ TEST_F(FindEventClass, EventTypeThatIsAnArrayMatchesEachElement) {
 TEST_F(FindEventClass, ElementsOfAnArrayAreReadInTheirOwnWidth) {
     for (const VARTYPE elementType : {VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_VARIANT}) {
         wmi.classes.clear();
-        AddVersionClass(L"Registry", REGISTRY, 2);
+        AddVersionClass(L"Registry", registryGuidText, 2);
         AddTypeClass(L"Registry", L"Values", ArrayOf(elementType, {1, 14, 3}));
         EXPECT_EQ(Find(2, 14), L"Values") << elementType;
         EXPECT_EQ(Find(2, 3), L"Values") << elementType;
@@ -204,14 +205,14 @@ TEST_F(FindEventClass, ElementsOfAnArrayAreReadInTheirOwnWidth) {
 }
 
 TEST_F(FindEventClass, ArrayOfTextsMatchesByTheirNumbers) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Values", ArrayOfTexts({L"no number", L"14"}));
     EXPECT_EQ(Find(2, 14), L"Values");
     EXPECT_EQ(Find(2, 0), L"");
 }
 
 TEST_F(FindEventClass, EmptyArrayMatchesNothing) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Nothing", ArrayOf(VT_I4, {}));
     EXPECT_EQ(Find(2, 0), L"");
 }
@@ -220,13 +221,13 @@ TEST_F(FindEventClass, ElementsWithoutAPlaceInAVariantMatchNothing) {
     _variant_t decimals;
     V_ARRAY(&decimals) = SafeArrayCreateVector(VT_DECIMAL, 0, 2);
     V_VT(&decimals) = VT_ARRAY | VT_DECIMAL;
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Decimals", decimals);
     EXPECT_EQ(Find(2, 1), L"");
 }
 
 TEST_F(FindEventClass, SubclassWithoutReadableEventTypeMatches) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Ahead", 10L);
     wmi.AddClass(L"Registry", L"Untyped");
     AddTypeClass(L"Registry", L"Exact", 14L);
@@ -236,27 +237,27 @@ TEST_F(FindEventClass, SubclassWithoutReadableEventTypeMatches) {
 }
 
 TEST_F(FindEventClass, SubclassWhoseQualifiersFailMatches) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     wmi.AddClass(L"Registry", L"Closed").qualifiers.status = E_FAIL;
     AddTypeClass(L"Registry", L"Exact", 14L);
     EXPECT_EQ(Find(2, 14), L"Closed");
 }
 
 TEST_F(FindEventClass, SubclassWhoseEventTypeFailsMatches) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     wmi.AddClass(L"Registry", L"Broken").qualifiers.AddUnreadable(L"EventType", E_FAIL);
     AddTypeClass(L"Registry", L"Exact", 14L);
     EXPECT_EQ(Find(2, 14), L"Broken");
 }
 
 TEST_F(FindEventClass, VersionClassesOfEveryLookUpAreKeptForTheLifeOfTheConnection) {
-    AddVersionClass(L"Registry", REGISTRY, 2);
+    AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Values", 14L);
     WmiConnection connection;
     const int before = FakeWmi::LiveObjects();
     for (int i = 0; i < 3; ++i) {
-        connection.FindEventClass(REGISTRY, 2, 14);
-        connection.FindEventClass(OTHER, 2, 14);
+        connection.FindEventClass(registryGuidText, 2, 14);
+        connection.FindEventClass(otherGuid, 2, 14);
     }
     EXPECT_EQ(FakeWmi::LiveObjects(), before + 3);
 }
@@ -264,7 +265,7 @@ TEST_F(FindEventClass, VersionClassesOfEveryLookUpAreKeptForTheLifeOfTheConnecti
 // The class of registry events of version 2, as the system publishes it, in another order of names.
 void AddRegistryClass(FakeWmi& wmi) {
     FakeClass& version = wmi.AddClass(L"EventTrace", L"Registry");
-    version.qualifiers.Add(L"Guid", REGISTRY).Add(L"EventVersion", 2L);
+    version.qualifiers.Add(L"Guid", registryGuidText).Add(L"EventVersion", 2L);
     FakeClass& types = wmi.AddClass(L"Registry", L"Registry_TypeGroup1");
     types.qualifiers.Add(L"EventType", ArrayOf(VT_I4, {10, 11, 14}));
     types.AddProperty(L"KeyName", CIM_STRING, 5)

@@ -1,9 +1,9 @@
 #include "trace/wmischema.h"
 
-#include <gtest/gtest.h>
-
 #include "platform/os/ownedinterface.h"
 #include "tests/unit/trace/fakewmi.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
