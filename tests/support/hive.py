@@ -1,0 +1,65 @@
+"""Reads the hives that Wine keeps as text files, for tests."""
+
+import re
+
+SZ, DWORD, BINARY = 1, 4, 3
+
+ESCAPE = re.compile(r"\\(x[0-9a-fA-F]{1,4}|[0-7]{1,3}|.)", re.S)
+LETTERS = {"a": "\a", "b": "\b", "t": "\t", "n": "\n", "v": "\v", "f": "\f", "r": "\r", "e": "\x1b"}
+KEY = re.compile(r"\[((?:[^\]\\]|\\.)*)\]")
+VALUE = re.compile(r'(?:@|"((?:[^"\\]|\\.)*)")=(.*)', re.S)
+TEXT = re.compile(r'(?:str\(([0-9a-f]+)\):)?"((?:[^"\\]|\\.)*)"$', re.S)
+PAIRS = re.compile(r"hex(?:\(([0-9a-f]+)\))?:(.*)", re.S)
+
+
+def unescaped(text):
+    def unit(found):
+        escape = found[1]
+        if escape[0] == "x":
+            return chr(int(escape[1:], 16))
+        if escape[0] in "01234567":
+            return chr(int(escape, 8))
+        return LETTERS.get(escape, escape)
+
+    return ESCAPE.sub(unit, text)
+
+
+def parsed(form):
+    """The type and bytes of a value's right side."""
+    text = TEXT.match(form)
+    if text:
+        return int(text[1] or str(SZ), 16), (unescaped(text[2]) + "\0").encode("utf-16-le", "surrogatepass")
+    if form.startswith("dword:"):
+        return DWORD, int(form[len("dword:") :], 16).to_bytes(4, "little")
+    pairs = PAIRS.match(form)
+    return int(pairs[1] or str(BINARY), 16), bytes.fromhex(re.sub(r"[^0-9a-f]", "", pairs[2]))
+
+
+def lines(path):
+    """The file's lines, with continued ones in one piece."""
+    with open(path, encoding="ascii", newline="\n") as hive:
+        continued = ""
+        for line in hive:
+            line = continued + line.rstrip("\n")
+            continued = line[:-1] if line.endswith("\\") else ""
+            if not continued:
+                yield line
+
+
+def with_parents(path):
+    """A key's path and those of the keys above it; a hive names no key that holds nothing but other keys."""
+    names = path.split("\\")
+    return ["\\".join(names[: count + 1]) for count in range(len(names))]
+
+
+def parse(path, root):
+    """Each key's path below `root` and, by name, the type and bytes of its values."""
+    keys, values = {}, None
+    for line in lines(path):
+        if line.startswith("["):
+            for name in with_parents(root + "\\" + unescaped(KEY.match(line)[1])):
+                values = keys.setdefault(name, {})
+        elif values is not None and line[:1] in ("@", '"'):
+            name, form = VALUE.match(line).groups()
+            values[unescaped(name or "")] = parsed(form)
+    return keys

@@ -1,0 +1,102 @@
+"""The readers of .reg files and of hives, which other tests compare the program with."""
+
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).parent))
+
+import hive  # noqa: E402
+import regfile  # noqa: E402
+
+
+def document(body):
+    return (regfile.HEADER + body).encode("utf-16-le", "surrogatepass")
+
+
+def text_value(text):
+    return regfile.SZ, (text + "\0").encode("utf-16-le", "surrogatepass")
+
+
+def values_in(body):
+    return regfile.parse(document("\r\n[K]\r\n" + body))["K"]
+
+
+def test_keys_stand_in_brackets_behind_an_empty_line():
+    assert regfile.parse(document("\r\n[A]\r\n\r\n[A\\[B]]\r\n")) == {"A": {}, "A\\[B]": {}}
+
+
+def test_texts_and_names_lose_their_escapes():
+    assert values_in('@="C:\\\\a"\r\n"a\\"b"="\\"x\\""\r\n') == {"": text_value("C:\\a"), 'a"b': text_value('"x"')}
+
+
+def test_a_text_may_hold_line_breaks():
+    assert values_in('"a"="one\r\ntwo"\r\n') == {"a": text_value("one\r\ntwo")}
+
+
+def test_numbers_and_pairs_are_bytes():
+    body = '"a"=dword:0000abcd\r\n"b"=hex:\r\n"c"=hex:01,\\\r\n  02\r\n"d"=hex(2):61,00,00,00\r\n'
+    assert values_in(body) == {"a": (4, b"\xcd\xab\0\0"), "b": (3, b""), "c": (3, b"\1\2"), "d": (2, b"a\0\0\0")}
+
+
+def test_an_entry_with_nothing_behind_it_has_no_data():
+    assert values_in('"a"=\r\n') == {"a": None}
+
+
+@pytest.mark.parametrize("body", ['@="a"\r\n', "\r\n[K]\r\nword\r\n", '\r\n[K]\r\n@=hex(2):,00,00\r\n', "\r\n[K]"])
+def test_what_is_no_entry_is_an_error(body):
+    with pytest.raises(regfile.NotRead):
+        regfile.parse(document(body))
+
+
+def test_a_file_without_the_header_is_an_error():
+    with pytest.raises(regfile.NotRead):
+        regfile.parse("\ufeffREGEDIT4\r\n".encode("utf-16-le"))
+
+
+HIVE = r"""WINE REGISTRY Version 2
+;; All keys relative to REGISTRY\\Machine
+
+#arch=win64
+
+[A\\B] 1795221407
+#time=1dd7950641d58fa
+@="text"
+"a\"\\"="\x20ac1\r\n\0\7"
+"b"=dword:0000000a
+"c"=hex:01,\
+  02
+"d"=str(7):"one\0two\0"
+"e"=str(2):"%x%"
+"f"=hex(b):01,00,00,00,00,00,00,00
+
+[A\\\[C\]] 1795221407
+#link
+"""
+
+
+def units(text):
+    return text.encode("utf-16-le")
+
+
+@pytest.fixture
+def keys(tmp_path):
+    (tmp_path / "hive").write_text(HIVE)
+    return hive.parse(tmp_path / "hive", "ROOT")
+
+
+def test_keys_of_a_hive_stand_below_its_root_with_all_their_parents(keys):
+    assert list(keys) == ["ROOT", "ROOT\\A", "ROOT\\A\\B", "ROOT\\A\\[C]"]
+
+
+def test_values_of_a_hive_are_types_and_bytes(keys):
+    assert keys["ROOT\\A\\B"] == {
+        "": (1, units("text\0")),
+        'a"\\': (1, units("\u20ac1\r\n\0\7\0")),
+        "b": (4, b"\x0a\0\0\0"),
+        "c": (3, b"\1\2"),
+        "d": (7, units("one\0two\0\0")),
+        "e": (2, units("%x%\0")),
+        "f": (11, b"\1" + bytes(7)),
+    }
