@@ -2,11 +2,13 @@
 
 #include "trace/namerules.h"
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace keyreap {
 
@@ -17,78 +19,129 @@ struct HashedName {
 };
 
 // The entries of one registry key by name: an owning hash map. An `Entry` has the fields `name` and
-// `nameHash`, stays at one address for life, and is found without allocating. The order of a walk has no
-// meaning.
+// `nameHash`, and stays at one address for life. A look-up allocates nothing. A walk takes the entries in the
+// order in which they were added, as long as none was removed.
 template <typename Entry>
 class NameMap {
     using Owner = std::unique_ptr<Entry>;
 
-    static HashedName KeyOf(const Owner& entry) { return {entry->name, entry->nameHash}; }
-    static HashedName KeyOf(const HashedName& name) { return name; }
-
-    struct Hash {
-        using is_transparent = void;
-        template <typename Key>
-        std::size_t operator()(const Key& key) const {
-            return static_cast<std::size_t>(KeyOf(key).hash);
-        }
-    };
-
-    // The rules' comparison may hold names equal whose hashes differ. The whole hash is compared first, so
-    // that no outcome depends on the names' happening to share a bucket.
-    struct Equal {
-        using is_transparent = void;
-        const NameRules* rules;
-        template <typename Left, typename Right>
-        bool operator()(const Left& left, const Right& right) const {
-            return AreSame(KeyOf(left), KeyOf(right));
-        }
-        bool AreSame(const HashedName& left, const HashedName& right) const {
-            return left.hash == right.hash &&
-                   (left.text == right.text || rules->AreEqual(left.text, right.text));
-        }
-    };
-
-    using Entries = std::unordered_set<Owner, Hash, Equal>;
-
 public:
-    // `rules` outlives the map.
-    explicit NameMap(const NameRules& rules) : entries(0, Hash{}, Equal{&rules}) {}
+    // `nameRules` outlives the map.
+    explicit NameMap(const NameRules& nameRules) : rules(&nameRules) {}
 
     bool IsEmpty() const { return entries.empty(); }
     std::size_t Size() const { return entries.size(); }
     auto begin() const { return entries.begin(); }
     auto end() const { return entries.end(); }
+    auto rbegin() const { return entries.rbegin(); }
+    auto rend() const { return entries.rend(); }
 
     // The entry of that name, or null.
     Entry* Find(const HashedName& name) const {
-        const auto found = entries.find(name);
-        return found == entries.end() ? nullptr : found->get();
+        const std::uint32_t position = PositionOf(name);
+        return position == none ? nullptr : entries[position].get();
     }
 
-    // Takes an entry whose name the map hasn't.
-    Entry* Add(Owner entry) { return entries.insert(std::move(entry)).first->get(); }
+    // Adds an entry in the place of the one of its name, if there is one, which is destroyed.
+    Entry* AddOrReplace(Owner entry) {
+        const std::uint32_t position = PositionOf({entry->name, entry->nameHash});
+        if (position == none) {
+            return Add(std::move(entry));
+        }
+        entries[position] = std::move(entry);
+        return entries[position].get();
+    }
 
-    // Moves one entry of `other`, which isn't empty, here; an entry of the same name here is destroyed.
-    Entry* TakeOneFrom(NameMap& other) {
-        auto moved = other.entries.extract(other.entries.begin());
-        Remove(KeyOf(moved.value()));
-        return entries.insert(std::move(moved)).position->get();
+    // Adds an entry whose name the map hasn't.
+    Entry* Add(Owner entry) {
+        hashes.push_back(entry->nameHash);
+        entries.push_back(std::move(entry));
+        if (2 * entries.size() > index.size()) {
+            BuildIndex();
+        } else {
+            AddToIndex(static_cast<std::uint32_t>(entries.size() - 1));
+        }
+        return entries.back().get();
     }
 
     // Destroys the entry of that name, if there is one.
     void Remove(const HashedName& name) {
-        const auto found = entries.find(name);
-        if (found != entries.end()) {
-            entries.erase(found);
+        const std::uint32_t position = PositionOf(name);
+        if (position != none) {
+            std::swap(hashes[position], hashes.back());
+            std::swap(entries[position], entries.back());
+            TakeLast();
         }
     }
 
-    // Destroys one entry of a map that isn't empty.
-    void RemoveOne() { entries.erase(entries.begin()); }
+    // The last entry of a map that isn't empty, and the same, taken out.
+    Entry& Last() const { return *entries.back(); }
+    Owner TakeLast() {
+        index.clear(); // the next addition builds it anew
+        Owner last = std::move(entries.back());
+        entries.pop_back();
+        hashes.pop_back();
+        return last;
+    }
 
 private:
-    Entries entries;
+    static constexpr std::uint32_t none = UINT32_MAX;
+    static constexpr std::size_t fewEntries = 8; // whose hashes are looked through faster than an index
+
+    // The rules' comparison may hold names equal whose hashes differ. The whole hash is compared first, so
+    // that no outcome depends on the names' happening to meet in a search.
+    bool Matches(std::uint32_t position, const HashedName& name) const {
+        return hashes[position] == name.hash &&
+               (entries[position]->name == name.text || rules->AreEqual(entries[position]->name, name.text));
+    }
+
+    std::uint32_t PositionOf(const HashedName& name) const {
+        return index.empty() ? Search(name) : Probe(name);
+    }
+
+    std::uint32_t Search(const HashedName& name) const {
+        for (std::uint32_t position = 0; position < entries.size(); ++position) {
+            if (Matches(position, name)) {
+                return position;
+            }
+        }
+        return none;
+    }
+
+    std::uint32_t Probe(const HashedName& name) const {
+        std::size_t slot = SlotOf(name.hash);
+        while (index[slot] != none && !Matches(index[slot], name)) {
+            slot = SlotOf(slot + 1);
+        }
+        return index[slot];
+    }
+
+    void BuildIndex() {
+        if (entries.size() <= fewEntries) {
+            return;
+        }
+        index.assign(std::bit_ceil(4 * entries.size()), none);
+        for (std::uint32_t position = 0; position < entries.size(); ++position) {
+            AddToIndex(position);
+        }
+    }
+
+    void AddToIndex(std::uint32_t position) {
+        std::size_t slot = SlotOf(hashes[position]);
+        while (index[slot] != none) {
+            slot = SlotOf(slot + 1);
+        }
+        index[slot] = position;
+    }
+
+    std::size_t SlotOf(std::uint64_t hash) const {
+        return static_cast<std::size_t>(hash) & (index.size() - 1);
+    }
+
+    const NameRules* rules;
+    std::vector<std::uint64_t> hashes; // of the entries, side by side
+    std::vector<Owner> entries;
+    std::vector<std::uint32_t> index; // positions by hash, a power of two of slots; empty for few entries
 };
 
 } // namespace keyreap

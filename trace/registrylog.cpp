@@ -76,9 +76,9 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
     std::vector<Waiting> waiting;
     std::wstring path;
     const auto addSubkeys = [&](const RegistryLogNode& node) {
-        for (const auto& subkey : node.subkeys) {
+        std::for_each(node.subkeys.rbegin(), node.subkeys.rend(), [&](const auto& subkey) {
             waiting.push_back({subkey.get(), path.size()});
-        }
+        });
     };
     addSubkeys(top);
     while (!waiting.empty()) {
@@ -107,9 +107,9 @@ RegistryLogNode::~RegistryLogNode() {
     while (node != this || !subkeys.IsEmpty()) {
         if (node->subkeys.IsEmpty()) {
             node = node->parent;
-            node->subkeys.RemoveOne();
+            node->subkeys.TakeLast();
         } else {
-            node = node->subkeys.begin()->get();
+            node = &node->subkeys.Last();
         }
     }
 }
@@ -133,19 +133,61 @@ std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
     }
 }
 
+// The way to the key of the operation before. Operations come in runs along much the same path, and what two
+// paths have in common isn't looked up again.
+struct RegistryLog::Trail {
+    struct Step {
+        std::size_t end; // of the component, in the path
+        RegistryLogNode* node;
+    };
+
+    RegistryLogNode* top = nullptr;
+    std::wstring_view path;
+    std::vector<Step> steps;
+
+    // Keeps the steps that lead to the next path too: those whose ending backslash the two paths share.
+    void Turn(RegistryLogNode& nextTop, std::wstring_view nextPath) {
+        std::size_t shared = 0;
+        if (top == &nextTop) {
+            const auto [end, nextEnd] =
+                std::mismatch(path.begin(), path.end(), nextPath.begin(), nextPath.end());
+            shared = static_cast<std::size_t>(end - path.begin());
+        }
+        while (!steps.empty() && steps.back().end >= shared) {
+            steps.pop_back();
+        }
+        top = &nextTop;
+        path = nextPath;
+    }
+};
+
 void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations) {
+    Trail trail;
     for (const RegistryOperation& operation : operations) {
         if (IsKept(operation) && !operation.keyPath.empty()) {
-            Record(operation);
+            Record(operation, trail);
         }
     }
 }
 
-void RegistryLog::Record(const RegistryOperation& operation) {
-    RegistryLogNode& node = *FindNode(operation.root, operation.keyPath, true);
+void RegistryLog::Record(const RegistryOperation& operation, Trail& trail) {
+    RegistryLogNode& node = NodeFor(operation, trail);
     OperationList& list =
         ConcernsValue(operation.type) ? GetOrAddValue(node, operation.valueName).operations : node.operations;
     Append(list, {operation.type, operation.status, operation.initialTime, operation.processId});
+}
+
+RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail& trail) {
+    RegistryLogNode& top = slots[SlotFor(operation.root)].node;
+    trail.Turn(top, operation.keyPath);
+    const auto remember = [&trail](std::size_t end, RegistryLogNode* node) {
+        trail.steps.push_back({end, node});
+    };
+    if (trail.steps.empty()) {
+        return *Descend(&top, operation.keyPath, 0, true, remember);
+    }
+    const Trail::Step last = trail.steps.back();
+    return *Descend(last.node, operation.keyPath, last.end + 1, true, remember);
 }
 
 void RegistryLog::Append(OperationList& list, const OperationEntry& entry) {
@@ -154,14 +196,22 @@ void RegistryLog::Append(OperationList& list, const OperationEntry& entry) {
 }
 
 RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view path, bool create) {
-    folded.assign(path);
+    return Descend(&slots[SlotFor(root)].node, path, 0, create, [](std::size_t, RegistryLogNode*) {});
+}
+
+// Goes down from a node by the components of the path from a position on, and tells each one's end and node.
+template <typename OnStep>
+RegistryLogNode* RegistryLog::Descend(RegistryLogNode* node, std::wstring_view path, std::size_t position,
+                                      bool create, OnStep onStep) {
+    const std::size_t start = std::min(position, path.size());
+    folded.assign(path.substr(start));
     rules.Fold(folded);
-    RegistryLogNode* node = &slots[SlotFor(root)].node;
-    for (std::size_t position = 0; node != nullptr && position < path.size();) {
+    while (node != nullptr && position < path.size()) {
         const std::size_t end = std::min(path.find(L'\\', position), path.size());
         const std::size_t length = end - position;
-        const std::wstring_view foldedName = std::wstring_view(folded).substr(position, length);
+        const std::wstring_view foldedName = std::wstring_view(folded).substr(position - start, length);
         node = Subkey(*node, {path.substr(position, length), HashFolded(foldedName)}, create);
+        onStep(end, node);
         position = end + 1;
     }
     return node;
@@ -194,7 +244,7 @@ void RegistryLog::Remove(RegistryLogNode& node) {
 
 void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source) {
     while (!source.subkeys.IsEmpty()) {
-        target.subkeys.TakeOneFrom(source.subkeys)->parent = &target;
+        target.subkeys.AddOrReplace(source.subkeys.TakeLast())->parent = &target;
     }
     Remove(source);
 }
@@ -212,7 +262,7 @@ void RegistryLog::PruneEmptyKey(PredefinedRoot root, std::wstring_view path) {
         return;
     }
     while (!node->subkeys.IsEmpty()) {
-        node->subkeys.RemoveOne();
+        node->subkeys.TakeLast();
     }
     // The key's own operations are no reason to keep it.
     while (node->parent != nullptr && node->values.IsEmpty() && node->subkeys.IsEmpty()) {

@@ -113,8 +113,14 @@ private:
         RegistryLogNode node;
     };
 
+    struct Trail;
+
     static std::size_t SlotFor(PredefinedRoot root);
-    void Record(const RegistryOperation& operation);
+    void Record(const RegistryOperation& operation, Trail& trail);
+    RegistryLogNode& NodeFor(const RegistryOperation& operation, Trail& trail);
+    template <typename OnStep>
+    RegistryLogNode* Descend(RegistryLogNode* node, std::wstring_view path, std::size_t position, bool create,
+                             OnStep onStep);
     RegistryLogNode* Subkey(RegistryLogNode& node, const HashedName& name, bool create);
     static void Remove(RegistryLogNode& node);
 

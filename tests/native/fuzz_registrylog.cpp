@@ -33,8 +33,11 @@ struct PlainLog {
         if (!kept || operation.keyPath.empty()) {
             return;
         }
-        const FullName key{operation.root == noRoot ? localMachineRoot : operation.root,
-                           Folded(operation.keyPath)};
+        std::wstring path = Folded(operation.keyPath);
+        if (path.back() == L'\\') {
+            path.pop_back();
+        }
+        const FullName key{operation.root == noRoot ? localMachineRoot : operation.root, path};
         Outcome& outcome =
             ConcernsValue(operation.type) ? values[key][Folded(operation.valueName)] : keys[key];
         if (operation.type == 10) {
@@ -96,7 +99,9 @@ public:
 std::wstring Name(fuzz::Input& input) {
     static constexpr std::wstring_view names[] = {
         L"a", L"A", L"b", L"SYSTEM", L"ControlSet001", L"ControlSet002", L"CurrentControlSet", L"Enum"};
-    return std::wstring(names[input.Byte() % std::size(names)]);
+    const std::uint8_t choice = input.Byte();
+    const std::wstring name(names[choice % std::size(names)]);
+    return choice < 0x80 ? name : name + std::to_wstring(input.Byte());
 }
 
 std::wstring Path(fuzz::Input& input) {
@@ -104,7 +109,8 @@ std::wstring Path(fuzz::Input& input) {
     for (int depth = input.Byte() % 5; depth > 0; --depth) {
         path += (path.empty() ? L"" : L"\\") + Name(input);
     }
-    return path;
+    // As a value's key has it; it adds nothing.
+    return path.empty() || input.Byte() % 2 == 0 ? path : path + L'\\';
 }
 
 RegistryOperation Operation(fuzz::Input& input) {

@@ -275,27 +275,29 @@ TEST_F(RegistryLogTest, AMissingComponentEndsASearchThatMayNotCreate) {
     EXPECT_EQ(nullptr, Node(L"A\\B"));
 }
 
-// Rules that hold "ss" and "S" equal though their folded forms differ, as the system's do with a sharp s.
-class LooseNameRules : public LetterFoldingNameRules {
-public:
-    bool AreEqual(std::wstring_view, std::wstring_view) const override {
-        ++comparisons;
-        return true;
+TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
+    const std::vector<std::wstring> paths = {L"A\\B\\C",    L"A\\B\\Cc", L"A\\B\\",    L"A\\Bb",
+                                             L"A\\B\\c\\D", L"A",        L"A\\\\B\\C", L"A\\\\",
+                                             L"A\\",        L"A\\B\\C",  L"a\\b",      L"Aa\\B"};
+    std::vector<RegistryOperation> operations;
+    for (const std::wstring& path : paths) {
+        operations.push_back(Create(path));
     }
-    mutable int comparisons = 0;
-};
-
-TEST(RegistryLogNames, AreComparedOnlyWhereTheWholeHashIsEqual) {
-    LooseNameRules rules;
-    RegistryLog log(rules);
-    for (int i = 0; i < 1000; ++i) {
-        log.FindNode(localMachineRoot, L"Key" + std::to_wstring(i), true);
-    }
-    EXPECT_EQ(1000u, log.FindNode(localMachineRoot, L"", false)->subkeys.Size());
-    EXPECT_EQ(0, rules.comparisons);
-    log.FindNode(localMachineRoot, L"KEY7", true);
-    EXPECT_EQ(1, rules.comparisons);
-    EXPECT_EQ(1000u, log.FindNode(localMachineRoot, L"", false)->subkeys.Size());
+    operations.push_back(KeyOperation(registryevent::createKey, L"Aa\\B", 0, usersRoot));
+    Record(operations);
+    const auto operationsOf = [this](std::wstring_view path, PredefinedRoot root = localMachineRoot) {
+        return Node(path, root)->operations.entries.size();
+    };
+    EXPECT_EQ(2U, operationsOf(L"A"));
+    EXPECT_EQ(2U, operationsOf(L"A\\B"));
+    EXPECT_EQ(2U, operationsOf(L"A\\B\\C"));
+    EXPECT_EQ(1U, operationsOf(L"A\\B\\Cc"));
+    EXPECT_EQ(1U, operationsOf(L"A\\B\\C\\D"));
+    EXPECT_EQ(1U, operationsOf(L"A\\Bb"));
+    EXPECT_EQ(1U, operationsOf(L"A\\\\"));
+    EXPECT_EQ(1U, operationsOf(L"A\\\\B\\C"));
+    EXPECT_EQ(1U, operationsOf(L"Aa\\B"));
+    EXPECT_EQ(1U, operationsOf(L"Aa\\B", usersRoot));
 }
 
 TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
@@ -353,6 +355,11 @@ TEST_F(RegistryLogTest, EveryDeletedValueComesBehindEverySetOne) {
     for (std::size_t i = 0; i < 100; ++i) {
         EXPECT_EQ(i < 50 ? Outcome::set : Outcome::deleted, visits.values[i].kind);
     }
+}
+
+TEST_F(RegistryLogTest, KeysComeInTheOrderOfTheirFirstAppearance) {
+    Record({Create(L"C"), Create(L"B\\2"), Create(L"A"), Create(L"B\\1"), Create(L"C\\x")});
+    EXPECT_THAT(Walk().order, ElementsAre(L"C", L"C\\x", L"B\\2", L"B\\1", L"A"));
 }
 
 TEST_F(RegistryLogTest, AParentComesAheadOfItsSubkeysAndASubtreeStaysTogether) {
