@@ -17,6 +17,7 @@ DebugHelp ResolveDebugHelp() {
     }
     Resolve(library, "SymSetOptions", help.setOptions);
     Resolve(library, "SymInitialize", help.initialize);
+    Resolve(library, "SymLoadModuleEx", help.loadModule);
     Resolve(library, "SymSetSearchPath", help.setSearchPath);
     Resolve(library, "StackWalk64", help.stackWalk);
     Resolve(library, "SymFunctionTableAccess64", help.functionTableAccess);
@@ -30,8 +31,8 @@ DebugHelp ResolveDebugHelp() {
 } // namespace
 
 bool DebugHelp::IsComplete() const {
-    return setOptions && initialize && setSearchPath && stackWalk && functionTableAccess && getModuleBase &&
-           fromAddress && getLineFromAddress && cleanup;
+    return setOptions && initialize && loadModule && setSearchPath && stackWalk && functionTableAccess &&
+           getModuleBase && fromAddress && getLineFromAddress && cleanup;
 }
 
 const DebugHelp& SystemDebugHelp() {

@@ -10,6 +10,7 @@ namespace keyreap {
 struct DebugHelp {
     decltype(&::SymSetOptions) setOptions = nullptr;
     decltype(&::SymInitialize) initialize = nullptr;
+    decltype(&::SymLoadModuleEx) loadModule = nullptr;
     decltype(&::SymSetSearchPath) setSearchPath = nullptr;
     decltype(&::StackWalk64) stackWalk = nullptr;
     decltype(&::SymFunctionTableAccess64) functionTableAccess = nullptr;

@@ -34,6 +34,18 @@ RECT WindowArea(HWND window) {
     return area;
 }
 
+// The template's style has a sizing border, which the window must not have. The client area keeps its size.
+void RemoveSizingBorder(HWND window) {
+    const auto style =
+        static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE)) & ~static_cast<DWORD>(WS_THICKFRAME);
+    SetWindowLongPtrW(window, GWL_STYLE, static_cast<LONG_PTR>(style));
+    RECT area = {};
+    GetClientRect(window, &area);
+    AdjustWindowRectEx(&area, style, FALSE, static_cast<DWORD>(GetWindowLongPtrW(window, GWL_EXSTYLE)));
+    SetWindowPos(window, nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
+}
+
 // 9 points at the screen's resolution.
 int DetailsFontHeight() {
     const HDC screen = GetDC(nullptr);
@@ -93,6 +105,7 @@ INT_PTR ErrorReportDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void ErrorReportDialog::OnInit() {
+    RemoveSizingBorder(window);
     SendMessageW(Control(Id::icon), STM_SETICON, reinterpret_cast<WPARAM>(icon.Load()), 0);
     SetDetailsFont();
     MeasureWindow();

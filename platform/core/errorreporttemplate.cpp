@@ -10,7 +10,7 @@ constexpr std::uint16_t buttonClass = 0x80;
 constexpr std::uint16_t editClass = 0x81;
 constexpr std::uint16_t staticClass = 0x82;
 
-// WS_POPUP, WS_CAPTION, WS_SYSMENU, DS_CENTER, DS_MODALFRAME, DS_SETFONT: no sizing border.
+// WS_POPUP, WS_CAPTION, WS_SYSMENU, WS_THICKFRAME, DS_CENTER, DS_MODALFRAME, DS_SETFONT.
 constexpr std::uint32_t dialogStyle = 0x80CC08C0;
 // WS_EX_APPWINDOW, so that a dialog without an owner has its button in the task bar.
 constexpr std::uint32_t ownerlessExtendedStyle = 0x00040000;

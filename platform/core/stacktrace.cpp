@@ -1,9 +1,14 @@
 #include "platform/core/stacktrace.h"
 
+#include <psapi.h>
+
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <mutex>
-#include <string_view>
+#include <string>
+#include <vector>
 
 #include "platform/core/debughelp.h"
 
@@ -59,12 +64,26 @@ STACKFRAME64 FirstFrame(const CONTEXT& context) {
     return frame;
 }
 
+// Null stands for the program itself.
+std::string ModulePath(HMODULE module) {
+    std::array<char, MAX_PATH> path = {};
+    GetModuleFileNameA(module, path.data(), static_cast<DWORD>(path.size()));
+    return {path.data(), strnlen(path.data(), path.size())};
+}
+
 // The folder of the running program, so that symbol files are looked for beside it.
 std::string ProgramFolder() {
-    std::array<char, MAX_PATH> path = {};
-    GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    const std::string_view whole(path.data(), strnlen(path.data(), path.size()));
-    return std::string(whole.substr(0, whole.rfind('\\')));
+    const std::string path = ModulePath(nullptr);
+    return path.substr(0, path.rfind('\\'));
+}
+
+std::vector<HMODULE> LoadedModules() {
+    std::vector<HMODULE> modules(1024);
+    DWORD bytes = 0;
+    EnumProcessModules(GetCurrentProcess(), modules.data(),
+                       static_cast<DWORD>(modules.size() * sizeof(HMODULE)), &bytes);
+    modules.resize(std::min(modules.size(), bytes / sizeof(HMODULE)));
+    return modules;
 }
 
 // One opening of the symbol handler, from its start to its clean-up.
@@ -73,7 +92,7 @@ public:
     SymbolSession(const DebugHelp& debugHelp, HANDLE symbolProcess)
         : help(debugHelp), process(symbolProcess) {
         help.setOptions(symbolOptions);
-        ready = help.initialize(process, nullptr, TRUE) && SetSymbolSearchPath({});
+        ready = (help.initialize(process, nullptr, TRUE) || InitializeByModules()) && SetSymbolSearchPath({});
     }
     ~SymbolSession() { help.cleanup(process); }
     SymbolSession(const SymbolSession&) = delete;
@@ -91,6 +110,19 @@ public:
     }
 
 private:
+    // Wine's library can't list the modules of a 32-bit process on a 64-bit host by itself, but takes the
+    // list.
+    bool InitializeByModules() const {
+        if (!help.initialize(process, nullptr, FALSE)) {
+            return false;
+        }
+        for (const HMODULE module : LoadedModules()) {
+            help.loadModule(process, nullptr, ModulePath(module).c_str(), nullptr,
+                            reinterpret_cast<std::uintptr_t>(module), 0, nullptr, 0);
+        }
+        return true;
+    }
+
     bool SetSymbolSearchPath(const std::string& path) const {
         return help.setSearchPath(process, (path.empty() ? ProgramFolder() : path).c_str()) == TRUE;
     }

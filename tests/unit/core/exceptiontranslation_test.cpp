@@ -1,0 +1,187 @@
+#include "platform/core/exceptiontranslation.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+
+#include "platform/core/exceptionhandling.h"
+#include "platform/core/stacktracetext.h"
+#include "platform/core/structuredexceptions.h"
+
+namespace keyreap {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+struct Fault {
+    DWORD code;
+    ULONG_PTR attempt = 0;
+    ULONG_PTR address = 0;
+    CONTEXT* context = nullptr;
+};
+
+SehException Translated(const Fault& fault) {
+    EXCEPTION_RECORD record = {};
+    record.ExceptionCode = fault.code;
+    record.ExceptionAddress = reinterpret_cast<void*>(0x1234);
+    record.NumberParameters = 2;
+    record.ExceptionInformation[0] = fault.attempt;
+    record.ExceptionInformation[1] = fault.address;
+    EXCEPTION_POINTERS pointers = {&record, fault.context};
+    try {
+        TranslateStructuredException(fault.code, &pointers);
+    } catch (const SehException& exception) {
+        return exception;
+    }
+    throw std::logic_error("the translator returned");
+}
+
+struct KindRow {
+    ULONG_PTR attempt;
+    ULONG_PTR address;
+    SehKind kind;
+    std::wstring name;
+};
+
+class AccessViolations : public testing::TestWithParam<KindRow> {};
+
+TEST_P(AccessViolations, AreNamedByAttemptAndAddress) {
+    const SehException exception = Translated({0xC0000005, GetParam().attempt, GetParam().address});
+    EXPECT_EQ(exception.GetSehKind(), GetParam().kind);
+    EXPECT_EQ(exception.GetKindName(), GetParam().name);
+    EXPECT_EQ(exception.Message(),
+              L"[" + GetParam().name +
+                  L"] ACCESS_VIOLATION (0xc0000005) at address [0x0000000000001234]\r\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, AccessViolations,
+                         testing::Values(KindRow{0, 0, SehKind::SEH_AV_READ_NULLPTR, L"SEH_AV_READ_NULLPTR"},
+                                         KindRow{0, 4, SehKind::SEH_AV_READ_BADPTR, L"SEH_AV_READ_BADPTR"},
+                                         KindRow{1, 0, SehKind::SEH_AV_WRITE_NULLPTR,
+                                                 L"SEH_AV_WRITE_NULLPTR"},
+                                         KindRow{1, 4, SehKind::SEH_AV_WRITE_BADPTR, L"SEH_AV_WRITE_BADPTR"},
+                                         KindRow{8, 0, SehKind::SEH_AV_DEP_NULLPTR, L"SEH_AV_DEP_NULLPTR"},
+                                         KindRow{8, 4, SehKind::SEH_AV_DEP_BADPTR, L"SEH_AV_DEP_BADPTR"},
+                                         KindRow{2, 0, SehKind::SEH_GENERIC, L"SEH_GENERIC"},
+                                         KindRow{2, 4, SehKind::SEH_GENERIC, L"SEH_GENERIC"}));
+
+struct CodeRow {
+    DWORD code;
+    std::wstring firstLine;
+};
+
+class OtherCodes : public testing::TestWithParam<CodeRow> {};
+
+TEST_P(OtherCodes, AreGenericWhateverTheirInformation) {
+    const SehException exception = Translated({GetParam().code, 1, 0});
+    EXPECT_EQ(exception.GetSehKind(), SehKind::SEH_GENERIC);
+    EXPECT_EQ(exception.Message(),
+              L"[SEH_GENERIC] " + GetParam().firstLine + L" at address [0x0000000000001234]\r\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, OtherCodes,
+                         testing::Values(CodeRow{0x80000001, L"GUARD_PAGE (0x80000001)"},
+                                         CodeRow{0x80000002, L"DATATYPE_MISALIGNMENT (0x80000002)"},
+                                         CodeRow{0x80000003, L"BREAKPOINT (0x80000003)"},
+                                         CodeRow{0x80000004, L"SINGLE_STEP (0x80000004)"},
+                                         CodeRow{0xC0000006, L"IN_PAGE_ERROR (0xc0000006)"},
+                                         CodeRow{0xC0000008, L"INVALID_HANDLE (0xc0000008)"},
+                                         CodeRow{0xC000001D, L"ILLEGAL_INSTRUCTION (0xc000001d)"},
+                                         CodeRow{0xC0000025, L"NONCONTINUABLE_EXCEPTION (0xc0000025)"},
+                                         CodeRow{0xC0000026, L"INVALID_DISPOSITION (0xc0000026)"},
+                                         CodeRow{0xC000008C, L"ARRAY_BOUNDS_EXCEEDED (0xc000008c)"},
+                                         CodeRow{0xC000008D, L"FLT_DENORMAL_OPERAND (0xc000008d)"},
+                                         CodeRow{0xC000008E, L"FLT_DIVIDE_BY_ZERO (0xc000008e)"},
+                                         CodeRow{0xC000008F, L"FLT_INEXACT_RESULT (0xc000008f)"},
+                                         CodeRow{0xC0000090, L"FLT_INVALID_OPERATION (0xc0000090)"},
+                                         CodeRow{0xC0000091, L"FLT_OVERFLOW (0xc0000091)"},
+                                         CodeRow{0xC0000092, L"FLT_STACK_CHECK (0xc0000092)"},
+                                         CodeRow{0xC0000093, L"FLT_UNDERFLOW (0xc0000093)"},
+                                         CodeRow{0xC0000094, L"INT_DIVIDE_BY_ZERO (0xc0000094)"},
+                                         CodeRow{0xC0000095, L"INT_OVERFLOW (0xc0000095)"},
+                                         CodeRow{0xC0000096, L"PRIV_INSTRUCTION (0xc0000096)"},
+                                         CodeRow{0xC00000FD, L"STACK_OVERFLOW (0xc00000fd)"},
+                                         CodeRow{0xE0424242, L"Unknown SEH Exception (0xe0424242)"},
+                                         CodeRow{0x00000001, L"Unknown SEH Exception (0x00000001)"}));
+
+TEST(TranslateStructuredException, KeepsTheDefaultErrorCode) {
+    EXPECT_EQ(Translated({0xC0000005}).ErrorCode(), Exception::defaultErrorCode);
+}
+
+TEST(TranslateStructuredException, WithoutPointersHasNoAddressNoTraceAndNoBrackets) {
+    try {
+        TranslateStructuredException(0xC0000005, nullptr);
+        FAIL() << "the translator returned";
+    } catch (const SehException& exception) {
+        EXPECT_EQ(exception.Message(), L"Unidentified SEH Exception !");
+        EXPECT_EQ(exception.SourceFile(), L"exceptionhandling");
+        EXPECT_EQ(exception.SourceLine(), 117u);
+        EXPECT_EQ(exception.GetSehKind(), SehKind::SEH_GENERIC);
+    }
+}
+
+TEST(TranslateStructuredException, WithoutLineInformationKeepsTheFixedPlace) {
+    const SehException exception = Translated({0xC0000005});
+    EXPECT_EQ(exception.SourceFile(), L"exceptionhandling");
+    EXPECT_EQ(exception.SourceLine(), 92u);
+}
+
+TEST(TranslateStructuredException, TakesThePlaceOfTheFaultingFrame) {
+    CONTEXT context = {};
+    RtlCaptureContext(&context);
+    const std::uint32_t line = __LINE__;
+    const SehException exception = Translated({0xC0000005, 1, 0, &context});
+    EXPECT_EQ(exception.SourceFile(), L"exceptiontranslation_test.cpp");
+    EXPECT_GE(exception.SourceLine(), line - 2);
+    EXPECT_LE(exception.SourceLine(), line + 1);
+}
+
+TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
+    CONTEXT context = {};
+    RtlCaptureContext(&context);
+    const SehException exception = Translated({0xC0000005, 1, 0, &context});
+    EXPECT_THAT(exception.Message(),
+                StartsWith(L"[SEH_AV_WRITE_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address "
+                           L"[0x0000000000001234]\r\n" +
+                           std::wstring(StackTraceHeader) + L"[0x"));
+    EXPECT_THAT(exception.Message(), HasSubstr(L"exceptiontranslation_test.cpp:"));
+    EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(MoreFramesLine))));
+}
+
+TEST(TopFrameLocation, OfNoContextIsTheFixedPlace) {
+    const TopFrameLocation location(nullptr);
+    EXPECT_EQ(location.file, L"exceptionhandling");
+    EXPECT_EQ(location.line, 92u);
+}
+
+#if !defined(_MSC_VER)
+
+TEST(TranslateStructuredException, LeavesTheCompilersOwnExceptionsAlone) {
+    for (const unsigned int code : {0x20474343u, 0x21474343u, 0x22474343u}) {
+        EXPECT_NO_THROW(TranslateStructuredException(code, nullptr));
+    }
+}
+
+using Translator = void(__cdecl*)(unsigned int, EXCEPTION_POINTERS*);
+
+// Sets the translator of the system's run time and gives the one that was set before.
+Translator Exchange(Translator translator) {
+    const char* const name = sizeof(void*) == 8
+                                 ? "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z"
+                                 : "?_set_se_translator@@YAP6AXIPAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z";
+    const auto set = reinterpret_cast<Translator(__cdecl*)(Translator)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), name)));
+    return set(translator);
+}
+
+TEST(InstallStructuredExceptionTranslator, SetsTheTranslatorOfTheSystemsRunTime) {
+    EXPECT_TRUE(InstallStructuredExceptionTranslator());
+    EXPECT_EQ(Exchange(nullptr), TranslateStructuredException);
+}
+
+#endif
+
+} // namespace
+} // namespace keyreap
