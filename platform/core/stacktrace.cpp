@@ -82,7 +82,7 @@ std::vector<HMODULE> LoadedModules() {
     DWORD bytes = 0;
     EnumProcessModules(GetCurrentProcess(), modules.data(),
                        static_cast<DWORD>(modules.size() * sizeof(HMODULE)), &bytes);
-    modules.resize(std::min(modules.size(), bytes / sizeof(HMODULE)));
+    modules.resize(std::min<std::size_t>(modules.size(), bytes / sizeof(HMODULE)));
     return modules;
 }
 
