@@ -53,6 +53,16 @@ TEST(PrintLog, ListsEachEventIfAskedAndTellsWhatRegistryEventsSay) {
     EXPECT_THAT(printed.text, HasSubstr(" status c0000034 key fffff80000001000 name N\\u00e4me\n"));
 }
 
+TEST(PrintLog, SaysSoIfItCannotBeReadToItsEnd) {
+    const Bytes log = LogOf({BufferOf({NumberedRecord(1)})});
+    MemorySource source(log);
+    source.failFrom = 2; // the size and the first buffer, which hold what the header says
+    std::ostringstream out;
+    EXPECT_FALSE(PrintLog(source, false, out));
+    EXPECT_THAT(out.str(), HasSubstr("logger The logger\n"));
+    EXPECT_THAT(out.str(), HasSubstr("the log could not be read to its end\n"));
+}
+
 TEST(PrintLog, SaysSoIfItIsNoLog) {
     const Printed printed = Print(Layout().Zeros(100).bytes, false);
     EXPECT_FALSE(printed.whole);
