@@ -16,7 +16,10 @@ constexpr std::uint64_t sectionCountField = 6;
 constexpr std::uint64_t optionalHeaderSizeField = 20;
 
 constexpr std::uint64_t sectionHeaderSize = 40;
+constexpr std::uint64_t virtualSizeField = 8;
+constexpr std::uint64_t virtualAddressField = 12;
 constexpr std::uint64_t directoryEntrySize = 8;
+constexpr std::uint64_t headersSizeField = 60; // in the optional header of both forms
 
 // Where the data directories begin in the optional header of each of its two forms.
 constexpr std::uint16_t optionalMagic32 = 0x10B;
@@ -73,13 +76,33 @@ bool CheckedView::HasNtHeaders() const {
            HoldsOffset(NtHeadersOffset(), fixedNtHeadersSize);
 }
 
+std::uint64_t CheckedView::SectionTableOffset() const {
+    const std::uint64_t nt = NtHeadersOffset();
+    return nt + fixedNtHeadersSize + At<std::uint16_t>(nt + optionalHeaderSizeField);
+}
+
+std::uint64_t CheckedView::SectionTableSize() const {
+    return At<std::uint16_t>(NtHeadersOffset() + sectionCountField) * sectionHeaderSize;
+}
+
 bool CheckedView::HasSectionTable() const {
-    if (!HasNtHeaders()) {
+    return HasNtHeaders() && HoldsOffset(SectionTableOffset(), SectionTableSize());
+}
+
+bool CheckedView::HasOrderedSections() const {
+    if (!HasSectionTable()) {
         return false;
     }
-    const std::uint64_t nt = NtHeadersOffset();
-    const std::uint64_t table = nt + fixedNtHeadersSize + At<std::uint16_t>(nt + optionalHeaderSizeField);
-    return HoldsOffset(table, At<std::uint16_t>(nt + sectionCountField) * sectionHeaderSize);
+    std::uint64_t end = At<std::uint32_t>(NtHeadersOffset() + fixedNtHeadersSize + headersSizeField);
+    const std::uint64_t table = SectionTableOffset();
+    for (std::uint64_t section = table; section < table + SectionTableSize(); section += sectionHeaderSize) {
+        const std::uint64_t start = At<std::uint32_t>(section + virtualAddressField);
+        if (start < end) {
+            return false;
+        }
+        end = start + At<std::uint32_t>(section + virtualSizeField);
+    }
+    return true;
 }
 
 bool CheckedView::HasDirectoryEntry(std::uint32_t index) const {

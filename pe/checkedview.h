@@ -42,12 +42,17 @@ public:
     // True if the section table lies inside the file too.
     bool HasSectionTable() const;
 
-    // True if besides all that the optional header does, as far as the entry `index` of its data directories.
+    // True if moreover the sections, in memory, come one behind another and behind the headers.
+    bool HasOrderedSections() const;
+
+    // True if besides the section table the optional header does, as far as the entry `index` of its data directories.
     bool HasDirectoryEntry(std::uint32_t index) const;
 
 private:
     bool HoldsOffset(std::uint64_t offset, std::uint64_t size) const;
     std::uint64_t NtHeadersOffset() const;
+    std::uint64_t SectionTableOffset() const;
+    std::uint64_t SectionTableSize() const;
     template <typename Integer>
     Integer At(std::uint64_t offset) const;
 

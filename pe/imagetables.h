@@ -24,7 +24,8 @@ struct DescriptorTable {
     // IMAGE_IMPORT_DESCRIPTOR and IMAGE_DELAYLOAD_DESCRIPTOR of winnt.h, which have these sizes.
     static constexpr std::size_t importEntrySize = 20;
     static DescriptorTable Imports(const std::byte* first) { return {first, importEntrySize, 12}; }
-    static DescriptorTable DelayImports(const std::byte* first) { return {first, 32, 4}; }
+    static constexpr std::size_t delayImportEntrySize = 32;
+    static DescriptorTable DelayImports(const std::byte* first) { return {first, delayImportEntrySize, 4}; }
 };
 
 // The names in the table, in its order; they point into the view.

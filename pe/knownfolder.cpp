@@ -1,0 +1,80 @@
+#include "pe/knownfolder.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <shobjidl.h>
+
+#include "platform/core/platformguid.h"
+#include "platform/os/ownedinterface.h"
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view managerClass = L"{4DF0C730-DF9D-4AE3-9153-AA6B82E9795A}";
+constexpr std::wstring_view managerInterface = L"{8BE2D872-86AA-4D47-B776-32CCA40C7018}";
+constexpr DWORD defaultPathUnverified = 0x4400; // KF_FLAG_DONT_VERIFY and KF_FLAG_DEFAULT_PATH of shlobj.h
+
+// COM on this thread for the length of one lookup, left again only if it was entered anew.
+class ComOnThread {
+public:
+    ComOnThread() : entered(CoInitialize(nullptr) == S_OK) {}
+    ComOnThread(const ComOnThread&) = delete;
+    ComOnThread& operator=(const ComOnThread&) = delete;
+    ~ComOnThread() {
+        if (entered) {
+            CoUninitialize();
+        }
+    }
+
+private:
+    bool entered;
+};
+
+struct TaskMemoryPolicy {
+    using Handle = wchar_t*;
+    static Handle Empty() { return nullptr; }
+    static bool IsValid(Handle text) { return text != nullptr; }
+    static void Close(Handle text) { CoTaskMemFree(text); }
+};
+
+OwnedInterface<IKnownFolderManager> CreateManager() {
+    const GUID classId = ToPlatformGuid(ParseGuid(managerClass));
+    const GUID interfaceId = ToPlatformGuid(ParseGuid(managerInterface));
+    void* manager = nullptr;
+    CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, interfaceId, &manager);
+    return OwnedInterface<IKnownFolderManager>(static_cast<IKnownFolderManager*>(manager));
+}
+
+OwnedInterface<IKnownFolder> GetFolder(IKnownFolderManager& manager, std::wstring_view identifier) {
+    IKnownFolder* folder = nullptr;
+    manager.GetFolder(ToPlatformGuid(ParseGuid(identifier)), &folder);
+    return OwnedInterface<IKnownFolder>(folder);
+}
+
+std::wstring WithTrailingBackslash(std::wstring path) {
+    if (!path.empty() && path.back() != L'\\') {
+        path += L'\\';
+    }
+    return path;
+}
+
+} // namespace
+
+bool FindKnownFolder(std::wstring_view identifier, std::wstring& path) {
+    const ComOnThread com;
+    const OwnedInterface<IKnownFolderManager> manager = CreateManager();
+    if (!manager.Valid()) {
+        return false;
+    }
+    const OwnedInterface<IKnownFolder> folder = GetFolder(*manager.Get(), identifier);
+    wchar_t* text = nullptr;
+    if (folder.Valid() && SUCCEEDED(folder.Get()->GetPath(defaultPathUnverified, &text))) {
+        const Owned<TaskMemoryPolicy> owned(text);
+        path = WithTrailingBackslash(text);
+    }
+    return true;
+}
+
+} // namespace keyreap

@@ -1,0 +1,67 @@
+#include "pe/shimclone.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <array>
+#include <utility>
+
+#include "platform/core/wow64entry.h"
+#include "platform/os/file/widepath.h"
+
+namespace keyreap {
+
+namespace {
+
+bool IsInWindowsFolder(const std::wstring& file) {
+    std::array<wchar_t, MAX_PATH> folder{};
+    SHGetFolderPathW(nullptr, CSIDL_WINDOWS, nullptr, 0, folder.data());
+    return file.starts_with(folder.data());
+}
+
+// Makes an empty file and gives its name, or an empty one.
+std::wstring CreateTemporaryFile() {
+    std::array<wchar_t, MAX_PATH> folder{};
+    std::array<wchar_t, MAX_PATH> name{};
+    GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
+    return GetTempFileNameW(folder.data(), L"shim_clone", 0, name.data()) != 0 ? name.data() : L"";
+}
+
+// Copies the file that the path names on disk, whatever the redirection would make of it.
+bool CopyUnredirected(const std::wstring& from, const std::wstring& to) {
+    const Wow64Entry& entry = EnsureWow64Entry();
+    FsRedirectionGuard guard;
+    if (entry.disable != nullptr) {
+        entry.disable(&guard.savedValue);
+        guard.suspended = true;
+    }
+    const bool copied =
+        CopyFileW(ExtendedLengthForm(from).c_str(), ExtendedLengthForm(to).c_str(), FALSE) == 1;
+    RevertFsRedirection(guard);
+    return copied;
+}
+
+} // namespace
+
+ShimClone::ShimClone(std::wstring file) : ShimClone(std::move(file), RunningVersion()) {}
+
+ShimClone::ShimClone(std::wstring file, const OsVersion& system) : path(std::move(file)) {
+    if (!IsAtLeast(system, Windows10Version()) || !IsInWindowsFolder(path)) {
+        return;
+    }
+    // A failed copy leaves the empty temporary file on disk; that stays so.
+    std::wstring copy = CreateTemporaryFile();
+    isCopy = CopyUnredirected(path, copy);
+    if (isCopy) {
+        path = std::move(copy);
+    }
+}
+
+ShimClone::~ShimClone() {
+    if (isCopy) {
+        DeleteFileW(path.c_str());
+    }
+}
+
+} // namespace keyreap

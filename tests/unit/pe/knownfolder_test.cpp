@@ -1,0 +1,66 @@
+#include "pe/knownfolder.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+constexpr std::wstring_view windowsFolder = L"{F38BF404-1D43-42F2-9305-67DE0B28FC23}";
+constexpr std::wstring_view systemFolder = L"{1AC14E77-02E7-4E5D-B744-2EB1AE5198B7}";
+constexpr std::wstring_view systemX86Folder = L"{D65231B0-B2F1-4857-A4CE-A8E7C6EA7D27}";
+constexpr std::wstring_view unknownFolder = L"{01234567-89AB-CDEF-0123-456789ABCDEF}";
+
+std::wstring Found(std::wstring_view identifier) {
+    std::wstring path = L"before";
+    EXPECT_TRUE(FindKnownFolder(identifier, path));
+    return path;
+}
+
+bool IsFolder(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+TEST(FindKnownFolder, GivesAPathWithABackslashAtItsEnd) {
+    wchar_t expected[MAX_PATH];
+    GetWindowsDirectoryW(expected, MAX_PATH);
+    EXPECT_EQ(lstrcmpiW(Found(windowsFolder).c_str(), (expected + std::wstring(L"\\")).c_str()), 0);
+}
+
+TEST(FindKnownFolder, GivesTheSystemFolderOfEachBitness) {
+    EXPECT_TRUE(IsFolder(Found(systemFolder)));
+    EXPECT_TRUE(IsFolder(Found(systemX86Folder)));
+}
+
+TEST(FindKnownFolder, SystemFolderOf32BitFilesIsAnotherOnA64BitSystem) {
+    BOOL isWow64 = FALSE;
+    IsWow64Process(GetCurrentProcess(), &isWow64);
+    if (sizeof(void*) == 8 || isWow64) {
+        EXPECT_TRUE(Found(systemX86Folder).ends_with(L"\\syswow64\\") ||
+                    Found(systemX86Folder).ends_with(L"\\SysWOW64\\"));
+    }
+}
+
+TEST(FindKnownFolder, UnknownFolderLeavesThePathAndCountsAsSuccess) {
+    EXPECT_EQ(Found(unknownFolder), L"before");
+    EXPECT_EQ(Found(L""), L"before");
+}
+
+TEST(FindKnownFolder, LeavesComAsItWasOnTheThread) {
+    Found(windowsFolder);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK) << "the thread was left in an apartment";
+    CoUninitialize();
+}
+
+TEST(FindKnownFolder, WorksInAnApartmentThatIsThere) {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    EXPECT_TRUE(IsFolder(Found(windowsFolder)));
+    CoUninitialize();
+}
+
+} // namespace
+} // namespace keyreap

@@ -1,0 +1,44 @@
+#include <windows.h>
+
+#include <string>
+
+#include "pe/fileversion.h"
+#include "pe/shimclone.h"
+#include "platform/core/osversion.h"
+#include "tests/support/scratchkey.h"
+#include "tests/unit/pe/versionprocess.h"
+
+// Takes a version of Windows such as "6.3" and a file. Makes the process take this version for the running
+// one, whose record is made once a process, and tells by its exit status how the file is read then.
+
+namespace {
+
+void TakeForRunning(const std::wstring& version) {
+    const std::wstring key = L"Software\\Microsoft\\Windows NT\\CurrentVersion";
+    const keyreap::testsupport::ScratchKey machine;
+    const DWORD majorNumber = std::stoul(version);
+    machine.Make(key);
+    if (version.size() == 3) {
+        machine.SetText(key, L"CurrentVersion", version);
+    } else {
+        machine.SetValue(key, L"CurrentMajorVersionNumber", REG_DWORD, &majorNumber, sizeof(majorNumber));
+    }
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine.Handle());
+    keyreap::RunningVersion();
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+}
+
+} // namespace
+
+int wmain(int count, wchar_t** arguments) {
+    using namespace keyreap;
+    if (count != 3) {
+        return -1;
+    }
+    TakeForRunning(arguments[1]);
+    const std::wstring file = arguments[2];
+    std::wstring version;
+    const bool wasRead = ReadFileVersion(file, version);
+    const bool isCopied = ShimClone(file).IsCopy();
+    return (wasRead ? testsupport::versionWasRead : 0) | (isCopied ? testsupport::fileWasCopied : 0);
+}

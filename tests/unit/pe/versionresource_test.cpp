@@ -1,0 +1,139 @@
+#include "pe/versionresource.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/exactfile.h"
+#include "tests/support/imagebuilder.h"
+#include "tests/support/mutation.h"
+#include "tests/support/sectiontable.h"
+#include "tests/support/versionresource.h"
+
+namespace keyreap {
+namespace {
+
+using testsupport::BuiltImage;
+using testsupport::ExactFile;
+using testsupport::ImageBuilder;
+using testsupport::VersionResource;
+
+// Where the parts of the built directory lie in it.
+constexpr std::ptrdiff_t typeEntry = 16;
+constexpr std::ptrdiff_t nameDirectory = 24;
+constexpr std::ptrdiff_t nameEntry = 40;
+constexpr std::ptrdiff_t languageDirectory = 48;
+constexpr std::ptrdiff_t languageEntry = 64;
+constexpr std::ptrdiff_t dataEntry = 72;
+constexpr std::ptrdiff_t data = 88;
+
+class VersionResourceCheck : public testing::Test {
+protected:
+    bool Holds() const { return Holds(image.bytes); }
+
+    static bool Holds(std::string_view bytes) {
+        const ExactFile file(bytes);
+        const CheckedView view = file.View();
+        const std::byte* directory =
+            view.HasDirectoryEntry(2) ? testsupport::DirectoryBySections(view, 2) : nullptr;
+        return HoldsVersionResource(
+            view, directory, [&view](std::uint32_t rva) { return testsupport::PlaceBySections(view, rva); });
+    }
+
+    std::string resource = VersionResource::Of(u"Own");
+    BuiltImage image = ImageBuilder().Imports({"a.dll"}).Version(resource).Build();
+};
+
+TEST_F(VersionResourceCheck, FindsAResourceInsideTheFile) {
+    EXPECT_TRUE(Holds());
+}
+
+TEST_F(VersionResourceCheck, ImageWithoutResourcesHoldsNone) {
+    EXPECT_FALSE(Holds(ImageBuilder().Imports({"a.dll"}).Build().bytes));
+}
+
+TEST_F(VersionResourceCheck, DataEndsWithTheFile) {
+    const std::size_t end = image.At("resources") + static_cast<std::size_t>(data) + resource.size();
+    EXPECT_TRUE(Holds(std::string_view(image.bytes).substr(0, end)));
+    EXPECT_FALSE(Holds(std::string_view(image.bytes).substr(0, end - 1)));
+}
+
+TEST_F(VersionResourceCheck, EveryCutOfTheDirectoryLeavesNone) {
+    const std::size_t start = image.At("resources");
+    for (std::size_t size = start; size < start + static_cast<std::size_t>(data); ++size) {
+        EXPECT_FALSE(Holds(std::string_view(image.bytes).substr(0, size))) << size - start;
+    }
+}
+
+TEST_F(VersionResourceCheck, OtherTypeOrNameIsNone) {
+    BuiltImage other = image;
+    other.Set<std::uint32_t>("resources", typeEntry, 10);
+    EXPECT_FALSE(Holds(other.bytes));
+    other = image;
+    other.Set<std::uint32_t>("resources", nameEntry, 2);
+    EXPECT_FALSE(Holds(other.bytes));
+}
+
+TEST_F(VersionResourceCheck, TypeWithoutNamesAndNameWithoutLanguagesAreNone) {
+    BuiltImage other = image;
+    other.Set<std::uint16_t>("resources", nameDirectory + 14, 0);
+    EXPECT_FALSE(Holds(other.bytes));
+    other = image;
+    other.Set<std::uint16_t>("resources", languageDirectory + 14, 0);
+    EXPECT_FALSE(Holds(other.bytes));
+}
+
+TEST_F(VersionResourceCheck, CountsThatLieLeaveNone) {
+    for (const std::ptrdiff_t directory : {std::ptrdiff_t{0}, nameDirectory, languageDirectory}) {
+        for (const std::ptrdiff_t count : {12, 14}) {
+            BuiltImage other = image;
+            other.Set<std::uint16_t>("resources", directory + count, 0xFFFF);
+            EXPECT_FALSE(Holds(other.bytes)) << directory << ' ' << count;
+        }
+    }
+}
+
+TEST_F(VersionResourceCheck, TargetsOutsideTheFileAreNone) {
+    for (const std::ptrdiff_t entry : {typeEntry, nameEntry, languageEntry}) {
+        for (const std::uint32_t target : {0x7FFFFFFFU, 0xFFFFFFFFU, 0x80100000U}) {
+            BuiltImage other = image;
+            other.Set("resources", entry + 4, target);
+            EXPECT_FALSE(Holds(other.bytes)) << entry << ' ' << target;
+        }
+    }
+}
+
+TEST_F(VersionResourceCheck, LevelsOfTheWrongKindAreNone) {
+    BuiltImage other = image;
+    other.Set<std::uint32_t>("resources", typeEntry + 4, nameDirectory);
+    EXPECT_FALSE(Holds(other.bytes));
+    other = image;
+    other.Set<std::uint32_t>("resources", languageEntry + 4, 0x80000000U | dataEntry);
+    EXPECT_FALSE(Holds(other.bytes));
+}
+
+TEST_F(VersionResourceCheck, DataOutsideTheFileIsNone) {
+    BuiltImage other = image;
+    other.Set<std::uint32_t>("resources", dataEntry, 0xFFFFFFF0);
+    EXPECT_FALSE(Holds(other.bytes));
+    other = image;
+    other.Set<std::uint32_t>("resources", dataEntry + 4, 0xFFFFFFFF);
+    EXPECT_FALSE(Holds(other.bytes));
+}
+
+TEST_F(VersionResourceCheck, SecondEntryOfTheSameTypeIsNone) {
+    // The name level, read as a second type, stands right behind the first.
+    image.Set<std::uint16_t>("resources", 14, 2);
+    image.Set<std::uint32_t>("resources", typeEntry + 8, 16);
+    EXPECT_FALSE(Holds());
+}
+
+TEST_F(VersionResourceCheck, DamagedDirectoriesAreReadWithinTheirBytes) {
+    std::size_t held = 0;
+    for (std::uint32_t seed = 0; seed < 20000; ++seed) {
+        held += Holds(testsupport::Mutated(image, seed)) ? 1U : 0U;
+    }
+    EXPECT_GT(held, 5000U);
+    EXPECT_LT(held, 20000U);
+}
+
+} // namespace
+} // namespace keyreap
