@@ -7,6 +7,7 @@
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/stacktracetext.h"
 #include "platform/core/structuredexceptions.h"
+#include "tests/unit/core/capturedcontext.h"
 
 namespace keyreap {
 namespace {
@@ -130,7 +131,7 @@ TEST(TranslateStructuredException, WithoutLineInformationKeepsTheFixedPlace) {
 
 TEST(TranslateStructuredException, TakesThePlaceOfTheFaultingFrame) {
     CONTEXT context = {};
-    RtlCaptureContext(&context);
+    testsupport::captureThisFunction(&context);
     const std::uint32_t line = __LINE__;
     const SehException exception = Translated({0xC0000005, 1, 0, &context});
     EXPECT_EQ(exception.SourceFile(), L"exceptiontranslation_test.cpp");
@@ -140,7 +141,7 @@ TEST(TranslateStructuredException, TakesThePlaceOfTheFaultingFrame) {
 
 TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
     CONTEXT context = {};
-    RtlCaptureContext(&context);
+    testsupport::captureThisFunction(&context);
     const SehException exception = Translated({0xC0000005, 1, 0, &context});
     EXPECT_THAT(exception.Message(),
                 StartsWith(L"[SEH_AV_WRITE_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address "

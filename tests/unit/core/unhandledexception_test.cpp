@@ -4,6 +4,7 @@
 
 #include "platform/core/failurepresentation.h"
 #include "platform/core/stacktracetext.h"
+#include "tests/unit/core/capturedcontext.h"
 #include "tests/unit/core/faultprocess.h"
 #include "tests/unit/core/recordingreporter.h"
 
@@ -54,7 +55,7 @@ TEST_F(OnUnhandledExceptionTest, OnTheConsoleThereIsNoTrace) {
 }
 
 TEST_F(OnUnhandledExceptionTest, InTheDialogTheTraceFollows) {
-    RtlCaptureContext(&context);
+    testsupport::captureThisFunction(&context);
     EXPECT_EQ(OnUnhandledException(&pointers), 1);
     ASSERT_THAT(reporter.recorded, SizeIs(1));
     EXPECT_THAT(reporter.recorded[0].fullText, StartsWith(firstLine + std::wstring(StackTraceHeader)));
