@@ -35,11 +35,11 @@ first_start() {
     # shellcheck disable=SC2034 # run_in_session reads it
     INHERITED=(-i PATH="$STANDARD_PATH")
     start_keeper
-    run_in_session timeout -k 10 300 wineboot --init
-    run_in_session timeout -k 10 120 wine 'C:\windows\system32\cmd.exe' /c exit
-    run_in_session timeout -k 10 120 wine 'C:\windows\syswow64\cmd.exe' /c exit
-    run_in_session wineserver -k
-    run_in_session timeout 60 wineserver -w
+    run_in_session timeout -k 10 300 "$WINE" wineboot --init
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\cmd.exe' /c exit
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\syswow64\cmd.exe' /c exit
+    run_in_session "$WINESERVER" -k
+    run_in_session timeout 60 "$WINESERVER" -w
     end_session
     [[ -f $PREFIX/system.reg && -f $PREFIX/user.reg && -f $PREFIX/userdef.reg && -d $PREFIX/drive_c/windows/syswow64 ]]
 }

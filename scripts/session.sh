@@ -6,6 +6,7 @@
 #   9   the lock of the prefix; the keeper has it too
 #   8   a pipe to the keeper, which ends the session when the last writer is gone, so after a kill -9 as well
 
+# Tests of the pool itself have one of their own.
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 
@@ -91,8 +92,9 @@ run_in_session() {
 
 # end_session: returns when the keeper has ended all that belongs to the session and given the prefix back.
 end_session() {
-    exec 8>&- 9>&-
-    wait "$KEEPER" || true
+    exec 8>&-
+    wait "$KEEPER" || end_prefix "$PREFIX"
+    exec 9>&-
 }
 
 # end_on_signal NAME: ends the session, then this script the way the signal would have ended it.

@@ -23,7 +23,7 @@ STAMPS=$BUILD/stamps
 # it was killed, the next one makes again.
 set_up() {
     up_to_date "$1" && return
-    mkdir -p "$STAMPS"
+    mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
     exec 9>"$BUILD/setup.lock"
     if ! flock -n 9; then
         say "waiting for another set-up to end"

@@ -53,7 +53,7 @@ suite_limit() {
 # suite_command KIND FILE SHARE: fills the array COMMAND.
 suite_command() {
     case $1 in
-    windows) COMMAND=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3" wine "$2" --gtest_color=no) ;;
+    windows) COMMAND=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3" "$WINE" "$2" --gtest_color=no) ;;
     native) COMMAND=("$2" --gtest_color=no) ;;
     pytest) COMMAND=(/usr/bin/python3 -B -s -m pytest -q -p no:cacheprovider -c /dev/null --rootdir "$ROOT" "$2") ;;
     esac

@@ -1,4 +1,4 @@
-#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+#!/usr/bin/env -S -u WINEPREFIX LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
 # Usage: scripts/wine-session.sh [OPTION...] COMMAND [ARGUMENT...]
 # Runs any command of this machine with a Wine prefix to itself and gives its exit status. The prefix comes out
@@ -8,6 +8,8 @@
 #   --share FOLDER     FOLDER is seen as \\server\share
 #   --no-display       windows can not be opened, even if the caller has a display
 #   --ready            the caller has seen to the set-up
+#
+# The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"

@@ -11,6 +11,10 @@ WINE_MODULES=$WINE_HOME/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
+# The distribution's, whatever else the caller's PATH may find.
+# shellcheck disable=SC2034 # the scripts that run programs name them
+WINE=/usr/bin/wine WINESERVER=/usr/bin/wineserver
+
 wine_version() {
     dpkg-query -W -f '${Version}' wine64
 }

@@ -50,6 +50,10 @@ def test_variables_of_wine_are_the_sessions_own(pool):
     assert "WINEARCH" not in names and "WINELOADER" not in names
 
 
+def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
+    assert pool.run("bash", "-c", "exit 7", env={"WINEPREFIX": str(pool.prefix())}).returncode == 7
+
+
 def test_the_display_is_the_callers_unless_told_otherwise(pool):
     assert pool.run("printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ":77\n"
     assert pool.run("--no-display", "printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ""
