@@ -184,7 +184,7 @@ TEST(RemovePathComponent, RespectsCase) {
 }
 
 TEST(RemovePathComponent, TakesTheFirstOccurrenceOnly) {
-    EXPECT_EQ(L"A\\B", Without(L"A\\B\\B", L"B"));
+    EXPECT_EQ(L"A\\C\\B", Without(L"A\\B\\C\\B", L"B"));
 }
 
 TEST(RemovePathComponent, TellsWhetherItRemovedSomething) {

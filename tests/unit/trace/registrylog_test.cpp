@@ -116,10 +116,22 @@ protected:
         return visitor;
     }
 
-    Outcome OutcomeOf(std::wstring_view path) { return Node(path)->operations.outcome; }
+    // A node that the test counts on: one that is missing fails it.
+    RegistryLogNode& Existing(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
+        EXPECT_NE(nullptr, Node(path, root)) << testing::PrintToString(std::wstring(path));
+        return *log.FindNode(root, path, true);
+    }
+
+    const OperationList& OperationsOn(std::wstring_view path) { return Existing(path).operations; }
+
+    const OperationList& OperationsOn(std::wstring_view path, std::wstring_view name) {
+        return log.GetOrAddValue(Existing(path), name).operations;
+    }
+
+    Outcome OutcomeOf(std::wstring_view path) { return OperationsOn(path).outcome; }
 
     Outcome OutcomeOfValue(std::wstring_view path, std::wstring_view name) {
-        return log.GetOrAddValue(*Node(path), name).operations.outcome;
+        return OperationsOn(path, name).outcome;
     }
 
     LetterFoldingNameRules rules;
@@ -139,12 +151,13 @@ TEST_F(RegistryLogTest, AFailedOperationLeavesNoTrace) {
 TEST_F(RegistryLogTest, ACreateThatFailedForWantOfANameCountsAsACreate) {
     Record({Create(L"A", nameNotFound)});
     EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
-    EXPECT_EQ(nameNotFound, Node(L"A")->operations.entries[0].status);
+    ASSERT_EQ(1U, OperationsOn(L"A").entries.size());
+    EXPECT_EQ(nameNotFound, OperationsOn(L"A").entries[0].status);
 }
 
 TEST_F(RegistryLogTest, AnOperationWithoutAKeyNameIsDropped) {
     Record({SetValue(L"", L"V")});
-    EXPECT_EQ(0u, RegistryLog::CountValues(*Node(L"")));
+    EXPECT_EQ(0u, RegistryLog::CountValues(Existing(L"")));
 }
 
 TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
@@ -152,7 +165,7 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
     operation.initialTime = 77;
     operation.processId = 4711;
     Record({operation, QueryValue(L"A", L"V")});
-    const auto& entries = log.GetOrAddValue(*Node(L"A"), L"V").operations.entries;
+    const auto& entries = OperationsOn(L"A", L"V").entries;
     ASSERT_EQ(2u, entries.size());
     EXPECT_EQ(14u, entries[0].type);
     EXPECT_EQ(0u, entries[0].status);
@@ -193,7 +206,7 @@ TEST_F(RegistryLogTest, DeleteThenCreateIsACreation) {
 TEST_F(RegistryLogTest, SetThenDeleteOfAValueComesToNothingYetTheValueIsCounted) {
     Record({SetValue(L"A", L"V"), DeleteValue(L"A", L"V")});
     EXPECT_EQ(Outcome::none, OutcomeOfValue(L"A", L"V"));
-    EXPECT_EQ(1u, RegistryLog::CountValues(*Node(L"A")));
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"A")));
     EXPECT_THAT(Walk().keys, IsEmpty());
 }
 
@@ -225,7 +238,7 @@ TEST_F(RegistryLogTest, OneKeyInTwoSpellingsIsOneNodeSpelledAsTheFirst) {
     const RecordingVisitor visits = Walk();
     EXPECT_THAT(visits.keys, ElementsAre(KeyVisit{localMachineRoot, L"Software\\X", Outcome::created, 1, 0}));
     EXPECT_THAT(visits.values, ElementsAre(ValueVisit{L"Software\\X", L"Val", Outcome::set}));
-    EXPECT_EQ(2u, Node(L"Software\\X")->operations.entries.size());
+    EXPECT_EQ(2u, Existing(L"Software\\X").operations.entries.size());
 }
 
 TEST_F(RegistryLogTest, EachRootHasASlotOfItsOwnAndAnyOtherIsTheMachines) {
@@ -254,8 +267,8 @@ TEST_F(RegistryLogTest, TheWalkTakesTheRootsInTheOrderOfTheirSlots) {
 }
 
 TEST_F(RegistryLogTest, AnEmptyPathFindsTheRootsNode) {
-    EXPECT_EQ(nullptr, Node(L"")->parent);
-    EXPECT_EQ(L"", Node(L"")->name);
+    EXPECT_EQ(nullptr, Existing(L"").parent);
+    EXPECT_EQ(L"", Existing(L"").name);
 }
 
 TEST_F(RegistryLogTest, ATrailingBackslashAddsNothing) {
@@ -286,7 +299,7 @@ TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
     operations.push_back(KeyOperation(registryevent::createKey, L"Aa\\B", 0, usersRoot));
     Record(operations);
     const auto operationsOf = [this](std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        return Node(path, root)->operations.entries.size();
+        return Existing(path, root).operations.entries.size();
     };
     EXPECT_EQ(2U, operationsOf(L"A"));
     EXPECT_EQ(2U, operationsOf(L"A\\B"));
@@ -385,7 +398,7 @@ TEST_F(RegistryLogTest, ThousandsOfLevelsNeedNoStack) {
         path += L"k\\";
     }
     Record({SetValue(path, L"V"), Create(path)});
-    EXPECT_EQ(1u, RegistryLog::CountValues(*Node(L"k")));
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"k")));
     EXPECT_EQ(1u, Walk().keys.size());
 }
 
@@ -394,18 +407,18 @@ TEST_F(RegistryLogTest, ThousandsOfLevelsNeedNoStack) {
 TEST_F(RegistryLogTest, MergedSubkeysReplaceThoseOfTheTargetWhole) {
     Record({SetValue(L"To\\Enum\\Old", L"V"), SetValue(L"To\\Enum", L"OfTarget"), Create(L"To\\Own"),
             SetValue(L"From\\ENUM\\New", L"W")});
-    log.MergeSubkeys(*Node(L"To"), *Node(L"From"));
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
     EXPECT_EQ(nullptr, Node(L"To\\Enum\\Old"));
-    EXPECT_EQ(1u, RegistryLog::CountValues(*Node(L"To\\Enum")));
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"To\\Enum")));
     EXPECT_NE(nullptr, Node(L"To\\Enum\\New"));
     EXPECT_NE(nullptr, Node(L"To\\Own"));
-    EXPECT_EQ(L"ENUM", Node(L"To\\Enum")->name);
-    EXPECT_EQ(Node(L"To"), Node(L"To\\Enum")->parent);
+    EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").name);
+    EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").parent);
 }
 
 TEST_F(RegistryLogTest, TheSourceOfAMergeVanishesWithItsOwnValuesAndOperations) {
     Record({Create(L"From"), SetValue(L"From", L"Lost"), Create(L"From\\A"), Create(L"To")});
-    log.MergeSubkeys(*Node(L"To"), *Node(L"From"));
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
     EXPECT_EQ(nullptr, Node(L"From"));
     EXPECT_THAT(Walk().order, UnorderedElementsAre(L"To", L"To\\A"));
 }
@@ -456,7 +469,7 @@ TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootDoesNothingToTheRoot) {
 TEST_F(RegistryLogTest, CountsTheValuesOfAllLevelsWhateverTheirOutcome) {
     Record({QueryValue(L"A", L"1"), SetValue(L"A\\B", L"2"), DeleteValue(L"A\\B\\C", L"3"),
             SetValue(L"A\\B\\C", L"4"), SetValue(L"Z", L"5")});
-    EXPECT_EQ(4u, RegistryLog::CountValues(*Node(L"A")));
+    EXPECT_EQ(4u, RegistryLog::CountValues(Existing(L"A")));
 }
 
 } // namespace
