@@ -105,14 +105,16 @@ TEST_F(RegKeyTest, WithoutTheExtendedCallThePlainOneDeletesWhateverTheView) {
     EXPECT_FALSE(scratch.Has(L"a"));
 }
 
+REGSAM seenView = 0;
+
+LSTATUS WINAPI RecordView(HKEY, LPCWSTR, REGSAM view, DWORD) {
+    seenView = view;
+    return ERROR_ACCESS_DENIED;
+}
+
 TEST_F(RegKeyTest, ExtendedCallGetsTheView) {
-    static REGSAM seen;
-    const auto record = [](HKEY, LPCWSTR, REGSAM view, DWORD) -> LSTATUS {
-        seen = view;
-        return ERROR_ACCESS_DENIED;
-    };
-    EXPECT_EQ(DeleteKeyThrough(record, scratch.Handle(), L"a", KEY_WOW64_32KEY), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(seen, static_cast<REGSAM>(KEY_WOW64_32KEY));
+    EXPECT_EQ(DeleteKeyThrough(RecordView, scratch.Handle(), L"a", KEY_WOW64_32KEY), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(seenView, static_cast<REGSAM>(KEY_WOW64_32KEY));
 }
 
 TEST_F(RegKeyTest, DeleteSubtreeRemovesATreeOfAnyDepth) {
