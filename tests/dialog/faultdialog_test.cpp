@@ -1,0 +1,80 @@
+#include <gmock/gmock.h>
+
+#include "platform/core/errorreporttemplate.h"
+#include "platform/core/message.h"
+#include "platform/core/messageids.h"
+#include "platform/core/stacktracetext.h"
+#include "tests/dialog/showndialog.h"
+#include "tests/unit/core/faultprocess.h"
+
+// A fault from the user's side: the dialog opens, and the process ends with the fault's code once it is
+// closed.
+namespace keyreap {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using testsupport::FaultProcess;
+using testsupport::WindowText;
+using Id = ErrorReportControl;
+
+HWND DialogOf(const FaultProcess& process) {
+    return testsupport::WaitForWindow([&process](HWND window) {
+        DWORD id = 0;
+        GetWindowThreadProcessId(window, &id);
+        return id == process.Id() && WindowText(window) == L"Error";
+    });
+}
+
+struct FaultRow {
+    const wchar_t* fault;
+    DWORD status;
+    std::wstring firstLine;
+};
+
+std::string FaultName(const testing::TestParamInfo<FaultRow>& row) {
+    std::string name;
+    for (const wchar_t* unit = row.param.fault; *unit != 0; ++unit) {
+        name += *unit == L'-' ? '_' : static_cast<char>(*unit);
+    }
+    return name;
+}
+
+class FaultDialog : public testing::TestWithParam<FaultRow> {};
+
+TEST_P(FaultDialog, OpensAndThenTheProcessEndsWithTheCode) {
+    const FaultProcess process(GetParam().fault);
+    const HWND dialog = DialogOf(process);
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(WindowText(GetDlgItem(dialog, Id::message)), LoadResourceString(messageid::unhandledFailure));
+    const std::wstring details = WindowText(GetDlgItem(dialog, Id::details));
+    EXPECT_THAT(details, StartsWith(L"[EXCEPTION_UNHANDLED] (" + GetParam().firstLine + L") at address [0x"));
+    EXPECT_THAT(details, HasSubstr(std::wstring(StackTraceHeader)));
+    PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
+    EXPECT_EQ(process.Wait(), GetParam().status);
+}
+
+TEST(FaultDialogDetails, NameTheFunctionAndTheLineThatFaulted) {
+    const FaultProcess process(L"divide");
+    const std::wstring details = WindowText(GetDlgItem(DialogOf(process), Id::details));
+    EXPECT_THAT(details, HasSubstr(L"Divide"));
+    EXPECT_THAT(details, HasSubstr(L"faultprogram.cpp:"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Structured, FaultDialog,
+                         testing::Values(FaultRow{L"read-null", 0xC0000005, L"0xc0000005"},
+                                         FaultRow{L"write-bad", 0xC0000005, L"0xc0000005"},
+                                         FaultRow{L"execute-bad", 0xC0000005, L"0xc0000005"},
+                                         FaultRow{L"divide", 0xC0000094, L"0xc0000094"},
+                                         FaultRow{L"illegal", 0xC000001D, L"0xc000001d"},
+                                         FaultRow{L"stack-overflow", 0xC00000FD, L"0xc00000fd"},
+                                         FaultRow{L"own-code", 0xE0424242, L"0xe0424242"}),
+                         FaultName);
+
+#if !defined(_MSC_VER)
+INSTANTIATE_TEST_SUITE_P(CompilersOwn, FaultDialog,
+                         testing::Values(FaultRow{L"throw", 0x20474343, L"0x20474343"}), FaultName);
+#endif
+
+} // namespace
+} // namespace keyreap
