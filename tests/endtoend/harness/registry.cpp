@@ -159,11 +159,12 @@ MachineState::MachineState() {
     }
 }
 
-std::vector<std::wstring> MachineState::Differences(const MachineState& before, const MachineState& after) {
+std::vector<std::wstring> MachineState::Changes() const {
+    const MachineState after;
     std::vector<std::wstring> differences;
-    AppendMissing(after.keys, before.keys, L"+ ", differences);
-    AppendMissing(before.keys, after.keys, L"- ", differences);
-    for (const auto& [path, values] : before.keys) {
+    AppendMissing(after.keys, keys, L"+ ", differences);
+    AppendMissing(keys, after.keys, L"- ", differences);
+    for (const auto& [path, values] : keys) {
         if (const auto now = after.keys.find(path); now != after.keys.end()) {
             AppendChangedValues(path, values, now->second, differences);
         }

@@ -40,9 +40,9 @@ class MachineState {
 public:
     MachineState();
 
-    // One line for each key or value that is in one of the two and not, or with another content, in the
-    // other: "+ path", "- path" or "! path [value]".
-    static std::vector<std::wstring> Differences(const MachineState& before, const MachineState& after);
+    // What the machine has now that it did not have then, and the other way round: one line for each key or
+    // value, as "+ path", "- path" or, with another content, "! path [value]".
+    std::vector<std::wstring> Changes() const;
 
 private:
     RegistryTree keys;
