@@ -8,7 +8,8 @@
 
 namespace keyreap {
 
-// Event classes of the kernel logger and of the log itself, as published in evntrace.h.
+// Event classes of the kernel logger and of the log itself, by the names published in evntrace.h.
+// NOLINTBEGIN(readability-identifier-naming)
 inline constexpr Guid EventTraceGuid{
     0x68FDD900, 0x4A3E, 0x11D1, {0x84, 0xF4, 0x00, 0x00, 0xF8, 0x04, 0x64, 0xE3}};
 inline constexpr Guid RegistryGuid{
@@ -17,6 +18,7 @@ inline constexpr Guid ThreadGuid{
     0x3D6FA8D1, 0xFE05, 0x11D0, {0x9D, 0xDA, 0x00, 0xC0, 0x4F, 0xD7, 0xBA, 0x7C}};
 inline constexpr Guid SystemTraceControlGuid{
     0x9E814AAD, 0x3204, 0x11D2, {0x9A, 0x82, 0x00, 0x60, 0x08, 0xA8, 0x69, 0x39}};
+// NOLINTEND(readability-identifier-naming)
 
 // Types of registry events, the values of EVENT_TRACE_TYPE_REGCREATE and its neighbours in evntrace.h.
 namespace registryevent {

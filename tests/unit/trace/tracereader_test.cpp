@@ -105,6 +105,15 @@ TEST(TraceReader, MissingLogIsFalseAndFinishesNobody) {
     EXPECT_EQ(it.calls, (Calls{L"first attached", L"second attached"}));
 }
 
+TEST(TraceReader, MissingLogFailsWithTheSystemsOwnCallsToo) {
+    SystemEventTracing system;
+    RecordingHandler handler;
+    TraceReader reader(system);
+    reader.AddHandler(handler);
+    EXPECT_FALSE(reader.Read(L"C:\\there is no such log.etl"));
+    EXPECT_EQ(handler.calls, Calls{L"attach"});
+}
+
 TEST(TraceReader, CloseTraceIsCalledWithTheValueOfAFailedOpen) {
     for (const TRACEHANDLE failed : {~TRACEHANDLE{0}, TRACEHANDLE{~ULONG_PTR{0}}}) {
         ScriptedTracing tracing;
