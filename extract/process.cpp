@@ -18,9 +18,9 @@ std::optional<StartedProcess> StartProcess(const std::wstring& application, std:
                           information.dwProcessId};
 }
 
-bool RunAndWait(const std::wstring& application, const std::wstring& commandLine, DWORD* exitStatus) {
-    // Reverted at the end as in the copy of a system file, though nothing is ever suspended here.
-    FsRedirectionGuard guard;
+namespace {
+
+bool StartAndWait(const std::wstring& application, const std::wstring& commandLine, DWORD* exitStatus) {
     const std::optional<StartedProcess> started =
         StartProcess(application, commandLine, NORMAL_PRIORITY_CLASS);
     if (!started) {
@@ -33,8 +33,17 @@ bool RunAndWait(const std::wstring& application, const std::wstring& commandLine
         WaitForSingleObject(started->process.Get(), INFINITE);
         GetExitCodeProcess(started->process.Get(), exitStatus);
     }
-    RevertFsRedirection(guard);
     return true;
+}
+
+} // namespace
+
+bool RunAndWait(const std::wstring& application, const std::wstring& commandLine, DWORD* exitStatus) {
+    // Reverted at the end as in the copy of a system file, though nothing is ever suspended here.
+    FsRedirectionGuard guard;
+    const bool started = StartAndWait(application, commandLine, exitStatus);
+    RevertFsRedirection(guard);
+    return started;
 }
 
 } // namespace keyreap

@@ -1,21 +1,17 @@
 #include "regfile/regtext.h"
 
+#include "platform/core/text.h"
+
 #include <limits>
 
 namespace keyreap {
 
 namespace {
 
-constexpr wchar_t hexDigits[] = L"0123456789abcdef";
 constexpr std::size_t hexLineLength = 50;
 
 bool NeedsEscape(wchar_t unit) {
     return unit == L'\\' || unit == L'"';
-}
-
-void AppendHexByte(std::wstring& text, unsigned byte) {
-    text += hexDigits[(byte >> 4) & 0x0F];
-    text += hexDigits[byte & 0x0F];
 }
 
 bool IsDigit(wchar_t unit) {

@@ -1,5 +1,7 @@
 #include "regfile/valuetext.h"
 
+#include "platform/core/text.h"
+
 #include <algorithm>
 
 namespace keyreap {
@@ -38,12 +40,10 @@ std::wstring CharactersUpToNul(Bytes data) {
 }
 
 std::wstring HexDigits(Bytes data) {
-    static constexpr wchar_t digits[] = L"0123456789abcdef";
     std::wstring text;
     text.reserve(2 * data.size());
     for (const std::uint8_t byte : data) {
-        text += digits[byte >> 4];
-        text += digits[byte & 0x0F];
+        AppendHexByte(text, byte);
     }
     return text;
 }

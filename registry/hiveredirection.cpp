@@ -1,14 +1,8 @@
 #include "registry/hiveredirection.h"
 
-#include "platform/core/osversion.h"
-
 namespace keyreap {
 
 namespace {
-
-bool HasMachineClasses() {
-    return IsAtLeast(RunningVersion(), VistaVersion());
-}
 
 void OverrideRoot(HKEY root, const RegKey& key) {
     // Values on the temporary key itself survive this, those of a crashed run included.
@@ -18,22 +12,22 @@ void OverrideRoot(HKEY root, const RegKey& key) {
 
 } // namespace
 
-void OverrideRoots(const HiveKeys& keys) {
+void OverrideRoots(const HiveKeys& keys, const OsVersion& running) {
     OverrideRoot(HKEY_CLASSES_ROOT, keys.hkcr);
     OverrideRoot(HKEY_CURRENT_USER, keys.hkcu);
     OverrideRoot(HKEY_USERS, keys.hku);
     OverrideRoot(HKEY_LOCAL_MACHINE, keys.hklm);
-    if (HasMachineClasses()) {
+    if (IsAtLeast(running, VistaVersion())) {
         RegKey classes(L"Software\\Classes", HKEY_LOCAL_MACHINE, true);
         classes.CreateIfMissing();
     }
 }
 
-void LiftOverrides(const HiveKeys& keys) {
+void LiftOverrides(const HiveKeys& keys, const OsVersion& running) {
     for (const HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_USERS, HKEY_LOCAL_MACHINE}) {
         RegOverridePredefKey(root, nullptr);
     }
-    if (HasMachineClasses()) {
+    if (IsAtLeast(running, VistaVersion())) {
         // The machine's real classes by now: the system refuses, as they have subkeys. Asked all the same,
         // and never before the overrides are lifted, so that the temporary `Classes` stays for the result.
         const RegKey software(L"Software\\", HKEY_LOCAL_MACHINE, true);

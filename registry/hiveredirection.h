@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/core/osversion.h"
 #include "registry/regkey.h"
 
 namespace keyreap {
@@ -15,9 +16,9 @@ struct HiveKeys {
 // Points the process's four predefined roots at the temporary keys, each right after its subkeys have been
 // cleared, and makes `Software\Classes` in the machine's tree on a system of version 6.0 or later. A root
 // whose temporary key isn't open stays as it is. Needs the version records to have been read before.
-void OverrideRoots(const HiveKeys& keys);
+void OverrideRoots(const HiveKeys& keys, const OsVersion& running = RunningVersion());
 
 // Points the roots back. What the temporary tree holds stays.
-void LiftOverrides(const HiveKeys& keys);
+void LiftOverrides(const HiveKeys& keys, const OsVersion& running = RunningVersion());
 
 } // namespace keyreap

@@ -1,10 +1,10 @@
 #include "extract/nativefileregister/nativefileregister.h"
 
-#include "platform/core/compiler.h"
-#include "platform/core/exceptionhandling.h"
+#include "extract/nativefileregister/droppedfailures.h"
 #include "platform/core/exceptiontranslation.h"
 #include "platform/core/unhandledexception.h"
 #include "platform/os/file/temporaryfiles.h"
+#include "platform/os/quietly.h"
 #include "regfile/regfilewriter.h"
 #include "regfile/regtext.h"
 #include "registry/harvest.h"
@@ -13,7 +13,6 @@
 
 #include <objbase.h>
 
-#include <exception>
 #include <memory>
 
 namespace keyreap {
@@ -22,9 +21,6 @@ namespace {
 
 constexpr wchar_t productPath[] = L"Software\\Velmoro\\Tesselink\\";
 constexpr wchar_t temporaryName[] = L"Temporary\\";
-
-constexpr wchar_t thisSource[] = L"nativefileregister";
-constexpr std::uint32_t catchLine = 176;
 
 WidePath ReserveTracePath() {
     std::wstring name;
@@ -67,15 +63,16 @@ NativeFileRegister::NativeFileRegister(WidePath inputFile, WidePath outputFile, 
 }
 
 NativeFileRegister::~NativeFileRegister() {
-    RestoreHives();
-    productKey.DeleteSubtree(temporaryName);
-    DeleteFileW(traceFilePath.ExtendedLengthForm().c_str());
+    Quietly([this] { RestoreHives(); });
+    Quietly([this] { productKey.DeleteSubtree(temporaryName); });
+    Quietly([this] { DeleteFileW(traceFilePath.ExtendedLengthForm().c_str()); });
 }
 
 void NativeFileRegister::StageUncSource() {
     std::wstring name;
     WidePath directory;
-    if (ReserveTempName(L"UNC", name) && CreateDirectoryW(name.c_str(), nullptr)) {
+    if (ReserveTempName(L"UNC", name) &&
+        CreateDirectoryW(WidePath(name).ExtendedLengthForm().c_str(), nullptr)) {
         directory = WidePath(name);
     }
     stagedTemps.directories.push_back(directory);
@@ -89,24 +86,13 @@ void NativeFileRegister::StageUncSource() {
 }
 
 bool NativeFileRegister::Register() {
-    try {
+    return SucceedsOrDrops([this] {
         succeeded = false;
-        if (!RunWorker()) {
-            return false;
+        if (RunWorker()) {
+            MakeResult();
         }
-        MakeResult();
         return succeeded;
-    } catch (const std::exception&) {
-    } catch (const Exception&) {
-    } catch (const CAtlException& error) {
-        // Built and dropped, here and below: a failure on this road shows nothing.
-        WindowsException(thisSource, catchLine).SetWin32Error(static_cast<std::uint32_t>(error.m_hr));
-    } catch (const _com_error& error) {
-        WindowsException(thisSource, catchLine).SetComError(error);
-    } catch (...) {
-        const Exception unknown(thisSource, catchLine, std::wstring(L"Unknown exception"));
-    }
-    return false;
+    });
 }
 
 bool NativeFileRegister::RunWorker() {

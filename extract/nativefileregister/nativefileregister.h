@@ -14,7 +14,8 @@
 namespace keyreap {
 
 // One registration session: one input, one .reg file. It owns all that the capture needs, the temporary key
-// tree, the trace log, copies and staged files, and its destructor takes all of it away again.
+// tree, the trace log, copies and staged files, and its destructor takes all of it away again (on a machine's
+// first run the key tree stays for the next session's destructor).
 //
 // The input registers itself on a worker thread; the main thread only waits meanwhile, so that the fields,
 // written there and read here, need no lock.

@@ -2,6 +2,7 @@
 
 #include "platform/os/file/removal.h"
 #include "platform/os/ownedhandle.h"
+#include "platform/os/quietly.h"
 
 namespace keyreap {
 
@@ -34,17 +35,19 @@ void RemoveFiles(const WidePath& path) {
 
 TemporaryPaths::~TemporaryPaths() {
     for (const WidePath& path : files) {
-        RemoveFiles(path);
+        Quietly([&] { RemoveFiles(path); });
     }
     files.clear();
     // Last to first, so that a nested directory goes before its parent.
     for (auto path = directories.rbegin(); path != directories.rend(); ++path) {
-        RemoveDirectoryW(path->ExtendedLengthForm().c_str());
+        Quietly([&] { RemoveDirectoryW(path->ExtendedLengthForm().c_str()); });
     }
     directories.clear();
     for (const WidePath& path : trees) {
-        RemoveTree(path.Text());
-        RemoveDirectoryLong(path.Text());
+        Quietly([&] {
+            RemoveTree(path.Text());
+            RemoveDirectoryLong(path.Text());
+        });
     }
     trees.clear();
 }

@@ -2,6 +2,7 @@
 
 #include "platform/os/file/temporaryfiles.h"
 #include "platform/os/ownedhandle.h"
+#include "platform/os/quietly.h"
 
 #include <array>
 #include <cstdint>
@@ -35,13 +36,15 @@ bool HasExeExtension(const WidePath& path) {
 }
 
 BOOL CALLBACK AppendResourceId(HMODULE, LPCWSTR, LPWSTR name, LONG_PTR list) {
-    TypeLibResourceId resource;
-    if (IS_INTRESOURCE(name)) {
-        resource.id = LOWORD(reinterpret_cast<ULONG_PTR>(name));
-    } else {
-        resource.name = name;
-    }
-    reinterpret_cast<std::vector<TypeLibResourceId>*>(list)->push_back(std::move(resource));
+    Quietly([&] {
+        TypeLibResourceId resource;
+        if (IS_INTRESOURCE(name)) {
+            resource.id = LOWORD(reinterpret_cast<ULONG_PTR>(name));
+        } else {
+            resource.name = name;
+        }
+        reinterpret_cast<std::vector<TypeLibResourceId>*>(list)->push_back(std::move(resource));
+    });
     return TRUE;
 }
 

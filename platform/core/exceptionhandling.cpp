@@ -25,7 +25,12 @@ void ComposeMessage(std::wstring& message, Compose compose) {
     try {
         compose();
     } catch (...) {
-        message = compositionFailed;
+        try {
+            message = compositionFailed;
+        } catch (...) {
+            // No memory for that text either: the object is complete with none.
+            message.clear();
+        }
     }
 }
 

@@ -6,6 +6,8 @@ namespace keyreap {
 
 namespace {
 
+constexpr wchar_t hexDigits[] = L"0123456789abcdef";
+
 std::optional<std::uint32_t> DigitValue(wchar_t unit, std::uint32_t base) {
     std::uint32_t value = base;
     if (unit >= L'0' && unit <= L'9') {
@@ -82,10 +84,15 @@ std::wstring WidenBytes(std::string_view bytes) {
 std::wstring HexToText(std::uint64_t value, std::size_t minimumDigits) {
     std::wstring digits;
     for (; value != 0 || digits.empty(); value >>= 4) {
-        digits.insert(digits.begin(), L"0123456789abcdef"[value & 0xF]);
+        digits.insert(digits.begin(), hexDigits[value & 0xF]);
     }
     return digits.size() < minimumDigits ? std::wstring(minimumDigits - digits.size(), L'0') + digits
                                          : digits;
+}
+
+void AppendHexByte(std::wstring& text, unsigned byte) {
+    text += hexDigits[(byte >> 4) & 0xF];
+    text += hexDigits[byte & 0xF];
 }
 
 std::int32_t TextToInteger(std::wstring_view text) {

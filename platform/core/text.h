@@ -40,6 +40,9 @@ std::wstring IntegerToText(Integer value) {
 // A number in lower-case hexadecimal, with zeros in front up to `minimumDigits`.
 std::wstring HexToText(std::uint64_t value, std::size_t minimumDigits = 1);
 
+// Appends a byte's two lower-case hexadecimal digits; bits above the low eight don't count.
+void AppendHexByte(std::wstring& text, unsigned byte);
+
 // The decimal number at the start of `text`: a leading "-" negates, reading stops at the first character
 // that is no digit, no digit at all gives 0, and what exceeds 32 bits is cut to the low 32.
 std::int32_t TextToInteger(std::wstring_view text);

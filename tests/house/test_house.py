@@ -206,11 +206,6 @@ def test_scripts_are_executable_exactly_when_they_are_commands(name):
     assert bool((ROOT / name).stat().st_mode & 0o100) == is_command
 
 
-def test_texts_point_to_nothing_that_a_reader_does_not_have():
-    papers = "|".join([r"\bsp" r"ec\b", r"\bsp" r"ec\.md", r"\b[Ss]pecification (says|requires)", r"\bParts? [0-9]\.[0-9]", r"\bsha" r"red/"])
-    assert lines_matching(papers, readable()) == []
-
-
 def test_scripts_name_no_addresses_and_no_machine():
     names = tracked("keyreap", "test", ".ci/*", "*.sh", "*.cmake", "*CMakeLists.txt", "CMakePresets.json")
     assert lines_matching(r"https?://|(^|[\s\"'=:])/(home|root|wo" r"rk)/", names) == []

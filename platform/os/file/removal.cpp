@@ -32,7 +32,11 @@ void RemoveEntry(const std::wstring& path, DWORD attributes) {
         RemoveTree(path);
     }
     ClearReadOnly(path);
-    isDirectory ? RemoveDirectoryLong(path) : DeleteFileLong(path);
+    if (isDirectory) {
+        RemoveDirectoryLong(path);
+    } else {
+        DeleteFileLong(path);
+    }
 }
 
 bool IsDotEntry(std::wstring_view name) {
@@ -42,6 +46,10 @@ bool IsDotEntry(std::wstring_view name) {
 } // namespace
 
 void RemoveTree(std::wstring_view directory) {
+    if (directory.empty()) {
+        // What a failed name leaves; its pattern would be the root of the current drive.
+        return;
+    }
     const std::wstring pattern = ExtendedLengthForm(InDirectory(directory, L"*"));
     WIN32_FIND_DATAW entry;
     const OwnedFindHandle search(FindFirstFileW(pattern.c_str(), &entry));

@@ -73,6 +73,34 @@ TEST_F(HiveRedirectionTest, MachineClassesAreMadeAndSurviveTheRestoring) {
     EXPECT_TRUE(Exists(HKEY_LOCAL_MACHINE, L"Software\\Classes"));
 }
 
+TEST_F(HiveRedirectionTest, BelowVersionSixNoMachineClassesAreMade) {
+    OsVersion old;
+    old.majorVersion = 5;
+    old.minorVersion = 2;
+    OverrideRoots(Keys(), old);
+    EXPECT_FALSE(Exists(HKEY_LOCAL_MACHINE, L"Software"));
+    LiftOverrides(Keys(), old);
+    EXPECT_TRUE(hklm.EnumSubkeys().empty());
+}
+
+TEST_F(HiveRedirectionTest, BelowVersionSixAnEmptySoftwareKeyGoes) {
+    OsVersion old;
+    old.majorVersion = 5;
+    OverrideRoots(Keys(), old);
+    RegKey(L"Software", HKEY_LOCAL_MACHINE, true).CreateIfMissing();
+    LiftOverrides(Keys(), old);
+    EXPECT_FALSE(scratch.Has(L"HKLM\\Software"));
+}
+
+TEST_F(HiveRedirectionTest, BelowVersionSixASoftwareKeyWithSubkeysStays) {
+    OsVersion old;
+    old.majorVersion = 5;
+    OverrideRoots(Keys(), old);
+    RegKey(L"Software\\Maker", HKEY_LOCAL_MACHINE, true).CreateIfMissing();
+    LiftOverrides(Keys(), old);
+    EXPECT_TRUE(scratch.Has(L"HKLM\\Software\\Maker"));
+}
+
 TEST_F(HiveRedirectionTest, RootWhoseTemporaryKeyIsNotOpenStaysAsItIs) {
     const RegKey closed;
     OverrideRoots({hkcr, closed, hku, hklm});

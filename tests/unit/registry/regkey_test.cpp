@@ -59,6 +59,24 @@ TEST_F(RegKeyTest, CreateChildWorksFromTheRootAndMakesTheParents) {
     EXPECT_EQ(parent.Handle(), nullptr);
 }
 
+TEST_F(RegKeyTest, KeyMadeByCreateIfMissingHasFullAccess) {
+    // Writing a security descriptor takes WRITE_DAC, which is no part of read and write access.
+    SECURITY_DESCRIPTOR everybody{};
+    ASSERT_TRUE(InitializeSecurityDescriptor(&everybody, SECURITY_DESCRIPTOR_REVISION));
+    ASSERT_TRUE(SetSecurityDescriptorDacl(&everybody, TRUE, nullptr, FALSE));
+    const RegKey made = RegKey(scratchPath, HKEY_CURRENT_USER, true).CreateChild(L"made");
+    EXPECT_EQ(RegSetKeySecurity(made.Handle(), DACL_SECURITY_INFORMATION, &everybody), ERROR_SUCCESS);
+    const RegKey opened(scratchPath + L"\\made", HKEY_CURRENT_USER, true);
+    EXPECT_NE(RegSetKeySecurity(opened.Handle(), DACL_SECURITY_INFORMATION, &everybody), ERROR_SUCCESS);
+}
+
+TEST_F(RegKeyTest, CreateIfMissingLeavesAnOpenKeyAlone) {
+    RegKey key(scratchPath, HKEY_CURRENT_USER, true);
+    const HKEY before = key.Handle();
+    key.CreateIfMissing();
+    EXPECT_EQ(key.Handle(), before);
+}
+
 TEST_F(RegKeyTest, ChildOfAPathWithATrailingBackslashHasADoubledOne) {
     const RegKey parent = Opened(L"a\\");
     EXPECT_EQ(parent.CreateChild(L"b\\").Path(), scratchPath + L"\\a\\\\b\\");
