@@ -19,8 +19,7 @@ struct HashedName {
 };
 
 // The entries of one registry key by name: an owning hash map. An `Entry` has the fields `name` and
-// `nameHash`, and stays at one address for life. A look-up allocates nothing. A walk takes the entries in the
-// order in which they were added, as long as none was removed.
+// `nameHash`, and stays at one address for life. A look-up allocates nothing.
 template <typename Entry>
 class NameMap {
     using Owner = std::unique_ptr<Entry>;
@@ -31,10 +30,9 @@ public:
 
     bool IsEmpty() const { return entries.empty(); }
     std::size_t Size() const { return entries.size(); }
-    auto begin() const { return entries.begin(); }
-    auto end() const { return entries.end(); }
-    auto rbegin() const { return entries.rbegin(); }
-    auto rend() const { return entries.rend(); }
+
+    // All entries, in the order in which they were added as long as none was removed.
+    const std::vector<Owner>& Entries() const { return entries; }
 
     // The entry of that name, or null.
     Entry* Find(const HashedName& name) const {

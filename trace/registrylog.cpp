@@ -39,9 +39,10 @@ Outcome OutcomeAfter(Outcome before, std::uint32_t type) {
 }
 
 std::uint32_t CountLastingValues(const RegistryLogNode& node) {
-    return static_cast<std::uint32_t>(
-        std::count_if(node.values.begin(), node.values.end(),
-                      [](const auto& value) { return value->operations.outcome != Outcome::none; }));
+    const auto& values = node.values.Entries();
+    return static_cast<std::uint32_t>(std::count_if(values.begin(), values.end(), [](const auto& value) {
+        return value->operations.outcome != Outcome::none;
+    }));
 }
 
 // Tells the visitor of the node itself and of its values: the lasting ones ahead of the deleted ones.
@@ -52,13 +53,13 @@ void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, Predefin
         visitor.OnKey(root, path, node.operations.outcome, valueCount,
                       static_cast<std::uint32_t>(node.subkeys.Size()));
     }
-    for (const auto& value : node.values) {
+    for (const auto& value : node.values.Entries()) {
         const Outcome kind = value->operations.outcome;
         if (kind == Outcome::created || kind == Outcome::set) {
             visitor.OnValue(root, path, value->name, kind);
         }
     }
-    for (const auto& value : node.values) {
+    for (const auto& value : node.values.Entries()) {
         if (value->operations.outcome == Outcome::deleted) {
             visitor.OnValue(root, path, value->name, Outcome::deleted);
         }
@@ -76,7 +77,8 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
     std::vector<Waiting> waiting;
     std::wstring path;
     const auto addSubkeys = [&](const RegistryLogNode& node) {
-        std::for_each(node.subkeys.rbegin(), node.subkeys.rend(), [&](const auto& subkey) {
+        const auto& subkeys = node.subkeys.Entries();
+        std::for_each(subkeys.rbegin(), subkeys.rend(), [&](const auto& subkey) {
             waiting.push_back({subkey.get(), path.size()});
         });
     };

@@ -94,7 +94,7 @@ TEST_F(NameMapTest, AnEntryReplacesTheOneOfItsName) {
 TEST_F(NameMapTest, AWalkTakesTheEntriesInTheOrderOfTheirAddition) {
     AddMany(100);
     int expected = 0;
-    for (const auto& entry : map) {
+    for (const auto& entry : map.Entries()) {
         EXPECT_EQ(expected++, entry->number);
     }
 }
