@@ -5,7 +5,7 @@
 #include "platform/core/messageids.h"
 #include "platform/core/stacktracetext.h"
 #include "tests/dialog/showndialog.h"
-#include "tests/unit/core/faultprocess.h"
+#include "tests/unit/core/watchedprocess.h"
 
 // A fault from the user's side: the dialog opens, and the process ends with the fault's code once it is
 // closed.
@@ -14,11 +14,12 @@ namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-using testsupport::FaultProcess;
+using testsupport::FaultCommand;
+using testsupport::WatchedProcess;
 using testsupport::WindowText;
 using Id = ErrorReportControl;
 
-HWND DialogOf(const FaultProcess& process) {
+HWND DialogOf(const WatchedProcess& process) {
     return testsupport::WaitForWindow([&process](HWND window) {
         DWORD id = 0;
         GetWindowThreadProcessId(window, &id);
@@ -43,7 +44,7 @@ std::string FaultName(const testing::TestParamInfo<FaultRow>& row) {
 class FaultDialog : public testing::TestWithParam<FaultRow> {};
 
 TEST_P(FaultDialog, OpensAndThenTheProcessEndsWithTheCode) {
-    const FaultProcess process(GetParam().fault);
+    const WatchedProcess process(FaultCommand(GetParam().fault));
     const HWND dialog = DialogOf(process);
     ASSERT_NE(dialog, nullptr);
     EXPECT_EQ(WindowText(GetDlgItem(dialog, Id::message)), LoadResourceString(messageid::unhandledFailure));
@@ -55,10 +56,28 @@ TEST_P(FaultDialog, OpensAndThenTheProcessEndsWithTheCode) {
 }
 
 TEST(FaultDialogDetails, NameTheFunctionAndTheLineThatFaulted) {
-    const FaultProcess process(L"divide");
+    const WatchedProcess process(FaultCommand(L"divide"));
     const std::wstring details = WindowText(GetDlgItem(DialogOf(process), Id::details));
     EXPECT_THAT(details, HasSubstr(L"Divide"));
     EXPECT_THAT(details, HasSubstr(L"faultprogram.cpp:"));
+}
+
+std::wstring Variable(const wchar_t* name) {
+    wchar_t value[1024] = {};
+    EXPECT_NE(GetEnvironmentVariableW(name, value, 1024), 0u) << "a variable is not set";
+    return value;
+}
+
+TEST(FaultDialogDetails, OfACaptureNameTheTargetsFunctionAndLine) {
+    const std::wstring program = Variable(L"KEYREAP_STAGE") + L"\\x64\\Keyreap.exe";
+    const std::wstring server = Variable(L"KEYREAP_SAMPLES") + L"\\x64\\faultDivideByZero.dll";
+    const WatchedProcess process(L"\"" + program + L"\" extreg \"" + server + L"\" none.reg keyRedir");
+    const HWND dialog = DialogOf(process);
+    const std::wstring details = WindowText(GetDlgItem(dialog, Id::details));
+    EXPECT_THAT(details, HasSubstr(L"DllRegisterServer() -> fault.cpp:"));
+    EXPECT_THAT(details, HasSubstr(L"RegisterTarget() -> registertarget.cpp:"));
+    PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
+    EXPECT_EQ(process.Wait(), 0xC0000094u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Structured, FaultDialog,

@@ -5,8 +5,8 @@
 #include "platform/core/failurepresentation.h"
 #include "platform/core/stacktracetext.h"
 #include "tests/unit/core/capturedcontext.h"
-#include "tests/unit/core/faultprocess.h"
 #include "tests/unit/core/recordingreporter.h"
+#include "tests/unit/core/watchedprocess.h"
 
 namespace keyreap {
 namespace {
@@ -16,9 +16,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
-using testsupport::FaultProcess;
 using testsupport::RecordingReporter;
 using testsupport::RecordingSink;
+using testsupport::WatchedProcess;
 
 class OnUnhandledExceptionTest : public testing::Test {
 protected:
@@ -101,7 +101,7 @@ class Faults : public testing::TestWithParam<FaultRow> {};
 
 // Without a display no dialog can open, and the process must end all the same.
 TEST_P(Faults, EndTheProcessWithTheirCodeAndUnwindNothing) {
-    EXPECT_EQ(FaultProcess(GetParam().fault).Wait(), GetParam().status);
+    EXPECT_EQ(WatchedProcess(testsupport::FaultCommand(GetParam().fault)).Wait(), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(

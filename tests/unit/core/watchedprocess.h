@@ -1,0 +1,34 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "platform/os/ownedhandle.h"
+
+namespace keyreap::testsupport {
+
+// A program that may hang. Ended by force with this object.
+class WatchedProcess {
+public:
+    static constexpr DWORD stillRunning = STILL_ACTIVE;
+
+    explicit WatchedProcess(std::wstring commandLine);
+    ~WatchedProcess();
+    WatchedProcess(const WatchedProcess&) = delete;
+    WatchedProcess& operator=(const WatchedProcess&) = delete;
+
+    DWORD Id() const { return id; }
+
+    // The exit status, or stillRunning if the process doesn't end in a minute.
+    DWORD Wait() const;
+
+private:
+    OwnedHandle process;
+    DWORD id = 0;
+};
+
+// The command line of the program fault_program, which lies beside this one and faults as told.
+std::wstring FaultCommand(const std::wstring& fault);
+
+} // namespace keyreap::testsupport
