@@ -1,7 +1,12 @@
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 
 int main() {
+    while (std::getenv("KEYREAP_HANG") != nullptr) {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
 #ifdef SUITE_silent
     return 0;
 #endif
