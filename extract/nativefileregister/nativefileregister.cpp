@@ -8,7 +8,6 @@
 #include "regfile/regfilewriter.h"
 #include "regfile/regtext.h"
 #include "registry/harvest.h"
-#include "trace/eventtracing.h"
 #include "trace/tracereplay.h"
 
 #include <objbase.h>
@@ -50,8 +49,10 @@ struct NativeFileRegister::StartBlock {
     NativeFileRegister* session;
 };
 
-NativeFileRegister::NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode)
-    : filePath(std::move(inputFile)), regFilePath(std::move(outputFile)), captureMode(mode),
+NativeFileRegister::NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode,
+                                       EventTracing& eventTracing)
+    : tracing(eventTracing), filePath(std::move(inputFile)), regFilePath(std::move(outputFile)),
+      captureMode(mode),
       // Only opened: on a machine's first run there is none, and that run's tree stays for the next session.
       productKey(productPath, HKEY_CURRENT_USER, true), temporaryKey(productKey.CreateChild(temporaryName)),
       hkcrKey(temporaryKey.CreateChild(L"HKCR\\")), hkcuKey(temporaryKey.CreateChild(L"HKCU\\")),
@@ -149,13 +150,12 @@ void NativeFileRegister::RestoreHives() {
 }
 
 bool NativeFileRegister::ReplayTrace() {
-    return keyreap::ReplayTrace(HostEventTracing(),
-                                {.traceFilePath = traceFilePath.ExtendedLengthForm(),
-                                 .regFilePath = regFilePath.ExtendedLengthForm(),
-                                 .temporaryPrefix = std::wstring(productPath) + temporaryName,
-                                 .rootsRedirected = captureMode != CaptureMode::trace,
-                                 .serverProcessId = serverProcessId,
-                                 .pathPairs = pathPairs});
+    return keyreap::ReplayTrace(tracing, {.traceFilePath = traceFilePath.ExtendedLengthForm(),
+                                          .regFilePath = regFilePath.ExtendedLengthForm(),
+                                          .temporaryPrefix = std::wstring(productPath) + temporaryName,
+                                          .rootsRedirected = captureMode != CaptureMode::trace,
+                                          .serverProcessId = serverProcessId,
+                                          .pathPairs = pathPairs});
 }
 
 bool NativeFileRegister::HarvestHives() {

@@ -7,6 +7,7 @@
 #include "regfile/pathpairs.h"
 #include "registry/hiveredirection.h"
 #include "registry/regkey.h"
+#include "trace/eventtracing.h"
 
 #include <cstdint>
 #include <string>
@@ -22,7 +23,8 @@ namespace keyreap {
 class NativeFileRegister {
 public:
     // Copies an input that lies on a share. Nothing fails here: what couldn't be made shows in Register.
-    NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode);
+    NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode,
+                       EventTracing& eventTracing = HostEventTracing());
     NativeFileRegister(const NativeFileRegister&) = delete;
     NativeFileRegister& operator=(const NativeFileRegister&) = delete;
     ~NativeFileRegister();
@@ -58,6 +60,7 @@ private:
     bool ReplayTrace();
     bool HarvestHives();
 
+    EventTracing& tracing;
     WidePath filePath;         // what is registered: the input, or its local copy
     WidePath originalFilePath; // the input as it was given if it was copied, else empty
     WidePath regFilePath;

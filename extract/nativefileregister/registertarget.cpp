@@ -43,7 +43,7 @@ void NativeFileRegister::RegisterTarget() {
     // Classified before anything is armed, so that none of it is captured.
     const Target target = ClassifyTarget();
     succeeded = false;
-    RegistryTrace registryTrace(traceFilePath.ExtendedLengthForm(), kernelLoggerSession);
+    RegistryTrace registryTrace(traceFilePath.ExtendedLengthForm(), kernelLoggerSession, tracing);
     OwnedModule module;
 
     RedirectHives();

@@ -1,0 +1,132 @@
+#include "extract/nativefileregister/nativefileregister.h"
+
+#include "registry/regkey.h"
+#include "tests/support/scriptedtracing.h"
+#include "tests/support/temporaryfolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testsupport::FileBytes;
+using testsupport::TemporaryFolder;
+using testsupport::Utf16Document;
+
+constexpr wchar_t headerAlone[] = L"Windows Registry Editor Version 5.00\r\n";
+constexpr wchar_t serverClass[] = L"CLSID\\{79EAC9D0-BAF9-11CE-8C82-00AA004BA90B}";
+
+bool IsStart(const std::wstring& call) {
+    return call.starts_with(L"start");
+}
+
+bool IsOpen(const std::wstring& call) {
+    return call.starts_with(L"open");
+}
+
+// The redirected HKEY_LOCAL_MACHINE has an empty Software\\Classes, the real one never has.
+bool RootsAreRedirected() {
+    const RegKey classes(L"Software\\Classes", HKEY_LOCAL_MACHINE, false);
+    return classes.Handle() != nullptr && classes.EnumSubkeys().empty();
+}
+
+// A logger that notes down whether the roots were redirected when it was started and stopped.
+class WatchingTracing : public ScriptedTracing {
+public:
+    bool redirectedAtStart = false;
+    bool redirectedAtStop = false;
+
+    ULONG Start(TRACEHANDLE& handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override {
+        redirectedAtStart = RootsAreRedirected();
+        return ScriptedTracing::Start(handle, loggerName, properties);
+    }
+
+    ULONG Control(TRACEHANDLE handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
+                  ULONG controlCode) override {
+        redirectedAtStop = RootsAreRedirected();
+        return ScriptedTracing::Control(handle, loggerName, properties, controlCode);
+    }
+};
+
+// Sessions on a server of the system, with a scripted logger.
+class SessionTest : public testing::Test {
+protected:
+    bool Capture(CaptureMode mode) {
+        return NativeFileRegister(WidePath(ServerPath()), WidePath(output), mode, tracing).Register();
+    }
+
+    static std::wstring ServerPath() {
+        wchar_t directory[MAX_PATH];
+        return std::wstring(directory, GetSystemDirectoryW(directory, MAX_PATH)) + L"\\hlink.dll";
+    }
+
+    std::wstring Written() const { return Utf16Document(FileBytes(output)); }
+
+    // As the kernel names a key of the temporary tree.
+    static std::wstring KernelName(const std::wstring& below) {
+        return L"\\REGISTRY\\USER\\S-1-5-21-1-2-3-1000\\Software\\Velmoro\\Tesselink\\Temporary\\" + below;
+    }
+
+    WatchingTracing tracing;
+    TemporaryFolder folder;
+    std::wstring output = folder.File(L"out.reg");
+};
+
+TEST_F(SessionTest, NoLoggerIsStartedInModeKeyRedir) {
+    EXPECT_TRUE(Capture(CaptureMode::keyRedir));
+    EXPECT_THAT(tracing.calls, Not(Contains(testing::Truly(IsStart))));
+    EXPECT_THAT(Written(), HasSubstr(serverClass));
+}
+
+TEST_F(SessionTest, LoggerRunsWhileTheRootsAreRedirected) {
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_TRUE(tracing.redirectedAtStart);
+    EXPECT_TRUE(tracing.redirectedAtStop);
+    EXPECT_FALSE(RootsAreRedirected());
+}
+
+TEST_F(SessionTest, LoggerThatCannotBeStartedLeavesTheHarvest) {
+    tracing.startStatus = ERROR_ALREADY_EXISTS;
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_THAT(tracing.calls, Not(Contains(testing::Truly(IsOpen))));
+    EXPECT_THAT(Written(), HasSubstr(serverClass));
+}
+
+TEST_F(SessionTest, FailedStopStillReplays) {
+    tracing.controlStatus = ERROR_ACCESS_DENIED;
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_THAT(tracing.calls, Contains(testing::Truly(IsOpen)));
+    EXPECT_EQ(Written(), headerAlone);
+}
+
+TEST_F(SessionTest, LogThatCannotBeReadGivesTheHeaderAloneAndSuccess) {
+    tracing.logExists = false;
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_EQ(Written(), headerAlone);
+}
+
+TEST_F(SessionTest, ReplayReadsTheTemporaryTreeAndNamesTheRootThatWasMeant) {
+    const std::wstring name = KernelName(std::wstring(L"HKCR\\") + serverClass);
+    tracing.log = TraceBuilder()
+                      .ByProcess(GetCurrentProcessId())
+                      .CreateKey(0, name)
+                      .KeyHandleNamed(0x20, name)
+                      .SetValue(0x20, L"")
+                      .Events();
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_EQ(Written(), std::wstring(headerAlone) + L"\r\n[HKEY_CLASSES_ROOT\\" + serverClass +
+                             L"]\r\n@=\"StdHlink\"\r\n");
+}
+
+TEST_F(SessionTest, EveryEndTakesTheTraceLogAway) {
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_EQ(GetFileAttributesW(tracing.openedPath.c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_THAT(tracing.openedPath, HasSubstr(L"ETL"));
+}
+
+} // namespace
+} // namespace keyreap
