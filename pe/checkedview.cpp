@@ -18,13 +18,21 @@ constexpr std::uint64_t optionalHeaderSizeField = 20;
 constexpr std::uint64_t sectionHeaderSize = 40;
 constexpr std::uint64_t virtualSizeField = 8;
 constexpr std::uint64_t virtualAddressField = 12;
+constexpr std::uint64_t rawSizeField = 16;
+constexpr std::uint64_t pageSize = 0x1000;
 constexpr std::uint64_t directoryEntrySize = 8;
-constexpr std::uint64_t headersSizeField = 60; // in the optional header of both forms
 
-// Where the data directories begin in the optional header of each of its two forms.
+// The optional header and its two forms.
+constexpr std::uint64_t headersSizeField = 60;
+constexpr std::uint64_t imageBaseField32 = 28;
+constexpr std::uint64_t imageBaseField64 = 24;
 constexpr std::uint16_t optionalMagic32 = 0x10B;
 constexpr std::uint64_t directoriesOffset32 = 96;
 constexpr std::uint64_t directoriesOffset64 = 112;
+
+std::uint64_t InWholePages(std::uint64_t size) {
+    return (size + pageSize - 1) / pageSize * pageSize;
+}
 
 } // namespace
 
@@ -76,9 +84,12 @@ bool CheckedView::HasNtHeaders() const {
            HoldsOffset(NtHeadersOffset(), fixedNtHeadersSize);
 }
 
+std::uint64_t CheckedView::OptionalHeaderOffset() const {
+    return NtHeadersOffset() + fixedNtHeadersSize;
+}
+
 std::uint64_t CheckedView::SectionTableOffset() const {
-    const std::uint64_t nt = NtHeadersOffset();
-    return nt + fixedNtHeadersSize + At<std::uint16_t>(nt + optionalHeaderSizeField);
+    return OptionalHeaderOffset() + At<std::uint16_t>(NtHeadersOffset() + optionalHeaderSizeField);
 }
 
 std::uint64_t CheckedView::SectionTableSize() const {
@@ -89,18 +100,31 @@ bool CheckedView::HasSectionTable() const {
     return HasNtHeaders() && HoldsOffset(SectionTableOffset(), SectionTableSize());
 }
 
-bool CheckedView::HasOrderedSections() const {
+bool CheckedView::Is32BitForm() const {
+    return At<std::uint16_t>(OptionalHeaderOffset()) == optionalMagic32;
+}
+
+bool CheckedView::HasLayout() const {
     if (!HasSectionTable()) {
         return false;
     }
-    std::uint64_t end = At<std::uint32_t>(NtHeadersOffset() + fixedNtHeadersSize + headersSizeField);
+    // Below 4 GiB and above, what counts lies in the lowest two bytes of the field.
+    const std::uint64_t baseField = Is32BitForm() ? imageBaseField32 : imageBaseField64;
+    return At<std::uint16_t>(OptionalHeaderOffset() + baseField) == 0 && HasOrderedSections();
+}
+
+bool CheckedView::HasOrderedSections() const {
+    std::uint64_t end = At<std::uint32_t>(OptionalHeaderOffset() + headersSizeField);
     const std::uint64_t table = SectionTableOffset();
     for (std::uint64_t section = table; section < table + SectionTableSize(); section += sectionHeaderSize) {
         const std::uint64_t start = At<std::uint32_t>(section + virtualAddressField);
-        if (start < end) {
+        const std::uint32_t virtualSize = At<std::uint32_t>(section + virtualSizeField);
+        const std::uint32_t fileSize = At<std::uint32_t>(section + rawSizeField);
+        const std::uint64_t size = InWholePages(virtualSize != 0 ? virtualSize : fileSize);
+        if (start < end || fileSize > size) {
             return false;
         }
-        end = start + At<std::uint32_t>(section + virtualSizeField);
+        end = start + size;
     }
     return true;
 }
@@ -109,13 +133,8 @@ bool CheckedView::HasDirectoryEntry(std::uint32_t index) const {
     if (!HasSectionTable()) {
         return false;
     }
-    const std::uint64_t optional = NtHeadersOffset() + fixedNtHeadersSize;
-    const bool hasMagic = HoldsOffset(optional, sizeof(optionalMagic32));
-    if (!hasMagic) {
-        return false;
-    }
-    const bool is32 = At<std::uint16_t>(optional) == optionalMagic32;
-    const std::uint64_t directories = optional + (is32 ? directoriesOffset32 : directoriesOffset64);
+    const std::uint64_t directories =
+        OptionalHeaderOffset() + (Is32BitForm() ? directoriesOffset32 : directoriesOffset64);
     return HoldsOffset(directories, (index + std::uint64_t{1}) * directoryEntrySize);
 }
 

@@ -42,17 +42,22 @@ public:
     // True if the section table lies inside the file too.
     bool HasSectionTable() const;
 
-    // True if moreover the sections, in memory, come one behind another and behind the headers.
-    bool HasOrderedSections() const;
+    // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, the
+    // headers first and the sections one behind another.
+    bool HasLayout() const;
 
-    // True if besides the section table the optional header does, as far as the entry `index` of its data directories.
+    // True if besides the section table the optional header does, as far as the entry `index` of its data
+    // directories.
     bool HasDirectoryEntry(std::uint32_t index) const;
 
 private:
     bool HoldsOffset(std::uint64_t offset, std::uint64_t size) const;
     std::uint64_t NtHeadersOffset() const;
+    std::uint64_t OptionalHeaderOffset() const;
     std::uint64_t SectionTableOffset() const;
     std::uint64_t SectionTableSize() const;
+    bool HasOrderedSections() const;
+    bool Is32BitForm() const;
     template <typename Integer>
     Integer At(std::uint64_t offset) const;
 

@@ -22,7 +22,7 @@ bool MayBeRead(const std::wstring& path) {
         return true;
     }
     const std::byte* resources = image.DirectoryData(IMAGE_DIRECTORY_ENTRY_RESOURCE, resourceDirectorySize);
-    return resources != nullptr && image.View().HasOrderedSections() &&
+    return resources != nullptr && image.View().HasLayout() &&
            HoldsVersionResource(image.View(), resources, image.Resolver());
 }
 

@@ -14,6 +14,8 @@ constexpr std::size_t headersSize = 0x400;
 constexpr std::uint32_t sectionAlignment = 0x1000;
 constexpr std::uint32_t fileAlignment = 0x200;
 constexpr std::uint32_t directoryCount = 16;
+// Below 4 GiB in both forms: a 32-bit Wine can't lay out an image above.
+constexpr std::uint32_t imageBase = 0x10000000;
 
 struct Section {
     std::string name;
@@ -91,9 +93,9 @@ void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t imageSi
     writer.FillTo(start + (is64 ? 112 : 96) + 8 * directoryCount);
     writer.Set<std::uint16_t>(start, is64 ? 0x20B : 0x10B);
     if (is64) {
-        writer.Set<std::uint64_t>(start + 24, 0x180000000);
+        writer.Set<std::uint64_t>(start + 24, imageBase);
     } else {
-        writer.Set<std::uint32_t>(start + 28, 0x10000000);
+        writer.Set<std::uint32_t>(start + 28, imageBase);
     }
     writer.Set(start + 32, sectionAlignment);
     writer.Set(start + 36, fileAlignment);

@@ -174,6 +174,43 @@ TEST_P(EitherBitness, DirectoryEntryNeedsTheSectionTable) {
     EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasDirectoryEntry(13));
 }
 
+TEST_P(EitherBitness, LinkedImageHasALayout) {
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasLayout());
+}
+
+TEST_P(EitherBitness, SectionsOverTheHeadersOrEachOtherAreNoLayout) {
+    constexpr std::ptrdiff_t firstAddress = 12;
+    constexpr std::ptrdiff_t secondAddress = 40 + 12;
+    for (const std::ptrdiff_t address : {firstAddress, secondAddress}) {
+        BuiltImage other = image;
+        other.Set<std::uint32_t>("sections", address, 0);
+        EXPECT_FALSE(File(other.bytes).View().HasLayout()) << address;
+    }
+    image.Set<std::uint32_t>("sections", secondAddress, 0x1000);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+}
+
+TEST_P(EitherBitness, SectionWithMoreBytesThanRoomIsNoLayout) {
+    constexpr std::ptrdiff_t virtualSize = 8;
+    constexpr std::ptrdiff_t fileSize = 16;
+    image.Set<std::uint32_t>("sections", virtualSize, 1);
+    image.Set<std::uint32_t>("sections", fileSize, 0x1000);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", fileSize, 0x1001);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", virtualSize, 0);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout()) << "the second section begins a page behind the first";
+}
+
+TEST_P(EitherBitness, BaseThatIsNoMultipleOf64KiBIsNoLayout) {
+    const std::ptrdiff_t base = GetParam() == ImageBits::bits64 ? 24 : 28;
+    image.Set<std::uint32_t>("optional", base, 0x10001000);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("optional", base, 0x20010000);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+}
+
 INSTANTIATE_TEST_SUITE_P(CheckedView, EitherBitness, testing::Values(ImageBits::bits32, ImageBits::bits64));
 
 } // namespace

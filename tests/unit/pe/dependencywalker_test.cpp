@@ -198,9 +198,9 @@ TEST_F(DependencyWalkerTest, SystemFolderIsSearchedSecond) {
 
 TEST_F(DependencyWalkerTest, WindowsFolderIsSearchedThird) {
     const CurrentFolder current(folder.MakeFolder(L"current"));
-    Make(L"current\\regedit.exe", {});
-    const std::wstring found = Found("regedit.exe");
-    EXPECT_TRUE(IsSamePath(found, WindowsFolder() + L"\\regedit.exe")) << testing::PrintToString(found);
+    Make(L"current\\win.ini", {});
+    const std::wstring found = Found("win.ini");
+    EXPECT_TRUE(IsSamePath(found, WindowsFolder() + L"\\win.ini")) << testing::PrintToString(found);
 }
 
 TEST_F(DependencyWalkerTest, CurrentFolderIsSearchedFourth) {

@@ -63,10 +63,14 @@ TEST_P(MutatedImages, GoThroughEveryQueryWithoutAFaultOrAHang) {
                                  .Version(VersionResource::Of(u"Own"))
                                  .Build();
     const TemporaryFolder folder;
-    folder.MakeFile(L"one.dll", ImageBuilder(GetParam()).Imports({"file.dll"}).Build().bytes);
+    folder.MakeFile(L"one.dll", ImageBuilder(GetParam()).Imports({"missing too.dll"}).Build().bytes);
     Answers answers;
     for (std::uint32_t seed = 0; seed < files; ++seed) {
-        answers.Ask(folder.MakeFile(L"file.dll", testsupport::Mutated(image, seed)));
+        // Each has a name of its own: a 32-bit Wine keeps an image open whose export table has led it astray.
+        const std::wstring file =
+            folder.MakeFile(std::to_wstring(seed) + L".dll", testsupport::Mutated(image, seed));
+        answers.Ask(file);
+        DeleteFileW(file.c_str());
     }
     for (const std::uint32_t count : {answers.peFiles, answers.exports, answers.dependencies, answers.digests,
                                       answers.versions, answers.companies}) {
