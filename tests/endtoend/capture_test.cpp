@@ -5,11 +5,26 @@ namespace keyreap::endtoend {
 
 namespace {
 
+// What the sample `apartment` gives in the main apartment of a process.
+Bytes ApartmentDocument(const std::wstring& thread) {
+    const std::wstring classes = L"\r\n[HKEY_CLASSES_ROOT]\r\n";
+    return Document(classes + L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Apartment]\r\n" +
+                    L"\"apartment\"=dword:00000003\r\n\"thread\"=\"" + thread + L"\"\r\n" +
+                    RedirectedRoots().substr(classes.size()));
+}
+
 class Capture : public Workbench, public testing::WithParamInterface<Route> {
 protected:
     std::wstring Server(const std::wstring& name) const { return Sample(GetParam().target, name); }
     DWORD CaptureOf(const std::wstring& file) const {
         return Workbench::Capture(GetParam().program, file, Work(L"out.reg"));
+    }
+    // When the thread began that the sample `apartment` was registered on.
+    std::wstring ThreadIn(const std::wstring& regFile) const {
+        const std::wstring text = ReadUnits(regFile);
+        const std::wstring before = L"\"thread\"=\"";
+        const std::size_t begin = text.find(before) + before.size();
+        return text.substr(begin, text.find(L'"', begin) - begin);
     }
     // The golden file of this bitness.
     Bytes GoldenOf(const std::string& name, const std::wstring& module) const {
@@ -40,6 +55,19 @@ TEST_P(Capture, SeesLoadingAndRegisteringButNotUnloading) {
     const RegistryTree live = ReadTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
     EXPECT_EQ(live, (RegistryTree{{L"", {{L"unloaded", NumberValue(1)}}}}));
     DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
+}
+
+// The first single-threaded apartment of a process is its main one: it is that for each file if the main
+// thread never enters COM and the apartment of the file before is gone.
+TEST_P(Capture, GivesEveryFileAThreadAndAnApartmentOfItsOwn) {
+    const std::wstring server = Server(L"apartment.dll");
+    EXPECT_EQ(RunKeyreap(GetParam().program, L"extreg " + Pair(server, Work(L"a.reg")) + L" " +
+                                                 Pair(server, Work(L"b.reg")) + L" keyRedir"),
+              0U);
+    for (const wchar_t* regFile : {L"a.reg", L"b.reg"}) {
+        EXPECT_TRUE(Holds(Work(regFile), ApartmentDocument(ThreadIn(Work(regFile))))) << regFile;
+    }
+    EXPECT_NE(ThreadIn(Work(L"a.reg")), ThreadIn(Work(L"b.reg")));
 }
 
 TEST_P(Capture, IgnoresTheExtensionOfALibrary) {

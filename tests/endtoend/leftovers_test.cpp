@@ -87,12 +87,11 @@ TEST_P(Leftovers, OfAFirstRunThatFailsAreTheTreeAllTheSame) {
 class CrashedRun : public Leftovers {
 protected:
     void Crash() const {
-        HANDLE reached = CreateEventW(nullptr, TRUE, FALSE, L"KeyreapPausing.Reached");
+        const SharedEvent reached(L"KeyreapPausing.Reached");
         RunningProgram program(Quoted(Keyreap(GetParam())) + L" extreg " +
                                Pair(Sample(GetParam(), L"pausing.dll"), Work(L"crashed.reg")) + L" keyRedir");
-        EXPECT_EQ(WaitForSingleObject(reached, 60'000), WAIT_OBJECT_0);
+        reached.Wait();
         program.Kill();
-        CloseHandle(reached);
     }
     void PutValue(const std::wstring& hive, const std::wstring& name, const std::wstring& text) const {
         SetText(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\" + hive, name, text);
@@ -144,9 +143,9 @@ TEST_P(CrashedRun, LeavesValuesOnTheRootsThatShowInTheNextResult) {
 }
 
 TEST_P(CrashedRun, ThatIsLetGoOnInsteadHoldsAllThatItsTargetWrote) {
-    HANDLE goOn = CreateEventW(nullptr, TRUE, TRUE, L"KeyreapPausing.GoOn");
+    SharedEvent goOn(L"KeyreapPausing.GoOn");
+    goOn.Set();
     EXPECT_EQ(CaptureOf(L"pausing.dll"), 0U);
-    CloseHandle(goOn);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("pausing.reg")));
 }
 

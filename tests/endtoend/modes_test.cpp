@@ -7,12 +7,14 @@ namespace keyreap::endtoend {
 namespace {
 
 constexpr wchar_t programsOwnKey[] = L"Software\\KeyreapRegServer";
+constexpr wchar_t stayersOwnKey[] = L"Software\\KeyreapStaying";
 
 class ModeWithoutLogger : public Workbench, public testing::WithParamInterface<Bitness> {
 protected:
     ~ModeWithoutLogger() override {
         DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Plain");
         DeleteTree(HKEY_CURRENT_USER, programsOwnKey);
+        DeleteTree(HKEY_CURRENT_USER, stayersOwnKey);
     }
 
     DWORD RunIn(const std::wstring& mode, const std::wstring& sample) const {
@@ -49,6 +51,13 @@ TEST_P(ModeWithoutLogger, TraceClearsNothingSoThatAStaleTreeIsTheResult) {
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
 }
 
+TEST_P(ModeWithoutLogger, TraceRestoresNothingSoThatAStaleEmptySoftwareKeyIsInTheResult) {
+    CreateKey(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKLM\\Software");
+    EXPECT_EQ(RunIn(L"trace", L"silent.dll"), 0U);
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"), Document(UntouchedRoots() + L"\r\n[HKEY_LOCAL_MACHINE\\Software]\r\n")));
+}
+
 TEST_P(ModeWithoutLogger, AProgramIsStartedWithRegserverWhateverTheMode) {
     const std::wstring program = Sample(GetParam(), L"typelibnone.exe");
     const RegistryTree written = {{L"", {{L"command line", TextValue(Quoted(program) + L" /REGSERVER ")}}}};
@@ -68,6 +77,23 @@ TEST_P(ModeWithoutLogger, AProgramUnderAnyExtensionIsStarted) {
         EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, programsOwnKey)) << name;
         DeleteTree(HKEY_CURRENT_USER, programsOwnKey);
     }
+}
+
+TEST_P(ModeWithoutLogger, AProgramThatIgnoresRegserverAndStaysKeepsTheRunWaitingUntilItEnds) {
+    const SharedEvent started(L"KeyreapStaying.Started");
+    SharedEvent end(L"KeyreapStaying.End");
+    RunningProgram waiting(Quoted(Keyreap(GetParam())) + L" extreg " +
+                           Pair(Sample(GetParam(), L"staying.exe"), Work(L"waiting.reg")));
+    started.Wait();
+    // A whole run, at whose end one that did not wait would long be over. It takes the waiting one's
+    // temporary tree with it, which stays empty anyhow.
+    EXPECT_EQ(RunIn(L"keyRedir", L"silent.dll"), 0U);
+    EXPECT_TRUE(waiting.IsRunning());
+    EXPECT_FALSE(Exists(Work(L"waiting.reg")));
+    end.Set();
+    EXPECT_EQ(waiting.Wait(), 0U);
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, stayersOwnKey));
+    EXPECT_TRUE(Holds(Work(L"waiting.reg"), Document(UntouchedRoots())));
 }
 
 TEST_P(ModeWithoutLogger, AFileWithNothingToRunFailsInEveryMode) {

@@ -153,12 +153,11 @@ TEST_P(Share, AnOutputOnItIsWrittenThere) {
 
 TEST_P(Share, ACrashLeavesTheCopyBehind) {
     ASSERT_TRUE(Put(L"pausing.dll", L"pausing.dll"));
-    HANDLE reached = CreateEventW(nullptr, TRUE, FALSE, L"KeyreapPausing.Reached");
+    const SharedEvent reached(L"KeyreapPausing.Reached");
     RunningProgram program(Quoted(Keyreap(GetParam().target)) + L" extreg " +
                            Pair(Unc(L"pausing.dll"), Work(L"out.reg")) + L" keyRedir");
-    EXPECT_EQ(WaitForSingleObject(reached, 60'000), WAIT_OBJECT_0);
+    reached.Wait();
     program.Kill();
-    CloseHandle(reached);
     const std::vector<std::wstring> left = TemporaryFiles();
     ASSERT_EQ(left.size(), 2U);
     EXPECT_EQ(left[0].substr(0, 3), L"UNC");

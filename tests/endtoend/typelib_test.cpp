@@ -66,6 +66,12 @@ protected:
     Bytes GoldenOf(const std::string& name, const std::wstring& file) const {
         return Golden(name + (GetParam() == Bitness::x64 ? "-x64.reg" : "-x86.reg"), PathsOf(file));
     }
+    // A copy of a sample in a folder with a name like a program's.
+    std::wstring InFolderExe(const std::wstring& sample, const std::wstring& name) const {
+        MakeDirectory(Work(L"folder.exe"));
+        EXPECT_TRUE(Copy(Sample(GetParam(), sample), Work(L"folder.exe\\" + name)));
+        return Work(L"folder.exe\\" + name);
+    }
     static bool IsCalculatorLive() {
         return KeyExists(HKEY_CLASSES_ROOT, L"TypeLib\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D11}");
     }
@@ -89,14 +95,27 @@ TEST_P(CarriedLibrary, IsFoundUnderTheExtensionInCapitals) {
 }
 
 TEST_P(CarriedLibrary, OfAFileWithAnotherExtensionIsNotRegistered) {
-    MakeDirectory(Work(L"folder.exe"));
-    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), Work(L"folder.exe\\a.dll")));
-    EXPECT_EQ(CaptureOf(Work(L"folder.exe\\a.dll")), 0U);
+    const std::wstring file = InFolderExe(L"exporting.exe", L"a.dll");
+    EXPECT_EQ(CaptureOf(file), 0U);
     EXPECT_TRUE(
         Holds(Work(L"out.reg"),
               Document(L"\r\n[HKEY_CLASSES_ROOT]\r\n\r\n[HKEY_CLASSES_ROOT\\Keyreap.Exporting]\r\n@=\"" +
-                       Doubled(Work(L"folder.exe\\a.dll")) + L"\"\r\n" +
+                       Doubled(file) + L"\"\r\n" +
                        RedirectedRoots().substr(std::wstring(L"\r\n[HKEY_CLASSES_ROOT]\r\n").size()))));
+}
+
+TEST_P(CarriedLibrary, OfAProgramWithoutAnExtensionIsNotRegisteredWhateverItsFolderIsCalled) {
+    EXPECT_EQ(CaptureOf(InFolderExe(L"typelibone.exe", L"a")), 0U);
+    EXPECT_TRUE(ProgramRan());
+    EXPECT_FALSE(IsCalculatorLive());
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots())));
+}
+
+// The loader looks for a name without an extension under .dll, so the export cannot run; the library, if it
+// were taken, would make up for that.
+TEST_P(CarriedLibrary, OfAnExportingFileWithoutAnExtensionIsNotRegisteredWhateverItsFolderIsCalled) {
+    EXPECT_EQ(CaptureOf(InFolderExe(L"exporting.exe", L"a")), statusFailed);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
 }
 
 TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInThePlaceOfTheCopy) {
@@ -137,6 +156,21 @@ TEST_P(CarriedLibrary, ThatIsDamagedFailsTheProgramsRegistration) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibdamaged.exe")), statusFailed);
     EXPECT_TRUE(ProgramRan());
     EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(CarriedLibrary, ThatIsDamagedFailsTheRegistrationOfAServerWhoseExportRan) {
+    EXPECT_EQ(CaptureOf(Sample(GetParam(), L"exportingdamaged.exe")), statusFailed);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    // A first run leaves its tree, and in it what the export wrote.
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKCR\\Keyreap.Exporting"));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+TEST_P(CarriedLibrary, ThatIsGoodMakesUpForAFileThatCannotBeLoaded) {
+    const std::wstring file = Sample(GetParam(), L"exportingorphan.exe");
+    EXPECT_EQ(CaptureOf(file), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("library_alone", file)));
     EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
 }
 

@@ -28,6 +28,10 @@ RunningProgram::~RunningProgram() {
     CloseHandle(process);
 }
 
+bool RunningProgram::IsRunning() const {
+    return WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+}
+
 DWORD RunningProgram::Wait() {
     if (IsStarted() && WaitForSingleObject(process, watchdogMilliseconds) != WAIT_OBJECT_0) {
         ADD_FAILURE() << "The program did not end in time.";
@@ -42,6 +46,20 @@ void RunningProgram::Kill() {
     constexpr UINT statusOfKilled = 0xDEAD;
     TerminateProcess(process, statusOfKilled);
     WaitForSingleObject(process, watchdogMilliseconds);
+}
+
+SharedEvent::SharedEvent(const wchar_t* name) : event(CreateEventW(nullptr, TRUE, FALSE, name)) {}
+
+SharedEvent::~SharedEvent() {
+    CloseHandle(event);
+}
+
+void SharedEvent::Set() {
+    SetEvent(event);
+}
+
+void SharedEvent::Wait() const {
+    EXPECT_EQ(WaitForSingleObject(event, watchdogMilliseconds), WAIT_OBJECT_0);
 }
 
 DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory) {

@@ -16,6 +16,7 @@ public:
     ~RunningProgram();
 
     bool IsStarted() const { return process != nullptr; }
+    bool IsRunning() const;
     // The whole 32-bit exit status. A program that could not be started or did not end in time is a failure
     // of the test.
     DWORD Wait();
@@ -24,6 +25,22 @@ public:
 
 private:
     HANDLE process = nullptr;
+};
+
+// An event that a test shares with a sample by its name; not set at first.
+class SharedEvent {
+public:
+    explicit SharedEvent(const wchar_t* name);
+    SharedEvent(const SharedEvent&) = delete;
+    SharedEvent& operator=(const SharedEvent&) = delete;
+    ~SharedEvent();
+
+    void Set();
+    // An event that is not set in time is a failure of the test.
+    void Wait() const;
+
+private:
+    HANDLE event;
 };
 
 DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory = {});

@@ -124,6 +124,12 @@ bool KeyExists(HKEY root, const std::wstring& path) {
     return exists;
 }
 
+void CreateKey(HKEY root, const std::wstring& path) {
+    HKEY key = nullptr;
+    RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    RegCloseKey(key);
+}
+
 void DeleteTree(HKEY root, const std::wstring& path) {
     RegDeleteTreeW(root, path.c_str());
 }

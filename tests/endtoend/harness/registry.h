@@ -27,6 +27,7 @@ using RegistryTree = std::map<std::wstring, RegistryValues>;
 // All that lies below a key, the key included; empty if there is no such key.
 RegistryTree ReadTree(HKEY root, const std::wstring& path);
 bool KeyExists(HKEY root, const std::wstring& path);
+void CreateKey(HKEY root, const std::wstring& path);
 void DeleteTree(HKEY root, const std::wstring& path);
 // Creates the key if need be.
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
