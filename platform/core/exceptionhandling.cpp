@@ -45,11 +45,11 @@ std::wstring ErrorDescription(const _com_error& error) {
 
 void AppendHandledExceptionTrace(std::wstring& text) {
     if (const CONTEXT* context = HandledExceptionContext()) {
-        AppendStackTrace(text, context, MaxPresentedFrames);
+        AppendStackTrace(text, context, maxPresentedFrames);
     } else if (std::current_exception()) {
         CONTEXT handlerContext{};
         RtlCaptureContext(&handlerContext);
-        AppendStackTrace(text, &handlerContext, MaxPresentedFrames);
+        AppendStackTrace(text, &handlerContext, maxPresentedFrames);
     }
 }
 

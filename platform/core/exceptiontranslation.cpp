@@ -40,7 +40,7 @@ void TranslateStructuredException(unsigned int code, EXCEPTION_POINTERS* pointer
         throw SehException(L"exceptionhandling", 117, SehKind::SEH_GENERIC, L"Unidentified SEH Exception !");
     }
     std::wstring message = FaultText(code, *pointers->ExceptionRecord);
-    AppendStackTrace(message, pointers->ContextRecord, MaxPresentedFrames);
+    AppendStackTrace(message, pointers->ContextRecord, maxPresentedFrames);
     const SehKind kind = KindOf(code, *pointers->ExceptionRecord);
     message = std::wstring(L"[").append(SehKindName(kind)).append(L"] ") + message;
     TopFrameLocation location(pointers->ContextRecord);

@@ -21,11 +21,11 @@ FrameLocation SplitFrameLocation(std::wstring_view text) {
 }
 
 std::optional<FrameLocation> FirstFrameLocation(std::wstring_view trace) {
-    const std::size_t mark = trace.find(FrameLineMark);
+    const std::size_t mark = trace.find(frameLineMark);
     if (mark == std::wstring_view::npos) {
         return std::nullopt;
     }
-    return SplitFrameLocation(FirstLine(trace.substr(mark + FrameLineMark.size())));
+    return SplitFrameLocation(FirstLine(trace.substr(mark + frameLineMark.size())));
 }
 
 } // namespace keyreap

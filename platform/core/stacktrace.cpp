@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -26,22 +25,26 @@ constexpr DWORD machineType = IMAGE_FILE_MACHINE_AMD64;
 constexpr DWORD machineType = IMAGE_FILE_MACHINE_I386;
 #endif
 
-// The debug help library serves one caller at a time. Recursive, so that a fault inside the walk can be
-// reported.
-class WalkLock {
+// The debug help library serves one caller at a time: the one that holds this. The section lasts as long as
+// the process, and lets its holder in again, so that a fault inside the walk can be reported.
+class WalkTurn {
 public:
-    WalkLock() { InitializeCriticalSection(&section); }
-    void lock() { EnterCriticalSection(&section); }
-    void unlock() { LeaveCriticalSection(&section); }
+    WalkTurn() { EnterCriticalSection(&Section()); }
+    ~WalkTurn() { LeaveCriticalSection(&Section()); }
+    WalkTurn(const WalkTurn&) = delete;
+    WalkTurn& operator=(const WalkTurn&) = delete;
 
 private:
-    CRITICAL_SECTION section;
-};
+    struct MadeSection {
+        MadeSection() { InitializeCriticalSection(&section); }
+        CRITICAL_SECTION section;
+    };
 
-WalkLock& ProcessWalkLock() {
-    static WalkLock lock;
-    return lock;
-}
+    static CRITICAL_SECTION& Section() {
+        static MadeSection made;
+        return made.section;
+    }
+};
 
 ADDRESS64 FlatAddress(DWORD64 offset) {
     ADDRESS64 address = {};
@@ -158,7 +161,7 @@ void AppendFrames(std::wstring& text, const SymbolSession& symbols, CONTEXT cont
     for (int count = 0; count < maxFrames && symbols.WalkOn(frame, context); ++count) {
         text += symbols.FormatFrame(frame.AddrPC.Offset);
         if (count == maxFrames - 1) {
-            text += MoreFramesLine;
+            text += moreFramesLine;
         }
     }
 }
@@ -169,7 +172,7 @@ void AppendStackTrace(std::wstring& text, const CONTEXT* context, int maxFrames,
     if (!context || !debugHelp.IsComplete()) {
         return;
     }
-    const std::lock_guard guard(ProcessWalkLock());
+    const WalkTurn turn;
     const SymbolSession symbols(debugHelp, GetCurrentProcess());
     if (!symbols.IsReady()) {
         return;

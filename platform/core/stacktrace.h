@@ -10,7 +10,7 @@ namespace keyreap {
 
 struct DebugHelp;
 
-inline constexpr int MaxPresentedFrames = 200;
+inline constexpr int maxPresentedFrames = 200;
 
 // Appends the stack that a saved processor context stands on, one line a frame and at most maxFrames of them.
 // Does nothing for a null context, and appends nothing at all, not even the header, where the debug help

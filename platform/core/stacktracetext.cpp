@@ -46,7 +46,7 @@ std::wstring LineText(std::string_view filePath, std::uint32_t line) {
 std::wstring FrameText(std::uint64_t address, std::wstring_view functionText, std::wstring_view lineText) {
     std::wstring text = AddressText(address).append(L"  ").append(functionText);
     if (!lineText.empty()) {
-        text.append(FrameLineMark).append(lineText);
+        text.append(frameLineMark).append(lineText);
     }
     return text.append(lineEnd);
 }

@@ -8,15 +8,15 @@
 // the header alone.
 namespace keyreap {
 
-inline constexpr std::wstring_view StackTraceHeader =
+inline constexpr std::wstring_view StackTraceHeader = // NOLINT(readability-identifier-naming): the given name
     sizeof(void*) == 8 ? L"\r\n*** Stack Trace (x64) ***\r\n\r\n" : L"\r\n*** Stack Trace (x86) ***\r\n\r\n";
 
 // Stands behind the last frame that the caller allowed, whether or not the stack goes on.
-inline constexpr std::wstring_view MoreFramesLine =
+inline constexpr std::wstring_view moreFramesLine =
     L"<--------------------MORE--FRAMES-------------------->\r\n";
 
 // Stands between a frame's function and its line, and only if the line is known.
-inline constexpr std::wstring_view FrameLineMark = L" -> ";
+inline constexpr std::wstring_view frameLineMark = L" -> ";
 
 // "[0x0000000000401000]": 16 digits whatever the width of a pointer.
 std::wstring AddressText(std::uint64_t address);

@@ -21,7 +21,7 @@ std::wstring FullText(std::wstring_view kindName, const EXCEPTION_POINTERS& poin
     text += ExceptionCodeText(record.ExceptionCode) + L" at address " +
             AddressText(reinterpret_cast<std::uintptr_t>(record.ExceptionAddress)) + L"\r\n";
     if (withTrace) {
-        AppendStackTrace(text, pointers.ContextRecord, MaxPresentedFrames);
+        AppendStackTrace(text, pointers.ContextRecord, maxPresentedFrames);
     }
     return text;
 }

@@ -148,7 +148,7 @@ TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
                            L"[0x0000000000001234]\r\n" +
                            std::wstring(StackTraceHeader) + L"[0x"));
     EXPECT_THAT(exception.Message(), HasSubstr(L"exceptiontranslation_test.cpp:"));
-    EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(MoreFramesLine))));
+    EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(moreFramesLine))));
 }
 
 TEST(TopFrameLocation, OfNoContextIsTheFixedPlace) {

@@ -22,7 +22,7 @@ using testsupport::ScriptedDebugHelp;
 using testsupport::ScriptedFrame;
 
 const std::wstring header(StackTraceHeader);
-const std::wstring moreFrames(MoreFramesLine);
+const std::wstring moreFrames(moreFramesLine);
 
 std::wstring MainModuleLine() {
     return ClosingLine(reinterpret_cast<std::uintptr_t>(GetModuleHandleW(nullptr)));

@@ -11,7 +11,7 @@ TEST(StackTraceHeader, NamesTheBitnessOfTheBuild) {
 }
 
 TEST(MoreFramesLine, IsOneLine) {
-    EXPECT_EQ(MoreFramesLine, L"<--------------------MORE--FRAMES-------------------->\r\n");
+    EXPECT_EQ(moreFramesLine, L"<--------------------MORE--FRAMES-------------------->\r\n");
 }
 
 TEST(AddressText, HasSixteenDigitsForTheSmallestAndTheLargest) {
