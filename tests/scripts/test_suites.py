@@ -1,9 +1,12 @@
 """./test: which suites it runs, and how it counts them."""
 
+import os
 import re
+import signal
+import subprocess
 
 import pytest
-from conftest import ROOT, bash, run
+from conftest import ROOT, bash, processes_of, run, until
 
 SOURCE = 'ROOT="%s"; source "$ROOT/scripts/suites.sh"; ' % ROOT
 
@@ -89,6 +92,28 @@ def test_failures_crashes_and_silence_fail_and_show_their_output(ready_tree):
     assert last == "6 passed, 6 failed"
     assert "    [  FAILED  ] Rule.IsBroken (0 ms)" in result.stdout
     assert result.returncode == 1
+
+
+def hanging(**variables):
+    return dict(os.environ, KEYREAP_HANG="yes", **variables)
+
+
+def test_a_suite_that_hangs_is_ended_by_the_watchdog(ready_tree):
+    result = run(ready_tree.folder / "test", "x64/suite_good", env=hanging(KEYREAP_SUITE_LIMIT="3"))
+    assert outcome(result) == ([["FAIL", "x64/suite_good"]], "0 passed, 1 failed")
+    assert "ended by the watchdog after 3 s" in result.stdout
+
+
+def test_an_interrupt_ends_the_suites_that_run(ready_tree):
+    prefix = ready_tree.build / "wine" / "pool" / "1"
+    tests = subprocess.Popen(
+        [ready_tree.folder / "test", "x64/suite_good"], env=hanging(), stdin=subprocess.DEVNULL, start_new_session=True
+    )
+    until(lambda: len(processes_of(prefix)) > 3)
+    os.killpg(tests.pid, signal.SIGINT)
+    assert tests.wait() == 130
+    assert processes_of(prefix) == []
+    assert list(ready_tree.build.glob("share.*")) == list(ready_tree.build.glob("test.*")) == []
 
 
 def test_an_unknown_name_is_told(ready_tree):
