@@ -26,7 +26,7 @@ std::wstring FullText(std::wstring_view kindName, const EXCEPTION_POINTERS& poin
     return text;
 }
 
-void Present(const EXCEPTION_POINTERS& pointers) {
+void PresentUnhandled(const EXCEPTION_POINTERS& pointers) {
     FailurePresentation& presentation = FailurePresentation::OfProcess();
     const std::wstring kindName(ExceptionKindName(ExceptionKind::EXCEPTION_UNHANDLED));
     presentation.ShowFailure(nullptr, {LoadResourceString(messageid::unhandledFailure),
@@ -34,16 +34,34 @@ void Present(const EXCEPTION_POINTERS& pointers) {
                                        L"platform\\core\\exceptionhandling"});
 }
 
+// What the filter is at, so that a failure of the presentation is known for what it is.
+struct Presented {
+    DWORD thread = 0;
+    DWORD code = 0;
+};
+
+void EndProcess(DWORD status) {
+    TerminateProcess(GetCurrentProcess(), status);
+}
+
 } // namespace
 
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
-    if (pointers) {
-        Present(*pointers);
-        const DWORD code = pointers->ExceptionRecord->ExceptionCode;
-        if (IsCompilerExceptionCode(code)) {
-            // Handed back, such an exception would make the run time unwind a stack that has no handler.
-            TerminateProcess(GetCurrentProcess(), code);
-        }
+    if (!pointers) {
+        return EXCEPTION_EXECUTE_HANDLER;
+    }
+    static Presented presented;
+    if (presented.thread == GetCurrentThreadId()) {
+        // The presentation itself has failed, and would do so again and again.
+        EndProcess(presented.code);
+    }
+    const DWORD code = pointers->ExceptionRecord->ExceptionCode;
+    presented = {GetCurrentThreadId(), code};
+    PresentUnhandled(*pointers);
+    presented = {};
+    if (IsCompilerExceptionCode(code)) {
+        // Handed back, such an exception would make the run time unwind a stack that has no handler.
+        EndProcess(code);
     }
     return EXCEPTION_EXECUTE_HANDLER;
 }

@@ -9,6 +9,8 @@
 #include <string>
 
 #include "platform/core/exceptiontranslation.h"
+#include "platform/core/failurepresentation.h"
+#include "platform/core/failurereporter.h"
 #include "platform/core/unhandledexception.h"
 
 namespace {
@@ -54,6 +56,24 @@ void ThrowThroughNoexcept() noexcept {
     thrower();
 }
 
+class FaultingReporter : public keyreap::FailureReporter {
+public:
+    void Record(const std::wstring&, const std::wstring&, const std::wstring&) override {}
+    bool CanSend() override { return false; }
+    void Send(const std::wstring&, HWND) override {}
+    std::wstring& GetText(std::wstring& text, bool) override { return text; }
+    bool BeforeShow(HWND, const std::wstring&, const std::wstring&) override {
+        *nullPointer = 1;
+        return true;
+    }
+};
+
+void FaultTwice() {
+    static FaultingReporter reporter;
+    keyreap::FailurePresentation::OfProcess().SetFailureReporter(&reporter);
+    Divide();
+}
+
 const std::map<std::wstring, void (*)()> faults = {
     {L"read-null", [] { sink = *nullPointer; }},
     {L"read-bad", [] { sink = *badPointer; }},
@@ -66,6 +86,7 @@ const std::map<std::wstring, void (*)()> faults = {
     {L"stack-overflow", [] { sink = Recurse(&zero); }},
     {L"breakpoint", [] { RaiseException(EXCEPTION_BREAKPOINT, 0, 0, nullptr); }},
     {L"own-code", [] { RaiseException(0xE0424242, 0, 0, nullptr); }},
+    {L"while-shown", FaultTwice},
     {L"throw", Throw},
     {L"throw-noexcept", ThrowThroughNoexcept},
     {L"abort", [] { std::abort(); }},

@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultRow{L"execute-null", 0xC0000005}, FaultRow{L"execute-bad", 0xC0000005},
                     FaultRow{L"divide", 0xC0000094}, FaultRow{L"illegal", 0xC000001D},
                     FaultRow{L"stack-overflow", 0xC00000FD}, FaultRow{L"breakpoint", 0x80000003},
-                    FaultRow{L"own-code", 0xE0424242}),
+                    FaultRow{L"own-code", 0xE0424242}, FaultRow{L"while-shown", whileShown}),
     FaultName);
 
 #if !defined(_MSC_VER)
