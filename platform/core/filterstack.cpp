@@ -21,16 +21,22 @@ DWORD PageSize() {
     return system.dwPageSize;
 }
 
+bool IsGuardPage(const void* address) {
+    const MEMORY_BASIC_INFORMATION memory = MemoryAt(address);
+    return memory.State == MEM_COMMIT && (memory.Protect & PAGE_GUARD) != 0;
+}
+
 // Wine commits a stack whole and puts its guard page at the bottom for good, where the guarantee comes too
 // late; it honours one that stands higher. On Windows the guard page moves down with the stack, and none is
-// found here.
+// found at the bottom.
 void RaiseFixedGuardPage() {
     const DWORD pageSize = PageSize();
-    char* const bottom = static_cast<char*>(MemoryAt(&pageSize).AllocationBase);
-    const MEMORY_BASIC_INFORMATION second = MemoryAt(bottom + pageSize);
-    if (second.State == MEM_COMMIT && (second.Protect & PAGE_GUARD) != 0) {
+    const auto* const used = reinterpret_cast<const char*>(&pageSize);
+    char* const bottom = static_cast<char*>(MemoryAt(used).AllocationBase);
+    char* const raised = bottom + keptBytes;
+    if (IsGuardPage(bottom + pageSize) && raised + pageSize < used) {
         DWORD previous = 0;
-        VirtualProtect(bottom + keptBytes, pageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
+        VirtualProtect(raised, pageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
     }
 }
 

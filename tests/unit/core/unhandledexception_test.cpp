@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "platform/core/failurepresentation.h"
 #include "platform/core/stacktracetext.h"
 #include "tests/unit/core/capturedcontext.h"
@@ -82,6 +84,27 @@ TEST(InstallUnhandledExceptionFilter, SetsTheFilterInItsFirstCallOnly) {
     EXPECT_EQ(SetUnhandledExceptionFilter(nullptr), OnUnhandledException);
     InstallUnhandledExceptionFilter();
     EXPECT_EQ(SetUnhandledExceptionFilter(before), nullptr);
+}
+
+// What the thread has set aside so far.
+ULONG StackGuarantee() {
+    ULONG bytes = 0;
+    SetThreadStackGuarantee(&bytes);
+    return bytes;
+}
+
+TEST(InstallUnhandledExceptionFilter, KeepsStackOnEachThreadThatCallsIt) {
+    for (int i = 0; i < 2; ++i) {
+        ULONG before = 1;
+        ULONG after = 0;
+        std::thread([&before, &after] {
+            before = StackGuarantee();
+            InstallUnhandledExceptionFilter();
+            after = StackGuarantee();
+        }).join();
+        EXPECT_EQ(before, 0u);
+        EXPECT_EQ(after, 128u * 1024);
+    }
 }
 
 struct FaultRow {
