@@ -27,7 +27,7 @@ SETTINGS = r"""REGEDIT4
 "Courier New"="DejaVu Sans Mono"
 """
 
-STARTER = 'wine regedit /S "$1" && wineserver -w && shift && exec wine "$@"'
+STARTER = '/usr/bin/wine regedit /S "$1" && /usr/bin/wineserver -w && shift && exec /usr/bin/wine "$@"'
 
 
 def until(condition, what):
@@ -102,8 +102,14 @@ class Program:
         self.display.run("xdotool", "windowfocus", "--sync", desktop)
         return window
 
-    def press(self, key):
-        self.display.run("xdotool", "key", key)
+    def ends_with(self, key):
+        """Presses a key until the program has ended, since one that comes too early is lost; gives the status."""
+        def pressed_and_ended():
+            self.display.run("xdotool", "key", key)
+            time.sleep(0.5)
+            return self.process.poll() is not None
+        until(pressed_and_ended, f"the end of the program by {key}")
+        return self.process.returncode
 
     def click(self, x, y):
         self.display.run("xdotool", "mousemove", x, y, "click", 1)
