@@ -34,14 +34,18 @@ bool RootsAreRedirected() {
     return classes.Handle() != nullptr && classes.EnumSubkeys().empty();
 }
 
-// A logger that notes down whether the roots were redirected when it was started and stopped.
+// A logger that makes its log file, as the real one does, and notes down whether the roots were redirected
+// when it was started and stopped, and whether the file was there to be read.
 class WatchingTracing : public ScriptedTracing {
 public:
     bool redirectedAtStart = false;
     bool redirectedAtStop = false;
+    bool logWasThere = false;
 
     ULONG Start(TRACEHANDLE& handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override {
         redirectedAtStart = RootsAreRedirected();
+        const auto* logFile = reinterpret_cast<const std::byte*>(&properties) + properties.LogFileNameOffset;
+        testsupport::WriteBytes(reinterpret_cast<const wchar_t*>(logFile), "log");
         return ScriptedTracing::Start(handle, loggerName, properties);
     }
 
@@ -50,18 +54,23 @@ public:
         redirectedAtStop = RootsAreRedirected();
         return ScriptedTracing::Control(handle, loggerName, properties, controlCode);
     }
+
+    TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override {
+        logWasThere = GetFileAttributesW(logFile.LogFileName) != INVALID_FILE_ATTRIBUTES;
+        return ScriptedTracing::Open(logFile);
+    }
 };
 
 // Sessions on a server of the system, with a scripted logger.
 class SessionTest : public testing::Test {
 protected:
-    bool Capture(CaptureMode mode) {
-        return NativeFileRegister(WidePath(ServerPath()), WidePath(output), mode, tracing).Register();
+    bool Capture(CaptureMode mode, const wchar_t* file = L"hlink.dll") {
+        return NativeFileRegister(WidePath(SystemFile(file)), WidePath(output), mode, tracing).Register();
     }
 
-    static std::wstring ServerPath() {
+    static std::wstring SystemFile(const wchar_t* name) {
         wchar_t directory[MAX_PATH];
-        return std::wstring(directory, GetSystemDirectoryW(directory, MAX_PATH)) + L"\\hlink.dll";
+        return std::wstring(directory, GetSystemDirectoryW(directory, MAX_PATH)) + L"\\" + name;
     }
 
     std::wstring Written() const { return Utf16Document(FileBytes(output)); }
@@ -122,8 +131,26 @@ TEST_F(SessionTest, ReplayReadsTheTemporaryTreeAndNamesTheRootThatWasMeant) {
                              L"]\r\n@=\"StdHlink\"\r\n");
 }
 
+TEST_F(SessionTest, ControlSetKeysOfTheTemporaryTreeAreNoiseInModeBoth) {
+    tracing.log = TraceBuilder()
+                      .ByProcess(GetCurrentProcessId())
+                      .CreateKey(0, KernelName(L"HKLM\\SYSTEM\\CurrentControlSet\\Services"))
+                      .Events();
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_EQ(Written(), headerAlone);
+}
+
+TEST_F(SessionTest, ProgramIsTracedInModeKeyRedirTooAndNothingIsRedirected) {
+    EXPECT_TRUE(Capture(CaptureMode::keyRedir, L"hostname.exe"));
+    EXPECT_THAT(tracing.calls, Contains(testing::Truly(IsStart)));
+    EXPECT_THAT(tracing.calls, Contains(testing::Truly(IsOpen)));
+    EXPECT_FALSE(tracing.redirectedAtStart);
+    EXPECT_EQ(Written(), headerAlone);
+}
+
 TEST_F(SessionTest, EveryEndTakesTheTraceLogAway) {
     EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_TRUE(tracing.logWasThere);
     EXPECT_EQ(GetFileAttributesW(tracing.openedPath.c_str()), INVALID_FILE_ATTRIBUTES);
     EXPECT_THAT(tracing.openedPath, HasSubstr(L"ETL"));
 }
