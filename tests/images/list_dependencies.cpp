@@ -5,8 +5,8 @@
 #include "platform/core/text.h"
 
 // Usage: list_dependencies OUTPUT FILE...
-// Writes for each FILE a line with its path, and for each of its dependencies a line that begins with a tab: the
-// name, the path and the mark of a system file, parted by tabs. All of it is UTF-8.
+// Writes for each FILE a line with its path, and for each of its dependencies a line that begins with a tab:
+// the name, the path and the mark of a system file, parted by tabs. All of it is UTF-8.
 
 namespace {
 
@@ -28,7 +28,8 @@ int wmain(int count, wchar_t** arguments) {
         }
         output << Utf8(arguments[i]) << '\n';
         for (const keyreap::DependencyRecord& record : list) {
-            output << '\t' << Utf8(record.name) << '\t' << Utf8(record.path) << '\t' << record.isSystem << '\n';
+            output << '\t' << Utf8(record.name) << '\t' << Utf8(record.path) << '\t' << record.isSystem
+                   << '\n';
         }
     }
     output.flush();

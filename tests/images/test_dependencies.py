@@ -79,4 +79,4 @@ def test_walk_is_that_of_the_import_listings(results, bitness, module):
 def test_modules_are_found_in_the_folder_of_their_bitness(results, bitness):
     paths = [path for records in results[bitness]["walks"].values() for _, path, _ in records]
     assert len(set(paths)) > len(MODULES)
-    assert {path.rsplit("\\", 1)[0].lower() for path in paths if path} == {SYSTEM_FOLDERS[bitness]}
+    assert {path.rsplit("\\", 1)[0].lower() for path in paths if path} == {SYSTEM_FOLDERS[bitness].lower()}
