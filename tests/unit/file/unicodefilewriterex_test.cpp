@@ -101,6 +101,7 @@ TEST_F(UnicodeFileWriter, MissingDirectoryIsRaisedByTheFirstWriteAndNotTheConstr
     EXPECT_EQ(raised.SourceLine(), 47U);
     EXPECT_EQ(raised.SourceFile(), L"unicodefilewriterex");
     EXPECT_EQ(raised.Message(), FormatResourceString(65013, {missing}));
+    EXPECT_NE(raised.Message().find(missing), std::wstring::npos);
 }
 
 TEST_F(UnicodeFileWriter, EmptyTextWithoutAnOpenFileIsRaisedToo) {
@@ -119,6 +120,7 @@ TEST_F(UnicodeFileWriter, FailedWriteNamesTheFile) {
     const Exception raised = RaisedBy(writer, L"B");
     EXPECT_EQ(raised.SourceLine(), 50U);
     EXPECT_EQ(raised.Message(), FormatResourceString(65014, {pipe}));
+    EXPECT_NE(raised.Message().find(pipe), std::wstring::npos);
 }
 
 TEST_F(UnicodeFileWriter, TextWithoutBytesIsRaisedWithoutThePath) {

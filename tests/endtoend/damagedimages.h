@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+// Damaged images of one bitness in whole runs. Each bitness has a program of its own, for the time that it
+// takes.
+class DamagedImages : public Workbench {
+protected:
+    // Gives many damaged servers to a build of that bitness, one a run, and expects of each run a result, a
+    // failure, or the very fault with which the image ends any other host. Images that keep any host from
+    // ever coming back are left out.
+    void CaptureThem(Bitness bitness);
+
+private:
+    struct Outcomes {
+        std::uint32_t tried = 0;
+        std::uint32_t succeeded = 0;
+        std::uint32_t failed = 0;
+    };
+
+    void CaptureOne(Bitness bitness, const std::wstring& file, Outcomes& outcomes);
+};
+
+} // namespace keyreap::endtoend
