@@ -25,13 +25,19 @@ endfunction()
 
 # Names a built program as a suite of tests that ./test runs; the names end in build/<preset>/tests.txt. Tests are
 # compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers.
+# With REQUESTS the suite's Wine session has the request log.
 function(keyreap_test_suite target)
+  cmake_parse_arguments(SUITE "REQUESTS" "" "" ${ARGN})
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE -O0)
   endif()
   target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-  set_property(GLOBAL APPEND_STRING PROPERTY KEYREAP_TEST_SUITES "$<TARGET_FILE:${target}>\n")
+  set(line $<TARGET_FILE:${target}>)
+  if(SUITE_REQUESTS)
+    string(APPEND line "\trequests")
+  endif()
+  set_property(GLOBAL APPEND_STRING PROPERTY KEYREAP_TEST_SUITES "${line}\n")
 endfunction()
 
 # One program of unit tests for a room: unit_<room>. PURE and WINDOWS as for the room.

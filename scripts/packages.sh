@@ -3,12 +3,13 @@
 
 # shellcheck disable=SC2034 # setup.sh names what each level needs
 {
-    WINE_PACKAGES=(wine wine64)
+    # g++ builds the filter between Wine's server and its request log.
+    WINE_PACKAGES=(wine wine64 g++)
 
     # googletest and mingw-w64-tools belong to the one configuration of each build.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
 
-    TEST_PACKAGES=(g++ git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
 }
 
 # missing_packages PACKAGE...: those that are not fully installed, one a line.

@@ -2,14 +2,20 @@
 # shellcheck shell=bash
 # Usage: session-keeper.sh PREFIX   (started by session.sh, with the session's pipe as its input)
 # Waits until nobody holds the session's pipe any more, then ends every process of PREFIX. It has the lock of
-# the prefix as descriptor 9, so that nobody takes the prefix before that is done.
+# the prefix as descriptor 9, so that nobody takes the prefix before that is done. At the word `requests` in the
+# pipe it starts a server with its request log on; the filter behind that server ends with it.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
+# shellcheck source=scripts/requests.sh
+source "$ROOT/scripts/requests.sh"
 
 cd /
 trap '' INT TERM HUP QUIT
-read -r _ || true
+while read -r word; do
+    [[ $word != requests ]] || start_logging_server "$1"
+done
 end_prefix "$1"
+wait

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # A session is one use of a Wine prefix out of the pool: taken, made anew, used by one command, and ended.
-# Sourced after common.sh and wine.sh.
+# Sourced after common.sh, wine.sh and requests.sh.
 #
 # Two file descriptors belong to the session and to nobody that it starts:
 #   9   the lock of the prefix; the keeper has it too
@@ -78,6 +78,14 @@ renew_top() {
 show_share() {
     mkdir -p "$PREFIX/dosdevices/unc/server"
     ln -s "$(realpath -- "$1")" "$PREFIX/dosdevices/unc/server/share"
+}
+
+# log_requests: brings up a server with its request log on, before a program of the session brings up one without.
+log_requests() {
+    echo requests >&8
+    await_logging_server "$PREFIX" && return
+    end_session
+    fail "Wine's server did not come up"
 }
 
 # run_in_session COMMAND...: gives COMMAND's status. It runs in the background so that a signal to this script

@@ -10,6 +10,8 @@
 source "$ROOT/scripts/packages.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
+# shellcheck source=scripts/requests.sh
+source "$ROOT/scripts/requests.sh"
 # shellcheck source=scripts/session.sh
 source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/base.sh
@@ -54,12 +56,12 @@ level_there() {
 }
 
 wine_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && base_untouched
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && base_untouched
 }
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts"
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES"
     [[ $1 == wine ]] || program_sources
 }
 
@@ -91,5 +93,6 @@ make_level() {
 
 make_wine() {
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
+    filter_ready || step request-filter "building the filter of requests" make_filter
     base_ready || step wine-base "making the Wine prefix" make_base
 }

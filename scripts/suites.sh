@@ -2,6 +2,7 @@
 # The suites of tests: which there are, how each kind is run, and what its output counts. Sourced after
 # common.sh, build.sh and paths.sh. A suite is one line: NAME, KIND and FILE, parted by tabs.
 #   windows   a program of the build x64 or x86, run in a Wine session of its own
+#   requests  the same in a session with the request log
 #   native    a program of the builds for this machine
 #   pytest    a file tests/FOLDER/test_NAME.py
 
@@ -18,11 +19,11 @@ all_suites() {
     done
 }
 
-# program_suites KIND PRESET
+# program_suites KIND PRESET: a line of tests.txt is a program, and behind a tab its kind if that is another one.
 program_suites() {
-    local file
-    while IFS= read -r file; do
-        [[ -z $file ]] || printf '%s\t%s\t%s\n' "$2/$(basename -- "$file" .exe)" "$1" "$file"
+    local file kind
+    while IFS=$'\t' read -r file kind; do
+        [[ -z $file ]] || printf '%s\t%s\t%s\n' "$2/$(basename -- "$file" .exe)" "${kind:-$1}" "$file"
     done <"$BUILD/$2/tests.txt"
 }
 
@@ -54,8 +55,10 @@ suite_limit() {
 
 # suite_command KIND FILE SHARE: fills the array COMMAND.
 suite_command() {
+    local session=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3")
     case $1 in
-    windows) COMMAND=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3" "$WINE" "$2" --gtest_color=no) ;;
+    windows) COMMAND=("${session[@]}" "$WINE" "$2" --gtest_color=no) ;;
+    requests) COMMAND=("${session[@]}" --requests "$WINE" "$2" --gtest_color=no) ;;
     native) COMMAND=("$2" --gtest_color=no) ;;
     pytest) COMMAND=(/usr/bin/python3 -B -s -m pytest -q -p no:cacheprovider -c /dev/null --rootdir "$ROOT" "$2") ;;
     esac

@@ -7,6 +7,8 @@
 #   --empty-classes    the prefix has no registered class (nothing below HKLM\Software\Classes)
 #   --share FOLDER     FOLDER is seen as \\server\share
 #   --no-display       windows can not be opened, even if the caller has a display
+#   --requests         C:\windows\keyreap-requests.log tells what the programs ask of Wine's server, as far as a
+#                      trace needs it; the server stays until the end of the session
 #   --ready            the caller has seen to the set-up
 #
 # The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
@@ -16,12 +18,13 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 
-classes=all share='' ready=no
+classes=all share='' requests=no ready=no
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
     --share) share=${2:?--share needs a folder} && shift ;;
     --no-display) unset DISPLAY ;;
+    --requests) requests=yes ;;
     --ready) ready=yes ;;
     --) shift && break ;;
     --*) fail "wine-session.sh: unknown option $1" ;;
@@ -40,6 +43,7 @@ for signal in INT TERM HUP; do
 done
 end_prefix "$PREFIX"
 renew_prefix "$classes" "$share"
+[[ $requests == no ]] || log_requests
 status=0
 run_in_session "$@" || status=$?
 end_session

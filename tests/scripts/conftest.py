@@ -87,7 +87,8 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        shutil.copytree(ROOT / "scripts", folder / "scripts")
+        for name in ("scripts", "tools/requestfilter"):
+            shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
         for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):
             shutil.copy(ROOT / name, folder / name)
@@ -96,7 +97,7 @@ class Tree:
     def borrow_wine(self):
         """What takes long to fetch and to make comes from the project's own tree."""
         (self.build / "wine").mkdir(parents=True)
-        for name in ("modules", "base"):
+        for name in ("modules", "base", "requestfilter", "requestfilter.version"):
             subprocess.run(["cp", "-al", ROOT / "build" / "wine" / name, self.build / "wine" / name], check=True)
 
     def run(self, *words, **options):

@@ -1,0 +1,50 @@
+# shellcheck shell=bash
+# The request log of Wine's server: what all processes of a prefix ask of it, as far as a trace needs that. Sourced
+# after common.sh and wine.sh.
+#
+#   wineserver -f -d  ->  a pipe  ->  requestfilter  ->  drive_c/windows/keyreap-requests.log in the prefix
+#
+# What the pipe carries holds every process's environment and is never on disk. The server ends if nobody reads the
+# pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
+
+REQUEST_FILTER=$WINE_HOME/requestfilter
+REQUEST_FILTER_SOURCES=$ROOT/tools/requestfilter
+REQUEST_LOG=drive_c/windows/keyreap-requests.log
+
+make_filter() {
+    rm -f "$REQUEST_FILTER.version"
+    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "$REQUEST_FILTER_SOURCES"/*.cpp -o "$REQUEST_FILTER.new"
+    mv "$REQUEST_FILTER.new" "$REQUEST_FILTER"
+    filter_version >"$REQUEST_FILTER.version"
+}
+
+# filter_ready: it was built from the sources as they are.
+filter_ready() {
+    filter_there && [[ $(<"$REQUEST_FILTER.version") == "$(filter_version)" ]]
+}
+
+filter_there() {
+    [[ -x $REQUEST_FILTER && -f $REQUEST_FILTER.version ]]
+}
+
+filter_version() {
+    cat "$REQUEST_FILTER_SOURCES"/* "$ROOT/scripts/requests.sh" | cksum
+}
+
+# start_logging_server PREFIX: it stays until it is ended, however many programs come and go.
+start_logging_server() {
+    local environment
+    mapfile -t environment < <(wine_environment "$1")
+    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" -f -d -p </dev/null 2>&1 >/dev/null 9>&- |
+        "$REQUEST_FILTER" "$1/$REQUEST_LOG" >/dev/null 2>&1 9>&- &
+}
+
+# await_logging_server PREFIX: the log begins with the server's word that it is up.
+await_logging_server() {
+    local round
+    for ((round = 0; round < 1000; round++)); do
+        [[ ! -f $1/$REQUEST_LOG ]] || return 0
+        sleep 0.01
+    done
+    return 1
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace keyreap {
+
+// The file that the kept lines go to: emptied or created with the first of them, and removed with this
+// object. It holds whole lines only. Lines that could not be written are dropped, and the line LOST_LINES
+// stands in their place as soon as something can be written again.
+class KeptFile {
+public:
+    explicit KeptFile(std::string pathOfFile);
+    ~KeptFile();
+    KeptFile(const KeptFile&) = delete;
+    KeptFile& operator=(const KeptFile&) = delete;
+
+    // Writes whole lines, each with its line break. Never fails, and never waits for room.
+    void Write(std::string_view lines);
+
+    static constexpr std::string_view LOST_LINES = "lost\n";
+
+private:
+    bool Open();
+    std::size_t WriteWhatFits(std::string_view text);
+
+    std::string path;
+    int file = -1;
+    // Of the whole lines in the file, in bytes.
+    std::int64_t length = 0;
+    bool lost = false;
+};
+
+} // namespace keyreap

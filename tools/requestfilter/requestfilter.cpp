@@ -1,0 +1,58 @@
+// requestfilter FILE: reads the request log of Wine's server and writes what the trace needs of it to FILE.
+// Its end would be the server's end, and its waiting the server's waiting, so it reads on whatever becomes of
+// FILE. Ends with 0 at the end of the input, with 2 if it was called otherwise.
+#include <cerrno>
+#include <csignal>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tools/requestfilter/keptfile.h"
+#include "tools/requestfilter/requestlines.h"
+
+namespace {
+
+// As much as a pipe may hold without privileges.
+constexpr int PIECE_SIZE = 1 << 20;
+
+void IgnoreSignals() {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ}) {
+        std::signal(number, SIG_IGN);
+    }
+}
+
+// The next piece of the input: 0 bytes at its end.
+std::size_t ReadPiece(std::vector<char>& piece) {
+    ssize_t length = 0;
+    do {
+        length = read(STDIN_FILENO, piece.data(), piece.size());
+    } while (length < 0 && errno == EINTR);
+    return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+void Filter(keyreap::KeptFile& file) {
+    keyreap::RequestLines requests;
+    std::vector<char> piece(PIECE_SIZE);
+    std::string kept;
+    while (const std::size_t length = ReadPiece(piece)) {
+        requests.Take({piece.data(), length}, kept);
+        file.Write(kept);
+        kept.clear();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: requestfilter FILE\n";
+        return 2;
+    }
+    IgnoreSignals();
+    fcntl(STDIN_FILENO, F_SETPIPE_SZ, PIECE_SIZE);
+    keyreap::KeptFile file(argv[1]);
+    Filter(file);
+}

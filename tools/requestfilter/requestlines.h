@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace keyreap {
+
+// The most of a line that is looked at. A longer one counts as its first MAX_LINE_LENGTH bytes.
+inline constexpr std::size_t MAX_LINE_LENGTH = 1 << 20;
+
+// Appends what is kept of a line of the server's request log, without its line break, to `kept` and ends it
+// with one; appends nothing if the line isn't kept. Kept are requests and replies about keys, handles,
+// processes, threads and image mappings, the ends of threads and processes, and the server's word that it is
+// up. The data of values and what a new process gets to know (its environment, its command line) are left
+// out.
+void AppendKeptPart(std::string_view line, std::string& kept);
+
+// Parts the log, which comes in pieces of any size, into its lines.
+class RequestLines {
+public:
+    // Appends what is kept of the lines that `piece` ends to `kept`.
+    void Take(std::string_view piece, std::string& kept);
+
+private:
+    void Begin(std::string_view head);
+
+    // The beginning of a line whose end has not come.
+    std::string begun;
+};
+
+} // namespace keyreap
