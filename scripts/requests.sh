@@ -2,8 +2,9 @@
 # The request log of Wine's server: what all processes of a prefix ask of it, as far as a trace needs that. Sourced
 # after common.sh and wine.sh.
 #
-#   wineserver -f -d  ->  a pipe  ->  requestfilter  ->  drive_c/windows/keyreap-requests.log in the prefix
+#   wineserver -f -d2  ->  a pipe  ->  requestfilter  ->  drive_c/windows/keyreap-requests.log in the prefix
 #
+# -d2 and not -d, since then the server also tells which key it found or made under the name that was asked for.
 # What the pipe carries holds every process's environment and is never on disk. The server ends if nobody reads the
 # pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
 
@@ -35,7 +36,7 @@ filter_version() {
 start_logging_server() {
     local environment
     mapfile -t environment < <(wine_environment "$1")
-    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" -f -d -p </dev/null 2>&1 >/dev/null 9>&- |
+    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 9>&- |
         "$REQUEST_FILTER" "$1/$REQUEST_LOG" >/dev/null 2>&1 9>&- &
 }
 

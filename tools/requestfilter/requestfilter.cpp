@@ -3,6 +3,8 @@
 // FILE. Ends with 0 at the end of the input, with 2 if it was called otherwise.
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -33,13 +35,41 @@ std::size_t ReadPiece(std::vector<char>& piece) {
     return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
+// By the clock and in the unit of Wine's performance counter.
+std::int64_t Now() {
+    constexpr std::int64_t TICKS_A_SECOND = 10'000'000;
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC_RAW, &now);
+    return now.tv_sec * TICKS_A_SECOND + now.tv_nsec * TICKS_A_SECOND / 1'000'000'000;
+}
+
+// Tells when the lines behind it were read, but not for every few lines anew.
+class ClockLine {
+public:
+    std::string Next() {
+        constexpr std::int64_t STEP = 10'000; // a millisecond
+        const std::int64_t now = Now();
+        if (now - told < STEP) {
+            return {};
+        }
+        told = now;
+        return "time " + std::to_string(now) + '\n';
+    }
+
+private:
+    std::int64_t told = 0;
+};
+
 void Filter(keyreap::KeptFile& file) {
     keyreap::RequestLines requests;
     std::vector<char> piece(PIECE_SIZE);
     std::string kept;
+    ClockLine clock;
     while (const std::size_t length = ReadPiece(piece)) {
         requests.Take({piece.data(), length}, kept);
-        file.Write(kept);
+        if (!kept.empty()) {
+            file.Write(clock.Next() + kept);
+        }
         kept.clear();
     }
 }

@@ -13,19 +13,31 @@ struct KeptRequest {
 };
 
 // By name, for the search.
-constexpr std::array<KeptRequest, 21> KEPT_REQUESTS = {{
-    {"close_handle"},         {"create_key"},        {"delete_key"},
-    {"delete_key_value"},     {"dup_handle"},        {"get_mapping_info"},
-    {"get_new_process_info"}, {"init_first_thread"}, {"init_process_done"},
-    {"init_thread"},          {"load_registry"},     {"new_process", ", info={"},
-    {"new_thread"},           {"open_key"},          {"open_process"},
-    {"open_thread"},          {"rename_key"},        {"set_key_value", ", data={"},
-    {"terminate_process"},    {"terminate_thread"},  {"unload_registry"},
+constexpr std::array<KeptRequest, 16> KEPT_REQUESTS = {{
+    {"close_handle"},
+    {"create_key"},
+    {"delete_key"},
+    {"delete_key_value"},
+    {"dup_handle"},
+    {"get_key_value", ", data={"},
+    {"get_mapping_info"},
+    {"get_process_debug_info"},
+    {"init_first_thread"},
+    {"new_process", ", info={"},
+    {"new_thread"},
+    {"open_key"},
+    {"open_process"},
+    {"rename_key"},
+    {"set_handle_info"},
+    {"set_key_value", ", data={"},
 }};
 static_assert(std::ranges::is_sorted(KEPT_REQUESTS, {}, &KeptRequest::name));
 
 // What the server reports by itself.
 constexpr std::array<std::string_view, 2> KEPT_EVENTS = {"*killed*", "*process killed*"};
+
+// What it says of a key that it opened or made, under its real name, between the request and the reply.
+constexpr std::array<std::string_view, 2> KEPT_PATHS = {"Open key ", "Create key "};
 
 // What it says when programs can reach it.
 constexpr std::string_view SERVER_IS_UP = "wineserver: starting";
@@ -62,10 +74,18 @@ bool IsKeptEvent(std::string_view text) {
     return std::ranges::any_of(KEPT_EVENTS, [&](std::string_view event) { return text.starts_with(event); });
 }
 
+bool IsKeptLine(std::string_view line) {
+    return line.starts_with(SERVER_IS_UP) ||
+           std::ranges::any_of(KEPT_PATHS, [&](std::string_view start) { return line.starts_with(start); });
+}
+
 void AppendWithoutPrivatePart(std::string_view line, std::string_view privateFrom, std::string& kept) {
     const std::size_t end = FindOutsideNames(line, privateFrom);
     kept += line.substr(0, end);
-    kept += end < line.size() ? " )\n" : "\n";
+    if (end < line.size()) {
+        kept += line.back() == '}' ? " }" : " )";
+    }
+    kept += '\n';
 }
 
 } // namespace
@@ -75,7 +95,7 @@ void AppendKeptPart(std::string_view line, std::string& kept) {
     const KeptRequest* request = FindKept(text.substr(0, text.find('(')));
     if (request != nullptr && !request->privateFrom.empty()) {
         AppendWithoutPrivatePart(line, request->privateFrom, kept);
-    } else if (request != nullptr || IsKeptEvent(text) || line.starts_with(SERVER_IS_UP)) {
+    } else if (request != nullptr || IsKeptEvent(text) || IsKeptLine(line)) {
         kept.append(line).push_back('\n');
     }
 }
