@@ -1,5 +1,7 @@
 #include "trace/eventtracing.h"
 
+#include "trace/wineeventtracing.h"
+
 namespace keyreap {
 
 namespace {
@@ -33,30 +35,10 @@ ULONG SystemEventTracing::Close(TRACEHANDLE handle) {
     return CloseTrace(handle);
 }
 
-ULONG NoEventTracing::Start(TRACEHANDLE&, const wchar_t*, EVENT_TRACE_PROPERTIES&) {
-    return ERROR_NOT_SUPPORTED;
-}
-
-ULONG NoEventTracing::Control(TRACEHANDLE, const wchar_t*, EVENT_TRACE_PROPERTIES&, ULONG) {
-    return ERROR_NOT_SUPPORTED;
-}
-
-TRACEHANDLE NoEventTracing::Open(EVENT_TRACE_LOGFILEW&) {
-    return INVALID_PROCESSTRACE_HANDLE;
-}
-
-ULONG NoEventTracing::Process(TRACEHANDLE) {
-    return ERROR_NOT_SUPPORTED;
-}
-
-ULONG NoEventTracing::Close(TRACEHANDLE) {
-    return ERROR_INVALID_HANDLE;
-}
-
 EventTracing& HostEventTracing() {
     static SystemEventTracing system;
-    static NoEventTracing none;
-    static EventTracing& host = RunsOnWine() ? static_cast<EventTracing&>(none) : system;
+    static WineEventTracing wine;
+    static EventTracing& host = RunsOnWine() ? static_cast<EventTracing&>(wine) : system;
     return host;
 }
 

@@ -36,19 +36,8 @@ public:
     ULONG Close(TRACEHANDLE handle) override;
 };
 
-// No tracing at all: nothing starts, with ERROR_NOT_SUPPORTED, and no log opens.
-class NoEventTracing : public EventTracing {
-public:
-    ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
-    ULONG Control(TRACEHANDLE session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
-                  ULONG controlCode) override;
-    TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override;
-    ULONG Process(TRACEHANDLE log) override;
-    ULONG Close(TRACEHANDLE handle) override;
-};
-
 // What this host offers: the system's on Windows. Wine's entry points report success and record nothing, so
-// there it is NoEventTracing, and a session falls back to the other way of capturing.
+// there it is WineEventTracing.
 EventTracing& HostEventTracing();
 
 } // namespace keyreap

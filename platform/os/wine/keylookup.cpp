@@ -1,0 +1,127 @@
+#include "platform/os/wine/keylookup.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view node = L"Wow6432Node";
+constexpr std::wstring_view sharedNode = L"\\REGISTRY\\Machine\\Software\\Classes\\Wow6432Node";
+constexpr int mostLinks = 32; // a chain of links that goes round ends here
+
+wchar_t Fold(wchar_t unit) {
+    return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + (L'a' - L'A')) : unit;
+}
+
+// Takes the first component off the front of a name, with the backslashes behind it.
+std::wstring_view TakeComponent(std::wstring_view& name) {
+    const std::size_t end = std::min(name.find(L'\\'), name.size());
+    const std::wstring_view component = name.substr(0, end);
+    name.remove_prefix(std::min(name.find_first_not_of(L'\\', end), name.size()));
+    return component;
+}
+
+bool BeginsWithNode(std::wstring_view name) {
+    return SameKeyText(TakeComponent(name), node);
+}
+
+std::wstring Join(std::wstring_view path, std::wstring_view component) {
+    std::wstring joined(path);
+    joined += L'\\';
+    joined += component;
+    return joined;
+}
+
+std::wstring ParentPath(const std::wstring& path) {
+    return path.substr(0, path.rfind(L'\\'));
+}
+
+bool IsShared(std::wstring_view path) {
+    return SameKeyText(path, sharedNode);
+}
+
+bool HasNode(const std::wstring& path, KeyFacts& facts) {
+    const std::size_t last = path.rfind(L'\\');
+    const bool isNode =
+        last != std::wstring::npos && SameKeyText(std::wstring_view(path).substr(last + 1), node);
+    return !isNode && facts.Exists(Join(path, node));
+}
+
+std::wstring FollowLinks(std::wstring path, bool redirected, bool last, KeyFacts& facts) {
+    for (int count = 0; count < mostLinks; ++count) {
+        const auto target = facts.LinkTarget(path);
+        if (!target) {
+            return path;
+        }
+        path = *target;
+        if (last && redirected && IsShared(path)) {
+            path = ParentPath(path);
+        }
+    }
+    return path;
+}
+
+// The place in the 32-bit tree that corresponds to a key, which is the key itself if there is none.
+std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
+    std::wstring above = path;
+    std::wstring below;
+    while (above.size() > 1) {
+        if (HasNode(above, facts)) {
+            const std::wstring inNode = Join(above, node) + below;
+            return facts.Exists(inNode) ? inNode : path;
+        }
+        const std::size_t last = above.rfind(L'\\');
+        if (SameKeyText(std::wstring_view(above).substr(last + 1), node)) {
+            return path;
+        }
+        below.insert(0, above, last, std::wstring::npos);
+        above.resize(last);
+    }
+    return path;
+}
+
+std::wstring StartingKey(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
+    if (!view.redirected || parent.empty() || BeginsWithNode(name)) {
+        return parent;
+    }
+    const std::wstring inNode = CorrespondingNode(parent, facts);
+    return view.asks32 || IsShared(inNode) ? inNode : parent;
+}
+
+// One component further; what the shared node of the classes hasn't got is looked for beside it.
+std::wstring Step(const std::wstring& path, std::wstring_view component, bool redirected, KeyFacts& facts) {
+    if (redirected && IsShared(path) && !facts.Exists(Join(path, component))) {
+        return Join(ParentPath(path), component);
+    }
+    return Join(path, component);
+}
+
+} // namespace
+
+bool SameKeyText(std::wstring_view a, std::wstring_view b) {
+    return std::ranges::equal(a, b, {}, Fold, Fold);
+}
+
+std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
+    std::wstring path = StartingKey(parent, name, view, facts);
+    name.remove_prefix(std::min(name.find_first_not_of(L'\\'), name.size()));
+    while (!name.empty()) {
+        path = Step(path, TakeComponent(name), view.redirected, facts);
+        if (name.empty()) {
+            break;
+        }
+        if (view.redirected && !BeginsWithNode(name) && HasNode(path, facts)) {
+            path = Join(path, node);
+        }
+        path = FollowLinks(path, view.redirected, false, facts);
+    }
+    path = FollowLinks(path, view.redirected, true, facts);
+    if (view.redirected && HasNode(path, facts) && !IsShared(Join(path, node))) {
+        path = Join(path, node);
+    }
+    return path;
+}
+
+} // namespace keyreap

@@ -1,0 +1,107 @@
+#include "platform/os/wine/requestlog.h"
+
+#include <windows.h>
+
+#include <array>
+
+#include "platform/os/wine/nativeregistry.h"
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
+constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line
+constexpr DWORD pause = 1;                                       // milliseconds between two looks
+
+std::wstring LogPath() {
+    std::array<wchar_t, MAX_PATH> folder{};
+    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
+    return std::wstring(folder.data(), length < folder.size() ? length : 0) + std::wstring(logName);
+}
+
+// A name that nobody opens but to be found in the log.
+std::wstring NextMark() {
+    static unsigned count = 0;
+    return L"\\REGISTRY\\Keyreap mark " + std::to_wstring(GetCurrentProcessId()) + L' ' +
+           std::to_wstring(++count);
+}
+
+// Hands everything on up to the mark.
+class MarkFinder : public KeyRequestListener {
+public:
+    MarkFinder(KeyRequestListener* listener, std::wstring_view wanted) : next(listener), mark(wanted) {}
+
+    void OnKeyRequest(const KeyRequest& request) override {
+        if (next && !found) {
+            next->OnKeyRequest(request);
+        }
+    }
+    void OnLostLines() override {
+        if (next) {
+            next->OnLostLines();
+        }
+    }
+    void OnMissingKey(const std::wstring& name) override { found = found || name == mark; }
+
+    bool Found() const { return found; }
+
+private:
+    KeyRequestListener* next;
+    std::wstring_view mark;
+    bool found = false;
+};
+
+} // namespace
+
+bool RequestLog::Open() {
+    if (!file.Valid()) {
+        file = OwnedFile(CreateFileW(LogPath().c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+    return file.Valid();
+}
+
+bool RequestLog::ReadSome() {
+    constexpr std::size_t chunk = 256 * 1024;
+    const std::size_t size = unread.size();
+    unread.resize(size + chunk);
+    DWORD got = 0;
+    if (!ReadFile(file.Get(), unread.data() + size, static_cast<DWORD>(chunk), &got, nullptr)) {
+        got = 0;
+    }
+    unread.resize(size + got);
+    return got != 0;
+}
+
+bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark) {
+    MarkFinder finder(listener, mark);
+    std::size_t start = 0;
+    std::size_t end = 0;
+    while (!finder.Found() && (end = unread.find('\n', start)) != std::string::npos) {
+        tracker.Feed(std::string_view(unread).substr(start, end - start), &finder);
+        start = end + 1;
+    }
+    unread.erase(0, start);
+    return finder.Found();
+}
+
+bool RequestLog::ReadToNow(KeyRequestListener* listener) {
+    facts.Forget();
+    const std::wstring mark = NextMark();
+    LookAtNativeKey(mark);
+    ULONGLONG lastGrowth = GetTickCount64();
+    while (!FeedLines(listener, mark)) {
+        if (ReadSome()) {
+            lastGrowth = GetTickCount64();
+        } else if (GetTickCount64() - lastGrowth >= patience) {
+            return false;
+        } else {
+            Sleep(pause);
+        }
+    }
+    return true;
+}
+
+} // namespace keyreap

@@ -1,0 +1,111 @@
+#include "platform/os/wine/requestlogger.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "platform/os/wine/etlfile.h"
+#include "platform/os/wine/etlwriter.h"
+#include "platform/os/wine/requestrecorder.h"
+
+namespace keyreap {
+
+namespace {
+
+std::int64_t PerformanceCounter() {
+    LARGE_INTEGER now{};
+    QueryPerformanceCounter(&now);
+    return now.QuadPart;
+}
+
+std::int64_t SystemTime() {
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    return static_cast<std::int64_t>((static_cast<std::uint64_t>(now.dwHighDateTime) << 32) |
+                                     now.dwLowDateTime);
+}
+
+EtlLogHeader HeaderOf(const LoggerSession& session, std::int64_t startSystemTime) {
+    LARGE_INTEGER frequency{};
+    QueryPerformanceFrequency(&frequency);
+    EtlLogHeader header;
+    header.loggerName = session.name;
+    header.logFileName = session.logFile;
+    header.maximumFileSize = session.maximumFileSize;
+    header.logFileMode = session.logFileMode;
+    header.perfFreq = frequency.QuadPart;
+    header.startTime = startSystemTime;
+    return header;
+}
+
+// The mutex that stands for a session of this name, or null with the system's error if one runs.
+OwnedHandle TakeSession(std::wstring name) {
+    std::ranges::replace(name, L'\\', L'/');
+    OwnedHandle mutex(CreateMutexW(nullptr, FALSE, (L"Global\\Keyreap logger " + name).c_str()));
+    if (mutex.Valid() && GetLastError() == ERROR_ALREADY_EXISTS) {
+        mutex = OwnedHandle();
+        SetLastError(ERROR_ALREADY_EXISTS);
+    }
+    return mutex;
+}
+
+// The file is there from the start, as on Windows, but open only while it is written: no child of a target
+// inherits it.
+DWORD MakeFile(const std::wstring& path) {
+    const OwnedFile file(
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.Valid() ? ERROR_SUCCESS : GetLastError();
+}
+
+} // namespace
+
+std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
+    if (!requests.Open()) {
+        return ERROR_NOT_SUPPORTED;
+    }
+    Running starting;
+    starting.session = asked;
+    starting.owner = TakeSession(asked.name);
+    if (!starting.owner.Valid()) {
+        return GetLastError();
+    }
+    if (const DWORD status = MakeFile(asked.logFile); status != ERROR_SUCCESS) {
+        return status;
+    }
+    if (!requests.ReadToNow(nullptr)) {
+        DeleteFileW(asked.logFile.c_str());
+        return ERROR_TIMEOUT;
+    }
+    starting.startTime = PerformanceCounter();
+    starting.startSystemTime = SystemTime();
+    running = std::move(starting);
+    return ERROR_SUCCESS;
+}
+
+std::uint32_t RequestLogger::Stop() {
+    if (!running) {
+        return ERROR_WMI_INSTANCE_NOT_FOUND;
+    }
+    const Running ended = std::move(*running);
+    running.reset();
+    return WriteLog(ended);
+}
+
+std::uint32_t RequestLogger::WriteLog(const Running& ended) {
+    EtlFileSink sink{std::filesystem::path(ended.session.logFile)};
+    EtlWriter writer(sink, HeaderOf(ended.session, ended.startSystemTime));
+    RequestRecorder recorder(writer, requests.Facts(), ended.startTime);
+    bool written = writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
+    const bool complete = requests.ReadToNow(&recorder);
+    recorder.RunDown(requests.Tracker());
+    written = writer.Finish(SystemTime()) && written;
+    written = sink.Close() && written;
+    if (!complete) {
+        return ERROR_TIMEOUT;
+    }
+    return written && recorder.Complete() && !recorder.LostLines() ? ERROR_SUCCESS : ERROR_DISK_FULL;
+}
+
+} // namespace keyreap

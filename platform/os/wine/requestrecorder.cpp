@@ -1,0 +1,105 @@
+#include "platform/os/wine/requestrecorder.h"
+
+#include <algorithm>
+
+#include "platform/os/wine/registryeventtype.h"
+
+namespace keyreap {
+
+namespace {
+
+// Made up, in the shape of the addresses of the kernel's paged pool.
+constexpr std::uint64_t firstBlock = 0xFFFFA000'00000000;
+constexpr std::uint64_t blockSize = 0x100;
+
+std::wstring Folded(std::wstring path) {
+    std::ranges::transform(path, path.begin(), [](wchar_t unit) {
+        return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + (L'a' - L'A')) : unit;
+    });
+    return path;
+}
+
+// Whether the name below the parent, as asked, is the whole way to the path: no link and no Wow6432Node lies
+// between.
+bool IsPlainName(const std::wstring& parent, const std::wstring& name, const std::wstring& path) {
+    return path.size() == parent.size() + 1 + name.size() && path[parent.size()] == L'\\' &&
+           SameKeyText(std::wstring_view(path).substr(parent.size() + 1), name) &&
+           SameKeyText(std::wstring_view(path).substr(0, parent.size()), parent);
+}
+
+} // namespace
+
+void RequestRecorder::OnKeyRequest(const KeyRequest& request) {
+    EtlRegistryEvent event;
+    event.type = request.type;
+    event.time = std::max(request.time, startTime);
+    event.initialTime = event.time;
+    event.processId = request.processId;
+    event.threadId = request.threadId;
+    event.status = request.status;
+    if (request.type == registryCreate || request.type == registryOpen) {
+        WriteCreateOrOpen(request, event);
+        return;
+    }
+    event.keyHandle = BlockOf(request.key->Path(facts)).address;
+    event.keyName = request.name;
+    Write(event);
+}
+
+void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEvent event) {
+    const std::wstring parent = request.parent ? request.parent->Path(facts) : std::wstring();
+    std::wstring name = request.name;
+    bool relative = request.parent != nullptr;
+    if (request.key) {
+        const std::wstring& path = request.key->Path(facts);
+        ControlBlock& block = BlockOf(path);
+        if (!block.named) {
+            NameBlock(registryKcbCreate, block, event);
+        }
+        if (relative ? !IsPlainName(parent, name, path) : !SameKeyText(name, path)) {
+            name = path;
+            relative = false;
+        }
+    }
+    event.keyHandle = relative ? BlockOf(parent).address : 0;
+    event.keyName = name;
+    Write(event);
+}
+
+RequestRecorder::ControlBlock& RequestRecorder::BlockOf(const std::wstring& path) {
+    ControlBlock& block = blocks[Folded(path)];
+    if (block.address == 0) {
+        block.address = firstBlock + blocks.size() * blockSize;
+        block.path = path;
+    }
+    return block;
+}
+
+void RequestRecorder::NameBlock(std::uint8_t type, ControlBlock& block, EtlRegistryEvent event) {
+    event.type = type;
+    event.status = 0;
+    event.keyHandle = block.address;
+    event.keyName = block.path;
+    block.named = true;
+    Write(event);
+}
+
+void RequestRecorder::RunDown(const RequestTracker& tracker) {
+    EtlRegistryEvent event;
+    event.time = std::max(tracker.Time(), startTime);
+    event.initialTime = event.time;
+    for (const auto& [address, key] : tracker.OpenKeys()) {
+        NameBlock(registryKcbRundownEnd, BlockOf(key->Path(facts)), event);
+    }
+    for (auto& [path, block] : blocks) {
+        if (!block.named) {
+            NameBlock(registryKcbRundownEnd, block, event);
+        }
+    }
+}
+
+void RequestRecorder::Write(const EtlRegistryEvent& event) {
+    failed = !writer.Write(event) || failed;
+}
+
+} // namespace keyreap

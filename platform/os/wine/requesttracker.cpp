@@ -1,0 +1,353 @@
+#include "platform/os/wine/requesttracker.h"
+
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/wine/requeststatus.h"
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::uint32_t currentProcess = 0xFFFFFFFF;   // NtCurrentProcess, cut to 32 bits
+constexpr std::uint32_t keyWow64_64Key = 0x0100;       // winnt.h
+constexpr std::uint32_t keyWow64_32Key = 0x0200;       // winnt.h
+constexpr std::uint32_t objInherit = 0x2;              // ntdef.h
+constexpr std::uint32_t inheritHandles = 0x4;          // PROCESS_CREATE_FLAGS_INHERIT_HANDLES, ntpsapi
+constexpr std::uint32_t handleFlagInherit = 0x1;       // winbase.h
+constexpr std::uint32_t duplicateCloseSource = 0x1;    // winnt.h
+constexpr std::uint32_t duplicateSameAttributes = 0x4; // ntobapi
+constexpr std::uint16_t machineI386 = 0x014C;          // winnt.h
+
+constexpr std::string_view createRequest = "create_key";
+constexpr std::string_view deleteRequest = "delete_key";
+constexpr std::string_view setRequest = "set_key_value";
+constexpr std::string_view deleteValueRequest = "delete_key_value";
+
+std::uint8_t ChangeType(std::string_view name) {
+    if (name == deleteRequest) {
+        return registryDelete;
+    }
+    if (name == setRequest) {
+        return registrySetValue;
+    }
+    return name == deleteValueRequest ? registryDeleteValue : registryQueryValue;
+}
+
+// What a request to create or open a key asks for; the two tell it in different places.
+struct AskedKey {
+    std::uint32_t parent = 0;
+    std::uint32_t attributes = 0;
+    std::uint32_t access = 0;
+    std::wstring name;
+};
+
+AskedKey ReadAskedKey(std::string_view fields, bool creates) {
+    AskedKey asked;
+    asked.access = NumberField(fields, "access");
+    if (creates) {
+        const std::string_view objattr = FindField(fields, "objattr").value_or(std::string_view());
+        asked.parent = NumberField(objattr, "rootdir");
+        asked.attributes = NumberField(objattr, "attributes");
+        asked.name = TextField(objattr, "name");
+    } else {
+        asked.parent = NumberField(fields, "parent");
+        asked.attributes = NumberField(fields, "attributes");
+        asked.name = TextField(fields, "name");
+    }
+    return asked;
+}
+
+KeyView ViewOf(const ServerProcess& process, std::uint32_t access) {
+    const bool wow = process.machine == machineI386;
+    return {wow && (access & keyWow64_64Key) == 0, wow && (access & keyWow64_32Key) != 0};
+}
+
+std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint32_t handle) {
+    const auto found = process.handles.find(handle);
+    return found == process.handles.end() ? nullptr : found->second.key;
+}
+
+ServerHandle ProcessHandle(std::uint32_t processId) {
+    ServerHandle handle;
+    handle.processId = processId;
+    return handle;
+}
+
+std::int64_t ParseTime(std::string_view digits) {
+    std::int64_t time = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), time);
+    return time;
+}
+
+} // namespace
+
+RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
+    static constexpr std::array<std::pair<std::string_view, Action>, 16> actions{{
+        {createRequest, &RequestTracker::CreateOrOpenKey},
+        {"open_key", &RequestTracker::CreateOrOpenKey},
+        {deleteRequest, &RequestTracker::ChangeKey},
+        {setRequest, &RequestTracker::ChangeKey},
+        {deleteValueRequest, &RequestTracker::ChangeKey},
+        {"get_key_value", &RequestTracker::ChangeKey},
+        {"rename_key", &RequestTracker::RenameKey},
+        {"close_handle", &RequestTracker::CloseHandle},
+        {"dup_handle", &RequestTracker::DuplicateHandle},
+        {"set_handle_info", &RequestTracker::MarkHandle},
+        {"new_process", &RequestTracker::StartProcess},
+        {"new_thread", &RequestTracker::StartThread},
+        {"init_first_thread", &RequestTracker::StartFirstThread},
+        {"open_process", &RequestTracker::OpenProcess},
+        {"get_mapping_info", &RequestTracker::MapImage},
+        {"get_process_debug_info", &RequestTracker::EndStart},
+    }};
+    for (const auto& [known, action] : actions) {
+        if (known == name) {
+            return action;
+        }
+    }
+    return nullptr;
+}
+
+void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
+    const auto parsed = ParseRequestLine(line);
+    if (!parsed) {
+        return;
+    }
+    switch (parsed->kind) {
+    case RequestLine::Kind::request:
+        TakeRequest(*parsed);
+        break;
+    case RequestLine::Kind::reply:
+        TakeReply(*parsed, listener);
+        break;
+    case RequestLine::Kind::keyPath:
+        if (const auto waiting = pending.find(lastThread); waiting != pending.end()) {
+            waiting->second.realPath = L'\\' + UnescapeServerText(parsed->fields);
+        }
+        break;
+    case RequestLine::Kind::threadEnd:
+        pending.erase(parsed->id);
+        processes.EndThread(parsed->id);
+        break;
+    case RequestLine::Kind::processEnd:
+        processes.End(parsed->id);
+        break;
+    case RequestLine::Kind::clock:
+        time = ParseTime(parsed->fields);
+        break;
+    case RequestLine::Kind::lost:
+        if (listener) {
+            listener->OnLostLines();
+        }
+        break;
+    }
+}
+
+void RequestTracker::TakeRequest(const RequestLine& line) {
+    Pending& waiting = pending[line.id];
+    waiting.name = line.name;
+    waiting.fields = line.fields;
+    waiting.realPath.clear();
+    lastThread = line.id;
+}
+
+void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* listener) {
+    const auto waiting = pending.find(line.id);
+    if (waiting == pending.end() || waiting->second.name != line.name) {
+        return;
+    }
+    const Pending request = std::move(waiting->second);
+    pending.erase(waiting);
+    if (const Action action = ActionFor(line.name)) {
+        const std::uint32_t processId = processes.ProcessOf(line.id);
+        (this->*action)(
+            {request, line, processes.Process(processId), processId, ServerStatus(line.status), listener});
+    }
+}
+
+void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
+    if (!answered.listener || !answered.process.started) {
+        return;
+    }
+    request.processId = answered.processId;
+    request.threadId = answered.reply.id;
+    request.status = answered.status == statusObjectNameExists ? 0 : answered.status;
+    request.time = time;
+    answered.listener->OnKeyRequest(request);
+}
+
+void RequestTracker::CreateOrOpenKey(const Answered& answered) {
+    const bool creates = answered.request.name == createRequest;
+    AskedKey asked = ReadAskedKey(answered.request.fields, creates);
+    KeyRequest request;
+    request.type = creates ? registryCreate : registryOpen;
+    request.parent = KeyBehind(answered.process, asked.parent);
+    request.name = asked.name;
+    const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
+    if (handle != 0) {
+        request.key = answered.request.realPath.empty()
+                          ? std::make_shared<const OpenKey>(request.parent, std::move(asked.name),
+                                                            ViewOf(answered.process, asked.access))
+                          : std::make_shared<const OpenKey>(answered.request.realPath);
+        answered.process.handles[handle] = {request.key, 0, (asked.attributes & objInherit) != 0};
+    } else if (!creates && asked.parent == 0 && answered.listener) {
+        answered.listener->OnMissingKey(request.name);
+    }
+    Tell(answered, std::move(request));
+}
+
+void RequestTracker::ChangeKey(const Answered& answered) {
+    KeyRequest request;
+    request.type = ChangeType(answered.request.name);
+    request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));
+    request.name = TextField(answered.request.fields, "name");
+    if (request.key) {
+        Tell(answered, std::move(request));
+    }
+}
+
+void RequestTracker::RenameKey(const Answered& answered) {
+    KeyRequest request;
+    request.type = registrySetInformation;
+    request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));
+    if (!request.key) {
+        return;
+    }
+    Tell(answered, request);
+    if (answered.status == 0) {
+        const std::wstring from = request.key->Path(facts);
+        const std::wstring to =
+            from.substr(0, from.rfind(L'\\') + 1) + TextField(answered.request.fields, "name");
+        for (const auto& [address, key] : OpenKeys()) {
+            const std::wstring path = key->Path(facts);
+            if (path.starts_with(from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
+                key->Move(to + path.substr(from.size()));
+            }
+        }
+    }
+}
+
+void RequestTracker::CloseHandle(const Answered& answered) {
+    const auto handle = answered.process.handles.find(NumberField(answered.request.fields, "handle"));
+    if (answered.status != 0 || handle == answered.process.handles.end()) {
+        return;
+    }
+    KeyRequest request;
+    request.type = registryClose;
+    request.key = handle->second.key;
+    answered.process.handles.erase(handle);
+    if (request.key) {
+        Tell(answered, std::move(request));
+    }
+}
+
+std::uint32_t RequestTracker::ProcessBehind(const Answered& answered, std::uint32_t handle) const {
+    if (handle == currentProcess) {
+        return answered.processId;
+    }
+    const auto found = answered.process.handles.find(handle);
+    return found == answered.process.handles.end() ? 0 : found->second.processId;
+}
+
+void RequestTracker::DuplicateHandle(const Answered& answered) {
+    const std::string_view fields = answered.request.fields;
+    const std::uint32_t sourceId = ProcessBehind(answered, NumberField(fields, "src_process"));
+    ServerProcess* const source = processes.Find(sourceId);
+    if (!source) {
+        return;
+    }
+    const std::uint32_t options = NumberField(fields, "options");
+    const std::uint32_t sourceHandle = NumberField(fields, "src_handle");
+    const std::uint32_t copy = NumberField(answered.reply.fields, "handle");
+    ServerProcess* const target = processes.Find(ProcessBehind(answered, NumberField(fields, "dst_process")));
+    const auto found = source->handles.find(sourceHandle);
+    ServerHandle handle;
+    if (found != source->handles.end()) {
+        handle = found->second;
+    } else if (sourceHandle == currentProcess) {
+        handle.processId = sourceId;
+    }
+    if ((options & duplicateSameAttributes) == 0) {
+        handle.inheritable = (NumberField(fields, "attributes") & objInherit) != 0;
+    }
+    if ((options & duplicateCloseSource) != 0) {
+        source->handles.erase(sourceHandle);
+    }
+    if (target && copy != 0 && (handle.key || handle.processId != 0)) {
+        target->handles[copy] = std::move(handle);
+    }
+}
+
+void RequestTracker::MarkHandle(const Answered& answered) {
+    const std::string_view fields = answered.request.fields;
+    const auto handle = answered.process.handles.find(NumberField(fields, "handle"));
+    if (handle != answered.process.handles.end() && (NumberField(fields, "mask") & handleFlagInherit) != 0) {
+        handle->second.inheritable = (NumberField(fields, "flags") & handleFlagInherit) != 0;
+    }
+}
+
+void RequestTracker::StartProcess(const Answered& answered) {
+    const std::uint32_t child = NumberField(answered.reply.fields, "pid");
+    if (child == 0) {
+        return;
+    }
+    const std::uint32_t parentHandle = NumberField(answered.request.fields, "parent_process");
+    const std::uint32_t parent =
+        parentHandle == 0 ? answered.processId : ProcessBehind(answered, parentHandle);
+    const bool inherits = (NumberField(answered.request.fields, "flags") & inheritHandles) != 0;
+    processes.Start(child, inherits ? processes.Find(parent) : nullptr);
+    if (const std::uint32_t handle = NumberField(answered.reply.fields, "handle")) {
+        answered.process.handles[handle] = ProcessHandle(child);
+    }
+}
+
+void RequestTracker::StartThread(const Answered& answered) {
+    const std::uint32_t thread = NumberField(answered.reply.fields, "tid");
+    const std::uint32_t owner = ProcessBehind(answered, NumberField(answered.request.fields, "process"));
+    if (thread != 0 && owner != 0) {
+        processes.StartThread(thread, owner);
+    }
+}
+
+void RequestTracker::StartFirstThread(const Answered& answered) {
+    const std::uint32_t processId = NumberField(answered.reply.fields, "pid");
+    processes.StartThread(answered.reply.id, processId);
+    processes.Process(processId);
+}
+
+void RequestTracker::OpenProcess(const Answered& answered) {
+    if (const std::uint32_t handle = NumberField(answered.reply.fields, "handle")) {
+        answered.process.handles[handle] = ProcessHandle(NumberField(answered.request.fields, "pid"));
+    }
+}
+
+void RequestTracker::MapImage(const Answered& answered) {
+    // The first image that a process maps is its own.
+    if (answered.process.machine == 0) {
+        const std::string_view image = FindField(answered.reply.fields, "image").value_or(std::string_view());
+        answered.process.machine = static_cast<std::uint16_t>(NumberField(image, "machine"));
+    }
+}
+
+void RequestTracker::EndStart(const Answered& answered) {
+    if (NumberField(answered.request.fields, "handle") == currentProcess) {
+        answered.process.started = true;
+    }
+}
+
+std::unordered_map<const OpenKey*, std::shared_ptr<const OpenKey>> RequestTracker::OpenKeys() const {
+    std::unordered_map<const OpenKey*, std::shared_ptr<const OpenKey>> open;
+    for (const auto& [id, process] : processes.All()) {
+        for (const auto& [value, handle] : process.handles) {
+            if (handle.key) {
+                open.emplace(handle.key.get(), handle.key);
+            }
+        }
+    }
+    return open;
+}
+
+} // namespace keyreap

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "platform/os/wine/requestline.h"
+#include "platform/os/wine/serverprocess.h"
+
+namespace keyreap {
+
+// One request about the registry, answered. Which of key, parent and name it has depends on its type.
+struct KeyRequest {
+    std::uint8_t type = 0; // EVENT_TRACE_TYPE_REG... (evntrace.h)
+    std::uint32_t processId = 0;
+    std::uint32_t threadId = 0;
+    std::uint32_t status = 0;              // NT status; 0 also for the creation of a key that was there
+    std::int64_t time = 0;                 // of the last clock line, units of 100 ns
+    std::shared_ptr<const OpenKey> key;    // the key at work; of a creation or opening what it gave, or null
+    std::shared_ptr<const OpenKey> parent; // of a creation or opening what the name is relative to, or null
+    std::wstring name;                     // of a creation or opening as asked; otherwise the value's name
+};
+
+// Takes what the log tells about the registry.
+class KeyRequestListener {
+public:
+    virtual ~KeyRequestListener() = default;
+
+    virtual void OnKeyRequest(const KeyRequest& request) = 0;
+    // Lines are missing from here on.
+    virtual void OnLostLines() = 0;
+    // Somebody tried to open this name, complete and of no key: a place in the log that a reader can find.
+    virtual void OnMissingKey(const std::wstring& name) = 0;
+};
+
+// Follows the log of Wine's server line by line: which process has which key open under which handle, through
+// creation, opening, duplication, inheritance and closing. Must be fed from the log's first line on.
+//
+// Wine starts every process by creating keys that exist and by setting time zone values, in the process
+// itself and before its first own instruction; Windows does neither. The end of that is in the log: ntdll's
+// loader asks once whether a debugger waits for the first breakpoint, just ahead of the entry point. What a
+// process asks before is followed but not told.
+class RequestTracker {
+public:
+    explicit RequestTracker(KeyFacts& registry) : facts(registry) {}
+
+    // One line without its end.
+    void Feed(std::string_view line, KeyRequestListener* listener);
+
+    // Every key that any process has open now.
+    std::unordered_map<const OpenKey*, std::shared_ptr<const OpenKey>> OpenKeys() const;
+
+    std::int64_t Time() const { return time; }
+
+private:
+    // A request that waits for its reply.
+    struct Pending {
+        std::string name;
+        std::string fields;
+        std::wstring realPath; // of the key that it opened or made, if the log told it
+    };
+
+    // A request with its reply.
+    struct Answered {
+        const Pending& request;
+        const RequestLine& reply;
+        ServerProcess& process;
+        std::uint32_t processId;
+        std::uint32_t status;
+        KeyRequestListener* listener;
+    };
+
+    using Action = void (RequestTracker::*)(const Answered&);
+    static Action ActionFor(std::string_view name);
+
+    void TakeRequest(const RequestLine& line);
+    void TakeReply(const RequestLine& line, KeyRequestListener* listener);
+
+    void CreateOrOpenKey(const Answered& answered);
+    void ChangeKey(const Answered& answered);
+    void RenameKey(const Answered& answered);
+    void CloseHandle(const Answered& answered);
+    void DuplicateHandle(const Answered& answered);
+    void MarkHandle(const Answered& answered);
+    void StartProcess(const Answered& answered);
+    void StartThread(const Answered& answered);
+    void StartFirstThread(const Answered& answered);
+    void OpenProcess(const Answered& answered);
+    void MapImage(const Answered& answered);
+    void EndStart(const Answered& answered);
+
+    std::uint32_t ProcessBehind(const Answered& answered, std::uint32_t handle) const;
+    void Tell(const Answered& answered, KeyRequest request) const;
+
+    KeyFacts& facts;
+    ServerProcesses processes;
+    std::unordered_map<std::uint32_t, Pending> pending; // by thread
+    std::uint32_t lastThread = 0;                       // whose request stands above a keyPath line
+    std::int64_t time = 0;
+};
+
+} // namespace keyreap

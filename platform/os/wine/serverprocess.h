@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "platform/os/wine/keylookup.h"
+
+namespace keyreap {
+
+// A key that somebody has open, as it was asked for. Its real path is known at once if the log told it, and
+// looked up at its first use otherwise.
+class OpenKey {
+public:
+    explicit OpenKey(std::wstring realPath) : path(std::move(realPath)) {}
+    OpenKey(std::shared_ptr<const OpenKey> parentKey, std::wstring askedName, KeyView askedView)
+        : parent(std::move(parentKey)), name(std::move(askedName)), view(askedView) {}
+
+    const std::wstring& Path(KeyFacts& facts) const;
+    // Gives the key and what was asked below it another place.
+    void Move(std::wstring newPath) const { path = std::move(newPath); }
+
+private:
+    std::shared_ptr<const OpenKey> parent;
+    std::wstring name;
+    KeyView view;
+    mutable std::wstring path;
+};
+
+// What a handle stands for: a key, or a process by its id.
+struct ServerHandle {
+    std::shared_ptr<const OpenKey> key;
+    std::uint32_t processId = 0;
+    bool inheritable = false;
+};
+
+using ServerHandles = std::unordered_map<std::uint32_t, ServerHandle>;
+
+// A process of the prefix, as far as its handles and its view of the registry go.
+struct ServerProcess {
+    ServerHandles handles;
+    std::uint16_t machine = 0; // of its image (IMAGE_FILE_MACHINE_..., winnt.h); 0 until known
+    bool started = false;      // its own code runs
+};
+
+// Every process and thread of the prefix.
+class ServerProcesses {
+public:
+    // The process with this id, made if there is none.
+    ServerProcess& Process(std::uint32_t processId) { return processes[processId]; }
+    // The process with this id, or null.
+    ServerProcess* Find(std::uint32_t processId);
+
+    // A new process takes the place of an earlier one with its id. It inherits the marked handles of its
+    // parent if it inherits any.
+    void Start(std::uint32_t processId, const ServerProcess* parent);
+    void End(std::uint32_t processId) { processes.erase(processId); }
+
+    void StartThread(std::uint32_t threadId, std::uint32_t processId) { threads[threadId] = processId; }
+    void EndThread(std::uint32_t threadId) { threads.erase(threadId); }
+    // 0 for an unknown thread.
+    std::uint32_t ProcessOf(std::uint32_t threadId) const;
+
+    const std::unordered_map<std::uint32_t, ServerProcess>& All() const { return processes; }
+
+private:
+    std::unordered_map<std::uint32_t, ServerProcess> processes;
+    std::unordered_map<std::uint32_t, std::uint32_t> threads;
+};
+
+} // namespace keyreap

@@ -1,0 +1,102 @@
+#include "trace/wineeventtracing.h"
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace keyreap {
+
+namespace {
+
+GUID ToGuid(const EtlGuid& guid) {
+    static_assert(sizeof(GUID) == sizeof(EtlGuid));
+    GUID converted{};
+    std::memcpy(&converted, &guid, sizeof(converted));
+    return converted;
+}
+
+// Hands the events of a log file to the callbacks that its opener gave.
+class CallbackListener : public EtlListener {
+public:
+    explicit CallbackListener(EVENT_TRACE_LOGFILEW& opened) : logFile(opened) {}
+
+    void OnEvent(const EtlEvent& event) override {
+        EVENT_TRACE record{};
+        record.Header.Class.Type = event.type;
+        record.Header.Class.Level = event.level;
+        record.Header.Class.Version = event.version;
+        record.Header.ThreadId = event.threadId;
+        record.Header.ProcessId = event.processId;
+        record.Header.TimeStamp.QuadPart = event.timeStamp;
+        record.Header.Guid = ToGuid(event.provider);
+        record.MofData = const_cast<std::byte*>(event.payload.data());
+        record.MofLength = static_cast<ULONG>(event.payload.size());
+        logFile.EventCallback(&record);
+    }
+
+    bool OnBuffer() override {
+        goOn = !logFile.BufferCallback || logFile.BufferCallback(&logFile) != FALSE;
+        return goOn;
+    }
+
+    bool Cancelled() const { return !goOn; }
+
+private:
+    EVENT_TRACE_LOGFILEW& logFile;
+    bool goOn = true;
+};
+
+} // namespace
+
+ULONG WineEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
+                              EVENT_TRACE_PROPERTIES& properties) {
+    LoggerSession asked;
+    asked.name = loggerName;
+    asked.logFile = reinterpret_cast<const wchar_t*>(reinterpret_cast<const std::byte*>(&properties) +
+                                                     properties.LogFileNameOffset);
+    asked.maximumFileSize = properties.MaximumFileSize;
+    asked.logFileMode = properties.LogFileMode;
+    const ULONG status = logger.Start(asked);
+    if (status == ERROR_SUCCESS) {
+        session = ++lastHandle;
+    }
+    return status;
+}
+
+ULONG WineEventTracing::Control(TRACEHANDLE, const wchar_t*, EVENT_TRACE_PROPERTIES&, ULONG controlCode) {
+    return controlCode == EVENT_TRACE_CONTROL_STOP ? logger.Stop() : ERROR_NOT_SUPPORTED;
+}
+
+TRACEHANDLE WineEventTracing::Open(EVENT_TRACE_LOGFILEW& logFile) {
+    if (!logFile.LogFileName) {
+        return INVALID_PROCESSTRACE_HANDLE;
+    }
+    OpenLog log;
+    log.callbacks = logFile;
+    log.source = std::make_unique<EtlFileSource>(std::filesystem::path(logFile.LogFileName));
+    log.reader = std::make_unique<EtlReader>(*log.source);
+    if (!log.reader->Open()) {
+        return INVALID_PROCESSTRACE_HANDLE;
+    }
+    logs[++lastHandle] = std::move(log);
+    return lastHandle;
+}
+
+ULONG WineEventTracing::Process(TRACEHANDLE handle) {
+    const auto log = logs.find(handle);
+    if (log == logs.end()) {
+        return ERROR_INVALID_HANDLE;
+    }
+    CallbackListener listener(log->second.callbacks);
+    if (!log->second.reader->Process(listener)) {
+        return ERROR_READ_FAULT;
+    }
+    return listener.Cancelled() ? ERROR_CANCELLED : ERROR_SUCCESS;
+}
+
+ULONG WineEventTracing::Close(TRACEHANDLE handle) {
+    return logs.erase(handle) != 0 ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+} // namespace keyreap
