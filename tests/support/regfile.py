@@ -10,8 +10,10 @@ TEXT = re.compile(r'"((?:[^"\\]|\\["\\])*)"\r\n')
 NUMBER = re.compile(r"dword:([0-9a-f]{8})\r\n")
 PAIRS = re.compile(r"hex(?:\(([0-9a-f]+)\))?:((?:[0-9a-f]{2}(?:,(?:\\\r\n  )?[0-9a-f]{2})*)?)\r\n")
 NOTHING = re.compile(r"\r\n")
+# A REG_QWORD out of a harvest holds pieces of the text of the value in front of it.
+STALE = re.compile(r"hex\(b\):.*?\r\n(?=\r\n\[|@=|\"|\Z)", re.S)
 
-SZ, BINARY, DWORD = 1, 3, 4
+SZ, BINARY, DWORD, QWORD = 1, 3, 4, 11
 
 
 class NotRead(Exception):
@@ -38,11 +40,16 @@ def parsed_nothing(_):
     return None
 
 
-FORMS = [(TEXT, parsed_text), (NUMBER, parsed_number), (PAIRS, parsed_pairs), (NOTHING, parsed_nothing)]
+def parsed_stale(_):
+    return QWORD, None
+
+
+FORMS = [(TEXT, parsed_text), (NUMBER, parsed_number), (PAIRS, parsed_pairs), (NOTHING, parsed_nothing), (STALE, parsed_stale)]
 
 
 def parse(data):
-    """Each key's path and, by name, the type and bytes of its values; None for an entry with nothing behind it."""
+    """Each key's path and, by name, the type and bytes of its values; None for an entry with nothing
+    behind it, and None for bytes where another value's text stands instead of them."""
     text = data.decode("utf-16-le", "surrogatepass")
     if not text.startswith(HEADER):
         raise NotRead("the header")

@@ -1,0 +1,99 @@
+"""Each rule explains the difference that it is about, and no other one."""
+
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).parent))
+
+import regfile  # noqa: E402
+import replayrules  # noqa: E402
+
+ROOT_KEYS = ["HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_USERS", "HKEY_LOCAL_MACHINE"]
+STAND_INS = "HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary\\"
+FILLER = '"' + "\u5555" * 10 + '"'
+
+
+def document(**keys):
+    """A file with these keys, whose paths stand with / for \\, and the lines of their values."""
+    text = "".join("\r\n[%s]\r\n%s" % (key.replace("/", "\\"), lines) for key, lines in keys.items())
+    return (regfile.HEADER + text).encode("utf-16-le")
+
+
+def value(name, right):
+    return '"%s"=%s\r\n' % (name, right)
+
+
+def rules(harvested, replayed):
+    """The rules that explain what is different; all of it has to be explained."""
+    files = document(**harvested), document(**replayed)
+    assert replayrules.unexplained(*files) == []
+    return set(replayrules.explained(*files))
+
+
+def test_equal_captures_need_no_rule():
+    keys = {"HKEY_CURRENT_USER/A": value("V", '"x"')}
+    assert rules(keys, keys) == set()
+
+
+def test_order_and_spelling_are_no_difference():
+    harvested = {"HKEY_CURRENT_USER/B": "", "HKEY_CURRENT_USER/A": value("V", '"x"') + value("A", '"y"')}
+    replayed = {"HKEY_CURRENT_USER/a": value("A", '"y"') + value("v", '"x"'), "HKEY_CURRENT_USER/b": ""}
+    assert rules(harvested, replayed) == set()
+
+
+def test_wide_numbers_hold_other_values_in_the_harvest():
+    harvested = {"HKEY_CURRENT_USER/A": value("P", '"C:\\\\x"') + value("Q", "hex(b):C:,\\x")}
+    replayed = {"HKEY_CURRENT_USER/A": value("P", '"C:\\\\x"') + value("Q", "hex(b):01,00,00,00,00,00,00,00")}
+    assert rules(harvested, replayed) == {"wide_numbers"}
+
+
+def test_the_keys_of_the_redirection_stand_in_the_harvest_alone():
+    harvested = dict.fromkeys([*ROOT_KEYS, "HKEY_LOCAL_MACHINE/Software", "HKEY_LOCAL_MACHINE/Software/Classes"], "")
+    assert rules(harvested, {}) == {"keys_of_the_redirection"}
+
+
+def test_keys_with_subkeys_and_without_values_go_without_saying():
+    leaf = {"HKEY_CURRENT_USER/A/B/C": value("V", '"x"')}
+    assert rules({"HKEY_CURRENT_USER/A": "", "HKEY_CURRENT_USER/A/B": "", **leaf}, leaf) == {"implied_keys"}
+
+
+def test_deleted_keys_are_headers_in_the_replay():
+    replayed = {"HKEY_CURRENT_USER/A": "", "HKEY_CURRENT_USER/B": value("V", FILLER)}
+    assert rules({}, replayed) == {"deleted_keys"}
+
+
+@pytest.mark.parametrize("node", ["HKEY_CLASSES_ROOT/Wow6432Node/K", "HKEY_LOCAL_MACHINE/SOFTWARE/WOW6432NODE/K"])
+def test_views_are_folded_into_one(node):
+    plain = node.replace("/Wow6432Node", "").replace("/WOW6432NODE", "")
+    replayed = {plain: value("V", '"plain"') + value("W", FILLER)}
+    harvested = {plain: value("V", '"plain"'), node: value("V", '"other"') + value("W", '"only here"')}
+    assert rules(harvested, replayed) == {"lost_values"}
+
+
+@pytest.mark.parametrize("short, root", zip(["HKCR", "HKCU", "HKU", "HKLM"], ROOT_KEYS))
+def test_values_on_root_keys_stand_under_the_key_that_stood_for_the_root(short, root):
+    assert rules({root: value("V", '"x"')}, {STAND_INS + short: value("V", '"x"')}) == set()
+
+
+@pytest.mark.parametrize(
+    "harvested, replayed",
+    [
+        ({"HKEY_CURRENT_USER/A": value("V", '"x"')}, {"HKEY_CURRENT_USER/A": value("V", '"y"')}),
+        ({"HKEY_CURRENT_USER/A": value("V", '"x"')}, {"HKEY_CURRENT_USER/A": ""}),
+        ({"HKEY_CURRENT_USER/A": value("V", '"x"')}, {}),
+        ({"HKEY_CURRENT_USER/A": ""}, {}),
+        ({"HKEY_CURRENT_USER/A": ""}, {"HKEY_CURRENT_USER/A": value("V", '"x"')}),
+        ({"HKEY_CURRENT_USER/A": value("V", '"x"')}, {"HKEY_CURRENT_USER/A": value("V", FILLER)}),
+        ({"HKEY_CURRENT_USER/A": value("V", "dword:00000001")}, {"HKEY_CURRENT_USER/A": value("V", "hex:01,00,00,00")}),
+        ({"HKEY_CURRENT_USER/A": value("V", "hex(b):01")}, {"HKEY_CURRENT_USER/A": value("V", '"x"')}),
+        ({"HKEY_LOCAL_MACHINE/Software": value("V", '"x"')}, {}),
+        ({"HKEY_CURRENT_USER/A": value("V", '"x"'), "HKEY_CURRENT_USER/A/B": ""}, {"HKEY_CURRENT_USER/A/B": ""}),
+        ({}, {"HKEY_CURRENT_USER/A": value("V", '"x"')}),
+        ({}, {"HKEY_CURRENT_USER/A": value("V", '"x"') + value("W", FILLER)}),
+        ({"HKEY_CLASSES_ROOT/A": value("V", '"x"')}, {"HKEY_LOCAL_MACHINE/A": value("V", '"x"')}),
+    ],
+)
+def test_any_other_difference_is_unexplained(harvested, replayed):
+    assert replayrules.unexplained(document(**harvested), document(**replayed)) != []
