@@ -22,6 +22,12 @@ make_program() {
     step stage "staging the program" stage_program
 }
 
+# The programs that ./bench measures parts with are in no ordinary build.
+make_bench() {
+    step build-bench-x64 "building what measures x64" build_preset x64 bench
+    step build-bench-native "building what measures native" build_preset native bench
+}
+
 make_everything() {
     local preset
     for preset in x64 x86 native native-sanitized; do

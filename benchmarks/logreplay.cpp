@@ -1,0 +1,121 @@
+#include "benchmarks/logreplay.h"
+
+#include "platform/os/wine/etlfile.h"
+#include "platform/os/wine/etlreader.h"
+#include "tests/support/letterfoldingnamerules.h"
+#include "trace/controlsets.h"
+#include "trace/registryeventhandler.h"
+#include "trace/registrylog.h"
+
+#include <string>
+#include <unordered_map>
+
+namespace keyreap {
+
+namespace {
+
+// Hands the events of a log file to the handler, as the trace reader does.
+class HandlerFeed : public EtlListener {
+public:
+    explicit HandlerFeed(TraceEventHandler& receiver) : handler(receiver) {}
+
+    void OnEvent(const EtlEvent& event) override {
+        TraceEvent converted;
+        converted.guid = {event.provider.data1, event.provider.data2, event.provider.data3,
+                          event.provider.data4};
+        converted.type = event.type;
+        converted.version = event.version;
+        converted.processId = event.processId;
+        converted.threadId = event.threadId;
+        converted.timeStamp = event.timeStamp;
+        converted.payload = event.payload;
+        handler.OnEvent(converted);
+    }
+
+    bool OnBuffer() override { return handler.IsEnabled(); }
+
+private:
+    TraceEventHandler& handler;
+};
+
+// Adds up what cannot be done without. The names of handles are read by themselves.
+class SizeCount : public TraceEventHandler {
+public:
+    bool Accepts(const TraceEvent& event) const override { return event.guid == RegistryGuid; }
+
+    void OnDecodedEvent(const TraceEvent& event, const EventValues*) override {
+        if (event.type >= registryevent::kcbCreate && event.type <= registryevent::kcbRundownEnd) {
+            const RegistryFields fields = ReadFixedFields(event, pointerSize);
+            nameSizes[fields.keyHandle] = TextSize(fields.name);
+        }
+    }
+
+    static std::size_t TextSize(const std::wstring& text) { return text.size() * sizeof(text[0]); }
+
+    std::size_t Sum() const {
+        std::size_t sum = 0;
+        for (const auto& [handle, size] : nameSizes) {
+            sum += sizeof(handle) + sizeof(std::wstring) + size;
+        }
+        return sum;
+    }
+
+private:
+    std::unordered_map<std::uint64_t, std::size_t> nameSizes;
+};
+
+class VisitCount : public RegistryLogVisitor {
+public:
+    void OnKey(PredefinedRoot, const std::wstring&, Outcome, std::uint32_t, std::uint32_t) override {
+        ++keys;
+    }
+    void OnValue(PredefinedRoot, const std::wstring&, const std::wstring&, Outcome) override { ++values; }
+
+    std::uint64_t keys = 0;
+    std::uint64_t values = 0;
+};
+
+bool Feed(const std::filesystem::path& path, TraceEventHandler& handler) {
+    EtlFileSource source(path);
+    EtlReader reader(source);
+    HandlerFeed feed(handler);
+    const bool complete = reader.Open() && reader.Process(feed);
+    handler.OnFinished();
+    return complete;
+}
+
+} // namespace
+
+std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watchedProcess) {
+    RegistryEventHandler handler(true);
+    handler.AddWatchedProcess(watchedProcess);
+    Feed(path, handler);
+    SizeCount sizes;
+    Feed(path, sizes);
+    std::size_t sum = sizes.Sum();
+    for (const RegistryOperation& operation : handler.operations) {
+        sum += sizeof(operation) + SizeCount::TextSize(operation.keyPath) +
+               SizeCount::TextSize(operation.valueName);
+    }
+    return sum;
+}
+
+ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watchedProcess) {
+    ReplayResult result;
+    const LetterFoldingNameRules rules;
+    RegistryLog log(rules);
+    RegistryEventHandler handler(true);
+    handler.AddWatchedProcess(watchedProcess);
+    result.complete = Feed(path, handler);
+    log.RecordOperations(handler.operations);
+    FoldControlSets(log);
+    VisitCount visits;
+    log.Walk(visits);
+    result.events = handler.Counters().eventsSeen;
+    result.operations = handler.operations.size();
+    result.keys = visits.keys;
+    result.values = visits.values;
+    return result;
+}
+
+} // namespace keyreap

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+
+namespace keyreap {
+
+// What a replay makes of a log file, but for what it reads and deletes in a live registry.
+struct ReplayResult {
+    bool complete = false; // the file was read to its end
+    std::uint64_t events = 0;
+    std::uint64_t operations = 0; // of the watched process
+    std::uint64_t keys = 0;       // reported by the walk over the operation log
+    std::uint64_t values = 0;
+};
+
+ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watchedProcess);
+
+// Bytes that the operations of the watched process and the names of handles, the last one of each, need at
+// the least: the records, the texts, and a handle a name.
+std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watchedProcess);
+
+} // namespace keyreap

@@ -1,0 +1,134 @@
+#include "benchmarks/partbench.h"
+
+#include "platform/core/compare.h"
+#include "tests/support/letterfoldingnamerules.h"
+#include "trace/registrylog.h"
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::array<std::wstring_view, 4> keysOfClass = {L"", L"\\InprocServer32", L"\\ProgID",
+                                                          L"\\TypeLib"};
+constexpr std::array<std::wstring_view, 4> valueNames = {L"", L"ThreadingModel", L"AppID",
+                                                         L"LocalizedString"};
+
+using Operations = std::vector<RegistryOperation>;
+
+std::wstring KeyAt(std::size_t number) {
+    const std::wstring digits = std::to_wstring(1'000'000 + number / keysOfClass.size());
+    return L"CLSID\\{79EA0000-BAF9-11CE-8C82-0000A" + digits + L"}" +
+           std::wstring(keysOfClass[number % keysOfClass.size()]);
+}
+
+void AddOperation(Operations& operations, std::uint32_t type, const std::wstring& key,
+                  std::wstring_view value = {}) {
+    RegistryOperation operation;
+    operation.type = type;
+    operation.root = classesRoot;
+    operation.keyPath = key;
+    operation.valueName = value;
+    operations.push_back(std::move(operation));
+}
+
+// As a server does it: it makes a key and sets its values, and later looks whether all is there.
+Operations MakeOperations(std::size_t count, std::size_t keys) {
+    Operations operations;
+    operations.reserve(count);
+    while (operations.size() < count) {
+        const bool looksUp = operations.size() >= count / 2;
+        for (std::size_t number = 0; number < keys && operations.size() < count; ++number) {
+            const std::wstring key = KeyAt(number);
+            AddOperation(operations, looksUp ? registryevent::openKey : registryevent::createKey, key);
+            for (const std::wstring_view name : valueNames) {
+                AddOperation(operations, looksUp ? registryevent::queryValue : registryevent::setValue, key,
+                             name);
+            }
+        }
+    }
+    return operations;
+}
+
+// What a replay would make do with, if it needed no tree: what was done to each key and value, by full path.
+class PathMap {
+public:
+    void RecordOperations(const Operations& operations) {
+        for (const RegistryOperation& operation : operations) {
+            RegistryLog::Append(lists[PathOf(operation)], {operation.type, operation.status,
+                                                           operation.initialTime, operation.processId});
+        }
+    }
+
+    std::size_t Size() const { return lists.size(); }
+
+private:
+    // Upper and lower case are the same; a NUL parts a value's name from its key.
+    static std::wstring PathOf(const RegistryOperation& operation) {
+        std::wstring path = operation.keyPath;
+        if (ConcernsValue(operation.type)) {
+            path += L'\0';
+            path += operation.valueName;
+        }
+        LetterFoldingNameRules().Fold(path);
+        return path;
+    }
+
+    std::unordered_map<std::wstring, OperationList> lists;
+};
+
+class LastingCount : public RegistryLogVisitor {
+public:
+    void OnKey(PredefinedRoot, const std::wstring&, Outcome, std::uint32_t, std::uint32_t) override {
+        ++count;
+    }
+    void OnValue(PredefinedRoot, const std::wstring&, const std::wstring&, Outcome) override { ++count; }
+
+    std::size_t count = 0;
+};
+
+std::size_t LastingCountOf(const RegistryLog& log) {
+    LastingCount visitor;
+    log.Walk(visitor);
+    return visitor.count;
+}
+
+void FileInLog(benchmark::State& state, const Operations& operations) {
+    const LetterFoldingNameRules rules;
+    for (auto _ : state) {
+        RegistryLog log(rules);
+        log.RecordOperations(operations);
+        state.PauseTiming();
+        state.counters["found"] = static_cast<double>(LastingCountOf(log));
+        state.ResumeTiming();
+    }
+}
+
+void FileInMap(benchmark::State& state, const Operations& operations) {
+    for (auto _ : state) {
+        PathMap map;
+        map.RecordOperations(operations);
+        state.counters["found"] = static_cast<double>(map.Size());
+    }
+}
+
+} // namespace
+
+void AddOperationLogBenchmarks(std::size_t operations, std::size_t keys) {
+    const auto made = std::make_shared<Operations>(MakeOperations(operations, keys));
+    benchmark::RegisterBenchmark("operations/log", [made](auto& state) {
+        FileInLog(state, *made);
+    })->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("operations/map", [made](auto& state) {
+        FileInMap(state, *made);
+    })->Unit(benchmark::kMillisecond);
+}
+
+} // namespace keyreap

@@ -1,0 +1,46 @@
+"""The programs that ./bench measures with build and run, and all that they measure has the right result. How long
+anything takes is no matter here."""
+
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+
+MEASURES = [
+    "scrrun.dll, `keyRedir`; regsvr32",
+    "scrrun.dll, `both`; regsvr32",
+    "2 servers, each; regsvr32",
+    "one capture; export, register, export",
+    "harvest; reg export",
+    "writer; reg export",
+    "replay of 1,000 events, 1 % ours, each; read",
+    "replay of 2,000 events, 10 % ours, each; read",
+    "1,000 operations; hash map",
+    "SHA-1; OpenSSL",
+    "memory, 2,000 events, 1 % ours; operations and names",
+]
+
+
+@pytest.fixture(scope="module")
+def table():
+    """The columns of each row by its measure."""
+    result = subprocess.run([ROOT / "bench", "--quick"], stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    # A part with a wrong result ends the run with another status.
+    assert result.returncode == 0, result.stderr
+    rows = [[word.strip() for word in line.strip("|").split("|")] for line in result.stdout.splitlines() if "|" in line]
+    assert rows[0] == ["measure", "ours", "other", "ratio", "aim"]
+    return {row[0]: row[1:] for row in rows[2:]}
+
+
+@pytest.mark.parametrize("measure", MEASURES)
+def test_measure_is_taken_of_both_sides(table, measure):
+    ours, other, ratio, _ = table[measure]
+    for figure in (ours, other, ratio):
+        assert float(re.match(r"[\d.,e-]+", figure)[0].replace(",", "")) > 0
+
+
+def test_small_sizes_are_not_held_against_the_aims(table):
+    assert not any("missed" in row[-1] for row in table.values())
