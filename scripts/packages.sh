@@ -9,9 +9,10 @@
     # googletest and mingw-w64-tools belong to the one configuration of each build.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
 
-    # The last two: what ./bench measures parts with, and whose SHA-1 it compares ours with.
-    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick
-        libbenchmark-dev libssl-dev)
+    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+
+    # What makes the installers of the examples.
+    EXAMPLE_PACKAGES=(nsis wixl python3)
 }
 
 # missing_packages PACKAGE...: those that are not fully installed, one a line.

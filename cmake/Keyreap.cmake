@@ -1,0 +1,53 @@
+# For the build of a COM server: makes what the server writes to the registry a product of the build.
+#
+#   include(.../cmake/Keyreap.cmake)
+#   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...])
+#
+# <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
+# target's property KEYREAP_REG_FILE tells which. It is made anew whenever the server changes, or something
+# named by DEPENDS, such as a type library that the server registers from beside itself. Without MODE it is `both`.
+# The target <target>_reg makes it, and is part of a whole build.
+#
+# A capture that fails, or finds nothing, fails the build and leaves no file. On Linux captures run side by side, each
+# in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
+# to run elevated.
+
+if(CMAKE_HOST_WIN32)
+  set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/../bin/x64)
+else()
+  set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/..)
+endif()
+find_program(
+  KEYREAP_COMMAND
+  NAMES keyreap Keyreap
+  PATHS ${keyreapPlaces}
+  NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED
+  DOC "The command that captures: ./keyreap on Linux, Keyreap.exe on Windows")
+set(KEYREAP_CAPTURE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/KeyreapCapture.cmake)
+
+function(keyreap_capture target)
+  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "" "MODE;OUTPUT" "DEPENDS")
+  if(CAPTURE_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "keyreap_capture(${target}): unknown words ${CAPTURE_UNPARSED_ARGUMENTS}")
+  endif()
+  if(NOT CAPTURE_MODE)
+    set(CAPTURE_MODE both)
+  endif()
+  if(NOT CAPTURE_MODE MATCHES "^(keyRedir|trace|both)$")
+    message(FATAL_ERROR "keyreap_capture(${target}): there is no mode ${CAPTURE_MODE}")
+  endif()
+  if(NOT CAPTURE_OUTPUT)
+    set(CAPTURE_OUTPUT ${target}.reg)
+  endif()
+  cmake_path(ABSOLUTE_PATH CAPTURE_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+
+  add_custom_command(
+    OUTPUT ${CAPTURE_OUTPUT}
+    COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYREAP_COMMAND} -D SERVER=$<TARGET_FILE:${target}>
+            -D OUTPUT=${CAPTURE_OUTPUT} -D MODE=${CAPTURE_MODE} -P ${KEYREAP_CAPTURE_SCRIPT}
+    DEPENDS ${target} ${CAPTURE_DEPENDS} ${KEYREAP_CAPTURE_SCRIPT}
+    COMMENT "Capturing the registration of ${target}"
+    VERBATIM)
+  add_custom_target(${target}_reg ALL DEPENDS ${CAPTURE_OUTPUT})
+  set_target_properties(${target} PROPERTIES KEYREAP_REG_FILE ${CAPTURE_OUTPUT})
+endfunction()

@@ -1,0 +1,47 @@
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
+# Usage: examples/walk.sh
+# Walks the road from a COM server's source to an installed server, on this machine: builds the examples in both
+# bitnesses, captures what they register, builds the installers, and tries each in a fresh Wine prefix of its own:
+# install, use, uninstall. Ends with 0 if the client got its answers and nothing was left behind. All that is built
+# is in build/examples.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")/scripts/common.sh"
+for part in setup paths; do
+    # shellcheck source=/dev/null
+    source "$ROOT/scripts/$part.sh"
+done
+
+EXAMPLES=$BUILD/examples
+
+# build_bitness NAME TARGET: the servers, what they register, and the package for Windows Installer.
+build_bitness() {
+    clean_environment cmake -S "$ROOT/examples" -B "$EXAMPLES/$1" -G Ninja -D CMAKE_BUILD_TYPE=Release \
+        -D CMAKE_TOOLCHAIN_FILE="$ROOT/cmake/mingw.cmake" -D KEYREAP_TARGET="$2"
+    clean_environment ninja -C "$EXAMPLES/$1"
+}
+
+# build_setup: one installer of both bitnesses.
+build_setup() {
+    clean_environment makensis -V2 -NOCD -DX64="$EXAMPLES/x64" -DX86="$EXAMPLES/x86" \
+        -DOUTPUT="$EXAMPLES/keyreap-examples.exe" "$ROOT/examples/installer/example.nsi"
+}
+
+# try_installer FILE FOLDER CLIENT...: FILE lies in the folder of the examples, FOLDER is where it installs to.
+try_installer() {
+    local file=$EXAMPLES/$1
+    say "trying $1"
+    printf '%s\n' "$1"
+    shift
+    "$ROOT/scripts/wine-session.sh" --ready --no-display "$ROOT/examples/try-installer.sh" "$(windows_path "$file")" "$@"
+}
+
+set_up examples
+step example-x64 "building the examples, x64" build_bitness x64 x86_64
+step example-x86 "building the examples, x86" build_bitness x86 i686
+step example-setup "building their installer" build_setup
+
+try_installer keyreap-examples.exe 'C:\Program Files\Keyreap examples' 'x64\client.exe' 'x86\client.exe'
+try_installer x64/keyreap-examples.msi 'C:\Program Files\Keyreap examples x64' client.exe
+try_installer x86/keyreap-examples.msi 'C:\Program Files (x86)\Keyreap examples x86' client.exe

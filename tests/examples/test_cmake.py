@@ -1,0 +1,153 @@
+"""cmake/Keyreap.cmake: what a server registers is a product of its build. The command that captures is a small script
+here, so that the tests see what it is asked for and how it ends; the walk of the examples uses the real one."""
+
+import os
+import subprocess
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+
+PROJECT = """cmake_minimum_required(VERSION 3.25)
+project(Small LANGUAGES CXX)
+include(%s/cmake/Keyreap.cmake)
+foreach(name one two)
+  add_library(${name} SHARED ${name}.cpp)
+endforeach()
+%s
+"""
+
+# Writes what it was asked for, then does what the file `act` in its folder says.
+COMMAND = """#!/bin/bash
+cd "$(dirname -- "$0")"
+echo "$*" >>asked
+printf '%s\\r\\n' 'Windows Registry Editor Version 5.00' '' '[HKEY_CLASSES_ROOT]' '' "$(<key)" |
+    iconv -f UTF-8 -t UTF-16 >"$3"
+. ./act
+"""
+
+
+class Project:
+    def __init__(self, folder, lines):
+        self.folder = folder
+        self.build = folder / "build"
+        self.command = folder / "keyreap"
+        (folder / "CMakeLists.txt").write_text(PROJECT % (ROOT, lines))
+        (folder / "one.cpp").write_text("int one() { return 1; }\n")
+        (folder / "two.cpp").write_text("int two() { return 2; }\n")
+        (folder / "act").write_text("")
+        (folder / "key").write_text("[HKEY_CLASSES_ROOT\\Small]\r\n@=\"x\"")
+        self.command.write_text(COMMAND)
+        self.command.chmod(0o755)
+
+    def configure(self):
+        words = ["cmake", "-S", self.folder, "-B", self.build, "-G", "Ninja", "-D", "KEYREAP_COMMAND=%s" % self.command]
+        return subprocess.run(words, capture_output=True, text=True)
+
+    def make(self, *words):
+        if not self.build.exists():
+            configured = self.configure()
+            assert configured.returncode == 0, configured.stderr
+        return subprocess.run(["ninja", "-C", self.build, *words], capture_output=True, text=True)
+
+    def asked(self):
+        file = self.folder / "asked"
+        return file.read_text().splitlines() if file.exists() else []
+
+    def touch(self, name):
+        (self.folder / name).write_text((self.folder / name).read_text().replace("return ", "return 1 + "))
+
+
+def project(folder, lines="keyreap_capture(one)"):
+    return Project(folder, lines)
+
+
+def test_a_whole_build_makes_the_reg_file(tmp_path):
+    made = project(tmp_path)
+    assert made.make().returncode == 0
+    assert (made.build / "one.reg").read_bytes().startswith(b"\xff\xfeW\0")
+    assert made.asked() == ["extreg %s/libone.so %s/one.reg.part both" % (made.build, made.build)]
+
+
+def test_mode_and_place_are_as_told(tmp_path):
+    made = project(tmp_path, "keyreap_capture(one MODE keyRedir OUTPUT ${CMAKE_SOURCE_DIR}/data/here.reg)")
+    (tmp_path / "data").mkdir()
+    assert made.make("one_reg").returncode == 0
+    assert (tmp_path / "data" / "here.reg").exists()
+    assert made.asked()[0].endswith("/data/here.reg.part keyRedir")
+
+
+def test_the_place_is_a_property_of_the_target(tmp_path):
+    lines = "keyreap_capture(one)\nget_target_property(file one KEYREAP_REG_FILE)\nfile(WRITE ${CMAKE_SOURCE_DIR}/place ${file})"
+    made = project(tmp_path, lines)
+    assert made.make().returncode == 0
+    assert (tmp_path / "place").read_text() == str(made.build / "one.reg")
+
+
+def test_a_server_is_captured_again_when_it_changed_and_only_then(tmp_path):
+    made = project(tmp_path, "keyreap_capture(one)\nkeyreap_capture(two)")
+    assert made.make().returncode == 0
+    assert made.make().returncode == 0
+    assert len(made.asked()) == 2
+    made.touch("two.cpp")
+    assert made.make().returncode == 0
+    assert len(made.asked()) == 3
+    assert "libtwo" in made.asked()[2]
+
+
+def test_a_server_is_captured_again_when_a_file_it_depends_on_changed(tmp_path):
+    (tmp_path / "server.tlb").write_text("library")
+    made = project(tmp_path, "keyreap_capture(one DEPENDS ${CMAKE_SOURCE_DIR}/server.tlb)")
+    assert made.make().returncode == 0
+    os.utime(tmp_path / "server.tlb")
+    assert made.make().returncode == 0
+    assert len(made.asked()) == 2
+
+
+def test_a_failed_capture_fails_the_build_and_leaves_no_file(tmp_path):
+    made = project(tmp_path)
+    assert made.make().returncode == 0
+    (tmp_path / "act").write_text("exit 255")
+    made.touch("one.cpp")
+    result = made.make()
+    assert result.returncode != 0
+    assert "ended with 255" in result.stdout
+    assert list(made.build.glob("one.reg*")) == []
+    (tmp_path / "act").write_text("")
+    assert made.make().returncode == 0
+    assert (made.build / "one.reg").exists()
+
+
+@pytest.mark.parametrize("key", ["", "[HKEY_LOCAL_MACHINE\\Software]"])
+def test_a_capture_that_found_nothing_fails_the_build(tmp_path, key):
+    made = project(tmp_path)
+    (tmp_path / "key").write_text(key)
+    result = made.make()
+    assert result.returncode != 0
+    assert "found no value" in result.stdout
+    assert list(made.build.glob("one.reg*")) == []
+
+
+def test_captures_run_side_by_side(tmp_path):
+    """Each waits for the other; one at a time they would wait for the end of the time limit."""
+    made = project(tmp_path, "keyreap_capture(one)\nkeyreap_capture(two)")
+    wait = 'touch "came.$(basename "$2")"; for i in {1..600}; do [[ -e came.libone.so && -e came.libtwo.so ]] && exit 0; sleep 0.1; done; exit 1'
+    (tmp_path / "act").write_text(wait)
+    result = made.make("-j2")
+    assert result.returncode == 0, result.stdout
+
+
+@pytest.mark.parametrize("words, reason", [("MODE live", "no mode live"), ("MOOD both", "unknown words")])
+def test_words_that_mean_nothing_are_refused(tmp_path, words, reason):
+    result = project(tmp_path, "keyreap_capture(one %s)" % words).configure()
+    assert result.returncode != 0
+    assert reason in result.stderr
+
+
+def test_the_command_of_this_tree_is_found(tmp_path):
+    made = project(tmp_path)
+    words = ["cmake", "-S", tmp_path, "-B", made.build, "-G", "Ninja"]
+    assert subprocess.run(words, capture_output=True).returncode == 0
+    cache = (made.build / "CMakeCache.txt").read_text()
+    assert "KEYREAP_COMMAND:FILEPATH=%s/keyreap" % ROOT in cache.replace("/cmake/..", "")
