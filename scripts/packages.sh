@@ -9,7 +9,9 @@
     # googletest and mingw-w64-tools belong to the one configuration of each build.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
 
-    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick)
+    # The last two: what ./bench measures parts with, and whose SHA-1 it compares ours with.
+    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick
+        libbenchmark-dev libssl-dev)
 
     # What makes the installers of the examples.
     EXAMPLE_PACKAGES=(nsis wixl python3)

@@ -2,9 +2,9 @@
 # Sees to it that what a run needs is there and up to date. Sourced after common.sh; brings the
 # other parts with it.
 #
-# A level (wine, run, package, examples, test) has a stamp that is as old as the beginning of its last complete set-up.
-# It is up to date when nothing that it was made from changed since; the time that counts is the one of any change
-# to a file or folder (ctime), which no copying or unpacking turns back.
+# A level (wine, run, package, examples, bench, test) has a stamp that is as old as the beginning of its last complete
+# set-up. It is up to date when nothing that it was made from changed since; the time that counts is the one of any
+# change to a file or folder (ctime), which no copying or unpacking turns back.
 
 # shellcheck source=scripts/packages.sh
 source "$ROOT/scripts/packages.sh"
@@ -37,8 +37,8 @@ set_up() {
 
 up_to_date() {
     local stamp=$STAMPS/$1
-    # The tests always ask the builds themselves.
-    [[ $1 != test ]] || return
+    # The tests and the measurements always ask the builds themselves.
+    [[ $1 != test && $1 != bench ]] || return
     [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp"
 }
 
@@ -86,6 +86,12 @@ make_level() {
         install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${EXAMPLE_PACKAGES[@]}"
         make_wine
         make_program
+        ;;
+    bench)
+        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+        make_wine
+        make_program
+        make_bench
         ;;
     test)
         install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
