@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace keyreap {
 
@@ -9,7 +10,7 @@ namespace {
 
 constexpr std::wstring_view node = L"Wow6432Node";
 constexpr std::wstring_view sharedNode = L"\\REGISTRY\\Machine\\Software\\Classes\\Wow6432Node";
-constexpr int mostLinks = 32; // a chain of links that goes round ends here
+constexpr int mostLinks = 64; // of one lookup: links that lead round in a circle end here
 
 wchar_t Fold(wchar_t unit) {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + (L'a' - L'A')) : unit;
@@ -49,20 +50,6 @@ bool HasNode(const std::wstring& path, KeyFacts& facts) {
     return !isNode && facts.Exists(Join(path, node));
 }
 
-std::wstring FollowLinks(std::wstring path, bool redirected, bool last, KeyFacts& facts) {
-    for (int count = 0; count < mostLinks; ++count) {
-        const auto target = facts.LinkTarget(path);
-        if (!target) {
-            return path;
-        }
-        path = *target;
-        if (last && redirected && IsShared(path)) {
-            path = ParentPath(path);
-        }
-    }
-    return path;
-}
-
 // The place in the 32-bit tree that corresponds to a key, which is the key itself if there is none.
 std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
     std::wstring above = path;
@@ -73,7 +60,7 @@ std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
             return facts.Exists(inNode) ? inNode : path;
         }
         const std::size_t last = above.rfind(L'\\');
-        if (SameKeyText(std::wstring_view(above).substr(last + 1), node)) {
+        if (last == std::wstring::npos || SameKeyText(std::wstring_view(above).substr(last + 1), node)) {
             return path;
         }
         below.insert(0, above, last, std::wstring::npos);
@@ -98,6 +85,46 @@ std::wstring Step(const std::wstring& path, std::wstring_view component, bool re
     return Join(path, component);
 }
 
+// The way from a key down a name, and on where links lead.
+class Walk {
+public:
+    explicit Walk(KeyFacts& registry) : facts(registry) {}
+
+    std::wstring Down(std::wstring path, std::wstring_view name, bool redirected) {
+        name.remove_prefix(std::min(name.find_first_not_of(L'\\'), name.size()));
+        while (!name.empty()) {
+            path = Step(Target(std::move(path)), TakeComponent(name), redirected, facts);
+            if (redirected && !name.empty() && !BeginsWithNode(name) && HasNode(path, facts)) {
+                path = Join(path, node);
+            }
+        }
+        return path;
+    }
+
+    // Where a link leads in the end, or the key itself if it is none. Links are of no view.
+    std::wstring Target(std::wstring path) {
+        while (linksLeft > 0) {
+            const auto target = facts.LinkTarget(path);
+            if (!target) {
+                break;
+            }
+            --linksLeft;
+            path = Down(std::wstring(), *target, false);
+        }
+        return path;
+    }
+
+private:
+    KeyFacts& facts;
+    int linksLeft = mostLinks;
+};
+
+// A redirected request that a link leads to the shared node of the classes is at the classes themselves.
+std::wstring LastTarget(Walk& walk, const std::wstring& path, bool redirected) {
+    std::wstring target = walk.Target(path);
+    return redirected && target != path && IsShared(target) ? ParentPath(target) : target;
+}
+
 } // namespace
 
 bool SameKeyText(std::wstring_view a, std::wstring_view b) {
@@ -105,19 +132,11 @@ bool SameKeyText(std::wstring_view a, std::wstring_view b) {
 }
 
 std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
-    std::wstring path = StartingKey(parent, name, view, facts);
-    name.remove_prefix(std::min(name.find_first_not_of(L'\\'), name.size()));
-    while (!name.empty()) {
-        path = Step(path, TakeComponent(name), view.redirected, facts);
-        if (name.empty()) {
-            break;
-        }
-        if (view.redirected && !BeginsWithNode(name) && HasNode(path, facts)) {
-            path = Join(path, node);
-        }
-        path = FollowLinks(path, view.redirected, false, facts);
+    Walk walk(facts);
+    std::wstring path = walk.Down(StartingKey(parent, name, view, facts), name, view.redirected);
+    if (!view.opensLink) {
+        path = LastTarget(walk, path, view.redirected);
     }
-    path = FollowLinks(path, view.redirected, true, facts);
     if (view.redirected && HasNode(path, facts) && !IsShared(Join(path, node))) {
         path = Join(path, node);
     }
