@@ -179,6 +179,18 @@ std::uint32_t NumberField(std::string_view fields, std::string_view name) {
     return value ? ParseHex(*value).value_or(0) : 0;
 }
 
+std::vector<std::uint32_t> NumbersField(std::string_view fields, std::string_view name) {
+    const std::string_view list = FindField(fields, name).value_or(std::string_view());
+    std::vector<std::uint32_t> numbers;
+    std::size_t at = 0;
+    while (at < list.size()) {
+        const std::size_t end = ValueEnd(list, at);
+        numbers.push_back(ParseHex(Trim(list.substr(at, end - at))).value_or(0));
+        at = end + 1;
+    }
+    return numbers;
+}
+
 std::wstring TextField(std::string_view fields, std::string_view name) {
     const auto value = FindField(fields, name);
     if (!value || value->size() < 3 || !value->starts_with("L\"") || value->back() != '"') {

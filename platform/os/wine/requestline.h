@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace keyreap {
 
@@ -35,6 +36,9 @@ std::optional<std::string_view> FindField(std::string_view fields, std::string_v
 
 // A field written in hexadecimal; 0 if it is absent or isn't one.
 std::uint32_t NumberField(std::string_view fields, std::string_view name);
+
+// A field that is a list of such numbers; empty if it is absent, and 0 in the place of what isn't one.
+std::vector<std::uint32_t> NumbersField(std::string_view fields, std::string_view name);
 
 // A field written as L"..." with its escapes undone; empty if it is absent or isn't one.
 std::wstring TextField(std::string_view fields, std::string_view name);

@@ -15,16 +15,24 @@ constexpr std::uint32_t currentProcess = 0xFFFFFFFF;   // NtCurrentProcess, cut 
 constexpr std::uint32_t keyWow64_64Key = 0x0100;       // winnt.h
 constexpr std::uint32_t keyWow64_32Key = 0x0200;       // winnt.h
 constexpr std::uint32_t objInherit = 0x2;              // ntdef.h
+constexpr std::uint32_t objOpenLink = 0x100;           // ntdef.h
 constexpr std::uint32_t inheritHandles = 0x4;          // PROCESS_CREATE_FLAGS_INHERIT_HANDLES, ntpsapi
 constexpr std::uint32_t handleFlagInherit = 0x1;       // winbase.h
 constexpr std::uint32_t duplicateCloseSource = 0x1;    // winnt.h
 constexpr std::uint32_t duplicateSameAttributes = 0x4; // ntobapi
 constexpr std::uint16_t machineI386 = 0x014C;          // winnt.h
+constexpr std::uint16_t machineAmd64 = 0x8664;         // winnt.h
+constexpr std::uint32_t comPlusNativeReady = 0x1;      // of SECTION_IMAGE_INFORMATION's ImageFlags, ntmmapi
+
+// A key found below one that isn't looked up yet, and so on: no more than so many of them, so that no program
+// can make them a danger to the stack.
+constexpr std::size_t mostUnknown = 32;
 
 constexpr std::string_view createRequest = "create_key";
 constexpr std::string_view deleteRequest = "delete_key";
 constexpr std::string_view setRequest = "set_key_value";
 constexpr std::string_view deleteValueRequest = "delete_key_value";
+constexpr std::string_view firstThreadRequest = "init_first_thread";
 
 std::uint8_t ChangeType(std::string_view name) {
     if (name == deleteRequest) {
@@ -60,9 +68,10 @@ AskedKey ReadAskedKey(std::string_view fields, bool creates) {
     return asked;
 }
 
-KeyView ViewOf(const ServerProcess& process, std::uint32_t access) {
+KeyView ViewOf(const ServerProcess& process, const AskedKey& asked) {
     const bool wow = process.machine == machineI386;
-    return {wow && (access & keyWow64_64Key) == 0, wow && (access & keyWow64_32Key) != 0};
+    return {wow && (asked.access & keyWow64_64Key) == 0, wow && (asked.access & keyWow64_32Key) != 0,
+            (asked.attributes & objOpenLink) != 0};
 }
 
 std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint32_t handle) {
@@ -85,7 +94,7 @@ std::int64_t ParseTime(std::string_view digits) {
 } // namespace
 
 RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
-    static constexpr std::array<std::pair<std::string_view, Action>, 16> actions{{
+    static constexpr std::array<std::pair<std::string_view, Action>, 15> actions{{
         {createRequest, &RequestTracker::CreateOrOpenKey},
         {"open_key", &RequestTracker::CreateOrOpenKey},
         {deleteRequest, &RequestTracker::ChangeKey},
@@ -98,7 +107,6 @@ RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
         {"set_handle_info", &RequestTracker::MarkHandle},
         {"new_process", &RequestTracker::StartProcess},
         {"new_thread", &RequestTracker::StartThread},
-        {"init_first_thread", &RequestTracker::StartFirstThread},
         {"open_process", &RequestTracker::OpenProcess},
         {"get_mapping_info", &RequestTracker::MapImage},
         {"get_process_debug_info", &RequestTracker::EndStart},
@@ -124,9 +132,7 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
         TakeReply(*parsed, listener);
         break;
     case RequestLine::Kind::keyPath:
-        if (const auto waiting = pending.find(lastThread); waiting != pending.end()) {
-            waiting->second.realPath = L'\\' + UnescapeServerText(parsed->fields);
-        }
+        TakeRealPath(parsed->fields);
         break;
     case RequestLine::Kind::threadEnd:
         pending.erase(parsed->id);
@@ -154,6 +160,12 @@ void RequestTracker::TakeRequest(const RequestLine& line) {
     lastThread = line.id;
 }
 
+void RequestTracker::TakeRealPath(std::string_view path) {
+    if (const auto waiting = pending.find(lastThread); waiting != pending.end()) {
+        waiting->second.realPath = L'\\' + UnescapeServerText(path);
+    }
+}
+
 void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* listener) {
     const auto waiting = pending.find(line.id);
     if (waiting == pending.end() || waiting->second.name != line.name) {
@@ -161,10 +173,14 @@ void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* list
     }
     const Pending request = std::move(waiting->second);
     pending.erase(waiting);
-    if (const Action action = ActionFor(line.name)) {
-        const std::uint32_t processId = processes.ProcessOf(line.id);
-        (this->*action)(
-            {request, line, processes.Process(processId), processId, ServerStatus(line.status), listener});
+    if (line.name == firstThreadRequest) {
+        StartFirstThread(line);
+    }
+    const Action action = ActionFor(line.name);
+    const std::uint32_t processId = processes.ProcessOf(line.id);
+    ServerProcess* const process = processes.Find(processId);
+    if (action && process) {
+        (this->*action)({request, line, *process, processId, ServerStatus(line.status), listener});
     }
 }
 
@@ -181,22 +197,32 @@ void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
 
 void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const bool creates = answered.request.name == createRequest;
-    AskedKey asked = ReadAskedKey(answered.request.fields, creates);
+    const AskedKey asked = ReadAskedKey(answered.request.fields, creates);
     KeyRequest request;
     request.type = creates ? registryCreate : registryOpen;
     request.parent = KeyBehind(answered.process, asked.parent);
     request.name = asked.name;
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
     if (handle != 0) {
-        request.key = answered.request.realPath.empty()
-                          ? std::make_shared<const OpenKey>(request.parent, std::move(asked.name),
-                                                            ViewOf(answered.process, asked.access))
-                          : std::make_shared<const OpenKey>(answered.request.realPath);
+        request.key = FoundKey(answered, request.parent, asked.name, ViewOf(answered.process, asked));
         answered.process.handles[handle] = {request.key, 0, (asked.attributes & objInherit) != 0};
     } else if (!creates && asked.parent == 0 && answered.listener) {
         answered.listener->OnMissingKey(request.name);
     }
     Tell(answered, std::move(request));
+}
+
+std::shared_ptr<const OpenKey> RequestTracker::FoundKey(const Answered& answered,
+                                                        const std::shared_ptr<const OpenKey>& parent,
+                                                        const std::wstring& name, KeyView view) const {
+    if (!answered.request.realPath.empty()) {
+        return std::make_shared<const OpenKey>(answered.request.realPath);
+    }
+    auto key = std::make_shared<const OpenKey>(parent, name, view);
+    if (key->Depth() >= mostUnknown) {
+        key->Path(facts);
+    }
+    return key;
 }
 
 void RequestTracker::ChangeKey(const Answered& answered) {
@@ -219,13 +245,16 @@ void RequestTracker::RenameKey(const Answered& answered) {
     Tell(answered, request);
     if (answered.status == 0) {
         const std::wstring from = request.key->Path(facts);
-        const std::wstring to =
-            from.substr(0, from.rfind(L'\\') + 1) + TextField(answered.request.fields, "name");
-        for (const auto& [address, key] : OpenKeys()) {
-            const std::wstring path = key->Path(facts);
-            if (path.starts_with(from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
-                key->Move(to + path.substr(from.size()));
-            }
+        MoveKeys(from, from.substr(0, from.rfind(L'\\') + 1) + TextField(answered.request.fields, "name"));
+    }
+}
+
+void RequestTracker::MoveKeys(const std::wstring& from, const std::wstring& to) {
+    for (const auto& [address, key] : OpenKeys()) {
+        const std::wstring path = key->Path(facts);
+        const std::wstring_view start = std::wstring_view(path).substr(0, from.size());
+        if (SameKeyText(start, from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
+            key->Move(to + path.substr(from.size()));
         }
     }
 }
@@ -298,7 +327,8 @@ void RequestTracker::StartProcess(const Answered& answered) {
     const std::uint32_t parent =
         parentHandle == 0 ? answered.processId : ProcessBehind(answered, parentHandle);
     const bool inherits = (NumberField(answered.request.fields, "flags") & inheritHandles) != 0;
-    processes.Start(child, inherits ? processes.Find(parent) : nullptr);
+    processes.Start(child, inherits ? processes.Find(parent) : nullptr,
+                    NumbersField(answered.request.fields, "handles"));
     if (const std::uint32_t handle = NumberField(answered.reply.fields, "handle")) {
         answered.process.handles[handle] = ProcessHandle(child);
     }
@@ -312,10 +342,11 @@ void RequestTracker::StartThread(const Answered& answered) {
     }
 }
 
-void RequestTracker::StartFirstThread(const Answered& answered) {
-    const std::uint32_t processId = NumberField(answered.reply.fields, "pid");
-    processes.StartThread(answered.reply.id, processId);
-    processes.Process(processId);
+void RequestTracker::StartFirstThread(const RequestLine& reply) {
+    if (const std::uint32_t processId = NumberField(reply.fields, "pid")) {
+        processes.StartThread(reply.id, processId);
+        processes.Process(processId);
+    }
 }
 
 void RequestTracker::OpenProcess(const Answered& answered) {
@@ -325,11 +356,13 @@ void RequestTracker::OpenProcess(const Answered& answered) {
 }
 
 void RequestTracker::MapImage(const Answered& answered) {
-    // The first image that a process maps is its own.
-    if (answered.process.machine == 0) {
-        const std::string_view image = FindField(answered.reply.fields, "image").value_or(std::string_view());
-        answered.process.machine = static_cast<std::uint16_t>(NumberField(image, "machine"));
+    if (answered.process.machine != 0) {
+        return; // the first image that a process maps is its own
     }
+    const std::string_view image = FindField(answered.reply.fields, "image").value_or(std::string_view());
+    const auto machine = static_cast<std::uint16_t>(NumberField(image, "machine"));
+    const bool ofEither = (NumberField(image, "image_flags") & comPlusNativeReady) != 0;
+    answered.process.machine = machine == machineI386 && ofEither ? machineAmd64 : machine;
 }
 
 void RequestTracker::EndStart(const Answered& answered) {

@@ -76,6 +76,7 @@ private:
     static Action ActionFor(std::string_view name);
 
     void TakeRequest(const RequestLine& line);
+    void TakeRealPath(std::string_view path);
     void TakeReply(const RequestLine& line, KeyRequestListener* listener);
 
     void CreateOrOpenKey(const Answered& answered);
@@ -84,13 +85,17 @@ private:
     void CloseHandle(const Answered& answered);
     void DuplicateHandle(const Answered& answered);
     void MarkHandle(const Answered& answered);
+    void StartFirstThread(const RequestLine& reply);
     void StartProcess(const Answered& answered);
     void StartThread(const Answered& answered);
-    void StartFirstThread(const Answered& answered);
     void OpenProcess(const Answered& answered);
     void MapImage(const Answered& answered);
     void EndStart(const Answered& answered);
 
+    std::shared_ptr<const OpenKey> FoundKey(const Answered& answered,
+                                            const std::shared_ptr<const OpenKey>& parent,
+                                            const std::wstring& name, KeyView view) const;
+    void MoveKeys(const std::wstring& from, const std::wstring& to);
     std::uint32_t ProcessBehind(const Answered& answered, std::uint32_t handle) const;
     void Tell(const Answered& answered, KeyRequest request) const;
 

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/os/wine/keylookup.h"
 
@@ -14,18 +18,20 @@ namespace keyreap {
 class OpenKey {
 public:
     explicit OpenKey(std::wstring realPath) : path(std::move(realPath)) {}
-    OpenKey(std::shared_ptr<const OpenKey> parentKey, std::wstring askedName, KeyView askedView)
-        : parent(std::move(parentKey)), name(std::move(askedName)), view(askedView) {}
+    OpenKey(std::shared_ptr<const OpenKey> parentKey, std::wstring askedName, KeyView askedView);
 
     const std::wstring& Path(KeyFacts& facts) const;
-    // Gives the key and what was asked below it another place.
+    // How many keys above it may have to be looked up for its path.
+    std::size_t Depth() const { return depth; }
+    // Gives the key another place.
     void Move(std::wstring newPath) const { path = std::move(newPath); }
 
 private:
-    std::shared_ptr<const OpenKey> parent;
-    std::wstring name;
+    mutable std::shared_ptr<const OpenKey> parent; // until the path is known
+    mutable std::wstring name;                     // likewise
     KeyView view;
-    mutable std::wstring path;
+    std::size_t depth = 0;
+    mutable std::optional<std::wstring> path;
 };
 
 // What a handle stands for: a key, or a process by its id.
@@ -53,8 +59,8 @@ public:
     ServerProcess* Find(std::uint32_t processId);
 
     // A new process takes the place of an earlier one with its id. It inherits the marked handles of its
-    // parent if it inherits any.
-    void Start(std::uint32_t processId, const ServerProcess* parent);
+    // parent if it inherits any: all of them, or those among `listed` if that isn't empty.
+    void Start(std::uint32_t processId, const ServerProcess* parent, std::span<const std::uint32_t> listed);
     void End(std::uint32_t processId) { processes.erase(processId); }
 
     void StartThread(std::uint32_t threadId, std::uint32_t processId) { threads[threadId] = processId; }
