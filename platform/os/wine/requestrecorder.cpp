@@ -1,6 +1,8 @@
 #include "platform/os/wine/requestrecorder.h"
 
 #include <algorithm>
+#include <set>
+#include <vector>
 
 #include "platform/os/wine/registryeventtype.h"
 
@@ -88,14 +90,27 @@ void RequestRecorder::RunDown(const RequestTracker& tracker) {
     EtlRegistryEvent event;
     event.time = std::max(tracker.Time(), startTime);
     event.initialTime = event.time;
+    std::set<std::wstring> open;
     for (const auto& [address, key] : tracker.OpenKeys()) {
-        NameBlock(registryKcbRundownEnd, BlockOf(key->Path(facts)), event);
+        open.insert(key->Path(facts));
     }
+    for (const std::wstring& path : open) {
+        BlockOf(path).named = false;
+    }
+    for (ControlBlock* const block : UnnamedBlocks()) {
+        NameBlock(registryKcbRundownEnd, *block, event);
+    }
+}
+
+std::vector<RequestRecorder::ControlBlock*> RequestRecorder::UnnamedBlocks() {
+    std::vector<ControlBlock*> unnamed;
     for (auto& [path, block] : blocks) {
         if (!block.named) {
-            NameBlock(registryKcbRundownEnd, block, event);
+            unnamed.push_back(&block);
         }
     }
+    std::ranges::sort(unnamed, {}, &ControlBlock::address);
+    return unnamed;
 }
 
 void RequestRecorder::Write(const EtlRegistryEvent& event) {

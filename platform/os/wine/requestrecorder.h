@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/os/wine/etlwriter.h"
 #include "platform/os/wine/requesttracker.h"
@@ -38,6 +39,8 @@ private:
     };
 
     ControlBlock& BlockOf(const std::wstring& path);
+    // In the order in which they were made.
+    std::vector<ControlBlock*> UnnamedBlocks();
     void NameBlock(std::uint8_t type, ControlBlock& block, EtlRegistryEvent event);
     void WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEvent event);
     void Write(const EtlRegistryEvent& event);
