@@ -14,17 +14,12 @@ constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the syste
 constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line
 constexpr DWORD pause = 1;                                       // milliseconds between two looks
 
-std::wstring LogPath() {
-    std::array<wchar_t, MAX_PATH> folder{};
-    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
-    return std::wstring(folder.data(), length < folder.size() ? length : 0) + std::wstring(logName);
-}
-
-// A name that nobody opens but to be found in the log.
+// A name that nobody opens but to be found in the log. Process ids come back within a log, times don't.
 std::wstring NextMark() {
-    static unsigned count = 0;
+    LARGE_INTEGER now{};
+    QueryPerformanceCounter(&now);
     return L"\\REGISTRY\\Keyreap mark " + std::to_wstring(GetCurrentProcessId()) + L' ' +
-           std::to_wstring(++count);
+           std::to_wstring(now.QuadPart);
 }
 
 // Hands everything on up to the mark.
@@ -38,6 +33,7 @@ public:
         }
     }
     void OnLostLines() override {
+        lost = true;
         if (next) {
             next->OnLostLines();
         }
@@ -45,18 +41,26 @@ public:
     void OnMissingKey(const std::wstring& name) override { found = found || name == mark; }
 
     bool Found() const { return found; }
+    bool Lost() const { return lost; }
 
 private:
     KeyRequestListener* next;
     std::wstring_view mark;
     bool found = false;
+    bool lost = false;
 };
 
 } // namespace
 
+std::wstring RequestLogPath() {
+    std::array<wchar_t, MAX_PATH> folder{};
+    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
+    return std::wstring(folder.data(), length < folder.size() ? length : 0) + std::wstring(logName);
+}
+
 bool RequestLog::Open() {
     if (!file.Valid()) {
-        file = OwnedFile(CreateFileW(LogPath().c_str(), GENERIC_READ,
+        file = OwnedFile(CreateFileW(path.c_str(), GENERIC_READ,
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     }
@@ -84,6 +88,7 @@ bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark)
         start = end + 1;
     }
     unread.erase(0, start);
+    whole = whole && !finder.Lost();
     return finder.Found();
 }
 

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/os/ownedhandle.h"
 #include "platform/os/wine/livekeyfacts.h"
@@ -9,11 +10,13 @@
 
 namespace keyreap {
 
-// The filtered request log of Wine's server, which the session that started the server keeps at one place of
-// the prefix, and what was understood of it so far. Windows only.
+// Where the session that started Wine's server keeps its filtered request log: one place in every prefix.
+std::wstring RequestLogPath();
+
+// Such a request log, and what was understood of it so far. Windows only.
 class RequestLog {
 public:
-    RequestLog() : tracker(facts) {}
+    explicit RequestLog(std::wstring logPath) : path(std::move(logPath)), tracker(facts) {}
 
     // False where no session keeps such a log.
     bool Open();
@@ -23,6 +26,9 @@ public:
     // mark isn't there by then.
     bool ReadToNow(KeyRequestListener* listener);
 
+    // False once lines were missing in what was read: handles may be unknown from there on.
+    bool Whole() const { return whole; }
+
     const RequestTracker& Tracker() const { return tracker; }
     LiveKeyFacts& Facts() { return facts; }
 
@@ -30,10 +36,12 @@ private:
     bool ReadSome();
     bool FeedLines(KeyRequestListener* listener, std::wstring_view mark);
 
+    std::wstring path;
     LiveKeyFacts facts;
     RequestTracker tracker;
     OwnedFile file;
     std::string unread; // from the log, not fed yet
+    bool whole = true;
 };
 
 } // namespace keyreap

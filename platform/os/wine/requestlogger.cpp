@@ -71,17 +71,28 @@ std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
     if (!starting.owner.Valid()) {
         return GetLastError();
     }
+    if (running) {
+        return ERROR_NO_SYSTEM_RESOURCES;
+    }
     if (const DWORD status = MakeFile(asked.logFile); status != ERROR_SUCCESS) {
         return status;
     }
-    if (!requests.ReadToNow(nullptr)) {
+    if (const std::uint32_t status = CatchUp(); status != ERROR_SUCCESS) {
         DeleteFileW(asked.logFile.c_str());
-        return ERROR_TIMEOUT;
+        return status;
     }
     starting.startTime = PerformanceCounter();
     starting.startSystemTime = SystemTime();
     running = std::move(starting);
     return ERROR_SUCCESS;
+}
+
+// What was open before the session is known when this has succeeded.
+std::uint32_t RequestLogger::CatchUp() {
+    if (!requests.ReadToNow(nullptr)) {
+        return ERROR_TIMEOUT;
+    }
+    return requests.Whole() ? ERROR_SUCCESS : ERROR_DISK_FULL;
 }
 
 std::uint32_t RequestLogger::Stop() {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/os/ownedhandle.h"
 #include "platform/os/wine/etllogheader.h"
@@ -22,8 +23,12 @@ struct LoggerSession {
 // the registry from Start to Stop. Statuses are those of winerror.h. Windows only.
 class RequestLogger {
 public:
+    explicit RequestLogger(std::wstring requestLog = RequestLogPath()) : requests(std::move(requestLog)) {}
+
     // ERROR_NOT_SUPPORTED without a request log, ERROR_ALREADY_EXISTS while a session of the name runs, here
-    // or in another process that lives, ERROR_TIMEOUT if the request log doesn't move.
+    // or in another process that lives, ERROR_NO_SYSTEM_RESOURCES while one of another name runs here,
+    // ERROR_TIMEOUT if the request log doesn't move, ERROR_DISK_FULL if lines of it are missing; or why the
+    // log file can't be made.
     std::uint32_t Start(const LoggerSession& asked);
 
     // Waits until the request log has told everything up to now, and writes the log file. ERROR_TIMEOUT if it
@@ -39,6 +44,7 @@ private:
         std::int64_t startSystemTime = 0;
     };
 
+    std::uint32_t CatchUp();
     std::uint32_t WriteLog(const Running& ended);
 
     RequestLog requests;
