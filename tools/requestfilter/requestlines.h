@@ -12,8 +12,8 @@ inline constexpr std::size_t MAX_LINE_LENGTH = 1 << 20;
 // Appends what is kept of a line of the server's request log, without its line break, to `kept` and ends it
 // with one; appends nothing if the line isn't kept. Kept are requests and replies about keys, handles,
 // processes, threads and image mappings, the real names of the keys that they opened, the ends of threads and
-// processes, and the server's word that it is up. The data of values and what a new process gets to know (its environment, its command line) are left
-// out.
+// processes, and the server's word that it is up. The data of values and what a new process gets to know (its
+// environment, its command line) are left out.
 void AppendKeptPart(std::string_view line, std::string& kept);
 
 // Parts the log, which comes in pieces of any size, into its lines.
