@@ -25,19 +25,26 @@ endfunction()
 
 # Names a built program as a suite of tests that ./test runs; the names end in build/<preset>/tests.txt. Tests are
 # compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers.
-# With REQUESTS the suite's Wine session has the request log.
+# With REQUESTS the suite's Wine session has the request log. WHOLE is the word of ./test that makes the suite go
+# through all its cases, where it has so many that it takes a sample of them otherwise (scripts/suites.sh).
 function(keyreap_test_suite target)
-  cmake_parse_arguments(SUITE "REQUESTS" "" "" ${ARGN})
+  cmake_parse_arguments(SUITE "REQUESTS" "WHOLE" "" ${ARGN})
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE -O0)
   endif()
   target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-  set(line $<TARGET_FILE:${target}>)
+  set(kind native)
   if(SUITE_REQUESTS)
-    string(APPEND line "\trequests")
+    set(kind requests)
+  elseif(WIN32)
+    set(kind windows)
   endif()
-  set_property(GLOBAL APPEND_STRING PROPERTY KEYREAP_TEST_SUITES "${line}\n")
+  if(NOT SUITE_WHOLE)
+    set(SUITE_WHOLE -)
+  endif()
+  set(line "$<TARGET_FILE:${target}>\t${kind}\t${SUITE_WHOLE}\n")
+  set_property(GLOBAL APPEND_STRING PROPERTY KEYREAP_TEST_SUITES "${line}")
 endfunction()
 
 # One program of unit tests for a room: unit_<room>. PURE and WINDOWS as for the room.

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "tests/endtoend/harness/settings.h"
 #include "tests/support/linkedimage.h"
 #include "tests/support/mutation.h"
 
@@ -9,7 +10,7 @@ namespace keyreap::endtoend {
 
 namespace {
 
-constexpr std::uint32_t imagesOfEachBitness = 250;
+constexpr std::uint32_t imagesOfWholeRun = 250;
 
 testsupport::BuiltImage Server(Bitness bitness) {
     const Bytes bytes = ReadBytes(Sample(bitness, L"plain.dll")).value_or(Bytes());
@@ -50,15 +51,16 @@ void DamagedImages::CaptureOne(Bitness bitness, const std::wstring& file, Outcom
 
 void DamagedImages::CaptureThem(Bitness bitness) {
     const testsupport::BuiltImage image = Server(bitness);
+    const std::uint32_t images = imagesOfWholeRun / TestSettings().sampleStep;
     Outcomes outcomes;
-    for (std::uint32_t seed = 0; outcomes.tried < imagesOfEachBitness; ++seed) {
+    for (std::uint32_t seed = 0; outcomes.tried < images; seed += TestSettings().sampleStep) {
         const std::wstring file = Work(L"damaged" + std::to_wstring(seed) + L".dll");
         ASSERT_TRUE(WriteText(file, testsupport::Mutated(image, seed)));
         CaptureOne(bitness, file, outcomes);
     }
     // The damage is light enough to leave work for every step, and heavy enough to be one.
-    EXPECT_GT(outcomes.succeeded, imagesOfEachBitness / 10);
-    EXPECT_GT(outcomes.failed, imagesOfEachBitness / 10);
+    EXPECT_GT(outcomes.succeeded, images / 10);
+    EXPECT_GT(outcomes.failed, images / 10);
 }
 
 } // namespace keyreap::endtoend

@@ -60,15 +60,24 @@ def test_pytest_is_counted_by_its_last_line(status, output, expected, tmp_path):
 
 @pytest.mark.parametrize("word", ["x64/unit_core", "x64", "unit_core"])
 def test_a_word_chooses_by_the_whole_name_or_either_part(word):
-    assert bash(SOURCE + 'suite_chosen x64/unit_core other "$1"', word).returncode == 0
+    assert bash(SOURCE + 'suite_chosen x64/unit_core - other "$1"', word).returncode == 0
+
+
+def test_the_word_of_its_whole_run_chooses_a_suite():
+    assert bash(SOURCE + "suite_chosen x64/unit_core many other many").returncode == 0
 
 
 def test_other_words_do_not_choose():
-    assert bash(SOURCE + "suite_chosen x64/unit_core x6 unit native/unit_core").returncode == 1
+    assert bash(SOURCE + "suite_chosen x64/unit_core many x6 unit native/unit_core").returncode == 1
 
 
 def test_without_words_all_are_chosen():
-    assert bash(SOURCE + "suite_chosen x64/unit_core").returncode == 0
+    assert bash(SOURCE + "suite_chosen x64/unit_core -").returncode == 0
+
+
+def test_a_whole_run_may_take_longer():
+    limits = bash(SOURCE + "for step in 10 1; do suite_limit windows $step; echo; done").stdout.split()
+    assert int(limits[0]) < int(limits[1])
 
 
 def outcome(result):
@@ -83,6 +92,11 @@ def test_the_sum_is_the_last_line_and_the_status_tells_of_failures(ready_tree):
     presets = ["x64", "x86", "native", "native-sanitized"]
     assert outcome(result) == ([["ok", preset + "/suite_good"] for preset in presets], "4 passed, 0 failed")
     assert result.returncode == 0
+
+
+def test_only_the_word_of_its_whole_run_leads_a_suite_through_all_its_cases(ready_tree):
+    assert outcome(run(ready_tree.folder / "test", "everything"))[1] == "8 passed, 0 failed"
+    assert outcome(run(ready_tree.folder / "test", "native/suite_good"))[1] == "1 passed, 0 failed"
 
 
 def test_failures_crashes_and_silence_fail_and_show_their_output(ready_tree):

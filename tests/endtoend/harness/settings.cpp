@@ -32,6 +32,11 @@ std::wstring ReadVariable(const std::string& name) {
     return value;
 }
 
+std::uint32_t ReadSampleStep() {
+    const std::wstring value = ReadVariable("KEYREAP_SAMPLE");
+    return value.empty() ? 1 : static_cast<std::uint32_t>(std::stoul(value));
+}
+
 } // namespace
 
 const Settings& TestSettings() {
@@ -47,6 +52,7 @@ std::string ReadSettings() {
             missing += std::string("Set ") + variable.name + " to " + variable.meaning + ".\n";
         }
     }
+    MutableSettings().sampleStep = ReadSampleStep();
     return missing;
 }
 
