@@ -134,7 +134,7 @@ bool SameKeyText(std::wstring_view a, std::wstring_view b) {
 std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
     Walk walk(facts);
     std::wstring path = walk.Down(StartingKey(parent, name, view, facts), name, view.redirected);
-    if (!view.opensLink) {
+    if (!view.opensLink && !name.empty()) { // by no name at all a link is found itself
         path = LastTarget(walk, path, view.redirected);
     }
     if (view.redirected && HasNode(path, facts) && !IsShared(Join(path, node))) {

@@ -140,6 +140,12 @@ TEST_F(FindRealPathTest, WhoOpensLinksEndsWithThem) {
     EXPECT_EQ(Find(SOFTWARE + L"\\First\\Third", OPENS_LINK), SOFTWARE + L"\\Second\\Third");
 }
 
+TEST_F(FindRealPathTest, ByNoNameALinkIsFoundItself) {
+    registry.AddLink(NODE + L"\\Policies", SOFTWARE + L"\\Policies");
+    EXPECT_EQ(Find(NODE + L"\\Policies", L"", PLAIN), NODE + L"\\Policies");
+    EXPECT_EQ(Find(SOFTWARE + L"\\Policies", L"", ASKS_32), NODE + L"\\Policies");
+}
+
 TEST_F(FindRealPathTest, LinksInACircleEndSomewhere) {
     registry.AddLink(SOFTWARE + L"\\A", SOFTWARE + L"\\B\\B");
     registry.AddLink(SOFTWARE + L"\\B", SOFTWARE + L"\\A\\A");
