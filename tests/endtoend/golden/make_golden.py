@@ -4,6 +4,8 @@
 import pathlib
 
 import contents
+import replay
+import traced
 from document import document
 
 SAME_IN_BOTH = [
@@ -21,6 +23,21 @@ SAME_IN_BOTH = [
     contents.pausing,
 ]
 BY_BITNESS = [contents.calculator, contents.exporting, contents.library_alone]
+TRACED_IN_BOTH = [
+    traced.everytype,
+    traced.family,
+    traced.handles,
+    traced.keys,
+    traced.lifetime,
+    traced.names,
+    traced.otherview,
+    traced.peruser,
+    traced.plain,
+    traced.texts,
+    traced.writing,
+    traced.writing_over,
+]
+TRACED_BY_BITNESS = [traced.calculator, traced.typelibone]
 
 
 def golden_files():
@@ -29,6 +46,16 @@ def golden_files():
     for sample in BY_BITNESS:
         files[f"{sample.__name__}-x64.reg"] = document(sample("win64"))
         files[f"{sample.__name__}-x86.reg"] = document(sample("win32"))
+    files.update(traced_files())
+    return files
+
+
+def traced_files():
+    """The files that a replay of the trace makes."""
+    files = {f"{sample.__name__}-traced.reg": replay.document(sample()) for sample in TRACED_IN_BOTH}
+    for sample in TRACED_BY_BITNESS:
+        files[f"{sample.__name__}-traced-x64.reg"] = replay.document(sample("win64"))
+        files[f"{sample.__name__}-traced-x86.reg"] = replay.document(sample("win32"))
     return files
 
 

@@ -1,0 +1,186 @@
+// Programs that register themselves, in a session whose registry events can be traced: what comes out, and
+// the exact registry behind it.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/savedregistry.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+using Lines = std::vector<std::wstring>;
+
+constexpr wchar_t writersKey[] = L"Software\\KeyreapWriting";
+// As it stands after the session of a machine that had it before.
+const Lines nothing = {};
+
+class TracedProgram : public Workbench, public testing::WithParamInterface<Route> {
+protected:
+    // What a host does once, when the first programs of a session start, is not to count.
+    static void SetUpTestSuite() {
+        for (const Route& route : routes) {
+            RunLine(Quoted(Keyreap(route.program)) + L" extreg " +
+                    Pair(Sample(route.target, L"empty.exe"), L"NUL"));
+        }
+    }
+
+    // A first run leaves its temporary tree behind; what later ones change is theirs.
+    TracedProgram() { CreateKey(HKEY_CURRENT_USER, productKey); }
+    ~TracedProgram() override {
+        DeleteTree(HKEY_CURRENT_USER, writersKey);
+        DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");
+        DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\KeyreapChild");
+        DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapChild");
+        for (const wchar_t* view : {L"", L"Wow6432Node\\"}) {
+            DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + std::wstring(view) +
+                                               L"Interface\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}");
+        }
+    }
+
+    std::wstring Program(const std::wstring& name) const { return Sample(GetParam().target, name); }
+    DWORD Trace(const std::wstring& name, const wchar_t* mode = L"trace") const {
+        return RunKeyreap(GetParam().program,
+                          L"extreg " + Pair(Program(name), Work(L"out.reg")) + L" " + mode);
+    }
+    bool Is32Bit() const { return GetParam().target == Bitness::x86; }
+    // HKLM\Software, as the program sees it.
+    std::wstring Software() const { return Is32Bit() ? L"HKLM\\Software\\Wow6432Node" : L"HKLM\\Software"; }
+    std::string OwnGolden(const std::string& sample) const {
+        return sample + (Is32Bit() ? "-x86.reg" : "-x64.reg");
+    }
+};
+
+TEST_P(TracedProgram, ThatDoesNothingGivesTheHeaderAndLeavesTheRegistryAsItWas) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"empty.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(TracedProgram, ThatIgnoresTheSwitchAndReadsGivesTheHeader) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"reading.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(TracedProgram, GivesWhatItWroteAndLeavesNothingOfItBehind) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"writing.exe"), 0U);
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+    EXPECT_EQ(before.Changes(), nothing);
+    EXPECT_EQ(TemporaryFiles(), nothing);
+}
+
+TEST_P(TracedProgram, IsTracedWhateverTheMode) {
+    for (const wchar_t* mode : {L"keyRedir", L"both", L""}) {
+        EXPECT_EQ(Trace(L"writing.exe", mode), 0U) << mode;
+        EXPECT_TRUE(
+            Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+    }
+}
+
+TEST_P(TracedProgram, GivesTheSameBytesEachTime) {
+    EXPECT_EQ(Trace(L"handles.exe"), 0U);
+    const std::optional<Bytes> first = ReadBytes(Work(L"out.reg"));
+    EXPECT_EQ(Trace(L"handles.exe"), 0U);
+    EXPECT_EQ(ReadBytes(Work(L"out.reg")), first);
+}
+
+// What a removal costs a machine that had some of the keys before: values that were overwritten or deleted,
+// and keys without subkeys in which something was written, with all their neighbours.
+TEST_P(TracedProgram, TakesOverwrittenAndDeletedValuesAndNeighboursOfLeafKeysWithIt) {
+    const std::wstring key = writersKey;
+    SetText(HKEY_CURRENT_USER, key, L"overwritten", L"before");
+    SetText(HKEY_CURRENT_USER, key, L"deleted", L"before");
+    SetText(HKEY_CURRENT_USER, key, L"neighbour", L"stays, for the key has a subkey that stays");
+    SetText(HKEY_CURRENT_USER, key + L"\\Stays", L"", L"untouched");
+    SetText(HKEY_CURRENT_USER, key + L"\\Deleted", L"", L"deleted with its key");
+    SetText(HKEY_CURRENT_USER, key + L"\\Value deleted", L"deleted", L"before");
+    SetText(HKEY_CURRENT_USER, key + L"\\Value deleted", L"neighbour", L"lost");
+    SetText(HKEY_CURRENT_USER, key + L"\\Parent", L"neighbour", L"lost with the last subkey");
+    SetText(HKEY_CURRENT_USER, key + L"\\Only opened", L"neighbour", L"lost, for the key counts as made");
+    const SavedRegistry before;
+
+    EXPECT_EQ(Trace(L"writing.exe"), 0U);
+
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"), Golden("writing_over-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+    const std::wstring shown = L" HKCU\\" + key;
+    EXPECT_EQ(before.Changes(), (Lines{
+                                    L"-" + shown + L"\\Deleted",
+                                    L"-" + shown + L"\\Only opened",
+                                    L"-" + shown + L"\\Parent",
+                                    L"-" + shown + L"\\Value deleted",
+                                    L"!" + shown + L" [deleted]",
+                                    L"!" + shown + L" [overwritten]",
+                                }));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, key),
+              (RegistryTree{{L"", {{L"neighbour", TextValue(L"stays, for the key has a subkey that stays")}}},
+                            {L"Stays", {{L"", TextValue(L"untouched")}}}}));
+}
+
+TEST_P(TracedProgram, AnswersForItselfAndNotForItsChild) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"family.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("family-traced.reg")));
+    // The key that both wrote to goes as a whole, with what the child wrote there.
+    EXPECT_EQ(before.Changes(), (Lines{
+                                    L"+ HKCU\\Software\\KeyreapFamily",
+                                    L"+ HKCU\\Software\\KeyreapFamily\\Child",
+                                    L"+ " + Software() + L"\\KeyreapChild",
+                                }));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily"),
+              (RegistryTree{{L"", {}}, {L"Child", {{L"", TextValue(L"the child's")}}}}));
+}
+
+TEST_P(TracedProgram, IsFollowedThroughEveryKindOfHandle) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"handles.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("handles-traced.reg")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(TracedProgram, ThatWritesToTheOtherViewGivesFillersAndLeavesThoseKeys) {
+    const std::wstring other = Is32Bit() ? L"" : L"Wow6432Node\\";
+    const std::wstring classId = L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D22}";
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"otherview.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("otherview-traced.reg")));
+    EXPECT_EQ(before.Changes(), (Lines{
+                                    L"+ HKLM\\Software\\Classes\\" + other + classId,
+                                    L"+ HKLM\\Software\\" + other + L"KeyreapBothViews",
+                                    L"+ HKLM\\Software\\" + other + L"KeyreapOtherEmpty",
+                                    L"+ HKLM\\Software\\" + other + L"KeyreapOtherView",
+                                }));
+    EXPECT_EQ(
+        ReadTree(HKEY_LOCAL_MACHINE, L"Software\\" + other + L"KeyreapBothViews"),
+        (RegistryTree{
+            {L"", {{L"in both", TextValue(L"other view")}, {L"in the other", TextValue(L"other view")}}}}));
+    // Now another value is found where the first run found none.
+    for (const wchar_t* name : {L"KeyreapBothViews", L"KeyreapOtherEmpty", L"KeyreapOtherView"}) {
+        DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\" + other + name);
+    }
+    DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + other + classId);
+}
+
+TEST_P(TracedProgram, WithATypeLibraryGivesBothUnderTheProgramsName) {
+    const std::wstring program = Program(L"typelibone.exe");
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"typelibone.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(OwnGolden("typelibone-traced"), PathsOf(program))));
+    // The system writes an interface to the other view as well, where it stays.
+    const std::wstring interfaces =
+        L"HKLM\\Software\\Classes" + std::wstring(Is32Bit() ? L"" : L"\\Wow6432Node") + L"\\Interface";
+    const std::wstring written = L"+ " + interfaces + L"\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}";
+    EXPECT_EQ(before.Changes(), (Lines{written, written + L"\\ProxyStubClsid",
+                                       written + L"\\ProxyStubClsid32", written + L"\\TypeLib"}));
+    EXPECT_EQ(TemporaryFiles(), nothing);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByRoute, TracedProgram, testing::ValuesIn(routes), NameOfRoute);
+
+} // namespace
+
+} // namespace keyreap::endtoend
