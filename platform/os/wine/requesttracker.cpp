@@ -79,6 +79,21 @@ std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint
     return found == process.handles.end() ? nullptr : found->second.key;
 }
 
+// See RequestTracker.
+KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked, bool creates) {
+    if (asked.parent == 0) {
+        return creates ? KeyOrigin::root : KeyOrigin::innerPart;
+    }
+    const auto found = process.handles.find(asked.parent);
+    const ServerHandle parent = found == process.handles.end() ? ServerHandle() : found->second;
+    if (parent.origin == KeyOrigin::innerPart) {
+        return KeyOrigin::innerPart;
+    }
+    const bool goesOn = creates && parent.origin == KeyOrigin::root && (asked.access & keyWow64_32Key) != 0 &&
+                        asked.access == parent.access;
+    return goesOn ? KeyOrigin::root : KeyOrigin::program;
+}
+
 ServerHandle ProcessHandle(std::uint32_t processId) {
     ServerHandle handle;
     handle.processId = processId;
@@ -198,14 +213,17 @@ void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
 void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const bool creates = answered.request.name == createRequest;
     const AskedKey asked = ReadAskedKey(answered.request.fields, creates);
+    const KeyOrigin origin = OriginOf(answered.process, asked, creates);
+    const bool finds = origin != KeyOrigin::program && answered.status == statusObjectNameExists;
     KeyRequest request;
-    request.type = creates ? registryCreate : registryOpen;
+    request.type = creates && !finds ? registryCreate : registryOpen;
     request.parent = KeyBehind(answered.process, asked.parent);
     request.name = asked.name;
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
     if (handle != 0) {
         request.key = FoundKey(answered, request.parent, asked.name, ViewOf(answered.process, asked));
-        answered.process.handles[handle] = {request.key, 0, (asked.attributes & objInherit) != 0};
+        answered.process.handles[handle] = {request.key, 0, (asked.attributes & objInherit) != 0, origin,
+                                            asked.access};
     } else if (!creates && asked.parent == 0 && answered.listener) {
         answered.listener->OnMissingKey(request.name);
     }

@@ -42,6 +42,12 @@ public:
 // itself and before its first own instruction; Windows does neither. The end of that is in the log: ntdll's
 // loader asks once whether a debugger waits for the first breakpoint, just ahead of the entry point. What a
 // process asks before is followed but not told.
+//
+// Later on Wine goes on creating keys that exist where Windows opens them, and who does is in the log too. A
+// program's requests go back to the roots of the API, which the API itself gets by creating them by their
+// complete names (a root of the other view component by component, all with the same access). Wine's inner
+// parts, such as the desktop's settings, go back to keys that they opened by their complete names. The
+// creation of a root, and by the inner parts, is told as the opening that it is if the key was there.
 class RequestTracker {
 public:
     explicit RequestTracker(KeyFacts& registry) : facts(registry) {}

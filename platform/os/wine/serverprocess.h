@@ -34,11 +34,17 @@ private:
     mutable std::optional<std::wstring> path;
 };
 
+// Who got a handle of a key, as its history tells: a program through the API, the API itself on its way to
+// one of its roots, or an inner part of Wine.
+enum class KeyOrigin : std::uint8_t { program, root, innerPart };
+
 // What a handle stands for: a key, or a process by its id.
 struct ServerHandle {
     std::shared_ptr<const OpenKey> key;
     std::uint32_t processId = 0;
     bool inheritable = false;
+    KeyOrigin origin = KeyOrigin::program;
+    std::uint32_t access = 0; // as asked for
 };
 
 using ServerHandles = std::unordered_map<std::uint32_t, ServerHandle>;

@@ -149,7 +149,7 @@ TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) 
 
 TEST_F(RequestRecorderTest, TheViewOfA32BitProcessIsToldUnderItsRealName) {
     story.Process(0x30, 0x34, RequestStory::I386);
-    story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8, {.status = "OBJECT_NAME_EXISTS"});
+    story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
     const Event event = EventOfType(registryCreate);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, SOFTWARE + L"\\Wow6432Node\\A");

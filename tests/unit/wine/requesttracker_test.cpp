@@ -67,6 +67,43 @@ TEST_F(RequestTrackerTest, TheCreationOfAKeyThatWasThereHasSucceeded) {
     EXPECT_EQ(story.LastPath(), SOFTWARE + L"\\A");
 }
 
+TEST_F(RequestTrackerTest, TheCreationOfARootThatWasThereIsToldAsItsOpening) {
+    story.Create(THREAD, R"(\REGISTRY\Machine)", 8, {.status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0].type, registryOpen);
+    EXPECT_EQ(told[0].status, 0U);
+    EXPECT_EQ(story.LastPath(), MACHINE);
+}
+
+TEST_F(RequestTrackerTest, WhatAProgramCreatesBelowARootIsTold) {
+    story.Create(THREAD, R"(\Registry\Machine)", 8, {.access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "Software", 12, {.parent = 8, .access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_EQ(told[1].type, registryCreate);
+}
+
+TEST_F(RequestTrackerTest, ARootOfTheOtherViewIsMadeComponentByComponent) {
+    constexpr std::uint32_t way = 0x02000200;
+    constexpr std::uint32_t asked = 0x00020206;
+    story.Create(THREAD, R"(\Registry\Machine)", 8, {.access = way, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "Software", 12, {.parent = 8, .access = way, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "A", 16, {.parent = 12, .access = asked, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[1].type, registryOpen);
+    EXPECT_EQ(told[2].type, registryCreate);
+}
+
+TEST_F(RequestTrackerTest, WhatInnerPartsCreateIsToldAsOpenedIfItWasThere) {
+    story.Open(THREAD, R"(\Registry\User\S-1-5-21-0-0-0-1000)", 8);
+    story.Create(THREAD, R"(Control Panel\Colors)", 12, {.parent = 8, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "New", 16, {.parent = 12});
+    story.Create(THREAD, "New", 20, {.parent = 16, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 4U);
+    EXPECT_EQ(told[1].type, registryOpen);
+    EXPECT_EQ(told[2].type, registryCreate);
+    EXPECT_EQ(told[3].type, registryOpen);
+}
+
 TEST_F(RequestTrackerTest, AFailureKeepsItsStatusAndGivesNoKey) {
     story.Open(THREAD, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
     ASSERT_EQ(told.size(), 1U);
