@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/os/wine/requestlogger.h"
+#include "tests/requests/recordedlog.h"
+#include "tests/support/scratchkey.h"
+#include "tests/support/temporaryfolder.h"
+
+namespace keyreap {
+
+// HKEY_CURRENT_USER in a Wine prefix, with a backslash behind it.
+inline const std::wstring CURRENT_USER = L"\\REGISTRY\\User\\S-1-5-21-0-0-0-1000\\";
+
+// A logger of the tests' own and a folder for its logs.
+class LoggerTest : public testing::Test {
+protected:
+    static constexpr wchar_t NAME[] = L"Keyreap test logger";
+
+    LoggerSession Session(const std::wstring& name = NAME) const;
+    std::wstring LogFile() const { return folder.File(L"a.etl"); }
+
+    void Start() { ASSERT_EQ(logger.Start(Session()), ERROR_SUCCESS); }
+    // Stops the session and reads its log.
+    RecordedLog Stop();
+
+    testsupport::TemporaryFolder folder;
+    RequestLogger logger;
+};
+
+void SetOne(HKEY key, const wchar_t* name);
+
+} // namespace keyreap

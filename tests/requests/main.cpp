@@ -1,0 +1,23 @@
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "tests/requests/childmodes.h"
+
+// The tests, or with the word `child` in front what a test lets a process of its own do.
+int main(int argc, char** argv) {
+    int count = 0;
+    wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    const std::vector<std::wstring> arguments(words + 1, words + count);
+    LocalFree(words);
+    if (!arguments.empty() && arguments.front() == L"child") {
+        return keyreap::RunAsChild({arguments.begin() + 1, arguments.end()});
+    }
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/os/ownedhandle.h"
+
+namespace keyreap {
+
+// A copy of the session's request log that a thread keeps up to date, line by line, until it is told to leave
+// it.
+class RelayedLog {
+public:
+    explicit RelayedLog(const std::wstring& copyPath);
+    RelayedLog(const RelayedLog&) = delete;
+    RelayedLog& operator=(const RelayedLog&) = delete;
+    ~RelayedLog();
+
+    // From now on nothing of the request log reaches the copy.
+    void Leave();
+    // Here the copy says that lines are missing.
+    void LoseLines();
+
+private:
+    static DWORD WINAPI Run(void* self);
+    void Relay();
+    void CopyLines();
+    void Write(std::string_view text);
+
+    OwnedFile source;
+    OwnedFile target;
+    std::string begun; // a line whose end isn't there yet
+    OwnedHandle end;
+    OwnedHandle lose;
+    OwnedHandle lost;
+    OwnedHandle thread;
+};
+
+} // namespace keyreap
