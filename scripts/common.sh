@@ -38,13 +38,33 @@ step() {
     shift 2
     say "$text"
     mkdir -p "$LOGS"
+    : >"$LOGS/$name.log"
+    start_progress "$LOGS/$name.log"
     set +e
     (set -e && "$@") >"$LOGS/$name.log" 2>&1 </dev/null
     status=$?
     set -e
+    stop_progress
     ((status != 0)) || return 0
     [[ -z ${SHOW_LOGS-} ]] || tail -n 60 "$LOGS/$name.log" >&2
     fail "$text failed; see $LOGS/$name.log"
+}
+
+# start_progress LOG: at a terminal, shows the log's last line as it grows, until stop_progress or the end of the script.
+start_progress() {
+    PROGRESS=
+    [[ -t 2 ]] || return 0
+    while kill -0 $$ 2>/dev/null && sleep 0.3; do
+        printf '\r\e[K  %.76s' "$(tail -n 1 "$1" | tr -d '\000-\037')" >&2
+    done 8>&- 9>&- </dev/null &
+    PROGRESS=$!
+}
+
+stop_progress() {
+    [[ -n $PROGRESS ]] || return 0
+    kill "$PROGRESS"
+    { wait "$PROGRESS" || true; } 2>/dev/null
+    printf '\r\e[K' >&2
 }
 
 # clean_environment COMMAND...: what is built or made must not depend on the caller's variables.

@@ -1,0 +1,127 @@
+"""./keyreap at a terminal: what it tells while it sets up and when a run has ended. Elsewhere it is silent."""
+
+import os
+import pty
+import re
+import signal
+import subprocess
+import sys
+
+import pytest
+from conftest import ROOT, bash, processes_of, until
+
+GOLDEN = ROOT / "tests" / "endtoend" / "golden"
+sys.path.insert(0, str(GOLDEN))
+
+import contents  # noqa: E402
+from document import value_lines  # noqa: E402
+
+SOURCE = 'for part in common paths words; do source "%s/scripts/$part.sh"; done; ' % ROOT
+CALCULATOR = GOLDEN / "calculator-x64.reg"
+
+
+class Terminal:
+    """A command whose standard error is a terminal."""
+
+    def __init__(self, *command, **options):
+        own, its = pty.openpty()
+        self.process = subprocess.Popen(
+            [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=its, **options
+        )
+        os.close(its)
+        self.own = own
+
+    def shown(self):
+        """All that the terminal was sent, once the command and what it started are done with it."""
+        text = b""
+        try:
+            while piece := os.read(self.own, 4096):
+                text += piece
+        except OSError:
+            pass
+        os.close(self.own)
+        self.process.communicate()
+        return text.decode()
+
+
+def lines(terminal):
+    """The lines that stay; a line that a later one covers is none."""
+    return re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", terminal.shown()).replace("\r\x1b[K", "").splitlines()
+
+
+def test_a_run_without_work_says_so(ready_tree):
+    terminal = Terminal(ready_tree.keyreap, "help")
+    assert lines(terminal) == ["keyreap: status 0: nothing was asked for"]
+    assert terminal.process.returncode == 0
+
+
+def test_the_status_is_told_and_given(ready_tree):
+    terminal = Terminal(ready_tree.keyreap)
+    assert lines(terminal) == ["keyreap: status 255: there are no words"]
+    assert terminal.process.returncode == 255
+
+
+def test_an_output_that_the_run_did_not_write_is_told(ready_tree, tmp_path):
+    (tmp_path / "old.reg").write_text("of an earlier run")
+    words = ["extreg", "a.dll", "old.reg", "b.dll", "none.reg", "c.dll", "C:\\x.reg", "trace"]
+    assert lines(Terminal(ready_tree.keyreap, *words, cwd=tmp_path)) == [
+        "keyreap: status 0: captured",
+        "keyreap: old.reg: not written",
+        "keyreap: none.reg: not written",
+        "keyreap: C:\\x.reg: on a drive that went with the run",
+    ]
+
+
+def told(file):
+    result = bash(SOURCE + 'tell_outcome 0 0 extreg x.dll "$1"', file)
+    return result.stderr.splitlines()[1]
+
+
+def counted(number, word):
+    return "%d %s%s" % (number, word, "" if number == 1 else "s")
+
+
+def all_keys(keys):
+    for key in keys.values():
+        yield key
+        yield from all_keys(key.children)
+
+
+@pytest.mark.parametrize("name", ["everytype", "texts", "names", "keys", "plain", "peruser", "silent"])
+def test_keys_values_and_size_of_an_output_are_told(name):
+    file = GOLDEN / (name + ".reg")
+    keys = list(all_keys(getattr(contents, name)()))
+    values = sum(len(list(value_lines(key))) for key in keys)
+    words = [counted(len(keys), "key"), counted(values, "value"), counted(file.stat().st_size, "byte")]
+    assert told(file) == "keyreap: %s: %s" % (file, ", ".join(words))
+
+
+def test_an_output_is_found_under_its_windows_name():
+    windows = "Z:" + str(CALCULATOR).replace("/", "\\")
+    assert told(windows) == told(CALCULATOR).replace(str(CALCULATOR), windows)
+
+
+@pytest.mark.parametrize("entry", [r'"\"="x"', r'"x"="\"', '"x"="a\r\n[no key]\r\n@=\\"no value\\""', '"x"=hex:00,\\\r\n  01', "@="])
+def test_odd_entries_count_as_one(tmp_path, entry):
+    document = '\ufeffWindows Registry Editor Version 5.00\r\n\r\n[K]\r\n%s\r\n"last"=dword:00000001\r\n' % entry
+    (tmp_path / "odd.reg").write_bytes(document.encode("utf-16-le"))
+    assert told(tmp_path / "odd.reg").split(": ")[2].startswith("1 key, 2 values, ")
+
+
+def test_a_set_up_shows_what_it_is_doing(tree):
+    terminal = Terminal(tree.keyreap, "status", "0")
+    shown = terminal.shown()
+    assert terminal.process.returncode == 0
+    assert "keyreap: building x64\r\n" in shown
+    assert re.search(r"\r\x1b\[K  \S", shown)
+    assert shown.endswith("\r\x1b[Kkeyreap: status 0: nothing was asked for\r\n")
+
+
+def test_an_interrupt_ends_the_run_without_further_words(ready_tree):
+    terminal = Terminal(ready_tree.keyreap, "wait", start_new_session=True)
+    prefix = ready_tree.build / "wine" / "pool" / "1"
+    until(lambda: len(processes_of(prefix)) > 3)
+    os.killpg(terminal.process.pid, signal.SIGINT)
+    assert "status" not in terminal.shown()
+    assert terminal.process.returncode == -signal.SIGINT
+    assert processes_of(prefix) == []
