@@ -3,6 +3,10 @@
 
 STAGE=$BUILD/stage
 
+project_version() {
+    sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
+}
+
 program_staged() {
     [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe ]]
 }
@@ -12,7 +16,7 @@ program_sources() {
     local list
     printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
     for list in "$ROOT"/*/CMakeLists.txt; do
-        [[ $list == "$ROOT/tests/"* ]] || printf '%s\0' "${list%/*}"
+        [[ $list == "$ROOT"/@(tests|examples)/* ]] || printf '%s\0' "${list%/*}"
     done
 }
 

@@ -14,20 +14,20 @@ package_time() {
     git -c safe.directory='*' -C "$ROOT" log -1 --format=%ct 2>/dev/null || echo 315532800
 }
 
-package_version() {
-    sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
-}
-
-# lay_out FOLDER: what a user gets.
+# lay_out FOLDER: what a user gets, and the checksum of each file of it.
 lay_out() {
     rm -rf "$1"
     mkdir -p "$1"
     cp -r "$STAGE/bin" "$1/bin"
-    cp "$ROOT/README.md" "$ROOT/LICENSE" "$1"
+    cp -r "$ROOT/README.md" "$ROOT/LICENSE" "$ROOT/docs" "$ROOT/examples" "$1"
+    mkdir "$1/cmake"
+    cp "$ROOT"/cmake/{Keyreap,KeyreapCapture,mingw,typelibrary}.cmake "$ROOT/cmake/oaidl.idl" "$1/cmake"
+    (cd "$1" && find . -type f -printf '%P\0' | sort -z | xargs -0 sha256sum) >"$1.sums"
+    mv "$1.sums" "$1/SHA256SUMS"
 }
 
 set_up package
-zip=$(realpath -m -- "${1:-$BUILD/keyreap-$(package_version).zip}")
+zip=$(realpath -m -- "${1:-$BUILD/keyreap-$(project_version).zip}")
 lay_out "$BUILD/package.new"
 "$ROOT/scripts/makezip.py" "$zip.new" "$(package_time)" Keyreap "$BUILD/package.new"
 mv "$zip.new" "$zip"

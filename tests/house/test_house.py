@@ -22,6 +22,8 @@ ARROWS = {
     "os": set(),
 }
 
+COMMANDS = ("keyreap", "test", "bench", "release", ".ci/run")
+
 # The headers of C that plain code may use; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}
 
@@ -195,24 +197,24 @@ def test_sources_are_formatted():
 
 
 def test_scripts_pass_the_shell_checker():
-    names = tracked("keyreap", "test", ".ci/run", "*.sh")
+    names = tracked(*COMMANDS, "*.sh")
     result = subprocess.run(["shellcheck", "-x", "-P", ".", *names], cwd=ROOT, capture_output=True, text=True)
     assert result.returncode == 0, result.stdout
 
 
-@pytest.mark.parametrize("name", tracked("keyreap", "test", ".ci/run", "*.sh"))
+@pytest.mark.parametrize("name", tracked(*COMMANDS, "*.sh"))
 def test_scripts_are_executable_exactly_when_they_are_commands(name):
     is_command = text_of(name).startswith("#!")
     assert bool((ROOT / name).stat().st_mode & 0o100) == is_command
 
 
 def test_scripts_name_no_addresses_and_no_machine():
-    names = tracked("keyreap", "test", ".ci/*", "*.sh", "*.cmake", "*CMakeLists.txt", "CMakePresets.json")
+    names = tracked(*COMMANDS, "*.sh", "*.cmake", "*CMakeLists.txt", "CMakePresets.json")
     assert lines_matching(r"https?://|(^|[\s\"'=:])/(home|root|wo" r"rk)/", names) == []
 
 
 def test_nothing_is_left_unfinished():
-    names = [name for name in tracked("*.cpp", "*.h", "*.sh", "*CMakeLists.txt", "keyreap", "test")]
+    names = [name for name in tracked("*.cpp", "*.h", "*.sh", "*CMakeLists.txt", *COMMANDS)]
     assert lines_matching(r"\b(TO" r"DO|FIX" r"ME|XX" r"X|HA" r"CK)\b", names) == []
 
 
