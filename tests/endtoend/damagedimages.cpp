@@ -17,50 +17,40 @@ testsupport::BuiltImage Server(Bitness bitness) {
     return testsupport::LinkedImage(std::string(bytes.begin(), bytes.end()));
 }
 
-// What becomes of a host that does no more than load the file and call its registration; none if it seems
-// never to end.
+// How a program ends: its status, or none if it seems never to end.
+std::optional<DWORD> StatusOf(const std::wstring& commandLine) {
+    constexpr DWORD patience = 60'000;
+    return RunningProgram(commandLine).WaitFor(patience);
+}
+
 std::optional<DWORD> StatusOfAnyHost(Bitness bitness, const std::wstring& file) {
-    constexpr int patience = 400;
-    constexpr DWORD pause = 50;
-    RunningProgram host(Quoted(Sample(bitness, L"registerhost.exe")) + L" " + Quoted(file));
-    for (int i = 0; i < patience && host.IsRunning(); ++i) {
-        Sleep(pause);
-    }
-    if (host.IsRunning()) {
-        host.Kill();
-        return std::nullopt;
-    }
-    return host.Wait();
+    return StatusOf(Quoted(Sample(bitness, L"registerhost.exe")) + L" " + Quoted(file));
 }
 
 } // namespace
 
-void DamagedImages::CaptureOne(Bitness bitness, const std::wstring& file, Outcomes& outcomes) {
-    const std::optional<DWORD> statusOfAnyHost = StatusOfAnyHost(bitness, file);
-    if (!statusOfAnyHost) {
-        return;
-    }
-    const DWORD status = Capture(bitness, file, Work(L"out.reg"));
-    ++outcomes.tried;
-    outcomes.succeeded += status == 0 ? 1 : 0;
-    outcomes.failed += status == statusFailed ? 1 : 0;
-    if (status != 0 && status != statusFailed) {
-        EXPECT_EQ(status, *statusOfAnyHost) << testing::PrintToString(file);
+void DamagedImages::CaptureOne(Bitness bitness, const std::wstring& file) {
+    const std::optional<DWORD> status = StatusOf(CaptureLine(bitness, file, Work(L"out.reg")));
+    if (status == 0) {
+        ++succeeded;
+    } else if (status == statusFailed) {
+        ++failed;
+    } else {
+        EXPECT_EQ(status, StatusOfAnyHost(bitness, file)) << testing::PrintToString(file);
     }
 }
 
 void DamagedImages::CaptureThem(Bitness bitness) {
     const testsupport::BuiltImage image = Server(bitness);
-    const std::uint32_t images = imagesOfWholeRun / TestSettings().sampleStep;
-    Outcomes outcomes;
-    for (std::uint32_t seed = 0; outcomes.tried < images; seed += TestSettings().sampleStep) {
+    const std::uint32_t step = TestSettings().sampleStep;
+    for (std::uint32_t seed = 0; seed < imagesOfWholeRun; seed += step) {
         const std::wstring file = Work(L"damaged" + std::to_wstring(seed) + L".dll");
         ASSERT_TRUE(WriteText(file, testsupport::Mutated(image, seed)));
-        CaptureOne(bitness, file, outcomes);
+        CaptureOne(bitness, file);
     }
     // The damage is light enough to leave work for every step, and heavy enough to be one.
-    EXPECT_GT(outcomes.succeeded, images / 10);
-    EXPECT_GT(outcomes.failed, images / 10);
+    EXPECT_GT(succeeded, imagesOfWholeRun / step / 10);
+    EXPECT_GT(failed, imagesOfWholeRun / step / 10);
 }
 
 } // namespace keyreap::endtoend

@@ -12,18 +12,15 @@ namespace keyreap::endtoend {
 class DamagedImages : public Workbench {
 protected:
     // Gives many damaged servers to a build of that bitness, one a run, and expects of each run a result, a
-    // failure, or the very fault with which the image ends any other host. Images that keep any host from
-    // ever coming back are left out.
+    // failure, or the very fault with which the image ends any other host. A run may stay only if the image
+    // keeps any other host too.
     void CaptureThem(Bitness bitness);
 
 private:
-    struct Outcomes {
-        std::uint32_t tried = 0;
-        std::uint32_t succeeded = 0;
-        std::uint32_t failed = 0;
-    };
+    void CaptureOne(Bitness bitness, const std::wstring& file);
 
-    void CaptureOne(Bitness bitness, const std::wstring& file, Outcomes& outcomes);
+    std::uint32_t succeeded = 0;
+    std::uint32_t failed = 0;
 };
 
 } // namespace keyreap::endtoend

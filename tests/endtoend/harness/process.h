@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 namespace keyreap::endtoend {
@@ -9,8 +10,8 @@ namespace keyreap::endtoend {
 // A program that runs. One that is not done in time is ended, so that no test hangs.
 class RunningProgram {
 public:
-    // Starts `application` (or the first word of the line, if it is empty) with this exact command line.
-    explicit RunningProgram(std::wstring commandLine, const std::wstring& directory = {});
+    // Starts the first word of the line with this exact command line.
+    explicit RunningProgram(const std::wstring& commandLine, const std::wstring& directory = {});
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
     ~RunningProgram();
@@ -20,6 +21,9 @@ public:
     // The whole 32-bit exit status. A program that could not be started or did not end in time is a failure
     // of the test.
     DWORD Wait();
+    // The same where staying is no failure: none for a program that did not end within that time. It is
+    // ended.
+    std::optional<DWORD> WaitFor(DWORD milliseconds);
     // Ends the program as a crash would: nothing of its own runs any more.
     void Kill();
 

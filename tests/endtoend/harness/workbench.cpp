@@ -76,12 +76,16 @@ Workbench::~Workbench() {
     RemoveDirectoryWithContents(workFolder);
 }
 
+std::wstring Workbench::CaptureLine(Bitness bitness, const std::wstring& file, const std::wstring& regFile) {
+    return Quoted(Keyreap(bitness)) + L" extreg " + Pair(file, regFile) + L" keyRedir";
+}
+
 DWORD Workbench::RunKeyreap(Bitness bitness, const std::wstring& arguments) const {
     return RunLine(Quoted(Keyreap(bitness)) + L" " + arguments);
 }
 
 DWORD Workbench::Capture(Bitness bitness, const std::wstring& file, const std::wstring& regFile) const {
-    return RunKeyreap(bitness, L"extreg " + Pair(file, regFile) + L" keyRedir");
+    return RunLine(CaptureLine(bitness, file, regFile));
 }
 
 } // namespace keyreap::endtoend

@@ -62,8 +62,9 @@ protected:
 
     // Runs a build of the program with these arguments behind its own name.
     DWORD RunKeyreap(Bitness bitness, const std::wstring& arguments) const;
-    // The whole of one capture by redirection.
+    // The whole of one capture by redirection, and its command line.
     DWORD Capture(Bitness bitness, const std::wstring& file, const std::wstring& regFile) const;
+    static std::wstring CaptureLine(Bitness bitness, const std::wstring& file, const std::wstring& regFile);
 
 private:
     std::wstring workFolder;
