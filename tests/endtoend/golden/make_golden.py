@@ -31,6 +31,7 @@ TRACED_IN_BOTH = [
     traced.lifetime,
     traced.names,
     traced.otherview,
+    traced.pausing,
     traced.peruser,
     traced.plain,
     traced.texts,

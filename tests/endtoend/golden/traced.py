@@ -121,6 +121,10 @@ def lifetime():
     return untouched(contents.lifetime())
 
 
+def pausing():
+    return untouched(contents.pausing())
+
+
 def calculator(system):
     return untouched(contents.calculator(system))
 

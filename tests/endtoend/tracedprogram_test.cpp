@@ -1,53 +1,25 @@
 // Programs that register themselves, in a session whose registry events can be traced: what comes out, and
 // the exact registry behind it.
 #include "tests/endtoend/harness/registry.h"
-#include "tests/endtoend/harness/savedregistry.h"
-#include "tests/endtoend/harness/workbench.h"
+#include "tests/endtoend/tracedsession.h"
 
 namespace keyreap::endtoend {
 
 namespace {
 
-using Lines = std::vector<std::wstring>;
-
 constexpr wchar_t writersKey[] = L"Software\\KeyreapWriting";
-// As it stands after the session of a machine that had it before.
-const Lines nothing = {};
 
-class TracedProgram : public Workbench, public testing::WithParamInterface<Route> {
+class TracedProgram : public TracedSession {
 protected:
-    // What a host does once, when the first programs of a session start, is not to count.
-    static void SetUpTestSuite() {
-        for (const Route& route : routes) {
-            RunLine(Quoted(Keyreap(route.program)) + L" extreg " +
-                    Pair(Sample(route.target, L"empty.exe"), L"NUL"));
-        }
-    }
-
-    // A first run leaves its temporary tree behind; what later ones change is theirs.
-    TracedProgram() { CreateKey(HKEY_CURRENT_USER, productKey); }
     ~TracedProgram() override {
         DeleteTree(HKEY_CURRENT_USER, writersKey);
         DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\KeyreapChild");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapChild");
-        for (const wchar_t* view : {L"", L"Wow6432Node\\"}) {
-            DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + std::wstring(view) +
-                                               L"Interface\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}");
-        }
     }
 
-    std::wstring Program(const std::wstring& name) const { return Sample(GetParam().target, name); }
-    DWORD Trace(const std::wstring& name, const wchar_t* mode = L"trace") const {
-        return RunKeyreap(GetParam().program,
-                          L"extreg " + Pair(Program(name), Work(L"out.reg")) + L" " + mode);
-    }
-    bool Is32Bit() const { return GetParam().target == Bitness::x86; }
     // HKLM\Software, as the program sees it.
     std::wstring Software() const { return Is32Bit() ? L"HKLM\\Software\\Wow6432Node" : L"HKLM\\Software"; }
-    std::string OwnGolden(const std::string& sample) const {
-        return sample + (Is32Bit() ? "-x86.reg" : "-x64.reg");
-    }
 };
 
 TEST_P(TracedProgram, ThatDoesNothingGivesTheHeaderAndLeavesTheRegistryAsItWas) {
@@ -64,11 +36,18 @@ TEST_P(TracedProgram, ThatIgnoresTheSwitchAndReadsGivesTheHeader) {
     EXPECT_EQ(before.Changes(), nothing);
 }
 
+TEST_P(TracedProgram, ThatShowsAWindowGivesTheHeaderAndLeavesTheRegistryAsItWas) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"windowed.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
 TEST_P(TracedProgram, GivesWhatItWroteAndLeavesNothingOfItBehind) {
     const SavedRegistry before;
     EXPECT_EQ(Trace(L"writing.exe"), 0U);
     EXPECT_TRUE(
-        Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+        Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
     EXPECT_EQ(before.Changes(), nothing);
     EXPECT_EQ(TemporaryFiles(), nothing);
 }
@@ -77,7 +56,7 @@ TEST_P(TracedProgram, IsTracedWhateverTheMode) {
     for (const wchar_t* mode : {L"keyRedir", L"both", L""}) {
         EXPECT_EQ(Trace(L"writing.exe", mode), 0U) << mode;
         EXPECT_TRUE(
-            Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+            Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
     }
 }
 
@@ -106,7 +85,7 @@ TEST_P(TracedProgram, TakesOverwrittenAndDeletedValuesAndNeighboursOfLeafKeysWit
     EXPECT_EQ(Trace(L"writing.exe"), 0U);
 
     EXPECT_TRUE(
-        Holds(Work(L"out.reg"), Golden("writing_over-traced.reg", {{L"{MODULE}", Program(L"writing.exe")}})));
+        Holds(Work(L"out.reg"), Golden("writing_over-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
     const std::wstring shown = L" HKCU\\" + key;
     EXPECT_EQ(before.Changes(), (Lines{
                                     L"-" + shown + L"\\Deleted",
@@ -166,16 +145,11 @@ TEST_P(TracedProgram, ThatWritesToTheOtherViewGivesFillersAndLeavesThoseKeys) {
 }
 
 TEST_P(TracedProgram, WithATypeLibraryGivesBothUnderTheProgramsName) {
-    const std::wstring program = Program(L"typelibone.exe");
+    const std::wstring program = Target(L"typelibone.exe");
     const SavedRegistry before;
     EXPECT_EQ(Trace(L"typelibone.exe"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(OwnGolden("typelibone-traced"), PathsOf(program))));
-    // The system writes an interface to the other view as well, where it stays.
-    const std::wstring interfaces =
-        L"HKLM\\Software\\Classes" + std::wstring(Is32Bit() ? L"" : L"\\Wow6432Node") + L"\\Interface";
-    const std::wstring written = L"+ " + interfaces + L"\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}";
-    EXPECT_EQ(before.Changes(), (Lines{written, written + L"\\ProxyStubClsid",
-                                       written + L"\\ProxyStubClsid32", written + L"\\TypeLib"}));
+    EXPECT_EQ(before.Changes(), InterfaceOfTheOtherView());
     EXPECT_EQ(TemporaryFiles(), nothing);
 }
 

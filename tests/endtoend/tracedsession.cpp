@@ -1,0 +1,40 @@
+#include "tests/endtoend/tracedsession.h"
+
+#include "tests/endtoend/harness/registry.h"
+
+namespace keyreap::endtoend {
+
+// What a host does once, when the first programs of a session start, is not to count.
+void TracedSession::SetUpTestSuite() {
+    for (const Route& route : routes) {
+        RunLine(Quoted(Keyreap(route.program)) + L" extreg " +
+                Pair(Sample(route.target, L"windowed.exe"), L"NUL"));
+    }
+}
+
+// A first run leaves its temporary tree behind; what later ones change is theirs.
+TracedSession::TracedSession() {
+    CreateKey(HKEY_CURRENT_USER, productKey);
+}
+
+TracedSession::~TracedSession() {
+    for (const wchar_t* classes : {L"Software\\Classes\\", L"Software\\Classes\\Wow6432Node\\"}) {
+        DeleteTree(HKEY_LOCAL_MACHINE, std::wstring(classes) + calculatorsInterface);
+    }
+}
+
+std::string TracedSession::OwnGolden(const std::string& sample) const {
+    return sample + (Is32Bit() ? "-x86.reg" : "-x64.reg");
+}
+
+DWORD TracedSession::Trace(const std::wstring& name, const wchar_t* mode) const {
+    return RunKeyreap(GetParam().program, L"extreg " + Pair(Target(name), Work(L"out.reg")) + L" " + mode);
+}
+
+Lines TracedSession::InterfaceOfTheOtherView() const {
+    const std::wstring view = Is32Bit() ? L"" : L"Wow6432Node\\";
+    const std::wstring key = L"+ HKLM\\Software\\Classes\\" + view + calculatorsInterface;
+    return {key, key + L"\\ProxyStubClsid", key + L"\\ProxyStubClsid32", key + L"\\TypeLib"};
+}
+
+} // namespace keyreap::endtoend
