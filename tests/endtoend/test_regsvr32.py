@@ -22,21 +22,7 @@ sys.path.insert(0, str(ROOT / "tests" / "support"))
 
 import hive  # noqa: E402
 import regfile  # noqa: E402
-
-MODULES = [
-    "msxml3.dll",
-    "scrrun.dll",
-    "quartz.dll",
-    "urlmon.dll",
-    "msi.dll",
-    "windowscodecs.dll",
-    "jscript.dll",
-    "shdocvw.dll",
-    "wmp.dll",
-    "hhctrl.ocx",
-]
-
-SYSTEM_FOLDERS = {"x64": "C:\\windows\\system32", "x86": "C:\\windows\\syswow64"}
+from distribution import MODULES, SYSTEM_FOLDERS  # noqa: E402
 
 HIVES = {
     "system.reg": "HKEY_LOCAL_MACHINE",
