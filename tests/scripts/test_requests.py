@@ -1,0 +1,205 @@
+"""The request log of a session: what it holds, that it is never in a program's way, and that nothing of it stays."""
+
+import os
+import re
+import signal
+from pathlib import Path
+
+import pytest
+from conftest import ROOT, is_locked, processes_of, until
+
+FILTER = ROOT / "build" / "wine" / "requestfilter"
+
+# A line of the log: a request or a reply of the kinds that a trace needs, a real path, a clock, an end, a loss.
+KEPT = re.compile(
+    r"(wineserver: starting .*"
+    r"|[0-9a-f]{4,8}: (close_handle|create_key|delete_key|delete_key_value|dup_handle|get_key_value|get_mapping_info"
+    r"|get_process_debug_info|init_first_thread|new_process|new_thread|open_key|open_process|rename_key"
+    r"|set_handle_info|set_key_value)\(.*"
+    r"|[0-9a-f]{4,8}: \*(process )?killed\*.*"
+    r"|(Open|Create) key .*"
+    r"|time [0-9]+|lost)"
+)
+
+# Starts a server with its log in a filter of the test's own, whose file is $2 and whose limits are those of $1, in
+# a session that has no other; then runs the rest of the words.
+OWN_FILTER = """
+    limit=$1 file=$2
+    shift 2
+    (wineserver -f -d2 -p 2>&1 >/dev/null | (ulimit -f "$limit"; exec "$FILTER" "$file")) </dev/null &
+    until [[ -e $WINEPREFIX/wineserver ]]; do sleep 0.01; done
+    "$@"
+"""
+
+
+def log_of(pool):
+    return pool.prefix() / "drive_c" / "windows" / "keyreap-requests.log"
+
+
+def naming(folder):
+    """The processes that name a folder or what lies below it in their command lines: filters and keepers."""
+    found = []
+    for process in Path("/proc").iterdir():
+        try:
+            if process.name.isdigit() and os.fsencode(folder) in (process / "cmdline").read_bytes():
+                found.append(int(process.name))
+        except OSError:
+            pass
+    return found
+
+
+def filter_of(pool):
+    """The number of the filter's process."""
+    return next(
+        number for number in naming(pool.prefix()) if b"requestfilter" in Path(f"/proc/{number}/cmdline").read_bytes()
+    )
+
+
+def started(pool, **settings):
+    """A session with the request log and a program that runs for ever, once it runs."""
+    words = ["--requests", "bash", "-c", "wine cmd /c echo begun; exec wine cmd /k"]
+    session = pool.start(*words, **settings)
+    assert session.stdout.readline().strip() == "begun"
+    return session
+
+
+def server_folder(pool):
+    """Where the server that runs keeps its socket."""
+    return Path("/tmp") / (pool.prefix() / "wineserver").read_text().strip()
+
+
+def assert_nothing_is_left(pool, folder):
+    assert processes_of(pool.prefix()) == []
+    assert naming(pool.prefix()) == []
+    assert not is_locked(str(pool.prefix()) + ".lock")
+    assert not log_of(pool).exists()
+    assert not (pool.prefix() / "wineserver").exists()
+    assert not folder.exists()
+
+
+def test_the_log_is_there_before_the_command_and_gone_behind_it(pool):
+    words = ["cat", log_of(pool)]
+    clock, up = pool.run("--requests", *words).stdout.splitlines()
+    assert clock.startswith("time ") and up.startswith("wineserver: starting")
+    assert not log_of(pool).exists()
+    assert pool.run(*words).returncode != 0
+
+
+def test_only_its_owner_can_read_the_log(pool):
+    assert pool.run("--requests", "stat", "-c", "%a", log_of(pool)).stdout == "600\n"
+
+
+def test_the_log_holds_only_what_a_trace_needs(pool):
+    script = (
+        'wine reg add "HKCU\\\\Software\\\\Logged" /v name /d "the secret data" >/dev/null'
+        ' && wine reg query "HKCU\\\\Software\\\\Logged" >/dev/null; cat "$1"'
+    )
+    log = pool.run("--requests", "bash", "-c", script, "bash", log_of(pool)).stdout
+    lines = log.splitlines()
+    assert [line for line in lines if not KEPT.fullmatch(line)] == []
+    assert any("Logged" in line and "create_key" in line for line in lines)
+    assert any('name=L"name"' in line and "set_key_value" in line for line in lines)
+    assert "secret" not in log
+
+
+def test_no_environment_is_on_the_disk(pool):
+    secret = "a-secret-of-the-callers-environment"
+    script = 'wine cmd /c "echo %SENTINEL%"; sync; ! grep -rlsa "$1" "$WINEPREFIX/" "/tmp/$(<"$WINEPREFIX/wineserver")"'
+    result = pool.run("--requests", "bash", "-c", script, "bash", secret, env={"SENTINEL": secret})
+    assert result.stdout.strip() == secret
+    assert result.returncode == 0
+
+
+def test_a_run_leaves_nothing(pool):
+    result = pool.run("--requests", "bash", "-c", 'wine cmd /c exit; cat "$WINEPREFIX/wineserver"')
+    assert_nothing_is_left(pool, Path("/tmp") / result.stdout.strip())
+
+
+def test_a_command_that_needs_no_wine_leaves_nothing(pool):
+    result = pool.run("--requests", "bash", "-c", 'cat "$WINEPREFIX/wineserver"')
+    assert_nothing_is_left(pool, Path("/tmp") / result.stdout.strip())
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_leaves_nothing(pool, number):
+    session = started(pool)
+    folder = server_folder(pool)
+    session.send_signal(number)
+    assert session.wait() == -number
+    assert_nothing_is_left(pool, folder)
+
+
+def test_an_interrupt_from_the_keyboard_leaves_nothing(pool):
+    session = started(pool, start_new_session=True)
+    folder = server_folder(pool)
+    os.killpg(session.pid, signal.SIGINT)
+    assert session.wait() == -signal.SIGINT
+    assert_nothing_is_left(pool, folder)
+
+
+@pytest.mark.parametrize("kill", [os.kill, os.killpg])
+def test_a_kill_leaves_nothing(pool, kill):
+    session = started(pool, start_new_session=True)
+    folder = server_folder(pool)
+    kill(session.pid, signal.SIGKILL)
+    session.wait()
+    until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+    assert_nothing_is_left(pool, folder)
+
+
+def test_a_server_that_was_killed_takes_the_filter_and_the_log_with_it(pool):
+    session = started(pool)
+    number = filter_of(pool)
+    assert pool.prefix().exists() and log_of(pool).exists()
+    for process in processes_of(pool.prefix()):
+        if "wineserver" in Path(f"/proc/{process}/comm").read_text():
+            os.kill(process, signal.SIGKILL)
+    until(lambda: not Path(f"/proc/{number}").exists())
+    assert not log_of(pool).exists()
+    session.kill()
+    session.wait()
+    until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+
+
+def test_the_filter_outlives_the_signals_that_end_programs(pool):
+    session = started(pool)
+    number = filter_of(pool)
+    for kind in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+        os.kill(number, kind)
+    size = log_of(pool).stat().st_size
+    session.send_signal(signal.SIGTERM)
+    until(lambda: not Path(f"/proc/{number}").exists())
+    assert size > 0
+    assert session.wait() == -signal.SIGTERM
+
+
+@pytest.mark.parametrize(("limit", "file"), [("unlimited", "/dev/full"), ("64", "$WINEPREFIX/drive_c/cut.log")])
+def test_a_full_disk_does_not_hold_up_the_server_or_its_programs(pool, limit, file):
+    script = 'file=${2/\\$WINEPREFIX/$WINEPREFIX}; set -- "$1" "$file" "${@:3}"' + OWN_FILTER
+    ends = "for i in 1 2 3; do wine cmd /c exit; done; wine cmd /c exit 9"
+    words = ["bash", "-c", script, "bash", limit, file, "bash", "-c", ends]
+    assert pool.run(*words, env={"FILTER": str(FILTER)}).returncode == 9
+
+
+def test_a_log_without_room_leaves_the_default_mode_the_result_of_the_redirection(pool, tmp_path):
+    log = "$WINEPREFIX/drive_c/windows/keyreap-requests.log"
+    script = 'set -- "$1" "%s" "${@:2}"' % log + OWN_FILTER
+    program = os.environ["KEYREAP_STAGE"] + "\\x64\\Keyreap.exe"
+    sample = os.environ["KEYREAP_SAMPLES"] + "\\x64\\plain.dll"
+    result = "Z:" + str(tmp_path / "out.reg").replace("/", "\\")
+    words = ["bash", "-c", script, "bash", "64", "wine", program, "extreg", sample, result]
+    assert pool.run(*words, env={"FILTER": str(FILTER)}).returncode == 0
+    expected = ROOT / "tests" / "endtoend" / "golden" / "plain.reg"
+    assert (tmp_path / "out.reg").read_bytes() == expected.read_bytes()
+
+
+def test_keyreap_itself_leaves_nothing_when_it_is_killed(ready_tree):
+    pool = ready_tree.build / "wine" / "pool"
+    run = ready_tree.start("wait", start_new_session=True)
+    until(lambda: any(pool.glob("*/drive_c/windows/keyreap-requests.log")))
+    run.kill()
+    run.wait()
+    until(lambda: not any(is_locked(lock) for lock in pool.glob("*.lock")))
+    assert naming(pool) == []
+    assert not any(pool.glob("*/drive_c/windows/keyreap-requests.log"))
+    assert not any(pool.glob("*/wineserver"))
