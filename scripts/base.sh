@@ -38,6 +38,9 @@ first_start() {
     run_in_session timeout -k 10 300 "$WINE" wineboot --init
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\cmd.exe' /c exit
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\syswow64\cmd.exe' /c exit
+    # The default user's hive has it on Windows, and is more than what a server may write and a trace take away: with
+    # its request log on, Wine's server falls when it is to save a hive whose last key was deleted.
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add 'HKU\.DEFAULT\Environment' /f
     run_in_session "$WINESERVER" -k
     run_in_session timeout 60 "$WINESERVER" -w
     end_session

@@ -52,14 +52,28 @@ def with_parents(path):
     return ["\\".join(names[: count + 1]) for count in range(len(names))]
 
 
-def parse(path, root):
-    """Each key's path below `root` and, by name, the type and bytes of its values."""
-    keys, values = {}, None
+def sections(path, root):
+    """The lines of each key that the file names, as they stand in it: the values, and nothing about their time."""
+    keys, values = {}, []
     for line in lines(path):
         if line.startswith("["):
-            for name in with_parents(root + "\\" + unescaped(KEY.match(line)[1])):
-                values = keys.setdefault(name, {})
-        elif values is not None and line[:1] in ("@", '"'):
-            name, form = VALUE.match(line).groups()
-            values[unescaped(name or "")] = parsed(form)
+            values = keys[root + "\\" + unescaped(KEY.match(line)[1])] = []
+        elif line[:1] in ("@", '"'):
+            values.append(line)
+    return keys
+
+
+def values_in(section):
+    """By name, the type and bytes of the values in the lines of a key."""
+    found = [VALUE.match(line).groups() for line in section]
+    return {unescaped(name or ""): parsed(form) for name, form in found}
+
+
+def parse(path, root):
+    """Each key's path below `root` and, by name, the type and bytes of its values."""
+    keys = {}
+    for name, section in sections(path, root).items():
+        for parent in with_parents(name):
+            keys.setdefault(parent, {})
+        keys[name].update(values_in(section))
     return keys

@@ -9,6 +9,7 @@ NAME = re.compile(r'@=|"((?:[^"\\]|\\.)*)"=')
 TEXT = re.compile(r'"((?:[^"\\]|\\["\\])*)"\r\n')
 NUMBER = re.compile(r"dword:([0-9a-f]{8})\r\n")
 PAIRS = re.compile(r"hex(?:\(([0-9a-f]+)\))?:((?:[0-9a-f]{2}(?:,(?:\\\r\n  )?[0-9a-f]{2})*)?)\r\n")
+EMPTY = re.compile(r"hex\(([27])\):,00,00\r\n")
 NOTHING = re.compile(r"\r\n")
 # A REG_QWORD out of a harvest holds pieces of the text of the value in front of it.
 STALE = re.compile(r"hex\(b\):.*?\r\n(?=\r\n\[|@=|\"|\Z)", re.S)
@@ -36,6 +37,11 @@ def parsed_pairs(found):
     return int(found[1] or str(BINARY), 16), bytes.fromhex(re.sub(r"[^0-9a-f]", "", found[2]))
 
 
+def parsed_empty(found):
+    """A text of length 0 has only its end, behind a comma that has nothing in front of it."""
+    return int(found[1]), b"\0\0"
+
+
 def parsed_nothing(_):
     return None
 
@@ -44,7 +50,14 @@ def parsed_stale(_):
     return QWORD, None
 
 
-FORMS = [(TEXT, parsed_text), (NUMBER, parsed_number), (PAIRS, parsed_pairs), (NOTHING, parsed_nothing), (STALE, parsed_stale)]
+FORMS = [
+    (TEXT, parsed_text),
+    (NUMBER, parsed_number),
+    (PAIRS, parsed_pairs),
+    (EMPTY, parsed_empty),
+    (NOTHING, parsed_nothing),
+    (STALE, parsed_stale),
+]
 
 
 def parse(data):

@@ -36,6 +36,9 @@ MADE_BY_REDIRECTION = {
 }
 
 
+CONTROL_SET = "hkey_local_machine\\system\\currentcontrolset"
+
+
 @dataclass(frozen=True)
 class Difference:
     """Of a key, or of a value if there is a name. What one side doesn't have is None there; a key that is there has
@@ -45,7 +48,9 @@ class Difference:
     name: str | None
     harvested: object
     replayed: object
-    has_subkeys: bool  # in the harvest
+    # Of the key in the harvest.
+    has_subkeys: bool
+    is_noise: bool
 
     def __str__(self):
         what = self.key if self.name is None else "%s: %r" % (self.key, self.name)
@@ -68,6 +73,11 @@ def implied_keys(difference):
     return difference.has_subkeys and difference.harvested == {} and difference.replayed is None
 
 
+def control_set_noise(difference):
+    """The replay takes keys of the machine's control set for noise of the system if none of them has a value."""
+    return difference.is_noise and difference.harvested == {} and difference.replayed is None
+
+
 def deleted_keys(difference):
     """A key that the server deleted is a header in the replay, with a filler for each value that it had been given."""
     if difference.name is not None or difference.harvested is not None:
@@ -82,7 +92,7 @@ def lost_values(difference):
     return difference.name is not None and difference.harvested is None and difference.replayed == FILLER
 
 
-RULES = (wide_numbers, keys_of_the_redirection, implied_keys, deleted_keys, lost_values)
+RULES = (wide_numbers, keys_of_the_redirection, implied_keys, control_set_noise, deleted_keys, lost_values)
 
 
 def entries(data):
@@ -111,29 +121,39 @@ def folded(path):
 
 
 def harvested_entries(data):
-    """The harvested keys as the replay names them; and the paths of those that have subkeys. Where two keys fold into
-    one, a value of the one below Wow6432Node only counts as missing in the other."""
-    keys, parents = {}, set()
+    """The harvested keys as the replay names them. Where two keys fold into one, a value of the one below Wow6432Node
+    only counts as missing in the other."""
+    keys = {}
     for path, values in regfile.parse(data).items():
         place = folded(path).lower()
         known = keys.setdefault(place, {})
         if place == path.lower():
             known.update({name.lower(): value for name, value in values.items()})
-        parents.add(place.rpartition("\\")[0])
-    return keys, parents
+    return keys
+
+
+def is_within(key, other):
+    return key == other or key.startswith(other + "\\")
+
+
+def noise(keys):
+    """The keys of the machine's control set, if none of them has a value."""
+    found = {key for key in keys if is_within(key, CONTROL_SET)}
+    return set() if any(keys[key] for key in found) else found
 
 
 def differences(harvested, replayed):
-    before, parents = harvested_entries(harvested)
-    after = with_roots_by_name(entries(replayed))
+    before, after = harvested_entries(harvested), with_roots_by_name(entries(replayed))
+    parents, noisy = {key.rpartition("\\")[0] for key in before}, noise(before)
     for key in sorted({*before, *after}):
+        traits = key in parents, key in noisy
         if key not in before or key not in after:
-            yield Difference(key, None, before.get(key), after.get(key), key in parents)
+            yield Difference(key, None, before.get(key), after.get(key), *traits)
             continue
         for name in sorted({*before[key], *after[key]}):
             sides = before[key].get(name), after[key].get(name)
             if name not in before[key] or name not in after[key] or sides[0] != sides[1]:
-                yield Difference(key, name, *sides, key in parents)
+                yield Difference(key, name, *sides, *traits)
 
 
 def rule_of(difference):

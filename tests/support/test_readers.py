@@ -44,12 +44,16 @@ def test_an_entry_with_nothing_behind_it_has_no_data():
     assert values_in('"a"=\r\n') == {"a": None}
 
 
+def test_texts_of_length_0_are_their_end():
+    assert values_in('@=hex(2):,00,00\r\n"a"=hex(7):,00,00\r\n') == {"": (2, b"\0\0"), "a": (7, b"\0\0")}
+
+
 def test_a_wide_number_may_hold_another_values_text():
     body = '"a"="C:\\\\x"\r\n"b"=hex(b):C:,\\x\r\n"c"=dword:00000001\r\n\r\n[L]\r\n'
     assert values_in(body) == {"a": text_value("C:\\x"), "b": (regfile.QWORD, None), "c": (4, b"\1\0\0\0")}
 
 
-@pytest.mark.parametrize("body", ['@="a"\r\n', "\r\n[K]\r\nword\r\n", '\r\n[K]\r\n@=hex(2):,00,00\r\n', "\r\n[K]"])
+@pytest.mark.parametrize("body", ['@="a"\r\n', "\r\n[K]\r\nword\r\n", "\r\n[K]"])
 def test_what_is_no_entry_is_an_error(body):
     with pytest.raises(regfile.NotRead):
         regfile.parse(document(body))

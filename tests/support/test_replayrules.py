@@ -12,6 +12,7 @@ import replayrules  # noqa: E402
 
 ROOT_KEYS = ["HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_USERS", "HKEY_LOCAL_MACHINE"]
 STAND_INS = "HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary\\"
+CONTROL_SET = "HKEY_LOCAL_MACHINE/SYSTEM/CurrentControlSet"
 FILLER = '"' + "\u5555" * 10 + '"'
 
 
@@ -59,6 +60,12 @@ def test_keys_with_subkeys_and_without_values_go_without_saying():
     assert rules({"HKEY_CURRENT_USER/A": "", "HKEY_CURRENT_USER/A/B": "", **leaf}, leaf) == {"implied_keys"}
 
 
+def test_keys_of_the_control_set_are_noise_while_none_has_a_value():
+    keys = dict.fromkeys(["/SYSTEM", "/SYSTEM/CurrentControlSet", "/SYSTEM/CurrentControlSet/Services/S"], "")
+    harvested = {"HKEY_LOCAL_MACHINE" + key: "" for key in keys}
+    assert "control_set_noise" in rules(harvested, {})
+
+
 def test_deleted_keys_are_headers_in_the_replay():
     replayed = {"HKEY_CURRENT_USER/A": "", "HKEY_CURRENT_USER/B": value("V", FILLER)}
     assert rules({}, replayed) == {"deleted_keys"}
@@ -89,6 +96,8 @@ def test_values_on_root_keys_stand_under_the_key_that_stood_for_the_root(short, 
         ({"HKEY_CURRENT_USER/A": value("V", "dword:00000001")}, {"HKEY_CURRENT_USER/A": value("V", "hex:01,00,00,00")}),
         ({"HKEY_CURRENT_USER/A": value("V", "hex(b):01")}, {"HKEY_CURRENT_USER/A": value("V", '"x"')}),
         ({"HKEY_LOCAL_MACHINE/Software": value("V", '"x"')}, {}),
+        ({CONTROL_SET + "/S": value("V", '"x"'), CONTROL_SET + "/T": ""}, {CONTROL_SET + "/S": value("V", '"x"')}),
+        ({"HKEY_LOCAL_MACHINE/SYSTEM/CurrentControlSetting": ""}, {}),
         ({"HKEY_CURRENT_USER/A": value("V", '"x"'), "HKEY_CURRENT_USER/A/B": ""}, {"HKEY_CURRENT_USER/A/B": ""}),
         ({}, {"HKEY_CURRENT_USER/A": value("V", '"x"')}),
         ({}, {"HKEY_CURRENT_USER/A": value("V", '"x"') + value("W", FILLER)}),
