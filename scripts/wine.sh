@@ -80,7 +80,8 @@ end_prefix() {
 # its own variables on to every process, even to one that was started with others.
 prefix_processes() {
     local pid
-    # A process that has ended and waits to be reaped shows no environment.
-    grep -lzxF "WINEPREFIX=$1" /proc/[0-9]*/environ 2>/dev/null |
-        while IFS=/ read -r _ _ pid _; do printf '%s\n' "$pid"; done
+    # A process that has ended and waits to be reaped shows no environment. Nor does one of which only the first
+    # thread has ended, but its other threads do.
+    grep -lzxF "WINEPREFIX=$1" /proc/[0-9]*/task/[0-9]*/environ 2>/dev/null |
+        while IFS=/ read -r _ _ pid _; do printf '%s\n' "$pid"; done | sort -u
 }

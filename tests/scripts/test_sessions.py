@@ -110,6 +110,20 @@ def test_what_the_command_left_running_ends_with_it(pool):
     assert_nothing_is_left(pool)
 
 
+# A process whose first thread ends before another one.
+HALF_ENDED = """
+import ctypes, threading, time
+threading.Thread(target=time.sleep, args=(3600,)).start()
+ctypes.CDLL(None).syscall(60, 0)  # SYS_exit
+"""
+
+
+def test_a_process_without_its_first_thread_ends_with_the_session(pool):
+    script = 'python3 -c "$1" >/dev/null & until grep -q "^State:.Z" /proc/$!/status; do sleep 0.01; done; echo $!'
+    number = succeeded(pool.run("bash", "-c", script, "bash", HALF_ENDED)).strip()
+    until(lambda: not os.path.exists("/proc/" + number))
+
+
 def test_the_end_of_output_is_the_end_of_the_session(pool):
     session = pool.start("wine", "cmd", "/c", "echo word")
     assert session.stdout.read().strip() == "word"
