@@ -13,6 +13,7 @@ What the server wrote to HKEY_CLASSES_ROOT goes to HKEY_LOCAL_MACHINE\\Software\
 installer can't carry ends the command with status 1 and a line that names the entry.
 """
 
+import os
 import re
 import struct
 import sys
@@ -120,8 +121,8 @@ class Folder:
 
     def __init__(self, path, place, ending=""):
         """`ending` is what `place` brings with it of the text behind the folder."""
-        if path.startswith("/"):
-            path = "Z:" + path.replace("/", "\\")
+        if not re.match(r"[A-Za-z]:|\\\\", path):
+            path = "Z:" + os.path.abspath(path).replace("/", "\\")
         # The system may put \\?\ in front of a path.
         path = r"(?:\\\\\?\\)?" + re.escape(path.rstrip("\\"))
         behind = "(?:%s|(?![^\"]))" % re.escape(ending) if ending else r'(?![^\\"])'

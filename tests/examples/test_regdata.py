@@ -157,6 +157,16 @@ def test_a_value_with_a_name_that_windows_installer_reads_as_an_order_is_named(t
     assert "'+'" in refused(tmp_path, "wixl", '"+"="x"')
 
 
+@pytest.mark.parametrize("path", [".", "../bin", "\\\\server\\share\\bin", "C:\\bin"])
+def test_the_folder_is_one_of_this_machine_or_of_windows(tmp_path, path):
+    place = tmp_path / "bin"
+    place.mkdir()
+    written = path if "\\" in path else "Z:" + str(place).replace("/", "\\")
+    (place / "x.reg").write_bytes(document('"path"="%s\\\\a.dll"' % written.replace("\\", "\\\\")))
+    result = subprocess.run([REGDATA, "nsis", "Road", "64", "x.reg", path, "$INSTDIR"], capture_output=True, text=True, cwd=place)
+    assert '"path" "$INSTDIR\\a.dll"' in result.stdout
+
+
 def test_a_file_that_is_none_is_refused(tmp_path):
     (tmp_path / "none.reg").write_bytes("REGEDIT4\r\n".encode("utf-16"))
     assert "no .reg file" in regdata("nsis", "Road", "64", tmp_path / "none.reg", "/build", "x").stderr

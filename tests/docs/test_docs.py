@@ -1,0 +1,254 @@
+"""The documents: every command in them works as it stands there, what they show is what comes out, and no link leads
+nowhere. What a fenced block is, its word behind the fence tells:
+
+  sh               commands, run one after another
+  console          a session at a terminal: what comes behind a `$ ` is run, the rest is what it prints; a document has one
+  bat              commands of Windows, run in the unpacked zip
+  cmake nsis xml   a piece of the examples
+  reg              what the program writes: lines of a golden file, in their order
+  text, nothing    anything but commands
+  ... not-run      can't be tried here, and the words before the block say so
+"""
+
+import os
+import pty
+import random
+import re
+import shutil
+import string
+import subprocess
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
+DESK = "/tmp/demo"
+
+FENCE = re.compile(r"^```([^\n`]*)\n(.*?)^```$", re.M | re.S)
+LINK = re.compile(r"\]\(([^)\s]+)\)")
+COMMAND_LINE = re.compile(r"^\s*(\$ |\./|cmake |ninja |git |wine ).*", re.M)
+
+QUOTED = {
+    "cmake": ROOT / "examples" / "CMakeLists.txt",
+    "nsis": ROOT / "examples" / "installer" / "example.nsi",
+    "xml": ROOT / "examples" / "installer" / "example.wxs.in",
+}
+
+
+def git_files(*patterns):
+    command = ["git", "-c", "safe.directory=*", "-C", ROOT, "ls-files", "-z", "-co", "--exclude-standard", "--", *patterns]
+    names = subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout.decode().split("\0")
+    return [name for name in names if name and (ROOT / name).is_file()]
+
+
+DOCUMENTS = git_files("*.md")
+
+
+def text_of(name):
+    return (ROOT / name).read_text(encoding="utf-8")
+
+
+def blocks(*kinds):
+    """Document, place and text of the blocks of a kind, as parameters of a test."""
+    found = []
+    for name in DOCUMENTS:
+        text = text_of(name)
+        for fence in FENCE.finditer(text):
+            if fence[1] in kinds:
+                line = text.count("\n", 0, fence.start()) + 2
+                found.append(pytest.param(fence[1], fence[2], id="%s:%d" % (name, line)))
+    return found
+
+
+# The desk of a reader: a clone of the project, with servers in it
+
+
+@pytest.fixture(scope="module")
+def servers(tmp_path_factory):
+    """Files that the documents name, by name."""
+    base = ROOT / "build" / "wine" / "base" / "linked" / "windows"
+    calculator = ROOT / "build" / "samples" / "x64" / "calculator.dll"
+    hlinks = {"hlink64.dll": base / "system32" / "hlink.dll", "hlink32.dll": base / "syswow64" / "hlink.dll"}
+    # What is out of date is set up here and not before a reader's eyes.
+    subprocess.run([ROOT / "keyreap", "extreg"], check=True)
+    return {"server.dll": calculator, **hlinks}
+
+
+def new_folder():
+    """A folder whose name is as long as the documents' own, so that sizes are the same."""
+    while True:
+        folder = Path(DESK).with_name("".join(random.choices(string.ascii_lowercase, k=len(Path(DESK).name))))
+        try:
+            folder.mkdir()
+            return folder
+        except FileExistsError:
+            pass
+
+
+@pytest.fixture
+def desk(servers):
+    folder = new_folder()
+    for entry in ROOT.iterdir():
+        (folder / entry.name).symlink_to(entry)
+    for name, file in servers.items():
+        shutil.copy(file, folder / name)
+    yield folder
+    shutil.rmtree(folder)
+
+
+# Commands that have a test of their own, or that run this one, each with what has to be true of it here.
+
+
+def is_program(words):
+    return os.access(ROOT / words[0], os.X_OK)
+
+
+def names_suites(words):
+    script = 'source "$1/scripts/common.sh"; source "$1/scripts/suites.sh"; while IFS=$\'\\t\' read -r name _; do suite_chosen "$name" "${@:2}" && exit 0; done < <(all_suites); exit 1'
+    return all(subprocess.run(["bash", "-c", script, "bash", ROOT, word]).returncode == 0 for word in words[1:])
+
+
+def names_preset(words):
+    return '"name": "%s"' % words[-1] in text_of("CMakePresets.json")
+
+
+def names_version(words):
+    return "VERSION %s " % words[1] in text_of("CMakeLists.txt")
+
+
+ELSEWHERE = {
+    "./test": names_suites,
+    "./bench": is_program,
+    "./release": names_version,
+    "examples/walk.sh": is_program,
+    "cmake --preset": names_preset,
+    "cmake --build --preset": names_preset,
+}
+
+
+def elsewhere(command):
+    """What has to be true of a command that isn't run here, or nothing."""
+    return next((check for start, check in ELSEWHERE.items() if (command + " ").startswith(start + " ")), None)
+
+
+@pytest.mark.parametrize("kind, text", blocks("sh"))
+def test_commands_work(desk, kind, text):
+    for command in filter(None, text.splitlines()):
+        check = elsewhere(command)
+        if check:
+            assert check(command.split()), command
+        else:
+            result = subprocess.run(["bash", "-ec", command], cwd=desk, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+            assert result.returncode == 0, command + "\n" + result.stderr
+
+
+def at_a_terminal(command, folder):
+    """All that a command prints at a terminal."""
+    own, its = pty.openpty()
+    process = subprocess.Popen(["bash", "-c", command], cwd=folder, stdin=subprocess.DEVNULL, stdout=its, stderr=its)
+    os.close(its)
+    printed = b""
+    try:
+        while piece := os.read(own, 4096):
+            printed += piece
+    except OSError:
+        pass
+    os.close(own)
+    process.wait()
+    return printed.decode().replace("\r", "")
+
+
+def session_of(name):
+    """The commands of a document's session, each with what it prints."""
+    for fence in FENCE.finditer(text_of(name)):
+        if fence[1] == "console":
+            for part in re.split(r"^\$ ", fence[2], flags=re.M)[1:]:
+                command, _, printed = part.partition("\n")
+                yield command, printed
+
+
+@pytest.mark.parametrize("name", [name for name in DOCUMENTS if any(session_of(name))])
+def test_a_session_prints_what_it_shows(desk, name):
+    folders = [(str(desk).replace("/", sign), DESK.replace("/", sign)) for sign in ("/", "\\", "\\\\")]
+    for command, expected in session_of(name):
+        printed = at_a_terminal(command, desk)
+        for its, shown in folders:
+            printed = printed.replace(its, shown)
+        assert printed == expected, command
+
+
+@pytest.mark.parametrize("kind, text", blocks("bat"))
+def test_commands_of_windows_work(desk, kind, text, tmp_path):
+    subprocess.run([ROOT / "scripts" / "package.sh", tmp_path / "keyreap.zip"], check=True, capture_output=True)
+    shutil.unpack_archive(tmp_path / "keyreap.zip", desk)
+    for command in filter(None, text.splitlines()):
+        result = subprocess.run([*SESSION, "wine", "cmd", "/c", command], cwd=desk, capture_output=True)
+        assert result.returncode == 0, command
+    assert (desk / "server.reg").read_bytes().startswith(b"\xff\xfe")
+
+
+# What is shown and not run
+
+
+@pytest.mark.parametrize("kind, text", blocks(*QUOTED))
+def test_pieces_are_the_examples(kind, text):
+    assert text in QUOTED[kind].read_text(encoding="utf-8")
+
+
+@pytest.fixture(scope="module")
+def golden():
+    files = (ROOT / "tests" / "endtoend" / "golden").glob("*.reg")
+    return [file.read_bytes().decode("utf-16", "surrogatepass").split("\r\n") for file in files]
+
+
+def stands_in(lines, document):
+    """Whether the lines stand in the document, in their order."""
+    rest = iter(document)
+    return all(line in rest for line in lines)
+
+
+@pytest.mark.parametrize("kind, text", blocks("reg"))
+def test_entries_are_what_the_program_writes(golden, kind, text):
+    assert any(stands_in(text.splitlines(), document) for document in golden)
+
+
+def test_every_block_has_a_kind():
+    kinds = {"sh", "console", "bat", "bat not-run", "reg", "text", "", *QUOTED}
+    wrong = ["%s: %s" % (name, fence[1]) for name in DOCUMENTS for fence in FENCE.finditer(text_of(name)) if fence[1] not in kinds]
+    assert wrong == []
+
+
+def test_what_is_not_run_is_said_to_be_untried():
+    for name in DOCUMENTS:
+        text = text_of(name)
+        for fence in FENCE.finditer(text):
+            if "not-run" in fence[1]:
+                assert re.search(r"not\s+been\s+tried", text[: fence.start()].rpartition("\n#")[2]), name
+
+
+def test_commands_stand_in_blocks_that_are_run():
+    wrong = []
+    for name in DOCUMENTS:
+        others = FENCE.sub(lambda fence: fence[2] if fence[1] in ("text", "") else "", text_of(name))
+        wrong += ["%s: %s" % (name, found[0]) for found in COMMAND_LINE.finditer(others)]
+    assert wrong == []
+
+
+def anchors(name):
+    """The places of a document that a link can name."""
+    headings = re.findall(r"^#+ (.*)$", FENCE.sub("", text_of(name)), re.M)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+@pytest.mark.parametrize("name", DOCUMENTS)
+def test_links_lead_somewhere(name):
+    wrong = []
+    for link in LINK.findall(FENCE.sub("", text_of(name))):
+        if "://" in link:
+            continue
+        path, _, anchor = link.partition("#")
+        target = (ROOT / name).parent / path if path else ROOT / name
+        if not target.exists() or (anchor and anchor not in anchors(os.path.relpath(target, ROOT))):
+            wrong.append(link)
+    assert wrong == []
