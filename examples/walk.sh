@@ -28,13 +28,26 @@ build_setup() {
         -DOUTPUT="$EXAMPLES/keyreap-examples.exe" "$ROOT/examples/installer/example.nsi"
 }
 
-# try_installer FILE FOLDER CLIENT...: FILE lies in the folder of the examples, FOLDER is where it installs to.
+# try_installer FILE FOLDER CLIENT...: begins to try FILE, which lies in the folder of the examples and installs to FOLDER.
 try_installer() {
     local file=$EXAMPLES/$1
     say "trying $1"
-    printf '%s\n' "$1"
     shift
-    "$ROOT/scripts/wine-session.sh" --ready --no-display "$ROOT/examples/try-installer.sh" "$(windows_path "$file")" "$@"
+    # What a shell starts in the background would not see an interrupt.
+    env --default-signal=INT,QUIT "$ROOT/scripts/wine-session.sh" --ready --no-display \
+        "$ROOT/examples/try-installer.sh" "$(windows_path "$file")" "$@" >"$file.tried" &
+    TRIALS+=("$!") TRIED+=("$file")
+}
+
+# tell_trials: waits for all, and prints what each found. Gives 1 if one failed.
+tell_trials() {
+    local number result=0
+    for number in "${!TRIALS[@]}"; do
+        wait "${TRIALS[$number]}" || result=1
+        printf '%s\n' "${TRIED[$number]#"$EXAMPLES/"}"
+        cat "${TRIED[$number]}.tried"
+    done
+    return "$result"
 }
 
 set_up examples
@@ -42,6 +55,8 @@ step example-x64 "building the examples, x64" build_bitness x64 x86_64
 step example-x86 "building the examples, x86" build_bitness x86 i686
 step example-setup "building their installer" build_setup
 
+TRIALS=() TRIED=()
 try_installer keyreap-examples.exe 'C:\Program Files\Keyreap examples' 'x64\client.exe' 'x86\client.exe'
 try_installer x64/keyreap-examples.msi 'C:\Program Files\Keyreap examples x64' client.exe
 try_installer x86/keyreap-examples.msi 'C:\Program Files (x86)\Keyreap examples x86' client.exe
+tell_trials

@@ -138,6 +138,23 @@ def test_captures_run_side_by_side(tmp_path):
     assert result.returncode == 0, result.stdout
 
 
+def test_captures_of_a_windows_build_wait_for_each_other(tmp_path):
+    """The step takes the host for Windows if it is told so; each capture fails if it meets another."""
+    (tmp_path / "keyreap").write_text(COMMAND)
+    (tmp_path / "keyreap").chmod(0o755)
+    (tmp_path / "key").write_text("@=1")
+    (tmp_path / "act").write_text("mkdir alone && sleep 0.5 && rmdir alone")
+    environment = dict(os.environ, TEMP=str(tmp_path))
+
+    def step(name):
+        values = {"CMAKE_HOST_WIN32": "1", "COMMAND": tmp_path / "keyreap", "SERVER": "x", "OUTPUT": tmp_path / name, "MODE": "both"}
+        words = [word for value in values.items() for word in ("-D", "%s=%s" % value)]
+        return subprocess.Popen(["cmake", *words, "-P", ROOT / "cmake" / "KeyreapCapture.cmake"], env=environment)
+
+    steps = [step("%d.reg" % number) for number in range(3)]
+    assert [process.wait() for process in steps] == [0, 0, 0]
+
+
 @pytest.mark.parametrize("words, reason", [("MODE live", "no mode live"), ("MOOD both", "unknown words")])
 def test_words_that_mean_nothing_are_refused(tmp_path, words, reason):
     result = project(tmp_path, "keyreap_capture(one %s)" % words).configure()
