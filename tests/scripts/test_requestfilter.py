@@ -1,0 +1,169 @@
+"""The filter behind Wine's server: it reads on whatever happens, and keeps what it may keep."""
+
+import fcntl
+import resource
+import signal
+import subprocess
+import time
+
+import pytest
+from conftest import ROOT, until
+
+FILTER = ROOT / "build" / "wine" / "requestfilter"
+
+KEPT = b"0024: close_handle() = 0\n"
+PRIVATE = b'0024: new_process( flags=4, jobs={}, info={cmdline=L"word"}, env=L"SECRET=1" )\n'
+LIMIT = 4096
+
+
+class Filter:
+    """One that runs, and the end of the pipe that the server would have."""
+
+    def __init__(self, path, **options):
+        self.path = path
+        self.process = subprocess.Popen([str(FILTER), str(path)], stdin=subprocess.PIPE, **options)
+
+    def say(self, lines):
+        self.process.stdin.write(lines)
+        self.process.stdin.flush()
+
+    def content(self):
+        return self.path.read_bytes() if self.path.exists() else b""
+
+    def lines(self):
+        """Without the time."""
+        return [line for line in self.content().splitlines() if not line.startswith(b"time ")]
+
+    def end(self):
+        self.process.stdin.close()
+        return self.process.wait()
+
+
+@pytest.fixture
+def filtering(tmp_path):
+    filters = []
+
+    def start(**options):
+        filters.append(Filter(tmp_path / "kept.log", **options))
+        return filters[-1]
+
+    yield start
+    for one in filters:
+        one.process.kill()
+        one.process.stdin.close()
+        one.process.wait()
+
+
+def limit_files():
+    resource.setrlimit(resource.RLIMIT_FSIZE, (LIMIT, resource.RLIM_INFINITY))
+
+
+def is_full(content):
+    """Whether no further line fits, and no part of one is left."""
+    return LIMIT - len(KEPT) < len(content) <= LIMIT and content.endswith(b"\n")
+
+
+def test_it_takes_one_file():
+    for words in ([], ["a", "b"]):
+        result = subprocess.run([FILTER, *words], stdin=subprocess.DEVNULL, capture_output=True)
+        assert result.returncode == 2
+        assert b"usage" in result.stderr
+
+
+def test_its_file_comes_with_the_first_kept_line_and_goes_with_it(filtering):
+    one = filtering()
+    one.say(b"0024: select( flags=2 )\n" + KEPT)
+    until(lambda: one.lines() == [KEPT.strip()])
+    assert one.end() == 0
+    assert not one.path.exists()
+
+
+def test_without_a_kept_line_there_is_no_file(filtering):
+    one = filtering()
+    one.say(b"0024: select( flags=2 )\n" * 1000)
+    assert one.end() == 0
+    assert not one.path.exists()
+
+
+def test_what_processes_are_given_is_not_kept(filtering):
+    one = filtering()
+    one.say(PRIVATE + KEPT)
+    until(lambda: len(one.lines()) == 2)
+    assert b"SECRET" not in one.content()
+    assert one.lines()[0] == b"0024: new_process( flags=4, jobs={} )"
+
+
+def test_lines_have_the_time_of_their_reading_in_front(filtering):
+    def now():
+        return time.clock_gettime_ns(time.CLOCK_MONOTONIC_RAW) // 100
+
+    one = filtering()
+    begin = now()
+    one.say(KEPT)
+    until(lambda: len(one.lines()) == 1)
+    between = now()
+    time.sleep(0.01)
+    one.say(KEPT)
+    until(lambda: len(one.lines()) == 2)
+    lines = one.content().splitlines()
+    assert [line.split()[0] for line in lines[::2]] == [b"time", b"time"]
+    first, second = (int(line.split()[1]) for line in lines[::2])
+    assert begin <= first <= between <= second <= now()
+
+
+def test_signals_do_not_end_it(filtering):
+    one = filtering()
+    one.say(KEPT)
+    until(lambda: one.lines())
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT, signal.SIGPIPE):
+        one.process.send_signal(number)
+    one.say(KEPT)
+    until(lambda: len(one.lines()) == 2)
+    assert one.end() == 0
+
+
+def test_its_pipe_holds_much(filtering):
+    one = filtering()
+    one.say(KEPT)
+    until(lambda: one.lines())
+    assert fcntl.fcntl(one.process.stdin, fcntl.F_GETPIPE_SZ) == 1 << 20
+
+
+def test_on_a_full_disk_it_reads_on_and_keeps_whole_lines(filtering):
+    one = filtering(preexec_fn=limit_files)
+    for _ in range(10):
+        one.say(KEPT * 100_000)
+    until(lambda: is_full(one.content()))
+    assert set(one.lines()) == {KEPT.strip()}
+    assert one.end() == 0
+    assert not one.path.exists()
+
+
+def test_where_lines_are_lost_a_line_says_so(filtering):
+    one = filtering(preexec_fn=limit_files)
+    one.say(KEPT * 1000)
+    until(lambda: is_full(one.content()))
+    resource.prlimit(one.process.pid, resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
+    before = one.content()
+    one.say(b"0024: delete_key() = 0\n")
+    until(lambda: b"delete_key" in one.content())
+    behind = one.content()[len(before):].splitlines()
+    assert behind[0] == b"lost"
+    assert behind[-1] == b"0024: delete_key() = 0"
+    assert behind.count(b"lost") == 1
+
+
+def test_a_file_taken_away_does_not_end_it(filtering):
+    one = filtering()
+    one.say(KEPT)
+    until(lambda: one.lines())
+    one.path.unlink()
+    for _ in range(10):
+        one.say(KEPT * 100_000)
+    assert one.end() == 0
+
+
+def test_a_folder_that_is_not_there_does_not_end_it(tmp_path):
+    one = Filter(tmp_path / "missing" / "kept.log")
+    one.say(KEPT * 100_000)
+    assert one.end() == 0
