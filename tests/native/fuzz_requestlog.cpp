@@ -1,0 +1,219 @@
+#include "tests/native/fuzzinput.h"
+
+#include <array>
+#include <set>
+#include <string_view>
+#include <vector>
+
+#include "platform/os/wine/etlreader.h"
+#include "platform/os/wine/etlwriter.h"
+#include "platform/os/wine/littleendian.h"
+#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/wine/requestrecorder.h"
+
+using namespace keyreap;
+
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+constexpr std::size_t KEY_HANDLE = 16; // in a registry event's payload
+
+// A registry in which any path may be a key or a link, and links may lead anywhere, also in circles.
+class FuzzedRegistry : public KeyFacts {
+public:
+    explicit FuzzedRegistry(std::uint8_t startingValue) : seed(startingValue) {}
+
+    bool Exists(const std::wstring& path) override { return Number(path) % 3 != 0; }
+
+    std::optional<std::wstring> LinkTarget(const std::wstring& path) override {
+        static const std::array<std::wstring, 5> targets = {
+            L"", L"\\A\\4", L"\\REGISTRY\\Machine\\Software\\Classes\\Wow6432Node", path, path + L"\\4"};
+        const std::size_t number = Number(path);
+        return number % 7 == 0 ? std::optional(targets[number / 7 % targets.size()]) : std::nullopt;
+    }
+
+private:
+    std::size_t Number(const std::wstring& path) const {
+        std::size_t number = seed;
+        for (const wchar_t unit : path) {
+            number = number * 31 + static_cast<std::size_t>(unit);
+        }
+        return number;
+    }
+
+    std::size_t seed;
+};
+
+// What a tracker may tell.
+class CheckingListener : public KeyRequestListener {
+public:
+    explicit CheckingListener(KeyRequestListener& listener) : next(listener) {}
+
+    void OnKeyRequest(const KeyRequest& request) override {
+        const bool finds = request.type == registryCreate || request.type == registryOpen;
+        fuzz::Require(finds || request.key);
+        fuzz::Require(request.processId != 0);
+        fuzz::Require(!request.key || request.key->Depth() <= 32);
+        fuzz::Require(request.status != 0x40000000);
+        next.OnKeyRequest(request);
+    }
+    void OnLostLines() override { next.OnLostLines(); }
+    void OnMissingKey(const std::wstring& name) override { next.OnMissingKey(name); }
+
+private:
+    KeyRequestListener& next;
+};
+
+class MemoryLog : public EtlSink, public EtlSource {
+public:
+    bool Write(std::uint64_t offset, std::span<const std::byte> from) override {
+        bytes.resize(std::max<std::size_t>(bytes.size(), offset + from.size()));
+        std::ranges::copy(from, bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+        return true;
+    }
+
+    std::uint64_t Size() const override { return bytes.size(); }
+
+    bool Read(std::uint64_t offset, std::span<std::byte> to) override {
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), to.size(), to.begin());
+        return true;
+    }
+
+private:
+    Bytes bytes;
+};
+
+// Every control block that an event goes back to has a name somewhere in the log.
+class BlockNames : public EtlListener {
+public:
+    void OnEvent(const EtlEvent& event) override {
+        if (count++ == 0) {
+            return; // the log header
+        }
+        const auto block = LoadNumber<std::uint64_t>(event.payload, KEY_HANDLE);
+        (event.type == registryKcbCreate || event.type == registryKcbRundownEnd ? named : used).insert(block);
+    }
+
+    void Check() const {
+        for (const std::uint64_t block : used) {
+            fuzz::Require(block == 0 || named.contains(block));
+        }
+    }
+
+private:
+    std::size_t count = 0;
+    std::set<std::uint64_t> named;
+    std::set<std::uint64_t> used;
+};
+
+void CheckLog(MemoryLog& log, const EtlWriter& writer) {
+    EtlReader reader(log);
+    fuzz::Require(reader.Open());
+    BlockNames names;
+    fuzz::Require(reader.Process(names));
+    fuzz::Require(reader.Statistics().damagedBuffers == 0);
+    if (writer.EventsLost() == 0) {
+        names.Check();
+    }
+}
+
+// Lines that mean something, in which % stands for a digit and @ for a name.
+constexpr std::array<std::string_view, 36> TEMPLATES = {
+    "2%: init_first_thread( unix_pid=1 )",
+    "2%: init_first_thread() = 0 { pid=1%, tid=2% }",
+    "2%: get_mapping_info( handle=000% )",
+    "2%: get_mapping_info() = 0 { image={machine=014c,image_flags=0%} }",
+    "2%: get_process_debug_info( handle=ffffffff )",
+    "2%: get_process_debug_info() = 0 { debug=0000 }",
+    "2%: new_process( parent_process=000%, flags=0000000%, handles={0000000%}, jobs={} )",
+    "2%: new_process() = 0 { info=005c, pid=1%, handle=000% }",
+    "2%: new_process( parent_process=0000, flags=00000004, handles={}, jobs={} )",
+    "2%: new_thread( process=000%, flags=1 )",
+    "2%: new_thread() = 0 { tid=2%, handle=000% }",
+    "2%: open_process( pid=1%, access=1 )",
+    "2%: open_process() = 0 { handle=000% }",
+    "2%: create_key( access=000f0%3f, objattr={rootdir=000%,attributes=0000014%,sd={},name=L\"@\"}, "
+    "class=L\"\" )",
+    "2%: create_key() = OBJECT_NAME_EXISTS { hkey=000% }",
+    "2%: create_key() = 0 { hkey=000% }",
+    "2%: create_key() = ACCESS_DENIED { hkey=0000 }",
+    "2%: open_key( parent=000%, access=00020%19, attributes=0000014%, name=L\"@\" )",
+    "2%: open_key() = 0 { hkey=000% }",
+    "2%: open_key() = OBJECT_NAME_NOT_FOUND { hkey=0000 }",
+    "Open key REGISTRY\\\\@",
+    "Create key REGISTRY\\\\Machine\\\\@",
+    "2%: set_key_value( hkey=000%, type=4, namelen=2, name=L\"@\" )",
+    "2%: set_key_value() = 0",
+    "2%: delete_key( hkey=000% )",
+    "2%: delete_key() = 0",
+    "2%: rename_key( hkey=000%, name=L\"@\" )",
+    "2%: rename_key() = 0",
+    "2%: close_handle( handle=000% )",
+    "2%: close_handle() = 0",
+    "2%: dup_handle( src_process=000%, src_handle=000%, dst_process=ffffffff, attributes=0%, options=0% )",
+    "2%: dup_handle() = 0 { handle=000% }",
+    "2%: set_handle_info( handle=000%, flags=%, mask=1 )",
+    "2%: set_handle_info() = 0 { old_flags=0 }",
+    "2%: *killed* exit_code=0",
+    "1%: *process killed*",
+};
+
+constexpr std::array<std::string_view, 8> NAMES = {"",
+                                                   "A",
+                                                   "\\\\Registry\\\\Machine",
+                                                   "\\\\REGISTRY\\\\Machine\\\\Software\\\\Classes",
+                                                   "Wow6432Node",
+                                                   "4",
+                                                   "Software\\\\A",
+                                                   "\\\\A\\\\4\\\\\\\\B"};
+
+std::string FilledLine(fuzz::Input& input) {
+    std::string line;
+    for (const char letter : TEMPLATES[input.Byte() % TEMPLATES.size()]) {
+        if (letter == '%') {
+            line += "0248"[input.Byte() % 4];
+        } else if (letter == '@') {
+            line += NAMES[input.Byte() % NAMES.size()];
+        } else {
+            line += letter;
+        }
+    }
+    return line;
+}
+
+std::string RawLine(fuzz::Input& input) {
+    std::string line;
+    while (!input.IsEmpty()) {
+        const char letter = static_cast<char>(input.Byte());
+        if (letter == '\n') {
+            break;
+        }
+        line += letter;
+    }
+    return line;
+}
+
+} // namespace
+
+// A registry, then the lines of a request log: as they are, or filled in templates.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    FuzzedRegistry registry(input.Byte());
+    const bool raw = input.Byte() % 2 == 0;
+    MemoryLog log;
+    EtlLogHeader header;
+    header.bufferSize = 8192; // little to fill, and few names that don't fit
+    EtlWriter writer(log, header);
+    fuzz::Require(writer.Begin(1, 2, 3));
+    RequestRecorder recorder(writer, registry, 1);
+    CheckingListener listener(recorder);
+    RequestTracker tracker(registry);
+    while (!input.IsEmpty()) {
+        tracker.Feed(raw ? RawLine(input) : FilledLine(input), &listener);
+    }
+    recorder.RunDown(tracker);
+    fuzz::Require(writer.Finish(9) && recorder.Complete());
+    CheckLog(log, writer);
+    return 0;
+}
