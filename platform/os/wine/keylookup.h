@@ -18,8 +18,8 @@ public:
 
 // How a request looks at the registry: a 32-bit process that doesn't ask for the 64-bit view
 // (KEY_WOW64_64KEY) is redirected below Wow6432Node, and one that asks for the 32-bit view (KEY_WOW64_32KEY)
-// also below a handle that isn't. A request that opens links (OBJ_OPENLINK) ends with one instead of following
-// it.
+// also below a handle that isn't. A request that opens links (OBJ_OPENLINK) ends with one instead of
+// following it.
 struct KeyView {
     bool redirected = false;
     bool asks32 = false;
