@@ -23,6 +23,7 @@ constexpr std::uint64_t pageSize = 0x1000;
 constexpr std::uint64_t directoryEntrySize = 8;
 
 // The optional header and its two forms.
+constexpr std::uint64_t sectionAlignmentField = 32;
 constexpr std::uint64_t headersSizeField = 60;
 constexpr std::uint64_t imageBaseField32 = 28;
 constexpr std::uint64_t imageBaseField64 = 24;
@@ -110,7 +111,12 @@ bool CheckedView::HasLayout() const {
     }
     // Below 4 GiB and above, what counts lies in the lowest two bytes of the field.
     const std::uint64_t baseField = Is32BitForm() ? imageBaseField32 : imageBaseField64;
-    return At<std::uint16_t>(OptionalHeaderOffset() + baseField) == 0 && HasOrderedSections();
+    return At<std::uint16_t>(OptionalHeaderOffset() + baseField) == 0 &&
+           (IsLaidOutAsTheFile() || HasOrderedSections());
+}
+
+bool CheckedView::IsLaidOutAsTheFile() const {
+    return At<std::uint32_t>(OptionalHeaderOffset() + sectionAlignmentField) % pageSize != 0;
 }
 
 bool CheckedView::HasOrderedSections() const {

@@ -42,8 +42,9 @@ public:
     // True if the section table lies inside the file too.
     bool HasSectionTable() const;
 
-    // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, the
-    // headers first and the sections one behind another.
+    // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, and
+    // there as the file is, if its sections are aligned to less than a page, or else the headers first and
+    // the sections one behind another.
     bool HasLayout() const;
 
     // True if besides the section table the optional header does, as far as the entry `index` of its data
@@ -56,6 +57,7 @@ private:
     std::uint64_t OptionalHeaderOffset() const;
     std::uint64_t SectionTableOffset() const;
     std::uint64_t SectionTableSize() const;
+    bool IsLaidOutAsTheFile() const;
     bool HasOrderedSections() const;
     bool Is32BitForm() const;
     template <typename Integer>

@@ -111,11 +111,12 @@ std::uint32_t DependencyWalker::ReadPathFolders() {
 
 void DependencyWalker::AddNames(const std::vector<std::string_view>& names, DependencyList& list) const {
     for (const std::string_view name : names) {
-        DependencyRecord record = MakeRecord(WidenBytes(name));
+        std::wstring wideName = WidenBytes(name);
         // Looking for the name here is all that ends cycles between DLLs.
-        if (HoldsName(list, record.name)) {
+        if (HoldsName(list, wideName)) {
             continue;
         }
+        const DependencyRecord record = MakeRecord(std::move(wideName));
         list.push_back(record);
         if (record.isSystem == 0 && !record.path.empty()) {
             Enter(record.path, list);

@@ -7,7 +7,6 @@
 #include <array>
 #include <utility>
 
-#include "platform/core/wow64entry.h"
 #include "platform/os/file/widepath.h"
 
 namespace keyreap {
@@ -28,9 +27,9 @@ std::wstring CreateTemporaryFile() {
     return GetTempFileNameW(folder.data(), L"shim_clone", 0, name.data()) != 0 ? name.data() : L"";
 }
 
-// Copies the file that the path names on disk, whatever the redirection would make of it.
-bool CopyUnredirected(const std::wstring& from, const std::wstring& to) {
-    const Wow64Entry& entry = EnsureWow64Entry();
+} // namespace
+
+bool CopyUnredirected(const std::wstring& from, const std::wstring& to, const Wow64Entry& entry) {
     FsRedirectionGuard guard;
     if (entry.disable != nullptr) {
         entry.disable(&guard.savedValue);
@@ -38,11 +37,9 @@ bool CopyUnredirected(const std::wstring& from, const std::wstring& to) {
     }
     const bool copied =
         CopyFileW(ExtendedLengthForm(from).c_str(), ExtendedLengthForm(to).c_str(), FALSE) == 1;
-    RevertFsRedirection(guard);
+    RevertFsRedirection(guard, entry);
     return copied;
 }
-
-} // namespace
 
 ShimClone::ShimClone(std::wstring file) : ShimClone(std::move(file), RunningVersion()) {}
 
@@ -52,7 +49,7 @@ ShimClone::ShimClone(std::wstring file, const OsVersion& system) : path(std::mov
     }
     // A failed copy leaves the empty temporary file on disk; that stays so.
     std::wstring copy = CreateTemporaryFile();
-    isCopy = CopyUnredirected(path, copy);
+    isCopy = CopyUnredirected(path, copy, EnsureWow64Entry());
     if (isCopy) {
         path = std::move(copy);
     }
@@ -60,7 +57,7 @@ ShimClone::ShimClone(std::wstring file, const OsVersion& system) : path(std::mov
 
 ShimClone::~ShimClone() {
     if (isCopy) {
-        DeleteFileW(path.c_str());
+        DeleteFileW(ExtendedLengthForm(path).c_str());
     }
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/core/osversion.h"
+#include "platform/core/wow64entry.h"
 
 namespace keyreap {
 
@@ -27,5 +28,9 @@ private:
     std::wstring path;
     bool isCopy = false;
 };
+
+// Copies the file that the path names on disk, whatever the redirection would make of it; without the entries
+// as the system has it. True if the copy was made.
+bool CopyUnredirected(const std::wstring& from, const std::wstring& to, const Wow64Entry& entry);
 
 } // namespace keyreap

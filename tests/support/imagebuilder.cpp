@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t ntOffset = 0x80;
 constexpr std::size_t headersSize = 0x400;
-constexpr std::uint32_t sectionAlignment = 0x1000;
+constexpr std::uint32_t pageAlignment = 0x1000;
 constexpr std::uint32_t fileAlignment = 0x200;
 constexpr std::uint32_t directoryCount = 16;
 // Below 4 GiB in both forms: a 32-bit Wine can't lay out an image above.
@@ -86,8 +86,8 @@ Section ResourceSection(std::uint32_t rva, const std::string& resource, std::uin
     return {".rsrc", 2, rva, 0, writer.Bytes(), {{"resources", 0}}};
 }
 
-void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t imageSize,
-                       const std::vector<Section>& sections) {
+void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t sectionAlignment,
+                       std::uint32_t imageSize, const std::vector<Section>& sections) {
     const bool is64 = bits == ImageBits::bits64;
     const std::size_t start = writer.Size();
     writer.FillTo(start + (is64 ? 112 : 96) + 8 * directoryCount);
@@ -134,6 +134,11 @@ ImageBuilder& ImageBuilder::Machine(std::uint16_t value) {
     return *this;
 }
 
+ImageBuilder& ImageBuilder::Flat() {
+    isFlat = true;
+    return *this;
+}
+
 ImageBuilder& ImageBuilder::Exports(std::vector<std::string> names, std::uint32_t namelessOrdinals) {
     exports = std::move(names);
     ordinals = namelessOrdinals;
@@ -158,7 +163,8 @@ ImageBuilder& ImageBuilder::Version(std::string resource, std::uint16_t language
 
 BuiltImage ImageBuilder::Build() const {
     std::vector<Section> sections;
-    std::uint32_t rva = sectionAlignment;
+    const std::uint32_t sectionAlignment = isFlat ? fileAlignment : pageAlignment;
+    std::uint32_t rva = Up(headersSize, sectionAlignment);
     auto offset = static_cast<std::uint32_t>(headersSize);
     const auto add = [&](Section section) {
         section.offset = offset;
@@ -191,7 +197,7 @@ BuiltImage ImageBuilder::Build() const {
     writer.Put<std::uint16_t>((bits == ImageBits::bits64 ? 112 : 96) + 8 * directoryCount);
     writer.Put<std::uint16_t>(0x2022); // executable, large addresses, DLL
     image.places = {{"dos", 0}, {"nt", ntOffset}, {"optional", writer.Size()}};
-    PutOptionalHeader(writer, bits, rva, sections);
+    PutOptionalHeader(writer, bits, sectionAlignment, rva, sections);
     image.places["directories"] = writer.Size() - 8 * directoryCount;
     image.places["sections"] = writer.Size();
     for (const Section& section : sections) {

@@ -38,6 +38,9 @@ public:
 
     ImageBuilder& Machine(std::uint16_t value);
 
+    // Sections aligned to less than a page, at the same place in memory as in the file, as drivers have them.
+    ImageBuilder& Flat();
+
     // The names that are exported; the export directory also has this many ordinals without a name.
     ImageBuilder& Exports(std::vector<std::string> names, std::uint32_t namelessOrdinals = 0);
     ImageBuilder& Imports(std::vector<std::string> names);
@@ -51,6 +54,7 @@ public:
 private:
     ImageBits bits;
     std::uint16_t machine;
+    bool isFlat = false;
     std::vector<std::string> exports;
     std::uint32_t ordinals = 0;
     std::vector<std::string> imports;

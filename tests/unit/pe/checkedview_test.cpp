@@ -191,6 +191,16 @@ TEST_P(EitherBitness, SectionsOverTheHeadersOrEachOtherAreNoLayout) {
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
 }
 
+TEST_P(EitherBitness, SectionsAlignedToLessThanAPageLieAsInTheFile) {
+    constexpr std::ptrdiff_t sectionAlignment = 32;
+    constexpr std::ptrdiff_t secondAddress = 40 + 12;
+    image.Set<std::uint32_t>("sections", secondAddress, 0x1200);
+    image.Set<std::uint32_t>("optional", sectionAlignment, 0x800);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("optional", sectionAlignment, 0x2000);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+}
+
 TEST_P(EitherBitness, SectionWithMoreBytesThanRoomIsNoLayout) {
     constexpr std::ptrdiff_t virtualSize = 8;
     constexpr std::ptrdiff_t fileSize = 16;

@@ -64,6 +64,13 @@ TEST_F(FileVersion, IsReadInEitherBitnessAndLanguage) {
     }
 }
 
+TEST_F(FileVersion, IsReadOfAnImageThatLiesInMemoryAsInTheFile) {
+    for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
+        const std::string resource = VersionResource().FileVersion(5, 6, 7, 8).Bytes();
+        EXPECT_EQ(VersionOf(FileOf(ImageBuilder(bits).Flat().Version(resource).Build().bytes)), L"5.6.7.8");
+    }
+}
+
 TEST_F(FileVersion, FailureLeavesTheTextUnchanged) {
     EXPECT_EQ(VersionOf(folder.File(L"missing.dll")), failed);
     EXPECT_EQ(VersionOf(FileOf(ImageBuilder().Imports({"a.dll"}).Build().bytes)), failed);

@@ -130,6 +130,75 @@ TEST_F(ShimCloneTest, WithoutATemporaryFileTheFileItselfIsRead) {
     EXPECT_EQ(clone.Path(), SystemFile());
 }
 
+// Stand for the system's entries: each notes its call, and what the copy was then.
+struct RecordedSuspension {
+    std::wstring copy;
+    std::vector<std::string> calls;
+};
+
+RecordedSuspension recorded;
+int savedByTheSystem = 0;
+
+void Record(const std::string& call) {
+    const bool isCopied = GetFileAttributesW(recorded.copy.c_str()) != INVALID_FILE_ATTRIBUTES;
+    recorded.calls.push_back(call + (isCopied ? " with the copy" : " without a copy"));
+}
+
+BOOL WINAPI RecordDisable(PVOID* saved) {
+    *saved = &savedByTheSystem;
+    Record("disable");
+    return TRUE;
+}
+
+BOOL WINAPI RecordRevert(PVOID saved) {
+    Record(saved == &savedByTheSystem ? "revert" : "revert to something else");
+    return TRUE;
+}
+
+class CopyUnredirectedTest : public testing::Test {
+protected:
+    CopyUnredirectedTest() { recorded = {copy, {}}; }
+
+    static Wow64Entry RecordingEntry() {
+        Wow64Entry entry;
+        entry.disable = RecordDisable;
+        entry.revert = RecordRevert;
+        return entry;
+    }
+
+    TemporaryFolder folder;
+    const std::wstring file = folder.MakeFile(L"a.dll", "bytes");
+    const std::wstring copy = folder.File(L"copy.dll");
+};
+
+TEST_F(CopyUnredirectedTest, RedirectionIsOffForJustTheCopy) {
+    EXPECT_TRUE(CopyUnredirected(file, copy, RecordingEntry()));
+    EXPECT_THAT(recorded.calls, ElementsAre("disable without a copy", "revert with the copy"));
+}
+
+TEST_F(CopyUnredirectedTest, FailedCopyTurnsItOnAgain) {
+    EXPECT_FALSE(CopyUnredirected(folder.File(L"missing.dll"), copy, RecordingEntry()));
+    EXPECT_THAT(recorded.calls, ElementsAre("disable without a copy", "revert without a copy"));
+}
+
+TEST_F(CopyUnredirectedTest, SystemWithoutTheEntriesCopiesAsItIs) {
+    EXPECT_TRUE(CopyUnredirected(file, copy, Wow64Entry()));
+    EXPECT_EQ(testsupport::FileBytes(copy), "bytes");
+}
+
+TEST_F(CopyUnredirectedTest, RedirectionStaysOffWithoutTheRevertEntry) {
+    Wow64Entry entry;
+    entry.disable = RecordDisable;
+    EXPECT_TRUE(CopyUnredirected(file, copy, entry));
+    EXPECT_THAT(recorded.calls, ElementsAre("disable without a copy"));
+}
+
+TEST_F(CopyUnredirectedTest, CopyTakesThePlaceOfAFileThatIsThere) {
+    folder.MakeFile(L"copy.dll", "former");
+    EXPECT_TRUE(CopyUnredirected(file, copy, Wow64Entry()));
+    EXPECT_EQ(testsupport::FileBytes(copy), "bytes");
+}
+
 // The record of the running system is made once a process, so each version has a process to itself.
 TEST_F(ShimCloneTest, ProcessOnVersion6NeverMakesATemporaryFile) {
     for (const wchar_t* version : {L"6.1", L"6.3"}) {
