@@ -81,6 +81,14 @@ std::optional<Bytes> ReadBytes(const std::wstring& path) {
     return bytes;
 }
 
+std::optional<std::uint64_t> SizeOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!GetFileAttributesExW(LongForm(path).c_str(), GetFileExInfoStandard, &data)) {
+        return std::nullopt;
+    }
+    return (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
+}
+
 std::wstring ReadUnits(const std::wstring& path) {
     const Bytes bytes = ReadBytes(path).value_or(Bytes());
     std::wstring units(bytes.size() / sizeof(wchar_t), L'\0');

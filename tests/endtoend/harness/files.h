@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,8 @@ std::wstring LongForm(const std::wstring& path);
 
 // The content of a file; nothing if there is no such file or it cannot be read.
 std::optional<Bytes> ReadBytes(const std::wstring& path);
+// How long a file is; nothing if there is none.
+std::optional<std::uint64_t> SizeOf(const std::wstring& path);
 // The UTF-16 units in a file of them; empty if there is no such file.
 std::wstring ReadUnits(const std::wstring& path);
 bool WriteBytes(const std::wstring& path, const Bytes& bytes);

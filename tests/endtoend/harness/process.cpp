@@ -89,6 +89,16 @@ void SharedEvent::Wait() const {
     EXPECT_EQ(WaitForSingleObject(event, watchdogMilliseconds), WAIT_OBJECT_0);
 }
 
+bool Eventually(const std::function<bool()>& condition) {
+    const ULONGLONG begin = GetTickCount64();
+    bool isMet = condition();
+    while (!isMet && GetTickCount64() - begin < watchdogMilliseconds) {
+        Sleep(1);
+        isMet = condition();
+    }
+    return isMet;
+}
+
 DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory) {
     return RunningProgram(commandLine, directory).Wait();
 }

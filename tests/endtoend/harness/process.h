@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -46,6 +47,9 @@ public:
 private:
     HANDLE event;
 };
+
+// Waits for what must come to be; false if it does not in the time that a program has to end.
+bool Eventually(const std::function<bool()>& condition);
 
 DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory = {});
 

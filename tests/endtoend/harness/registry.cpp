@@ -124,6 +124,16 @@ bool KeyExists(HKEY root, const std::wstring& path) {
     return exists;
 }
 
+DWORD CountValues(HKEY root, const std::wstring& path) {
+    HKEY key = nullptr;
+    DWORD count = 0;
+    RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &key);
+    RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count, nullptr, nullptr,
+                     nullptr, nullptr);
+    RegCloseKey(key);
+    return count;
+}
+
 void CreateKey(HKEY root, const std::wstring& path) {
     HKEY key = nullptr;
     RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);

@@ -27,6 +27,8 @@ using RegistryTree = std::map<std::wstring, RegistryValues>;
 // All that lies below a key, the key included; empty if there is no such key.
 RegistryTree ReadTree(HKEY root, const std::wstring& path);
 bool KeyExists(HKEY root, const std::wstring& path);
+// How many values a key has; none if there is no such key.
+DWORD CountValues(HKEY root, const std::wstring& path);
 void CreateKey(HKEY root, const std::wstring& path);
 void DeleteTree(HKEY root, const std::wstring& path);
 // Creates the key if need be.

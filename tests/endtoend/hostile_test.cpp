@@ -1,0 +1,145 @@
+// Servers that mean harm: what they can do is bounded, the run ends, and the next one is as good as ever.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/ways.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+constexpr wchar_t nestedKey[] = L"Software\\k";
+
+class HostileServer : public Workbench, public testing::WithParamInterface<Way> {
+protected:
+    HostileServer() { Forget(); }
+    ~HostileServer() override { Forget(); }
+
+    DWORD CaptureOf(const std::wstring& sample) const {
+        return RunLine(LineOf(GetParam(), Sample(GetParam().build, sample), Work(L"out.reg")));
+    }
+    void ExpectAGoodNextRun() const {
+        EXPECT_EQ(RunLine(LineOf(GetParam(), Sample(GetParam().build, L"plain.dll"), Work(L"next.reg"))), 0U);
+        EXPECT_TRUE(Holds(Work(L"next.reg"), DocumentOfPlain(GetParam())));
+        EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
+    }
+    std::wstring Result() const { return ReadUnits(Work(L"out.reg")); }
+
+private:
+    static void Forget() {
+        for (const wchar_t* key : {L"Software\\KeyreapBefore", L"Software\\KeyreapElsewhere",
+                                   L"Software\\KeyreapThreads", L"Software\\KeyreapEveryUnit", nestedKey}) {
+            DeleteTree(HKEY_CURRENT_USER, key);
+        }
+        for (const wchar_t* key : {L"Keyreap.Past", L"Keyreap.Handles", L"Keyreap.Threads"}) {
+            DeleteTree(HKEY_CLASSES_ROOT, key);
+        }
+    }
+};
+
+const std::wstring before = L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapBefore]\r\n@=\"captured\"\r\n";
+const std::wstring past = L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Past]\r\n@=\"past\"\r\n";
+const std::wstring elsewhere =
+    L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapElsewhere\\Software\\KeyreapElsewhere]\r\n@=\"elsewhere\"\r\n";
+
+TEST_P(HostileServer, ThatChangesTheOverridesWritesToTheLiveRegistryAndOnlyATraceSeesAndRemovesIt) {
+    EXPECT_EQ(CaptureOf(L"overrides.dll"), 0U);
+    if (GetParam().IsTraced()) {
+        // Each root's entries stand together; which root comes first has no meaning.
+        EXPECT_EQ(Result().size() * sizeof(wchar_t), Document(before + elsewhere + past).size());
+        EXPECT_NE(Result().find(before + elsewhere), std::wstring::npos);
+        EXPECT_NE(Result().find(past), std::wstring::npos);
+    } else {
+        std::wstring body = RedirectedRoots();
+        body.insert(body.find(L"\r\n[HKEY_USERS]"), L"\r\n[HKEY_CURRENT_USER\\Software]\r\n" + before);
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Document(body)));
+    }
+    EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Past"), !GetParam().IsTraced());
+    EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapElsewhere"), !GetParam().IsTraced());
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapBefore"));
+    ExpectAGoodNextRun();
+}
+
+// What the threads wrote by the time that matters, and so the numbers in the result, is anybody's guess.
+TEST_P(HostileServer, ThatLeavesThreadsWritingKeepsNobodyFromEndingWithAResult) {
+    EXPECT_EQ(CaptureOf(L"threads.dll"), 0U);
+    EXPECT_TRUE(Result().starts_with(L"\uFEFFWindows Registry Editor Version 5.00\r\n"));
+    EXPECT_TRUE(Result().ends_with(L"\r\n"));
+    EXPECT_NE(Result().find(L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Threads]\r\n@=\"returned\"\r\n"),
+              std::wstring::npos);
+    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Threads"));
+    ExpectAGoodNextRun();
+}
+
+// Nothing of the run's own survives: its keys, its files, what it waits for. It ends all the same.
+TEST_P(HostileServer, ThatClosesHandlesThatAreNotItsOwnEndsItsOwnRunAlone) {
+    CaptureOf(L"closedhandles.dll");
+    const std::wstring written = L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Handles]\r\n@=\"written\"\r\n";
+    EXPECT_EQ(Result().find(written), std::wstring::npos);
+    // In a redirected run its entry is in the temporary tree, whatever happens.
+    EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Handles"), !GetParam().IsRedirected());
+    // The session could not remove its tree; the next one does.
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, productKey));
+    ExpectAGoodNextRun();
+}
+
+TEST_P(HostileServer, ThatNestsKeysFiveHundredDeepGetsAllOfThemCapturedAndRemoved) {
+    constexpr int depth = 500;
+    EXPECT_EQ(CaptureOf(L"deepkeys.dll"), 0U);
+    std::wstring keys;
+    std::wstring path = L"HKEY_CURRENT_USER\\Software";
+    for (int level = 1; level < depth; ++level) {
+        keys += L"\r\n[" + path + L"]\r\n";
+        path += L"\\k";
+    }
+    const std::wstring deepest = L"\r\n[" + path + L"]\r\n@=\"bottom\"\r\n";
+    std::wstring body = RedirectedRoots();
+    body.insert(body.find(L"\r\n[HKEY_USERS]"), keys + deepest);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(GetParam().IsTraced() ? deepest : body)));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, nestedKey));
+    ExpectAGoodNextRun();
+}
+
+// The sample's names once more, by what a file is to hold of them.
+std::wstring EntriesOfEveryUnit() {
+    constexpr unsigned names = 256;
+    constexpr wchar_t digits[] = L"0123456789abcdef";
+    const std::wstring path = L"HKEY_CURRENT_USER\\Software\\KeyreapEveryUnit";
+    std::wstring values;
+    std::wstring keys;
+    for (unsigned i = 0; i < names; ++i) {
+        const std::wstring number = {digits[i / 16], digits[i % 16]};
+        const std::wstring data = L"=dword:000000" + number + L"\r\n";
+        std::wstring units;
+        for (unsigned low = i == 0 ? 1 : 0; low < names; ++low) {
+            if (const unsigned unit = i * names + low; unit != L'\\') {
+                units += static_cast<wchar_t>(unit);
+            }
+        }
+        std::wstring escaped = units + (i == 0 ? L"\\\\" : L"");
+        if (i == 0) {
+            escaped.insert(escaped.find(L'"'), L"\\");
+        }
+        values += L"\"" + number + escaped + L"\"" + data;
+        constexpr std::size_t half = 128;
+        keys += L"\r\n[" + path + L"\\" + number + L"a" + units.substr(0, half) + L"]\r\n@" + data;
+        keys += L"\r\n[" + path + L"\\" + number + L"b" + units.substr(half) + L"]\r\n@" + data;
+    }
+    return L"\r\n[" + path + L"]\r\n" + values + keys;
+}
+
+TEST_P(HostileServer, WithNamesOfEveryUnitFrom1To0xFFFFGetsEachOfThemCapturedAndRemoved) {
+    EXPECT_EQ(CaptureOf(L"everyunit.dll"), 0U);
+    std::wstring body = RedirectedRoots();
+    body.insert(body.find(L"\r\n[HKEY_USERS]"),
+                L"\r\n[HKEY_CURRENT_USER\\Software]\r\n" + EntriesOfEveryUnit());
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(GetParam().IsTraced() ? EntriesOfEveryUnit() : body)));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapEveryUnit"));
+    ExpectAGoodNextRun();
+}
+
+INSTANTIATE_TEST_SUITE_P(InEveryMode, HostileServer, testing::ValuesIn(ways),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+} // namespace
+
+} // namespace keyreap::endtoend

@@ -1,0 +1,79 @@
+#include "tests/endtoend/killedrun.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+constexpr const wchar_t* ownKeys[] = {L"Software\\KeyreapStopping", L"Software\\Wow6432Node\\KeyreapStopping",
+                                      L"Software\\KeyreapMany"};
+constexpr wchar_t ownClass[] = L"Keyreap.Stopping";
+
+std::wstring MakeFolder(const std::wstring& folder) {
+    MakeDirectory(folder);
+    return folder;
+}
+
+} // namespace
+
+KilledRun::KilledRun() : stops(MakeFolder(Work(L"stops"))) {
+    ForgetEverything();
+}
+
+KilledRun::~KilledRun() {
+    ForgetEverything();
+}
+
+std::wstring KilledRun::Line(const Way& way, const std::wstring& sample, const std::wstring& regFile) const {
+    return LineOf(way, Sample(way.build, sample), Work(regFile));
+}
+
+DWORD KilledRun::CaptureOf(const Way& way, const std::wstring& sample, const std::wstring& regFile) const {
+    return RunLine(Line(way, sample, regFile));
+}
+
+void KilledRun::ForgetEverything() const {
+    stops.Reset();
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+    for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        for (const wchar_t* key : ownKeys) {
+            DeleteTree(root, key);
+        }
+    }
+    DeleteTree(HKEY_CLASSES_ROOT, ownClass);
+    for (const std::wstring& file : TemporaryFiles()) {
+        DeleteFileW((TemporaryFolder() + L"\\" + file).c_str());
+    }
+}
+
+RegistryTree KilledRun::LiveEntries() {
+    RegistryTree entries;
+    const auto add = [&](HKEY root, const std::wstring& path, const std::wstring& name) {
+        for (auto& [key, values] : ReadTree(root, path)) {
+            entries[name + L"\\" + path + L"\\" + key] = values;
+        }
+    };
+    for (const wchar_t* key : ownKeys) {
+        add(HKEY_CURRENT_USER, key, L"HKCU");
+        add(HKEY_LOCAL_MACHINE, key, L"HKLM");
+    }
+    add(HKEY_CLASSES_ROOT, ownClass, L"HKCR");
+    return entries;
+}
+
+void KilledRun::ExpectAGoodNextRun(const Way& way) const {
+    const RegistryTree live = LiveEntries();
+    const std::vector<std::wstring> files = TemporaryFiles();
+    const bool isFirst = !KeyExists(HKEY_CURRENT_USER, productKey);
+    EXPECT_EQ(CaptureOf(way, L"plain.dll", L"next.reg"), 0U);
+    EXPECT_TRUE(Holds(Work(L"next.reg"), DocumentOfPlain(way)));
+    EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, temporaryKey), isFirst);
+    EXPECT_EQ(LiveEntries(), live);
+    EXPECT_EQ(TemporaryFiles(), files);
+}
+
+bool KilledRun::LeftATraceLog() const {
+    const std::vector<std::wstring> files = TemporaryFiles();
+    return files.size() == 1 && NameOf(files.front()).starts_with(L"ETL");
+}
+
+} // namespace keyreap::endtoend

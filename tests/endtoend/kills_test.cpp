@@ -1,0 +1,198 @@
+// A run that is killed, wherever it has come to, costs nothing but itself.
+#include <algorithm>
+#include <functional>
+
+#include "tests/endtoend/killedrun.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+// A stop of the target at which the run stands still until it is killed.
+class KilledWhileHeld : public KilledRun, public testing::WithParamInterface<Way> {
+protected:
+    void KillAt(const std::wstring& point) const {
+        stops.Hold(point);
+        RunningProgram program(Line(GetParam(), L"stopping.dll", L"killed.reg"));
+        stops.Await(point);
+        program.Kill();
+        stops.Reset();
+    }
+    void ExpectNothingButATraceLog() const {
+        EXPECT_FALSE(Exists(Work(L"killed.reg")));
+        EXPECT_EQ(LeftATraceLog(), GetParam().IsTraced());
+        EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
+    }
+    // The same target gives what it gives on a machine on which nothing was ever killed.
+    void ExpectTheTargetAsEver() const {
+        EXPECT_EQ(CaptureOf(GetParam(), L"stopping.dll", L"again.reg"), 0U);
+        EXPECT_TRUE(Holds(Work(L"again.reg"), undisturbed));
+    }
+    void SetUp() override {
+        EXPECT_EQ(CaptureOf(GetParam(), L"stopping.dll", L"undisturbed.reg"), 0U);
+        undisturbed = ReadBytes(Work(L"undisturbed.reg")).value_or(Bytes());
+        EXPECT_EQ(LiveEntries(), RegistryTree());
+        ForgetEverything();
+    }
+    // Where the target's entries are while the roots are as the mode has them.
+    static bool WroteToLiveRegistry() { return !LiveEntries().empty(); }
+
+private:
+    Bytes undisturbed;
+};
+
+TEST_P(KilledWhileHeld, WhenAllIsArmedLeavesTheTreeAndNoEntry) {
+    KillAt(L"loading");
+    ExpectNothingButATraceLog();
+    EXPECT_FALSE(WroteToLiveRegistry());
+    ExpectAGoodNextRun(GetParam());
+    ExpectTheTargetAsEver();
+}
+
+TEST_P(KilledWhileHeld, WhileTheTargetWritesLeavesWhatItWroteWhereItWroteIt) {
+    KillAt(L"registering");
+    ExpectNothingButATraceLog();
+    EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
+    ExpectAGoodNextRun(GetParam());
+    ExpectTheTargetAsEver();
+}
+
+TEST_P(KilledWhileHeld, WhenTheCaptureIsOverLeavesAllEntriesAndNoResult) {
+    KillAt(L"unloading");
+    ExpectNothingButATraceLog();
+    EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
+    ExpectAGoodNextRun(GetParam());
+    ExpectTheTargetAsEver();
+}
+
+INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledWhileHeld, testing::ValuesIn(ways),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+// A stage in which nothing can hold the run: it is watched, and killed when it has come there. One that was
+// beyond it by the time of its death is tried again.
+class KilledInPassing : public KilledRun, public testing::WithParamInterface<Way> {
+protected:
+    using Condition = std::function<bool()>;
+
+    void KillBetween(const std::wstring& sample, const Condition& begin, const Condition& end) const {
+        constexpr int tries = 50;
+        for (int i = 0; i < tries; ++i) {
+            ForgetEverything();
+            DeleteFileW(Work(L"killed.reg").c_str());
+            // As on a machine where the program has run, so that the tree is removed in the end.
+            CreateKey(HKEY_CURRENT_USER, productKey);
+            RunningProgram program(Line(GetParam(), sample, L"killed.reg"));
+            while (!begin() && program.IsRunning()) {
+            }
+            program.Kill();
+            if (begin() && !end()) {
+                return;
+            }
+        }
+        ADD_FAILURE() << "No run was killed in this stage.";
+    }
+    static bool IsInTree(const std::wstring& path) {
+        return KeyExists(HKEY_CURRENT_USER, std::wstring(temporaryKey) + path);
+    }
+    std::size_t Written() const { return SizeOf(Work(L"killed.reg")).value_or(0); }
+    static std::size_t SizeOfResult() { return DocumentOfValues(GetParam(), someValues).size(); }
+    // How many values of `somevalues` are where its way lets it write them.
+    static DWORD ValuesLeft() {
+        const std::wstring tree = GetParam().IsRedirected() ? std::wstring(temporaryKey) + L"\\HKCU\\" : L"";
+        return CountValues(HKEY_CURRENT_USER, tree + L"Software\\KeyreapMany");
+    }
+};
+
+TEST_P(KilledInPassing, WhenTheTreeIsMadeLeavesTheTree) {
+    KillBetween(
+        L"stopping.dll", [] { return IsInTree(L"\\HKLM"); },
+        [this] { return IsInTree(L"\\HKLM\\Software") || stops.IsReached(L"loading"); });
+    EXPECT_FALSE(Exists(Work(L"killed.reg")));
+    ExpectAGoodNextRun(GetParam());
+}
+
+TEST_P(KilledInPassing, WhileTheResultIsWrittenLeavesTheBeginningOfIt) {
+    const Bytes whole = DocumentOfValues(GetParam(), someValues);
+    KillBetween(
+        L"somevalues.dll", [&] { return Written() > 0; }, [&] { return Written() == whole.size(); });
+    const Bytes written = ReadBytes(Work(L"killed.reg")).value_or(Bytes());
+    EXPECT_LT(written.size(), whole.size());
+    EXPECT_TRUE(std::equal(written.begin(), written.end(), whole.begin()));
+    EXPECT_EQ(ValuesLeft(), static_cast<DWORD>(someValues));
+    ExpectAGoodNextRun(GetParam());
+    EXPECT_EQ(CaptureOf(GetParam(), L"somevalues.dll", L"killed.reg"), 0U);
+    EXPECT_TRUE(Holds(Work(L"killed.reg"), whole));
+}
+
+INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledInPassing, testing::ValuesIn(ways),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+class KilledWhileRedirecting : public KilledInPassing {};
+
+TEST_P(KilledWhileRedirecting, LeavesTheTreeAlone) {
+    KillBetween(
+        L"stopping.dll", [] { return IsInTree(L"\\HKLM\\Software"); },
+        [this] { return stops.IsReached(L"loading"); });
+    EXPECT_FALSE(Exists(Work(L"killed.reg")));
+    EXPECT_EQ(LiveEntries(), RegistryTree());
+    ExpectAGoodNextRun(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(InModesThatRedirect, KilledWhileRedirecting,
+                         testing::Values(ways[0], ways[1], ways[3], ways[4]),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+class KilledInRemovalPass : public KilledInPassing {};
+
+TEST_P(KilledInRemovalPass, LeavesTheWholeResultAndTheValuesNotYetRemoved) {
+    KillBetween(
+        L"somevalues.dll", [&] { return Written() == SizeOfResult() && ValuesLeft() < someValues; },
+        [] { return ValuesLeft() == 0; });
+    EXPECT_TRUE(Holds(Work(L"killed.reg"), DocumentOfValues(GetParam(), someValues)));
+    EXPECT_GT(ValuesLeft(), 0U);
+    ExpectAGoodNextRun(GetParam());
+    EXPECT_EQ(ValuesLeft() > 0, !GetParam().IsRedirected());
+}
+
+INSTANTIATE_TEST_SUITE_P(InModesThatTrace, KilledInRemovalPass,
+                         testing::Values(ways[1], ways[2], ways[4], ways[5]),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+class KilledWhileTreeIsRemoved : public KilledInPassing {};
+
+TEST_P(KilledWhileTreeIsRemoved, LeavesTheWholeResultAndTheRestOfTheTree) {
+    const std::wstring written = L"\\HKCR\\Keyreap.Keys";
+    KillBetween(
+        L"keys.dll",
+        [&] { return IsInTree(written + L"\\Wide") && Written() > 0 && !IsInTree(written + L"\\Default"); },
+        [&] { return !IsInTree(written); });
+    EXPECT_TRUE(Holds(Work(L"killed.reg"), Golden("keys.reg")));
+    EXPECT_TRUE(IsInTree(written));
+    ExpectAGoodNextRun(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, KilledWhileTreeIsRemoved, testing::Values(ways[0], ways[3]),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+class KilledParent : public KilledRun {};
+
+TEST_F(KilledParent, LetsItsCompanionGoOnToTheEnd) {
+    const Way way = {Bitness::x86, L"keyRedir"};
+    EXPECT_EQ(CaptureOf(way, L"stopping.dll", L"undisturbed.reg"), 0U);
+    stops.Reset();
+    stops.Hold(L"registering");
+    RunningProgram parent(Quoted(Keyreap(Bitness::x64)) + L" extreg " +
+                          Pair(Sample(Bitness::x86, L"stopping.dll"), Work(L"out.reg")) + L" keyRedir");
+    stops.Await(L"registering");
+    parent.Kill();
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    stops.LetGo(L"registering");
+    // The companion's last deed but one.
+    EXPECT_TRUE(Eventually([] { return !KeyExists(HKEY_CURRENT_USER, temporaryKey); }));
+    EXPECT_TRUE(Holds(Work(L"out.reg"), ReadBytes(Work(L"undisturbed.reg")).value_or(Bytes())));
+    ExpectAGoodNextRun(way);
+}
+
+} // namespace
+
+} // namespace keyreap::endtoend

@@ -1,0 +1,32 @@
+// A server that writes 200,000 values: all of them are in its result, and none stays.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/ways.h"
+#include "tests/endtoend/harness/workbench.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+constexpr wchar_t targetsKey[] = L"Software\\KeyreapMany";
+
+class ServerOfManyValues : public Workbench, public testing::WithParamInterface<Way> {
+protected:
+    ~ServerOfManyValues() override { DeleteTree(HKEY_CURRENT_USER, targetsKey); }
+};
+
+TEST_P(ServerOfManyValues, GetsAllOfThemCapturedAndRemoved) {
+    RunningProgram program(LineOf(GetParam(), Sample(GetParam().build, L"manyvalues.dll"), Work(L"out.reg")));
+    // Longer than any other run, so longer than one watchdog lets it.
+    Eventually([&] { return !program.IsRunning(); });
+    EXPECT_EQ(program.Wait(), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), DocumentOfValues(GetParam(), manyValues)));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, targetsKey));
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+}
+
+INSTANTIATE_TEST_SUITE_P(InThreeWays, ServerOfManyValues, testing::Values(ways[0], ways[4], ways[2]),
+                         [](const auto& test) { return NameOfWay(test.param); });
+
+} // namespace
+
+} // namespace keyreap::endtoend

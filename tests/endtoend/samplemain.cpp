@@ -1,0 +1,5 @@
+#include "tests/endtoend/harness/runtests.h"
+
+int main(int count, char** arguments) {
+    return keyreap::endtoend::RunSampleOfTests(count, arguments);
+}

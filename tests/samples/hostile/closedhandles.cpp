@@ -1,0 +1,16 @@
+// Closes every handle of its process, whoever opened it.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+STDAPI DllRegisterServer() {
+    constexpr ULONG_PTR step = 4;
+    constexpr ULONG_PTR last = 0x2000;
+    keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Handles").SetText(L"", L"written");
+    for (ULONG_PTR number = step; number <= last; number += step) {
+        CloseHandle(reinterpret_cast<HANDLE>(number));
+    }
+    return S_OK;
+}

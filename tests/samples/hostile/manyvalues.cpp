@@ -1,0 +1,16 @@
+// Writes KEYREAP_VALUES values into one key.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+STDAPI DllRegisterServer() {
+    constexpr std::size_t digits = 6;
+    const keyreap::samples::KeyWriter key(HKEY_CURRENT_USER, L"Software\\KeyreapMany");
+    for (DWORD i = 0; i < KEYREAP_VALUES; ++i) {
+        const std::wstring number = std::to_wstring(i);
+        key.SetDword(std::wstring(digits - number.size(), L'0') + number, i);
+    }
+    return S_OK;
+}

@@ -1,0 +1,47 @@
+// Leaves threads behind that write for as long as the process lives: two through a key that they hold open,
+// two by name. The module stays loaded, so that they have code to run.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace {
+
+using keyreap::samples::KeyWriter;
+
+constexpr wchar_t keyPath[] = L"Software\\KeyreapThreads";
+
+std::wstring NameOfThread() {
+    return L"thread " + std::to_wstring(GetCurrentThreadId());
+}
+
+DWORD WINAPI WriteThroughAHeldKey(void*) {
+    const KeyWriter key(HKEY_CURRENT_USER, keyPath);
+    for (DWORD count = 0;; ++count) {
+        key.SetDword(NameOfThread(), count);
+    }
+}
+
+DWORD WINAPI WriteByName(void*) {
+    for (DWORD count = 0;; ++count) {
+        KeyWriter(HKEY_CURRENT_USER, keyPath).SetDword(NameOfThread(), count);
+    }
+}
+
+void Start(LPTHREAD_START_ROUTINE routine) {
+    CloseHandle(CreateThread(nullptr, 0, routine, nullptr, 0, nullptr));
+}
+
+} // namespace
+
+STDAPI DllRegisterServer() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<LPCWSTR>(&Start), &module);
+    for (const auto routine : {WriteThroughAHeldKey, WriteByName, WriteThroughAHeldKey, WriteByName}) {
+        Start(routine);
+    }
+    KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Threads").SetText(L"", L"returned");
+    return S_OK;
+}

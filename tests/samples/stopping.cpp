@@ -1,0 +1,49 @@
+// Goes on at each of its points only when it may: at the point P it makes the file P.reached in the folder
+// that the variable KEYREAP_STOPS names, and waits there as long as a file P.hold is in it. Files, so that a
+// test on either side of Wine can hold it.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace {
+
+using keyreap::samples::KeyWriter;
+
+std::wstring StopsFolder() {
+    wchar_t folder[MAX_PATH] = {};
+    return std::wstring(folder, GetEnvironmentVariableW(L"KEYREAP_STOPS", folder, MAX_PATH));
+}
+
+void Reach(const std::wstring& point) {
+    constexpr DWORD pause = 5; // milliseconds between two looks
+    const std::wstring place = StopsFolder() + L"\\" + point;
+    CloseHandle(CreateFileW((place + L".reached").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
+                            CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    while (GetFileAttributesW((place + L".hold").c_str()) != INVALID_FILE_ATTRIBUTES) {
+        Sleep(pause);
+    }
+}
+
+} // namespace
+
+// The first call comes when all is armed, the last one when the capture is over and no result is made yet.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        Reach(L"loading");
+    }
+    if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) {
+        Reach(L"unloading");
+    }
+    return TRUE;
+}
+
+STDAPI DllRegisterServer() {
+    KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Stopping").SetText(L"", L"half");
+    KeyWriter(HKEY_CURRENT_USER, L"Software\\KeyreapStopping").SetText(L"", L"half");
+    KeyWriter(HKEY_LOCAL_MACHINE, L"Software\\KeyreapStopping").SetText(L"", L"half");
+    Reach(L"registering");
+    KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Stopping").SetText(L"rest", L"written");
+    return S_OK;
+}
