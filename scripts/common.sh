@@ -51,18 +51,19 @@ step() {
 }
 
 # start_progress LOG: at a terminal, shows the log's last line as it grows, until stop_progress or the end of the script.
+# A line too long for the terminal is cut there.
 start_progress() {
     PROGRESS=
     [[ -t 2 ]] || return 0
     while kill -0 $$ 2>/dev/null && sleep 0.3; do
-        printf '\r\e[K  %.76s' "$(tail -n 1 "$1" | tr -d '\000-\037')" >&2
+        printf '\e[?7l\r\e[K  %s\e[?7h' "$(tail -n 1 "$1" | tr -d '\000-\037')" >&2
     done 8>&- 9>&- </dev/null &
     PROGRESS=$!
 }
 
 stop_progress() {
     [[ -n $PROGRESS ]] || return 0
-    kill "$PROGRESS"
+    kill "$PROGRESS" 2>/dev/null || true
     { wait "$PROGRESS" || true; } 2>/dev/null
     printf '\r\e[K' >&2
 }
