@@ -7,6 +7,14 @@
 namespace {
 
 std::atomic<std::size_t> allocations{0};
+std::atomic<std::size_t> releases{0};
+
+void Release(void* memory) {
+    if (memory) {
+        ++releases;
+    }
+    std::free(memory);
+}
 
 } // namespace
 
@@ -19,17 +27,21 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 namespace keyreap {
 
 std::size_t AllocationCount() {
     return allocations;
+}
+
+std::size_t LiveAllocationCount() {
+    return allocations - releases;
 }
 
 } // namespace keyreap

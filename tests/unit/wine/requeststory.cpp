@@ -31,6 +31,11 @@ std::string Quoted(std::string_view text) {
 
 } // namespace
 
+void RequestStory::Line(std::string_view line) {
+    lines.emplace_back(line);
+    tracker.Feed(line, listening ? &told : nullptr);
+}
+
 void RequestStory::Ask(std::uint32_t thread, std::string_view name, std::string_view fields) {
     Line(Hex(thread) + ": " + std::string(name) + "( " + std::string(fields) + " )");
 }
@@ -114,6 +119,10 @@ void RequestStory::Open(std::uint32_t thread, std::string_view name, std::uint32
             ", attributes=" + Hex(question.attributes) + ", name=" + Quoted(name));
     TellPath("Open", question);
     Answer(thread, "open_key", question.status, "hkey=" + Hex(handle));
+}
+
+void RequestStory::UnansweredOpen(std::uint32_t thread) {
+    Ask(thread, "open_key", R"(parent=0004, access=00020019, attributes=00000040, name=L"A")");
 }
 
 void RequestStory::SetValue(std::uint32_t thread, std::uint32_t handle, std::string_view name,

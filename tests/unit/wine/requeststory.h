@@ -40,7 +40,7 @@ public:
     static constexpr const char* I386 = "014c";
     static constexpr const char* AMD64 = "8664";
 
-    void Line(std::string_view line) { tracker.Feed(line, listening ? &told : nullptr); }
+    void Line(std::string_view line);
 
     // A process with one thread that runs its own code.
     void Process(std::uint32_t process, std::uint32_t thread, const char* machine = AMD64);
@@ -57,6 +57,7 @@ public:
 
     void Create(std::uint32_t thread, std::string_view name, std::uint32_t handle, const KeyQuestion& = {});
     void Open(std::uint32_t thread, std::string_view name, std::uint32_t handle, const KeyQuestion& = {});
+    void UnansweredOpen(std::uint32_t thread);
     void SetValue(std::uint32_t thread, std::uint32_t handle, std::string_view name,
                   std::string_view status = "0");
     void DeleteValue(std::uint32_t thread, std::uint32_t handle, std::string_view name);
@@ -78,6 +79,7 @@ public:
     RequestTracker tracker{registry};
     RecordingRequests told;
     bool listening = true;
+    std::vector<std::string> lines; // all that were told
 
 private:
     void Ask(std::uint32_t thread, std::string_view name, std::string_view fields);

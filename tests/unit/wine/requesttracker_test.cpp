@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/os/wine/registryeventtype.h"
+#include "tests/support/allocationcount.h"
 #include "tests/unit/wine/requeststory.h"
 
 namespace keyreap {
@@ -427,6 +428,30 @@ TEST_F(RequestTrackerTest, AThreadOfNoKnownProcessIsLeft) {
     story.SetValue(0x99, 4, "A");
     EXPECT_TRUE(told.empty());
     EXPECT_EQ(story.tracker.OpenKeys().size(), 1U);
+}
+
+TEST_F(RequestTrackerTest, WhatIsOverTakesNoMemory) {
+    story.listening = false;
+    const auto live = [&](std::uint32_t child) {
+        const std::uint32_t itsThread = child + 4;
+        story.NewProcess(THREAD, child, 0x40, 4);
+        story.NewThread(THREAD, 0x40, itsThread);
+        OpenSoftware(itsThread);
+        story.Create(itsThread, "A", 8, {.parent = 4, .status = "OBJECT_NAME_EXISTS"});
+        story.Duplicate(THREAD, 0x40, 8, RequestStory::SELF, child);
+        story.UnansweredOpen(itsThread);
+        story.KillThread(itsThread);
+        story.KillProcess(child);
+        story.Close(THREAD, child);
+        story.Close(THREAD, 0x40);
+        story.lines.clear();
+    };
+    live(0x1000);
+    const std::size_t before = LiveAllocationCount();
+    for (std::uint32_t count = 1; count < 200; ++count) {
+        live(0x1000 + count * 8);
+    }
+    EXPECT_EQ(LiveAllocationCount(), before);
 }
 
 TEST_F(RequestTrackerTest, OpenKeysAreEveryProcesss) {
