@@ -84,9 +84,10 @@ suite_command() {
     esac
 }
 
-# suite_environment SHARE STEP: what a suite may want to know, as variables.
+# suite_environment SHARE STEP REPORT: what a suite may want to know, as variables. What it writes into the file
+# REPORT is shown behind its line.
 suite_environment() {
-    export KEYREAP_SHARE=$1 KEYREAP_SHARE_UNC='\\server\share' KEYREAP_SAMPLE=$2
+    export KEYREAP_SHARE=$1 KEYREAP_SHARE_UNC='\\server\share' KEYREAP_SAMPLE=$2 KEYREAP_REPORT=$3
     KEYREAP_STAGE=$(windows_path "$STAGE/bin")
     KEYREAP_SAMPLES=$(windows_path "$BUILD/samples")
     KEYREAP_GOLDEN=$(windows_path "$ROOT/tests/endtoend/golden")
@@ -94,13 +95,14 @@ suite_environment() {
     export KEYREAP_STAGE KEYREAP_SAMPLES KEYREAP_GOLDEN KEYREAP_SHARE_LOCAL
 }
 
-# run_suite KIND FILE STEP LOG: its status; all output goes to LOG. A signal ends the suite before it ends this shell.
+# run_suite KIND FILE STEP LOG: its status; all output goes to LOG, and its report, if it has one, to a file beside
+# that which ends in .report. A signal ends the suite before it ends this shell.
 # (What a shell starts in the background would not see an interrupt at all, nor would the tests in it.)
 run_suite() {
     local share limit status=0
     limit=$(suite_limit "$1" "$3")
     share=$(mktemp -d "$BUILD/share.XXXXXX")
-    suite_environment "$share" "$3"
+    suite_environment "$share" "$3" "${4%.log}.report"
     suite_command "$1" "$2" "$share"
     env --default-signal=INT,QUIT timeout -k 20 "$limit" "${COMMAND[@]}" >"$4" 2>&1 </dev/null &
     # shellcheck disable=SC2064 # the process is meant that runs now

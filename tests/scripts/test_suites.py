@@ -99,6 +99,12 @@ def test_only_the_word_of_its_whole_run_leads_a_suite_through_all_its_cases(read
     assert outcome(run(ready_tree.folder / "test", "native/suite_good"))[1] == "1 passed, 0 failed"
 
 
+def test_what_a_suite_reports_is_shown_behind_its_line(ready_tree):
+    lines = run(ready_tree.folder / "test", "native/suite_good", "everything").stdout.splitlines()
+    line = next(number for number, line in enumerate(lines) if " native/suite_good " in line)
+    assert lines[line + 1] == "all cases seen"
+
+
 def test_failures_crashes_and_silence_fail_and_show_their_output(ready_tree):
     result = run(ready_tree.folder / "test", "x64", "native")
     names, last = outcome(result)

@@ -14,6 +14,10 @@ int main() {
     std::puts("[       OK ] Rule.Holds (0 ms)");
     if (std::strcmp(std::getenv("KEYREAP_SAMPLE"), "1") == 0) {
         std::puts("[       OK ] Rule.HoldsInEveryCase (0 ms)");
+        if (std::FILE* report = std::fopen(std::getenv("KEYREAP_REPORT"), "w")) {
+            std::fputs("all cases seen\n", report);
+            std::fclose(report);
+        }
     }
     std::fflush(stdout);
 #ifdef SUITE_crashing

@@ -1,0 +1,49 @@
+"""What the corpus' scripts do inside a Wine session: keep the registry, run programs."""
+
+import subprocess
+
+# What the keeper says of a command that could not be started or didn't end.
+NOT_RUN = 0xFFFFFFFE
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def command_line(words):
+    return " ".join('"%s"' % word if " " in word else word for word in words)
+
+
+class Keeper:
+    """The program registrykeeper, which takes orders as long as this lives."""
+
+    def __init__(self, program):
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
+        self.process = subprocess.Popen(["wine", program], text=True, **pipes)
+
+    def order(self, text):
+        """The number that the keeper answers with."""
+        self.process.stdin.write(text + "\n")
+        self.process.stdin.flush()
+        return int(self.process.stdout.readline())
+
+    def run(self, *words):
+        """The exit status of a Windows program."""
+        return self.run_line(command_line(words))
+
+    def run_line(self, line):
+        status = self.order("run " + line)
+        assert status != NOT_RUN, line
+        return status
+
+    def save(self, folder):
+        folder.mkdir(parents=True)
+        assert self.order("save " + windows_path(folder)) == 0
+
+    def keep(self, folder):
+        """From here on what is restored is what is saved there."""
+        assert self.order("keep") == 0
+        self.save(folder)
+
+    def restore(self):
+        assert self.order("restore") == 0

@@ -1,0 +1,53 @@
+"""Registries as the keeper saved them, and what changed from one to another."""
+
+import hive
+
+LINK = 6
+
+USER = "HKEY_USERS\\S-1-5-21-0-0-0-1000"
+
+
+class Registry:
+    """Keys by their lower-cased paths. Only the values that are asked for are read."""
+
+    def __init__(self, folder):
+        named = hive.sections(folder / "machine", "HKEY_LOCAL_MACHINE")
+        named.update(hive.sections(folder / "users", "HKEY_USERS"))
+        self.sections = {path.replace(USER, "HKEY_CURRENT_USER").lower(): lines for path, lines in named.items()}
+        self.keys = {parent for path in self.sections for parent in hive.with_parents(path)}
+
+    def lines(self, key):
+        return self.sections.get(key, [])
+
+    def values(self, key):
+        """By lower-cased name, the type and data of a key's values. What a link leads to is none of them."""
+        found = hive.values_in(self.lines(key)).items()
+        return {name.lower(): value for name, value in found if value[0] != LINK}
+
+
+def written(before, after):
+    """The keys that were added, and those that have other values, with the values that are new or not the same."""
+    result = {key: after.values(key) for key in after.keys - before.keys}
+    for key in before.keys & after.keys:
+        if before.lines(key) != after.lines(key):
+            known = before.values(key)
+            changed = {name: value for name, value in after.values(key).items() if known.get(name) != value}
+            if changed:
+                result[key] = changed
+    return result
+
+
+def removed(before, after):
+    """The keys that are gone, with all their values, and those that lost values, with these."""
+    result = {key: before.values(key) for key in before.keys - after.keys}
+    for key in before.keys & after.keys:
+        if before.lines(key) != after.lines(key):
+            left = after.values(key)
+            lost = {name: value for name, value in before.values(key).items() if name not in left}
+            if lost:
+                result[key] = lost
+    return result
+
+
+def same(before, after):
+    return before.keys == after.keys and before.sections == after.sections
