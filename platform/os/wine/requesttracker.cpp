@@ -4,6 +4,7 @@
 #include <charconv>
 #include <utility>
 
+#include "platform/os/wine/askedkey.h"
 #include "platform/os/wine/registryeventtype.h"
 #include "platform/os/wine/requeststatus.h"
 
@@ -12,16 +13,10 @@ namespace keyreap {
 namespace {
 
 constexpr std::uint32_t currentProcess = 0xFFFFFFFF;   // NtCurrentProcess, cut to 32 bits
-constexpr std::uint32_t keyWow64_64Key = 0x0100;       // winnt.h
-constexpr std::uint32_t keyWow64_32Key = 0x0200;       // winnt.h
-constexpr std::uint32_t objInherit = 0x2;              // ntdef.h
-constexpr std::uint32_t objOpenLink = 0x100;           // ntdef.h
 constexpr std::uint32_t inheritHandles = 0x4;          // PROCESS_CREATE_FLAGS_INHERIT_HANDLES, ntpsapi
 constexpr std::uint32_t handleFlagInherit = 0x1;       // winbase.h
 constexpr std::uint32_t duplicateCloseSource = 0x1;    // winnt.h
 constexpr std::uint32_t duplicateSameAttributes = 0x4; // ntobapi
-constexpr std::uint16_t machineI386 = 0x014C;          // winnt.h
-constexpr std::uint16_t machineAmd64 = 0x8664;         // winnt.h
 constexpr std::uint32_t comPlusNativeReady = 0x1;      // of SECTION_IMAGE_INFORMATION's ImageFlags, ntmmapi
 
 // A key found below one that isn't looked up yet, and so on: no more than so many of them, so that no program
@@ -44,54 +39,9 @@ std::uint8_t ChangeType(std::string_view name) {
     return name == deleteValueRequest ? registryDeleteValue : registryQueryValue;
 }
 
-// What a request to create or open a key asks for; the two tell it in different places.
-struct AskedKey {
-    std::uint32_t parent = 0;
-    std::uint32_t attributes = 0;
-    std::uint32_t access = 0;
-    std::wstring name;
-};
-
-AskedKey ReadAskedKey(std::string_view fields, bool creates) {
-    AskedKey asked;
-    asked.access = NumberField(fields, "access");
-    if (creates) {
-        const std::string_view objattr = FindField(fields, "objattr").value_or(std::string_view());
-        asked.parent = NumberField(objattr, "rootdir");
-        asked.attributes = NumberField(objattr, "attributes");
-        asked.name = TextField(objattr, "name");
-    } else {
-        asked.parent = NumberField(fields, "parent");
-        asked.attributes = NumberField(fields, "attributes");
-        asked.name = TextField(fields, "name");
-    }
-    return asked;
-}
-
-KeyView ViewOf(const ServerProcess& process, const AskedKey& asked) {
-    const bool wow = process.machine == machineI386;
-    return {wow && (asked.access & keyWow64_64Key) == 0, wow && (asked.access & keyWow64_32Key) != 0,
-            (asked.attributes & objOpenLink) != 0};
-}
-
 std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint32_t handle) {
     const auto found = process.handles.find(handle);
     return found == process.handles.end() ? nullptr : found->second.key;
-}
-
-// See RequestTracker.
-KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked, bool creates) {
-    if (asked.parent == 0) {
-        return creates ? KeyOrigin::root : KeyOrigin::innerPart;
-    }
-    const auto found = process.handles.find(asked.parent);
-    const ServerHandle parent = found == process.handles.end() ? ServerHandle() : found->second;
-    if (parent.origin == KeyOrigin::innerPart) {
-        return KeyOrigin::innerPart;
-    }
-    const bool goesOn = creates && parent.origin == KeyOrigin::root && (asked.access & keyWow64_32Key) != 0 &&
-                        asked.access == parent.access;
-    return goesOn ? KeyOrigin::root : KeyOrigin::program;
 }
 
 ServerHandle ProcessHandle(std::uint32_t processId) {
@@ -213,7 +163,7 @@ void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
 void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const bool creates = answered.request.name == createRequest;
     const AskedKey asked = ReadAskedKey(answered.request.fields, creates);
-    const KeyOrigin origin = OriginOf(answered.process, asked, creates);
+    const KeyOrigin origin = OriginOf(answered.process, asked);
     const bool finds = origin != KeyOrigin::program && answered.status == statusObjectNameExists;
     KeyRequest request;
     request.type = creates && !finds ? registryCreate : registryOpen;
@@ -222,7 +172,7 @@ void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
     if (handle != 0) {
         request.key = FoundKey(answered, request.parent, asked.name, ViewOf(answered.process, asked));
-        answered.process.handles[handle] = {request.key, 0, (asked.attributes & objInherit) != 0, origin,
+        answered.process.handles[handle] = {request.key, 0, AsksForInheritance(asked.attributes), origin,
                                             asked.access};
     } else if (!creates && asked.parent == 0 && answered.listener) {
         answered.listener->OnMissingKey(request.name);
@@ -318,7 +268,7 @@ void RequestTracker::DuplicateHandle(const Answered& answered) {
         handle.processId = sourceId;
     }
     if ((options & duplicateSameAttributes) == 0) {
-        handle.inheritable = (NumberField(fields, "attributes") & objInherit) != 0;
+        handle.inheritable = AsksForInheritance(NumberField(fields, "attributes"));
     }
     if ((options & duplicateCloseSource) != 0) {
         source->handles.erase(sourceHandle);

@@ -49,6 +49,10 @@ struct ServerHandle {
 
 using ServerHandles = std::unordered_map<std::uint32_t, ServerHandle>;
 
+// Machines of images, IMAGE_FILE_MACHINE_... of winnt.h.
+inline constexpr std::uint16_t machineI386 = 0x014C;
+inline constexpr std::uint16_t machineAmd64 = 0x8664;
+
 // A process of the prefix, as far as its handles and its view of the registry go.
 struct ServerProcess {
     ServerHandles handles;

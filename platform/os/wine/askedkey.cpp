@@ -1,0 +1,57 @@
+#include "platform/os/wine/askedkey.h"
+
+#include "platform/os/wine/requestline.h"
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::uint32_t keyWow64_64Key = 0x0100; // winnt.h
+constexpr std::uint32_t keyWow64_32Key = 0x0200; // winnt.h
+constexpr std::uint32_t objInherit = 0x2;        // ntdef.h
+constexpr std::uint32_t objOpenLink = 0x100;     // ntdef.h
+
+} // namespace
+
+AskedKey ReadAskedKey(std::string_view fields, bool creates) {
+    AskedKey asked;
+    asked.creates = creates;
+    asked.access = NumberField(fields, "access");
+    if (creates) {
+        const std::string_view objattr = FindField(fields, "objattr").value_or(std::string_view());
+        asked.parent = NumberField(objattr, "rootdir");
+        asked.attributes = NumberField(objattr, "attributes");
+        asked.name = TextField(objattr, "name");
+    } else {
+        asked.parent = NumberField(fields, "parent");
+        asked.attributes = NumberField(fields, "attributes");
+        asked.name = TextField(fields, "name");
+    }
+    return asked;
+}
+
+KeyView ViewOf(const ServerProcess& process, const AskedKey& asked) {
+    const bool wow = process.machine == machineI386;
+    return {wow && (asked.access & keyWow64_64Key) == 0, wow && (asked.access & keyWow64_32Key) != 0,
+            (asked.attributes & objOpenLink) != 0};
+}
+
+KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked) {
+    if (asked.parent == 0) {
+        return asked.creates ? KeyOrigin::root : KeyOrigin::innerPart;
+    }
+    const auto found = process.handles.find(asked.parent);
+    const ServerHandle parent = found == process.handles.end() ? ServerHandle() : found->second;
+    if (parent.origin == KeyOrigin::innerPart) {
+        return KeyOrigin::innerPart;
+    }
+    const bool goesOn = asked.creates && parent.origin == KeyOrigin::root &&
+                        (asked.access & keyWow64_32Key) != 0 && asked.access == parent.access;
+    return goesOn ? KeyOrigin::root : KeyOrigin::program;
+}
+
+bool AsksForInheritance(std::uint32_t attributes) {
+    return (attributes & objInherit) != 0;
+}
+
+} // namespace keyreap
