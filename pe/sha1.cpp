@@ -7,53 +7,72 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::size_t rounds = 80;
 constexpr std::size_t lengthSize = 8;
 
-std::uint32_t BigEndian32(const std::byte* bytes) {
-    return std::to_integer<std::uint32_t>(bytes[0]) << 24 | std::to_integer<std::uint32_t>(bytes[1]) << 16 |
-           std::to_integer<std::uint32_t>(bytes[2]) << 8 | std::to_integer<std::uint32_t>(bytes[3]);
+using Word = std::uint32_t;
+
+// The last sixteen words of a block's message schedule.
+using Words = std::array<Word, 16>;
+
+Word BigEndian32(const std::byte* bytes) {
+    return std::to_integer<Word>(bytes[0]) << 24 | std::to_integer<Word>(bytes[1]) << 16 |
+           std::to_integer<Word>(bytes[2]) << 8 | std::to_integer<Word>(bytes[3]);
 }
 
-// The message schedule of one block.
-std::array<std::uint32_t, rounds> Schedule(const std::byte* block) {
-    std::array<std::uint32_t, rounds> words;
-    for (std::size_t t = 0; t < 16; ++t) {
-        words[t] = BigEndian32(block + 4 * t);
+// The schedule's word of a round. Rounds come in order.
+template <std::size_t round>
+Word NextWord(Words& words, const std::byte* block) {
+    if constexpr (round < 16) {
+        words[round] = BigEndian32(block + 4 * round);
+    } else {
+        words[round % 16] = std::rotl(words[(round - 3) % 16] ^ words[(round - 8) % 16] ^
+                                          words[(round - 14) % 16] ^ words[round % 16],
+                                      1);
     }
-    for (std::size_t t = 16; t < rounds; ++t) {
-        words[t] = std::rotl(words[t - 3] ^ words[t - 8] ^ words[t - 14] ^ words[t - 16], 1);
-    }
-    return words;
+    return words[round % 16];
 }
 
-// The logical function and the constant of a round.
-std::uint32_t Mixed(std::size_t round, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
-    if (round < 20) {
-        return ((b & c) | (~b & d)) + 0x5A827999;
-    }
-    if (round < 40) {
-        return (b ^ c ^ d) + 0x6ED9EBA1;
-    }
-    if (round < 60) {
-        return ((b & c) | (b & d) | (c & d)) + 0x8F1BBCDC;
-    }
-    return (b ^ c ^ d) + 0xCA62C1D6;
+// The logical functions, in the forms that need the fewest operations.
+constexpr auto choose = [](Word b, Word c, Word d) { return d ^ (b & (c ^ d)); };
+constexpr auto parity = [](Word b, Word c, Word d) { return b ^ c ^ d; };
+constexpr auto majority = [](Word b, Word c, Word d) { return (b & c) + (d & (b ^ c)); };
+
+template <typename Mix>
+void Round(Word a, Word& b, Word c, Word d, Word& e, Word added, Mix mix) {
+    e += std::rotl(a, 5) + mix(b, c, d) + added;
+    b = std::rotl(b, 30);
+}
+
+// Five rounds: the words of the state change their names instead of their places, and after five have their
+// own.
+template <std::size_t first, typename Mix>
+void FiveRounds(Word& a, Word& b, Word& c, Word& d, Word& e, Words& words, const std::byte* block,
+                Word constant, Mix mix) {
+    Round(a, b, c, d, e, NextWord<first>(words, block) + constant, mix);
+    Round(e, a, b, c, d, NextWord<first + 1>(words, block) + constant, mix);
+    Round(d, e, a, b, c, NextWord<first + 2>(words, block) + constant, mix);
+    Round(c, d, e, a, b, NextWord<first + 3>(words, block) + constant, mix);
+    Round(b, c, d, e, a, NextWord<first + 4>(words, block) + constant, mix);
+}
+
+template <std::size_t first, typename Mix>
+void TwentyRounds(Word& a, Word& b, Word& c, Word& d, Word& e, Words& words, const std::byte* block,
+                  Word constant, Mix mix) {
+    FiveRounds<first>(a, b, c, d, e, words, block, constant, mix);
+    FiveRounds<first + 5>(a, b, c, d, e, words, block, constant, mix);
+    FiveRounds<first + 10>(a, b, c, d, e, words, block, constant, mix);
+    FiveRounds<first + 15>(a, b, c, d, e, words, block, constant, mix);
 }
 
 } // namespace
 
 void Sha1::AddBlock(const std::byte* block) {
-    const std::array<std::uint32_t, rounds> words = Schedule(block);
+    Words words;
     auto [a, b, c, d, e] = state;
-    for (std::size_t t = 0; t < rounds; ++t) {
-        const std::uint32_t next = std::rotl(a, 5) + Mixed(t, b, c, d) + e + words[t];
-        e = d;
-        d = c;
-        c = std::rotl(b, 30);
-        b = a;
-        a = next;
-    }
+    TwentyRounds<0>(a, b, c, d, e, words, block, 0x5A827999, choose);
+    TwentyRounds<20>(a, b, c, d, e, words, block, 0x6ED9EBA1, parity);
+    TwentyRounds<40>(a, b, c, d, e, words, block, 0x8F1BBCDC, majority);
+    TwentyRounds<60>(a, b, c, d, e, words, block, 0xCA62C1D6, parity);
     const std::array<std::uint32_t, 5> sums = {a, b, c, d, e};
     for (std::size_t i = 0; i < state.size(); ++i) {
         state[i] += sums[i];
