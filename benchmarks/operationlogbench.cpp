@@ -72,7 +72,7 @@ public:
 private:
     // Upper and lower case are the same; a NUL parts a value's name from its key.
     static std::wstring PathOf(const RegistryOperation& operation) {
-        std::wstring path = operation.keyPath;
+        std::wstring path(std::wstring_view(operation.keyPath));
         if (ConcernsValue(operation.type)) {
             path += L'\0';
             path += operation.valueName;

@@ -52,6 +52,10 @@ public:
 
     // Adds an entry whose name the map hasn't.
     Entry* Add(Owner entry) {
+        if (entries.empty()) {
+            hashes.reserve(usualEntries);
+            entries.reserve(usualEntries);
+        }
         hashes.push_back(entry->nameHash);
         entries.push_back(std::move(entry));
         if (2 * entries.size() > index.size()) {
@@ -84,7 +88,8 @@ public:
 
 private:
     static constexpr std::uint32_t none = UINT32_MAX;
-    static constexpr std::size_t fewEntries = 8; // whose hashes are looked through faster than an index
+    static constexpr std::size_t usualEntries = 4; // taken at once, since most keys have no more
+    static constexpr std::size_t fewEntries = 8;   // whose hashes are looked through faster than an index
 
     // The rules' comparison may hold names equal whose hashes differ. The whole hash is compared first, so
     // that no outcome depends on the names' happening to meet in a search.

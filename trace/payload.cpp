@@ -16,14 +16,16 @@ std::uint64_t Payload::NumberOf(std::size_t offset, std::size_t size) const {
 }
 
 Payload::WideRun Payload::WideText(std::size_t offset, std::size_t limit) const {
-    WideRun run;
-    for (; run.text.size() < limit && Holds(offset, 2); offset += 2) {
-        const auto unit = static_cast<wchar_t>(Number<std::uint16_t>(offset));
-        if (unit == L'\0') {
-            run.terminated = true;
-            break;
-        }
-        run.text += unit;
+    const std::span<const std::byte> rest = bytes.subspan(std::min(offset, bytes.size()));
+    const std::size_t most = std::min(limit, rest.size() / 2);
+    const auto unitAt = [rest](std::size_t index) { return LoadNumber<std::uint16_t>(rest, 2 * index); };
+    std::size_t length = 0;
+    while (length < most && unitAt(length) != 0) {
+        ++length;
+    }
+    WideRun run{std::wstring(length, L'\0'), length < most};
+    for (std::size_t i = 0; i < length; ++i) {
+        run.text[i] = static_cast<wchar_t>(unitAt(i));
     }
     return run;
 }

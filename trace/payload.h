@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/os/wine/littleendian.h"
+
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -24,7 +26,7 @@ public:
     // The little-endian number there, or 0 if it does not lie inside whole.
     template <std::integral Integer>
     Integer Number(std::size_t offset) const {
-        return static_cast<Integer>(NumberOf(offset, sizeof(Integer)));
+        return Holds(offset, sizeof(Integer)) ? LoadNumber<Integer>(bytes, offset) : Integer{0};
     }
 
     // The same for a size of 1 to 8 bytes, zero-extended.

@@ -36,7 +36,7 @@ void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventVa
     if (NamesHandle(event.type)) {
         // Whoever made the handle; an empty name counts like any other.
         RegistryFields fields = ReadFields(event, values);
-        keyNames[fields.keyHandle] = std::move(fields.name);
+        keyNames[fields.keyHandle] = {std::move(fields.name), std::nullopt};
     } else if (IsWatchedProcess(event.processId)) {
         AddOperation(event, ReadFields(event, values));
     }
@@ -45,13 +45,16 @@ void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventVa
 void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields fields) {
     RegistryOperation operation;
     operation.type = event.type;
-    (ConcernsValue(event.type) ? operation.valueName : operation.keyPath) = std::move(fields.name);
     operation.index = fields.index;
     operation.status = fields.status;
     operation.initialTime = fields.initialTime;
     operation.processId = event.processId;
     operation.keyHandle = fields.keyHandle;
-    ResolveKeyName(operation);
+    if (ConcernsValue(event.type)) {
+        operation.valueName = std::move(fields.name);
+        fields.name.clear();
+    }
+    Resolve(operation, fields.name);
     operations.push_back(std::move(operation));
 }
 
@@ -62,18 +65,57 @@ void RegistryEventHandler::OnFinished() {
         }
     }
     keyNames.clear();
+    lastFound = nullptr;
 }
 
-void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) const {
-    const auto known = operation.keyHandle == 0 ? keyNames.end() : keyNames.find(operation.keyHandle);
-    if (known != keyNames.end() && !known->second.empty()) {
-        operation.keyPath.insert(0, known->second + L'\\');
+void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
+    const SharedText name = operation.keyPath;
+    Resolve(operation, name);
+}
+
+void RegistryEventHandler::Resolve(RegistryOperation& operation, std::wstring_view name) {
+    Place place;
+    if (KeyName* const key = NameOf(operation.keyHandle)) {
         operation.keyHandle = 0;
+        place = name.empty() ? PlaceOf(*key) : PlaceBelow(*key, name);
+    } else {
+        place = PlaceOf(name);
     }
-    std::wstring normalized;
-    if (NormalizeKernelPath(operation.keyPath, classesAsRoot, operation.root, normalized)) {
-        operation.keyPath = std::move(normalized);
+    operation.root = place.root.value_or(operation.root);
+    operation.keyPath = std::move(place.keyPath);
+}
+
+// Null for no handle, one without a name, and one whose name is empty.
+RegistryEventHandler::KeyName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
+    if (lastFound == nullptr || lastFound->first != keyHandle) {
+        const auto found = keyHandle == 0 ? keyNames.end() : keyNames.find(keyHandle);
+        if (found == keyNames.end()) {
+            return nullptr;
+        }
+        lastFound = &*found;
     }
+    return lastFound->second.name.empty() ? nullptr : &lastFound->second;
+}
+
+RegistryEventHandler::Place RegistryEventHandler::PlaceOf(std::wstring_view fullName) {
+    PredefinedRoot root = noRoot;
+    if (!NormalizeKernelPath(fullName, classesAsRoot, root, normalized)) {
+        return {std::nullopt, fullName};
+    }
+    return {root, normalized};
+}
+
+const RegistryEventHandler::Place& RegistryEventHandler::PlaceOf(KeyName& key) {
+    if (!key.place) {
+        key.place = PlaceBelow(key, {});
+    }
+    return *key.place;
+}
+
+// An empty name leaves a backslash at the end, which does no harm.
+RegistryEventHandler::Place RegistryEventHandler::PlaceBelow(const KeyName& key, std::wstring_view name) {
+    joined.assign(key.name).append(1, L'\\').append(name);
+    return PlaceOf(joined);
 }
 
 } // namespace keyreap

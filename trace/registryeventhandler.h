@@ -6,8 +6,11 @@
 #include "trace/traceeventhandler.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace keyreap {
@@ -29,7 +32,7 @@ public:
 
     // Puts the name of the operation's key handle, if it is known, in front of its path, and normalises a
     // kernel path. A name that is neither stays as it is.
-    void ResolveKeyName(RegistryOperation& operation) const;
+    void ResolveKeyName(RegistryOperation& operation);
 
     std::vector<RegistryOperation> operations; // in the order of the events
 
@@ -37,9 +40,33 @@ private:
     RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
     void AddOperation(const TraceEvent& event, RegistryFields fields);
 
+    // Where a full name leads. One that is no kernel path has no root and stays as it is.
+    struct Place {
+        std::optional<PredefinedRoot> root;
+        SharedText keyPath;
+    };
+
+    // The last name of a handle. Most operations name nothing but a handle: they share the place that it
+    // stands for by itself, found when it is first asked for.
+    struct KeyName {
+        std::wstring name;
+        std::optional<Place> place;
+    };
+
+    KeyName* NameOf(std::uint64_t keyHandle);
+    Place PlaceOf(std::wstring_view fullName);
+    const Place& PlaceOf(KeyName& key);
+    Place PlaceBelow(const KeyName& key, std::wstring_view name);
+    void Resolve(RegistryOperation& operation, std::wstring_view name);
+
     bool classesAsRoot;
-    // The last name seen of each handle, whichever process made it. Nothing is removed before the end.
-    std::unordered_map<std::uint64_t, std::wstring, Fnv1aHash> keyNames;
+    // Of each handle, whichever process made it. Nothing is removed before the end.
+    std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
+    // The one that was found last: operations come in runs on one key. No entry changes its address.
+    std::pair<const std::uint64_t, KeyName>* lastFound = nullptr;
+    // Kept from name to name, so that only results are allocated.
+    std::wstring joined;
+    std::wstring normalized;
 };
 
 } // namespace keyreap

@@ -149,6 +149,9 @@ struct RegistryLog::Trail {
 
     // Keeps the steps that lead to the next path too: those whose ending backslash the two paths share.
     void Turn(RegistryLogNode& nextTop, std::wstring_view nextPath) {
+        if (top == &nextTop && path.data() == nextPath.data() && path.size() == nextPath.size()) {
+            return; // one text, shared by both
+        }
         std::size_t shared = 0;
         if (top == &nextTop) {
             const auto [end, nextEnd] =

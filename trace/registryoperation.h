@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trace/predefinedroot.h"
+#include "trace/sharedtext.h"
 #include "trace/traceevent.h"
 
 #include <cstdint>
@@ -12,7 +13,7 @@ namespace keyreap {
 struct RegistryOperation {
     std::uint32_t type = 0;       // the event's type, of registryevent
     PredefinedRoot root = noRoot; // noRoot until the name is normalised
-    std::wstring keyPath;         // below `root`; before normalisation the name as it came
+    SharedText keyPath;           // below `root`; before normalisation the name as it came
     std::wstring valueName;       // for events that concern a value only
     std::uint32_t index = 0;
     std::uint32_t status = 0; // NTSTATUS of the operation

@@ -4,6 +4,7 @@
 #include "trace/schemahost.h"
 #include "trace/threadeventhandler.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace keyreap {
@@ -54,11 +55,11 @@ void TraceEventHandler::OnEvent(const TraceEvent& event) {
 void TraceEventHandler::OnFinished() {}
 
 bool TraceEventHandler::IsWatchedProcess(std::uint32_t processId) const {
-    return processIds.empty() || processIds.contains(processId);
+    return processIds.empty() || std::ranges::find(processIds, processId) != processIds.end();
 }
 
 void TraceEventHandler::AddWatchedProcess(std::uint32_t processId) {
-    processIds.insert(processId);
+    processIds.push_back(processId);
 }
 
 const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "platform/core/hash.h"
 #include "trace/eventschema.h"
 #include "trace/eventvalues.h"
 #include "trace/traceevent.h"
 
 #include <cstdint>
 #include <memory>
-#include <unordered_set>
+#include <vector>
 
 namespace keyreap {
 
@@ -69,7 +68,7 @@ protected:
     std::unique_ptr<EventClasses> wmi; // opened by the first look-up that needs it
     bool useSchema = false;            // fixed layouts; nothing in the program sets it
     SchemaCache schemas;
-    std::unordered_set<std::uint32_t, Fnv1aHash> processIds;
+    std::vector<std::uint32_t> processIds; // so few that a search is the fastest way
     EventCounters counters;
 
 private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -14,7 +15,11 @@ struct Guid {
     std::uint16_t data3 = 0;
     std::array<std::uint8_t, 8> data4{};
 
-    friend bool operator==(const Guid&, const Guid&) = default;
+    // In two halves: it is asked for every event of a log.
+    friend constexpr bool operator==(const Guid& left, const Guid& right) {
+        using Halves = std::array<std::uint64_t, 2>;
+        return std::bit_cast<Halves>(left) == std::bit_cast<Halves>(right);
+    }
 };
 
 // 64-bit FNV-1a over the 16 bytes as they lie in memory, cut to size_t: the hasher of maps by Guid.

@@ -18,7 +18,8 @@ namespace {
 
 using FullName = std::pair<PredefinedRoot, std::wstring>;
 
-std::wstring Folded(std::wstring text) {
+std::wstring Folded(std::wstring_view name) {
+    std::wstring text(name);
     LetterFoldingNameRules().Fold(text);
     return text;
 }

@@ -209,6 +209,27 @@ TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleWinsAndEarlierRecordsKeepTh
     EXPECT_EQ(L"SYSTEM\\", handler.operations[1].keyPath);
 }
 
+TEST_F(RegistryEventHandlerTest, RecordsThatNameNothingButOneHandleShareOnePath) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V").SetValue(handle, L"W");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    const std::wstring_view first = handler.operations[0].keyPath;
+    const std::wstring_view second = handler.operations[1].keyPath;
+    EXPECT_EQ(first.data(), second.data());
+}
+
+TEST_F(RegistryEventHandlerTest, AHandleNamedByNoKernelPathGivesNoRoot) {
+    TraceBuilder trace = OurTrace();
+    trace.KeyHandleNamed(handle, L"Odd").SetValue(handle, L"V").SetValue(handle, L"W");
+    Play(trace);
+    ASSERT_THAT(handler.operations, SizeIs(2));
+    for (const RegistryOperation& operation : handler.operations) {
+        EXPECT_EQ(noRoot, operation.root);
+        EXPECT_EQ(L"Odd\\", operation.keyPath);
+    }
+}
+
 TEST_F(RegistryEventHandlerTest, AnEmptyNameOfAHandleReplacesTheOneBefore) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).KeyHandleNamed(handle, L"").SetValue(handle, L"V");
