@@ -7,6 +7,7 @@
 #include "trace/registryeventhandler.h"
 #include "trace/registrylog.h"
 
+#include <bit>
 #include <string>
 #include <unordered_map>
 
@@ -20,16 +21,8 @@ public:
     explicit HandlerFeed(TraceEventHandler& receiver) : handler(receiver) {}
 
     void OnEvent(const EtlEvent& event) override {
-        TraceEvent converted;
-        converted.guid = {event.provider.data1, event.provider.data2, event.provider.data3,
-                          event.provider.data4};
-        converted.type = event.type;
-        converted.version = event.version;
-        converted.processId = event.processId;
-        converted.threadId = event.threadId;
-        converted.timeStamp = event.timeStamp;
-        converted.payload = event.payload;
-        handler.OnEvent(converted);
+        handler.OnEvent({std::bit_cast<Guid>(event.provider), event.type, event.version, event.processId,
+                         event.threadId, event.timeStamp, event.payload});
     }
 
     bool OnBuffer() override { return handler.IsEnabled(); }
@@ -50,7 +43,7 @@ public:
         }
     }
 
-    static std::size_t TextSize(const std::wstring& text) { return text.size() * sizeof(text[0]); }
+    static std::size_t TextSize(std::wstring_view text) { return text.size() * sizeof(text[0]); }
 
     std::size_t Sum() const {
         std::size_t sum = 0;

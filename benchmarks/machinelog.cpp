@@ -84,8 +84,12 @@ public:
     }
 
 private:
+    std::uint64_t KeyOf(std::uint64_t operation) const {
+        return operation / MachineLog::operationsOfKey % log.OurKeys();
+    }
+
     bool TellOurs() {
-        const std::uint64_t key = told / MachineLog::operationsOfKey;
+        const std::uint64_t key = KeyOf(told);
         const std::uint64_t step = told % MachineLog::operationsOfKey;
         ++told;
         if (step == 0) {
@@ -99,7 +103,7 @@ private:
     bool TellOther(std::uint64_t place) {
         if (unnamed) {
             unnamed = false;
-            return NameOurs(registryevent::kcbCreate, (told - 1) / MachineLog::operationsOfKey);
+            return NameOurs(registryevent::kcbCreate, KeyOf(told - 1));
         }
         const std::uint64_t handle = otherHandles + place % otherKeys * handleDistance;
         if (place % eventsOfName == 0) {

@@ -1,6 +1,7 @@
 // The parts of the program that talk to the registry and to the disk, each as a process of its own:
 //   registrybench fill KEYS VALUES          makes a tree of so many keys with so many values each
 //   registrybench harvest FILE              writes that tree to a .reg file, as a session writes its own
+//   registrybench enumerate                 reads all of that tree and writes nothing
 //   registrybench write FILE KEYS VALUES    writes such a file with no registry behind it
 // Ends with 0 if it did.
 
@@ -65,6 +66,24 @@ bool Harvest(const wchar_t* file) {
     return tree.Handle() != nullptr;
 }
 
+// The calls of a harvest.
+void Enumerate(const RegKey& key) {
+    std::wstring name;
+    ValueText text;
+    std::uint32_t type = 0;
+    for (std::uint32_t index = 0; key.EnumValue(index, name, text, type); ++index) {
+    }
+    for (const std::wstring& child : key.EnumSubkeys()) {
+        Enumerate(key.OpenChild(child));
+    }
+}
+
+bool EnumerateTree() {
+    const RegKey tree(treePath, HKEY_CURRENT_USER, false);
+    Enumerate(tree);
+    return tree.Handle() != nullptr;
+}
+
 bool Write(const wchar_t* file, unsigned keys, unsigned values) {
     RegFileWriter writer(file);
     for (unsigned number = 0; number < keys; ++number) {
@@ -88,6 +107,9 @@ bool Run(std::span<wchar_t*> words) {
     }
     if (verb == L"harvest" && words.size() == 3) {
         return Harvest(words[2]);
+    }
+    if (verb == L"enumerate" && words.size() == 2) {
+        return EnumerateTree();
     }
     return verb == L"write" && words.size() == 5 && Write(words[2], Number(words[3]), Number(words[4]));
 }

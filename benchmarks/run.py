@@ -25,7 +25,6 @@ WINE = "/usr/bin/wine"
 
 SYSTEM = "C:\\windows\\system32\\"
 TREE = "HKCU\\Software\\Keyreap Bench"
-MODULES = ["scrrun.dll", "quartz.dll", "jscript.dll", "msxml3.dll", "mshtml.dll"]
 
 MEGABYTE = 1024 * 1024
 MEMORY_LIMIT = 2048 * MEGABYTE
@@ -36,8 +35,9 @@ class Sizes:
 
     def __init__(self, quick):
         self.rounds = 1 if quick else 11
+        self.traced_rounds = 1 if quick else 5
         self.long_rounds = 1 if quick else 3
-        self.modules = MODULES[:1] if quick else MODULES
+        self.modules = of_all_sizes(servers(), 1 if quick else 5)
         self.servers = 2 if quick else 100
         self.exported = [TREE] if quick else ["HKLM", "HKCU"]
         self.logs = [1_000, 2_000] if quick else [10_000, 100_000, 1_000_000, 10_000_000]
@@ -52,7 +52,7 @@ class Sizes:
 
 
 class Table:
-    """The rows as they come; a ratio is always ours against the other."""
+    """The rows as they come. A ratio is ours against the other; a row without an aim shows what bounds others."""
 
     def __init__(self, judges):
         self.rows = []
@@ -64,7 +64,11 @@ class Table:
         met = (at_most is None or ratio <= at_most) and (at_least is None or ratio >= at_least)
         missed = self.judges and not met
         self.missed += missed
-        aim = "at most %g" % at_most if at_least is None else "at least %g" % at_least
+        aim = "-"
+        if at_most is not None:
+            aim = "at most %g" % at_most
+        if at_least is not None:
+            aim = "at least %g" % at_least
         figures = ["%s %s" % (digits(value), unit) for value in (ours, other)]
         self.rows.append([measure, *figures, digits(ratio), aim + (", missed" if missed else "")])
 
@@ -88,13 +92,17 @@ def say(text):
     print("bench: " + text, file=sys.stderr, flush=True)
 
 
-def servers(count):
-    """The names of so many of Wine's own modules that register themselves."""
-    found = []
-    for file in sorted((DRIVE_C / "windows" / "system32").iterdir()):
-        if file.suffix in (".dll", ".ocx", ".ax") and b"DllRegisterServer" in file.read_bytes():
-            found.append(file.name)
-    return found[:count]
+def servers():
+    """Wine's own modules that register themselves: what these export stands side by side."""
+    exports = b"\0DllGetClassObject\0DllRegisterServer\0"
+    files = sorted((DRIVE_C / "windows" / "system32").iterdir())
+    return [file for file in files if file.suffix in (".dll", ".ocx", ".ax") and exports in file.read_bytes()]
+
+
+def of_all_sizes(files, count):
+    """So many of the files: of as many equal parts, from the small to the big ones, the middle one of each."""
+    ordered = sorted(files, key=lambda file: (file.stat().st_size, file.name))
+    return [ordered[(2 * part + 1) * len(ordered) // (2 * count)].name for part in range(count)]
 
 
 def regsvr32(module):
@@ -104,6 +112,11 @@ def regsvr32(module):
 def keyreap(work, modules, mode):
     pairs = [word for module in modules for word in (SYSTEM + module, windows_path(work / (module + ".reg")))]
     return [WINE, windows_path(KEYREAP), "extreg", *pairs, mode]
+
+
+def zero_or_one(words):
+    """A command that may end with 1 too."""
+    return ["bash", "-c", '"$@" || [[ $? == 1 ]]', "bash", *words]
 
 
 def export(key, file):
@@ -117,8 +130,14 @@ def single_server(sizes, work, mode):
     }
 
 
+def nothing():
+    """Both programs with nothing to do."""
+    ours, other = [WINE, windows_path(KEYREAP), "nothing"], [WINE, SYSTEM + "regsvr32.exe", "/?"]
+    return {"nothing": [["ours", [zero_or_one(ours)]], ["other", [zero_or_one(other)]]]}
+
+
 def many_servers(sizes, work):
-    modules = servers(sizes.servers)
+    modules = [file.name for file in servers()[: sizes.servers]]
     ours = [keyreap(work, modules, "keyRedir")]
     return {"many": [["ours", ours], ["other", [regsvr32(module) for module in modules]]]}
 
@@ -128,11 +147,10 @@ def usual_way(sizes, work):
     before = [work / ("before%d.reg" % number) for number in range(len(sizes.exported))]
     after = [work / ("after%d.reg" % number) for number in range(len(sizes.exported))]
     other = [export(key, file) for key, file in zip(sizes.exported, before)]
-    other.append(regsvr32(MODULES[0]))
+    other.append(regsvr32(sizes.modules[0]))
     other += [export(key, file) for key, file in zip(sizes.exported, after)]
-    compare = ["bash", "-c", 'cmp "$1" "$2" || [[ $? == 1 ]]', "bash"]
-    other += [[*compare, str(old), str(new)] for old, new in zip(before, after)]
-    return {"export": [["ours", [keyreap(work, MODULES[:1], "keyRedir")]], ["other", other]]}
+    other += [zero_or_one(["cmp", str(old), str(new)]) for old, new in zip(before, after)]
+    return {"export": [["ours", [keyreap(work, sizes.modules[:1], "keyRedir")]], ["other", other]]}
 
 
 def tree(sizes, work):
@@ -142,6 +160,7 @@ def tree(sizes, work):
     return {
         "tree": [
             ["harvest", [[*program, "harvest", windows_path(work / "harvested.reg")]]],
+            ["enumerate", [[*program, "enumerate"]]],
             ["write", [[*program, "write", windows_path(work / "written.reg"), *counts]]],
             ["export", [export(TREE, work / "exported.reg")]],
         ]
@@ -183,22 +202,28 @@ def check_tree(sizes, work):
 
 def process_rows(table, sizes, work):
     say("whole processes")
-    rounds = {"": sizes.rounds, "many": sizes.long_rounds, "export": sizes.long_rounds}
-    cases = {**single_server(sizes, work, "keyRedir"), **many_servers(sizes, work), **tree(sizes, work)}
+    rounds = {"": sizes.rounds, **dict.fromkeys(("many", "export", "tree"), sizes.long_rounds)}
+    cases = {**nothing(), **single_server(sizes, work, "keyRedir"), **many_servers(sizes, work), **tree(sizes, work)}
     cases.update(usual_way(sizes, work))
     plain = in_session(work, rounds, cases, [fill_tree(sizes)])
-    traced = in_session(work, rounds, single_server(sizes, work, "both"), [], "--requests")
+    traced = {}
+    for module, sides in single_server(sizes, work, "both").items():
+        # Each in a session of its own, as the log of a session tells of all that ran in it before.
+        traced.update(in_session(work, {"": sizes.traced_rounds}, {module: sides}, [], "--requests"))
     check_tree(sizes, work)
     for mode, times, aim in (("keyRedir", plain, 1.15), ("both", traced, 1.5)):
         for module in sizes.modules:
             ours, other = times[module]["ours"], times[module]["other"]
-            table.add("%s, `%s`; regsvr32" % (module, mode), "ms", ours * 1e3, other * 1e3, at_most=aim)
+            table.add("one server, `%s`, %s; regsvr32" % (mode, module), "ms", ours * 1e3, other * 1e3, at_most=aim)
+    idle = plain["nothing"]
+    table.add("start and end of the program; regsvr32", "ms", idle["ours"] * 1e3, idle["other"] * 1e3)
     each = 1e3 / sizes.servers
     many, usual, big = plain["many"], plain["export"], plain["tree"]
     name = "%d servers, each; regsvr32" % sizes.servers
     table.add(name, "ms", many["ours"] * each, many["other"] * each, at_most=0.3)
     table.add("one capture; export, register, export", "ms", usual["ours"] * 1e3, usual["other"] * 1e3, at_most=0.02)
     table.add("harvest; reg export", "ms", big["harvest"] * 1e3, big["export"] * 1e3, at_most=0.5)
+    table.add("its calls to the registry alone; reg export", "ms", big["enumerate"] * 1e3, big["export"] * 1e3)
     lines = len(entries_of(work / "written.reg")) / 1e3
     table.add("writer; reg export", "lines a ms", lines / big["write"], lines / big["export"], at_least=2)
 
@@ -246,6 +271,7 @@ def check_parts(sizes, counted):
 def part_rows(table, sizes, work):
     say("parts")
     logs = [make_log(work, log_name(n, share), n, n * share // 100) for n in sizes.logs for share in sizes.shares]
+    logs.append(make_log(work, log_name(sizes.logs[-1], 0), sizes.logs[-1], 0))
     for log in logs:
         log.read_bytes()
     times, counted = part_times(sizes, logs)
@@ -258,6 +284,9 @@ def part_rows(table, sizes, work):
             table.add(name, "ns", of_event[events], read, at_most=4)
         name = "the same, %s events; %s" % (format(sizes.logs[-1], ","), format(sizes.logs[0], ","))
         table.add(name, "ns", of_event[sizes.logs[-1]], of_event[sizes.logs[0]], at_most=1.1)
+    none_of_ours = log_name(sizes.logs[-1], 0)
+    passed, read = (times[side + none_of_ours] / sizes.logs[-1] * 1e9 for side in ("replay/", "read/"))
+    table.add("replay of %s events, none ours, each; read" % format(sizes.logs[-1], ","), "ns", passed, read)
     operations = "%s operations; hash map" % format(sizes.operations, ",")
     table.add(operations, "ms", times["operations/log"] * 1e3, times["operations/map"] * 1e3, at_most=1)
     table.add("SHA-1; OpenSSL", "MB/s", 1 / times["sha1/ours"], 1 / times["sha1/library"], at_least=0.9)
