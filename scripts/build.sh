@@ -16,7 +16,7 @@ program_sources() {
     local list
     printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
     for list in "$ROOT"/*/CMakeLists.txt; do
-        [[ $list == "$ROOT"/@(tests|examples)/* ]] || printf '%s\0' "${list%/*}"
+        [[ $list == "$ROOT"/@(tests|examples|benchmarks)/* ]] || printf '%s\0' "${list%/*}"
     done
 }
 
