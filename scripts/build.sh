@@ -32,6 +32,10 @@ make_bench() {
     step build-bench-native "building what measures native" build_preset native bench
 }
 
+make_fuzzers() {
+    step build-fuzz "building the fuzzers" build_preset fuzz fuzzers
+}
+
 make_everything() {
     local preset
     for preset in x64 x86 native native-sanitized; do

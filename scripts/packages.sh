@@ -13,6 +13,9 @@
     TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick
         libbenchmark-dev libssl-dev)
 
+    # The compiler of the fuzzers and its run time.
+    FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+
     # What makes the installers of the examples.
     EXAMPLE_PACKAGES=(nsis wixl python3)
 }

@@ -37,8 +37,8 @@ set_up() {
 
 up_to_date() {
     local stamp=$STAMPS/$1
-    # The tests and the measurements always ask the builds themselves.
-    [[ $1 != test && $1 != bench ]] || return
+    # The tests, the measurements and the fuzzers always ask the builds themselves.
+    [[ $1 != @(test|bench|fuzz) ]] || return
     [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp"
 }
 
@@ -92,6 +92,10 @@ make_level() {
         make_wine
         make_program
         make_bench
+        ;;
+    fuzz)
+        install_packages "${BUILD_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
+        make_fuzzers
         ;;
     test)
         install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}"

@@ -22,7 +22,7 @@ ARROWS = {
     "os": set(),
 }
 
-COMMANDS = ("keyreap", "test", "bench", "release", ".ci/run")
+COMMANDS = ("keyreap", "test", "bench", "fuzz", "release", ".ci/run")
 
 # The headers of C that plain code may use; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}
