@@ -65,6 +65,10 @@ std::size_t LengthAsNarrowText(std::wstring_view text) {
     return length;
 }
 
+// No event has more bytes than this, and no array more elements, whatever its schema says: some texts take no
+// byte and would never come to an end.
+constexpr std::int32_t mostElements = 0x10000;
+
 // A count with its two bytes swapped.
 std::uint16_t Swapped(std::uint16_t count) {
     return static_cast<std::uint16_t>((count & 0xFF) << 8 | count >> 8);
@@ -114,7 +118,7 @@ std::vector<EventValue> Decoder::ReadProperty(const PropertyDescriptor& property
 std::vector<EventValue> Decoder::ReadElements(std::uint32_t cimType, const PropertyQualifiers& qualifiers,
                                               std::int32_t count) {
     std::vector<EventValue> values;
-    for (std::int32_t i = 0; i < count; ++i) {
+    for (std::int32_t i = 0; i < std::min(count, mostElements); ++i) {
         const std::size_t before = rest.size();
         if (Result value = ReadElement(cimType, qualifiers)) {
             values.push_back(std::move(*value));

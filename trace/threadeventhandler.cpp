@@ -27,7 +27,12 @@ void ThreadProcessMap::Record(std::uint32_t threadId, std::int64_t time, std::ui
     if (following != owners.end() && following->second == processId) {
         owners.erase(following);
     }
-    owners.insert_or_assign(time, processId);
+    // Of two processes at one time the one seen later counts, and the entry before may say so already.
+    owners.erase(time);
+    const auto next = owners.upper_bound(time);
+    if (next == owners.begin() || std::prev(next)->second != processId) {
+        owners.emplace_hint(next, time, processId);
+    }
 }
 
 const ThreadProcessMap::Owners* ThreadProcessMap::OwnersOf(std::uint32_t threadId) const {

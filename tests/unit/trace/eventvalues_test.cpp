@@ -223,6 +223,18 @@ TEST(DecodeValues, HugeArrayOfNothingEnds) {
     EXPECT_TRUE(Decode({Array(cim::string, INT32_MAX)}, PayloadBuilder().Narrow("ab"))[0].empty());
 }
 
+TEST(DecodeValues, HugeArrayOfTextsThatTakeNoByteEnds) {
+    for (const wchar_t* termination : {L"NotCounted", L"of no known kind"}) {
+        for (PropertyDescriptor text : {WideText(termination), NarrowText(termination)}) {
+            text.cimType |= cim::arrayBit;
+            text.qualifiers.max = 3;
+            EXPECT_EQ(Decode({text}, PayloadBuilder())[0].size(), 3U);
+            text.qualifiers.max = INT32_MAX;
+            EXPECT_EQ(Decode({text}, PayloadBuilder())[0].size(), 0x10000U);
+        }
+    }
+}
+
 TEST(DecodeValues, CursorMovesOnBehindAFieldThatIsNotWhole) {
     // Four bytes do not hold the 64-bit number, and nothing behind it is read out of them.
     const Values values = Decode({Property(cim::uint64), behind}, Ruler(4));

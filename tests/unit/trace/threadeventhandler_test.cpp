@@ -67,6 +67,15 @@ TEST(ThreadProcessMap, LastProcessSeenAtOneTimeCounts) {
     EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 200}}));
 }
 
+TEST(ThreadProcessMap, ProcessThatReplacesTheOnlyOtherLeavesOneEntry) {
+    ThreadProcessMap map;
+    map.Record(1, 10, 100);
+    map.Record(1, 20, 200);
+    map.Record(1, 30, 100);
+    map.Record(1, 20, 100);
+    EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 100}}));
+}
+
 TEST(ThreadProcessMap, ThreadsAreKeptApart) {
     ThreadProcessMap map;
     map.Record(1, 10, 100);
