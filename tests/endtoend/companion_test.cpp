@@ -42,8 +42,9 @@ TEST_F(Companion, GetsTheExactCommandLineAndItsStatusComesBack) {
 }
 
 TEST_F(Companion, AnyStatusOfItComesBackAsItStands) {
-    for (const auto& [text, status] : {std::pair("0", 0U), std::pair("-1", 0xFFFFFFFFU),
-                                       std::pair("259", 259U), std::pair("-2147467259", 0x80004005U)}) {
+    for (const auto& [text, status] :
+         {std::pair("0", 0U), std::pair("-1", 0xFFFFFFFFU), std::pair("256", 256U), std::pair("259", 259U),
+          std::pair("-2147467259", 0x80004005U)}) {
         EndCompanionWith(text);
         EXPECT_EQ(RunWith(L"extreg " + Pair(Work(L"x86.dll"), Work(L"a.reg"))), status);
     }

@@ -8,14 +8,9 @@ constexpr const wchar_t* ownKeys[] = {L"Software\\KeyreapStopping", L"Software\\
                                       L"Software\\KeyreapMany"};
 constexpr wchar_t ownClass[] = L"Keyreap.Stopping";
 
-std::wstring MakeFolder(const std::wstring& folder) {
-    MakeDirectory(folder);
-    return folder;
-}
-
 } // namespace
 
-KilledRun::KilledRun() : stops(MakeFolder(Work(L"stops"))) {
+KilledRun::KilledRun() : stops(Work(L"stops")) {
     ForgetEverything();
 }
 

@@ -18,6 +18,7 @@ constexpr wchar_t variable[] = L"KEYREAP_STOPS";
 } // namespace
 
 Stops::Stops(std::wstring folderOfStops) : folder(std::move(folderOfStops)) {
+    MakeDirectory(folder);
     SetEnvironmentVariableW(variable, folder.c_str());
 }
 

@@ -9,7 +9,7 @@ namespace keyreap::endtoend {
 // the programs started while the object lives, that is; otherwise nothing is held.
 class Stops {
 public:
-    // Takes an existing folder for its files.
+    // Makes the folder for its files.
     explicit Stops(std::wstring folderOfStops);
     Stops(const Stops&) = delete;
     Stops& operator=(const Stops&) = delete;
