@@ -1,11 +1,28 @@
 // Servers that are loaded and register themselves, captured by trace: they write to the live registry, and
 // nothing of it is left there.
+#include <algorithm>
+#include <cstring>
+
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
 namespace keyreap::endtoend {
 
 namespace {
+
+// The keys of a file with what stands below them, in an order of their own. The default mode collects the
+// keys by where they were redirected to, and the order of these places has no meaning.
+std::vector<std::wstring> SortedKeys(const std::wstring& text) {
+    std::vector<std::wstring> keys;
+    const std::wstring begin = L"\r\n[HKEY_";
+    for (std::size_t at = 0; at != std::wstring::npos;) {
+        const std::size_t next = text.find(begin, at + 1);
+        keys.push_back(text.substr(at, next - at));
+        at = next;
+    }
+    std::sort(keys.begin(), keys.end());
+    return keys;
+}
 
 class TracedServer : public TracedSession {
 protected:
@@ -37,6 +54,20 @@ TEST_P(TracedServer, WithATypeLibraryLeavesOnlyTheInterfaceOfTheOtherView) {
     const SavedRegistry before;
     ExpectTwice("calculator", OwnGolden("calculator-traced"), PathsOf(Target(L"calculator.dll")));
     EXPECT_EQ(before.Changes(), InterfaceOfTheOtherView());
+}
+
+TEST_P(TracedServer, InTheDefaultModeGivesTheSameKeysAndIsNeverInTheRegistry) {
+    for (const char* sample : {"plain", "peruser", "texts", "names", "keys", "everytype", "pausing"}) {
+        const std::wstring file = std::wstring(sample, sample + std::strlen(sample)) + L".dll";
+        SharedEvent goOn(L"KeyreapPausing.GoOn");
+        goOn.Set();
+        ASSERT_TRUE(WriteBytes(Work(L"expected.reg"), Golden(std::string(sample) + "-traced.reg")));
+        const SavedRegistry before;
+        EXPECT_EQ(Trace(file, L""), 0U) << sample;
+        EXPECT_TRUE(SortedKeys(ReadUnits(Work(L"out.reg"))) == SortedKeys(ReadUnits(Work(L"expected.reg"))))
+            << sample;
+        EXPECT_EQ(before.Changes(), nothing) << sample;
+    }
 }
 
 TEST_P(TracedServer, ThatWritesNothingGivesTheHeaderAlone) {
