@@ -71,6 +71,7 @@ TEST_P(TakenLogger, IsFreeWhenItsOwnerHasEnded) {
 
 TEST_P(TakenLogger, IsFreeWhenItsOwnerWasKilled) {
     owner.Kill();
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapPausing"));
     EXPECT_EQ(Trace(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
 }

@@ -144,6 +144,54 @@ TEST_P(TracedProgram, ThatWritesToTheOtherViewGivesFillersAndLeavesThoseKeys) {
     DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + other + classId);
 }
 
+// The value that is read, and taken away, is the one that the program would see without the flag.
+TEST_P(TracedProgram, ThatWritesToTheOtherViewCostsItsOwnViewTheValueOfTheSameName) {
+    const std::wstring own =
+        Is32Bit() ? L"Software\\Wow6432Node\\KeyreapOtherView" : L"Software\\KeyreapOtherView";
+    const std::wstring other =
+        Is32Bit() ? L"Software\\KeyreapOtherView" : L"Software\\Wow6432Node\\KeyreapOtherView";
+    SetText(HKEY_LOCAL_MACHINE, own, L"", L"there before");
+    SetText(HKEY_LOCAL_MACHINE, own + L"\\Stays", L"", L"so that the key stays");
+    EXPECT_EQ(Trace(L"otherview.exe"), 0U);
+    EXPECT_NE(ReadUnits(Work(L"out.reg"))
+                  .find(L"[HKEY_LOCAL_MACHINE\\Software\\KeyreapOtherView]\r\n@=\"there before\"\r\n"),
+              std::wstring::npos);
+    EXPECT_EQ(ReadTree(HKEY_LOCAL_MACHINE, own),
+              (RegistryTree{{L"", {}}, {L"Stays", {{L"", TextValue(L"so that the key stays")}}}}));
+    EXPECT_EQ(ReadTree(HKEY_LOCAL_MACHINE, other), (RegistryTree{{L"", {{L"", TextValue(L"other view")}}}}));
+    for (const wchar_t* view : {L"Software\\", L"Software\\Wow6432Node\\"}) {
+        for (const wchar_t* name : {L"KeyreapBothViews", L"KeyreapOtherEmpty", L"KeyreapOtherView"}) {
+            DeleteTree(HKEY_LOCAL_MACHINE, std::wstring(view) + name);
+        }
+    }
+}
+
+TEST_P(TracedProgram, ThatMakesKeysOfTheControlSetAloneGivesTheHeaderAndLeavesThem) {
+    const std::wstring key = L"System\\CurrentControlSet\\Services\\KeyreapServices";
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"services.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
+    EXPECT_EQ(before.Changes(), (Lines{L"+ HKLM\\" + key}));
+    DeleteTree(HKEY_LOCAL_MACHINE, key);
+}
+
+// What was done under a number counts as done to the current set, and takes the place of what really was done
+// there. Under Wine the two are different keys, so nothing is found where the value is looked for.
+TEST_P(TracedProgram, ThatWritesToANumberedControlSetIsReadInTheCurrentOne) {
+    const std::wstring numbered = L"System\\ControlSet001";
+    const std::wstring current = L"System\\CurrentControlSet\\Services\\KeyreapServices";
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"numbered.exe"), 0U);
+    const std::wstring shown = L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\KeyreapNumbered";
+    EXPECT_TRUE(Holds(Work(L"out.reg"),
+                      Document(L"\r\n[" + shown + L"]\r\n@=\"" + std::wstring(10, L'\x5555') + L"\"\r\n")));
+    EXPECT_EQ(before.Changes(), (Lines{L"+ HKLM\\" + numbered, L"+ HKLM\\" + numbered + L"\\Services",
+                                       L"+ HKLM\\" + numbered + L"\\Services\\KeyreapNumbered",
+                                       L"+ HKLM\\" + current, L"+ HKLM\\" + current + L"\\Empty"}));
+    DeleteTree(HKEY_LOCAL_MACHINE, numbered);
+    DeleteTree(HKEY_LOCAL_MACHINE, current);
+}
+
 TEST_P(TracedProgram, WithATypeLibraryGivesBothUnderTheProgramsName) {
     const std::wstring program = Target(L"typelibone.exe");
     const SavedRegistry before;

@@ -1,0 +1,12 @@
+// A server that writes to a control set by its number.
+#include <windows.h>
+
+#include "tests/samples/support/keywriter.h"
+
+int wmain() {
+    using keyreap::samples::KeyWriter;
+    KeyWriter(HKEY_LOCAL_MACHINE, L"SYSTEM\\ControlSet001\\Services\\KeyreapNumbered")
+        .SetText(L"", L"first set");
+    KeyWriter(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\KeyreapServices\\Empty");
+    return 0;
+}

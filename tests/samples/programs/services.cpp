@@ -1,0 +1,9 @@
+// A server that makes a key of the machine's control set and writes no value there.
+#include <windows.h>
+
+#include "tests/samples/support/keywriter.h"
+
+int wmain() {
+    keyreap::samples::KeyWriter(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\KeyreapServices");
+    return 0;
+}
