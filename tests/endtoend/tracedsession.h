@@ -9,6 +9,9 @@ using Lines = std::vector<std::wstring>;
 
 inline const Lines nothing = {};
 
+// Each bitness in its own build: a capture is the same through the companion.
+inline constexpr Route nativeRoutes[] = {routes[0], routes[2]};
+
 // The interface that the samples' type library describes. The system writes it to both views.
 inline constexpr wchar_t calculatorsInterface[] = L"Interface\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D10}";
 
