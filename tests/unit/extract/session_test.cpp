@@ -1,5 +1,6 @@
 #include "extract/nativefileregister/nativefileregister.h"
 
+#include "regfile/regtext.h"
 #include "registry/regkey.h"
 #include "tests/support/scriptedtracing.h"
 #include "tests/support/temporaryfolder.h"
@@ -146,6 +147,44 @@ TEST_F(SessionTest, ProgramIsTracedInModeKeyRedirTooAndNothingIsRedirected) {
     EXPECT_THAT(tracing.calls, Contains(testing::Truly(IsOpen)));
     EXPECT_FALSE(tracing.redirectedAtStart);
     EXPECT_EQ(Written(), headerAlone);
+}
+
+TEST_F(SessionTest, EventsOfTheProgramAreReplayedToo) {
+    // Nobody can know the program's id beforehand: each of many processes writes a key of its own.
+    TraceBuilder trace;
+    constexpr DWORD lastId = 0x8000;
+    for (DWORD id = 4; id < lastId; id += 4) {
+        if (id != GetCurrentProcessId()) {
+            trace.ByProcess(id).CreateKey(0, L"\\REGISTRY\\MACHINE\\Software\\Of" + std::to_wstring(id));
+        }
+    }
+    tracing.log = trace.Events();
+    EXPECT_TRUE(Capture(CaptureMode::trace, L"hostname.exe"));
+    const std::wstring key = L"[HKEY_LOCAL_MACHINE\\Software\\Of";
+    EXPECT_THAT(Written(), HasSubstr(key));
+    EXPECT_EQ(Written().find(key), Written().rfind(key)) << "one process alone";
+}
+
+TEST_F(SessionTest, ReplayNamesTheFileWhereItLayInsteadOfItsCopy) {
+    // A path of devices counts as one on a share.
+    const std::wstring original = L"\\\\.\\" + SystemFile(L"hlink.dll");
+    const std::wstring name = KernelName(std::wstring(L"HKCR\\") + serverClass + L"\\InprocServer32");
+    tracing.log = TraceBuilder()
+                      .ByProcess(GetCurrentProcessId())
+                      .CreateKey(0, name)
+                      .KeyHandleNamed(0x20, name)
+                      .SetValue(0x20, L"")
+                      .Events();
+    EXPECT_TRUE(
+        NativeFileRegister(WidePath(original), WidePath(output), CaptureMode::both, tracing).Register());
+    EXPECT_THAT(Written(), HasSubstr(L"@=\"" + EscapeRegText(original) + L"\""));
+}
+
+TEST_F(SessionTest, SessionsHaveTraceLogsOfDifferentNames) {
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    const std::wstring first = tracing.openedPath;
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_NE(tracing.openedPath, first);
 }
 
 TEST_F(SessionTest, EveryEndTakesTheTraceLogAway) {
