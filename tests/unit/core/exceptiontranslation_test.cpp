@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/core/exceptionhandling.h"
+#include "platform/core/stacktrace.h"
 #include "platform/core/stacktracetext.h"
 #include "platform/core/structuredexceptions.h"
 #include "tests/unit/core/capturedcontext.h"
@@ -149,6 +150,71 @@ TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
                            std::wstring(StackTraceHeader) + L"[0x"));
     EXPECT_THAT(exception.Message(), HasSubstr(L"exceptiontranslation_test.cpp:"));
     EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(moreFramesLine))));
+}
+
+// How a fault in a frame that calls itself so many times more is translated.
+SehException TranslatedBelow(int frames);
+SehException (*volatile translatedBelow)(int frames) = TranslatedBelow;
+
+SehException TranslatedBelow(int frames) {
+    if (frames > 0) {
+        return translatedBelow(frames - 1);
+    }
+    CONTEXT context = {};
+    testsupport::captureThisFunction(&context);
+    return Translated({0xC0000005, 1, 0, &context});
+}
+
+std::size_t Count(std::wstring_view text, std::wstring_view part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + part.size())) {
+        ++count;
+    }
+    return count;
+}
+
+TEST(TranslateStructuredException, TraceEndsBehind200Frames) {
+    const std::wstring message(translatedBelow(300).Message());
+    EXPECT_THAT(message, HasSubstr(std::wstring(moreFramesLine)));
+    constexpr std::size_t addressesBesideTheFrames = 2; // of the fault and of the main module
+    EXPECT_EQ(Count(message, L"[0x"), 200 + addressesBesideTheFrames);
+}
+
+// A context in a function of the system, which has no lines, called from the place of another context. The
+// stack of the call must outlive the context.
+struct CallOfSystemFunction {
+    ULONG_PTR stack[2];
+    CONTEXT context;
+
+    explicit CallOfSystemFunction(const CONTEXT& caller) : context(caller) {
+        const auto function =
+            reinterpret_cast<ULONG_PTR>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtClose"));
+#ifdef _WIN64
+        stack[0] = caller.Rip;
+        context.Rip = function;
+        context.Rsp = reinterpret_cast<ULONG_PTR>(stack);
+#else
+        stack[0] = caller.Ebp;
+        stack[1] = caller.Eip;
+        context.Eip = function;
+        context.Ebp = reinterpret_cast<ULONG_PTR>(stack);
+        context.Esp = context.Ebp;
+#endif
+    }
+    CallOfSystemFunction(const CallOfSystemFunction&) = delete;
+    CallOfSystemFunction& operator=(const CallOfSystemFunction&) = delete;
+};
+
+TEST(TopFrameLocation, OfAFrameWithoutLineIsTheFixedPlaceWhateverCalledIt) {
+    CONTEXT caller = {};
+    testsupport::captureThisFunction(&caller);
+    const CallOfSystemFunction call(caller);
+    std::wstring trace;
+    AppendStackTrace(trace, &call.context, 2);
+    ASSERT_THAT(trace, HasSubstr(L" -> exceptiontranslation_test.cpp:")) << "the caller has a line";
+    const TopFrameLocation location(&call.context);
+    EXPECT_EQ(location.file, L"exceptionhandling");
+    EXPECT_EQ(location.line, 92u);
 }
 
 TEST(TopFrameLocation, OfNoContextIsTheFixedPlace) {
