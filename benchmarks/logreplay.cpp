@@ -21,8 +21,15 @@ public:
     explicit HandlerFeed(TraceEventHandler& receiver) : handler(receiver) {}
 
     void OnEvent(const EtlEvent& event) override {
-        handler.OnEvent({std::bit_cast<Guid>(event.provider), event.type, event.version, event.processId,
-                         event.threadId, event.timeStamp, event.payload});
+        // Through what the platform's event holds, whose sizes have 32 bits.
+        const auto size = static_cast<std::uint32_t>(event.payload.size());
+        handler.OnEvent({std::bit_cast<Guid>(event.provider),
+                         event.type,
+                         event.version,
+                         event.processId,
+                         event.threadId,
+                         event.timeStamp,
+                         {event.payload.data(), size}});
     }
 
     bool OnBuffer() override { return handler.IsEnabled(); }

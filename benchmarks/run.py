@@ -172,13 +172,26 @@ def fill_tree(sizes):
 
 
 def in_session(work, rounds, cases, prepare, *options):
-    """Medians, in seconds, of the cases run in one Wine session: {case: {side: median}}."""
+    """The seconds of each round of the cases, run in one Wine session: {case: {side: [seconds]}}."""
     plan, result = work / "plan.json", work / "result.json"
     plan.write_text(json.dumps({"rounds": rounds, "cases": cases, "prepare": prepare}))
     script = Path(__file__).with_name("in_session.py")
     session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", *options]
     subprocess.run([*session, sys.executable, script, plan, result], check=True, stdin=subprocess.DEVNULL)
-    times = json.loads(result.read_text())
+    return json.loads(result.read_text())
+
+
+def in_sessions(work, count, cases, *options):
+    """The same with many sessions for each case, each with one round: what the log of a session tells of what ran
+    before in it is then as little as with ./keyreap."""
+    times = {}
+    for case, sides in cases.items():
+        sessions = [in_session(work, {"": 1}, {case: sides}, [], *options)[case] for _ in range(count)]
+        times[case] = {side: [session[side][0] for session in sessions] for side, _ in sides}
+    return times
+
+
+def medians(times):
     return {case: {side: statistics.median(all) for side, all in sides.items()} for case, sides in times.items()}
 
 
@@ -205,11 +218,8 @@ def process_rows(table, sizes, work):
     rounds = {"": sizes.rounds, **dict.fromkeys(("many", "export", "tree"), sizes.long_rounds)}
     cases = {**nothing(), **single_server(sizes, work, "keyRedir"), **many_servers(sizes, work), **tree(sizes, work)}
     cases.update(usual_way(sizes, work))
-    plain = in_session(work, rounds, cases, [fill_tree(sizes)])
-    traced = {}
-    for module, sides in single_server(sizes, work, "both").items():
-        # Each in a session of its own, as the log of a session tells of all that ran in it before.
-        traced.update(in_session(work, {"": sizes.traced_rounds}, {module: sides}, [], "--requests"))
+    plain = medians(in_session(work, rounds, cases, [fill_tree(sizes)]))
+    traced = medians(in_sessions(work, sizes.traced_rounds, single_server(sizes, work, "both"), "--requests"))
     check_tree(sizes, work)
     for mode, times, aim in (("keyRedir", plain, 1.15), ("both", traced, 1.5)):
         for module in sizes.modules:
