@@ -12,8 +12,8 @@ from targets import BITNESSES, all_targets, sample, write_targets
 ROOT = Path(__file__).resolve().parents[2]
 WINE = ROOT / "build" / "wine"
 
-# So many sessions share the targets of a bitness where each is registered on its own.
-SHARDS = 2
+# So many sessions share the targets of a bitness where each is registered on its own: as there are cores for them.
+SHARDS = max(1, os.cpu_count() // 2)
 
 # The folders of the captures of many servers in one command, and their modes.
 CAPTURES = {"keyRedir": "keyRedir", "again": "keyRedir", "both": "both"}

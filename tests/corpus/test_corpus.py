@@ -47,6 +47,9 @@ def results(tmp_path_factory):
     yield found
     if "KEYREAP_REPORT" in os.environ:
         Path(os.environ["KEYREAP_REPORT"]).write_text(report(Table(found)))
+    # Close to a gigabyte in a whole run; the captures stay, as pytest's folders do.
+    for hive in (*folder.rglob("machine"), *folder.rglob("users")):
+        hive.unlink()
 
 
 def report(table):
