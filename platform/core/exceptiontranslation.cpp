@@ -33,11 +33,11 @@ TopFrameLocation::TopFrameLocation(const CONTEXT* context) {
 }
 
 void TranslateStructuredException(unsigned int code, EXCEPTION_POINTERS* pointers) {
-    if (IsCompilerExceptionCode(code)) {
-        return;
-    }
     if (!pointers) {
         throw SehException(L"exceptionhandling", 117, SehKind::SEH_GENERIC, L"Unidentified SEH Exception !");
+    }
+    if (IsCompilerExceptionCode(code)) {
+        return;
     }
     std::wstring message = FaultText(code, *pointers->ExceptionRecord);
     AppendStackTrace(message, pointers->ContextRecord, maxPresentedFrames);

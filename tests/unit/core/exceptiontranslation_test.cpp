@@ -226,9 +226,16 @@ TEST(TopFrameLocation, OfNoContextIsTheFixedPlace) {
 #if !defined(_MSC_VER)
 
 TEST(TranslateStructuredException, LeavesTheCompilersOwnExceptionsAlone) {
-    for (const unsigned int code : {0x20474343u, 0x21474343u, 0x22474343u}) {
-        EXPECT_NO_THROW(TranslateStructuredException(code, nullptr));
+    EXCEPTION_RECORD record = {};
+    EXCEPTION_POINTERS pointers = {&record, nullptr};
+    for (const DWORD code : {0x20474343u, 0x21474343u, 0x22474343u}) {
+        record.ExceptionCode = code;
+        EXPECT_NO_THROW(TranslateStructuredException(code, &pointers));
     }
+}
+
+TEST(TranslateStructuredException, WithoutPointersThrowsWhateverTheCode) {
+    EXPECT_THROW(TranslateStructuredException(0x20474343, nullptr), SehException);
 }
 
 using Translator = void(__cdecl*)(unsigned int, EXCEPTION_POINTERS*);
