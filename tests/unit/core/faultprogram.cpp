@@ -1,6 +1,6 @@
 // Faults in the way that its argument names, on a worker thread with the translator and the process-wide
-// filter installed as a session's worker has them. Ends with 77 if the stack was unwound and with 78 if
-// nothing ended it.
+// filter installed as a session's worker has them. Ends with 76 if a filter of its own was asked, with 77 if
+// the stack was unwound and with 78 if nothing ended it.
 #include <windows.h>
 
 #include <cstdlib>
@@ -74,6 +74,17 @@ void FaultTwice() {
     Divide();
 }
 
+LONG WINAPI OtherFilter(EXCEPTION_POINTERS*) {
+    TerminateProcess(GetCurrentProcess(), 76);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+void DivideBehindAnotherFilter() {
+    SetUnhandledExceptionFilter(OtherFilter);
+    keyreap::InstallUnhandledExceptionFilter();
+    Divide();
+}
+
 const std::map<std::wstring, void (*)()> faults = {
     {L"read-null", [] { sink = *nullPointer; }},
     {L"read-bad", [] { sink = *badPointer; }},
@@ -87,6 +98,7 @@ const std::map<std::wstring, void (*)()> faults = {
     {L"breakpoint", [] { RaiseException(EXCEPTION_BREAKPOINT, 0, 0, nullptr); }},
     {L"own-code", [] { RaiseException(0xE0424242, 0, 0, nullptr); }},
     {L"while-shown", FaultTwice},
+    {L"other-filter", DivideBehindAnotherFilter},
     {L"throw", Throw},
     {L"throw-noexcept", ThrowThroughNoexcept},
     {L"abort", [] { std::abort(); }},

@@ -78,12 +78,10 @@ TEST_F(OnUnhandledExceptionTest, HasNoOwnerForTheDialog) {
     EXPECT_EQ(reporter.shown[0].title, L"Error");
 }
 
-TEST(InstallUnhandledExceptionFilter, SetsTheFilterInItsFirstCallOnly) {
-    const LPTOP_LEVEL_EXCEPTION_FILTER before = SetUnhandledExceptionFilter(nullptr);
-    InstallUnhandledExceptionFilter();
-    EXPECT_EQ(SetUnhandledExceptionFilter(nullptr), OnUnhandledException);
-    InstallUnhandledExceptionFilter();
-    EXPECT_EQ(SetUnhandledExceptionFilter(before), nullptr);
+// That the first call sets it is seen by the faults below.
+TEST(InstallUnhandledExceptionFilter, ASecondCallLeavesAFilterThatOthersHaveSetInBetween) {
+    constexpr DWORD endedByTheOtherFilter = 76;
+    EXPECT_EQ(WatchedProcess(testsupport::FaultCommand(L"other-filter")).Wait(), endedByTheOtherFilter);
 }
 
 // What the thread has set aside so far.
