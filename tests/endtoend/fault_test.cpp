@@ -1,5 +1,6 @@
 // A target that faults ends the program with its code, with a window open or none to be had.
 #include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/sharefolder.h"
 #include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
@@ -84,6 +85,33 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultingTarget,
                              return std::string(std::get<0>(test.param).name) + "_" +
                                     std::get<1>(test.param).name;
                          });
+
+class FaultOnAShare : public Workbench, public testing::WithParamInterface<Route> {
+protected:
+    DWORD CaptureOf(const std::wstring& sample) const {
+        EXPECT_TRUE(Copy(Sample(GetParam().target, sample), share.Local(sample)));
+        return Capture(GetParam().program, share.Unc(sample), Work(L"out.reg"));
+    }
+
+    ShareFolder share;
+};
+
+TEST_P(FaultOnAShare, LeavesTheCopyAndItsFolderWhichNoLaterRunRemoves) {
+    EXPECT_EQ(CaptureOf(L"faultReadNull.dll"), accessViolation);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeOfTheFault);
+    const std::vector<std::wstring> left = TemporaryFiles();
+    ASSERT_EQ(left.size(), 2U);
+    EXPECT_EQ(left[0].substr(0, 3), L"UNC");
+    EXPECT_EQ(left[1], left[0] + L"faultReadNull.dll");
+
+    EXPECT_EQ(CaptureOf(L"plain.dll"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), (RegistryTree{{L"", {}}}));
+    EXPECT_EQ(TemporaryFiles(), left);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByRoute, FaultOnAShare, testing::ValuesIn(routes), NameOfRoute);
 
 class FaultInARow : public Workbench {};
 

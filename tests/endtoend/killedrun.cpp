@@ -66,9 +66,4 @@ void KilledRun::ExpectAGoodNextRun(const Way& way) const {
     EXPECT_EQ(TemporaryFiles(), files);
 }
 
-bool KilledRun::LeftATraceLog() const {
-    const std::vector<std::wstring> files = TemporaryFiles();
-    return files.size() == 1 && NameOf(files.front()).starts_with(L"ETL");
-}
-
 } // namespace keyreap::endtoend

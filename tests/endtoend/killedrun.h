@@ -27,9 +27,6 @@ protected:
     // left it takes the temporary tree alone.
     void ExpectAGoodNextRun(const Way& way) const;
 
-    // Reports a trace log of an ended run; the name of such a file has a number that means nothing.
-    bool LeftATraceLog() const;
-
     Stops stops;
 };
 

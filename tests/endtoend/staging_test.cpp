@@ -1,7 +1,7 @@
 #include <cwctype>
 
 #include "tests/endtoend/harness/registry.h"
-#include "tests/endtoend/harness/settings.h"
+#include "tests/endtoend/harness/sharefolder.h"
 #include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
@@ -65,18 +65,8 @@ Bytes SelfPathDocument(const std::wstring& registered, const std::wstring& given
 
 class Share : public Workbench, public testing::WithParamInterface<Route> {
 protected:
-    Share() : folderName(L"keyreap" + std::to_wstring(GetCurrentProcessId())) {
-        MakeDirectory(Local(L"").substr(0, Local(L"").size() - 1));
-    }
-    ~Share() override { RemoveDirectoryWithContents(ParentOf(Local(L"x"))); }
-
-    // A file on the share, by its name on the share and by its local one.
-    std::wstring Unc(const std::wstring& name) const {
-        return TestSettings().shareUnc + L"\\" + folderName + L"\\" + name;
-    }
-    std::wstring Local(const std::wstring& name) const {
-        return TestSettings().shareLocal + L"\\" + folderName + L"\\" + name;
-    }
+    std::wstring Unc(const std::wstring& name) const { return folder.Unc(name); }
+    std::wstring Local(const std::wstring& name) const { return folder.Local(name); }
     bool Put(const std::wstring& sample, const std::wstring& name) const {
         return Copy(Sample(GetParam().target, sample), Local(name));
     }
@@ -96,7 +86,7 @@ protected:
     }
 
 private:
-    std::wstring folderName;
+    ShareFolder folder;
 };
 
 TEST_P(Share, AnInputOnItIsRegisteredFromACopyAndNamedAsGiven) {

@@ -76,6 +76,11 @@ Workbench::~Workbench() {
     RemoveDirectoryWithContents(workFolder);
 }
 
+bool Workbench::LeftATraceLog() const {
+    const std::vector<std::wstring> files = TemporaryFiles();
+    return files.size() == 1 && NameOf(files.front()).starts_with(L"ETL");
+}
+
 std::wstring Workbench::CaptureLine(Bitness bitness, const std::wstring& file, const std::wstring& regFile) {
     return Quoted(Keyreap(bitness)) + L" extreg " + Pair(file, regFile) + L" keyRedir";
 }

@@ -59,6 +59,8 @@ protected:
     // What lies in the temporary directory.
     std::vector<std::wstring> TemporaryFiles() const { return ListTree(temporaryFolder); }
     const std::wstring& TemporaryFolder() const { return temporaryFolder; }
+    // Whether all that lies there is the trace log of an ended run; its name has a number that means nothing.
+    bool LeftATraceLog() const;
 
     // Runs a build of the program with these arguments behind its own name.
     DWORD RunKeyreap(Bitness bitness, const std::wstring& arguments) const;

@@ -1,0 +1,56 @@
+// A target that faults where a trace has begun: what its end leaves, in each mode that traces.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/tracedsession.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+constexpr DWORD accessViolation = 0xC0000005;
+
+class TracedFault : public TracedSession {
+protected:
+    ~TracedFault() override { DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Fault"); }
+
+    // With the keys of one root the default mode's order is that of `trace`.
+    void ExpectAGoodNextRun(const wchar_t* mode) const {
+        const std::vector<std::wstring> files = TemporaryFiles();
+        EXPECT_EQ(Trace(L"plain.dll", mode), 0U);
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
+        EXPECT_EQ(TemporaryFiles(), files);
+    }
+};
+
+const std::wstring tree = L"+ HKCU\\Software\\Velmoro\\Tesselink\\Temporary";
+const std::wstring liveEntry = L"+ HKLM\\Software\\Classes\\Keyreap.Fault";
+
+TEST_P(TracedFault, InTraceLeavesItsEntryInTheLiveRegistryForGood) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"faultReadNull.dll", L"trace"), accessViolation);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(before.Changes(), (Lines{tree, tree + L"\\HKCR", tree + L"\\HKCU", tree + L"\\HKLM",
+                                       tree + L"\\HKU", liveEntry}));
+    EXPECT_TRUE(LeftATraceLog());
+
+    ExpectAGoodNextRun(L"trace");
+    EXPECT_EQ(before.Changes(), Lines{liveEntry});
+}
+
+TEST_P(TracedFault, InTheDefaultModeLeavesItsEntryInTheTreeThatTheNextRunRemoves) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"faultReadNull.dll", L""), accessViolation);
+    EXPECT_FALSE(Exists(Work(L"out.reg")));
+    EXPECT_EQ(before.Changes(), (Lines{tree, tree + L"\\HKCR", tree + L"\\HKCR\\Keyreap.Fault",
+                                       tree + L"\\HKCU", tree + L"\\HKLM", tree + L"\\HKLM\\Software",
+                                       tree + L"\\HKLM\\Software\\Classes", tree + L"\\HKU"}));
+    EXPECT_TRUE(LeftATraceLog());
+
+    ExpectAGoodNextRun(L"");
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByRoute, TracedFault, testing::ValuesIn(routes), NameOfRoute);
+
+} // namespace
+
+} // namespace keyreap::endtoend
