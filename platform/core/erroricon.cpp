@@ -11,13 +11,13 @@ constexpr int largeMetric = 1;
 
 using LoadIconMetricEntry = HRESULT(WINAPI*)(HINSTANCE, PCWSTR, int, HICON*);
 
-HICON LoadScaledIcon(const wchar_t* name) {
-    const OwnedModule library(LoadLibraryW(L"ComCtl32.dll"));
-    if (!library.Valid()) {
+HICON LoadScaledIcon(const wchar_t* name, const wchar_t* library) {
+    const OwnedModule module(LoadLibraryW(library));
+    if (!module.Valid()) {
         return nullptr;
     }
     const auto loadIconMetric = reinterpret_cast<LoadIconMetricEntry>(
-        reinterpret_cast<void*>(GetProcAddress(library.Get(), "LoadIconMetric")));
+        reinterpret_cast<void*>(GetProcAddress(module.Get(), "LoadIconMetric")));
     HICON icon = nullptr;
     if (!loadIconMetric || FAILED(loadIconMetric(nullptr, name, largeMetric, &icon))) {
         return nullptr;
@@ -34,7 +34,7 @@ HICON LoadSharedIcon(const wchar_t* name) {
 
 HICON ErrorIcon::Load() {
     const wchar_t* const name = reinterpret_cast<const wchar_t*>(IDI_ERROR);
-    scaled.Reset(LoadScaledIcon(name));
+    scaled.Reset(LoadScaledIcon(name, library));
     return scaled.Valid() ? scaled.Get() : LoadSharedIcon(name);
 }
 

@@ -16,10 +16,15 @@ struct IconPolicy {
 // The system's error icon in its large size.
 class ErrorIcon {
 public:
+    // The library that scales, by name or path; one without the entry point, or that is not there, is done
+    // without.
+    explicit ErrorIcon(const wchar_t* libraryThatScales = L"ComCtl32.dll") : library(libraryThatScales) {}
+
     // Prefers the form that the common controls scale for the screen. Null if the system has no icon at all.
     HICON Load();
 
 private:
+    const wchar_t* library;
     Owned<IconPolicy> scaled;
 };
 

@@ -104,6 +104,14 @@ TEST_F(ControlAnchorLayoutTest, MakesTheWindowClipItsChildrenAndHidesItsIcon) {
     EXPECT_NE(GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_DLGMODALFRAME, 0);
 }
 
+TEST_F(ControlAnchorLayoutTest, LeavesTheWindowAnIconOfItsOwn) {
+    const auto icon =
+        reinterpret_cast<LPARAM>(LoadIconW(nullptr, reinterpret_cast<const wchar_t*>(IDI_WARNING)));
+    SendMessageW(window, WM_SETICON, ICON_SMALL, icon);
+    layout.Capture(window);
+    EXPECT_EQ(SendMessageW(window, WM_GETICON, ICON_SMALL, 0), icon);
+}
+
 TEST_F(ControlAnchorLayoutTest, LimitsNothingBeforeTheFirstCapture) {
     MINMAXINFO limits = {};
     limits.ptMinTrackSize = {7, 8};

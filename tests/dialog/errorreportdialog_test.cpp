@@ -252,6 +252,17 @@ TEST(ErrorReportDialog, CanNotBeSmallerThanItIs) {
     EXPECT_EQ(limits.ptMinTrackSize.y, area.bottom - area.top);
 }
 
+TEST(ErrorReportDialog, ItsControlsFollowItsSizeUnlessItIsMinimized) {
+    const ShownDialog dialog(title, Showing(withDetails));
+    const std::vector<RECT> before = AllAreas(dialog);
+    const RECT close = dialog.Area(Id::close);
+    const LPARAM size = MAKELPARAM(30, 20);
+    SendMessageW(dialog.Window(), WM_SIZE, SIZE_MINIMIZED, size);
+    ExpectSameAreas(AllAreas(dialog), before);
+    SendMessageW(dialog.Window(), WM_SIZE, SIZE_RESTORED, size);
+    EXPECT_FALSE(dialog.Area(Id::close) == close);
+}
+
 TEST(ErrorReportDialog, HasNoSizingBorder) {
     const ShownDialog dialog(title, Showing(withDetails));
     EXPECT_EQ(GetWindowLongPtrW(dialog.Window(), GWL_STYLE) & WS_THICKFRAME, 0);

@@ -1,0 +1,56 @@
+#include "platform/core/erroricon.h"
+
+#include <gmock/gmock.h>
+
+namespace keyreap {
+namespace {
+
+// The one that all of a process share.
+HICON SharedIcon() {
+    return LoadIconW(nullptr, reinterpret_cast<const wchar_t*>(IDI_ERROR));
+}
+
+bool IsThere(HICON icon) {
+    ICONINFO parts = {};
+    if (!GetIconInfo(icon, &parts)) {
+        return false;
+    }
+    DeleteObject(parts.hbmColor);
+    DeleteObject(parts.hbmMask);
+    return true;
+}
+
+TEST(ErrorIcon, IsOneOfItsOwnThatTheCommonControlsScaled) {
+    ErrorIcon icon;
+    const HICON loaded = icon.Load();
+    EXPECT_TRUE(IsThere(loaded));
+    EXPECT_NE(loaded, SharedIcon());
+}
+
+TEST(ErrorIcon, EndsWithTheObjectIfItIsOneOfItsOwn) {
+    HICON loaded = nullptr;
+    {
+        ErrorIcon icon;
+        loaded = icon.Load();
+        EXPECT_TRUE(IsThere(loaded));
+    }
+    EXPECT_FALSE(IsThere(loaded));
+}
+
+class WithoutScaling : public testing::TestWithParam<const wchar_t*> {};
+
+TEST_P(WithoutScaling, IsTheOneThatAllShareAndStays) {
+    HICON loaded = nullptr;
+    {
+        ErrorIcon icon(GetParam());
+        loaded = icon.Load();
+    }
+    EXPECT_EQ(loaded, SharedIcon());
+    EXPECT_TRUE(IsThere(loaded));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfALibraryWithoutTheEntryPointOrNone, WithoutScaling,
+                         testing::Values(L"kernel32.dll", L"keyreap-no-such-library.dll"));
+
+} // namespace
+} // namespace keyreap
