@@ -4,6 +4,7 @@
 
 #include "platform/core/errorreporttemplate.h"
 #include "platform/core/text.h"
+#include "tests/dialog/clipboard.h"
 
 namespace keyreap::testsupport {
 
@@ -54,15 +55,7 @@ std::string DialogState(HWND dialog) {
 }
 
 std::string ClipboardState() {
-    std::wstring text;
-    if (OpenClipboard(nullptr)) {
-        if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
-            text = static_cast<const wchar_t*>(GlobalLock(data));
-            GlobalUnlock(data);
-        }
-        CloseClipboard();
-    }
-    return Quoted(text);
+    return Quoted(ClipboardText());
 }
 
 } // namespace keyreap::testsupport

@@ -4,6 +4,7 @@
 
 #include <commctrl.h>
 
+#include "tests/dialog/clipboard.h"
 #include "tests/dialog/showndialog.h"
 #include "tests/unit/core/recordingreporter.h"
 
@@ -11,6 +12,7 @@ namespace keyreap {
 namespace {
 
 using testing::SizeIs;
+using testsupport::ClipboardText;
 using testsupport::RecordingReporter;
 using testsupport::ShownDialog;
 using testsupport::operator==;
@@ -52,18 +54,6 @@ std::vector<RECT> AllAreas(const ShownDialog& dialog) {
 
 void ExpectSameAreas(const std::vector<RECT>& left, const std::vector<RECT>& right) {
     EXPECT_TRUE(std::ranges::equal(left, right, [](const RECT& a, const RECT& b) { return a == b; }));
-}
-
-std::wstring ClipboardText() {
-    std::wstring text;
-    if (OpenClipboard(nullptr)) {
-        if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
-            text = static_cast<const wchar_t*>(GlobalLock(data));
-            GlobalUnlock(data);
-        }
-        CloseClipboard();
-    }
-    return text;
 }
 
 TEST(ErrorReportDialog, ShowsTitleTextAndButtons) {

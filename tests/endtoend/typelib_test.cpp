@@ -1,5 +1,5 @@
 #include "tests/endtoend/harness/registry.h"
-#include "tests/endtoend/harness/settings.h"
+#include "tests/endtoend/harness/sharefolder.h"
 #include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
@@ -40,13 +40,12 @@ TEST_F(TypeLibrary, ThatIsDamagedOrNoneFails) {
 }
 
 TEST_F(TypeLibrary, OnAShareIsRegisteredFromACopyAndNamedAsGiven) {
-    const std::wstring name = L"keyreap" + std::to_wstring(GetCurrentProcessId()) + L".tlb";
-    const std::wstring given = TestSettings().shareUnc + L"\\" + name;
-    ASSERT_TRUE(Copy(Library(Bitness::x86), TestSettings().shareLocal + L"\\" + name));
+    const ShareFolder share;
+    const std::wstring given = share.Unc(L"library.tlb");
+    ASSERT_TRUE(Copy(Library(Bitness::x86), share.Local(L"library.tlb")));
     EXPECT_EQ(CaptureOf(Bitness::x64, given), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(given))));
     EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
-    DeleteFileW((TestSettings().shareLocal + L"\\" + name).c_str());
 }
 
 // Programs that carry a type library, and a DLL that bears the extension of one.
@@ -119,18 +118,17 @@ TEST_P(CarriedLibrary, OfAnExportingFileWithoutAnExtensionIsNotRegisteredWhateve
 }
 
 TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInThePlaceOfTheCopy) {
-    const std::wstring name = L"keyreap" + std::to_wstring(GetCurrentProcessId()) + L".exe";
-    const std::wstring given = TestSettings().shareUnc + L"\\" + name;
-    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), TestSettings().shareLocal + L"\\" + name));
+    const ShareFolder share;
+    const std::wstring given = share.Unc(L"exporting.exe");
+    ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), share.Local(L"exporting.exe")));
     EXPECT_EQ(CaptureOf(given), 0U);
     const std::wstring text = ReadUnits(Work(L"out.reg"));
     // The staged library has the pair of the paths, so the copy's own folder lies in a mapped one, but the
     // copy's own path is no longer a pair.
     EXPECT_NE(text.find(Doubled(given) + L"\""), std::wstring::npos);
-    EXPECT_NE(text.find(L"@=\"" + Doubled(TestSettings().shareUnc) + L"\\\\UNC"), std::wstring::npos);
+    EXPECT_NE(text.find(L"@=\"" + Doubled(share.Unc(L"UNC"))), std::wstring::npos);
     EXPECT_EQ(text.find(Doubled(TemporaryFolder())), std::wstring::npos);
     EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
-    DeleteFileW((TestSettings().shareLocal + L"\\" + name).c_str());
 }
 
 TEST_P(CarriedLibrary, OfAProgramIsRegisteredBesideTheProgram) {
