@@ -16,6 +16,8 @@ else()
     INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror -gdwarf-4 -fno-omit-frame-pointer
               -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   if(WIN32)
+    # The library checks indices and empty containers, in the program as in its tests: a failed check ends the run.
+    target_compile_definitions(keyreap_options INTERFACE _GLIBCXX_ASSERTIONS)
     # No time stamp in the images, so that the same source gives the same bytes; static, so that the
     # program needs no run-time DLL.
     target_link_options(keyreap_options INTERFACE -static -Wl,--no-insert-timestamp)
