@@ -10,10 +10,10 @@
 #include <string>
 #include <string_view>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etlclasses.h"
 #include "platform/os/wine/etllayout.h"
 #include "platform/os/wine/etlreader.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

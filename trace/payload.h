@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/os/wine/littleendian.h"
+#include "platform/os/littleendian.h"
 
 #include <concepts>
 #include <cstddef>

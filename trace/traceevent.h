@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/core/guid.h"
+#include "platform/os/registryevent.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,30 +20,6 @@ inline constexpr Guid ThreadGuid{
 inline constexpr Guid SystemTraceControlGuid{
     0x9E814AAD, 0x3204, 0x11D2, {0x9A, 0x82, 0x00, 0x60, 0x08, 0xA8, 0x69, 0x39}};
 // NOLINTEND(readability-identifier-naming)
-
-// Types of registry events, the values of EVENT_TRACE_TYPE_REGCREATE and its neighbours in evntrace.h.
-namespace registryevent {
-inline constexpr std::uint8_t createKey = 10;
-inline constexpr std::uint8_t openKey = 11;
-inline constexpr std::uint8_t deleteKey = 12;
-inline constexpr std::uint8_t queryKey = 13;
-inline constexpr std::uint8_t setValue = 14;
-inline constexpr std::uint8_t deleteValue = 15;
-inline constexpr std::uint8_t queryValue = 16;
-inline constexpr std::uint8_t enumerateKey = 17;
-inline constexpr std::uint8_t enumerateValue = 18;
-inline constexpr std::uint8_t queryMultipleValue = 19;
-inline constexpr std::uint8_t setInformation = 20;
-inline constexpr std::uint8_t flush = 21;
-inline constexpr std::uint8_t kcbCreate = 22;
-inline constexpr std::uint8_t kcbDelete = 23;
-inline constexpr std::uint8_t kcbRundownBegin = 24;
-inline constexpr std::uint8_t kcbRundownEnd = 25;
-inline constexpr std::uint8_t virtualize = 26;
-inline constexpr std::uint8_t close = 27;
-inline constexpr std::uint8_t setSecurity = 28;
-inline constexpr std::uint8_t querySecurity = 29;
-} // namespace registryevent
 
 // One event of a trace log: what the handlers read of EVENT_TRACE. The payload belongs to the reader and is
 // valid only for the call that hands the event over.

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/os/littleendian.h"
+#include "platform/os/registryevent.h"
 #include "platform/os/wine/etlreader.h"
 #include "platform/os/wine/etlwriter.h"
-#include "platform/os/wine/littleendian.h"
-#include "platform/os/wine/registryeventtype.h"
 #include "platform/os/wine/requestrecorder.h"
 
 using namespace keyreap;
@@ -51,7 +51,7 @@ public:
     explicit CheckingListener(KeyRequestListener& listener) : next(listener) {}
 
     void OnKeyRequest(const KeyRequest& request) override {
-        const bool finds = request.type == registryCreate || request.type == registryOpen;
+        const bool finds = request.type == registryevent::createKey || request.type == registryevent::openKey;
         fuzz::Require(finds || request.key);
         fuzz::Require(request.processId != 0);
         fuzz::Require(!request.key || request.key->Depth() <= 32);
@@ -92,7 +92,8 @@ public:
             return; // the log header
         }
         const auto block = LoadNumber<std::uint64_t>(event.payload, KEY_HANDLE);
-        (event.type == registryKcbCreate || event.type == registryKcbRundownEnd ? named : used).insert(block);
+        (event.type == registryevent::kcbCreate || event.type == registryevent::kcbRundownEnd ? named : used)
+            .insert(block);
     }
 
     void Check() const {

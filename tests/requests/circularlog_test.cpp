@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/requests/loggertest.h"
 
 namespace keyreap {
@@ -25,7 +25,7 @@ TEST_F(LoggerTest, ACircularLogStaysBelowItsCeilingAndKeepsTheNewest) {
     EXPECT_LE(testsupport::FileBytes(LogFile()).size(), std::size_t{1024 * 1024});
     EXPECT_TRUE(log.Setting(longName + L"0").empty());
     EXPECT_EQ(log.Setting(longName + std::to_wstring(count - 1)).size(), 1U);
-    EXPECT_GT(log.Of(registrySetValue, GetCurrentProcessId()).size(), 1500U);
+    EXPECT_GT(log.Of(registryevent::setValue, GetCurrentProcessId()).size(), 1500U);
 }
 
 } // namespace

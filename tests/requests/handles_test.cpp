@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/requests/childmodes.h"
 #include "tests/requests/loggertest.h"
 #include "tests/unit/wine/nativekeys.h"

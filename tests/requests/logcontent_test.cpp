@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/os/registryevent.h"
 #include "platform/os/wine/etlfile.h"
 #include "platform/os/wine/etlreader.h"
-#include "platform/os/wine/registryeventtype.h"
 #include "tests/requests/childmodes.h"
 #include "tests/requests/loggertest.h"
 
@@ -47,7 +47,7 @@ protected:
 TEST_F(LogContent, ALogOfNothingIsALog) {
     Start();
     const RecordedLog log = Stop();
-    EXPECT_TRUE(log.Of(registrySetValue, GetCurrentProcessId()).empty());
+    EXPECT_TRUE(log.Of(registryevent::setValue, GetCurrentProcessId()).empty());
 }
 
 TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
@@ -126,8 +126,9 @@ TEST_F(LogContent, EveryOperationHasItsEvent) {
     RegCloseKey(key);
     RegDeleteKeyW(scratch.Handle(), L"A");
     const RecordedLog log = Stop();
-    for (const int type : {registryCreate, registrySetValue, registryQueryValue, registryDeleteValue,
-                           registryClose, registryOpen, registryDelete}) {
+    for (const int type : {registryevent::createKey, registryevent::setValue, registryevent::queryValue,
+                           registryevent::deleteValue, registryevent::close, registryevent::openKey,
+                           registryevent::deleteKey}) {
         const auto events = log.Of(type, GetCurrentProcessId());
         ASSERT_FALSE(events.empty()) << type;
         EXPECT_EQ(events[0].path, scratchPath + L"\\A") << type;
@@ -141,11 +142,11 @@ TEST_F(LogContent, AFailureKeepsItsStatus) {
     EXPECT_EQ(RegOpenKeyExW(scratch.Handle(), L"Missing", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(RegDeleteValueW(scratch.Handle(), L"No value"), ERROR_FILE_NOT_FOUND);
     const RecordedLog log = Stop();
-    const auto opened = log.Of(registryOpen, GetCurrentProcessId());
+    const auto opened = log.Of(registryevent::openKey, GetCurrentProcessId());
     ASSERT_EQ(opened.size(), 1U);
     EXPECT_EQ(opened[0].status, NOT_FOUND);
     EXPECT_EQ(opened[0].path, scratchPath + L"\\Missing");
-    const auto deleted = log.Of(registryDeleteValue, GetCurrentProcessId());
+    const auto deleted = log.Of(registryevent::deleteValue, GetCurrentProcessId());
     ASSERT_EQ(deleted.size(), 1U);
     EXPECT_EQ(deleted[0].status, NOT_FOUND);
 }
@@ -155,7 +156,7 @@ TEST_F(LogContent, TheCreationOfAKeyThatWasThereHasSucceeded) {
     Start();
     scratch.Make(L"A");
     const RecordedLog log = Stop();
-    const auto created = log.Of(registryCreate, GetCurrentProcessId());
+    const auto created = log.Of(registryevent::createKey, GetCurrentProcessId());
     ASSERT_EQ(created.size(), 1U);
     EXPECT_EQ(created[0].status, 0U);
     EXPECT_EQ(created[0].path, scratchPath + L"\\A");
@@ -170,7 +171,7 @@ TEST_F(LogContent, NamesOfAnyLetterAreKept) {
     scratch.Make(L"key " + name.substr(0, name.find(L'\\')));
     const RecordedLog log = Stop();
     EXPECT_EQ(log.Setting(name).size(), 1U);
-    EXPECT_EQ(log.Of(registryCreate, GetCurrentProcessId()).at(0).path,
+    EXPECT_EQ(log.Of(registryevent::createKey, GetCurrentProcessId()).at(0).path,
               scratchPath + L"\\key " + name.substr(0, name.find(L'\\')));
 }
 
@@ -182,8 +183,8 @@ TEST_F(LogContent, OtherProcessesAreInItFromTheirOwnCodeOn) {
     ASSERT_EQ(set.size(), 1U);
     EXPECT_EQ(set[0].processId, child);
     EXPECT_EQ(set[0].path, scratchPath + L"\\Child");
-    EXPECT_EQ(log.Of(registryCreate, child).size(), 1U);
-    EXPECT_EQ(log.Of(registrySetValue, child).size(), 1U);
+    EXPECT_EQ(log.Of(registryevent::createKey, child).size(), 1U);
+    EXPECT_EQ(log.Of(registryevent::setValue, child).size(), 1U);
 }
 
 TEST_F(LogContent, TheReaderReadsEveryEvent) {

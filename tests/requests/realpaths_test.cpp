@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "platform/os/registryevent.h"
 #include "platform/os/wine/keylookup.h"
-#include "platform/os/wine/registryeventtype.h"
 #include "tests/requests/loggertest.h"
 #include "tests/unit/wine/nativekeys.h"
 
@@ -41,7 +41,7 @@ protected:
 std::vector<std::wstring> PathsOf(const RecordedLog& log) {
     std::vector<std::wstring> paths;
     for (const RecordedEvent& event : log.events) {
-        const bool finds = event.type == registryOpen || event.type == registryCreate;
+        const bool finds = event.type == registryevent::openKey || event.type == registryevent::createKey;
         if (finds && event.status == 0 && event.processId == GetCurrentProcessId()) {
             paths.push_back(event.path);
         }

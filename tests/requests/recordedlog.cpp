@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/support/temporaryfolder.h"
 
 namespace keyreap {
@@ -17,7 +17,7 @@ std::vector<std::byte> Bytes(const std::string& text) {
 }
 
 bool NamesBlock(int type) {
-    return type == registryKcbCreate || type == registryKcbRundownEnd;
+    return type == registryevent::kcbCreate || type == registryevent::kcbRundownEnd;
 }
 
 } // namespace
@@ -44,7 +44,7 @@ RecordedLog::RecordedLog(const std::wstring& file)
                             payload.Status,
                             NameOf(payload.KeyHandle),
                             {}};
-        if (type == registryCreate || type == registryOpen) {
+        if (type == registryevent::createKey || type == registryevent::openKey) {
             event.path += (event.path.empty() ? L"" : L"\\") + payload.KeyName;
         } else {
             event.value = payload.KeyName;
@@ -72,7 +72,7 @@ std::vector<RecordedEvent> RecordedLog::Of(int type, std::uint32_t processId) co
 std::vector<RecordedEvent> RecordedLog::Setting(const std::wstring& value) const {
     std::vector<RecordedEvent> found = events;
     std::erase_if(found, [&](const RecordedEvent& event) {
-        return event.type != registrySetValue || event.value != value;
+        return event.type != registryevent::setValue || event.value != value;
     });
     return found;
 }

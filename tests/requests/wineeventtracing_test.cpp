@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/requests/loggertest.h"
 #include "trace/registrytrace.h"
 
@@ -23,7 +23,7 @@ void WINAPI OnEvent(EVENT_TRACE* event) {
     ++called.events;
     called.logHeaders += called.events == 1 && event->Header.Class.Type == 0 ? 1 : 0;
     const bool own = event->Header.ProcessId == GetCurrentProcessId();
-    called.ownSettings += own && event->Header.Class.Type == registrySetValue ? 1 : 0;
+    called.ownSettings += own && event->Header.Class.Type == registryevent::setValue ? 1 : 0;
 }
 
 ULONG WINAPI OnBuffer(EVENT_TRACE_LOGFILEW*) {

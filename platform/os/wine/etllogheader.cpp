@@ -4,8 +4,8 @@
 #include <string_view>
 #include <type_traits>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etllayout.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

@@ -4,11 +4,11 @@
 #include <array>
 #include <optional>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etlclasses.h"
 #include "platform/os/wine/etllayout.h"
 #include "platform/os/wine/etlrecord.h"
 #include "platform/os/wine/etlring.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etlclasses.h"
 #include "platform/os/wine/etllayout.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

@@ -3,9 +3,9 @@
 #include <array>
 #include <optional>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etllayout.h"
 #include "platform/os/wine/etlsource.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/os/littleendian.h"
 #include "platform/os/wine/etllayout.h"
-#include "platform/os/wine/littleendian.h"
 
 namespace keyreap {
 

@@ -4,7 +4,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 
 namespace keyreap {
 
@@ -39,7 +39,7 @@ void RequestRecorder::OnKeyRequest(const KeyRequest& request) {
     event.processId = request.processId;
     event.threadId = request.threadId;
     event.status = request.status;
-    if (request.type == registryCreate || request.type == registryOpen) {
+    if (request.type == registryevent::createKey || request.type == registryevent::openKey) {
         WriteCreateOrOpen(request, event);
         return;
     }
@@ -56,7 +56,7 @@ void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEv
         const std::wstring& path = request.key->Path(facts);
         ControlBlock& block = BlockOf(path);
         if (!block.named) {
-            NameBlock(registryKcbCreate, block, event);
+            NameBlock(registryevent::kcbCreate, block, event);
         }
         if (relative ? !IsPlainName(parent, name, path) : !SameKeyText(name, path)) {
             name = path;
@@ -98,7 +98,7 @@ void RequestRecorder::RunDown(const RequestTracker& tracker) {
         BlockOf(path).named = false;
     }
     for (ControlBlock* const block : UnnamedBlocks()) {
-        NameBlock(registryKcbRundownEnd, *block, event);
+        NameBlock(registryevent::kcbRundownEnd, *block, event);
     }
 }
 

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <utility>
 
+#include "platform/os/registryevent.h"
 #include "platform/os/wine/askedkey.h"
-#include "platform/os/wine/registryeventtype.h"
 #include "platform/os/wine/requeststatus.h"
 
 namespace keyreap {
@@ -31,12 +31,12 @@ constexpr std::string_view firstThreadRequest = "init_first_thread";
 
 std::uint8_t ChangeType(std::string_view name) {
     if (name == deleteRequest) {
-        return registryDelete;
+        return registryevent::deleteKey;
     }
     if (name == setRequest) {
-        return registrySetValue;
+        return registryevent::setValue;
     }
-    return name == deleteValueRequest ? registryDeleteValue : registryQueryValue;
+    return name == deleteValueRequest ? registryevent::deleteValue : registryevent::queryValue;
 }
 
 std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint32_t handle) {
@@ -166,7 +166,7 @@ void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const KeyOrigin origin = OriginOf(answered.process, asked);
     const bool finds = origin != KeyOrigin::program && answered.status == statusObjectNameExists;
     KeyRequest request;
-    request.type = creates && !finds ? registryCreate : registryOpen;
+    request.type = creates && !finds ? registryevent::createKey : registryevent::openKey;
     request.parent = KeyBehind(answered.process, asked.parent);
     request.name = asked.name;
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
@@ -205,7 +205,7 @@ void RequestTracker::ChangeKey(const Answered& answered) {
 
 void RequestTracker::RenameKey(const Answered& answered) {
     KeyRequest request;
-    request.type = registrySetInformation;
+    request.type = registryevent::setInformation;
     request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));
     if (!request.key) {
         return;
@@ -233,7 +233,7 @@ void RequestTracker::CloseHandle(const Answered& answered) {
         return;
     }
     KeyRequest request;
-    request.type = registryClose;
+    request.type = registryevent::close;
     request.key = handle->second.key;
     answered.process.handles.erase(handle);
     if (request.key) {

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/littleendian.h"
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/littleendian.h"
+#include "platform/os/registryevent.h"
 #include "platform/os/wine/requestrecorder.h"
 #include "tests/unit/wine/memorylog.h"
 #include "tests/unit/wine/requeststory.h"
@@ -46,7 +46,7 @@ Lines GoodLog() {
 }
 
 bool NamesBlock(const EtlEvent& event) {
-    return event.type == registryKcbCreate || event.type == registryKcbRundownEnd;
+    return event.type == registryevent::kcbCreate || event.type == registryevent::kcbRundownEnd;
 }
 
 std::uint64_t BlockOf(const EtlEvent& event) {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/unit/wine/independentdecoder.h"
 #include "tests/unit/wine/memorylog.h"
 #include "tests/unit/wine/requeststory.h"
@@ -83,8 +83,8 @@ protected:
 
 std::wstring NameOfBlock(const std::vector<Event>& events, std::uint64_t handle) {
     for (const Event& event : events) {
-        const bool names =
-            event.header.PacketType == registryKcbCreate || event.header.PacketType == registryKcbRundownEnd;
+        const bool names = event.header.PacketType == registryevent::kcbCreate ||
+                           event.header.PacketType == registryevent::kcbRundownEnd;
         if (names && event.payload.KeyHandle == handle) {
             return event.payload.KeyName;
         }
@@ -95,7 +95,7 @@ std::wstring NameOfBlock(const std::vector<Event>& events, std::uint64_t handle)
 TEST_F(RequestRecorderTest, AnEventHasItsThreadsIdsItsTimeAndItsStatus) {
     story.Line("time 7000");
     story.SetValue(THREAD, 4, "Value", "ACCESS_DENIED");
-    const Event event = EventOfType(registrySetValue);
+    const Event event = EventOfType(registryevent::setValue);
     EXPECT_EQ(event.header.ProcessId, PROCESS);
     EXPECT_EQ(event.header.ThreadId, THREAD);
     EXPECT_EQ(event.header.SystemTime, 7000);
@@ -109,25 +109,25 @@ TEST_F(RequestRecorderTest, AnEventHasItsThreadsIdsItsTimeAndItsStatus) {
 TEST_F(RequestRecorderTest, NoEventIsOlderThanTheStart) {
     story.Line("time 4000");
     story.SetValue(THREAD, 4, "Value");
-    EXPECT_EQ(EventOfType(registrySetValue).header.SystemTime, START);
+    EXPECT_EQ(EventOfType(registryevent::setValue).header.SystemTime, START);
 }
 
 TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedBeforeTheEventThatMadeIt) {
     story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     const std::vector<Event> events = Events();
     ASSERT_GE(events.size(), 2U);
-    EXPECT_EQ(events[0].header.PacketType, registryKcbCreate);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
     EXPECT_EQ(events[0].payload.KeyName, SOFTWARE + L"\\A");
     EXPECT_NE(events[0].payload.KeyHandle, 0U);
     EXPECT_EQ(events[0].payload.Status, 0U);
-    EXPECT_EQ(events[1].header.PacketType, registryCreate);
+    EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
 }
 
 TEST_F(RequestRecorderTest, ARelativeNameGoesWithItsParentsBlock) {
     story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     const std::vector<Event> events = Events();
-    const auto open =
-        std::ranges::find(events, registryOpen, [](const Event& event) { return event.header.PacketType; });
+    const auto open = std::ranges::find(events, registryevent::openKey,
+                                        [](const Event& event) { return event.header.PacketType; });
     ASSERT_NE(open, events.end());
     EXPECT_EQ(open->payload.KeyName, L"A");
     EXPECT_EQ(NameOfBlock(events, open->payload.KeyHandle), SOFTWARE);
@@ -135,14 +135,14 @@ TEST_F(RequestRecorderTest, ARelativeNameGoesWithItsParentsBlock) {
 
 TEST_F(RequestRecorderTest, ACompleteNameGoesWithNoBlock) {
     story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
-    const Event event = EventOfType(registryOpen);
+    const Event event = EventOfType(registryevent::openKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\User");
 }
 
 TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) {
     story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\System)"});
-    const Event event = EventOfType(registryOpen);
+    const Event event = EventOfType(registryevent::openKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\Machine\\System");
 }
@@ -150,7 +150,7 @@ TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) 
 TEST_F(RequestRecorderTest, TheViewOfA32BitProcessIsToldUnderItsRealName) {
     story.Process(0x30, 0x34, RequestStory::I386);
     story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
-    const Event event = EventOfType(registryCreate);
+    const Event event = EventOfType(registryevent::createKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, SOFTWARE + L"\\Wow6432Node\\A");
     EXPECT_EQ(event.payload.Status, 0U);
@@ -160,7 +160,7 @@ TEST_F(RequestRecorderTest, AFailureIsToldAsItWasAsked) {
     story.Open(THREAD, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
     const std::vector<Event> events = Events();
     ASSERT_FALSE(events.empty());
-    EXPECT_EQ(events[0].header.PacketType, registryOpen);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::openKey);
     EXPECT_EQ(events[0].payload.Status, 0xC0000034U);
     EXPECT_EQ(events[0].payload.KeyName, L"Missing");
     EXPECT_EQ(NameOfBlock(events, events[0].payload.KeyHandle), SOFTWARE);
@@ -186,7 +186,7 @@ TEST_F(RequestRecorderTest, AllEventsOfAKeyHaveOneBlock) {
     story.SetValue(THREAD, 4, "A");
     story.Open(THREAD, R"(\registry\MACHINE\software)", 8, {.realPath = R"(REGISTRY\MACHINE\software)"});
     story.SetValue(THREAD, 8, "B");
-    const std::vector<Event> events = EventsOfType(registrySetValue);
+    const std::vector<Event> events = EventsOfType(registryevent::setValue);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
 }
@@ -195,7 +195,7 @@ TEST_F(RequestRecorderTest, OtherKeysHaveOtherBlocks) {
     story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
     story.SetValue(THREAD, 4, "A");
     story.SetValue(THREAD, 8, "B");
-    const std::vector<Event> events = EventsOfType(registrySetValue);
+    const std::vector<Event> events = EventsOfType(registryevent::setValue);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_NE(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
 }
@@ -204,14 +204,14 @@ TEST_F(RequestRecorderTest, ABlockIsMadeOnce) {
     story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
     story.Close(THREAD, 8);
     story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
-    EXPECT_EQ(EventsOfType(registryKcbCreate).size(), 1U);
+    EXPECT_EQ(EventsOfType(registryevent::kcbCreate).size(), 1U);
 }
 
 TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBefore) {
     story.SetValue(THREAD, 4, "A");
     const std::vector<Event> events = Events();
     EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), SOFTWARE);
-    EXPECT_EQ(events.back().header.PacketType, registryKcbRundownEnd);
+    EXPECT_EQ(events.back().header.PacketType, registryevent::kcbRundownEnd);
 }
 
 TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBeforeAndIsClosed) {
@@ -225,14 +225,14 @@ TEST_F(RequestRecorderTest, TheRundownNamesEveryOpenKeyOnce) {
     story.Duplicate(THREAD, RequestStory::SELF, 4, RequestStory::SELF, 8);
     story.Open(THREAD, R"(\Registry\Machine\Software)", 12, {.realPath = R"(REGISTRY\Machine\Software)"});
     story.Open(THREAD, R"(\REGISTRY\User)", 16, {.realPath = R"(REGISTRY\User)"});
-    const std::vector<Event> events = EventsOfType(registryKcbRundownEnd);
+    const std::vector<Event> events = EventsOfType(registryevent::kcbRundownEnd);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].payload.KeyName, SOFTWARE);
     EXPECT_EQ(events[1].payload.KeyName, L"\\REGISTRY\\User");
 }
 
 TEST_F(RequestRecorderTest, WhatIsOpenAndWasNeverUsedIsNamedToo) {
-    const Event event = EventOfType(registryKcbRundownEnd);
+    const Event event = EventOfType(registryevent::kcbRundownEnd);
     EXPECT_EQ(event.payload.KeyName, SOFTWARE);
     EXPECT_EQ(event.header.SystemTime, START);
 }
@@ -256,7 +256,8 @@ TEST_F(RequestRecorderTest, ADestinationThatFailsIsRemembered) {
 TEST_F(RequestRecorderTest, NamesAreKeptUnitByUnit) {
     story.Line(R"(0024: delete_key_value( hkey=0004, name=L"V\xe9\xd83d\xde00" ))");
     story.Line("0024: delete_key_value() = 0");
-    EXPECT_EQ(EventOfType(registryDeleteValue).payload.KeyName, (std::wstring{L'V', 0xE9, 0xD83D, 0xDE00}));
+    EXPECT_EQ(EventOfType(registryevent::deleteValue).payload.KeyName,
+              (std::wstring{L'V', 0xE9, 0xD83D, 0xDE00}));
 }
 
 } // namespace

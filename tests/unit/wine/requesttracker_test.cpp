@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/registryeventtype.h"
+#include "platform/os/registryevent.h"
 #include "tests/support/allocationcount.h"
 #include "tests/unit/wine/requeststory.h"
 
@@ -44,7 +44,7 @@ protected:
 TEST_F(RequestTrackerTest, AnOpenedKeyIsToldWithWhatWasAskedAndWhatWasFound) {
     story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].type, registryOpen);
+    EXPECT_EQ(told[0].type, registryevent::openKey);
     EXPECT_EQ(told[0].processId, PROCESS);
     EXPECT_EQ(told[0].threadId, THREAD);
     EXPECT_EQ(told[0].status, 0U);
@@ -57,7 +57,7 @@ TEST_F(RequestTrackerTest, AnOpenedKeyIsToldWithWhatWasAskedAndWhatWasFound) {
 TEST_F(RequestTrackerTest, ACreatedKeyIsTold) {
     story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].type, registryCreate);
+    EXPECT_EQ(told[0].type, registryevent::createKey);
     EXPECT_EQ(story.LastPath(), SOFTWARE + L"\\A");
 }
 
@@ -71,7 +71,7 @@ TEST_F(RequestTrackerTest, TheCreationOfAKeyThatWasThereHasSucceeded) {
 TEST_F(RequestTrackerTest, TheCreationOfARootThatWasThereIsToldAsItsOpening) {
     story.Create(THREAD, R"(\REGISTRY\Machine)", 8, {.status = "OBJECT_NAME_EXISTS"});
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].type, registryOpen);
+    EXPECT_EQ(told[0].type, registryevent::openKey);
     EXPECT_EQ(told[0].status, 0U);
     EXPECT_EQ(story.LastPath(), MACHINE);
 }
@@ -80,7 +80,7 @@ TEST_F(RequestTrackerTest, WhatAProgramCreatesBelowARootIsTold) {
     story.Create(THREAD, R"(\Registry\Machine)", 8, {.access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});
     story.Create(THREAD, "Software", 12, {.parent = 8, .access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});
     ASSERT_EQ(told.size(), 2U);
-    EXPECT_EQ(told[1].type, registryCreate);
+    EXPECT_EQ(told[1].type, registryevent::createKey);
 }
 
 TEST_F(RequestTrackerTest, ARootOfTheOtherViewIsMadeComponentByComponent) {
@@ -90,8 +90,8 @@ TEST_F(RequestTrackerTest, ARootOfTheOtherViewIsMadeComponentByComponent) {
     story.Create(THREAD, "Software", 12, {.parent = 8, .access = way, .status = "OBJECT_NAME_EXISTS"});
     story.Create(THREAD, "A", 16, {.parent = 12, .access = asked, .status = "OBJECT_NAME_EXISTS"});
     ASSERT_EQ(told.size(), 3U);
-    EXPECT_EQ(told[1].type, registryOpen);
-    EXPECT_EQ(told[2].type, registryCreate);
+    EXPECT_EQ(told[1].type, registryevent::openKey);
+    EXPECT_EQ(told[2].type, registryevent::createKey);
 }
 
 TEST_F(RequestTrackerTest, WhatInnerPartsCreateIsToldAsOpenedIfItWasThere) {
@@ -100,9 +100,9 @@ TEST_F(RequestTrackerTest, WhatInnerPartsCreateIsToldAsOpenedIfItWasThere) {
     story.Create(THREAD, "New", 16, {.parent = 12});
     story.Create(THREAD, "New", 20, {.parent = 16, .status = "OBJECT_NAME_EXISTS"});
     ASSERT_EQ(told.size(), 4U);
-    EXPECT_EQ(told[1].type, registryOpen);
-    EXPECT_EQ(told[2].type, registryCreate);
-    EXPECT_EQ(told[3].type, registryOpen);
+    EXPECT_EQ(told[1].type, registryevent::openKey);
+    EXPECT_EQ(told[2].type, registryevent::createKey);
+    EXPECT_EQ(told[3].type, registryevent::openKey);
 }
 
 TEST_F(RequestTrackerTest, AFailureKeepsItsStatusAndGivesNoKey) {
@@ -125,13 +125,13 @@ TEST_F(RequestTrackerTest, ChangesAreToldWithTheirKeyAndTheirValuesName) {
     story.QueryValue(THREAD, 4, "Asked");
     story.DeleteKey(THREAD, 4, "ACCESS_DENIED");
     ASSERT_EQ(told.size(), 4U);
-    EXPECT_EQ(told[0].type, registrySetValue);
+    EXPECT_EQ(told[0].type, registryevent::setValue);
     EXPECT_EQ(told[0].name, L"Set");
-    EXPECT_EQ(told[1].type, registryDeleteValue);
+    EXPECT_EQ(told[1].type, registryevent::deleteValue);
     EXPECT_EQ(told[1].name, L"Deleted");
-    EXPECT_EQ(told[2].type, registryQueryValue);
+    EXPECT_EQ(told[2].type, registryevent::queryValue);
     EXPECT_EQ(told[2].name, L"Asked");
-    EXPECT_EQ(told[3].type, registryDelete);
+    EXPECT_EQ(told[3].type, registryevent::deleteKey);
     EXPECT_EQ(told[3].status, 0xC0000022U);
     for (const KeyRequest& request : told) {
         EXPECT_EQ(request.key->Path(story.registry), SOFTWARE);
@@ -242,7 +242,7 @@ TEST_F(RequestTrackerTest, WithoutAListenerHandlesAreFollowedAllTheSame) {
 TEST_F(RequestTrackerTest, AClosedHandleIsOfNoKey) {
     story.Close(THREAD, 4);
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].type, registryClose);
+    EXPECT_EQ(told[0].type, registryevent::close);
     EXPECT_EQ(story.LastPath(), SOFTWARE);
     EXPECT_EQ(PathBehind(4), L"");
 }
@@ -550,7 +550,7 @@ TEST_F(RequestTrackerTest, ARenamedKeyAndAllBelowItMove) {
     told.clear();
     story.Rename(THREAD, 8, "New");
     ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told[0].type, registrySetInformation);
+    EXPECT_EQ(told[0].type, registryevent::setInformation);
     EXPECT_EQ(PathBehind(8), SOFTWARE + L"\\New");
     EXPECT_EQ(PathBehind(12), SOFTWARE + L"\\New\\B");
     EXPECT_EQ(PathBehind(16), SOFTWARE + L"\\AB");
