@@ -31,6 +31,17 @@ take_prefix() {
     done
 }
 
+# stay_on_one_core: with all that the session starts from here on. Programs and Wine's server wait for each other at
+# every request, and on one core the other one wakes several times as fast. It is the core that the system has just
+# put this script on, so that sessions side by side come to lie on different ones.
+stay_on_one_core() {
+    local fields
+    # The 39th field is the core; the second is a name in parentheses.
+    fields=$(<"/proc/$$/stat")
+    read -ra fields <<<"${fields##*) }"
+    taskset -cp "${fields[36]}" "$$" >/dev/null 2>&1 || true
+}
+
 # start_keeper: from here on the session ends properly, whatever becomes of this script.
 start_keeper() {
     exec 8> >(exec setsid "$ROOT/scripts/session-keeper.sh" "$PREFIX" >/dev/null 2>&1)

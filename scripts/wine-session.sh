@@ -36,6 +36,7 @@ done
 [[ $ready == yes ]] || set_up wine
 
 take_prefix
+stay_on_one_core
 start_keeper
 for signal in INT TERM HUP; do
     # shellcheck disable=SC2064 # the name is meant now

@@ -54,6 +54,10 @@ def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
     assert pool.run("bash", "-c", "exit 7", env={"WINEPREFIX": str(pool.prefix())}).returncode == 7
 
 
+def test_a_session_stays_on_one_core(pool):
+    assert pool.run("nproc").stdout == "1\n"
+
+
 def test_the_display_is_the_callers_unless_told_otherwise(pool):
     assert pool.run("printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ":77\n"
     assert pool.run("--no-display", "printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ""
