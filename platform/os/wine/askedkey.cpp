@@ -11,22 +11,29 @@ constexpr std::uint32_t keyWow64_32Key = 0x0200; // winnt.h
 constexpr std::uint32_t objInherit = 0x2;        // ntdef.h
 constexpr std::uint32_t objOpenLink = 0x100;     // ntdef.h
 
+// A create_key has the last three of these in its structure `objattr`, an open_key all side by side.
+void TakeFields(std::string_view fields, AskedKey& asked) {
+    for (RequestFields field(fields); field.Next();) {
+        if (field.Name() == "access") {
+            asked.access = NumberValue(field.Value());
+        } else if (field.Name() == (asked.creates ? "rootdir" : "parent")) {
+            asked.parent = NumberValue(field.Value());
+        } else if (field.Name() == "attributes") {
+            asked.attributes = NumberValue(field.Value());
+        } else if (field.Name() == "name") {
+            asked.name = QuotedValue(field.Value());
+        } else if (field.Name() == "objattr" && asked.creates) {
+            TakeFields(field.Value(), asked);
+        }
+    }
+}
+
 } // namespace
 
 AskedKey ReadAskedKey(std::string_view fields, bool creates) {
     AskedKey asked;
     asked.creates = creates;
-    asked.access = NumberField(fields, "access");
-    if (creates) {
-        const std::string_view objattr = FindField(fields, "objattr").value_or(std::string_view());
-        asked.parent = NumberField(objattr, "rootdir");
-        asked.attributes = NumberField(objattr, "attributes");
-        asked.name = TextField(objattr, "name");
-    } else {
-        asked.parent = NumberField(fields, "parent");
-        asked.attributes = NumberField(fields, "attributes");
-        asked.name = TextField(fields, "name");
-    }
+    TakeFields(fields, asked);
     return asked;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 #include "platform/os/wine/keylookup.h"
@@ -15,7 +14,7 @@ struct AskedKey {
     std::uint32_t parent = 0; // a handle, or 0 with a complete name
     std::uint32_t attributes = 0;
     std::uint32_t access = 0;
-    std::wstring name;
+    std::string_view name; // a part of the fields, in the server's escapes
 };
 
 // Reads the fields of a create_key or an open_key, which tell it in different places.

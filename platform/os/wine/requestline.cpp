@@ -80,17 +80,39 @@ std::optional<RequestLine> ParseThreadLine(std::uint32_t id, std::string_view te
     return line;
 }
 
+// What the server and the filter tell of no thread.
+std::optional<RequestLine> ParseServerLine(std::string_view line) {
+    RequestLine parsed;
+    if (line == "lost") {
+        parsed.kind = RequestLine::Kind::lost;
+        return parsed;
+    }
+    for (const std::string_view prefix : {opened, created, clockPrefix}) {
+        if (line.starts_with(prefix)) {
+            parsed.kind = prefix == clockPrefix ? RequestLine::Kind::clock : RequestLine::Kind::keyPath;
+            parsed.fields = line.substr(prefix.size());
+            return parsed;
+        }
+    }
+    return {};
+}
+
+// Where the text that begins at `start` has its closing quote; the length if nowhere.
+std::size_t QuoteEnd(std::string_view fields, std::size_t start) {
+    std::size_t at = start;
+    while (at < fields.size() && fields[at] != '"') {
+        at += fields[at] == '\\' ? 2U : 1U;
+    }
+    return at;
+}
+
 // Where the value that begins at `start` ends: at a comma of its own level, or with the text.
 std::size_t ValueEnd(std::string_view fields, std::size_t start) {
     std::size_t depth = 0;
-    bool quoted = false;
     for (std::size_t at = start; at < fields.size(); ++at) {
         const char letter = fields[at];
-        if (quoted) {
-            at += letter == '\\' ? 1U : 0U;
-            quoted = letter != '"';
-        } else if (letter == '"') {
-            quoted = true;
+        if (letter == '"') {
+            at = QuoteEnd(fields, at + 1);
         } else if (letter == '{') {
             ++depth;
         } else if (letter == '}' && depth > 0) {
@@ -140,43 +162,50 @@ wchar_t TakeEscape(std::string_view& text) {
 
 std::optional<RequestLine> ParseRequestLine(std::string_view line) {
     constexpr std::size_t longestId = 8;
-    for (const std::string_view prefix : {opened, created, clockPrefix}) {
-        if (line.starts_with(prefix)) {
-            RequestLine parsed;
-            parsed.kind = prefix == clockPrefix ? RequestLine::Kind::clock : RequestLine::Kind::keyPath;
-            parsed.fields = line.substr(prefix.size());
-            return parsed;
+    const std::size_t colon = line.find(": ");
+    if (colon != std::string_view::npos && colon <= longestId) {
+        if (const auto id = ParseHex(line.substr(0, colon))) {
+            return ParseThreadLine(*id, line.substr(colon + 2));
         }
     }
-    if (line == "lost") {
-        RequestLine parsed;
-        parsed.kind = RequestLine::Kind::lost;
-        return parsed;
+    return ParseServerLine(line);
+}
+
+bool RequestFields::Next() {
+    while (!rest.empty()) {
+        const std::size_t end = ValueEnd(rest, 0);
+        const std::string_view field = Trim(rest.substr(0, end));
+        rest.remove_prefix(end < rest.size() ? end + 1 : end);
+        if (const std::size_t sign = field.find('='); sign != std::string_view::npos) {
+            name = field.substr(0, sign);
+            value = WithoutBraces(field.substr(sign + 1));
+            return true;
+        }
     }
-    const std::size_t colon = line.find(": ");
-    if (colon == std::string_view::npos || colon == 0 || colon > longestId) {
-        return {};
-    }
-    const auto id = ParseHex(line.substr(0, colon));
-    return id ? ParseThreadLine(*id, line.substr(colon + 2)) : std::nullopt;
+    return false;
 }
 
 std::optional<std::string_view> FindField(std::string_view fields, std::string_view name) {
-    std::size_t at = 0;
-    while (at < fields.size()) {
-        const std::size_t end = ValueEnd(fields, at);
-        const std::string_view field = Trim(fields.substr(at, end - at));
-        if (field.size() > name.size() && field[name.size()] == '=' && field.starts_with(name)) {
-            return WithoutBraces(field.substr(name.size() + 1));
+    for (RequestFields field(fields); field.Next();) {
+        if (field.Name() == name) {
+            return field.Value();
         }
-        at = end + 1;
     }
     return {};
 }
 
+std::uint32_t NumberValue(std::string_view value) {
+    return ParseHex(value).value_or(0);
+}
+
 std::uint32_t NumberField(std::string_view fields, std::string_view name) {
     const auto value = FindField(fields, name);
-    return value ? ParseHex(*value).value_or(0) : 0;
+    return value ? NumberValue(*value) : 0;
+}
+
+std::string_view QuotedValue(std::string_view value) {
+    const bool quoted = value.size() >= 3 && value.starts_with("L\"") && value.back() == '"';
+    return quoted ? value.substr(2, value.size() - 3) : std::string_view();
 }
 
 std::vector<std::uint32_t> NumbersField(std::string_view fields, std::string_view name) {
@@ -185,18 +214,14 @@ std::vector<std::uint32_t> NumbersField(std::string_view fields, std::string_vie
     std::size_t at = 0;
     while (at < list.size()) {
         const std::size_t end = ValueEnd(list, at);
-        numbers.push_back(ParseHex(Trim(list.substr(at, end - at))).value_or(0));
+        numbers.push_back(NumberValue(Trim(list.substr(at, end - at))));
         at = end + 1;
     }
     return numbers;
 }
 
 std::wstring TextField(std::string_view fields, std::string_view name) {
-    const auto value = FindField(fields, name);
-    if (!value || value->size() < 3 || !value->starts_with("L\"") || value->back() != '"') {
-        return {};
-    }
-    return UnescapeServerText(value->substr(2, value->size() - 3));
+    return UnescapeServerText(QuotedValue(FindField(fields, name).value_or(std::string_view())));
 }
 
 std::wstring UnescapeServerText(std::string_view text) {

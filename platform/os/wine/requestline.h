@@ -31,8 +31,32 @@ struct RequestLine {
 // Nothing for a line of any other form.
 std::optional<RequestLine> ParseRequestLine(std::string_view line);
 
+// Goes through the fields of `name=value, name={...}` one by one. What has no `=` is no field.
+class RequestFields {
+public:
+    explicit RequestFields(std::string_view fields) : rest(fields) {}
+
+    // Goes to the next field; false behind the last one.
+    bool Next();
+
+    std::string_view Name() const { return name; }
+    // As it stands, without the braces of a list or structure.
+    std::string_view Value() const { return value; }
+
+private:
+    std::string_view rest;
+    std::string_view name;
+    std::string_view value;
+};
+
 // The text of a field among `name=value, name={...}` as it stands, without the braces of a list or structure.
 std::optional<std::string_view> FindField(std::string_view fields, std::string_view name);
+
+// A value written in hexadecimal; 0 if it isn't one.
+std::uint32_t NumberValue(std::string_view value);
+
+// What stands inside L"...", with its escapes; empty if the value isn't written so.
+std::string_view QuotedValue(std::string_view value);
 
 // A field written in hexadecimal; 0 if it is absent or isn't one.
 std::uint32_t NumberField(std::string_view fields, std::string_view name);

@@ -27,11 +27,8 @@ class MarkFinder : public KeyRequestListener {
 public:
     MarkFinder(KeyRequestListener* listener, std::wstring_view wanted) : next(listener), mark(wanted) {}
 
-    void OnKeyRequest(const KeyRequest& request) override {
-        if (next && !found) {
-            next->OnKeyRequest(request);
-        }
-    }
+    bool TakesKeyRequests() const override { return next && !found; }
+    void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
     void OnLostLines() override {
         lost = true;
         if (next) {

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/os/registryevent.h"
-#include "platform/os/wine/askedkey.h"
 #include "platform/os/wine/requeststatus.h"
 
 namespace keyreap {
@@ -50,6 +49,10 @@ ServerHandle ProcessHandle(std::uint32_t processId) {
     return handle;
 }
 
+bool TakesKeyRequests(const KeyRequestListener* listener) {
+    return listener && listener->TakesKeyRequests();
+}
+
 std::int64_t ParseTime(std::string_view digits) {
     std::int64_t time = 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), time);
@@ -91,7 +94,7 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     }
     switch (parsed->kind) {
     case RequestLine::Kind::request:
-        TakeRequest(*parsed);
+        TakeRequest(*parsed, listener);
         break;
     case RequestLine::Kind::reply:
         TakeReply(*parsed, listener);
@@ -117,8 +120,12 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     }
 }
 
-void RequestTracker::TakeRequest(const RequestLine& line) {
+void RequestTracker::TakeRequest(const RequestLine& line, const KeyRequestListener* listener) {
     Pending& waiting = pending[line.id];
+    waiting.waits = TakesKeyRequests(listener) || ActionFor(line.name) != &RequestTracker::ChangeKey;
+    if (!waiting.waits) {
+        return; // it changes nothing that is followed
+    }
     waiting.name = line.name;
     waiting.fields = line.fields;
     waiting.realPath.clear();
@@ -127,17 +134,17 @@ void RequestTracker::TakeRequest(const RequestLine& line) {
 
 void RequestTracker::TakeRealPath(std::string_view path) {
     if (const auto waiting = pending.find(lastThread); waiting != pending.end()) {
-        waiting->second.realPath = L'\\' + UnescapeServerText(path);
+        waiting->second.realPath = path;
     }
 }
 
 void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* listener) {
     const auto waiting = pending.find(line.id);
-    if (waiting == pending.end() || waiting->second.name != line.name) {
+    if (waiting == pending.end() || !waiting->second.waits || waiting->second.name != line.name) {
         return;
     }
-    const Pending request = std::move(waiting->second);
-    pending.erase(waiting);
+    Pending& request = waiting->second;
+    request.waits = false;
     if (line.name == firstThreadRequest) {
         StartFirstThread(line);
     }
@@ -149,8 +156,12 @@ void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* list
     }
 }
 
+bool RequestTracker::IsTold(const Answered& answered) {
+    return TakesKeyRequests(answered.listener) && answered.process.started;
+}
+
 void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
-    if (!answered.listener || !answered.process.started) {
+    if (!IsTold(answered)) {
         return;
     }
     request.processId = answered.processId;
@@ -168,25 +179,28 @@ void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     KeyRequest request;
     request.type = creates && !finds ? registryevent::createKey : registryevent::openKey;
     request.parent = KeyBehind(answered.process, asked.parent);
-    request.name = asked.name;
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
     if (handle != 0) {
-        request.key = FoundKey(answered, request.parent, asked.name, ViewOf(answered.process, asked));
+        request.key = FoundKey(answered, asked);
         answered.process.handles[handle] = {request.key, 0, AsksForInheritance(asked.attributes), origin,
                                             asked.access};
     } else if (!creates && asked.parent == 0 && answered.listener) {
-        answered.listener->OnMissingKey(request.name);
+        answered.listener->OnMissingKey(UnescapeServerText(asked.name));
     }
-    Tell(answered, std::move(request));
+    if (IsTold(answered)) {
+        request.name = UnescapeServerText(asked.name);
+        Tell(answered, std::move(request));
+    }
 }
 
 std::shared_ptr<const OpenKey> RequestTracker::FoundKey(const Answered& answered,
-                                                        const std::shared_ptr<const OpenKey>& parent,
-                                                        const std::wstring& name, KeyView view) const {
+                                                        const AskedKey& asked) const {
     if (!answered.request.realPath.empty()) {
-        return std::make_shared<const OpenKey>(answered.request.realPath);
+        return std::make_shared<const OpenKey>(L'\\' + UnescapeServerText(answered.request.realPath));
     }
-    auto key = std::make_shared<const OpenKey>(parent, name, view);
+    auto key =
+        std::make_shared<const OpenKey>(KeyBehind(answered.process, asked.parent),
+                                        UnescapeServerText(asked.name), ViewOf(answered.process, asked));
     if (key->Depth() >= mostUnknown) {
         key->Path(facts);
     }
@@ -194,6 +208,9 @@ std::shared_ptr<const OpenKey> RequestTracker::FoundKey(const Answered& answered
 }
 
 void RequestTracker::ChangeKey(const Answered& answered) {
+    if (!IsTold(answered)) {
+        return;
+    }
     KeyRequest request;
     request.type = ChangeType(answered.request.name);
     request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));

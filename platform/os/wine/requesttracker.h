@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "platform/os/wine/askedkey.h"
 #include "platform/os/wine/requestline.h"
 #include "platform/os/wine/serverprocess.h"
 
@@ -28,6 +29,8 @@ class KeyRequestListener {
 public:
     virtual ~KeyRequestListener() = default;
 
+    // False while OnKeyRequest isn't to be called: a request that nobody takes needn't be put together.
+    virtual bool TakesKeyRequests() const { return true; }
     virtual void OnKeyRequest(const KeyRequest& request) = 0;
     // Lines are missing from here on.
     virtual void OnLostLines() = 0;
@@ -61,11 +64,13 @@ public:
     std::int64_t Time() const { return time; }
 
 private:
-    // A request that waits for its reply.
+    // The last request of a thread. It stays when it is answered, so that the next one finds the room taken.
     struct Pending {
+        bool waits = false; // for its reply
         std::string name;
         std::string fields;
-        std::wstring realPath; // of the key that it opened or made, if the log told it
+        std::string
+            realPath; // of the key that it opened or made, if the log told it; in the server's escapes
     };
 
     // A request with its reply.
@@ -81,7 +86,7 @@ private:
     using Action = void (RequestTracker::*)(const Answered&);
     static Action ActionFor(std::string_view name);
 
-    void TakeRequest(const RequestLine& line);
+    void TakeRequest(const RequestLine& line, const KeyRequestListener* listener);
     void TakeRealPath(std::string_view path);
     void TakeReply(const RequestLine& line, KeyRequestListener* listener);
 
@@ -98,11 +103,10 @@ private:
     void MapImage(const Answered& answered);
     void EndStart(const Answered& answered);
 
-    std::shared_ptr<const OpenKey> FoundKey(const Answered& answered,
-                                            const std::shared_ptr<const OpenKey>& parent,
-                                            const std::wstring& name, KeyView view) const;
+    std::shared_ptr<const OpenKey> FoundKey(const Answered& answered, const AskedKey& asked) const;
     void MoveKeys(const std::wstring& from, const std::wstring& to);
     std::uint32_t ProcessBehind(const Answered& answered, std::uint32_t handle) const;
+    static bool IsTold(const Answered& answered);
     void Tell(const Answered& answered, KeyRequest request) const;
 
     KeyFacts& facts;

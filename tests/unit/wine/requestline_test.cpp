@@ -142,6 +142,27 @@ TEST(FindField, AStructureIsGivenWithoutItsBraces) {
     EXPECT_EQ(FindField(*structure, "name"), R"(L"T1,x={")");
 }
 
+TEST(RequestFields, AreGivenOneByOneAndWithoutBraces) {
+    RequestFields fields(R"(a=1, b={c=2,d=3}, name=L"x, y=1")");
+    ASSERT_TRUE(fields.Next());
+    EXPECT_EQ(fields.Name(), "a");
+    EXPECT_EQ(fields.Value(), "1");
+    ASSERT_TRUE(fields.Next());
+    EXPECT_EQ(fields.Name(), "b");
+    EXPECT_EQ(fields.Value(), "c=2,d=3");
+    ASSERT_TRUE(fields.Next());
+    EXPECT_EQ(fields.Name(), "name");
+    EXPECT_EQ(fields.Value(), R"(L"x, y=1")");
+    EXPECT_FALSE(fields.Next());
+}
+
+TEST(RequestFields, WhatHasNoSignIsPassedOver) {
+    RequestFields fields("a, b=1,, c");
+    ASSERT_TRUE(fields.Next());
+    EXPECT_EQ(fields.Name(), "b");
+    EXPECT_FALSE(fields.Next());
+}
+
 TEST(FindField, AFieldOfAStructureIsNoneOfTheOuterOnes) {
     EXPECT_FALSE(FindField(CREATE, "rootdir"));
     EXPECT_FALSE(FindField(CREATE, "name"));

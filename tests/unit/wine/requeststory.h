@@ -13,10 +13,12 @@ namespace keyreap {
 // Keeps what a tracker tells.
 class RecordingRequests : public KeyRequestListener {
 public:
+    bool TakesKeyRequests() const override { return takes; }
     void OnKeyRequest(const KeyRequest& request) override { requests.push_back(request); }
     void OnLostLines() override { ++lost; }
     void OnMissingKey(const std::wstring& name) override { missing.push_back(name); }
 
+    bool takes = true;
     std::vector<KeyRequest> requests;
     std::vector<std::wstring> missing;
     int lost = 0;

@@ -143,6 +143,24 @@ TEST_F(RequestTrackerTest, AChangeThroughAHandleOfNoKeyIsNotTold) {
     EXPECT_TRUE(told.empty());
 }
 
+TEST_F(RequestTrackerTest, AListenerThatTakesNoRequestsIsToldNoneButKeysAreFollowed) {
+    story.told.takes = false;
+    story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    story.SetValue(THREAD, 8, "v");
+    story.Close(THREAD, 4);
+    EXPECT_TRUE(told.empty());
+    story.told.takes = true;
+    EXPECT_EQ(PathBehind(8), SOFTWARE + L"\\A");
+    EXPECT_EQ(PathBehind(4), L"");
+}
+
+TEST_F(RequestTrackerTest, AReplyCountsOnce) {
+    story.Open(THREAD, "A", 8, {.parent = 4});
+    story.Line("0024: open_key() = 0 { hkey=000c }");
+    EXPECT_EQ(told.size(), 1U);
+    EXPECT_EQ(PathBehind(12), L"");
+}
+
 TEST_F(RequestTrackerTest, RepliesOfOtherThreadsMayStandBetween) {
     story.Process(OTHER, OTHER_THREAD);
     OpenSoftware(OTHER_THREAD);
