@@ -131,6 +131,11 @@ bool SameKeyText(std::wstring_view a, std::wstring_view b) {
     return std::ranges::equal(a, b, {}, Fold, Fold);
 }
 
+std::wstring FoldedKeyText(std::wstring text) {
+    std::ranges::transform(text, text.begin(), Fold);
+    return text;
+}
+
 std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
     Walk walk(facts);
     std::wstring path = walk.Down(StartingKey(parent, name, view, facts), name, view.redirected);

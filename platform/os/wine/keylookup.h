@@ -37,4 +37,7 @@ std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, Ke
 // True for texts that differ at most by the case of A to Z.
 bool SameKeyText(std::wstring_view a, std::wstring_view b);
 
+// The text with A to Z made small: one for all texts that are the same by SameKeyText.
+std::wstring FoldedKeyText(std::wstring text);
+
 } // namespace keyreap

@@ -1,12 +1,16 @@
 #include "platform/os/wine/livekeyfacts.h"
 
+#include <utility>
+
 #include "platform/os/wine/nativeregistry.h"
 
 namespace keyreap {
 
 const LiveKeyFacts::Answer& LiveKeyFacts::Ask(const std::wstring& path) {
-    const auto known = answers.find(path);
-    return known != answers.end() ? known->second : answers.emplace(path, Look(path)).first->second;
+    std::wstring folded = FoldedKeyText(path);
+    const auto known = answers.find(folded);
+    return known != answers.end() ? known->second
+                                  : answers.emplace(std::move(folded), Look(path)).first->second;
 }
 
 LiveKeyFacts::Answer LiveKeyFacts::Look(std::wstring path) {

@@ -25,7 +25,7 @@ private:
     const Answer& Ask(const std::wstring& path);
     static Answer Look(std::wstring path);
 
-    std::unordered_map<std::wstring, Answer> answers;
+    std::unordered_map<std::wstring, Answer> answers; // by path, A to Z folded
 };
 
 } // namespace keyreap

@@ -14,13 +14,6 @@ namespace {
 constexpr std::uint64_t firstBlock = 0xFFFFA000'00000000;
 constexpr std::uint64_t blockSize = 0x100;
 
-std::wstring Folded(std::wstring path) {
-    std::ranges::transform(path, path.begin(), [](wchar_t unit) {
-        return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + (L'a' - L'A')) : unit;
-    });
-    return path;
-}
-
 // Whether the name below the parent, as asked, is the whole way to the path: no link and no Wow6432Node lies
 // between.
 bool IsPlainName(const std::wstring& parent, const std::wstring& name, const std::wstring& path) {
@@ -69,7 +62,7 @@ void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEv
 }
 
 RequestRecorder::ControlBlock& RequestRecorder::BlockOf(const std::wstring& path) {
-    ControlBlock& block = blocks[Folded(path)];
+    ControlBlock& block = blocks[FoldedKeyText(path)];
     if (block.address == 0) {
         block.address = firstBlock + blocks.size() * blockSize;
         block.path = path;
