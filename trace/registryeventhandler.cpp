@@ -65,7 +65,6 @@ void RegistryEventHandler::OnFinished() {
         }
     }
     keyNames.clear();
-    lastFound = nullptr;
 }
 
 void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
@@ -87,14 +86,8 @@ void RegistryEventHandler::Resolve(RegistryOperation& operation, std::wstring_vi
 
 // Null for no handle, one without a name, and one whose name is empty.
 RegistryEventHandler::KeyName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
-    if (lastFound == nullptr || lastFound->first != keyHandle) {
-        const auto found = keyHandle == 0 ? keyNames.end() : keyNames.find(keyHandle);
-        if (found == keyNames.end()) {
-            return nullptr;
-        }
-        lastFound = &*found;
-    }
-    return lastFound->second.name.empty() ? nullptr : &lastFound->second;
+    const auto found = keyHandle == 0 ? keyNames.end() : keyNames.find(keyHandle);
+    return found == keyNames.end() || found->second.name.empty() ? nullptr : &found->second;
 }
 
 RegistryEventHandler::Place RegistryEventHandler::PlaceOf(std::wstring_view fullName) {

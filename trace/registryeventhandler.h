@@ -62,8 +62,6 @@ private:
     bool classesAsRoot;
     // Of each handle, whichever process made it. Nothing is removed before the end.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
-    // The one that was found last: operations come in runs on one key. No entry changes its address.
-    std::pair<const std::uint64_t, KeyName>* lastFound = nullptr;
     // Kept from name to name, so that only results are allocated.
     std::wstring joined;
     std::wstring normalized;
