@@ -24,7 +24,8 @@ function(keyreap_room name)
 endfunction()
 
 # Names a built program as a suite of tests that ./test runs; the names end in build/<preset>/tests.txt. Tests are
-# compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers.
+# compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers. On
+# Windows a test that damages a heap fails (tests/support/heapcheck.cpp).
 # With REQUESTS the suite's Wine session has the request log. WHOLE is the word of ./test that makes the suite go
 # through all its cases, where it has so many that it takes a sample of them otherwise (scripts/suites.sh).
 function(keyreap_test_suite target)
@@ -39,6 +40,9 @@ function(keyreap_test_suite target)
     set(kind requests)
   elseif(WIN32)
     set(kind windows)
+  endif()
+  if(WIN32)
+    target_link_libraries(${target} PRIVATE keyreap_heapcheck)
   endif()
   if(NOT SUITE_WHOLE)
     set(SUITE_WHOLE -)

@@ -91,6 +91,16 @@ show_share() {
     ln -s "$(realpath -- "$1")" "$PREFIX/dosdevices/unc/server/share"
 }
 
+# check_heaps: has programs keep a mark behind each piece of memory of a heap (0x10). The system reads it from this value
+# of its hive at the start of each program.
+check_heaps() {
+    cat >>"$PREFIX/system.reg" <<'END'
+
+[System\\CurrentControlSet\\Control\\Session Manager]
+"GlobalFlag"=dword:00000010
+END
+}
+
 # log_requests: brings up a server with its request log on, before a program of the session brings up one without.
 log_requests() {
     echo requests >&8

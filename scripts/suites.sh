@@ -75,7 +75,7 @@ suite_limit() {
 
 # suite_command KIND FILE SHARE: fills the array COMMAND.
 suite_command() {
-    local session=("$ROOT/scripts/wine-session.sh" --ready --no-display --share "$3")
+    local session=("$ROOT/scripts/wine-session.sh" --ready --no-display --checked-heaps --share "$3")
     case $1 in
     windows) COMMAND=("${session[@]}" "$WINE" "$2" --gtest_color=no) ;;
     requests) COMMAND=("${session[@]}" --requests "$WINE" "$2" --gtest_color=no) ;;

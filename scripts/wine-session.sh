@@ -9,6 +9,7 @@
 #   --no-display       windows can not be opened, even if the caller has a display
 #   --requests         C:\windows\keyreap-requests.log tells what the programs ask of Wine's server, as far as a
 #                      trace needs it; the server stays until the end of the session
+#   --checked-heaps    a program that looks through its heaps (HeapValidate) sees what was written just past memory
 #   --ready            the caller has seen to the set-up
 #
 # The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
@@ -18,13 +19,14 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 
-classes=all share='' requests=no ready=no
+classes=all share='' requests=no heaps=usual ready=no
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
     --share) share=${2:?--share needs a folder} && shift ;;
     --no-display) unset DISPLAY ;;
     --requests) requests=yes ;;
+    --checked-heaps) heaps=checked ;;
     --ready) ready=yes ;;
     --) shift && break ;;
     --*) fail "wine-session.sh: unknown option $1" ;;
@@ -44,6 +46,7 @@ for signal in INT TERM HUP; do
 done
 end_prefix "$PREFIX"
 renew_prefix "$classes" "$share"
+[[ $heaps == usual ]] || check_heaps
 [[ $requests == no ]] || log_requests
 status=0
 run_in_session "$@" || status=$?

@@ -187,6 +187,12 @@ def test_a_folder_can_be_shared_for_one_session(pool, tmp_path):
     assert pool.run(*read).returncode != 0
 
 
+def test_heaps_are_checked_only_if_asked_for(pool):
+    query = ["wine", "reg", "query", "HKLM\\System\\CurrentControlSet\\Control\\Session Manager", "/v", "GlobalFlag"]
+    assert succeeded(pool.run(*query)).split()[-1] == "0x0"
+    assert succeeded(pool.run("--checked-heaps", *query)).split()[-1] == "0x10"
+
+
 def test_a_wrong_use_is_told(pool):
     assert pool.run("--nonsense", "true").returncode == 125
     assert pool.run().returncode == 125

@@ -1,0 +1,69 @@
+// Tests that damage the heap, each in its way, and one that doesn't: what tries the check of the heaps.
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+constexpr std::size_t size = 33;
+
+// Volatile, so that no write is left out.
+using Memory = volatile char*;
+
+Memory Allocated() {
+    return static_cast<Memory>(std::malloc(size));
+}
+
+void Release(Memory memory) {
+    std::free(const_cast<char*>(memory));
+}
+
+TEST(Heap, StaysWhole) {
+    const Memory memory = Allocated();
+    memory[size - 1] = 1;
+    Release(memory);
+}
+
+TEST(Heap, IsWrittenPastMemoryThatStays) {
+    Allocated()[size] = 1;
+}
+
+TEST(Heap, IsWrittenPastMemoryThatIsReleased) {
+    const Memory memory = Allocated();
+    memory[size] = 1;
+    Release(memory);
+}
+
+TEST(Heap, IsWrittenPastMemoryThatIsResized) {
+    const Memory memory = Allocated();
+    memory[size] = 1;
+    Release(static_cast<Memory>(std::realloc(const_cast<char*>(memory), 2 * size)));
+}
+
+TEST(Heap, IsWrittenPastAnObject) {
+    const auto memory = new char[size];
+    const_cast<Memory>(memory)[size] = 1;
+    delete[] memory;
+}
+
+TEST(Heap, IsWrittenAheadOfMemory) {
+    const Memory memory = Allocated();
+    memory[-1] = 1;
+    Release(memory);
+}
+
+TEST(Heap, IsWrittenToAfterTheRelease) {
+    const Memory memory = Allocated();
+    Release(memory);
+    memory[size / 2] = 1;
+}
+
+TEST(Heap, IsGivenMemoryTwice) {
+    const Memory memory = Allocated();
+    Release(memory);
+    Release(memory);
+}
+
+} // namespace
+} // namespace keyreap

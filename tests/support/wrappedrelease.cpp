@@ -1,0 +1,20 @@
+// The linker leads the program's calls of `free` and `realloc` here, those of operator delete among them
+// (--wrap).
+#include <cstddef>
+
+#include "tests/support/releasedmemory.h"
+
+extern "C" {
+
+void* __real_realloc(void* memory, std::size_t size);
+
+void __wrap_free(void* memory) {
+    keyreap::testsupport::ReleaseChecked(memory);
+}
+
+void* __wrap_realloc(void* memory, std::size_t size) {
+    keyreap::testsupport::CheckMemory(memory);
+    return __real_realloc(memory, size);
+}
+
+} // extern "C"
