@@ -28,3 +28,29 @@ if(KEYREAP_SANITIZE)
   target_compile_options(keyreap_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all)
   target_link_options(keyreap_options INTERFACE -fsanitize=address,undefined)
 endif()
+
+# Counts the lines of a target and of whatever is linked with it, since a header's functions may be taken from either.
+# The servers that the tests capture stay as they are.
+function(keyreap_count_lines target)
+  if(NOT KEYREAP_COVERAGE)
+    return()
+  endif()
+  target_compile_options(${target} PUBLIC --coverage -O0)
+  target_link_options(${target} PUBLIC --coverage)
+  if(WIN32)
+    keyreap_keep_counters(${target})
+  endif()
+endfunction()
+
+# Has the counters written by processes that don't exit, too (tests/support/keptcounters.cpp). An import's symbol
+# carries its argument bytes in 32 bits only.
+function(keyreap_keep_counters target)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(replaced __imp_TerminateProcess __imp_SetUnhandledExceptionFilter)
+  else()
+    set(replaced _imp__TerminateProcess@8 _imp__SetUnhandledExceptionFilter@4)
+  endif()
+  list(TRANSFORM replaced PREPEND "-Wl,--wrap=")
+  target_link_options(${target} PUBLIC -Wl,--wrap=abort ${replaced})
+  target_link_libraries(${target} PUBLIC keyreap_keptcounters)
+endfunction()

@@ -12,6 +12,8 @@ SAMPLE_STEP=10
 WINDOWS_PRESETS=(x64 x86)
 NATIVE_PRESETS=(native native-sanitized)
 
+SAMPLES=$BUILD/samples
+
 # all_suites: prints every suite, the programs first.
 all_suites() {
     local preset file name
@@ -89,7 +91,7 @@ suite_command() {
 suite_environment() {
     export KEYREAP_SHARE=$1 KEYREAP_SHARE_UNC='\\server\share' KEYREAP_SAMPLE=$2 KEYREAP_REPORT=$3
     KEYREAP_STAGE=$(windows_path "$STAGE/bin")
-    KEYREAP_SAMPLES=$(windows_path "$BUILD/samples")
+    KEYREAP_SAMPLES=$(windows_path "$SAMPLES")
     KEYREAP_GOLDEN=$(windows_path "$ROOT/tests/endtoend/golden")
     KEYREAP_SHARE_LOCAL=$(windows_path "$1")
     export KEYREAP_STAGE KEYREAP_SAMPLES KEYREAP_GOLDEN KEYREAP_SHARE_LOCAL

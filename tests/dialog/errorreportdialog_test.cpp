@@ -215,6 +215,14 @@ TEST(ErrorReportDialog, CopiesDetailsOfAnyLength) {
     EXPECT_EQ(ClipboardText(), details);
 }
 
+TEST(ErrorReportDialog, CommandsOfNoButtonDoNothing) {
+    const ShownDialog dialog(title, Showing(withDetails));
+    const std::vector<RECT> before = AllAreas(dialog);
+    SendMessageW(dialog.Window(), WM_COMMAND, Id::message, 0);
+    ExpectSameAreas(AllAreas(dialog), before);
+    EXPECT_FALSE(dialog.Shows(Id::details));
+}
+
 TEST(ErrorReportDialog, CloseEndsIt) {
     ShownDialog dialog(title, Showing(withDetails));
     PostMessageW(dialog.Control(Id::close), BM_CLICK, 0, 0);

@@ -8,7 +8,7 @@ import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-PROGRAMS = ROOT / "build" / "x64" / "tests"
+PROGRAMS = Path(os.environ.get("KEYREAP_PROGRAMS", ROOT / "build" / "x64" / "tests"))
 PICTURES = ROOT / "build" / "pictures"
 SESSION = ROOT / "scripts" / "wine-session.sh"
 PATIENCE = 120

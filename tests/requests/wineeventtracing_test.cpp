@@ -1,5 +1,8 @@
 #include "trace/wineeventtracing.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "platform/os/registryevent.h"
@@ -35,8 +38,7 @@ class WineEventTracingLive : public testing::Test {
 protected:
     WineEventTracingLive() { called = {}; }
 
-    // Runs the log through the callbacks and gives the status.
-    ULONG Process() {
+    TRACEHANDLE Open() {
         std::wstring name = path;
         EVENT_TRACE_LOGFILEW log{};
         log.LogFileName = name.data();
@@ -44,6 +46,12 @@ protected:
         log.BufferCallback = OnBuffer;
         const TRACEHANDLE handle = tracing.Open(log);
         EXPECT_NE(handle, INVALID_PROCESSTRACE_HANDLE);
+        return handle;
+    }
+
+    // Runs the log through the callbacks and gives the status.
+    ULONG Process() {
+        const TRACEHANDLE handle = Open();
         const ULONG status = tracing.Process(handle);
         EXPECT_EQ(tracing.Close(handle), ULONG{ERROR_SUCCESS});
         EXPECT_EQ(tracing.Close(handle), ULONG{ERROR_INVALID_HANDLE});
@@ -76,6 +84,16 @@ TEST_F(WineEventTracingLive, TheReaderOfALogCanEndTheReading) {
     EXPECT_EQ(Process(), ULONG{ERROR_CANCELLED});
     EXPECT_EQ(called.buffers, 1);
     EXPECT_EQ(called.events, 1);
+}
+
+TEST_F(WineEventTracingLive, ALogThatIsEmptiedWhileItIsOpenCanNotBeRead) {
+    ASSERT_EQ(trace.Start(), ULONG{ERROR_SUCCESS});
+    EXPECT_TRUE(trace.Stop());
+    const TRACEHANDLE handle = Open();
+    { const std::ofstream emptied{std::filesystem::path(path)}; }
+    EXPECT_EQ(tracing.Process(handle), ULONG{ERROR_READ_FAULT});
+    EXPECT_EQ(called.events, 0);
+    EXPECT_EQ(tracing.Close(handle), ULONG{ERROR_SUCCESS});
 }
 
 TEST_F(WineEventTracingLive, WhileOneRunsTheNextGets183) {

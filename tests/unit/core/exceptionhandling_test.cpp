@@ -223,15 +223,24 @@ TEST(MessageComposition, AnExceptionFromTheErrorObjectBecomesTheFixedText) {
 
 TEST(MessageComposition, AFailureInSetWin32ErrorBecomesTheFixedText) {
     WindowsException exception(raisingFile, 1);
-    testsupport::FailNextAllocation();
+    testsupport::FailNextAllocations(1);
     exception.SetWin32Error(5);
     EXPECT_EQ(exception.Message(), compositionFailed);
     EXPECT_EQ(exception.ErrorCode(), 5U);
 }
 
+TEST(MessageComposition, WithoutMemoryForTheFixedTextEitherTheMessageIsEmpty) {
+    WindowsException exception(raisingFile, 1);
+    exception.SetWin32Error(2);
+    testsupport::FailNextAllocations(2);
+    exception.SetWin32Error(5);
+    EXPECT_EQ(exception.Message(), L"");
+    EXPECT_EQ(exception.ErrorCode(), 5U);
+}
+
 TEST(MessageComposition, AFailureWithAMessageIdentifierBecomesTheFixedText) {
     std::wstring file = raisingFile;
-    testsupport::FailNextAllocation();
+    testsupport::FailNextAllocations(1);
     const Exception exception(std::move(file), 50, messageid::writeFailed);
     EXPECT_EQ(exception.Message(), compositionFailed);
     EXPECT_EQ(exception.ErrorCode(), 0xE0010064U);

@@ -3,16 +3,19 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
-#include <utility>
 
 namespace {
 
-bool failNext = false;
+int failuresLeft = 0;
 
 } // namespace
 
 void* operator new(std::size_t size) {
-    void* memory = std::exchange(failNext, false) ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (failuresLeft > 0) {
+        --failuresLeft;
+        throw std::bad_alloc();
+    }
+    void* memory = std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -29,8 +32,8 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 namespace keyreap::testsupport {
 
-void FailNextAllocation() {
-    failNext = true;
+void FailNextAllocations(int count) {
+    failuresLeft = count;
 }
 
 } // namespace keyreap::testsupport

@@ -67,6 +67,14 @@ TEST_F(TemporaryFiles, ReservingInAMissingDirectoryFailsAndLeavesTheNameAlone) {
     EXPECT_EQ(name, L"before");
 }
 
+TEST_F(TemporaryFiles, DirectoryThatTheSystemCanNotNameIsEmptyAndNothingIsReservedThere) {
+    const TemporaryDirectoryChange tooLong(folder.File(std::wstring(300, L'd')));
+    EXPECT_EQ(GetTempDirectory().Text(), L"");
+    std::wstring name = L"before";
+    EXPECT_FALSE(ReserveTempName(L"ETL", name));
+    EXPECT_EQ(name, L"before");
+}
+
 TEST_F(TemporaryFiles, ExtensionTakesThePlaceOfTmp) {
     const WidePath path = CreateTempFileWithExtension(L"tlb", L"tlb");
     EXPECT_TRUE(path.Text().ends_with(L".tlb"));

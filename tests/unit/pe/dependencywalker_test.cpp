@@ -7,6 +7,7 @@
 #include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
+#include "tests/unit/pe/failingfoldermanager.h"
 
 namespace keyreap {
 namespace {
@@ -270,6 +271,14 @@ TEST_F(DependencyWalkerTest, MissingPathIsTheSystemsErrorAndNothingIsCollected) 
     DependencyList list;
     EXPECT_EQ(DependencyWalker(Make(L"app.dll", {"a.dll"})).CollectDependencies(list),
               static_cast<std::uint32_t>(ERROR_ENVVAR_NOT_FOUND));
+    EXPECT_THAT(list, IsEmpty());
+}
+
+TEST_F(DependencyWalkerTest, WithoutTheSystemsFoldersTheStatusIsThreeAndNothingIsCollected) {
+    const std::wstring path = Make(L"asking.dll", {"beside.dll"});
+    const testsupport::FailingFolderManager noManager;
+    DependencyList list;
+    EXPECT_EQ(DependencyWalker(path).CollectDependencies(list), 3U);
     EXPECT_THAT(list, IsEmpty());
 }
 

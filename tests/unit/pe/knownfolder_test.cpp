@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/pe/failingfoldermanager.h"
+
 namespace keyreap {
 namespace {
 
@@ -48,6 +50,13 @@ TEST(FindKnownFolder, SystemFolderOf32BitFilesIsAnotherOnA64BitSystem) {
 TEST(FindKnownFolder, UnknownFolderLeavesThePathAndCountsAsSuccess) {
     EXPECT_EQ(Found(unknownFolder), L"before");
     EXPECT_EQ(Found(L""), L"before");
+}
+
+TEST(FindKnownFolder, WithoutTheSystemsManagerFailsAndLeavesThePath) {
+    const testsupport::FailingFolderManager noManager;
+    std::wstring path = L"before";
+    EXPECT_FALSE(FindKnownFolder(windowsFolder, path));
+    EXPECT_EQ(path, L"before");
 }
 
 TEST(FindKnownFolder, LeavesComAsItWasOnTheThread) {

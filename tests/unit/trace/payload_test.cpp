@@ -35,6 +35,13 @@ TEST(Payload, NumberThatEndsBehindTheBytesIsZero) {
     EXPECT_EQ(bytes.View().Number<std::uint32_t>(0), 0xFFFFFFFFU);
 }
 
+TEST(Payload, NumberOfAnySizeIsZeroIfItEndsBehindTheBytes) {
+    const Exactly bytes(PayloadBuilder().U32(0xFFFFFFFF));
+    EXPECT_EQ(bytes.View().NumberOf(1, 4), 0U);
+    EXPECT_EQ(bytes.View().NumberOf(0, 5), 0U);
+    EXPECT_EQ(bytes.View().NumberOf(1, 3), 0xFFFFFFU);
+}
+
 TEST(Payload, OffsetNearTheEndOfAllNumbersIsOutside) {
     const Exactly bytes(PayloadBuilder().U64(1));
     EXPECT_FALSE(bytes.View().Holds(SIZE_MAX, 4));

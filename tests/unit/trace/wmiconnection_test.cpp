@@ -226,6 +226,30 @@ TEST_F(FindEventClass, ElementsWithoutAPlaceInAVariantMatchNothing) {
     EXPECT_EQ(Find(2, 1), L"");
 }
 
+TEST_F(FindEventClass, ElementsOfNoTypeMatchNothing) {
+    SAFEARRAY* array = nullptr;
+    ASSERT_EQ(SafeArrayAllocDescriptor(1, &array), S_OK);
+    array->cbElements = sizeof(LONG);
+    array->rgsabound[0] = {2, 0};
+    ASSERT_EQ(SafeArrayAllocData(array), S_OK);
+    _variant_t untyped;
+    V_ARRAY(&untyped) = array;
+    V_VT(&untyped) = VT_ARRAY | VT_I4;
+    AddVersionClass(L"Registry", registryGuidText, 2);
+    AddTypeClass(L"Registry", L"Untyped", untyped);
+    EXPECT_EQ(Find(2, 0), L"");
+}
+
+TEST_F(FindEventClass, ArrayOfTwoDimensionsMatchesNothing) {
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {2, 0}};
+    _variant_t table;
+    V_ARRAY(&table) = SafeArrayCreate(VT_I4, 2, bounds);
+    V_VT(&table) = VT_ARRAY | VT_I4;
+    AddVersionClass(L"Registry", registryGuidText, 2);
+    AddTypeClass(L"Registry", L"Table", table);
+    EXPECT_EQ(Find(2, 0), L"");
+}
+
 TEST_F(FindEventClass, SubclassWithoutReadableEventTypeMatches) {
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Ahead", 10L);
