@@ -232,12 +232,13 @@ TEST_F(FindEventClass, ElementsOfNoTypeMatchNothing) {
     array->cbElements = sizeof(LONG);
     array->rgsabound[0] = {2, 0};
     ASSERT_EQ(SafeArrayAllocData(array), S_OK);
+    static_cast<LONG*>(array->pvData)[1] = 14;
     _variant_t untyped;
     V_ARRAY(&untyped) = array;
     V_VT(&untyped) = VT_ARRAY | VT_I4;
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Untyped", untyped);
-    EXPECT_EQ(Find(2, 0), L"");
+    EXPECT_EQ(Find(2, 14), L"");
 }
 
 TEST_F(FindEventClass, ArrayOfTwoDimensionsMatchesNothing) {
