@@ -197,6 +197,8 @@ TEST_P(EitherBitness, SectionsAlignedToLessThanAPageLieAsInTheFile) {
     image.Set<std::uint32_t>("sections", secondAddress, 0x1200);
     image.Set<std::uint32_t>("optional", sectionAlignment, 0x800);
     EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("optional", sectionAlignment, 0x1800);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout()) << "nor is this a number of whole pages";
     image.Set<std::uint32_t>("optional", sectionAlignment, 0x2000);
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
 }
@@ -211,6 +213,22 @@ TEST_P(EitherBitness, SectionWithMoreBytesThanRoomIsNoLayout) {
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
     image.Set<std::uint32_t>("sections", virtualSize, 0);
     EXPECT_FALSE(File(image.bytes).View().HasLayout()) << "the second section begins a page behind the first";
+}
+
+TEST_P(EitherBitness, SectionOfWholePagesEndsWhereTheNextBegins) {
+    constexpr std::ptrdiff_t virtualSize = 8;
+    image.Set<std::uint32_t>("sections", virtualSize, 0x1000);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", virtualSize, 0x1001);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+}
+
+TEST_P(EitherBitness, SectionWithoutASizeInMemoryHasThatOfItsBytes) {
+    constexpr std::ptrdiff_t virtualSize = 8;
+    constexpr std::ptrdiff_t fileSize = 16;
+    image.Set<std::uint32_t>("sections", virtualSize, 0);
+    image.Set<std::uint32_t>("sections", fileSize, 0x1000);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
 }
 
 TEST_P(EitherBitness, BaseThatIsNoMultipleOf64KiBIsNoLayout) {

@@ -245,6 +245,13 @@ TEST_F(RegistryEventHandlerTest, AnUnknownHandleLeavesItsRecordUnresolved) {
     EXPECT_EQ(handle, operation.keyHandle);
 }
 
+TEST_F(RegistryEventHandlerTest, ACompleteNameWithAnUnknownHandleKeepsItsRoot) {
+    const RegistryOperation operation = PlayOne(OurTrace().OpenKey(handle, acmeKernelPath));
+    EXPECT_EQ(localMachineRoot, operation.root);
+    EXPECT_EQ(L"SOFTWARE\\Acme", operation.keyPath);
+    EXPECT_EQ(handle, operation.keyHandle);
+}
+
 TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
     TraceBuilder trace = OurTrace();
     trace.OpenBefore(handle, acmeKernelPath).SetValue(handle, L"V").CreateKey(handle, L"Sub");

@@ -94,6 +94,25 @@ TEST_F(RequestTrackerTest, ARootOfTheOtherViewIsMadeComponentByComponent) {
     EXPECT_EQ(told[2].type, registryevent::createKey);
 }
 
+TEST_F(RequestTrackerTest, BelowAProgramsOwnKeyNoRootIsMade) {
+    constexpr std::uint32_t asked = 0x00020206;
+    story.Create(THREAD, R"(\Registry\Machine)", 8, {.access = 0x02000200, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "A", 12, {.parent = 8, .access = asked, .status = "OBJECT_NAME_EXISTS"});
+    story.Create(THREAD, "B", 16, {.parent = 12, .access = asked, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[1].type, registryevent::createKey);
+    EXPECT_EQ(told[2].type, registryevent::createKey);
+}
+
+TEST_F(RequestTrackerTest, BelowAKeyThatWasOpenedNoRootIsMade) {
+    constexpr std::uint32_t way = 0x02000200;
+    story.Create(THREAD, R"(\Registry\Machine)", 8, {.access = way, .status = "OBJECT_NAME_EXISTS"});
+    story.Open(THREAD, "Software", 12, {.parent = 8, .access = way});
+    story.Create(THREAD, "A", 16, {.parent = 12, .access = way, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[2].type, registryevent::createKey);
+}
+
 TEST_F(RequestTrackerTest, WhatInnerPartsCreateIsToldAsOpenedIfItWasThere) {
     story.Open(THREAD, R"(\Registry\User\S-1-5-21-0-0-0-1000)", 8);
     story.Create(THREAD, R"(Control Panel\Colors)", 12, {.parent = 8, .status = "OBJECT_NAME_EXISTS"});
@@ -302,6 +321,12 @@ TEST_F(RequestTrackerTest, ACopyIsOfTheSameKey) {
 TEST_F(RequestTrackerTest, ACopyMayTakeTheSourceAway) {
     story.Duplicate(THREAD, RequestStory::SELF, 4, RequestStory::SELF, 8, 1);
     EXPECT_EQ(PathBehind(4), L"");
+    EXPECT_EQ(PathBehind(8), SOFTWARE);
+}
+
+TEST_F(RequestTrackerTest, ACopyWithTheSameRightsLeavesItsSource) {
+    story.Duplicate(THREAD, RequestStory::SELF, 4, RequestStory::SELF, 8, 2);
+    EXPECT_EQ(PathBehind(4), SOFTWARE);
     EXPECT_EQ(PathBehind(8), SOFTWARE);
 }
 
