@@ -147,6 +147,17 @@ TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) 
     EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\Machine\\System");
 }
 
+TEST_F(RequestRecorderTest, AKeyElsewhereIsToldSoThoughItsRealNameIsAsLong) {
+    story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\Real)"});
+    story.Open(THREAD, "Link", 12, {.parent = 4, .realPath = R"(REGISTRY\Machine\Hardware\Link)"});
+    story.Open(THREAD, "Link", 16, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software.Link)"});
+    const std::vector<Event> events = EventsOfType(registryevent::openKey);
+    ASSERT_EQ(events.size(), 3U);
+    EXPECT_EQ(events[0].payload.KeyName, L"\\REGISTRY\\Machine\\Software\\Real");
+    EXPECT_EQ(events[1].payload.KeyName, L"\\REGISTRY\\Machine\\Hardware\\Link");
+    EXPECT_EQ(events[2].payload.KeyName, L"\\REGISTRY\\Machine\\Software.Link");
+}
+
 TEST_F(RequestRecorderTest, TheViewOfA32BitProcessIsToldUnderItsRealName) {
     story.Process(0x30, 0x34, RequestStory::I386);
     story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
