@@ -4,15 +4,30 @@
 
 namespace keyreap {
 
-std::optional<StartedProcess> StartProcess(const std::wstring& application, std::wstring commandLine,
-                                           DWORD flags) {
+namespace {
+
+bool Create(const std::wstring& application, std::wstring commandLine, DWORD flags,
+            PROCESS_INFORMATION& information) {
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
+    return CreateProcessW(application.empty() ? nullptr : application.c_str(),
+                          commandLine.empty() ? nullptr : commandLine.data(), nullptr, nullptr, FALSE, flags,
+                          nullptr, nullptr, &startup, &information) != FALSE;
+}
+
+} // namespace
+
+std::optional<StartedProcess> StartProcess(const std::wstring& application, const std::wstring& commandLine,
+                                           DWORD flags) {
+    // Of some thousand starts under Wine one comes to nothing before any code of the program ran, with this
+    // error.
+    constexpr DWORD cameToNothing = ERROR_INTERNAL_ERROR;
+    constexpr int attempts = 3;
     PROCESS_INFORMATION information{};
-    if (!CreateProcessW(application.empty() ? nullptr : application.c_str(),
-                        commandLine.empty() ? nullptr : commandLine.data(), nullptr, nullptr, FALSE, flags,
-                        nullptr, nullptr, &startup, &information)) {
-        return std::nullopt;
+    for (int attempt = 1; !Create(application, commandLine, flags, information); ++attempt) {
+        if (GetLastError() != cameToNothing || attempt == attempts) {
+            return std::nullopt;
+        }
     }
     return StartedProcess{OwnedHandle(information.hProcess), OwnedHandle(information.hThread),
                           information.dwProcessId};

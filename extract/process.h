@@ -17,7 +17,7 @@ struct StartedProcess {
 // Starts a program with the parent's environment and directory and no inherited handles. `flags` are those of
 // CreateProcessW; an empty application or command line is passed as null. Nothing, with the reason in
 // GetLastError, if it can't be started.
-std::optional<StartedProcess> StartProcess(const std::wstring& application, std::wstring commandLine,
+std::optional<StartedProcess> StartProcess(const std::wstring& application, const std::wstring& commandLine,
                                            DWORD flags);
 
 // Starts a program and, if `exitStatus` isn't null, waits for its end, however long that takes, and gives its
