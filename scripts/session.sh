@@ -14,6 +14,11 @@ POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 INHERITED=()
 for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
 
+# What starts the session's command, if the system allows it: with its memory in the usual places. In places drawn by lot a
+# program's own now and then lies where Wine has to have a page (0x7FFE0000), and one start in some thousand comes to nothing.
+STEADY=()
+! setarch -R true 2>/dev/null || STEADY=(setarch -R)
+
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
@@ -114,7 +119,7 @@ log_requests() {
 run_in_session() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
-    env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" "$@" <&0 8>&- 9>&- &
+    "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" "$@" <&0 8>&- 9>&- &
     # Quietly: the shell would tell of a command that a signal ended.
     { wait "$!"; } 2>/dev/null
 }

@@ -4,7 +4,7 @@ import os
 import signal
 import subprocess
 
-from conftest import SESSION, is_locked, processes_of, until
+from conftest import SESSION, is_locked, processes_of, run, until
 
 SYSTEM_FILE = "C:\\windows\\system32\\"
 
@@ -56,6 +56,22 @@ def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
 
 def test_a_session_stays_on_one_core(pool):
     assert pool.run("nproc").stdout == "1\n"
+
+
+def test_memory_lies_in_its_usual_places_if_the_system_allows_it(pool):
+    personality = ("cat", "/proc/self/personality")
+    usual = run("setarch", "-R", *personality)
+    assert pool.run(*personality).stdout == (usual if usual.returncode == 0 else run(*personality)).stdout
+
+
+def test_a_session_runs_where_memory_must_lie_anywhere(pool, tmp_path):
+    refusal = tmp_path / "setarch"
+    refusal.write_text("#!/bin/sh\nexit 1\n")
+    refusal.chmod(0o755)
+    path = "%s:%s" % (tmp_path, os.environ["PATH"])
+    assert pool.run("cat", "/proc/self/personality", env={"PATH": path}).stdout == run(
+        "cat", "/proc/self/personality"
+    ).stdout
 
 
 def test_the_display_is_the_callers_unless_told_otherwise(pool):
