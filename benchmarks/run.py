@@ -248,20 +248,27 @@ def log_name(events, share):
     return "%d-%d" % (events, share)
 
 
-def part_times(sizes, logs):
-    """Medians, in seconds of processor time, by the name of the part; repetitions of all parts come mixed."""
-    command = [PARTS, str(sizes.operations), str(sizes.keys), *logs]
+def compared_parts(sizes, logs, compared):
+    """All repetitions of the parts whose names the pattern finds, mixed: they meet the same moments of the machine."""
+    command = [PARTS, str(sizes.operations), str(sizes.keys), *logs, "--benchmark_filter=" + compared]
     command += ["--benchmark_format=json", "--benchmark_enable_random_interleaving=true"]
     command += ["--benchmark_repetitions=%d" % sizes.repetitions, "--benchmark_min_time=%g" % sizes.part_seconds]
     # Of the processor's special instructions the library's SHA-1 is to use none.
     environment = dict(os.environ, OPENSSL_ia32cap="0:0")
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment)
+    return json.loads(output.stdout)["benchmarks"]
+
+
+def part_times(sizes, logs):
+    """Medians, in seconds of processor time, by the name of the part, and what each part counted. One comparison
+    follows the other."""
     runs = {}
-    for run in json.loads(output.stdout)["benchmarks"]:
-        if run.get("error_occurred"):
-            sys.exit("bench: %s: %s" % (run["name"], run["error_message"]))
-        if run["run_type"] == "iteration":
-            runs.setdefault(run["name"], []).append(run)
+    for compared in ["^operations/", "^sha1/", *("/%s$" % log.stem for log in logs)]:
+        for run in compared_parts(sizes, logs, compared):
+            if run.get("error_occurred"):
+                sys.exit("bench: %s: %s" % (run["name"], run["error_message"]))
+            if run["run_type"] == "iteration":
+                runs.setdefault(run["name"], []).append(run)
     scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3}
     seconds = {name: [run["cpu_time"] * scale[run["time_unit"]] for run in all] for name, all in runs.items()}
     times = {name: statistics.median(all) for name, all in seconds.items()}
