@@ -19,6 +19,11 @@ bool Create(const std::wstring& application, std::wstring commandLine, DWORD fla
 
 std::optional<StartedProcess> StartProcess(const std::wstring& application, const std::wstring& commandLine,
                                            DWORD flags) {
+    if (application.empty() && commandLine.empty()) {
+        // Wine's call would read the command line that isn't there.
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return std::nullopt;
+    }
     // Of some thousand starts under Wine one comes to nothing before any code of the program ran, with this
     // error.
     constexpr DWORD cameToNothing = ERROR_INTERNAL_ERROR;

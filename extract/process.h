@@ -15,8 +15,8 @@ struct StartedProcess {
 };
 
 // Starts a program with the parent's environment and directory and no inherited handles. `flags` are those of
-// CreateProcessW; an empty application or command line is passed as null. Nothing, with the reason in
-// GetLastError, if it can't be started.
+// CreateProcessW; an empty application or command line is passed as null, and two empty ones start nothing.
+// Nothing, with the reason in GetLastError, if it can't be started.
 std::optional<StartedProcess> StartProcess(const std::wstring& application, const std::wstring& commandLine,
                                            DWORD flags);
 

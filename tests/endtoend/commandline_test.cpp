@@ -68,6 +68,18 @@ TEST_P(CommandLine, AFailedPairEndsTheRunAndLeavesTheFilesBeforeIt) {
     EXPECT_FALSE(Exists(Work(L"c.reg")));
 }
 
+TEST_P(CommandLine, AFileWithoutANameFailsLikeOneThatIsMissing) {
+    // Of backslashes alone nothing is left either.
+    for (const wchar_t* noName : {L"\"\"", L"\\", L"\\\\?\\"}) {
+        for (const wchar_t* mode : {L" keyRedir", L" trace", L""}) {
+            EXPECT_EQ(RunWith(std::wstring(L"extreg ") + noName + L" " + Quoted(Work(L"a.reg")) + mode),
+                      statusFailed)
+                << noName << mode;
+            EXPECT_FALSE(Exists(Work(L"a.reg"))) << noName << mode;
+        }
+    }
+}
+
 TEST_P(CommandLine, OfTwoPairsWithOneOutputTheLaterStays) {
     const std::wstring pairs = Pair(Server(L"failing"), Work(L"a.reg")) + L" " + PlainPair(L"a.reg");
     EXPECT_EQ(RunWith(L"extreg " + pairs + L" keyRedir"), 0U);

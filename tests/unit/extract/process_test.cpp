@@ -55,6 +55,11 @@ TEST(StartProcess, GivesTheIdOfTheProcess) {
     WaitForSingleObject(started->process.Get(), INFINITE);
 }
 
+TEST(StartProcess, NoNameAndNoCommandLineStartNothing) {
+    EXPECT_FALSE(StartProcess({}, {}, NORMAL_PRIORITY_CLASS));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
 TEST(StartProcess, LeavesNoHandleBehind) {
     DWORD before = 0;
     DWORD after = 0;
