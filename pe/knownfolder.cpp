@@ -16,7 +16,8 @@ constexpr std::wstring_view managerClass = L"{4DF0C730-DF9D-4AE3-9153-AA6B82E979
 constexpr std::wstring_view managerInterface = L"{8BE2D872-86AA-4D47-B776-32CCA40C7018}";
 constexpr DWORD defaultPathUnverified = 0x4400; // KF_FLAG_DONT_VERIFY and KF_FLAG_DEFAULT_PATH of shlobj.h
 
-// COM on this thread for the length of one lookup, left again only if it was entered anew.
+// COM on this thread for the length of one lookup, left again only if it was entered anew: an apartment of
+// the same kind that was there stays entered once more.
 class ComOnThread {
 public:
     ComOnThread() : entered(CoInitialize(nullptr) == S_OK) {}

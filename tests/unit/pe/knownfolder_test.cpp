@@ -65,6 +65,17 @@ TEST(FindKnownFolder, LeavesComAsItWasOnTheThread) {
     CoUninitialize();
 }
 
+TEST(FindKnownFolder, LeavesAnApartmentOfItsOwnKindEnteredOnceMore) {
+    ASSERT_EQ(CoInitialize(nullptr), S_OK);
+    Found(windowsFolder);
+    CoUninitialize();
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE)
+        << "the thread was left out of it";
+    CoUninitialize();
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    CoUninitialize();
+}
+
 TEST(FindKnownFolder, WorksInAnApartmentThatIsThere) {
     ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_TRUE(IsFolder(Found(windowsFolder)));
