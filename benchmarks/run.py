@@ -19,6 +19,7 @@ BUILD = ROOT / "build"
 PARTS = BUILD / "native" / "benchmarks" / "partbench"
 MEMORY = BUILD / "native" / "benchmarks" / "replaymemory"
 REGISTRY = BUILD / "x64" / "benchmarks" / "registrybench.exe"
+PLAIN = BUILD / "x64" / "benchmarks" / "plainregistration.exe"
 KEYREAP = BUILD / "stage" / "bin" / "x64" / "Keyreap.exe"
 DRIVE_C = BUILD / "wine" / "base" / "linked"
 WINE = "/usr/bin/wine"
@@ -136,6 +137,12 @@ def nothing():
     return {"nothing": [["ours", [zero_or_one(ours)]], ["other", [zero_or_one(other)]]]}
 
 
+def plain_registration(sizes):
+    """The first module registered by a program that captures nothing, but loads at its start what ours loads."""
+    module = sizes.modules[0]
+    return {"plain": [["ours", [[WINE, windows_path(PLAIN), SYSTEM + module]]], ["other", [regsvr32(module)]]]}
+
+
 def many_servers(sizes, work):
     modules = [file.name for file in servers()[: sizes.servers]]
     ours = [keyreap(work, modules, "keyRedir")]
@@ -216,17 +223,23 @@ def check_tree(sizes, work):
 def process_rows(table, sizes, work):
     say("whole processes")
     rounds = {"": sizes.rounds, **dict.fromkeys(("many", "export", "tree"), sizes.long_rounds)}
-    cases = {**nothing(), **single_server(sizes, work, "keyRedir"), **many_servers(sizes, work), **tree(sizes, work)}
-    cases.update(usual_way(sizes, work))
+    cases = {**nothing(), **plain_registration(sizes), **single_server(sizes, work, "keyRedir")}
+    cases.update({**many_servers(sizes, work), **tree(sizes, work), **usual_way(sizes, work)})
     plain = medians(in_session(work, rounds, cases, [fill_tree(sizes)]))
-    traced = medians(in_sessions(work, sizes.traced_rounds, single_server(sizes, work, "both"), "--requests"))
+    cases = {**nothing(), **single_server(sizes, work, "both")}
+    traced = medians(in_sessions(work, sizes.traced_rounds, cases, "--requests"))
     check_tree(sizes, work)
     for mode, times, aim in (("keyRedir", plain, 1.15), ("both", traced, 1.5)):
         for module in sizes.modules:
             ours, other = times[module]["ours"], times[module]["other"]
             table.add("one server, `%s`, %s; regsvr32" % (mode, module), "ms", ours * 1e3, other * 1e3, at_most=aim)
-    idle = plain["nothing"]
-    table.add("start and end of the program; regsvr32", "ms", idle["ours"] * 1e3, idle["other"] * 1e3)
+    bounds = (
+        ("start and end of the program; regsvr32", plain["nothing"]),
+        ("the same, with a request log; regsvr32", traced["nothing"]),
+        ("its loads, and %s registered; regsvr32" % sizes.modules[0], plain["plain"]),
+    )
+    for name, sides in bounds:
+        table.add(name, "ms", sides["ours"] * 1e3, sides["other"] * 1e3)
     each = 1e3 / sizes.servers
     many, usual, big = plain["many"], plain["export"], plain["tree"]
     name = "%d servers, each; regsvr32" % sizes.servers

@@ -12,6 +12,9 @@ ROOT = Path(__file__).resolve().parents[2]
 MEASURES = [
     "one server, `keyRedir`; regsvr32",
     "one server, `both`; regsvr32",
+    "start and end of the program; regsvr32",
+    "the same, with a request log; regsvr32",
+    "its loads, and; regsvr32",
     "2 servers, each; regsvr32",
     "one capture; export, register, export",
     "harvest; reg export",
