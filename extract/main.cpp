@@ -1,9 +1,6 @@
 #include "extract/extractcommand.h"
+#include "extract/startmodules.h"
 #include "platform/core/osversion.h"
-
-#include <windows.h>
-
-#include <commctrl.h>
 
 #include <cwchar>
 
@@ -12,13 +9,7 @@ namespace {
 constexpr int noVerb = -1;
 
 void PrepareProcess() {
-    const INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_BAR_CLASSES | ICC_DATE_CLASSES |
-                                                              ICC_USEREX_CLASSES | ICC_COOL_CLASSES |
-                                                              ICC_INTERNET_CLASSES};
-    InitCommonControlsEx(&controls);
-    // Loaded for the life of the process, so that neither is ever loaded while the roots are redirected.
-    LoadLibraryW(L"IPHLPAPI.DLL");
-    LoadLibraryW(L"MPR.DLL");
+    keyreap::LoadStartModules();
     // Read now: while HKEY_LOCAL_MACHINE is redirected, a first read would see the temporary tree.
     keyreap::RunningVersion();
     keyreap::VistaVersion();
