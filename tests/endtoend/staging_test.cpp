@@ -130,6 +130,18 @@ TEST_P(Share, AMissingInputFailsAndLeavesNothing) {
     EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
 }
 
+// The copy has no folder then, only its name.
+TEST_P(Share, WithoutATemporaryDirectoryTheCopyComesAndGoesInTheCurrentOneOverWhatIsThere) {
+    ASSERT_TRUE(Put(L"selfpath.dll", L"selfpath.dll"));
+    RemoveDirectoryWithContents(TemporaryFolder());
+    MakeDirectory(Work(L"current"));
+    ASSERT_TRUE(WriteText(Work(L"current\\selfpath.dll"), "of the caller"));
+    const std::wstring line = CaptureLine(GetParam().program, Unc(L"selfpath.dll"), Work(L"out.reg"));
+    EXPECT_EQ(RunLine(line, Work(L"current")), 0U);
+    EXPECT_EQ(StagedPath(), Work(L"current\\selfpath.dll"));
+    EXPECT_EQ(ListTree(Work(L"current")), std::vector<std::wstring>());
+}
+
 TEST_P(Share, AnInputByItsLocalNameIsNotCopied) {
     ASSERT_TRUE(Put(L"selfpath.dll", L"selfpath.dll"));
     EXPECT_EQ(CaptureOf(L"\\\\?\\" + Local(L"selfpath.dll")), 0U);

@@ -131,6 +131,17 @@ TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInThePlaceOfTheCopy) {
     EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
 }
 
+// The staged file has no folder then, only its extension, and the file's path goes into the place of that.
+TEST_P(CarriedLibrary, WithoutATemporaryDirectoryComesAndGoesInTheCurrentOneAndIsNamedWrongly) {
+    RemoveDirectoryWithContents(TemporaryFolder());
+    MakeDirectory(Work(L"current"));
+    const std::wstring file = Sample(GetParam(), L"exporting.exe");
+    EXPECT_EQ(RunLine(CaptureLine(GetParam(), file, Work(L"out.reg")), Work(L"current")), 0U);
+    EXPECT_NE(ReadUnits(Work(L"out.reg")).find(Doubled(Work(L"current\\") + file) + L"\""),
+              std::wstring::npos);
+    EXPECT_EQ(ListTree(Work(L"current")), std::vector<std::wstring>());
+}
+
 TEST_P(CarriedLibrary, OfAProgramIsRegisteredBesideTheProgram) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibone.exe")), 0U);
     EXPECT_TRUE(ProgramRan());
