@@ -172,6 +172,48 @@ TEST_F(RegKeyTest, DeleteSubtreeStopsAtAKeyThatCannotBeDeleted) {
     EXPECT_TRUE(scratch.Has(L"tree\\c"));
 }
 
+// A key below HKEY_LOCAL_MACHINE in both views, with a subkey in each, and the root opened in the view that
+// isn't this process's own.
+class OtherViewTest : public testing::Test {
+protected:
+    static constexpr std::uint32_t ownView = sizeof(void*) == 8 ? KEY_WOW64_64KEY : KEY_WOW64_32KEY;
+    static constexpr std::uint32_t otherView = RegKey::viewMask & ~ownView;
+
+    OtherViewTest() {
+        for (const std::uint32_t view : {ownView, otherView}) {
+            RegKey key;
+            EXPECT_EQ(key.Create(HKEY_LOCAL_MACHINE, name + L"\\sub", RegKey::readWriteAccess | view),
+                      ERROR_SUCCESS);
+        }
+        EXPECT_EQ(root.Open(HKEY_LOCAL_MACHINE, L"", RegKey::readWriteAccess | otherView), ERROR_SUCCESS);
+    }
+    ~OtherViewTest() override {
+        for (const std::uint32_t view : {ownView, otherView}) {
+            RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (name + L"\\sub").c_str(), view, 0);
+            RegDeleteKeyExW(HKEY_LOCAL_MACHINE, name.c_str(), view, 0);
+        }
+    }
+
+    bool Has(const std::wstring& subkey, std::uint32_t view) const {
+        return RegKey().Open(HKEY_LOCAL_MACHINE, name + subkey, RegKey::readAccess | view) == ERROR_SUCCESS;
+    }
+
+    const std::wstring name = L"Software\\KeyreapView";
+    RegKey root;
+};
+
+TEST_F(OtherViewTest, DeleteKeyDeletesInTheViewOfTheOpenKey) {
+    EXPECT_EQ(root.DeleteKey(name + L"\\sub"), ERROR_SUCCESS);
+    EXPECT_FALSE(Has(L"\\sub", otherView));
+    EXPECT_TRUE(Has(L"\\sub", ownView));
+}
+
+TEST_F(OtherViewTest, DeleteSubtreeStaysInTheViewOfTheOpenKey) {
+    EXPECT_EQ(root.DeleteSubtree(name), ERROR_SUCCESS);
+    EXPECT_FALSE(Has(L"", otherView));
+    EXPECT_TRUE(Has(L"\\sub", ownView));
+}
+
 TEST_F(RegKeyTest, ClearSubkeysKeepsTheKeyAndItsValues) {
     scratch.Make(L"tree\\a\\b");
     scratch.Make(L"tree\\c");
