@@ -17,7 +17,7 @@ def display():
 
 
 def test_what_windows_tell_of_themselves(display):
-    with Program(display, "window_tests.exe", "--gtest_color=no") as program:
+    with Program(display, "window_tests.exe", "--gtest_color=no", session=["--checked-heaps"]) as program:
         status = program.status(600)
         failed = [line for line in program.lines() if line.startswith("[  FAILED  ]")]
         assert (status, failed) == (0, []), "\n".join(program.lines())

@@ -67,9 +67,9 @@ class Display:
 
 
 class Program:
-    """A program that runs; its output is read line by line while it does."""
+    """A program that runs; its output is read line by line while it does. Its session may have options of its own."""
 
-    def __init__(self, display, name, *words):
+    def __init__(self, display, name, *words, session=()):
         self.display = display
         self.folder = tempfile.TemporaryDirectory()
         settings = Path(self.folder.name) / "settings.reg"
@@ -77,7 +77,8 @@ class Program:
         self.output = Path(self.folder.name) / "output"
         with self.output.open("wb") as output:
             self.process = subprocess.Popen(
-                [str(SESSION), "--ready", "bash", "-c", STARTER, "bash", str(settings), str(PROGRAMS / name), *words],
+                [str(SESSION), "--ready", *session, "bash", "-c", STARTER, "bash", str(settings), str(PROGRAMS / name),
+                 *words],
                 env=display.environment, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
 
     def __enter__(self):
