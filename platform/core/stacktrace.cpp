@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -130,13 +131,13 @@ private:
         return help.setSearchPath(process, (path.empty() ? ProgramFolder() : path).c_str()) == TRUE;
     }
 
-    std::string SymbolName(DWORD64 address) const {
+    std::optional<std::string> SymbolName(DWORD64 address) const {
         alignas(SYMBOL_INFO) std::array<std::byte, symbolBufferSize> buffer = {};
         auto* symbol = reinterpret_cast<SYMBOL_INFO*>(buffer.data());
         symbol->SizeOfStruct = sizeof(SYMBOL_INFO);
         symbol->MaxNameLen = longestSymbolName;
         if (!help.fromAddress(process, address, nullptr, symbol)) {
-            return {};
+            return std::nullopt;
         }
         return symbol->Name;
     }

@@ -34,8 +34,8 @@ std::wstring ExceptionCodeText(std::uint32_t code) {
     return L"(0x" + HexToText(code, 8) + L")";
 }
 
-std::wstring FunctionText(std::string_view name) {
-    return name.empty() ? L"-----" : Widened(name.substr(0, longestFunctionName)) + L"()";
+std::wstring FunctionText(const std::optional<std::string>& name) {
+    return name ? Widened(name->substr(0, longestFunctionName)) + L"()" : L"-----";
 }
 
 std::wstring LineText(std::string_view filePath, std::uint32_t line) {

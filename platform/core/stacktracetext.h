@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,8 +25,8 @@ std::wstring AddressText(std::uint64_t address);
 // "(0xc0000005)", as the code of a structured exception stands in a message.
 std::wstring ExceptionCodeText(std::uint32_t code);
 
-// "name()", the name cut to 2000 characters; "-----" for an empty one.
-std::wstring FunctionText(std::string_view name);
+// "name()", the name cut to 2000 characters; "-----" where no symbol is known.
+std::wstring FunctionText(const std::optional<std::string>& name);
 
 // "file.cpp:12" without the file's folders, cut to 260 characters.
 std::wstring LineText(std::string_view filePath, std::uint32_t line);

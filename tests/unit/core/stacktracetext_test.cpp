@@ -25,7 +25,11 @@ TEST(ExceptionCodeText, HasEightDigits) {
 }
 
 TEST(FunctionText, IsDashesWithoutASymbol) {
-    EXPECT_EQ(FunctionText(""), L"-----");
+    EXPECT_EQ(FunctionText(std::nullopt), L"-----");
+}
+
+TEST(FunctionText, ASymbolWithAnEmptyNameIsASymbolAllTheSame) {
+    EXPECT_EQ(FunctionText(""), L"()");
 }
 
 TEST(FunctionText, PutsParenthesesBehindTheName) {
