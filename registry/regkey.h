@@ -62,7 +62,6 @@ public:
     std::uint32_t ViewFlags() const { return viewFlags; }
     const std::wstring& Path() const { return path; }
     const std::wstring& FullName() const { return fullName; }
-    HKEY Root() const { return root; }
     std::uint32_t Access() const { return access; }
 
 private:

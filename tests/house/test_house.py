@@ -109,11 +109,6 @@ def lines_matching(pattern, names):
     return found
 
 
-def readable():
-    """Tracked text files."""
-    return [name for name in tracked() if b"\0" not in (ROOT / name).read_bytes()]
-
-
 def test_every_room_has_its_place_among_the_arrows():
     assert set(ROOMS) == set(ARROWS)
 
