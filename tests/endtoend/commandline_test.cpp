@@ -109,6 +109,23 @@ TEST_P(CommandLine, ARelativeOutputCountsFromTheCurrentDirectory) {
     EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
 }
 
+// The system's loader is asked for the name as it was given.
+TEST_P(CommandLine, ALibraryNamedWithoutAFolderIsTheOneThatTheLoaderFindsFirst) {
+    MakeDirectory(Work(L"program"));
+    MakeDirectory(Work(L"current"));
+    ASSERT_TRUE(Copy(Keyreap(GetParam()), Work(L"program\\Keyreap.exe")));
+    ASSERT_TRUE(Copy(Server(L"silent"), Work(L"program\\server.dll")));
+    ASSERT_TRUE(Copy(Server(L"plain"), Work(L"current\\server.dll")));
+    const auto capture = [&](const std::wstring& file) {
+        const std::wstring line = Quoted(Work(L"program\\Keyreap.exe")) + L" extreg ";
+        return RunLine(line + Pair(file, Work(L"a.reg")) + L" keyRedir", Work(L"current"));
+    };
+    EXPECT_EQ(capture(L"server.dll"), 0U);
+    EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("silent.reg")));
+    EXPECT_EQ(capture(L".\\server.dll"), 0U);
+    EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
+}
+
 INSTANTIATE_TEST_SUITE_P(InBothBuilds, CommandLine, testing::Values(Bitness::x64, Bitness::x86), NameOfBuild);
 
 } // namespace
