@@ -20,18 +20,13 @@ constexpr std::size_t threadIdField = 4;
 
 void ThreadProcessMap::Record(std::uint32_t threadId, std::int64_t time, std::uint32_t processId) {
     Owners& owners = threads[threadId];
-    const auto following = owners.upper_bound(time);
-    if (following != owners.begin() && std::prev(following)->second == processId) {
-        return;
+    // Of two processes at one time the one seen later counts.
+    const auto entry = owners.insert_or_assign(time, processId).first;
+    if (const auto next = std::next(entry); next != owners.end() && next->second == processId) {
+        owners.erase(next);
     }
-    if (following != owners.end() && following->second == processId) {
-        owners.erase(following);
-    }
-    // Of two processes at one time the one seen later counts, and the entry before may say so already.
-    owners.erase(time);
-    const auto next = owners.upper_bound(time);
-    if (next == owners.begin() || std::prev(next)->second != processId) {
-        owners.emplace_hint(next, time, processId);
+    if (entry != owners.begin() && std::prev(entry)->second == processId) {
+        owners.erase(entry);
     }
 }
 

@@ -105,7 +105,7 @@ HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _varia
 std::optional<std::int32_t> NumberOf(const VARIANT& value) {
     _variant_t number;
     VARIANT source = value; // the call reads it, but takes no constant one; not owned here
-    if (FAILED(VariantChangeType(&number, &source, 0, VT_I4))) {
+    if (V_VT(&value) == VT_EMPTY || FAILED(VariantChangeType(&number, &source, 0, VT_I4))) {
         return std::nullopt;
     }
     return V_I4(&number);

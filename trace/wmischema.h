@@ -14,7 +14,7 @@ namespace keyreap {
 // Reads one qualifier; what it was is gone. The status is that of IWbemQualifierSet::Get.
 HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _variant_t& value);
 
-// A variant as a number, if it can be changed to one.
+// A variant as a number, if it can be changed to one. An empty one is none.
 std::optional<std::int32_t> NumberOf(const VARIANT& value);
 
 // Fills the schema's properties from an event class, each at the place that its "WmiDataId" (from 1 on) gives

@@ -38,9 +38,8 @@ AskedKey ReadAskedKey(std::string_view fields, bool creates) {
 }
 
 KeyView ViewOf(const ServerProcess& process, const AskedKey& asked) {
-    const bool wow = process.machine == machineI386;
-    return {wow && (asked.access & keyWow64_64Key) == 0, wow && (asked.access & keyWow64_32Key) != 0,
-            (asked.attributes & objOpenLink) != 0};
+    return {process.machine == machineI386 && (asked.access & keyWow64_64Key) == 0,
+            (asked.access & keyWow64_32Key) != 0, (asked.attributes & objOpenLink) != 0};
 }
 
 KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked) {

@@ -29,12 +29,7 @@ public:
 
     bool TakesKeyRequests() const override { return next && !found; }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
-    void OnLostLines() override {
-        lost = true;
-        if (next) {
-            next->OnLostLines();
-        }
-    }
+    void OnLostLines() override { lost = true; }
     void OnMissingKey(const std::wstring& name) override { found = found || name == mark; }
 
     bool Found() const { return found; }

@@ -77,7 +77,7 @@ std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
     if (const DWORD status = MakeFile(asked.logFile); status != ERROR_SUCCESS) {
         return status;
     }
-    if (const std::uint32_t status = CatchUp(); status != ERROR_SUCCESS) {
+    if (const std::uint32_t status = CatchUp(nullptr); status != ERROR_SUCCESS) {
         DeleteFileW(asked.logFile.c_str());
         return status;
     }
@@ -87,9 +87,9 @@ std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
     return ERROR_SUCCESS;
 }
 
-// What was open before the session is known when this has succeeded.
-std::uint32_t RequestLogger::CatchUp() {
-    if (!requests.ReadToNow(nullptr)) {
+// Of all that was asked up to now. What is open is known when this has succeeded.
+std::uint32_t RequestLogger::CatchUp(KeyRequestListener* listener) {
+    if (!requests.ReadToNow(listener)) {
         return ERROR_TIMEOUT;
     }
     return requests.Whole() ? ERROR_SUCCESS : ERROR_DISK_FULL;
@@ -108,15 +108,12 @@ std::uint32_t RequestLogger::WriteLog(const Running& ended) {
     EtlFileSink sink{std::filesystem::path(ended.session.logFile)};
     EtlWriter writer(sink, HeaderOf(ended.session, ended.startSystemTime));
     RequestRecorder recorder(writer, requests.Facts(), ended.startTime);
-    bool written = writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
-    const bool complete = requests.ReadToNow(&recorder);
+    writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
+    const std::uint32_t status = CatchUp(&recorder);
     recorder.RunDown(requests.Tracker());
-    written = writer.Finish(SystemTime()) && written;
-    written = sink.Close() && written;
-    if (!complete) {
-        return ERROR_TIMEOUT;
-    }
-    return written && recorder.Complete() && !recorder.LostLines() ? ERROR_SUCCESS : ERROR_DISK_FULL;
+    const bool finished = writer.Finish(SystemTime());
+    const bool written = sink.Close() && finished;
+    return status == ERROR_SUCCESS && !written ? ERROR_DISK_FULL : status;
 }
 
 } // namespace keyreap

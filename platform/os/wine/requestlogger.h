@@ -44,7 +44,7 @@ private:
         std::int64_t startSystemTime = 0;
     };
 
-    std::uint32_t CatchUp();
+    std::uint32_t CatchUp(KeyRequestListener* listener);
     std::uint32_t WriteLog(const Running& ended);
 
     RequestLog requests;

@@ -17,9 +17,7 @@ constexpr std::uint64_t blockSize = 0x100;
 // Whether the name below the parent, as asked, is the whole way to the path: no link and no Wow6432Node lies
 // between.
 bool IsPlainName(const std::wstring& parent, const std::wstring& name, const std::wstring& path) {
-    return path.size() == parent.size() + 1 + name.size() && path[parent.size()] == L'\\' &&
-           SameKeyText(std::wstring_view(path).substr(parent.size() + 1), name) &&
-           SameKeyText(std::wstring_view(path).substr(0, parent.size()), parent);
+    return SameKeyText(path, parent + L'\\' + name);
 }
 
 } // namespace
@@ -38,7 +36,7 @@ void RequestRecorder::OnKeyRequest(const KeyRequest& request) {
     }
     event.keyHandle = BlockOf(request.key->Path(facts)).address;
     event.keyName = request.name;
-    Write(event);
+    writer.Write(event);
 }
 
 void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEvent event) {
@@ -58,7 +56,7 @@ void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEv
     }
     event.keyHandle = relative ? BlockOf(parent).address : 0;
     event.keyName = name;
-    Write(event);
+    writer.Write(event);
 }
 
 RequestRecorder::ControlBlock& RequestRecorder::BlockOf(const std::wstring& path) {
@@ -76,7 +74,7 @@ void RequestRecorder::NameBlock(std::uint8_t type, ControlBlock& block, EtlRegis
     event.keyHandle = block.address;
     event.keyName = block.path;
     block.named = true;
-    Write(event);
+    writer.Write(event);
 }
 
 void RequestRecorder::RunDown(const RequestTracker& tracker) {
@@ -104,10 +102,6 @@ std::vector<RequestRecorder::ControlBlock*> RequestRecorder::UnnamedBlocks() {
     }
     std::ranges::sort(unnamed, {}, &ControlBlock::address);
     return unnamed;
-}
-
-void RequestRecorder::Write(const EtlRegistryEvent& event) {
-    failed = !writer.Write(event) || failed;
 }
 
 } // namespace keyreap

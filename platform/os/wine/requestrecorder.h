@@ -12,7 +12,8 @@ namespace keyreap {
 
 // Writes requests about the registry as the events that the kernel logger would write for them. As there, a
 // key has one control block, whose address stands for it in every event; its name is told by an event of its
-// own when the block is made, or at the end if the key was open before.
+// own when the block is made, or at the end if the key was open before. A failure of the writer is told when
+// that finishes.
 class RequestRecorder : public KeyRequestListener {
 public:
     // No event is older than the start, given in the log's clock.
@@ -20,16 +21,11 @@ public:
         : writer(destination), facts(registry), startTime(start) {}
 
     void OnKeyRequest(const KeyRequest& request) override;
-    void OnLostLines() override { lostLines = true; }
+    void OnLostLines() override {}
     void OnMissingKey(const std::wstring&) override {}
 
     // Names the control blocks that no event has named yet, and those of all keys open now. Ends the record.
     void RunDown(const RequestTracker& tracker);
-
-    // Lines of the log are missing in the record.
-    bool LostLines() const { return lostLines; }
-    // The writer took every event.
-    bool Complete() const { return !failed; }
 
 private:
     struct ControlBlock {
@@ -43,14 +39,11 @@ private:
     std::vector<ControlBlock*> UnnamedBlocks();
     void NameBlock(std::uint8_t type, ControlBlock& block, EtlRegistryEvent event);
     void WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEvent event);
-    void Write(const EtlRegistryEvent& event);
 
     EtlWriter& writer;
     KeyFacts& facts;
     std::int64_t startTime;
     std::unordered_map<std::wstring, ControlBlock> blocks; // by path, A to Z folded
-    bool lostLines = false;
-    bool failed = false;
 };
 
 } // namespace keyreap

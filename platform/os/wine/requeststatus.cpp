@@ -8,6 +8,8 @@ namespace keyreap {
 
 namespace {
 
+constexpr std::uint32_t statusUnsuccessful = 0xC0000001; // ntstatus.h
+
 struct NamedStatus {
     std::string_view name;
     std::uint32_t value;
@@ -36,7 +38,7 @@ constexpr std::array statuses{
     NamedStatus{"OBJECT_PATH_NOT_FOUND", 0xC000003A},
     NamedStatus{"OBJECT_PATH_SYNTAX_BAD", 0xC000003B},
     NamedStatus{"OBJECT_TYPE_MISMATCH", 0xC0000024},
-    NamedStatus{"PREDEFINED_HANDLE", statusPredefinedHandle},
+    NamedStatus{"PREDEFINED_HANDLE", 0x40000016},
     NamedStatus{"PRIVILEGE_NOT_HELD", 0xC0000061},
 };
 
@@ -50,7 +52,7 @@ std::uint32_t ServerStatus(std::string_view text) {
     std::uint32_t number = 0;
     const char* const end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, number, 16);
-    return !text.empty() && result.ec == std::errc{} && result.ptr == end ? number : statusUnsuccessful;
+    return result.ec == std::errc{} && result.ptr == end ? number : statusUnsuccessful;
 }
 
 } // namespace keyreap

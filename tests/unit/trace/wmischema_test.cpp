@@ -167,6 +167,7 @@ TEST(NumberOf, ReadsEveryIntegerType) {
 
 TEST(NumberOf, WhatIsNoNumberOrTooLargeIsNone) {
     EXPECT_FALSE(NumberOf(_variant_t(L"text")));
+    EXPECT_FALSE(NumberOf(_variant_t()));
     EXPECT_FALSE(NumberOf(ArrayOf(VT_I4, {1})));
     _variant_t large;
     V_VT(&large) = VT_UI8;

@@ -15,7 +15,7 @@ const std::wstring SOFTWARE = MACHINE + L"\\Software";
 
 // How a request of this process with such an access looks at the registry.
 KeyView ViewOf(ACCESS_MASK access, ULONG attributes) {
-    return {!IS_64_BIT && (access & KEY_WOW64_64KEY) == 0, !IS_64_BIT && (access & KEY_WOW64_32KEY) != 0,
+    return {!IS_64_BIT && (access & KEY_WOW64_64KEY) == 0, (access & KEY_WOW64_32KEY) != 0,
             (attributes & OPEN_LINK) != 0};
 }
 

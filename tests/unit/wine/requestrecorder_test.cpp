@@ -123,6 +123,17 @@ TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedBeforeTheEventThatMadeIt) {
     EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
 }
 
+TEST_F(RequestRecorderTest, TheNameOfABlockIsASuccessWhateverTheOpeningCameTo) {
+    story.Open(THREAD, "009", 8,
+               {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\009)", .status = "PREDEFINED_HANDLE"});
+    const std::vector<Event> events = Events();
+    ASSERT_GE(events.size(), 2U);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
+    EXPECT_EQ(events[0].payload.Status, 0U);
+    EXPECT_EQ(events[1].header.PacketType, registryevent::openKey);
+    EXPECT_EQ(events[1].payload.Status, 0x40000016U);
+}
+
 TEST_F(RequestRecorderTest, ARelativeNameGoesWithItsParentsBlock) {
     story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     const std::vector<Event> events = Events();
@@ -246,22 +257,6 @@ TEST_F(RequestRecorderTest, WhatIsOpenAndWasNeverUsedIsNamedToo) {
     const Event event = EventOfType(registryevent::kcbRundownEnd);
     EXPECT_EQ(event.payload.KeyName, SOFTWARE);
     EXPECT_EQ(event.header.SystemTime, START);
-}
-
-TEST_F(RequestRecorderTest, MissingLinesAreRemembered) {
-    EXPECT_FALSE(recorder.LostLines());
-    recorder.OnLostLines();
-    EXPECT_TRUE(recorder.LostLines());
-}
-
-TEST_F(RequestRecorderTest, ADestinationThatFailsIsRemembered) {
-    EXPECT_TRUE(recorder.Complete());
-    sink.failFrom = 0;
-    for (int count = 0; count < 100; ++count) {
-        story.SetValue(THREAD, 4, "A");
-    }
-    Record();
-    EXPECT_FALSE(recorder.Complete());
 }
 
 TEST_F(RequestRecorderTest, NamesAreKeptUnitByUnit) {
