@@ -4,6 +4,9 @@
 
 #include <sddl.h>
 
+#include <cwchar>
+#include <iterator>
+
 namespace keyreap::testsupport {
 
 ScratchKey::ScratchKey() {
@@ -49,9 +52,11 @@ void ScratchKey::SetText(const std::wstring& subkey, const std::wstring& name, s
     SetValue(subkey, name, REG_SZ, std::wstring(text).c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
-DeniedKey::DeniedKey(HKEY parent, const wchar_t* subkey) {
+DeniedKey::DeniedKey(HKEY parent, const wchar_t* subkey, ACCESS_MASK left) {
     EXPECT_EQ(RegOpenKeyExW(parent, subkey, 0, KEY_ALL_ACCESS, &handle), ERROR_SUCCESS);
-    SetAccess(L"D:(D;;GA;;;WD)");
+    wchar_t descriptorText[40];
+    std::swprintf(descriptorText, std::size(descriptorText), L"D:(A;;0x%lX;;;WD)", left);
+    SetAccess(descriptorText);
 }
 
 DeniedKey::~DeniedKey() {

@@ -30,10 +30,10 @@ private:
     HKEY handle = nullptr;
 };
 
-// Denies everybody everything on a key, for the life of the object.
+// Denies everybody everything on a key but the rights that are left, for the life of the object.
 class DeniedKey {
 public:
-    DeniedKey(HKEY parent, const wchar_t* subkey);
+    DeniedKey(HKEY parent, const wchar_t* subkey, ACCESS_MASK left = READ_CONTROL);
     DeniedKey(const DeniedKey&) = delete;
     DeniedKey& operator=(const DeniedKey&) = delete;
     ~DeniedKey();

@@ -64,6 +64,18 @@ TEST_F(ReadLiveValueTest, AKeyThatMayNotBeOpenedFails) {
     EXPECT_FALSE(Read(L"A", L"V"));
 }
 
+TEST_F(ReadLiveValueTest, AKeyThatMayBeReadButNotWrittenFailsToo) {
+    key.SetText(L"A", L"V", L"text");
+    const testsupport::DeniedKey denied(HKEY_CURRENT_USER, key.Path(L"A").c_str(), KEY_READ);
+    EXPECT_FALSE(Read(L"A", L"V"));
+}
+
+TEST_F(ReadLiveValueTest, ReadingAndWritingIsAllTheAccessThatItTakes) {
+    key.SetText(L"A", L"V", L"text");
+    const testsupport::DeniedKey denied(HKEY_CURRENT_USER, key.Path(L"A").c_str(), 0x2001F);
+    EXPECT_TRUE(Read(L"A", L"V"));
+}
+
 TEST(HandleOf, IsThePredefinedHandle) {
     EXPECT_EQ(HKEY_CLASSES_ROOT, HandleOf(classesRoot));
     EXPECT_EQ(HKEY_CURRENT_USER, HandleOf(currentUserRoot));

@@ -119,5 +119,16 @@ TEST_F(RegistryRemoverTest, AKeyThatMayNotBeOpenedKeepsItsValues) {
     EXPECT_EQ(L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
 }
 
+TEST_F(RegistryRemoverTest, AKeyThatGrantsLessThanFullAccessKeepsItsValuesToo) {
+    key.SetText(L"A", L"V", L"1");
+    key.Make(L"A\\B");
+    {
+        const testsupport::DeniedKey denied(HKEY_CURRENT_USER, key.Path(L"A").c_str(), KEY_READ | KEY_WRITE);
+        Key(L"A", 1);
+        Value(L"V");
+    }
+    EXPECT_EQ(L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+}
+
 } // namespace
 } // namespace keyreap

@@ -82,6 +82,16 @@ TEST(TraceReader, HandlersGetEachEventInListOrderAndThenFinish) {
                      L"first event 14", L"second event 14", L"first finished", L"second finished"}));
 }
 
+TEST(TraceReader, HandlersAreAttachedAheadOfTheOpeningAndFinishBetweenTheTwoClosings) {
+    ScriptedTracing tracing;
+    SharedHandler handler(L"handler", tracing.calls);
+    TraceReader reader(tracing);
+    reader.AddHandler(handler);
+    EXPECT_TRUE(reader.Read(logPath));
+    EXPECT_EQ(tracing.calls, (Calls{L"handler attached", L"open", L"process 145", L"handler event 0",
+                                    L"close 145", L"handler finished", L"close 0"}));
+}
+
 TEST(TraceReader, EveryHandlerGetsTheSameMapOfThreads) {
     TwoHandlers it;
     it.reader.Read(logPath);

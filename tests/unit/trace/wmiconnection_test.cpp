@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace keyreap {
 namespace {
 
@@ -223,7 +225,7 @@ TEST_F(FindEventClass, ElementsWithoutAPlaceInAVariantMatchNothing) {
     V_VT(&decimals) = VT_ARRAY | VT_DECIMAL;
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Decimals", decimals);
-    EXPECT_EQ(Find(2, 1), L"");
+    EXPECT_EQ(Find(2, 0), L"");
 }
 
 TEST_F(FindEventClass, ElementsOfNoTypeMatchNothing) {
@@ -239,6 +241,7 @@ TEST_F(FindEventClass, ElementsOfNoTypeMatchNothing) {
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Untyped", untyped);
     EXPECT_EQ(Find(2, 14), L"");
+    EXPECT_EQ(Find(2, 0), L"");
 }
 
 TEST_F(FindEventClass, ArrayOfTwoDimensionsMatchesNothing) {
@@ -373,6 +376,17 @@ TEST_F(SchemaPath, ReplayByFixedLayoutsNeverConnects) {
         EXPECT_EQ(handler.decoded.size(), 2U);
     }
     EXPECT_TRUE(wmi.calls.empty());
+}
+
+TEST(RealWmi, InitialisesComOnItsThreadForAsLongAsItLives) {
+    std::thread([] {
+        {
+            const WmiConnection connection;
+            EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
+        }
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        CoUninitialize();
+    }).join();
 }
 
 TEST(RealWmi, KnowsNoClassForAGuidThatNobodyHas) {
