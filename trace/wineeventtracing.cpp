@@ -36,7 +36,7 @@ public:
     }
 
     bool OnBuffer() override {
-        goOn = !logFile.BufferCallback || logFile.BufferCallback(&logFile) != FALSE;
+        goOn = logFile.BufferCallback(&logFile) != FALSE;
         return goOn;
     }
 

@@ -98,7 +98,6 @@ bool LoadProperty(EventSchema& schema, IWbemClassObject& eventClass, const _bstr
 } // namespace
 
 HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _variant_t& value) {
-    value.Clear();
     return qualifiers.Get(name, 0, &value, nullptr);
 }
 

@@ -11,7 +11,7 @@
 
 namespace keyreap {
 
-// Reads one qualifier; what it was is gone. The status is that of IWbemQualifierSet::Get.
+// Reads one qualifier into an empty value. The status is that of IWbemQualifierSet::Get.
 HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _variant_t& value);
 
 // A variant as a number, if it can be changed to one. An empty one is none.

@@ -76,6 +76,17 @@ TEST_F(WineEventTracingLive, WhatWasTracedIsReadAgain) {
     EXPECT_GE(called.buffers, 2);
 }
 
+TEST_F(WineEventTracingLive, TheLogIsTheCircularOneThatTheTraceAskedFor) {
+    ASSERT_EQ(trace.Start(), ULONG{ERROR_SUCCESS});
+    EXPECT_TRUE(trace.Stop());
+    EtlFileSource source{std::filesystem::path(path)};
+    EtlReader log(source);
+    ASSERT_TRUE(log.Open());
+    EXPECT_EQ(log.Header().logFileMode, ULONG{EVENT_TRACE_FILE_MODE_CIRCULAR});
+    EXPECT_EQ(log.Header().maximumFileSize, 2048U);
+    EXPECT_EQ(log.Header().loggerName, L"Keyreap test logger");
+}
+
 TEST_F(WineEventTracingLive, TheReaderOfALogCanEndTheReading) {
     ASSERT_EQ(trace.Start(), ULONG{ERROR_SUCCESS});
     SetOne(scratch.Handle(), L"A");
