@@ -55,6 +55,7 @@ TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
     session.maximumFileSize = 20;
     session.logFileMode = EVENT_TRACE_FILE_MODE_CIRCULAR;
     const std::int64_t before = SystemTime();
+    const std::int64_t counterBefore = Counter();
     ASSERT_EQ(logger.Start(session), ERROR_SUCCESS);
     const RecordedLog log = Stop();
     const independent::TraceLogfileHeader& header = log.log.header;
@@ -68,6 +69,7 @@ TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
     QueryPerformanceFrequency(&frequency);
     EXPECT_EQ(header.PerfFreq, frequency.QuadPart);
     EXPECT_GE(header.StartTime, before);
+    EXPECT_GE(log.log.buffers.at(0).records.at(0).header.SystemTime, counterBefore);
     EXPECT_GE(header.EndTime, header.StartTime);
     EXPECT_LE(header.EndTime, SystemTime());
     EXPECT_EQ(header.EventsLost, 0U);

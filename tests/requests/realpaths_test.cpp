@@ -65,5 +65,24 @@ TEST_F(RealPaths, AreTheSystemsOwn) {
     }
 }
 
+TEST_F(RealPaths, AreThoseOfTheirOwnSession) {
+    const testsupport::ScratchKey scratch;
+    const std::wstring path = CURRENT_USER + testsupport::ScratchKey::path;
+    scratch.Make(L"Place\\Key");
+    scratch.Make(L"Other\\Key");
+    Start();
+    scratch.Make(L"Place\\Key");
+    EXPECT_EQ(PathsOf(Stop()).back(), path + L"\\Place\\Key");
+
+    EXPECT_EQ(RegDeleteTreeW(scratch.Handle(), L"Place"), ERROR_SUCCESS);
+    const auto link =
+        NativeTestKey::Create(scratch.Handle(), L"Place", KEY_ALL_ACCESS, REG_OPTION_CREATE_LINK);
+    link.SetLinkTarget(path + L"\\Other");
+    Start();
+    scratch.Make(L"Place\\Key");
+    EXPECT_EQ(PathsOf(Stop()).back(), path + L"\\Other\\Key");
+    link.Delete();
+}
+
 } // namespace
 } // namespace keyreap

@@ -30,7 +30,7 @@ public:
     bool TakesKeyRequests() const override { return next && !found; }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
     void OnLostLines() override { lost = true; }
-    void OnMissingKey(const std::wstring& name) override { found = found || name == mark; }
+    void OnMissingKey(const std::wstring& name) override { found = name == mark; }
 
     bool Found() const { return found; }
     bool Lost() const { return lost; }

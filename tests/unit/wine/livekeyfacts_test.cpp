@@ -149,6 +149,8 @@ TEST(LiveKeyFacts, TellsWhatIsThere) {
     EXPECT_FALSE(facts.Exists(L""));
     EXPECT_FALSE(facts.Exists(SOFTWARE + L'\\' + std::wstring(0x10000, L'a')));
     EXPECT_FALSE(facts.LinkTarget(SOFTWARE));
+    // Its opening succeeds with a status of its own (STATUS_PREDEFINED_HANDLE).
+    EXPECT_TRUE(facts.Exists(SOFTWARE + L"\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\009"));
 }
 
 TEST(LiveKeyFacts, AnswersAreKeptUntilTheyAreForgotten) {
@@ -171,6 +173,17 @@ TEST(LiveKeyFacts, ALinkIsOneAndHasItsTarget) {
     EXPECT_TRUE(facts.Exists(path));
     EXPECT_EQ(facts.LinkTarget(path), L"\\REGISTRY\\No such key");
     link.Delete();
+}
+
+TEST(LiveKeyFacts, AValueOfTheTargetsNameAloneMakesNoLink) {
+    const auto key =
+        NativeTestKey::Create(nullptr, SOFTWARE + L"\\Keyreap facts test", KEY_ALL_ACCESS | KEY_WOW64_64KEY);
+    const wchar_t target[] = L"\\REGISTRY\\User";
+    EXPECT_EQ(RegSetValueExW(static_cast<HKEY>(key.Handle()), L"SymbolicLinkValue", 0, REG_SZ,
+                             reinterpret_cast<const BYTE*>(target), sizeof(target)),
+              ERROR_SUCCESS);
+    EXPECT_FALSE(LiveKeyFacts().LinkTarget(SOFTWARE + L"\\Keyreap facts test"));
+    key.Delete();
 }
 
 } // namespace
