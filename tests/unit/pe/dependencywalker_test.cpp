@@ -197,6 +197,13 @@ TEST_F(DependencyWalkerTest, SystemFolderIsSearchedSecond) {
     EXPECT_TRUE(IsSamePath(found, SystemFolder() + L"\\kernel32.dll")) << testing::PrintToString(found);
 }
 
+TEST_F(DependencyWalkerTest, SystemFolderIsSearchedBeforeTheWindowsFolder) {
+    // A file that the system has in both.
+    ASSERT_TRUE(testsupport::Exists(WindowsFolder() + L"\\notepad.exe"));
+    const std::wstring found = Found("notepad.exe");
+    EXPECT_TRUE(IsSamePath(found, SystemFolder() + L"\\notepad.exe")) << testing::PrintToString(found);
+}
+
 TEST_F(DependencyWalkerTest, WindowsFolderIsSearchedThird) {
     const CurrentFolder current(folder.MakeFolder(L"current"));
     Make(L"current\\win.ini", {});

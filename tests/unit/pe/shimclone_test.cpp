@@ -7,7 +7,9 @@
 
 #include "tests/support/environmentchange.h"
 #include "tests/support/folderwatch.h"
+#include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
+#include "tests/support/versionresource.h"
 #include "tests/unit/pe/versionprocess.h"
 
 namespace keyreap {
@@ -16,11 +18,14 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
+using testsupport::companyWasRead;
 using testsupport::EnvironmentChange;
 using testsupport::fileWasCopied;
 using testsupport::FolderWatch;
+using testsupport::ImageBuilder;
 using testsupport::RunVersionProgram;
 using testsupport::TemporaryFolder;
+using testsupport::VersionResource;
 using testsupport::versionWasRead;
 
 std::wstring WindowsFolder() {
@@ -32,6 +37,11 @@ std::wstring WindowsFolder() {
 // A file that every Windows folder has, with a version resource.
 std::wstring SystemFile() {
     return WindowsFolder() + L"\\system32\\kernel32.dll";
+}
+
+TemporaryFolder FolderInTheWindowsFolder() {
+    const EnvironmentChange there(L"TMP", WindowsFolder() + L"\\temp");
+    return TemporaryFolder();
 }
 
 OsVersion Version(std::uint32_t majorVersion, std::uint32_t minorVersion) {
@@ -215,11 +225,29 @@ TEST_F(ShimCloneTest, ProcessOnVersion10ReadsThroughACopyThatGoes) {
     EXPECT_THAT(TemporaryNames(), IsEmpty());
 }
 
+TEST_F(ShimCloneTest, ProcessOnVersion10ReadsTheVersionFromTheCopy) {
+    const TemporaryFolder inWindows = FolderInTheWindowsFolder();
+    const std::string bytes = ImageBuilder().Version(VersionResource::Of(u"Own")).Build().bytes;
+    const std::wstring file = inWindows.MakeFile(L"own.dll", bytes);
+    // Copying puts up with somebody who may write and delete the file meanwhile; reading its version doesn't.
+    const OwnedFile holder(CreateFileW(file.c_str(), GENERIC_WRITE | DELETE,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                       OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(holder.Valid());
+    EXPECT_EQ(RunVersionProgram(L"10.0", file), versionWasRead | fileWasCopied);
+}
+
 TEST_F(ShimCloneTest, ProcessOnVersion10ReadsOtherFilesInPlace) {
     const std::wstring file = elsewhere.MakeFile(L"kernel32.dll", testsupport::FileBytes(SystemFile()));
     FolderWatch watch(temporary.Path());
     EXPECT_EQ(RunVersionProgram(L"10.0", file), versionWasRead);
     EXPECT_EQ(RunVersionProgram(L"10.0", InUpperCase(SystemFile())), versionWasRead);
+    EXPECT_THAT(watch.NamesMade(), IsEmpty());
+}
+
+TEST_F(ShimCloneTest, ProcessOnVersion10ReadsTheCompanyOfASystemFileInPlace) {
+    FolderWatch watch(temporary.Path());
+    EXPECT_EQ(RunVersionProgram(L"10.0", SystemFile(), L"company"), companyWasRead);
     EXPECT_THAT(watch.NamesMade(), IsEmpty());
 }
 

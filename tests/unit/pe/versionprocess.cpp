@@ -9,10 +9,10 @@
 
 namespace keyreap::testsupport {
 
-int RunVersionProgram(const std::wstring& version, const std::wstring& file) {
+int RunVersionProgram(const std::wstring& version, const std::wstring& file, const std::wstring& query) {
     WidePath program = GetExecutablePath().Parent();
     program.Append(L"version_program.exe");
-    std::wstring commandLine = L"\"" + program.Text() + L"\" " + version + L" \"" + file + L"\"";
+    std::wstring commandLine = L"\"" + program.Text() + L"\" " + version + L" \"" + file + L"\" " + query;
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION started{};

@@ -8,8 +8,9 @@
 #include "tests/support/scratchkey.h"
 #include "tests/unit/pe/versionprocess.h"
 
-// Takes a version of Windows such as "6.3" and a file. Makes the process take this version for the running
-// one, whose record is made once a process, and tells by its exit status how the file is read then.
+// Takes a version of Windows such as "6.3", a file, and "version" or "company". Makes the process take this
+// version for the running one, whose record is made once a process, and tells by its exit status how that is
+// read from the file then.
 
 namespace {
 
@@ -32,11 +33,14 @@ void TakeForRunning(const std::wstring& version) {
 
 int wmain(int count, wchar_t** arguments) {
     using namespace keyreap;
-    if (count != 3) {
+    if (count != 4) {
         return -1;
     }
     TakeForRunning(arguments[1]);
-    const std::wstring file = arguments[2];
+    std::wstring file = arguments[2];
+    if (arguments[3] == std::wstring(L"company")) {
+        return ReadCompanyName(file) ? testsupport::companyWasRead : 0;
+    }
     std::wstring version;
     const bool wasRead = ReadFileVersion(file, version);
     const bool isCopied = ShimClone(file).IsCopy();
