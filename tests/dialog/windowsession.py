@@ -99,7 +99,7 @@ class Program:
     def window(self, title):
         """The X window with that title, with the keyboard's focus on the desktop that it lies on."""
         window = until(lambda: self.display.windows(title), f"a window called {title}")[0]
-        desktop = self.display.run("xdotool", "search", "--onlyvisible", "--name", "Wine desktop").split()[0]
+        desktop = until(lambda: self.display.windows(".*Wine desktop"), "the desktop")[0]
         self.display.run("xdotool", "windowfocus", "--sync", desktop)
         return window
 
@@ -135,8 +135,13 @@ class Dialog(Program):
         super().__init__(display, "show_dialog.exe", self.TITLE, short, details, *options)
 
     def __enter__(self):
-        self.xwindow = self.window(self.TITLE)
-        until(lambda: self.told("dialog"), "the dialog's state")
+        try:
+            self.xwindow = self.window(self.TITLE)
+            until(lambda: self.told("dialog"), "the dialog's state")
+        except BaseException:
+            # Nobody else would end the session, and its prefix would be missing to all later ones.
+            self.__exit__()
+            raise
         return self
 
     def told(self, kind):
