@@ -9,8 +9,9 @@ SHORT = "Keyreap has stopped because of an unexpected error.\r\nThis is a second
 DETAILS = "[EXCEPTION_UNHANDLED] (0xc0000005)\r\n\r\nnarrow iiiiiiii |\r\nwide   WWWWWWWW |\r\n"
 
 
-@pytest.fixture(scope="module")
+@pytest.fixture
 def display():
+    """One for each test: where the keyboard's focus and the mouse were left is the display's memory."""
     shown = Display()
     yield shown
     shown.close()
