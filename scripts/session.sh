@@ -106,12 +106,26 @@ check_heaps() {
 END
 }
 
-# log_requests: brings up a server with its request log on, before a program of the session brings up one without.
-log_requests() {
-    echo requests >&8
-    await_logging_server "$PREFIX" && return
+# start_server LOGGING: brings up the session's server, with its request log on if LOGGING is `yes`. It has to be there
+# before the command: two programs that start at once, and find none, now and then bring up one each, with a registry
+# each.
+start_server() {
+    if [[ $1 == yes ]]; then
+        echo requests >&8
+        await_logging_server "$PREFIX" && return
+    else
+        start_plain_server && return
+    fi
     end_session
     fail "Wine's server did not come up"
+}
+
+# start_plain_server: returns when programs can reach it. It ends a second after the last of them; what starts then comes to
+# one server too, since the prefix knows its place by then.
+start_plain_server() {
+    local environment
+    mapfile -t environment < <(wine_environment "$PREFIX")
+    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" </dev/null >/dev/null 2>&1 8>&- 9>&-
 }
 
 # run_in_session COMMAND...: gives COMMAND's status. It runs in the background so that a signal to this script

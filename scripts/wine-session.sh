@@ -47,7 +47,7 @@ done
 end_prefix "$PREFIX"
 renew_prefix "$classes" "$share"
 [[ $heaps == usual ]] || check_heaps
-[[ $requests == no ]] || log_requests
+start_server "$requests"
 status=0
 run_in_session "$@" || status=$?
 end_session

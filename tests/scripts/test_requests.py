@@ -22,10 +22,13 @@ KEPT = re.compile(
 )
 
 # Starts a server with its log in a filter of the test's own, whose file is $2 and whose limits are those of $1, in
-# a session that has no other; then runs the rest of the words.
+# the place of the session's own server; then runs the rest of the words.
 OWN_FILTER = """
     limit=$1 file=$2
     shift 2
+    wineserver -k
+    wineserver -w
+    rm -r "/tmp/$(<"$WINEPREFIX/wineserver")" "$WINEPREFIX/wineserver"
     (wineserver -f -d2 -p 2>&1 >/dev/null | (ulimit -f "$limit"; exec "$FILTER" "$file")) </dev/null &
     until [[ -e $WINEPREFIX/wineserver ]]; do sleep 0.01; done
     "$@"

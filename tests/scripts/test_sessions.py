@@ -54,6 +54,24 @@ def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
     assert pool.run("bash", "-c", "exit 7", env={"WINEPREFIX": str(pool.prefix())}).returncode == 7
 
 
+# Says how many servers belong to the prefix.
+SERVERS = """
+    grep -lzxF "WINEPREFIX=$WINEPREFIX" </dev/null $(pgrep -f ^/usr/lib/wine/wineserver | sed 's,.*,/proc/&/environ,') | wc -l
+"""
+
+
+def test_a_server_is_there_before_the_command(pool):
+    assert pool.run("bash", "-c", SERVERS).stdout == "1\n"
+
+
+def test_programs_that_start_at_once_have_one_registry(pool):
+    programs = (
+        'wine cmd /c "reg add HKCU\\Software\\Left /f" & wine cmd /c "reg add HKCU\\Software\\Right /f"; wait;'
+        ' wine reg query "HKCU\\Software\\Left" && wine reg query "HKCU\\Software\\Right"'
+    )
+    succeeded(pool.run("bash", "-c", programs))
+
+
 def test_a_session_stays_on_one_core(pool):
     assert pool.run("nproc").stdout == "1\n"
 
@@ -95,7 +113,7 @@ def test_the_registry_starts_the_same_each_time(pool):
 
 
 def test_the_files_are_the_same_each_time(pool):
-    listing = ["bash", "-c", 'cd "$WINEPREFIX" && find . -type f ! -name "*.reg" -exec cksum {} + | sort -k 3; find . | sort']
+    listing = ["bash", "-c", 'cd "$WINEPREFIX" && find . -type f ! -name "*.reg" ! -name wineserver -exec cksum {} + | sort -k 3; find . | sort']
     before = succeeded(pool.run(*listing))
     succeeded(
         pool.run(
