@@ -23,38 +23,44 @@ constexpr std::array<std::wstring_view, 4> valueNames = {L"", L"ThreadingModel",
 
 using Operations = std::vector<RegistryOperation>;
 
+// Operations with the texts that they name.
+struct MadeOperations {
+    Arena texts;
+    Operations operations;
+};
+
 std::wstring KeyAt(std::size_t number) {
     const std::wstring digits = std::to_wstring(1'000'000 + number / keysOfClass.size());
     return L"CLSID\\{79EA0000-BAF9-11CE-8C82-0000A" + digits + L"}" +
            std::wstring(keysOfClass[number % keysOfClass.size()]);
 }
 
-void AddOperation(Operations& operations, std::uint32_t type, const std::wstring& key,
+void AddOperation(MadeOperations& made, std::uint32_t type, std::wstring_view key,
                   std::wstring_view value = {}) {
     RegistryOperation operation;
     operation.type = type;
     operation.root = classesRoot;
     operation.keyPath = key;
     operation.valueName = value;
-    operations.push_back(std::move(operation));
+    made.operations.push_back(operation);
 }
 
 // As a server does it: it makes a key and sets its values, and later looks whether all is there.
-Operations MakeOperations(std::size_t count, std::size_t keys) {
-    Operations operations;
+std::shared_ptr<const MadeOperations> MakeOperations(std::size_t count, std::size_t keys) {
+    const auto made = std::make_shared<MadeOperations>();
+    Operations& operations = made->operations;
     operations.reserve(count);
     while (operations.size() < count) {
         const bool looksUp = operations.size() >= count / 2;
         for (std::size_t number = 0; number < keys && operations.size() < count; ++number) {
-            const std::wstring key = KeyAt(number);
-            AddOperation(operations, looksUp ? registryevent::openKey : registryevent::createKey, key);
+            const std::wstring_view key = made->texts.Keep(KeyAt(number));
+            AddOperation(*made, looksUp ? registryevent::openKey : registryevent::createKey, key);
             for (const std::wstring_view name : valueNames) {
-                AddOperation(operations, looksUp ? registryevent::queryValue : registryevent::setValue, key,
-                             name);
+                AddOperation(*made, looksUp ? registryevent::queryValue : registryevent::setValue, key, name);
             }
         }
     }
-    return operations;
+    return made;
 }
 
 // What a replay would make do with, if it needed no tree: what was done to each key and value, by full path.
@@ -62,8 +68,10 @@ class PathMap {
 public:
     void RecordOperations(const Operations& operations) {
         for (const RegistryOperation& operation : operations) {
-            RegistryLog::Append(lists[PathOf(operation)], {operation.type, operation.status,
-                                                           operation.initialTime, operation.processId});
+            List& list = lists[PathOf(operation)];
+            list.entries.push_back(
+                {operation.type, operation.status, operation.initialTime, operation.processId});
+            list.outcome = OutcomeAfter(list.outcome, operation.type);
         }
     }
 
@@ -72,7 +80,7 @@ public:
 private:
     // Upper and lower case are the same; a NUL parts a value's name from its key.
     static std::wstring PathOf(const RegistryOperation& operation) {
-        std::wstring path(std::wstring_view(operation.keyPath));
+        std::wstring path(operation.keyPath);
         if (ConcernsValue(operation.type)) {
             path += L'\0';
             path += operation.valueName;
@@ -81,7 +89,12 @@ private:
         return path;
     }
 
-    std::unordered_map<std::wstring, OperationList> lists;
+    struct List {
+        std::vector<OperationEntry> entries;
+        Outcome outcome = Outcome::none;
+    };
+
+    std::unordered_map<std::wstring, List> lists;
 };
 
 class LastingCount : public RegistryLogVisitor {
@@ -122,12 +135,12 @@ void FileInMap(benchmark::State& state, const Operations& operations) {
 } // namespace
 
 void AddOperationLogBenchmarks(std::size_t operations, std::size_t keys) {
-    const auto made = std::make_shared<Operations>(MakeOperations(operations, keys));
+    const auto made = MakeOperations(operations, keys);
     benchmark::RegisterBenchmark("operations/log", [made](auto& state) {
-        FileInLog(state, *made);
+        FileInLog(state, made->operations);
     })->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("operations/map", [made](auto& state) {
-        FileInMap(state, *made);
+        FileInMap(state, made->operations);
     })->Unit(benchmark::kMillisecond);
 }
 

@@ -51,11 +51,11 @@ void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields 
     operation.processId = event.processId;
     operation.keyHandle = fields.keyHandle;
     if (ConcernsValue(event.type)) {
-        operation.valueName = std::move(fields.name);
+        operation.valueName = texts.Keep(fields.name);
         fields.name.clear();
     }
     Resolve(operation, fields.name);
-    operations.push_back(std::move(operation));
+    operations.push_back(operation);
 }
 
 void RegistryEventHandler::OnFinished() {
@@ -68,8 +68,7 @@ void RegistryEventHandler::OnFinished() {
 }
 
 void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
-    const SharedText name = operation.keyPath;
-    Resolve(operation, name);
+    Resolve(operation, operation.keyPath);
 }
 
 void RegistryEventHandler::Resolve(RegistryOperation& operation, std::wstring_view name) {
@@ -81,7 +80,7 @@ void RegistryEventHandler::Resolve(RegistryOperation& operation, std::wstring_vi
         place = PlaceOf(name);
     }
     operation.root = place.root.value_or(operation.root);
-    operation.keyPath = std::move(place.keyPath);
+    operation.keyPath = place.keyPath;
 }
 
 // Null for no handle, one without a name, and one whose name is empty.
@@ -93,9 +92,9 @@ RegistryEventHandler::KeyName* RegistryEventHandler::NameOf(std::uint64_t keyHan
 RegistryEventHandler::Place RegistryEventHandler::PlaceOf(std::wstring_view fullName) {
     PredefinedRoot root = noRoot;
     if (!NormalizeKernelPath(fullName, classesAsRoot, root, normalized)) {
-        return {std::nullopt, fullName};
+        return {std::nullopt, texts.Keep(fullName)};
     }
-    return {root, normalized};
+    return {root, texts.Keep(normalized)};
 }
 
 const RegistryEventHandler::Place& RegistryEventHandler::PlaceOf(KeyName& key) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/core/hash.h"
+#include "trace/arena.h"
 #include "trace/registryfields.h"
 #include "trace/registryoperation.h"
 #include "trace/traceeventhandler.h"
@@ -34,7 +35,7 @@ public:
     // kernel path. A name that is neither stays as it is.
     void ResolveKeyName(RegistryOperation& operation);
 
-    std::vector<RegistryOperation> operations; // in the order of the events
+    std::vector<RegistryOperation> operations; // in the order of the events, with texts that this holds
 
 private:
     RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
@@ -43,7 +44,7 @@ private:
     // Where a full name leads. One that is no kernel path has no root and stays as it is.
     struct Place {
         std::optional<PredefinedRoot> root;
-        SharedText keyPath;
+        std::wstring_view keyPath;
     };
 
     // The last name of a handle. Most operations name nothing but a handle: they share the place that it
@@ -62,6 +63,7 @@ private:
     bool classesAsRoot;
     // Of each handle, whichever process made it. Nothing is removed before the end.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
+    Arena texts; // of operations and places
     // Kept from name to name, so that only results are allocated.
     std::wstring joined;
     std::wstring normalized;

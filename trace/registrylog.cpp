@@ -3,7 +3,7 @@
 #include "platform/core/hash.h"
 
 #include <algorithm>
-#include <memory>
+#include <vector>
 
 namespace keyreap {
 
@@ -23,26 +23,9 @@ bool IsKept(const RegistryOperation& operation) {
            (operation.status == statusObjectNameNotFound && operation.type == registryevent::createKey);
 }
 
-Outcome OutcomeAfter(Outcome before, std::uint32_t type) {
-    switch (type) {
-    case registryevent::createKey:
-        return Outcome::created;
-    case registryevent::setValue:
-        return Outcome::set;
-    case registryevent::deleteKey:
-    case registryevent::deleteValue:
-        // What the target made and removes again cancels out.
-        return before == Outcome::created || before == Outcome::set ? Outcome::none : Outcome::deleted;
-    default:
-        return before;
-    }
-}
-
 std::uint32_t CountLastingValues(const RegistryLogNode& node) {
-    const auto& values = node.values.Entries();
-    return static_cast<std::uint32_t>(std::count_if(values.begin(), values.end(), [](const auto& value) {
-        return value->operations.outcome != Outcome::none;
-    }));
+    return static_cast<std::uint32_t>(std::ranges::count_if(
+        node.values.Entries(), [](const auto* value) { return value->operations.outcome != Outcome::none; }));
 }
 
 // Tells the visitor of the node itself and of its values: the lasting ones ahead of the deleted ones.
@@ -53,15 +36,16 @@ void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, Predefin
         visitor.OnKey(root, path, node.operations.outcome, valueCount,
                       static_cast<std::uint32_t>(node.subkeys.Size()));
     }
-    for (const auto& value : node.values.Entries()) {
+    std::wstring name;
+    for (const RegistryLogValue* const value : node.values.Entries()) {
         const Outcome kind = value->operations.outcome;
         if (kind == Outcome::created || kind == Outcome::set) {
-            visitor.OnValue(root, path, value->name, kind);
+            visitor.OnValue(root, path, name.assign(value->name), kind);
         }
     }
-    for (const auto& value : node.values.Entries()) {
+    for (const RegistryLogValue* const value : node.values.Entries()) {
         if (value->operations.outcome == Outcome::deleted) {
-            visitor.OnValue(root, path, value->name, Outcome::deleted);
+            visitor.OnValue(root, path, name.assign(value->name), Outcome::deleted);
         }
     }
 }
@@ -78,9 +62,9 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
     std::wstring path;
     const auto addSubkeys = [&](const RegistryLogNode& node) {
         const auto& subkeys = node.subkeys.Entries();
-        std::for_each(subkeys.rbegin(), subkeys.rend(), [&](const auto& subkey) {
-            waiting.push_back({subkey.get(), path.size()});
-        });
+        for (std::size_t left = subkeys.size(); left > 0; --left) {
+            waiting.push_back({subkeys[left - 1], path.size()});
+        }
     };
     addSubkeys(top);
     while (!waiting.empty()) {
@@ -98,29 +82,29 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
 
 } // namespace
 
-RegistryLogNode::RegistryLogNode(const NameRules& rules, RegistryLogNode* parentNode,
-                                 const HashedName& ownName)
-    : parent(parentNode), name(ownName.text), nameHash(ownName.hash), values(rules), subkeys(rules) {}
-
-// Destroys what lies below from the leaves upward, since the depth of names in a log has no limit that the
-// stack could rely on.
-RegistryLogNode::~RegistryLogNode() {
-    RegistryLogNode* node = this;
-    while (node != this || !subkeys.IsEmpty()) {
-        if (node->subkeys.IsEmpty()) {
-            node = node->parent;
-            node->subkeys.TakeLast();
-        } else {
-            node = &node->subkeys.Last();
-        }
+Outcome OutcomeAfter(Outcome before, std::uint32_t operationType) {
+    switch (operationType) {
+    case registryevent::createKey:
+        return Outcome::created;
+    case registryevent::setValue:
+        return Outcome::set;
+    case registryevent::deleteKey:
+    case registryevent::deleteValue:
+        // What the target made and removes again cancels out.
+        return before == Outcome::created || before == Outcome::set ? Outcome::none : Outcome::deleted;
+    default:
+        return before;
     }
 }
 
+RegistryLogNode::RegistryLogNode(NameStore& store, RegistryLogNode* parentNode, const HashedName& ownName)
+    : parent(parentNode), name(ownName.text), nameHash(ownName.hash), values(store), subkeys(store) {}
+
 RegistryLog::RegistryLog(const NameRules& nameRules)
-    : rules(nameRules), slots{RootSlot{localMachineRoot, RegistryLogNode(nameRules)},
-                              RootSlot{currentUserRoot, RegistryLogNode(nameRules)},
-                              RootSlot{classesRoot, RegistryLogNode(nameRules)},
-                              RootSlot{usersRoot, RegistryLogNode(nameRules)}} {}
+    : store{nameRules, {}}, slots{RootSlot{localMachineRoot, RegistryLogNode(store)},
+                                  RootSlot{currentUserRoot, RegistryLogNode(store)},
+                                  RootSlot{classesRoot, RegistryLogNode(store)},
+                                  RootSlot{usersRoot, RegistryLogNode(store)}} {}
 
 std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
     switch (root) {
@@ -196,7 +180,7 @@ RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail&
 }
 
 void RegistryLog::Append(OperationList& list, const OperationEntry& entry) {
-    list.entries.push_back(entry);
+    list.entries.Add(entry, store.arena);
     list.outcome = OutcomeAfter(list.outcome, entry.type);
 }
 
@@ -210,7 +194,7 @@ RegistryLogNode* RegistryLog::Descend(RegistryLogNode* node, std::wstring_view p
                                       bool create, OnStep onStep) {
     const std::size_t start = std::min(position, path.size());
     folded.assign(path.substr(start));
-    rules.Fold(folded);
+    store.rules.Fold(folded);
     while (node != nullptr && position < path.size()) {
         const std::size_t end = std::min(path.find(L'\\', position), path.size());
         const std::size_t length = end - position;
@@ -227,18 +211,23 @@ RegistryLogNode* RegistryLog::Subkey(RegistryLogNode& node, const HashedName& na
     if (found != nullptr || !create) {
         return found;
     }
-    return node.subkeys.Add(std::make_unique<RegistryLogNode>(rules, &node, name));
+    const HashedName kept{store.arena.Keep(name.text), name.hash};
+    auto* const made = store.arena.Make<RegistryLogNode>(store, &node, kept);
+    node.subkeys.Add(*made);
+    return made;
 }
 
 RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
     folded.assign(name);
-    rules.Fold(folded);
+    store.rules.Fold(folded);
     const HashedName hashed{name, HashFolded(folded)};
     if (RegistryLogValue* found = node.values.Find(hashed)) {
         return *found;
     }
-    return *node.values.Add(
-        std::make_unique<RegistryLogValue>(RegistryLogValue{std::wstring(name), hashed.hash, {}}));
+    auto* const made =
+        store.arena.Make<RegistryLogValue>(RegistryLogValue{store.arena.Keep(name), hashed.hash, {}});
+    node.values.Add(*made);
+    return *made;
 }
 
 void RegistryLog::Remove(RegistryLogNode& node) {
@@ -248,9 +237,11 @@ void RegistryLog::Remove(RegistryLogNode& node) {
 }
 
 void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source) {
-    while (!source.subkeys.IsEmpty()) {
-        target.subkeys.AddOrReplace(source.subkeys.TakeLast())->parent = &target;
+    for (RegistryLogNode* const subkey : source.subkeys.Entries()) {
+        target.subkeys.AddOrReplace(*subkey);
+        subkey->parent = &target;
     }
+    source.subkeys.Clear();
     Remove(source);
 }
 
@@ -266,9 +257,7 @@ void RegistryLog::PruneEmptyKey(PredefinedRoot root, std::wstring_view path) {
     if (node == nullptr || CountValues(*node) != 0) {
         return;
     }
-    while (!node->subkeys.IsEmpty()) {
-        node->subkeys.TakeLast();
-    }
+    node->subkeys.Clear();
     // The key's own operations are no reason to keep it.
     while (node->parent != nullptr && node->values.IsEmpty() && node->subkeys.IsEmpty()) {
         RegistryLogNode* const above = node->parent;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trace/arena.h"
 #include "trace/namemap.h"
 #include "trace/namerules.h"
 #include "trace/predefinedroot.h"
@@ -11,7 +12,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace keyreap {
 
@@ -23,6 +23,9 @@ enum class Outcome : std::uint32_t {
     deleted = 3, // removed, having existed before
 };
 
+// What is the outcome behind an operation, by the outcome before it.
+Outcome OutcomeAfter(Outcome before, std::uint32_t operationType);
+
 struct OperationEntry {
     std::uint32_t type;
     std::uint32_t status;
@@ -32,26 +35,26 @@ struct OperationEntry {
 
 // Operations in the order of their events, and what they come to.
 struct OperationList {
-    std::vector<OperationEntry> entries;
+    ArenaList<OperationEntry> entries;
     Outcome outcome = Outcome::none;
 };
 
+// Values and nodes lie in the log's memory with all that belongs to them, and go with the log.
 struct RegistryLogValue {
-    std::wstring name;
+    std::wstring_view name;
     std::uint64_t nameHash;
     OperationList operations;
 };
 
 struct RegistryLogNode {
-    // `rules` outlives the node. A root node has no parent and no name.
-    explicit RegistryLogNode(const NameRules& rules, RegistryLogNode* parentNode = nullptr,
+    // A root node has no parent and no name.
+    explicit RegistryLogNode(NameStore& store, RegistryLogNode* parentNode = nullptr,
                              const HashedName& ownName = {});
-    ~RegistryLogNode();
     RegistryLogNode(const RegistryLogNode&) = delete;
     RegistryLogNode& operator=(const RegistryLogNode&) = delete;
 
     RegistryLogNode* parent;
-    std::wstring name; // one path component, spelled as it first appeared
+    std::wstring_view name; // one path component, spelled as it first appeared
     std::uint64_t nameHash;
     OperationList operations; // on the key itself
     NameMap<RegistryLogValue> values;
@@ -90,7 +93,7 @@ public:
 
     RegistryLogValue& GetOrAddValue(RegistryLogNode& node, std::wstring_view name);
 
-    static void Append(OperationList& list, const OperationEntry& entry);
+    void Append(OperationList& list, const OperationEntry& entry);
 
     // Moves the subkeys of `source` under `target`, another node not below it. A subkey of `source` replaces
     // one of the same name whole. Then `source` goes, with its own operations and values.
@@ -124,7 +127,7 @@ private:
     RegistryLogNode* Subkey(RegistryLogNode& node, const HashedName& name, bool create);
     static void Remove(RegistryLogNode& node);
 
-    const NameRules& rules;
+    NameStore store;
     std::array<RootSlot, 4> slots;
     std::wstring folded; // kept from look-up to look-up, so that a hit allocates nothing
 };

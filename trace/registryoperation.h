@@ -1,20 +1,19 @@
 #pragma once
 
 #include "trace/predefinedroot.h"
-#include "trace/sharedtext.h"
 #include "trace/traceevent.h"
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 namespace keyreap {
 
-// One registry operation of a watched process.
+// One registry operation of a watched process. Its texts belong to whoever made it.
 struct RegistryOperation {
     std::uint32_t type = 0;       // the event's type, of registryevent
     PredefinedRoot root = noRoot; // noRoot until the name is normalised
-    SharedText keyPath;           // below `root`; before normalisation the name as it came
-    std::wstring valueName;       // for events that concern a value only
+    std::wstring_view keyPath;    // below `root`; before normalisation the name as it came
+    std::wstring_view valueName;  // for events that concern a value only
     std::uint32_t index = 0;
     std::uint32_t status = 0; // NTSTATUS of the operation
     std::int64_t initialTime = 0;

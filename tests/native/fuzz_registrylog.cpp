@@ -114,7 +114,7 @@ std::wstring Path(fuzz::Input& input) {
     return path.empty() || input.Byte() % 2 == 0 ? path : path + L'\\';
 }
 
-RegistryOperation Operation(fuzz::Input& input) {
+RegistryOperation Operation(fuzz::Input& input, Arena& texts) {
     static constexpr PredefinedRoot roots[] = {noRoot, localMachineRoot, currentUserRoot, classesRoot,
                                                usersRoot};
     static constexpr std::uint32_t states[] = {0, 0, 0, 0xC0000034, 0xC0000022};
@@ -122,8 +122,8 @@ RegistryOperation Operation(fuzz::Input& input) {
     operation.type = 10 + input.Byte() % 8;
     operation.root = roots[input.Byte() % std::size(roots)];
     operation.status = states[input.Byte() % std::size(states)];
-    operation.keyPath = Path(input);
-    operation.valueName = Name(input);
+    operation.keyPath = texts.Keep(Path(input));
+    operation.valueName = texts.Keep(Name(input));
     return operation;
 }
 
@@ -134,10 +134,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LetterFoldingNameRules rules;
     RegistryLog log(rules);
     PlainLog plain;
+    Arena texts;
     std::vector<RegistryOperation> operations;
     const std::wstring pruned = Path(input);
     while (!input.IsEmpty()) {
-        operations.push_back(Operation(input));
+        operations.push_back(Operation(input, texts));
         plain.Record(operations.back());
     }
     log.RecordOperations(operations);

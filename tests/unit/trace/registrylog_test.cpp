@@ -21,12 +21,18 @@ using testing::UnorderedElementsAre;
 constexpr std::uint32_t nameNotFound = 0xC0000034;
 constexpr std::uint32_t accessDenied = 0xC0000022;
 
+// A copy of a text that stays as long as the tests.
+std::wstring_view Kept(std::wstring_view text) {
+    static Arena texts;
+    return texts.Keep(text);
+}
+
 RegistryOperation KeyOperation(std::uint8_t type, std::wstring_view path, std::uint32_t status = 0,
                                PredefinedRoot root = localMachineRoot) {
     RegistryOperation operation;
     operation.type = type;
     operation.root = root;
-    operation.keyPath = path;
+    operation.keyPath = Kept(path);
     operation.status = status;
     return operation;
 }
@@ -34,7 +40,7 @@ RegistryOperation KeyOperation(std::uint8_t type, std::wstring_view path, std::u
 RegistryOperation ValueOperation(std::uint8_t type, std::wstring_view path, std::wstring_view name,
                                  std::uint32_t status = 0) {
     RegistryOperation operation = KeyOperation(type, path, status);
-    operation.valueName = name;
+    operation.valueName = Kept(name);
     return operation;
 }
 
@@ -320,9 +326,12 @@ TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
     RegistryLogNode* const node = log.FindNode(classesRoot, path, true);
     log.GetOrAddValue(*node, valueName);
     const std::size_t before = AllocationCount();
-    EXPECT_EQ(node, log.FindNode(classesRoot, path, true));
-    EXPECT_EQ(node, log.FindNode(classesRoot, otherCase, true));
-    log.GetOrAddValue(*node, valueName);
+    // So often that whatever is kept of each would take more than the memory that is there at first.
+    for (int i = 0; i < 10'000; ++i) {
+        ASSERT_EQ(node, log.FindNode(classesRoot, path, true));
+        ASSERT_EQ(node, log.FindNode(classesRoot, otherCase, true));
+        log.GetOrAddValue(*node, valueName);
+    }
     EXPECT_EQ(before, AllocationCount());
 }
 
@@ -414,6 +423,23 @@ TEST_F(RegistryLogTest, MergedSubkeysReplaceThoseOfTheTargetWhole) {
     EXPECT_NE(nullptr, Node(L"To\\Own"));
     EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").name);
     EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").parent);
+}
+
+TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
+    std::vector<RegistryOperation> operations{Create(L"To\\K7\\Old"), Create(L"To\\Own")};
+    for (int i = 0; i < 100; ++i) {
+        operations.push_back(Create(L"From\\K" + std::to_wstring(i) + L"\\New"));
+    }
+    Record(operations);
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
+    EXPECT_EQ(nullptr, Node(L"From"));
+    EXPECT_EQ(nullptr, Node(L"To\\K7\\Old"));
+    EXPECT_NE(nullptr, Node(L"To\\Own"));
+    for (int i = 0; i < 100; ++i) {
+        const std::wstring path = L"To\\K" + std::to_wstring(i);
+        EXPECT_NE(nullptr, Node(path + L"\\New")) << i;
+        EXPECT_EQ(&Existing(L"To"), Existing(path).parent) << i;
+    }
 }
 
 TEST_F(RegistryLogTest, TheSourceOfAMergeVanishesWithItsOwnValuesAndOperations) {
