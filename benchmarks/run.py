@@ -14,18 +14,26 @@ import subprocess
 import sys
 from pathlib import Path
 
-ROOT = Path(__file__).resolve().parents[1]
-BUILD = ROOT / "build"
+from cases import (
+    BUILD,
+    ROOT,
+    TREE,
+    bare_list,
+    bare_traced,
+    fill_tree,
+    many_servers,
+    nothing,
+    of_all_sizes,
+    redirected,
+    servers,
+    single_server,
+    tree,
+    usual_way,
+)
+from regfiles import entries_of, found_in, list_of, text_of
+
 PARTS = BUILD / "native" / "benchmarks" / "partbench"
 MEMORY = BUILD / "native" / "benchmarks" / "replaymemory"
-REGISTRY = BUILD / "x64" / "benchmarks" / "registrybench.exe"
-PLAIN = BUILD / "x64" / "benchmarks" / "plainregistration.exe"
-KEYREAP = BUILD / "stage" / "bin" / "x64" / "Keyreap.exe"
-DRIVE_C = BUILD / "wine" / "base" / "linked"
-WINE = "/usr/bin/wine"
-
-SYSTEM = "C:\\windows\\system32\\"
-TREE = "HKCU\\Software\\Keyreap Bench"
 
 MEGABYTE = 1024 * 1024
 MEMORY_LIMIT = 2048 * MEGABYTE
@@ -37,6 +45,7 @@ class Sizes:
     def __init__(self, quick):
         self.rounds = 1 if quick else 11
         self.traced_rounds = 1 if quick else 5
+        self.many_rounds = 1 if quick else 7
         self.long_rounds = 1 if quick else 3
         self.modules = of_all_sizes(servers(), 1 if quick else 5)
         self.servers = 2 if quick else 100
@@ -48,8 +57,9 @@ class Sizes:
         self.keys = 100 if quick else 100_000
         self.tree_keys = 20 if quick else 10_000
         self.tree_values = 10
-        self.repetitions = 1 if quick else 9
-        self.part_seconds = 0.001 if quick else 0.05
+        self.repetitions, self.part_seconds = (1, 0.001) if quick else (9, 0.05)
+        # So many that what else the machine does meets both sides alike.
+        self.hash_repetitions, self.hash_seconds = (1, 0.001) if quick else (201, 0.005)
 
 
 class Table:
@@ -85,97 +95,8 @@ def digits(value):
     return format(round(value), ",") if value >= 100 else "%.3g" % value
 
 
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
-
-
 def say(text):
     print("bench: " + text, file=sys.stderr, flush=True)
-
-
-def servers():
-    """Wine's own modules that register themselves: what these export stands side by side."""
-    exports = b"\0DllGetClassObject\0DllRegisterServer\0"
-    files = sorted((DRIVE_C / "windows" / "system32").iterdir())
-    return [file for file in files if file.suffix in (".dll", ".ocx", ".ax") and exports in file.read_bytes()]
-
-
-def of_all_sizes(files, count):
-    """So many of the files: of as many equal parts, from the small to the big ones, the middle one of each."""
-    ordered = sorted(files, key=lambda file: (file.stat().st_size, file.name))
-    return [ordered[(2 * part + 1) * len(ordered) // (2 * count)].name for part in range(count)]
-
-
-def regsvr32(module):
-    return [WINE, SYSTEM + "regsvr32.exe", "/s", SYSTEM + module]
-
-
-def keyreap(work, modules, mode):
-    pairs = [word for module in modules for word in (SYSTEM + module, windows_path(work / (module + ".reg")))]
-    return [WINE, windows_path(KEYREAP), "extreg", *pairs, mode]
-
-
-def zero_or_one(words):
-    """A command that may end with 1 too."""
-    return ["bash", "-c", '"$@" || [[ $? == 1 ]]', "bash", *words]
-
-
-def export(key, file):
-    return [WINE, SYSTEM + "reg.exe", "export", key, windows_path(file), "/y"]
-
-
-def single_server(sizes, work, mode):
-    """Each module by itself, captured in a mode and registered."""
-    return {
-        module: [["ours", [keyreap(work, [module], mode)]], ["other", [regsvr32(module)]]] for module in sizes.modules
-    }
-
-
-def nothing():
-    """Both programs with nothing to do."""
-    ours, other = [WINE, windows_path(KEYREAP), "nothing"], [WINE, SYSTEM + "regsvr32.exe", "/?"]
-    return {"nothing": [["ours", [zero_or_one(ours)]], ["other", [zero_or_one(other)]]]}
-
-
-def plain_registration(sizes):
-    """The first module registered by a program that captures nothing, but loads at its start what ours loads."""
-    module = sizes.modules[0]
-    return {"plain": [["ours", [[WINE, windows_path(PLAIN), SYSTEM + module]]], ["other", [regsvr32(module)]]]}
-
-
-def many_servers(sizes, work):
-    modules = [file.name for file in servers()[: sizes.servers]]
-    ours = [keyreap(work, modules, "keyRedir")]
-    return {"many": [["ours", ours], ["other", [regsvr32(module) for module in modules]]]}
-
-
-def usual_way(sizes, work):
-    """Export, register, export again, compare."""
-    before = [work / ("before%d.reg" % number) for number in range(len(sizes.exported))]
-    after = [work / ("after%d.reg" % number) for number in range(len(sizes.exported))]
-    other = [export(key, file) for key, file in zip(sizes.exported, before)]
-    other.append(regsvr32(sizes.modules[0]))
-    other += [export(key, file) for key, file in zip(sizes.exported, after)]
-    other += [zero_or_one(["cmp", str(old), str(new)]) for old, new in zip(before, after)]
-    return {"export": [["ours", [keyreap(work, sizes.modules[:1], "keyRedir")]], ["other", other]]}
-
-
-def tree(sizes, work):
-    """A big tree harvested, written without a registry, and exported."""
-    program = [WINE, windows_path(REGISTRY)]
-    counts = [str(sizes.tree_keys), str(sizes.tree_values)]
-    return {
-        "tree": [
-            ["harvest", [[*program, "harvest", windows_path(work / "harvested.reg")]]],
-            ["enumerate", [[*program, "enumerate"]]],
-            ["write", [[*program, "write", windows_path(work / "written.reg"), *counts]]],
-            ["export", [export(TREE, work / "exported.reg")]],
-        ]
-    }
-
-
-def fill_tree(sizes):
-    return [WINE, windows_path(REGISTRY), "fill", str(sizes.tree_keys), str(sizes.tree_values)]
 
 
 def in_session(work, rounds, cases, prepare, *options):
@@ -202,15 +123,6 @@ def medians(times):
     return {case: {side: statistics.median(all) for side, all in sides.items()} for case, sides in times.items()}
 
 
-def lines_of(file):
-    return Path(file).read_text(encoding="utf-16").splitlines()
-
-
-def entries_of(file):
-    """The lines that stand for a key or a value, in order; a comparison of what two writers wrote."""
-    return sorted(line for line in lines_of(file) if line.startswith(("[", '"', "@")))
-
-
 def check_tree(sizes, work):
     """All three files tell the same tree, but for the keys between its groups, which the plain writer leaves out."""
     harvested, exported = entries_of(work / "harvested.reg"), entries_of(work / "exported.reg")
@@ -220,14 +132,36 @@ def check_tree(sizes, work):
         sys.exit("bench: the harvest, the written file and the export of one tree differ")
 
 
+def check_bare(work, module, wanted):
+    """The bare steps came to as many keys and values."""
+    found = (work / (module + ".bare")).read_text(encoding="utf-16-le").count("\n")
+    if found != wanted:
+        sys.exit("bench: the bare capture of %s found %d keys and values, not %d" % (module, found, wanted))
+
+
+def bare_rows(table, sizes, plain, traced):
+    for mode, times, bare in (("keyRedir", plain, "bare"), ("both", traced, "ours")):
+        for module in sizes.modules:
+            name = "bare steps of `%s`, %s; regsvr32" % (mode, module)
+            table.add(name, "ms", times[module][bare] * 1e3, times[module]["other"] * 1e3)
+
+
 def process_rows(table, sizes, work):
     say("whole processes")
-    rounds = {"": sizes.rounds, **dict.fromkeys(("many", "export", "tree"), sizes.long_rounds)}
-    cases = {**nothing(), **plain_registration(sizes), **single_server(sizes, work, "keyRedir")}
+    rounds = {"": sizes.rounds, "many": sizes.many_rounds, **dict.fromkeys(("export", "tree"), sizes.long_rounds)}
+    cases = {**nothing(), **redirected(sizes, work)}
     cases.update({**many_servers(sizes, work), **tree(sizes, work), **usual_way(sizes, work)})
     plain = medians(in_session(work, rounds, cases, [fill_tree(sizes)]))
+    for module in sizes.modules:
+        check_bare(work, module, len(entries_of(work / (module + ".reg"))))
     cases = {**nothing(), **single_server(sizes, work, "both")}
     traced = medians(in_sessions(work, sizes.traced_rounds, cases, "--requests"))
+    lists = {module: list_of(work / (module + ".reg")) for module in sizes.modules}
+    for module, keys in lists.items():
+        bare_list(work, module).write_text(text_of(keys), encoding="utf-16-le")
+    bare = medians(in_sessions(work, sizes.traced_rounds, bare_traced(sizes, work), "--requests"))
+    for module, keys in lists.items():
+        check_bare(work, module, found_in(keys))
     check_tree(sizes, work)
     for mode, times, aim in (("keyRedir", plain, 1.15), ("both", traced, 1.5)):
         for module in sizes.modules:
@@ -236,14 +170,15 @@ def process_rows(table, sizes, work):
     bounds = (
         ("start and end of the program; regsvr32", plain["nothing"]),
         ("the same, with a request log; regsvr32", traced["nothing"]),
-        ("its loads, and %s registered; regsvr32" % sizes.modules[0], plain["plain"]),
     )
     for name, sides in bounds:
         table.add(name, "ms", sides["ours"] * 1e3, sides["other"] * 1e3)
+    bare_rows(table, sizes, plain, bare)
     each = 1e3 / sizes.servers
     many, usual, big = plain["many"], plain["export"], plain["tree"]
     name = "%d servers, each; regsvr32" % sizes.servers
     table.add(name, "ms", many["ours"] * each, many["other"] * each, at_most=0.3)
+    table.add("bare steps of " + name, "ms", many["bare"] * each, many["other"] * each)
     table.add("one capture; export, register, export", "ms", usual["ours"] * 1e3, usual["other"] * 1e3, at_most=0.02)
     table.add("harvest; reg export", "ms", big["harvest"] * 1e3, big["export"] * 1e3, at_most=0.5)
     table.add("its calls to the registry alone; reg export", "ms", big["enumerate"] * 1e3, big["export"] * 1e3)
@@ -261,11 +196,11 @@ def log_name(events, share):
     return "%d-%d" % (events, share)
 
 
-def compared_parts(sizes, logs, compared):
+def compared_parts(sizes, logs, compared, repetitions, seconds):
     """All repetitions of the parts whose names the pattern finds, mixed: they meet the same moments of the machine."""
     command = [PARTS, str(sizes.operations), str(sizes.keys), *logs, "--benchmark_filter=" + compared]
     command += ["--benchmark_format=json", "--benchmark_enable_random_interleaving=true"]
-    command += ["--benchmark_repetitions=%d" % sizes.repetitions, "--benchmark_min_time=%g" % sizes.part_seconds]
+    command += ["--benchmark_repetitions=%d" % repetitions, "--benchmark_min_time=%g" % seconds]
     # Of the processor's special instructions the library's SHA-1 is to use none.
     environment = dict(os.environ, OPENSSL_ia32cap="0:0")
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment)
@@ -276,8 +211,10 @@ def part_times(sizes, logs):
     """Medians, in seconds of processor time, by the name of the part, and what each part counted. One comparison
     follows the other."""
     runs = {}
-    for compared in ["^operations/", "^sha1/", *("/%s$" % log.stem for log in logs)]:
-        for run in compared_parts(sizes, logs, compared):
+    usual, short = (sizes.repetitions, sizes.part_seconds), (sizes.hash_repetitions, sizes.hash_seconds)
+    others = ["^operations/", *("/%s$" % log.stem for log in logs)]
+    for compared, extent in [("^sha1/", short), *((other, usual) for other in others)]:
+        for run in compared_parts(sizes, logs, compared, *extent):
             if run.get("error_occurred"):
                 sys.exit("bench: %s: %s" % (run["name"], run["error_message"]))
             if run["run_type"] == "iteration":

@@ -1,0 +1,129 @@
+"""The whole processes that ./bench measures. A case is two or more sides that do the same in their own ways, a side
+one or more programs in turn: {case: [[side, [[word, ...], ...]], ...]}"""
+
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[1]
+BUILD = ROOT / "build"
+REGISTRY = BUILD / "x64" / "benchmarks" / "registrybench.exe"
+BARE = BUILD / "x64" / "benchmarks" / "barecapture.exe"
+KEYREAP = BUILD / "stage" / "bin" / "x64" / "Keyreap.exe"
+DRIVE_C = BUILD / "wine" / "base" / "linked"
+WINE = "/usr/bin/wine"
+
+SYSTEM = "C:\\windows\\system32\\"
+TREE = "HKCU\\Software\\Keyreap Bench"
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def servers():
+    """Wine's own modules that register themselves: what these export stands side by side."""
+    exports = b"\0DllGetClassObject\0DllRegisterServer\0"
+    files = sorted((DRIVE_C / "windows" / "system32").iterdir())
+    return [file for file in files if file.suffix in (".dll", ".ocx", ".ax") and exports in file.read_bytes()]
+
+
+def of_all_sizes(files, count):
+    """So many of the files: of as many equal parts, from the small to the big ones, the middle one of each."""
+    ordered = sorted(files, key=lambda file: (file.stat().st_size, file.name))
+    return [ordered[(2 * part + 1) * len(ordered) // (2 * count)].name for part in range(count)]
+
+
+def regsvr32(module):
+    return [WINE, SYSTEM + "regsvr32.exe", "/s", SYSTEM + module]
+
+
+def keyreap(work, modules, mode):
+    pairs = [word for module in modules for word in (SYSTEM + module, windows_path(work / (module + ".reg")))]
+    return [WINE, windows_path(KEYREAP), "extreg", *pairs, mode]
+
+
+def zero_or_one(words):
+    """A command that may end with 1 too."""
+    return ["bash", "-c", '"$@" || [[ $? == 1 ]]', "bash", *words]
+
+
+def export(key, file):
+    return [WINE, SYSTEM + "reg.exe", "export", key, windows_path(file), "/y"]
+
+
+def single_server(sizes, work, mode):
+    """Each module by itself, captured in a mode and registered."""
+    return {
+        module: [["ours", [keyreap(work, [module], mode)]], ["other", [regsvr32(module)]]] for module in sizes.modules
+    }
+
+
+def nothing():
+    """Both programs with nothing to do."""
+    ours, other = [WINE, windows_path(KEYREAP), "nothing"], [WINE, SYSTEM + "regsvr32.exe", "/?"]
+    return {"nothing": [["ours", [zero_or_one(ours)]], ["other", [zero_or_one(other)]]]}
+
+
+def bare_capture(work, modules):
+    """What a capture asks of the system, and nothing else."""
+    return [WINE, windows_path(BARE), *(word for module in modules for word in bare_pair(work, module))]
+
+
+def bare_pair(work, module):
+    return SYSTEM + module, windows_path(work / (module + ".bare"))
+
+
+def bare_list(work, module):
+    return work / (module + ".list")
+
+
+def redirected(sizes, work):
+    """Each module by itself, captured by redirection, by the bare steps of that, and registered."""
+    cases = single_server(sizes, work, "keyRedir")
+    for module, sides in cases.items():
+        sides.append(["bare", [bare_capture(work, [module])]])
+    return cases
+
+
+def bare_traced(sizes, work):
+    """The steps of a traced capture without the trace: the list tells what that would."""
+    cases = {}
+    for module in sizes.modules:
+        words = ["--list", windows_path(bare_list(work, module)), *bare_pair(work, module)]
+        cases[module] = [["ours", [[WINE, windows_path(BARE), *words]]], ["other", [regsvr32(module)]]]
+    return cases
+
+
+def many_servers(sizes, work):
+    modules = [file.name for file in servers()[: sizes.servers]]
+    ours, bare = keyreap(work, modules, "keyRedir"), bare_capture(work, modules)
+    other = [regsvr32(module) for module in modules]
+    return {"many": [["ours", [ours]], ["other", other], ["bare", [bare]]]}
+
+
+def usual_way(sizes, work):
+    """Export, register, export again, compare."""
+    before = [work / ("before%d.reg" % number) for number in range(len(sizes.exported))]
+    after = [work / ("after%d.reg" % number) for number in range(len(sizes.exported))]
+    other = [export(key, file) for key, file in zip(sizes.exported, before)]
+    other.append(regsvr32(sizes.modules[0]))
+    other += [export(key, file) for key, file in zip(sizes.exported, after)]
+    other += [zero_or_one(["cmp", str(old), str(new)]) for old, new in zip(before, after)]
+    return {"export": [["ours", [keyreap(work, sizes.modules[:1], "keyRedir")]], ["other", other]]}
+
+
+def tree(sizes, work):
+    """A big tree harvested, written without a registry, and exported."""
+    program = [WINE, windows_path(REGISTRY)]
+    counts = [str(sizes.tree_keys), str(sizes.tree_values)]
+    return {
+        "tree": [
+            ["harvest", [[*program, "harvest", windows_path(work / "harvested.reg")]]],
+            ["enumerate", [[*program, "enumerate"]]],
+            ["write", [[*program, "write", windows_path(work / "written.reg"), *counts]]],
+            ["export", [export(TREE, work / "exported.reg")]],
+        ]
+    }
+
+
+def fill_tree(sizes):
+    return [WINE, windows_path(REGISTRY), "fill", str(sizes.tree_keys), str(sizes.tree_values)]
