@@ -1,7 +1,11 @@
 """What ./bench reads out of .reg files."""
 
-import re
+import sys
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests" / "support"))
+
+import regfile  # noqa: E402
 
 # The temporary keys that stand for the roots.
 TREES = {
@@ -21,27 +25,11 @@ def entries_of(file):
     return sorted(line for line in lines_of(file) if line.startswith(("[", '"', "@")))
 
 
-def name_of(line):
-    """The name of a value's line, without its quotes and escapes; that of the default value is empty."""
-    return "" if line.startswith("@") else re.sub(r"\\(.)", r"\1", re.match(r'"((?:[^"\\]|\\.)*)"=', line)[1])
-
-
-def keys_of(file):
-    """The keys of a .reg file, each with the names of its values."""
-    keys = []
-    for line in lines_of(file):
-        if line.startswith("["):
-            keys.append((line[1:-1], []))
-        elif line.startswith(('"', "@")):
-            keys[-1][1].append(name_of(line))
-    return keys
-
-
 def list_of(file):
     """What the bare steps of a traced capture go through, by the .reg file of one: (path, names of its values) of each
     key, by its temporary path."""
     keys = []
-    for path, values in keys_of(file):
+    for path, values in regfile.parse(Path(file).read_bytes()).items():
         root, _, below = path.partition("\\")
         keys.append(("%s\\%s" % (TREES[root], below), values))
     return keys
@@ -53,5 +41,5 @@ def text_of(keys):
 
 def found_in(keys):
     """How many values can be read, and keys removed at their turn: those without subkeys."""
-    parents = [path for path, _ in keys if any(other.startswith(path + "\\") for other, _ in keys)]
-    return sum(len(values) for _, values in keys) + len(keys) - len(parents)
+    leaves = [path for path, _ in keys if not any(other.startswith(path + "\\") for other, _ in keys)]
+    return len(leaves) + sum(len(values) for _, values in keys)
