@@ -33,7 +33,7 @@ void LiftOverrides(const HiveKeys& keys, const OsVersion& running) {
         const RegKey software(L"Software\\", HKEY_LOCAL_MACHINE, true);
         RegDeleteKeyW(software.Handle(), L"Classes");
     }
-    RegDeleteKeyW(keys.hklm.Handle(), L"Software");
+    DeleteRegistryKey(keys.hklm.Handle(), L"Software");
 }
 
 } // namespace keyreap

@@ -1,7 +1,7 @@
 #include "registry/regkey.h"
 
 #include "platform/os/entrypoint.h"
-#include "platform/os/registryopener.h"
+#include "platform/os/ownkeys.h"
 
 #include <algorithm>
 #include <array>
@@ -112,7 +112,8 @@ void RegKey::Close() {
 }
 
 LSTATUS RegKey::DeleteKey(const std::wstring& name) const {
-    return DeleteKeyThrough(FindDeleteKeyEx(), handle.Get(), name, viewFlags);
+    const std::uint32_t view = viewFlags | ViewOfOwnKey(handle.Get(), name.c_str());
+    return DeleteKeyThrough(FindDeleteKeyEx(), handle.Get(), name, view);
 }
 
 LSTATUS RegKey::DeleteSubtree(const std::wstring& name) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/os/ownedhandle.h"
+#include "platform/os/registryopener.h"
 #include "regfile/valuetext.h"
 
 #include <cstdint>
@@ -81,9 +82,6 @@ std::wstring RootName(HKEY root);
 // Deletes the key `path` under `root` and then, upward, its parents, as far as the system allows it: a parent
 // with another child ends the climb, one with values of its own does not. False if the key itself stays.
 bool DeleteEmptyKeyChain(HKEY root, std::wstring_view path);
-
-// RegDeleteKeyExW, as winreg.h declares it; not on every system.
-using DeleteKeyExFunction = LSTATUS(WINAPI*)(HKEY, LPCWSTR, REGSAM, DWORD);
 
 // Deletes through `deleteKeyEx`, in the view that `flags` name; through RegDeleteKeyW, whatever the view, if
 // that is null.

@@ -1,5 +1,8 @@
 #include "platform/os/registryopener.h"
 
+#include "platform/os/entrypoint.h"
+#include "platform/os/ownkeys.h"
+
 namespace keyreap {
 
 namespace {
@@ -15,16 +18,26 @@ LSTATUS TakeOnSuccess(LSTATUS status, HKEY opened, OwnedRegistryKey& key) {
 
 LSTATUS OpenRegistryKey(HKEY parent, const wchar_t* subkey, REGSAM access, OwnedRegistryKey& key) {
     HKEY opened = nullptr;
-    const LSTATUS status = RegOpenKeyExW(parent, subkey, 0, access, &opened);
+    const LSTATUS status = RegOpenKeyExW(parent, subkey, 0, access | ViewOfOwnKey(parent, subkey), &opened);
     return TakeOnSuccess(status, opened, key);
 }
 
 LSTATUS CreateRegistryKey(HKEY parent, const wchar_t* subkey, REGSAM access, OwnedRegistryKey& key) {
     HKEY created = nullptr;
     DWORD disposition = 0;
-    const LSTATUS status = RegCreateKeyExW(parent, subkey, 0, nullptr, REG_OPTION_NON_VOLATILE, access,
-                                           nullptr, &created, &disposition);
+    const LSTATUS status =
+        RegCreateKeyExW(parent, subkey, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                        access | ViewOfOwnKey(parent, subkey), nullptr, &created, &disposition);
     return TakeOnSuccess(status, created, key);
+}
+
+LSTATUS DeleteRegistryKey(HKEY parent, const wchar_t* subkey) {
+    if (const REGSAM view = ViewOfOwnKey(parent, subkey)) {
+        static const auto deleteInView =
+            FindEntryPoint<DeleteKeyExFunction>(GetModuleHandleW(L"Advapi32.dll"), "RegDeleteKeyExW");
+        return deleteInView(parent, subkey, view, 0);
+    }
+    return RegDeleteKeyW(parent, subkey);
 }
 
 } // namespace keyreap

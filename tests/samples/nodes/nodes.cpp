@@ -1,0 +1,45 @@
+// A server that registers under plain names and below keys called Wow6432Node, each as a name like any other.
+// Built twice: the plain names come first, or the others do (KEYREAP_NODES_FIRST).
+#include <windows.h>
+
+#include <olectl.h>
+
+#include <string>
+
+namespace {
+
+const std::wstring classPath = L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D30}";
+const std::wstring settingsPath = L"Keyreap\\Nodes";
+
+// In one call, as most servers do it.
+void WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
+    HKEY key = nullptr;
+    RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                   static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    RegCloseKey(key);
+}
+
+void WritePlain() {
+    WriteText(HKEY_CLASSES_ROOT, classPath, L"", L"plain");
+    WriteText(HKEY_LOCAL_MACHINE, L"Software\\" + settingsPath, L"", L"plain");
+}
+
+void WriteExplicit() {
+    WriteText(HKEY_CLASSES_ROOT, L"Wow6432Node\\" + classPath, L"", L"explicit");
+    WriteText(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\" + settingsPath, L"", L"explicit");
+    WriteText(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\" + settingsPath, L"name", L"alone");
+}
+
+} // namespace
+
+STDAPI DllRegisterServer() {
+#ifdef KEYREAP_NODES_FIRST
+    WriteExplicit();
+    WritePlain();
+#else
+    WritePlain();
+    WriteExplicit();
+#endif
+    return S_OK;
+}
