@@ -10,11 +10,15 @@
 
 REQUEST_FILTER=$WINE_HOME/requestfilter
 REQUEST_FILTER_SOURCES=$ROOT/tools/requestfilter
+# What follows the requests of a log to the keys that they mean.
+REQUEST_TRACKER=$ROOT/platform/os/wine
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
 
 make_filter() {
     rm -f "$REQUEST_FILTER.version"
-    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "$REQUEST_FILTER_SOURCES"/*.cpp -o "$REQUEST_FILTER.new"
+    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "$REQUEST_FILTER_SOURCES"/*.cpp \
+        "$REQUEST_TRACKER"/{askedkey,keylookup,mixedkeys,requestline,requeststatus,requesttracker,serverprocess}.cpp \
+        -o "$REQUEST_FILTER.new"
     mv "$REQUEST_FILTER.new" "$REQUEST_FILTER"
     filter_version >"$REQUEST_FILTER.version"
 }
@@ -29,7 +33,13 @@ filter_there() {
 }
 
 filter_version() {
-    cat "$REQUEST_FILTER_SOURCES"/* "$ROOT/scripts/requests.sh" | cksum
+    cat "$REQUEST_FILTER_SOURCES"/* "$REQUEST_TRACKER"/*.{h,cpp} "$ROOT/scripts/requests.sh" | cksum
+}
+
+# mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the
+# session ends and if there are any. It lies beside the prefix and belongs to whoever has the prefix's lock.
+mixed_keys_file() {
+    printf '%s.mixedkeys' "$1"
 }
 
 # start_logging_server PREFIX: it stays until it is ended, however many programs come and go.
@@ -37,7 +47,7 @@ start_logging_server() {
     local environment
     mapfile -t environment < <(wine_environment "$1")
     env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 9>&- |
-        "$REQUEST_FILTER" "$1/$REQUEST_LOG" >/dev/null 2>&1 9>&- &
+        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" >/dev/null 2>&1 9>&- &
 }
 
 # await_logging_server PREFIX: the log begins with the server's word that it is up.

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # A session is one use of a Wine prefix out of the pool: taken, made anew, used by one command, and ended.
-# Sourced after common.sh, wine.sh and requests.sh.
+# Sourced after common.sh, wine.sh, requests.sh and mixedkeys.sh.
 #
 # Two file descriptors belong to the session and to nobody that it starts:
 #   9   the lock of the prefix; the keeper has it too
@@ -111,6 +111,7 @@ END
 # each.
 start_server() {
     if [[ $1 == yes ]]; then
+        rm -f "$(mixed_keys_file "$PREFIX")"
         echo requests >&8
         await_logging_server "$PREFIX" && return
     else
@@ -142,6 +143,7 @@ run_in_session() {
 end_session() {
     exec 8>&-
     wait "$KEEPER" || end_prefix "$PREFIX"
+    take_mixed_keys "$PREFIX"
     exec 9>&-
 }
 

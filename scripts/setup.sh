@@ -12,6 +12,8 @@ source "$ROOT/scripts/packages.sh"
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/requests.sh
 source "$ROOT/scripts/requests.sh"
+# shellcheck source=scripts/mixedkeys.sh
+source "$ROOT/scripts/mixedkeys.sh"
 # shellcheck source=scripts/session.sh
 source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/base.sh
@@ -61,7 +63,7 @@ wine_there() {
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES"
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER"
     [[ $1 == wine ]] || program_sources
 }
 

@@ -63,8 +63,8 @@ def is_full(content):
     return LIMIT - len(KEPT) < len(content) <= LIMIT and content.endswith(b"\n")
 
 
-def test_it_takes_one_file():
-    for words in ([], ["a", "b"]):
+def test_it_takes_a_file_and_a_report_if_any():
+    for words in ([], ["a", "b", "c"]):
         result = subprocess.run([FILTER, *words], stdin=subprocess.DEVNULL, capture_output=True)
         assert result.returncode == 2
         assert b"usage" in result.stderr

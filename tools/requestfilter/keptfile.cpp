@@ -1,5 +1,6 @@
 #include "tools/requestfilter/keptfile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -32,7 +33,7 @@ KeptFile::~KeptFile() {
 
 bool KeptFile::Open() {
     if (file == -1) {
-        file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        file = open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
     }
     return file != -1;
 }
@@ -67,6 +68,33 @@ std::size_t KeptFile::WriteWhatFits(std::string_view text) {
         }
     }
     return written;
+}
+
+void KeptFile::ForEachLine(const std::function<void(std::string_view)>& take) const {
+    constexpr std::size_t PIECE_SIZE = 1 << 20;
+    std::string buffer(PIECE_SIZE, '\0');
+    std::string begun;
+    std::int64_t offset = 0;
+    for (std::string_view piece = ReadPiece(offset, buffer); !piece.empty();
+         piece = ReadPiece(offset, buffer)) {
+        offset += static_cast<std::int64_t>(piece.size());
+        for (std::size_t end = piece.find('\n'); end != std::string_view::npos; end = piece.find('\n')) {
+            begun += piece.substr(0, end);
+            take(begun);
+            begun.clear();
+            piece.remove_prefix(end + 1);
+        }
+        begun += piece;
+    }
+}
+
+std::string_view KeptFile::ReadPiece(std::int64_t offset, std::string& buffer) const {
+    const auto wanted = std::min(static_cast<std::int64_t>(buffer.size()), length - offset);
+    ssize_t read = 0;
+    do {
+        read = wanted > 0 ? pread(file, buffer.data(), static_cast<std::size_t>(wanted), offset) : 0;
+    } while (read < 0 && errno == EINTR);
+    return std::string_view(buffer).substr(0, read > 0 ? static_cast<std::size_t>(read) : 0);
 }
 
 } // namespace keyreap

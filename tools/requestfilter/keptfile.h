@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -20,10 +21,15 @@ public:
     // Writes whole lines, each with its line break. Never fails, and never waits for room.
     void Write(std::string_view lines);
 
+    // What was written so far, line by line and without the line breaks.
+    void ForEachLine(const std::function<void(std::string_view)>& take) const;
+
     static constexpr std::string_view LOST_LINES = "lost\n";
 
 private:
     bool Open();
+    // The next piece of the file; empty behind the last whole line.
+    std::string_view ReadPiece(std::int64_t offset, std::string& buffer) const;
     std::size_t WriteWhatFits(std::string_view text);
 
     std::string path;

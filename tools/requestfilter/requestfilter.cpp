@@ -1,6 +1,7 @@
-// requestfilter FILE: reads the request log of Wine's server and writes what the trace needs of it to FILE.
-// Its end would be the server's end, and its waiting the server's waiting, so it reads on whatever becomes of
-// FILE. Ends with 0 at the end of the input, with 2 if it was called otherwise.
+// requestfilter FILE [REPORT]: reads the request log of Wine's server and writes what the trace needs of it
+// to FILE. Its end would be the server's end, and its waiting the server's waiting, so it reads on whatever
+// becomes of FILE. At the end of the input it writes the keys that the host mixed up to REPORT, a line each,
+// if there are any, and ends with 0. It ends with 2 if it was called otherwise.
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include "tools/requestfilter/keptfile.h"
+#include "tools/requestfilter/mixedreport.h"
 #include "tools/requestfilter/requestlines.h"
 
 namespace {
@@ -87,12 +89,15 @@ void Filter(keyreap::KeptFile& file) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: requestfilter FILE\n";
+    if (argc != 2 && argc != 3) {
+        std::cerr << "usage: requestfilter FILE [REPORT]\n";
         return 2;
     }
     IgnoreSignals();
     fcntl(STDIN_FILENO, F_SETPIPE_SZ, PIECE_SIZE);
     keyreap::KeptFile file(argv[1]);
     Filter(file);
+    if (argc == 3) {
+        keyreap::WriteNames(keyreap::FindMixedKeys(file), argv[2]);
+    }
 }

@@ -179,6 +179,7 @@ void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     KeyRequest request;
     request.type = creates && !finds ? registryevent::createKey : registryevent::openKey;
     request.parent = KeyBehind(answered.process, asked.parent);
+    request.view = ViewOf(answered.process, asked);
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
     if (handle != 0) {
         request.key = FoundKey(answered, asked);

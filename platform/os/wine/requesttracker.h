@@ -22,6 +22,7 @@ struct KeyRequest {
     std::shared_ptr<const OpenKey> key;    // the key at work; of a creation or opening what it gave, or null
     std::shared_ptr<const OpenKey> parent; // of a creation or opening what the name is relative to, or null
     std::wstring name;                     // of a creation or opening as asked; otherwise the value's name
+    KeyView view;                          // of a creation or opening
 };
 
 // Takes what the log tells about the registry.

@@ -86,5 +86,18 @@ TEST_F(KeptFileTest, OnAFullDeviceNothingFailsAndNothingWaits) {
     EXPECT_TRUE(fs::exists("/dev/full"));
 }
 
+TEST_F(KeptFileTest, IsReadBackLineByLine) {
+    KeptFile file(path.string());
+    std::vector<std::string> lines;
+    const auto take = [&](std::string_view line) { lines.emplace_back(line); };
+    file.ForEachLine(take);
+    EXPECT_TRUE(lines.empty());
+    const std::string longLine(3'000'000, 'x');
+    file.Write("one\n\n" + longLine + "\n");
+    file.Write("two\n");
+    file.ForEachLine(take);
+    EXPECT_EQ(lines, (std::vector<std::string>{"one", "", longLine, "two"}));
+}
+
 } // namespace
 } // namespace keyreap

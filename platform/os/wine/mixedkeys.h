@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/os/wine/requesttracker.h"
+
+namespace keyreap {
+
+// The keys that a request log names, as far as it shows that they are there, by real paths.
+class LoggedKeys : public KeyFacts {
+public:
+    bool Exists(const std::wstring& path) override { return keys.contains(FoldedKeyText(path)); }
+    std::optional<std::wstring> LinkTarget(const std::wstring&) override { return {}; }
+
+    void Add(const std::wstring& path) { keys.insert(FoldedKeyText(path)); }
+    void Remove(const std::wstring& path) { keys.erase(FoldedKeyText(path)); }
+
+private:
+    std::unordered_set<std::wstring> keys; // A to Z folded
+};
+
+// Finds in the request log of Wine's server which keys of the temporary tree the host mixed up. Wine sends a
+// 32-bit process's path through any key that has a child Wow6432Node, so a server that writes both
+// `Software\Wow6432Node\A` and `Software\A` there gets the first key for the second one: what it writes to it
+// is found under a name that it didn't mean, and can't be told apart any more.
+//
+// A key counts as mixed up when the server got another key for its name and something came of that: a key was
+// made or found that would not have been, a value was written, deleted or found in it, or a key that is there
+// wasn't found. To pass through such a key is nothing.
+class MixedKeys : public KeyRequestListener {
+public:
+    // One line without its end, from the log's first one on.
+    void Feed(std::string_view line) { tracker.Feed(line, this); }
+
+    // The names that the server asked for (HKEY_LOCAL_MACHINE\Software\A), in the order in which they were
+    // mixed up, without those below another one of them.
+    const std::vector<std::wstring>& Names() const { return names; }
+
+    void OnKeyRequest(const KeyRequest& request) override;
+    void OnLostLines() override {}
+    void OnMissingKey(const std::wstring&) override {}
+
+private:
+    // A key with the path by which it was asked for, where that isn't its own.
+    struct Asked {
+        std::shared_ptr<const OpenKey> key;
+        std::wstring path;
+    };
+
+    std::wstring AskedPath(const std::shared_ptr<const OpenKey>& key);
+    void OnNamedKey(const KeyRequest& request);
+    void OnMissedKey(const KeyRequest& request, const std::wstring& path);
+    void OnUsedKey(const KeyRequest& request);
+    void Report(const std::wstring& path);
+
+    LoggedKeys keys;
+    RequestTracker tracker{keys};
+    std::unordered_map<const OpenKey*, Asked> elsewhere;
+    std::unordered_set<std::wstring> written; // keys in which values were set, A to Z folded
+    std::vector<std::wstring> names;
+    std::unordered_set<std::wstring> named; // the same, A to Z folded
+};
+
+// Whether a line of the log tells that a Wow6432Node was made in the temporary tree. Without such a line no
+// key is mixed up.
+bool MakesNodeInTree(std::string_view line);
+
+} // namespace keyreap

@@ -1,0 +1,26 @@
+# shellcheck shell=bash
+# Keys that Wine mixed up. It sends the path of a 32-bit program through any key that has a child Wow6432Node, so a server
+# that uses both names gets one key for two, and its .reg file can't be right (docs/tracing.md). The filter of requests
+# finds that in a session's log and leaves the names when the session ends. Sourced after common.sh and requests.sh.
+
+# The names of the session that ended last.
+MIXED_KEYS=()
+
+# take_mixed_keys PREFIX: fills MIXED_KEYS. The prefix is still locked, and its server and filter have ended.
+take_mixed_keys() {
+    local file
+    file=$(mixed_keys_file "$1")
+    MIXED_KEYS=()
+    [[ -f $file ]] || return 0
+    mapfile -t MIXED_KEYS <"$file"
+    rm -f "$file"
+}
+
+# tell_mixed_keys: one line on standard error for all of them, or nothing.
+tell_mixed_keys() {
+    local others=$((${#MIXED_KEYS[@]} - 1)) more=
+    ((others >= 0)) || return 0
+    ((others == 0)) || more=" and $others more"
+    say "${MIXED_KEYS[0]}$more: Wine mixed this key up with one below Wow6432Node, so the .reg file can't be relied on" \
+        "there; see docs/tracing.md"
+}

@@ -1,0 +1,74 @@
+"""Keys that Wine mixed up: ./keyreap names them, since a status of 0 alone would say that the .reg file is right."""
+
+import os
+
+import pytest
+from conftest import ROOT, bash, run
+
+SAMPLES = os.environ["KEYREAP_SAMPLES"]
+PROGRAM = os.environ["KEYREAP_STAGE"] + "\\x64\\Keyreap.exe"
+
+TOLD = (
+    "keyreap: HKEY_LOCAL_MACHINE\\Software\\Keyreap\\Nodes: Wine mixed this key up with one below Wow6432Node,"
+    " so the .reg file can't be relied on there; see docs/tracing.md\n"
+)
+
+
+def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--tell-mixed-keys")):
+    """One run over samples such as x86\\plain.dll; the session it ran in gives its status and what it wrote."""
+    words = []
+    for number, sample in enumerate(samples):
+        words += [SAMPLES + "\\" + sample, "Z:" + str(folder / f"{number}.reg").replace("/", "\\")]
+    return pool.run(*options, "wine", PROGRAM, "extreg", *words, mode)
+
+
+@pytest.mark.parametrize("mode", ["keyRedir", "both"])
+def test_a_key_that_was_mixed_up_is_named(pool, tmp_path, mode):
+    result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode=mode)
+    assert (result.returncode, result.stderr) == (0, TOLD)
+    assert result.stdout == ""
+
+
+@pytest.mark.parametrize("mode", ["keyRedir", "both", "trace"])
+@pytest.mark.parametrize("samples", [["x86\\plainfirst.dll", "x86\\plain.dll"], ["x64\\nodesfirst.dll", "x86\\plain.dll"]])
+def test_keys_that_were_kept_apart_are_nothing_to_tell(pool, tmp_path, samples, mode):
+    result = capture(pool, tmp_path, *samples, mode=mode)
+    assert (result.returncode, result.stderr) == (0, "")
+
+
+def test_the_live_registry_has_one_key_for_both_names_and_nothing_to_tell(pool, tmp_path):
+    result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode="trace")
+    assert (result.returncode, result.stderr) == (0, "")
+
+
+def test_any_pair_of_a_run_counts_and_the_next_run_starts_anew(pool, tmp_path):
+    samples = ["x64\\nodesfirst.dll", "x86\\plain.dll", "x86\\nodesfirst.dll", "x86\\plainfirst.dll"]
+    assert capture(pool, tmp_path, *samples).stderr == TOLD
+    assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
+
+
+def test_a_session_tells_only_who_asks_and_leaves_no_names(pool, tmp_path):
+    assert capture(pool, tmp_path, "x86\\nodesfirst.dll", options=["--requests"]).stderr == ""
+    assert not any("mixed" in file.name for file in pool.folder.iterdir())
+
+
+def test_names_that_a_killed_session_left_are_not_told(pool, tmp_path):
+    (pool.folder / "1.mixedkeys").write_text("HKEY_CLASSES_ROOT\\Stale\n")
+    assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
+
+
+def test_several_keys_are_one_line():
+    script = 'source "%s/scripts/common.sh"; source "%s/scripts/mixedkeys.sh"; MIXED_KEYS=("$@"); tell_mixed_keys' % (ROOT, ROOT)
+    assert bash(script).stderr == ""
+    assert bash(script, "A\\B").stderr.startswith("keyreap: A\\B: Wine")
+    several = bash(script, "A\\B", "C", "D").stderr
+    assert several.startswith("keyreap: A\\B and 2 more: Wine")
+    assert several.count("\n") == 1
+
+
+def test_keyreap_itself_tells_it_without_a_terminal(tmp_path):
+    sample = ROOT / "build" / "samples" / "x86" / "nodesfirst.dll"
+    result = run(ROOT / "keyreap", "extreg", sample, tmp_path / "out.reg", "keyRedir")
+    assert (result.returncode, result.stdout) == (0, "")
+    # A set-up may have something to say before.
+    assert result.stderr.splitlines(keepends=True)[-1:] == [TOLD]

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/requestfilter/keptfile.h"
+
+namespace keyreap {
+
+// The keys of the temporary tree that the host mixed up in this log (platform/os/wine/mixedkeys.h).
+std::vector<std::wstring> FindMixedKeys(const KeptFile& log);
+
+// A name of UTF-16 units as one line of UTF-8, without a line break: what would break a line or mean nothing
+// is a question mark.
+std::string LineOfName(std::wstring_view name);
+
+// Writes each name as a line into a file of this path. With no name there is no file.
+void WriteNames(const std::vector<std::wstring>& names, const std::string& path);
+
+} // namespace keyreap
