@@ -67,6 +67,19 @@ TEST_P(TracedNodes, OfTheLiveRegistryAreThePlainKeysOf32BitServersAlone) {
     EXPECT_EQ(before.Changes(), Is32Bit() ? nothing : keysBelowTheNodes);
 }
 
+TEST_P(TracedNodes, Of64BitServersDoNotReachTheCompanionByDefault) {
+    for (const wchar_t* name : {L"plainfirst.dll", L"nodesfirst.dll"}) {
+        // As on a machine where the program never ran: the tree stays for the companion's session to clear.
+        DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+        EXPECT_EQ(RunKeyreap(Bitness::x64, L"extreg " + Pair(Sample(Bitness::x64, name), Work(L"x64.reg")) +
+                                               L" " + Pair(Target(L"plain.dll"), Work(L"second.reg")) +
+                                               L" both"),
+                  0U);
+        EXPECT_TRUE(Holds(Work(L"second.reg"), Golden("plain-traced.reg"))) << name;
+        EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, temporaryKey)) << name;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(ByRoute, TracedNodes, testing::ValuesIn(nativeRoutes), NameOfRoute);
 
 } // namespace
