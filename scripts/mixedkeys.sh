@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# Keys that Wine mixed up. It sends the path of a 32-bit program through any key that has a child Wow6432Node, so a server
-# that uses both names gets one key for two, and its .reg file can't be right (docs/tracing.md). The filter of requests
-# finds that in a session's log and leaves the names when the session ends. Sourced after common.sh and requests.sh.
+# Keys that Wine mixed up: it sends the path of a 32-bit program through any key that has a child Wow6432Node, so a server
+# that writes to such keys may get another one for its name (docs/tracing.md). The filter of requests finds that in a
+# session's log and leaves the names when the session ends. Sourced after common.sh and requests.sh.
 
 # The names of the session that ended last.
 MIXED_KEYS=()
@@ -21,6 +21,6 @@ tell_mixed_keys() {
     local others=$((${#MIXED_KEYS[@]} - 1)) more=
     ((others >= 0)) || return 0
     ((others == 0)) || more=" and $others more"
-    say "${MIXED_KEYS[0]}$more: Wine mixed this key up with one below Wow6432Node, so the .reg file can't be relied on" \
+    say "${MIXED_KEYS[0]}$more: Wine took a key below Wow6432Node for this one, so the .reg file can't be relied on" \
         "there; see docs/tracing.md"
 }

@@ -43,7 +43,7 @@ void AppendUtf8(std::uint32_t character, std::string& text) {
 
 std::vector<std::wstring> FindMixedKeys(const KeptFile& log) {
     bool canBe = false;
-    log.ForEachLine([&](std::string_view line) { canBe = canBe || MakesNodeInTree(line); });
+    log.ForEachLine([&](std::string_view line) { canBe = canBe || MakesMixingNode(line); });
     MixedKeys mixed;
     if (canBe) {
         log.ForEachLine([&](std::string_view line) { mixed.Feed(line); });

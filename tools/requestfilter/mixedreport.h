@@ -8,7 +8,7 @@
 
 namespace keyreap {
 
-// The keys of the temporary tree that the host mixed up in this log (platform/os/wine/mixedkeys.h).
+// The keys that the host mixed up in this log (platform/os/wine/mixedkeys.h).
 std::vector<std::wstring> FindMixedKeys(const KeptFile& log);
 
 // A name of UTF-16 units as one line of UTF-8, without a line break: what would break a line or mean nothing

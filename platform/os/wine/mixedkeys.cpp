@@ -22,6 +22,11 @@ constexpr std::array<std::pair<std::wstring_view, std::wstring_view>, 4> roots{{
     {L"HKLM", L"HKEY_LOCAL_MACHINE"},
 }};
 
+constexpr std::array<std::pair<std::wstring_view, std::wstring_view>, 2> liveRoots{{
+    {L"\\REGISTRY\\Machine", L"HKEY_LOCAL_MACHINE"},
+    {L"\\REGISTRY\\User", L"HKEY_USERS"},
+}};
+
 bool BeginsWith(std::wstring_view text, std::wstring_view prefix) {
     return SameKeyText(text.substr(0, prefix.size()), prefix);
 }
@@ -51,21 +56,34 @@ std::wstring Joined(std::wstring path, std::wstring_view name) {
     return path;
 }
 
-std::size_t CountNodes(std::wstring_view path) {
-    std::size_t nodes = 0;
+struct Nodes {
+    std::size_t count = 0;
+    bool doubled = false; // one is right below another one
+};
+
+Nodes NodesIn(std::wstring_view path) {
+    Nodes nodes;
+    bool previous = false;
     while (!path.empty()) {
         const std::size_t end = std::min(path.find(L'\\'), path.size());
-        nodes += SameKeyText(path.substr(0, end), node) ? 1U : 0U;
+        const bool isNode = SameKeyText(path.substr(0, end), node);
+        nodes.count += isNode ? 1U : 0U;
+        nodes.doubled = nodes.doubled || (isNode && previous);
+        previous = isNode;
         path.remove_prefix(std::min(end + 1, path.size()));
     }
     return nodes;
 }
 
 bool IsPastANode(std::wstring_view realPath, std::wstring_view path) {
-    return CountNodes(realPath) > CountNodes(path);
+    return NodesIn(realPath).count > NodesIn(path).count;
 }
 
-// The name that stands for a key of the tree.
+bool IsInASecondNode(std::wstring_view realPath, std::wstring_view path) {
+    return NodesIn(realPath).doubled && !NodesIn(path).doubled;
+}
+
+// The name by which people know a key; for one of the tree the name that it stands for.
 std::wstring NameOf(const std::wstring& path) {
     const std::wstring_view inTree = InTree(path);
     for (const auto& [child, root] : roots) {
@@ -73,7 +91,12 @@ std::wstring NameOf(const std::wstring& path) {
             return std::wstring(root).append(inTree.substr(child.size()));
         }
     }
-    return std::wstring(inTree);
+    for (const auto& [start, root] : liveRoots) {
+        if (IsAtOrBelow(path, start)) {
+            return std::wstring(root).append(path.substr(start.size()));
+        }
+    }
+    return path;
 }
 
 } // namespace
@@ -96,9 +119,7 @@ std::wstring MixedKeys::AskedPath(const std::shared_ptr<const OpenKey>& key) {
 
 void MixedKeys::OnNamedKey(const KeyRequest& request) {
     const std::wstring path = Joined(AskedPath(request.parent), request.name);
-    if (InTree(path).empty()) {
-        return;
-    }
+    const bool isInTree = !InTree(path).empty();
     if (!request.key) {
         OnMissedKey(request, path);
         return;
@@ -106,16 +127,17 @@ void MixedKeys::OnNamedKey(const KeyRequest& request) {
     const std::wstring& realPath = request.key->Path(keys);
     const bool wasThere = keys.Exists(realPath);
     keys.Add(realPath);
-    if (IsPastANode(realPath, path)) {
-        elsewhere[request.key.get()] = {request.key, path};
-        if (!wasThere || !keys.Exists(path)) {
-            Report(path);
-        }
+    if (!IsPastANode(realPath, path)) {
+        return;
+    }
+    elsewhere[request.key.get()] = {request.key, path};
+    if (IsInASecondNode(realPath, path) || (isInTree && (!wasThere || !keys.Exists(path)))) {
+        Report(path);
     }
 }
 
 void MixedKeys::OnMissedKey(const KeyRequest& request, const std::wstring& path) {
-    if (request.type == registryevent::openKey && keys.Exists(path)) {
+    if (request.type == registryevent::openKey && !InTree(path).empty() && keys.Exists(path)) {
         const std::wstring parent = request.parent ? request.parent->Path(keys) : std::wstring();
         if (IsPastANode(FindRealPath(parent, request.name, request.view, keys), path)) {
             Report(path);
@@ -125,17 +147,20 @@ void MixedKeys::OnMissedKey(const KeyRequest& request, const std::wstring& path)
 
 void MixedKeys::OnUsedKey(const KeyRequest& request) {
     const std::wstring path = AskedPath(request.key);
+    if (InTree(path).empty()) {
+        return;
+    }
     const bool sees = request.type == registryevent::queryValue;
     const bool changes =
         request.type == registryevent::setValue || request.type == registryevent::deleteValue ||
         request.type == registryevent::deleteKey || request.type == registryevent::setInformation;
     const bool succeeds = request.status == 0;
-    const bool isElsewhere = elsewhere.contains(request.key.get());
-    if (isElsewhere && ((sees && written.contains(FoldedKeyText(path))) || ((sees || changes) && succeeds))) {
+    const bool misses = sees && written.contains(FoldedKeyText(path));
+    if (elsewhere.contains(request.key.get()) && (misses || ((sees || changes) && succeeds))) {
         Report(path);
     }
     const std::wstring& realPath = request.key->Path(keys);
-    if (succeeds && request.type == registryevent::setValue && !InTree(realPath).empty()) {
+    if (succeeds && request.type == registryevent::setValue) {
         written.insert(FoldedKeyText(realPath));
     } else if (succeeds && request.type == registryevent::deleteKey) {
         keys.Remove(realPath);
@@ -145,24 +170,34 @@ void MixedKeys::OnUsedKey(const KeyRequest& request) {
 
 void MixedKeys::Report(const std::wstring& path) {
     const std::wstring name = NameOf(path);
-    const std::wstring folded = FoldedKeyText(name);
-    for (std::size_t end = folded.size(); end != std::wstring::npos && end != 0;
-         end = folded.rfind(L'\\', end - 1)) {
-        if (named.contains(folded.substr(0, end))) {
-            return;
-        }
+    std::wstring folded = FoldedKeyText(name);
+    if (!named.insert(folded).second) {
+        return;
     }
-    named.insert(folded);
     names.push_back(name);
+    for (std::size_t end = folded.rfind(L'\\'); end != std::wstring::npos; end = folded.rfind(L'\\')) {
+        folded.resize(end);
+        above.insert(folded);
+    }
 }
 
-bool MakesNodeInTree(std::string_view line) {
+std::vector<std::wstring> MixedKeys::Names() const {
+    std::vector<std::wstring> lowest;
+    for (const std::wstring& name : names) {
+        if (!above.contains(FoldedKeyText(name))) {
+            lowest.push_back(name);
+        }
+    }
+    return lowest;
+}
+
+bool MakesMixingNode(std::string_view line) {
     static constexpr std::string_view making = "Create key ";
     if (!line.starts_with(making)) {
         return false;
     }
     const std::wstring path = L'\\' + UnescapeServerText(line.substr(making.size()));
-    return CountNodes(InTree(path)) > 0;
+    return NodesIn(InTree(path)).count > 0 || NodesIn(path).doubled;
 }
 
 } // namespace keyreap

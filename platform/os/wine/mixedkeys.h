@@ -25,22 +25,29 @@ private:
     std::unordered_set<std::wstring> keys; // A to Z folded
 };
 
-// Finds in the request log of Wine's server which keys of the temporary tree the host mixed up. Wine sends a
-// 32-bit process's path through any key that has a child Wow6432Node, so a server that writes both
-// `Software\Wow6432Node\A` and `Software\A` there gets the first key for the second one: what it writes to it
-// is found under a name that it didn't mean, and can't be told apart any more.
+// Finds in the request log of Wine's server which keys the host mixed up. Wine sends a 32-bit process's path
+// through any key that has a child Wow6432Node:
 //
-// A key counts as mixed up when the server got another key for its name and something came of that: a key was
-// made or found that would not have been, a value was written, deleted or found in it, or a key that is there
-// wasn't found. To pass through such a key is nothing.
+// - A server that writes both `Software\Wow6432Node\A` and `Software\A` into the temporary tree gets the
+// first
+//   key for the second one. What it writes is found under a name that it didn't mean, and can't be told
+//   apart.
+// - A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in
+// the
+//   first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
+//   `Software` by itself leads to the node.
+//
+// A key of the tree counts as mixed up when the server got another one for its name and something came of
+// that: a key was made or found that would not have been, a value was written, deleted or found in it, or a
+// key that is there wasn't found. To pass through such a key is nothing.
 class MixedKeys : public KeyRequestListener {
 public:
     // One line without its end, from the log's first one on.
     void Feed(std::string_view line) { tracker.Feed(line, this); }
 
     // The names that the server asked for (HKEY_LOCAL_MACHINE\Software\A), in the order in which they were
-    // mixed up, without those below another one of them.
-    const std::vector<std::wstring>& Names() const { return names; }
+    // mixed up, without those above another one of them.
+    std::vector<std::wstring> Names() const;
 
     void OnKeyRequest(const KeyRequest& request) override;
     void OnLostLines() override {}
@@ -65,10 +72,11 @@ private:
     std::unordered_set<std::wstring> written; // keys in which values were set, A to Z folded
     std::vector<std::wstring> names;
     std::unordered_set<std::wstring> named; // the same, A to Z folded
+    std::unordered_set<std::wstring> above; // what lies above them, likewise
 };
 
-// Whether a line of the log tells that a Wow6432Node was made in the temporary tree. Without such a line no
-// key is mixed up.
-bool MakesNodeInTree(std::string_view line);
+// Whether a line of the log tells that a Wow6432Node was made in the temporary tree, or one in another one.
+// Without such a line no key is mixed up.
+bool MakesMixingNode(std::string_view line);
 
 } // namespace keyreap

@@ -150,15 +150,34 @@ TEST_F(MixedKeysTest, ASecondNodeThatTheHostMakesUpCountsToo) {
     Find("Software", 0x10);
     MakeAs("Wow6432Node", "Software\\Wow6432Node\\Wow6432Node", 0x10);
     MakeAs("B", "Software\\Wow6432Node\\Wow6432Node\\B", 8);
-    EXPECT_EQ(Mixed(), Names{L"HKEY_LOCAL_MACHINE\\Software\\Wow6432Node"});
+    EXPECT_EQ(Mixed(), Names{L"HKEY_LOCAL_MACHINE\\Software\\Wow6432Node\\B"});
 }
 
-TEST_F(MixedKeysTest, KeysBelowAMixedUpOneAreNotNamedBesideIt) {
+TEST_F(MixedKeysTest, SoDoesOneInTheLiveRegistry) {
+    story.Open(THREAD, R"(\REGISTRY\Machine)", HIVE, {.realPath = R"(REGISTRY\Machine)"});
+    story.Open(THREAD, "Software", 0x10,
+               {.parent = HIVE, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node)"});
+    story.Create(THREAD, "Wow6432Node", 0x14,
+                 {.parent = 0x10, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node)"});
+    story.Create(THREAD, "B", 8,
+                 {.parent = 0x14, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node\B)"});
+    EXPECT_EQ(Mixed(), Names{L"HKEY_LOCAL_MACHINE\\Software\\Wow6432Node\\B"});
+}
+
+TEST_F(MixedKeysTest, ASecondNodeThatTheServerMeansIsNoMixture) {
+    Make("Software\\Wow6432Node");
+    Make("Software\\Wow6432Node\\Wow6432Node");
+    Make("Software\\Wow6432Node\\Wow6432Node\\B");
+    EXPECT_EQ(Mixed(), Names());
+}
+
+TEST_F(MixedKeysTest, KeysAboveAMixedUpOneAreNotNamedBesideIt) {
     Make("Software\\Wow6432Node");
     MakeAs("Software\\A", "Software\\Wow6432Node\\A");
-    MakeAs("Software\\A\\B", "Software\\Wow6432Node\\A\\B");
+    MakeAs("Software\\a\\B", "Software\\Wow6432Node\\A\\B");
     MakeAs("Software\\AB", "Software\\Wow6432Node\\AB");
-    EXPECT_EQ(Mixed(), (Names{L"HKEY_LOCAL_MACHINE\\Software\\A", L"HKEY_LOCAL_MACHINE\\Software\\AB"}));
+    story.SetValue(THREAD, 8, "");
+    EXPECT_EQ(Mixed(), (Names{L"HKEY_LOCAL_MACHINE\\Software\\a\\B", L"HKEY_LOCAL_MACHINE\\Software\\AB"}));
 }
 
 TEST_F(MixedKeysTest, ANodeThatIsGoneMixesNothingUp) {
@@ -178,15 +197,16 @@ TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNoMixture) {
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST(MakesNodeInTree, IsTrueForTheCreationOfANodeBelowAHiveAlone) {
+TEST(MakesMixingNode, IsTrueForANodeBelowAHiveOfTheTreeOrBelowANode) {
     const std::string user = R"(REGISTRY\\User\\S-1-5-21-0-0-0-1000\\Software\\)";
     const std::string tree = user + R"(Velmoro\\Tesselink\\Temporary\\)";
-    EXPECT_TRUE(MakesNodeInTree("Create key " + tree + R"(HKCR\\Wow6432Node)"));
-    EXPECT_TRUE(MakesNodeInTree("Create key " + tree + R"(HKLM\\Software\\WOW6432NODE\\A)"));
-    EXPECT_FALSE(MakesNodeInTree("Create key " + tree + R"(HKLM\\Software\\Wow6432Nodes)"));
-    EXPECT_FALSE(MakesNodeInTree("Open key " + tree + R"(HKCR\\Wow6432Node)"));
-    EXPECT_FALSE(MakesNodeInTree("Create key " + user + R"(Wow6432Node)"));
-    EXPECT_FALSE(MakesNodeInTree(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node)"));
+    EXPECT_TRUE(MakesMixingNode("Create key " + tree + R"(HKCR\\Wow6432Node)"));
+    EXPECT_TRUE(MakesMixingNode("Create key " + tree + R"(HKLM\\Software\\WOW6432NODE\\A)"));
+    EXPECT_TRUE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node\\Wow6432Node)"));
+    EXPECT_FALSE(MakesMixingNode("Create key " + tree + R"(HKLM\\Software\\Wow6432Nodes)"));
+    EXPECT_FALSE(MakesMixingNode("Open key " + tree + R"(HKCR\\Wow6432Node)"));
+    EXPECT_FALSE(MakesMixingNode("Create key " + user + R"(Wow6432Node)"));
+    EXPECT_FALSE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node)"));
 }
 
 } // namespace
