@@ -16,8 +16,8 @@ take_mixed_keys() {
     rm -f "$file"
 }
 
-# tell_mixed_keys: one line on standard error for all of them, or nothing.
-tell_mixed_keys() {
+# report_mixed_keys: one line on standard error for all of them, or nothing.
+report_mixed_keys() {
     local others=$((${#MIXED_KEYS[@]} - 1)) more=
     ((others >= 0)) || return 0
     ((others == 0)) || more=" and $others more"

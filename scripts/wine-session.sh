@@ -9,7 +9,8 @@
 #   --no-display       windows can not be opened, even if the caller has a display
 #   --requests         C:\windows\keyreap-requests.log tells what the programs ask of Wine's server, as far as a
 #                      trace needs it; the server stays until the end of the session
-#   --tell-mixed-keys  with --requests: when all has ended, a line on standard error names the keys that Wine mixed up
+#   --report-mixed-keys
+#                      with --requests: when all has ended, a line on standard error names the keys that Wine mixed up
 #                      (scripts/mixedkeys.sh), if there are any
 #   --checked-heaps    a program that looks through its heaps (HeapValidate) sees what was written just past memory
 #   --ready            the caller has seen to the set-up
@@ -21,14 +22,14 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 
-classes=all share='' requests=no mixed=untold heaps=usual ready=no
+classes=all share='' requests=no mixed=quiet heaps=usual ready=no
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
     --share) share=${2:?--share needs a folder} && shift ;;
     --no-display) unset DISPLAY ;;
     --requests) requests=yes ;;
-    --tell-mixed-keys) mixed=told ;;
+    --report-mixed-keys) mixed=reported ;;
     --checked-heaps) heaps=checked ;;
     --ready) ready=yes ;;
     --) shift && break ;;
@@ -54,5 +55,5 @@ start_server "$requests"
 status=0
 run_in_session "$@" || status=$?
 end_session
-[[ $mixed == untold ]] || tell_mixed_keys
+[[ $mixed == quiet ]] || report_mixed_keys
 exit "$status"

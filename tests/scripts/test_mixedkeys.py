@@ -12,10 +12,10 @@ LINE = (
     "keyreap: HKEY_LOCAL_MACHINE\\Software\\%s: Wine took a key below Wow6432Node for this one,"
     " so the .reg file can't be relied on there; see docs/tracing.md\n"
 )
-TOLD = LINE % "Keyreap\\Nodes"
+REPORT = LINE % "Keyreap\\Nodes"
 
 
-def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--tell-mixed-keys")):
+def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--report-mixed-keys")):
     """One run over samples such as x86\\plain.dll; the session it ran in gives its status and what it wrote."""
     words = []
     for number, sample in enumerate(samples):
@@ -26,13 +26,13 @@ def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--t
 @pytest.mark.parametrize("mode", ["keyRedir", "both"])
 def test_a_key_that_was_mixed_up_is_named(pool, tmp_path, mode):
     result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode=mode)
-    assert (result.returncode, result.stderr) == (0, TOLD)
+    assert (result.returncode, result.stderr) == (0, REPORT)
     assert result.stdout == ""
 
 
 @pytest.mark.parametrize("mode", ["keyRedir", "both", "trace"])
 @pytest.mark.parametrize("samples", [["x86\\plainfirst.dll", "x86\\plain.dll"], ["x64\\nodesfirst.dll", "x86\\plain.dll"]])
-def test_keys_that_were_kept_apart_are_nothing_to_tell(pool, tmp_path, samples, mode):
+def test_keys_that_were_kept_apart_are_nothing_to_report(pool, tmp_path, samples, mode):
     result = capture(pool, tmp_path, *samples, mode=mode)
     assert (result.returncode, result.stderr) == (0, "")
 
@@ -44,22 +44,22 @@ def test_in_the_live_registry_the_key_counts_that_wine_stored_in_a_second_node(p
 
 def test_any_pair_of_a_run_counts_and_the_next_run_starts_anew(pool, tmp_path):
     samples = ["x64\\nodesfirst.dll", "x86\\plain.dll", "x86\\nodesfirst.dll", "x86\\plainfirst.dll"]
-    assert capture(pool, tmp_path, *samples).stderr == TOLD
+    assert capture(pool, tmp_path, *samples).stderr == REPORT
     assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
 
 
-def test_a_session_tells_only_who_asks_and_leaves_no_names(pool, tmp_path):
+def test_a_session_reports_only_to_who_asks_and_leaves_no_names(pool, tmp_path):
     assert capture(pool, tmp_path, "x86\\nodesfirst.dll", options=["--requests"]).stderr == ""
     assert not any("mixed" in file.name for file in pool.folder.iterdir())
 
 
-def test_names_that_a_killed_session_left_are_not_told(pool, tmp_path):
+def test_names_that_a_killed_session_left_are_not_reported(pool, tmp_path):
     (pool.folder / "1.mixedkeys").write_text("HKEY_CLASSES_ROOT\\Stale\n")
     assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
 
 
 def test_several_keys_are_one_line():
-    script = 'source "%s/scripts/common.sh"; source "%s/scripts/mixedkeys.sh"; MIXED_KEYS=("$@"); tell_mixed_keys' % (ROOT, ROOT)
+    script = 'source "%s/scripts/common.sh"; source "%s/scripts/mixedkeys.sh"; MIXED_KEYS=("$@"); report_mixed_keys' % (ROOT, ROOT)
     assert bash(script).stderr == ""
     assert bash(script, "A\\B").stderr.startswith("keyreap: A\\B: Wine")
     several = bash(script, "A\\B", "C", "D").stderr
@@ -67,9 +67,9 @@ def test_several_keys_are_one_line():
     assert several.count("\n") == 1
 
 
-def test_keyreap_itself_tells_it_without_a_terminal(tmp_path):
+def test_keyreap_itself_reports_it_without_a_terminal(tmp_path):
     sample = ROOT / "build" / "samples" / "x86" / "nodesfirst.dll"
     result = run(ROOT / "keyreap", "extreg", sample, tmp_path / "out.reg", "keyRedir")
     assert (result.returncode, result.stdout) == (0, "")
     # A set-up may have something to say before.
-    assert result.stderr.splitlines(keepends=True)[-1:] == [TOLD]
+    assert result.stderr.splitlines(keepends=True)[-1:] == [REPORT]

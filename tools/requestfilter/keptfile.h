@@ -28,7 +28,7 @@ public:
 
 private:
     bool Open();
-    // The next piece of the file; empty behind the last whole line.
+    // The next piece of the file; empty after the last whole line.
     std::string_view ReadPiece(std::int64_t offset, std::string& buffer) const;
     std::size_t WriteWhatFits(std::string_view text);
 

@@ -30,8 +30,7 @@ private:
 //
 // - A server that writes both `Software\Wow6432Node\A` and `Software\A` into the temporary tree gets the
 // first
-//   key for the second one. What it writes is found under a name that it didn't mean, and can't be told
-//   apart.
+//   key for the second one. What it writes is found under a name that it didn't mean.
 // - A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in
 // the
 //   first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
@@ -75,7 +74,7 @@ private:
     std::unordered_set<std::wstring> above; // what lies above them, likewise
 };
 
-// Whether a line of the log tells that a Wow6432Node was made in the temporary tree, or one in another one.
+// Whether a line of the log reports that a Wow6432Node was made in the temporary tree, or one in another one.
 // Without such a line no key is mixed up.
 bool MakesMixingNode(std::string_view line);
 
