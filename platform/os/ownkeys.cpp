@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -17,8 +18,9 @@ namespace {
 
 constexpr std::wstring_view usersKey = L"\\REGISTRY\\User\\";
 constexpr std::wstring_view ownKey = L"Software\\Velmoro";
-constexpr int keyNameInformation = 3;            // KEY_INFORMATION_CLASS, wdm.h
-constexpr std::size_t longestName = 0x8000 * 2U; // bytes of a complete name
+constexpr int keyNameInformation = 3;                                // KEY_INFORMATION_CLASS, wdm.h
+constexpr auto statusBufferOverflow = static_cast<long>(0x80000005); // ntstatus.h
+constexpr std::size_t usualSize = 1024;                              // of KEY_NAME_INFORMATION
 
 using QueryKeyFunction = NTSTATUS(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
 
@@ -36,12 +38,21 @@ bool BeginsWith(std::wstring_view text, std::wstring_view prefix) {
 // The name of an open key as the host has it; empty for what is none.
 std::wstring CompleteName(HKEY key) {
     static const auto query = FindEntryPoint<QueryKeyFunction>(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey");
-    std::vector<std::uint8_t> information(longestName);
+    std::vector<std::uint8_t> information(usualSize);
     ULONG size = 0;
-    if (query(key, keyNameInformation, information.data(), static_cast<ULONG>(information.size()), &size) !=
-        0) {
+    const auto read = [&] {
+        return query(key, keyNameInformation, information.data(), static_cast<ULONG>(information.size()),
+                     &size);
+    };
+    long status = read();
+    if (status == statusBufferOverflow) {
+        information.resize(size);
+        status = read();
+    }
+    if (status != 0) {
         return {};
     }
+    // KEY_NAME_INFORMATION: the length in bytes, and right after it the name.
     ULONG length = 0;
     std::memcpy(&length, information.data(), sizeof(length));
     std::wstring name(length / sizeof(wchar_t), L'\0');

@@ -26,15 +26,14 @@ private:
 };
 
 // Finds in the request log of Wine's server which keys the host mixed up. Wine sends a 32-bit process's path
-// through any key that has a child Wow6432Node:
+// through any key that has a child Wow6432Node, in two ways that matter:
 //
-// - A server that writes both `Software\Wow6432Node\A` and `Software\A` into the temporary tree gets the
-// first
-//   key for the second one. What it writes is found under a name that it didn't mean.
-// - A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in
-// the
-//   first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
-//   `Software` by itself leads to the node.
+// A server that writes both `Software\Wow6432Node\A` and `Software\A` into the temporary tree gets the first
+// key for the second one. What it writes is found under a name that it didn't mean.
+//
+// A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in the
+// first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
+// `Software` by itself leads to the node.
 //
 // A key of the tree counts as mixed up when the server got another one for its name and something came of
 // that: a key was made or found that would not have been, a value was written, deleted or found in it, or a

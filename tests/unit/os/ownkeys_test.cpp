@@ -90,6 +90,20 @@ TEST_F(OwnKeysTest, AreOpenedPastANode) {
     EXPECT_STREQ(name, L"Below");
 }
 
+TEST_F(OwnKeysTest, AreKnownByAHandleHoweverLongItsName) {
+    std::wstring longPath = path;
+    for (int level = 0; level < 5; ++level) {
+        longPath += L"\\" + std::wstring(200, L'k');
+        ASSERT_EQ(CreateRegistryKey(HKEY_CURRENT_USER, longPath.c_str(), KEY_READ | KEY_WRITE, key),
+                  ERROR_SUCCESS);
+    }
+    EXPECT_EQ(ViewOfOwnKey(key.Get(), L"Below"), OwnView());
+    RegDeleteTreeW(HKEY_CURRENT_USER, (path + std::wstring(L"\\") + std::wstring(200, L'k')).c_str());
+    ASSERT_EQ(OpenRegistryKey(HKEY_CURRENT_USER, L"Software", KEY_READ, key), ERROR_SUCCESS);
+    EXPECT_EQ(ViewOfOwnKey(key.Get(), L"Below"), 0U);
+    EXPECT_EQ(ViewOfOwnKey(key.Get(), L"Velmoro\\Below"), OwnView());
+}
+
 TEST_F(OwnKeysTest, AreMadeBesideANode) {
     ASSERT_EQ(OpenRegistryKey(HKEY_CURRENT_USER, path, KEY_READ | KEY_WRITE, scratch), ERROR_SUCCESS);
     EXPECT_EQ(CreateRegistryKey(scratch.Get(), L"Key\\Below", KEY_READ, key), ERROR_SUCCESS);
