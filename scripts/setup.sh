@@ -20,6 +20,8 @@ source "$ROOT/scripts/session.sh"
 source "$ROOT/scripts/base.sh"
 # shellcheck source=scripts/build.sh
 source "$ROOT/scripts/build.sh"
+# shellcheck source=scripts/startup.sh
+source "$ROOT/scripts/startup.sh"
 
 STAMPS=$BUILD/stamps
 
@@ -54,6 +56,7 @@ nothing_newer() {
 # level_there LEVEL: nobody removed what was made.
 level_there() {
     [[ $1 == package ]] || wine_there || return
+    [[ $1 == @(wine|package) ]] || start_recorded || return
     [[ $1 == wine ]] || program_staged
 }
 
@@ -105,6 +108,7 @@ make_level() {
         make_everything
         ;;
     esac
+    [[ $1 == @(wine|package|fuzz) ]] || record_start
     mv "$stamp.new" "$stamp"
 }
 

@@ -8,12 +8,17 @@ namespace keyreap::endtoend {
 namespace {
 
 constexpr wchar_t writersKey[] = L"Software\\KeyreapWriting";
+constexpr wchar_t startersKey[] = L"Software\\KeyreapStarting";
 
 class TracedProgram : public TracedSession {
 protected:
     ~TracedProgram() override {
         DeleteTree(HKEY_CURRENT_USER, writersKey);
         DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");
+        DeleteTree(HKEY_CURRENT_USER, startersKey);
+        DeleteTree(HKEY_LOCAL_MACHINE, startersKey);
+        DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapStarting");
+        DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Keyreap.Starting");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\KeyreapChild");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapChild");
     }
@@ -27,6 +32,38 @@ TEST_P(TracedProgram, ThatDoesNothingGivesTheHeaderAndLeavesTheRegistryAsItWas) 
     EXPECT_EQ(Trace(L"empty.exe"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
     EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(TracedProgram, ThatDoesNothingButImportTheSystemsModulesGivesTheHeaderAndLeavesTheRegistryAsItWas) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"importing.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(TracedProgram, GivesWhatItsOwnLibraryWroteAheadOfTheEntryPointAndLeavesNothingOfIt) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"starting.exe"), 0U);
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"), Document(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting]\r\n"
+                                         L"\"DllMain\"=\"attached\"\r\n"
+                                         L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting\\Empty]\r\n"
+                                         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapStarting]\r\n"
+                                         L"\"static constructor\"=\"constructed\"\r\n"
+                                         L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Starting\\CLSID]\r\n"
+                                         L"@=\"{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D23}\"\r\n")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+// Once is the system's, and once is the library's.
+TEST_P(TracedProgram, WhoseLibraryRepeatsWhatTheSystemWritesAtEachStartKeepsIt) {
+    const std::wstring key = L"System\\CurrentControlSet\\Control\\TimeZoneInformation";
+    const RegistryTree before = ReadTree(HKEY_LOCAL_MACHINE, key);
+    EXPECT_EQ(Trace(L"repeating.exe"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"\r\n[HKEY_LOCAL_MACHINE\\" + key +
+                                                 L"]\r\n\"StandardName\"=\"the server's own\"\r\n")));
+    EXPECT_NE(ReadTree(HKEY_LOCAL_MACHINE, key), before);
+    SetValues(HKEY_LOCAL_MACHINE, key, before.at(L""));
 }
 
 TEST_P(TracedProgram, ThatIgnoresTheSwitchAndReadsGivesTheHeader) {

@@ -11,6 +11,7 @@ namespace keyreap {
 namespace {
 
 constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
+constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // likewise
 constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line
 constexpr DWORD pause = 1;                                       // milliseconds between two looks
 
@@ -42,33 +43,60 @@ private:
     bool lost = false;
 };
 
+std::wstring SystemFolder() {
+    std::array<wchar_t, MAX_PATH> folder{};
+    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
+    return std::wstring(folder.data(), length < folder.size() ? length : 0);
+}
+
+OwnedFile OpenToRead(const std::wstring& path) {
+    return OwnedFile(CreateFileW(path.c_str(), GENERIC_READ,
+                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// Appends what comes next to the text. False at the end of the file.
+bool AppendChunk(HANDLE file, std::string& text) {
+    constexpr std::size_t chunk = 256 * 1024;
+    const std::size_t size = text.size();
+    text.resize(size + chunk);
+    DWORD got = 0;
+    if (!ReadFile(file, text.data() + size, static_cast<DWORD>(chunk), &got, nullptr)) {
+        got = 0;
+    }
+    text.resize(size + got);
+    return got != 0;
+}
+
+// Without such a file no start is known.
+SystemStart ReadSystemStart() {
+    const OwnedFile file = OpenToRead(SystemStartPath());
+    std::string text;
+    while (file.Valid() && AppendChunk(file.Get(), text)) {
+    }
+    return SystemStart::Parse(text);
+}
+
 } // namespace
 
 std::wstring RequestLogPath() {
-    std::array<wchar_t, MAX_PATH> folder{};
-    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
-    return std::wstring(folder.data(), length < folder.size() ? length : 0) + std::wstring(logName);
+    return SystemFolder() + std::wstring(logName);
+}
+
+std::wstring SystemStartPath() {
+    return SystemFolder() + std::wstring(startName);
 }
 
 bool RequestLog::Open() {
     if (!file.Valid()) {
-        file = OwnedFile(CreateFileW(path.c_str(), GENERIC_READ,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        file = OpenToRead(path);
+        tracker.SetSystemStart(ReadSystemStart());
     }
     return file.Valid();
 }
 
 bool RequestLog::ReadSome() {
-    constexpr std::size_t chunk = 256 * 1024;
-    const std::size_t size = unread.size();
-    unread.resize(size + chunk);
-    DWORD got = 0;
-    if (!ReadFile(file.Get(), unread.data() + size, static_cast<DWORD>(chunk), &got, nullptr)) {
-        got = 0;
-    }
-    unread.resize(size + got);
-    return got != 0;
+    return AppendChunk(file.Get(), unread);
 }
 
 bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark) {

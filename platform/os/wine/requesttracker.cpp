@@ -43,6 +43,16 @@ std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint
     return found == process.handles.end() ? nullptr : found->second.key;
 }
 
+// A request about the key of a handle that the process has.
+KeyRequest RequestAbout(const ServerProcess& process, std::uint32_t handle) {
+    KeyRequest request;
+    if (const auto found = process.handles.find(handle); found != process.handles.end()) {
+        request.key = found->second.key;
+        request.origin = found->second.origin;
+    }
+    return request;
+}
+
 ServerHandle ProcessHandle(std::uint32_t processId) {
     ServerHandle handle;
     handle.processId = processId;
@@ -156,12 +166,31 @@ void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* list
     }
 }
 
-bool RequestTracker::IsTold(const Answered& answered) {
-    return TakesKeyRequests(answered.listener) && answered.process.started;
+bool RequestTracker::IsTold(const Answered& answered) const {
+    return TakesKeyRequests(answered.listener) &&
+           (answered.process.started || systemStart.Knows(answered.process.machine));
+}
+
+bool RequestTracker::BelongsToStart(const Answered& answered, const KeyRequest& request) const {
+    if (answered.process.started) {
+        return false;
+    }
+    if (!SystemStart::IsChange(request)) {
+        return true; // the loader reads for every module that it loads; nothing is made of that
+    }
+    const std::string line = SystemStart::LineOf(request, facts);
+    const unsigned most = systemStart.CountOf(line);
+    unsigned& made = answered.process.startChanges[line];
+    if (made >= most) {
+        return false;
+    }
+    ++made;
+    return true;
 }
 
 void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
-    if (!IsTold(answered)) {
+    request.machine = answered.process.machine;
+    if (!IsTold(answered) || BelongsToStart(answered, request)) {
         return;
     }
     request.processId = answered.processId;
@@ -178,6 +207,7 @@ void RequestTracker::CreateOrOpenKey(const Answered& answered) {
     const bool finds = origin != KeyOrigin::program && answered.status == statusObjectNameExists;
     KeyRequest request;
     request.type = creates && !finds ? registryevent::createKey : registryevent::openKey;
+    request.origin = origin;
     request.parent = KeyBehind(answered.process, asked.parent);
     request.view = ViewOf(answered.process, asked);
     const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
@@ -212,9 +242,8 @@ void RequestTracker::ChangeKey(const Answered& answered) {
     if (!IsTold(answered)) {
         return;
     }
-    KeyRequest request;
+    KeyRequest request = RequestAbout(answered.process, NumberField(answered.request.fields, "hkey"));
     request.type = ChangeType(answered.request.name);
-    request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));
     request.name = TextField(answered.request.fields, "name");
     if (request.key) {
         Tell(answered, std::move(request));
@@ -222,9 +251,8 @@ void RequestTracker::ChangeKey(const Answered& answered) {
 }
 
 void RequestTracker::RenameKey(const Answered& answered) {
-    KeyRequest request;
+    KeyRequest request = RequestAbout(answered.process, NumberField(answered.request.fields, "hkey"));
     request.type = registryevent::setInformation;
-    request.key = KeyBehind(answered.process, NumberField(answered.request.fields, "hkey"));
     if (!request.key) {
         return;
     }
@@ -354,6 +382,7 @@ void RequestTracker::MapImage(const Answered& answered) {
 void RequestTracker::EndStart(const Answered& answered) {
     if (NumberField(answered.request.fields, "handle") == currentProcess) {
         answered.process.started = true;
+        answered.process.startChanges = {};
     }
 }
 

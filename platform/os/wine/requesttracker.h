@@ -5,10 +5,12 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/os/wine/askedkey.h"
 #include "platform/os/wine/requestline.h"
 #include "platform/os/wine/serverprocess.h"
+#include "platform/os/wine/systemstart.h"
 
 namespace keyreap {
 
@@ -17,6 +19,8 @@ struct KeyRequest {
     std::uint8_t type = 0; // EVENT_TRACE_TYPE_REG... (evntrace.h)
     std::uint32_t processId = 0;
     std::uint32_t threadId = 0;
+    std::uint16_t machine = 0;             // of the process's image (IMAGE_FILE_MACHINE_..., winnt.h)
+    KeyOrigin origin = KeyOrigin::program; // who made it; of a change the way of its key's handle
     std::uint32_t status = 0;              // NT status; 0 also for the creation of a key that was there
     std::int64_t time = 0;                 // of the last clock line, units of 100 ns
     std::shared_ptr<const OpenKey> key;    // the key at work; of a creation or opening what it gave, or null
@@ -43,9 +47,11 @@ public:
 // creation, opening, duplication, inheritance and closing. Must be fed from the log's first line on.
 //
 // Wine starts every process by creating keys that exist and by setting time zone values, in the process
-// itself and before its first own instruction; Windows does neither. The end of that is in the log: ntdll's
-// loader asks once whether a debugger waits for the first breakpoint, just ahead of the entry point. What a
-// process asks before is followed but not told.
+// itself and before its first own instruction; Windows does neither. A program's own DLLs are initialised in
+// that time, too. Its end is in the log: ntdll's loader asks once whether a debugger waits for the first
+// breakpoint, just ahead of the entry point. Of what a process asks before, what changes the registry is
+// reported unless it belongs to the system's start (SystemStart), and all of it is tracked. Where no start
+// was recorded for the process's machine nothing is reported before that point.
 //
 // Later on Wine goes on creating keys that exist where Windows opens them, and who does is in the log too. A
 // program's requests go back to the roots of the API, which the API itself gets by creating them by their
@@ -55,6 +61,9 @@ public:
 class RequestTracker {
 public:
     explicit RequestTracker(KeyFacts& registry) : facts(registry) {}
+
+    // How the system starts programs in this prefix.
+    void SetSystemStart(SystemStart recorded) { systemStart = std::move(recorded); }
 
     // One line without its end.
     void Feed(std::string_view line, KeyRequestListener* listener);
@@ -107,10 +116,12 @@ private:
     std::shared_ptr<const OpenKey> FoundKey(const Answered& answered, const AskedKey& asked) const;
     void MoveKeys(const std::wstring& from, const std::wstring& to);
     std::uint32_t ProcessBehind(const Answered& answered, std::uint32_t handle) const;
-    static bool IsTold(const Answered& answered);
+    bool IsTold(const Answered& answered) const;
+    bool BelongsToStart(const Answered& answered, const KeyRequest& request) const;
     void Tell(const Answered& answered, KeyRequest request) const;
 
     KeyFacts& facts;
+    SystemStart systemStart;
     ServerProcesses processes;
     std::unordered_map<std::uint32_t, Pending> pending; // by thread
     std::uint32_t lastThread = 0;                       // whose request stands above a keyPath line

@@ -58,6 +58,8 @@ struct ServerProcess {
     ServerHandles handles;
     std::uint16_t machine = 0; // of its image (IMAGE_FILE_MACHINE_..., winnt.h); 0 until known
     bool started = false;      // its own code runs
+    // How often it made which of the changes of SystemStart; empty once it is started.
+    std::unordered_map<std::string, unsigned> startChanges = {};
 };
 
 // Every process and thread of the prefix.

@@ -145,10 +145,16 @@ void DeleteTree(HKEY root, const std::wstring& path) {
 }
 
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text) {
-    const RegistryValue value = TextValue(text);
+    SetValues(root, path, {{name, TextValue(text)}});
+}
+
+void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values) {
     HKEY key = nullptr;
     RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
-    RegSetValueExW(key, name.c_str(), 0, REG_SZ, value.data.data(), static_cast<DWORD>(value.data.size()));
+    for (const auto& [name, value] : values) {
+        RegSetValueExW(key, name.c_str(), 0, value.type, value.data.data(),
+                       static_cast<DWORD>(value.data.size()));
+    }
     RegCloseKey(key);
 }
 

@@ -33,6 +33,7 @@ void CreateKey(HKEY root, const std::wstring& path);
 void DeleteTree(HKEY root, const std::wstring& path);
 // Creates the key if need be.
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
+void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values);
 
 RegistryValue TextValue(const std::wstring& text);
 RegistryValue NumberValue(DWORD number);

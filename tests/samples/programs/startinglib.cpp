@@ -1,0 +1,59 @@
+// A library that a program imports and that writes to the registry ahead of the program's entry point: in a
+// static constructor, when it is attached to the process, and what the system itself writes at each start
+// (with REPEATS).
+#include <windows.h>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace keyreap::samples {
+
+namespace {
+
+constexpr wchar_t own[] = L"Software\\KeyreapStarting";
+
+#ifdef REPEATS
+
+void WriteAtAttach() {
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\TimeZoneInformation", 0,
+                  KEY_SET_VALUE, &key);
+    constexpr wchar_t text[] = L"the server's own";
+    RegSetValueExW(key, L"StandardName", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text));
+    RegCloseKey(key);
+}
+
+#else
+
+class Constructed {
+public:
+    Constructed() { KeyWriter(HKEY_CURRENT_USER, own).SetText(L"static constructor", L"constructed"); }
+};
+
+const Constructed constructed;
+
+void WriteAtAttach() {
+    const KeyWriter key(HKEY_LOCAL_MACHINE, own);
+    key.SetText(L"DllMain", L"attached");
+    key.SetText(L"made and removed", L"gone");
+    RegDeleteValueW(key.Handle(), L"made and removed");
+    KeyWriter(key.Handle(), L"Empty");
+    KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Starting\\CLSID")
+        .SetText(L"", L"{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D23}");
+}
+
+#endif
+
+} // namespace
+
+} // namespace keyreap::samples
+
+extern "C" __declspec(dllexport) DWORD LibraryNumber() {
+    return 0;
+}
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        keyreap::samples::WriteAtAttach();
+    }
+    return TRUE;
+}
