@@ -67,6 +67,7 @@ wine_there() {
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
     printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER"
+    [[ $1 == wine ]] || printf '%s\0' "${START_RECORDER_SOURCES[@]}"
     [[ $1 == wine ]] || program_sources
 }
 

@@ -197,11 +197,13 @@ std::string RawLine(fuzz::Input& input) {
 
 } // namespace
 
-// A registry, then the lines of a request log: as they are, or filled in templates.
+// A registry, then the lines of a request log: as they are, or filled in templates; with or without a known
+// start.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     FuzzedRegistry registry(input.Byte());
-    const bool raw = input.Byte() % 2 == 0;
+    const std::uint8_t choices = input.Byte();
+    const bool raw = choices % 2 == 0;
     MemoryLog log;
     EtlLogHeader header;
     header.bufferSize = 8192; // little to fill, and few names that don't fit
@@ -210,6 +212,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RequestRecorder recorder(writer, registry, 1);
     CheckingListener listener(recorder);
     RequestTracker tracker(registry);
+    if (choices % 4 >= 2) {
+        tracker.SetSystemStart(SystemStart::OfNoChanges());
+    }
     while (!input.IsEmpty()) {
         tracker.Feed(raw ? RawLine(input) : FilledLine(input), &listener);
     }

@@ -87,7 +87,7 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        for name in ("scripts", "tools/requestfilter", "platform/os"):
+        for name in ("scripts", "tools/requestfilter", "tools/startrecorder", "platform/os"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
         for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):

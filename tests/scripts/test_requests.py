@@ -206,3 +206,16 @@ def test_keyreap_itself_leaves_nothing_when_it_is_killed(ready_tree):
     assert naming(pool) == []
     assert not any(pool.glob("*/drive_c/windows/keyreap-requests.log"))
     assert not any(pool.glob("*/wineserver"))
+
+
+def test_without_a_recording_of_starts_a_trace_begins_with_the_entry_point(pool, tmp_path):
+    capture = """
+        rm "$WINEPREFIX/drive_c/windows/keyreap-start.txt"
+        wine "$1" extreg "$2" "$3" trace && wine reg query 'HKCU\\Software\\KeyreapStarting'
+    """
+    files = (ROOT / "build/stage/bin/x64/Keyreap.exe", ROOT / "build/samples/x64/starting.exe", tmp_path / "out.reg")
+    words = ["Z:" + str(file).replace("/", "\\") for file in files]
+    result = pool.run("--requests", "/bin/bash", "-c", capture, "bash", *words)
+    assert result.returncode == 0, result.stderr
+    assert (tmp_path / "out.reg").read_text(encoding="utf-16") == "Windows Registry Editor Version 5.00\n"
+    assert "static constructor" in result.stdout

@@ -5,7 +5,7 @@ import shutil
 import signal
 import subprocess
 
-from conftest import is_locked, processes_of, run, until
+from conftest import ROOT, is_locked, processes_of, run, until
 
 REBUILD = ("_wtoi(words[2])", "_wtoi(words[2]) + 1")
 
@@ -68,6 +68,38 @@ def test_a_changed_source_is_built(tree):
     result = tree.run("status", "7")
     assert result.returncode == 8
     assert "keyreap: building x64" in result.stderr
+    assert tree.run("status", "7").stderr == ""
+
+
+def recording_of(tree):
+    return tree.build / "wine" / "base" / "copied" / "windows" / "keyreap-start.txt"
+
+
+def test_the_base_has_a_recording_of_starts_for_both_machines():
+    lines = (ROOT / "build/wine/base/copied/windows/keyreap-start.txt").read_text(encoding="ascii").splitlines()
+    for machine in ("8664", "014c"):
+        set_name = machine + "\tset\t\\registry\\machine\\system\\currentcontrolset\\control\\timezoneinformation\tstandardname"
+        assert lines.count(set_name) == 1
+
+
+def test_a_lost_recording_of_starts_is_made_again(tree):
+    assert tree.run("status", "7").returncode == 7
+    recording_of(tree).unlink()
+    result = tree.run("status", "7")
+    assert result.returncode == 7
+    assert "keyreap: recording how Wine starts programs" in result.stderr
+    probes = recording_of(tree).read_text(encoding="cp1252").splitlines()
+    assert [probe.split("\\")[-4:] for probe in probes] == [
+        [machine, "tools", "startrecorder", "startrecorder.exe"] for machine in ("x64", "x86")
+    ]
+    assert tree.run("status", "7").stderr == ""
+
+
+def test_another_recorder_records_starts_again(tree):
+    assert tree.run("status", "7").returncode == 7
+    with (tree.folder / "tools" / "startrecorder" / "startrecorder.cpp").open("a") as source:
+        source.write("// changed\n")
+    assert "keyreap: recording how Wine starts programs" in tree.run("status", "7").stderr
     assert tree.run("status", "7").stderr == ""
 
 
