@@ -1,5 +1,6 @@
 #include "trace/eventtracing.h"
 
+#include "platform/os/wine/classesoverride.h"
 #include "trace/wineeventtracing.h"
 
 namespace keyreap {
@@ -9,6 +10,13 @@ namespace {
 bool RunsOnWine() {
     const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
     return ntdll && GetProcAddress(ntdll, "wine_get_version");
+}
+
+// A redirected capture needs overrides that hold for every caller, whether it is traced or not.
+EventTracing& WinesEventTracing() {
+    static WineEventTracing wine;
+    CloseGapInClassesOverride();
+    return wine;
 }
 
 } // namespace
@@ -37,8 +45,7 @@ ULONG SystemEventTracing::Close(TRACEHANDLE handle) {
 
 EventTracing& HostEventTracing() {
     static SystemEventTracing system;
-    static WineEventTracing wine;
-    static EventTracing& host = RunsOnWine() ? static_cast<EventTracing&>(wine) : system;
+    static EventTracing& host = RunsOnWine() ? WinesEventTracing() : system;
     return host;
 }
 

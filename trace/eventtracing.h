@@ -37,7 +37,8 @@ public:
 };
 
 // What this host offers: the system's on Windows. Wine's entry points report success and record nothing, so
-// there it is WineEventTracing.
+// there it is WineEventTracing, and from the first call on an override of HKEY_CLASSES_ROOT holds for every
+// view (platform/os/wine/classesoverride.h).
 EventTracing& HostEventTracing();
 
 } // namespace keyreap

@@ -40,27 +40,6 @@ TEST_P(TracedByDefault, GivesTheKeysOfATraceAndIsNeverInTheRegistry) {
     }
 }
 
-// Wine redirects HKEY_CLASSES_ROOT, but not its other view. What the system writes there for a type library
-// is seen and folded into the view of the server, where nothing is found: the key comes a second time, with
-// fillers.
-TEST_P(TracedByDefault, WithATypeLibraryHasFillersForTheOtherView) {
-    const std::wstring key = L"\r\n[HKEY_CLASSES_ROOT\\" + std::wstring(calculatorsInterface);
-    const std::wstring filler = L"=\"" + std::wstring(10, L'\x5555') + L"\"\r\n";
-    std::vector<std::wstring> expected = {key + L"]\r\n@" + filler, key + L"\\ProxyStubClsid]\r\n@" + filler,
-                                          key + L"\\ProxyStubClsid32]\r\n@" + filler,
-                                          key + L"\\TypeLib]\r\n@" + filler + L"\"Version\"" + filler};
-    const std::wstring server = Target(L"calculator.dll");
-    ASSERT_TRUE(WriteBytes(Work(L"traced.reg"), Golden(OwnGolden("calculator-traced"), PathsOf(server))));
-    for (const std::wstring& traced : SortedKeys(ReadUnits(Work(L"traced.reg")))) {
-        expected.push_back(traced);
-    }
-    std::sort(expected.begin(), expected.end());
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"calculator.dll", L"both"), 0U);
-    EXPECT_EQ(SortedKeys(ReadUnits(Work(L"out.reg"))), expected);
-    EXPECT_EQ(before.Changes(), InterfaceOfTheOtherView());
-}
-
 INSTANTIATE_TEST_SUITE_P(ByRoute, TracedByDefault, testing::ValuesIn(nativeRoutes), NameOfRoute);
 
 } // namespace

@@ -244,6 +244,19 @@ def peruser():
     return roots
 
 
+def everyview():
+    """Redirected classes are one tree, whatever view a caller names."""
+    roots = redirected_roots()
+    key = roots["HKEY_CLASSES_ROOT"].child("Keyreap.EveryView")
+    key.text("by the other view, from the own", "found").text("by the other view, without a view", "found")
+    key.text("without a view, from the other", "found").text("live classes from the other view", "not found")
+    key.child("Without a view").text("", "without")
+    key.child("By the own view").text("", "own")
+    key.child("By the other view").text("", "other")
+    key.child("By all views").text("", "last")
+    return roots
+
+
 def pausing():
     """The sample that was let go on, with all that it writes."""
     roots = redirected_roots()

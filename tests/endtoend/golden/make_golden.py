@@ -21,10 +21,12 @@ SAME_IN_BOTH = [
     contents.lifetime,
     contents.peruser,
     contents.pausing,
+    contents.everyview,
 ]
 BY_BITNESS = [contents.calculator, contents.exporting, contents.library_alone]
 TRACED_IN_BOTH = [
     traced.everytype,
+    traced.everyview,
     traced.family,
     traced.handles,
     traced.keys,
@@ -38,7 +40,7 @@ TRACED_IN_BOTH = [
     traced.writing,
     traced.writing_over,
 ]
-TRACED_BY_BITNESS = [traced.calculator, traced.typelibone]
+TRACED_BY_BITNESS = [traced.calculator, traced.library_alone, traced.typelibone]
 
 
 def golden_files():

@@ -93,6 +93,11 @@ def handles():
     return roots
 
 
+def everyview():
+    """Where the classes are redirected. In the live registry the views are two trees."""
+    return untouched(contents.everyview())
+
+
 def everytype():
     return untouched(contents.everytype())
 
@@ -127,6 +132,10 @@ def pausing():
 
 def calculator(system):
     return untouched(contents.calculator(system))
+
+
+def library_alone(system):
+    return untouched(contents.library_alone(system))
 
 
 def typelibone(system):

@@ -1,0 +1,73 @@
+// Redirected servers that name a view of the registry below HKEY_CLASSES_ROOT, as the system's own type
+// library loader does for each interface: all views are one tree then, in either mode that redirects.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/tracedsession.h"
+
+namespace keyreap::endtoend {
+
+namespace {
+
+const std::wstring classesOfEachView[] = {L"Software\\Classes\\", L"Software\\Classes\\Wow6432Node\\"};
+
+class RedirectedViews : public TracedSession {
+protected:
+    // Captures a file that carries the samples' type library, in both modes, and holds the results to its
+    // golden files.
+    void ExpectLibraryOnce(const std::wstring& file, const std::string& golden) const {
+        const Placeholders paths = PathsOf(Target(file));
+        EXPECT_EQ(Trace(file, L"keyRedir"), 0U) << file;
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(OwnGolden(golden), paths))) << file;
+        EXPECT_EQ(Trace(file, L"both"), 0U) << file;
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(OwnGolden(golden + "-traced"), paths))) << file;
+    }
+};
+
+TEST_P(RedirectedViews, AreOneTreeWhateverViewIsNamed) {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(L"everyview.dll", L"keyRedir"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("everyview.reg")));
+    EXPECT_EQ(Trace(L"everyview.dll", L"both"), 0U);
+    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("everyview-traced.reg")));
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(RedirectedViews, GiveATypeLibrarysInterfaceOnceAndLeaveTheRegistryAlone) {
+    const SavedRegistry before;
+    ExpectLibraryOnce(L"calculator.dll", "calculator");
+    ExpectLibraryOnce(L"exportingorphan.exe", "library_alone");
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(RedirectedViews, GiveATypeLibraryThatIsRegisteredAlreadyOnceAndKeepWhatWasThere) {
+    for (const std::wstring& classes : classesOfEachView) {
+        const std::wstring key = classes + calculatorsInterface;
+        SetText(HKEY_LOCAL_MACHINE, key, L"", L"ICalculator of before");
+        SetText(HKEY_LOCAL_MACHINE, key, L"own value", L"stays");
+        SetText(HKEY_LOCAL_MACHINE, key + L"\\ProxyStubClsid32", L"", L"{another proxy}");
+        SetText(HKEY_LOCAL_MACHINE, key + L"\\TypeLib", L"Version", L"0.9");
+    }
+    const SavedRegistry before;
+    ExpectLibraryOnce(L"calculator.dll", "calculator");
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+TEST_P(RedirectedViews, GiveTwoPairsWithOneTypeLibraryTheSame) {
+    const std::wstring pairs = L"extreg " + Pair(Target(L"calculator.dll"), Work(L"a.reg")) + L" " +
+                               Pair(Target(L"calculator.dll"), Work(L"b.reg"));
+    const Placeholders paths = PathsOf(Target(L"calculator.dll"));
+    const SavedRegistry before;
+    for (const auto& [mode, golden] :
+         {std::pair{L" keyRedir", "calculator"}, {L" both", "calculator-traced"}}) {
+        EXPECT_EQ(RunKeyreap(GetParam().program, pairs + mode), 0U) << mode;
+        for (const wchar_t* file : {L"a.reg", L"b.reg"}) {
+            EXPECT_TRUE(Holds(Work(file), Golden(OwnGolden(golden), paths))) << mode << file;
+        }
+    }
+    EXPECT_EQ(before.Changes(), nothing);
+}
+
+INSTANTIATE_TEST_SUITE_P(ByRoute, RedirectedViews, testing::ValuesIn(routes), NameOfRoute);
+
+} // namespace
+
+} // namespace keyreap::endtoend

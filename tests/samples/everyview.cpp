@@ -1,0 +1,55 @@
+// Writes to the classes with and without the flags that name a view of the registry, finds what it wrote with
+// the others, and deletes with them. Where the classes are redirected, all views are one.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+namespace {
+
+using keyreap::samples::KeyWriter;
+
+constexpr wchar_t progId[] = L"Keyreap.EveryView";
+constexpr REGSAM ownView = sizeof(void*) == 8 ? KEY_WOW64_64KEY : KEY_WOW64_32KEY;
+constexpr REGSAM otherView = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+
+std::wstring Below(const wchar_t* name) {
+    return std::wstring(progId) + L'\\' + name;
+}
+
+void Write(const std::wstring& path, REGSAM view, const wchar_t* text) {
+    HKEY key = nullptr;
+    RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE | view, nullptr, &key, nullptr);
+    KeyWriter(key, L"").SetText(L"", text); // and closes it
+}
+
+// Whether the key is there, in words.
+const wchar_t* Look(const std::wstring& path, REGSAM view) {
+    HKEY key = nullptr;
+    const bool found =
+        RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ | view, &key) == ERROR_SUCCESS;
+    RegCloseKey(key);
+    return found ? L"found" : L"not found";
+}
+
+} // namespace
+
+STDAPI DllRegisterServer() {
+    Write(Below(L"Without a view"), 0, L"without");
+    Write(Below(L"By the own view"), ownView, L"own");
+    Write(Below(L"By the other view"), otherView, L"other");
+    Write(Below(L"By all views"), ownView, L"own");
+    Write(Below(L"By all views"), otherView, L"other");
+    Write(Below(L"By all views"), 0, L"last");
+    const std::wstring deleted = Below(L"Deleted by the other view");
+    KeyWriter(HKEY_CLASSES_ROOT, deleted);
+    RegDeleteKeyExW(HKEY_CLASSES_ROOT, deleted.c_str(), otherView, 0);
+
+    const KeyWriter seen(HKEY_CLASSES_ROOT, progId);
+    seen.SetText(L"by the other view, from the own", Look(Below(L"By the other view"), ownView));
+    seen.SetText(L"by the other view, without a view", Look(Below(L"By the other view"), 0));
+    seen.SetText(L"without a view, from the other", Look(Below(L"Without a view"), otherView));
+    seen.SetText(L"live classes from the other view", Look(L"CLSID", otherView));
+    return S_OK;
+}
