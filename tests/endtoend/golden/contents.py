@@ -257,6 +257,17 @@ def everyview():
     return roots
 
 
+def renaming():
+    """All that the renamed keys hold, under the new names."""
+    roots = redirected_roots()
+    key = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapRenaming").dword("renamed", 1)
+    for renamed in (key.child("New"), key.child("New\\Below")):
+        renamed.text("before", "set before the renaming").text("after", "set after the renaming")
+    key.child("New, left alone").text("before", "set before the renaming")
+    key.child("New, empty")
+    return roots
+
+
 def pausing():
     """The sample that was let go on, with all that it writes."""
     roots = redirected_roots()

@@ -22,6 +22,7 @@ SAME_IN_BOTH = [
     contents.peruser,
     contents.pausing,
     contents.everyview,
+    contents.renaming,
 ]
 BY_BITNESS = [contents.calculator, contents.exporting, contents.library_alone]
 TRACED_IN_BOTH = [
@@ -36,6 +37,7 @@ TRACED_IN_BOTH = [
     traced.pausing,
     traced.peruser,
     traced.plain,
+    traced.renaming,
     traced.texts,
     traced.writing,
     traced.writing_over,

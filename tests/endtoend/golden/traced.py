@@ -93,6 +93,18 @@ def handles():
     return roots
 
 
+def renaming():
+    """What was set before is looked for under the old names; what is set later is filed under the new one."""
+    roots = empty_roots()
+    key = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapRenaming").dword("renamed", 1)
+    for path in ("", "\\Below"):
+        key.child("Old" + path).set("before", *FILLER)
+        key.child("New" + path).text("after", "set after the renaming")
+    key.child("Old, left alone").set("before", *FILLER)
+    key.child("Old, empty")
+    return roots
+
+
 def everyview():
     """Where the classes are redirected. In the live registry the views are two trees."""
     return untouched(contents.everyview())
