@@ -28,7 +28,7 @@ endfunction()
 # compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers. On
 # Windows a test that damages a heap fails (tests/support/heapcheck.cpp).
 # With REQUESTS the suite's Wine session has the request log. WHOLE is the word of ./test that makes the suite go
-# through all its cases, where it has so many that it takes a sample of them otherwise (scripts/suites.sh).
+# through all its cases, where it has so many that it takes a sample of them otherwise (scripts/runner).
 function(keyreap_test_suite target)
   cmake_parse_arguments(SUITE "REQUESTS" "WHOLE" "" ${ARGN})
   if(NOT MSVC)

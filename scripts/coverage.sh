@@ -7,15 +7,16 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-for part in setup paths suites; do
-    # shellcheck source=/dev/null
-    source "$ROOT/scripts/$part.sh"
-done
+# shellcheck source=scripts/setup.sh
+source "$ROOT/scripts/setup.sh"
 
 COVERAGE=$BUILD/coverage
 PRESETS=(coverage-native coverage-x64 coverage-x86)
-# shellcheck disable=SC2034 # what the suites run, in place of the usual program and samples
-STAGE=$COVERAGE/stage SAMPLES=$COVERAGE/samples
+
+# What the suites run, in place of the usual builds, program and samples.
+STAGE=$COVERAGE/stage
+RUNNER=(/usr/bin/python3 -B -s "$ROOT/scripts/runner/runsuites.py" --stage "$STAGE" --samples "$COVERAGE/samples")
+for preset in "${PRESETS[@]}"; do RUNNER+=(--preset "$preset"); done
 
 KEYREAP_PROGRAMS=$BUILD/coverage-x64/tests
 export KEYREAP_PROGRAMS
@@ -37,33 +38,18 @@ stage() {
     cmake --install "$BUILD/coverage-x86" --prefix "$STAGE"
 }
 
-# run_counted NAME KIND FILE: one line if it failed; its lines are counted all the same.
-run_counted() {
-    local status=0 log=$COVERAGE/logs/$1.log counts
-    mkdir -p "${log%/*}"
-    # The names of the counters' files begin at the top of this machine's file system.
-    [[ $2 == native ]] || export GCOV_PREFIX=Z:
-    run_suite "$2" "$3" "$SAMPLE_STEP" "$log" || status=$?
-    counts=$(count_suite "$2" "$status" "$log")
-    [[ $counts == *' 0' ]] || say "$1: ${counts#* } failed; see $log"
+# run_suites WORD...: as for ./test. The lines that a failing suite runs are counted all the same.
+run_suites() {
+    local status=0
+    "${RUNNER[@]}" -- "$@" >&2 || status=$?
+    ((status <= 1)) || exit "$status"
 }
 
-# counted_suites: those of ./test that are programs, and the one that gives windows a display.
-counted_suites() {
-    local preset
-    for preset in "${PRESETS[@]}"; do program_suites "$preset"; done
-    suite_line dialog/dialog pytest "$ROOT/tests/dialog/test_dialog.py" dialog
-}
-
+# run_all: the suites that are programs, and the one that gives windows a display.
 run_all() {
-    local name kind file
-    while IFS=$'\t' read -r name kind file _; do
-        # What is done with a mouse has the machine to itself.
-        [[ $kind != pytest ]] || wait
-        while (($(jobs -rp | wc -l) >= $(nproc))); do wait -n || true; done
-        run_counted "$name" "$kind" "$file" &
-    done < <(counted_suites)
-    wait
+    run_suites coverage-native
+    # The names of the counters' files begin at the top of this machine's file system.
+    GCOV_PREFIX=Z: run_suites coverage-x64 coverage-x86 dialog/dialog
 }
 
 # collect PRESET: the reader of the counters belongs to the compiler.

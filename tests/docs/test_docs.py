@@ -17,11 +17,17 @@ import re
 import shutil
 import string
 import subprocess
+import sys
 from pathlib import Path
 
 import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
+
+sys.path.insert(0, str(ROOT / "scripts" / "runner"))
+
+from suites import all_suites, chosen_suites  # noqa: E402
+
 SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
 DESK = "/tmp/demo"
 
@@ -105,8 +111,7 @@ def is_program(words):
 
 
 def names_suites(words):
-    script = 'source "$1/scripts/common.sh"; source "$1/scripts/suites.sh"; while IFS=$\'\\t\' read -r name _; do suite_chosen "$name" "${@:2}" && exit 0; done < <(all_suites); exit 1'
-    return all(subprocess.run(["bash", "-c", script, "bash", ROOT, word]).returncode == 0 for word in words[1:])
+    return all(chosen_suites(all_suites(ROOT), [word]) for word in words[1:])
 
 
 def names_preset(words):

@@ -3,6 +3,7 @@
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 from pathlib import Path
@@ -11,6 +12,8 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 SESSION = ROOT / "scripts" / "wine-session.sh"
+
+sys.path.insert(0, str(ROOT / "scripts" / "runner"))
 
 
 def run(*command, **options):

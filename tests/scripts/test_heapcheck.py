@@ -1,24 +1,23 @@
 """A suite that damages a heap fails, in both bitnesses, by the sessions and the check that all suites have."""
 
-import os
-
 import pytest
-from conftest import ROOT, bash
-
-# Runs the test $2 of a program built for $1 as ./test runs a suite, and prints the numbers of passed and failed tests.
-RUN_SUITE = """
-source "$ROOT/scripts/common.sh"
-for part in setup paths suites; do source "$ROOT/scripts/$part.sh"; done
-export GTEST_FILTER="Heap.$2"
-log=$3/log status=0
-run_suite windows "$BUILD/$1/tests/heap_damage.exe" 1 "$log" || status=$?
-count_suite windows "$status" "$log"
-"""
+from conftest import ROOT
+from execution import Places, Runner
+from reports import Counts
+from suites import Kind, Suite
 
 
-def counts(preset, test, folder):
-    result = bash(RUN_SUITE, preset, test, folder, env=dict(os.environ, ROOT=str(ROOT)))
-    return result.stdout.strip()
+@pytest.fixture
+def outcome(tmp_path, monkeypatch):
+    """Runs one test of a program built for a preset as ./test runs a suite."""
+
+    def run(preset, test):
+        monkeypatch.setenv("GTEST_FILTER", "Heap." + test)
+        program = ROOT / "build" / preset / "tests" / "heap_damage.exe"
+        places = Places(ROOT, tmp_path, ROOT / "build" / "stage", ROOT / "build" / "samples")
+        return Runner(places).run(Suite(preset + "/heap_damage", Kind.WINDOWS, program, None), 1)
+
+    return run
 
 
 @pytest.mark.parametrize("preset", ["x64", "x86"])
@@ -34,11 +33,12 @@ def counts(preset, test, folder):
         "IsGivenMemoryTwice",
     ],
 )
-def test_damage_fails_a_suite(preset, test, tmp_path):
-    assert counts(preset, test, tmp_path) == "0 1"
-    assert "Memory was damaged" in (tmp_path / "log").read_text()
+def test_damage_fails_a_suite(preset, test, outcome):
+    done = outcome(preset, test)
+    assert done.counts == Counts(0, 1)
+    assert "Memory was damaged" in done.log.read_text()
 
 
 @pytest.mark.parametrize("preset", ["x64", "x86"])
-def test_a_suite_that_does_no_damage_passes(preset, tmp_path):
-    assert counts(preset, "StaysWhole", tmp_path) == "1 0"
+def test_a_suite_that_does_no_damage_passes(preset, outcome):
+    assert outcome(preset, "StaysWhole").counts == Counts(1, 0)

@@ -1,83 +1,153 @@
 """./test: which suites it runs, and how it counts them."""
 
+import json
 import os
 import re
 import signal
 import subprocess
+import threading
+from pathlib import Path
 
 import pytest
-from conftest import ROOT, bash, processes_of, run, until
+from conftest import ROOT, processes_of, run, until
+from execution import Places, Runner, limit_of
+from reports import Counts, counts_of, results_of
+from runsuites import outcomes_of
+from suites import Kind, Suite, all_suites, chosen_suites
 
-SOURCE = 'ROOT="%s"; source "$ROOT/scripts/suites.sh"; ' % ROOT
+UNIT = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), None)
+MANY = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), "many")
+
+# GoogleTest's reports, as far as they are read.
+GOOD = {"name": "Holds", "status": "RUN", "result": "COMPLETED"}
+BAD = GOOD | {"failures": [{"failure": "rule.cpp:7\nExpected equality of these values"}]}
+SKIPPED = GOOD | {"result": "SKIPPED"}
+SWITCHED_OFF = GOOD | {"status": "NOTRUN", "result": "SUPPRESSED"}
 
 
-def count(kind, status, output, tmp_path):
-    log = tmp_path / "log"
-    log.write_text(output)
-    return bash(SOURCE + 'count_suite "$1" "$2" "$3"', kind, status, log).stdout.strip()
+def googletest_report(*suites):
+    return json.dumps({"testsuites": [{"testsuite": tests} for tests in suites]})
 
 
-GOOD = "[       OK ] A.B (0 ms)\r\n[       OK ] A.C/1 (2 ms)\r\n[==========] 2 tests from 1 test suite ran. (3 ms total)\r\n"
-FAILURE = "[  FAILED  ] A.D/0, where GetParam() = 7 (0 ms)\n"
-SUMMARY = "[  FAILED  ] 1 test, listed below:\n[  FAILED  ] A.D/0, where GetParam() = 7\n"
-
-
-@pytest.mark.parametrize(
-    "status, output, expected",
-    [
-        (0, GOOD, "2 0"),
-        (1, FAILURE + GOOD + SUMMARY, "2 1"),
-        (3, GOOD, "2 1"),
-        (3, "[       OK ] A.B (0 ms)\n", "1 1"),
-        (0, "[       OK ] A.B (0 ms)\n", "1 1"),
-        (0, "", "0 1"),
-        (0, "[==========] 0 tests from 0 test suites ran. (0 ms total)\n", "0 1"),
-        (0, "[  SKIPPED ] A.D (0 ms)\n" + GOOD, "2 1"),
-        (124, FAILURE, "0 2"),
-    ],
-)
-def test_programs_are_counted_by_their_lines(status, output, expected, tmp_path):
-    assert count("windows", status, output, tmp_path) == expected
-    assert count("native", status, output, tmp_path) == expected
+def counted(report, text, status):
+    report.write_text(text)
+    return counts_of(results_of(report), status)
 
 
 @pytest.mark.parametrize(
-    "status, output, expected",
+    "status, report, expected",
     [
-        (0, "....\n4 passed in 0.10s\n", "4 0"),
-        (1, "F.\n1 failed, 3 passed, 2 warnings in 0.10s\n", "3 1"),
-        (1, "1 failed, 3 passed, 2 errors in 70.12s (0:01:10)\n", "3 3"),
-        (0, "3 passed, 1 skipped, 1 xfailed in 0.10s\n", "3 2"),
-        (5, "no tests ran in 0.01s\n", "0 1"),
-        (2, "1 error in 0.10s\n", "0 1"),
-        (124, "....", "0 1"),
-        (0, "", "0 1"),
+        (0, googletest_report([GOOD], [GOOD]), Counts(2, 0)),
+        (1, googletest_report([GOOD, BAD], [GOOD]), Counts(2, 1)),
+        (0, googletest_report([GOOD, BAD]), Counts(1, 1)),
+        (3, googletest_report([GOOD, GOOD]), Counts(2, 1)),
+        (0, googletest_report([GOOD], [SKIPPED]), Counts(1, 1)),
+        (0, googletest_report([GOOD], [SWITCHED_OFF]), Counts(1, 1)),
+        (0, googletest_report(), Counts(0, 1)),
+        (0, googletest_report([GOOD])[:-1], Counts(0, 1)),
+        (0, "", Counts(0, 1)),
+        (124, googletest_report([BAD]), Counts(0, 1)),
     ],
 )
-def test_pytest_is_counted_by_its_last_line(status, output, expected, tmp_path):
-    assert count("pytest", status, output, tmp_path) == expected
+def test_programs_are_counted_by_their_reports(status, report, expected, tmp_path):
+    assert counted(tmp_path / "report.json", report, status) == expected
+
+
+def test_a_program_without_a_report_has_failed(tmp_path):
+    assert counts_of(results_of(tmp_path / "report.json"), 0) == Counts(0, 1)
+
+
+@pytest.fixture
+def runner(tmp_path):
+    return Runner(Places(ROOT, tmp_path / "logs", ROOT / "build" / "stage", ROOT / "build" / "samples"))
+
+
+@pytest.mark.parametrize(
+    "source, expected",
+    [
+        ("def test_a(): pass\ndef test_b(): pass", Counts(2, 0)),
+        ("def test_a(): pass\ndef test_b(): assert False", Counts(1, 1)),
+        ("@mark.parametrize('a', [1, 2, 3])\ndef test_a(a): assert a != 2", Counts(2, 1)),
+        ("@fixture\ndef a():\n  yield\n  raise OSError\ndef test_a(a): pass\ndef test_b(): pass", Counts(1, 1)),
+        ("@fixture\ndef a():\n  raise OSError\ndef test_a(a): pass\ndef test_b(): pass", Counts(1, 1)),
+        ("@mark.skip\ndef test_a(): pass\ndef test_b(): pass", Counts(1, 1)),
+        ("@mark.xfail\ndef test_a(): assert False\ndef test_b(): pass", Counts(1, 1)),
+        ("@mark.xfail\ndef test_a(): pass\ndef test_b(): pass", Counts(1, 1)),
+        ("", Counts(0, 1)),
+        ("This is no Python.", Counts(0, 1)),
+        ("import os\ndef test_a(): pass\ndef test_b(): os._exit(0)", Counts(0, 1)),
+    ],
+)
+def test_what_pytest_finds_is_counted(source, expected, tmp_path, runner):
+    file = tmp_path / "test_it.py"
+    file.write_text("from pytest import fixture, mark\n" + source)
+    assert runner.run(Suite("folder/it", Kind.PYTEST, file, None), 1).counts == expected
 
 
 @pytest.mark.parametrize("word", ["x64/unit_core", "x64", "unit_core"])
 def test_a_word_chooses_by_the_whole_name_or_either_part(word):
-    assert bash(SOURCE + 'suite_chosen x64/unit_core - other "$1"', word).returncode == 0
+    assert chosen_suites([UNIT], ["other", word]) == [UNIT]
 
 
 def test_the_word_of_its_whole_run_chooses_a_suite():
-    assert bash(SOURCE + "suite_chosen x64/unit_core many other many").returncode == 0
+    assert chosen_suites([UNIT, MANY], ["other", "many"]) == [MANY]
 
 
 def test_other_words_do_not_choose():
-    assert bash(SOURCE + "suite_chosen x64/unit_core many x6 unit native/unit_core").returncode == 1
+    assert chosen_suites([UNIT, MANY], ["x6", "unit", "native/unit_core", "-", ""]) == []
 
 
 def test_without_words_all_are_chosen():
-    assert bash(SOURCE + "suite_chosen x64/unit_core -").returncode == 0
+    assert chosen_suites([UNIT, MANY], []) == [UNIT, MANY]
+
+
+def test_only_the_word_of_its_whole_run_leads_a_suite_through_every_case():
+    assert [MANY.step(words) for words in (["many"], ["x64", "many"])] == [1, 1]
+    assert [MANY.step(words) for words in ([], ["x64"], ["x64/unit_core"])] == [10, 10, 10]
+    assert UNIT.step(["many"]) == 10
+
+
+def test_the_programs_come_first_each_named_after_its_preset(ready_tree):
+    (ready_tree.folder / "tests" / "some").mkdir(parents=True)
+    (ready_tree.folder / "tests" / "some" / "test_rules.py").touch()
+    (ready_tree.build / "one").mkdir()
+    (ready_tree.build / "one" / "tests.txt").write_text("/a/unit_a.exe\trequests\t-\n/a/unit_b\tnative\tmany\n")
+    assert all_suites(ready_tree.folder, ("one",)) == [
+        Suite("one/unit_a", Kind.REQUESTS, Path("/a/unit_a.exe"), None),
+        Suite("one/unit_b", Kind.NATIVE, Path("/a/unit_b"), "many"),
+        Suite("some/rules", Kind.PYTEST, ready_tree.folder / "tests/some/test_rules.py", "some"),
+    ]
 
 
 def test_a_whole_run_may_take_longer():
-    limits = bash(SOURCE + "for step in 10 1; do suite_limit windows $step; echo; done").stdout.split()
-    assert int(limits[0]) < int(limits[1])
+    assert int(limit_of(UNIT, 10)) < int(limit_of(UNIT, 1))
+
+
+def test_programs_run_side_by_side_one_a_core_and_a_pytest_suite_alone():
+    cores = len(os.sched_getaffinity(0))
+    all_programs, two_files = threading.Barrier(cores), threading.Barrier(2)
+
+    def run_suite(suite):
+        if suite.kind == Kind.PYTEST:
+            with pytest.raises(threading.BrokenBarrierError):
+                two_files.wait(timeout=0.5)
+        else:
+            all_programs.wait()
+        return suite
+
+    programs = [Suite(f"native/{number}", Kind.NATIVE, Path("unit"), None) for number in range(2 * cores)]
+    files = [Suite(f"scripts/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(2)]
+    assert list(outcomes_of(programs + files, run_suite)) == programs + files
+
+
+def test_a_project_folder_with_letters_outside_the_code_page_is_no_hindrance(tmp_path, monkeypatch):
+    monkeypatch.setenv("GTEST_FILTER", "Heap.StaysWhole")
+    folder = tmp_path / "проект"
+    (folder / "build").mkdir(parents=True)
+    (folder / "scripts").symlink_to(ROOT / "scripts")
+    suite = Suite("x64/heap_damage", Kind.WINDOWS, ROOT / "build" / "x64" / "tests" / "heap_damage.exe", None)
+    places = Places(folder, folder / "logs", folder / "stage", folder / "samples")
+    assert Runner(places).run(suite, 1).counts == Counts(1, 0)
 
 
 def outcome(result):
@@ -109,8 +179,8 @@ def test_failures_crashes_and_silence_fail_and_show_their_output(ready_tree):
     result = run(ready_tree.folder / "test", "x64", "native")
     names, last = outcome(result)
     assert [state for state, _ in names] == ["ok", "FAIL", "FAIL", "FAIL"] * 2
-    assert last == "6 passed, 6 failed"
-    assert "    [  FAILED  ] Rule.IsBroken (0 ms)" in result.stdout
+    assert last == "4 passed, 6 failed"
+    assert result.stdout.count("    One line of output.\n") == 6
     assert result.returncode == 1
 
 
@@ -133,7 +203,7 @@ def test_an_interrupt_ends_the_suites_that_run(ready_tree):
     os.killpg(tests.pid, signal.SIGINT)
     assert tests.wait() == 130
     assert processes_of(prefix) == []
-    assert list(ready_tree.build.glob("share.*")) == list(ready_tree.build.glob("test.*")) == []
+    assert list(ready_tree.build.glob("share.*")) == []
 
 
 def test_an_unknown_name_is_told(ready_tree):

@@ -1,0 +1,61 @@
+"""The suites of tests: which there are, and which of them a run takes."""
+
+from dataclasses import dataclass
+from enum import Enum
+from pathlib import Path
+
+PRESETS = ("x64", "x86", "native", "native-sanitized")
+
+# A suite with very many cases takes each tenth of them, except in its whole run.
+SAMPLE_STEP = 10
+
+
+class Kind(Enum):
+    WINDOWS = "windows"  # a program for Windows, run in a Wine session of its own
+    REQUESTS = "requests"  # the same in a session with the request log
+    NATIVE = "native"  # a program for this machine
+    PYTEST = "pytest"  # a file tests/FOLDER/test_NAME.py
+
+
+@dataclass(frozen=True)
+class Suite:
+    name: str
+    kind: Kind
+    file: Path
+    whole: str | None  # the word of the run in which the suite goes through all its cases
+
+    def is_named_by(self, word: str) -> bool:
+        """A word is the whole name, the part before or after the slash, or the word of the whole run."""
+        folder, _, last = self.name.partition("/")
+        return word in (self.name, folder, last, self.whole)
+
+    def step(self, words: list[str]) -> int:
+        return 1 if self.whole in words else SAMPLE_STEP
+
+
+def all_suites(root: Path, presets: tuple[str, ...] = PRESETS) -> list[Suite]:
+    """The programs first."""
+    programs = [suite for preset in presets for suite in program_suites(root / "build", preset)]
+    return programs + [pytest_suite(file) for file in sorted(root.glob("tests/*/test_*.py"))]
+
+
+def chosen_suites(suites: list[Suite], words: list[str]) -> list[Suite]:
+    """Without words all of them."""
+    return [suite for suite in suites if not words or any(map(suite.is_named_by, words))]
+
+
+def program_suites(build: Path, preset: str) -> list[Suite]:
+    """A line of the preset's list is a program, its kind and its word, or `-` if it has none."""
+    lines = (build / preset / "tests.txt").read_text(encoding="utf-8").splitlines()
+    return [program_suite(preset, *line.split("\t")) for line in lines if line]
+
+
+def program_suite(preset: str, file: str, kind: str, whole: str) -> Suite:
+    name = Path(file).name.removesuffix(".exe")
+    return Suite(f"{preset}/{name}", Kind(kind), Path(file), None if whole == "-" else whole)
+
+
+def pytest_suite(file: Path) -> Suite:
+    """tests/scripts/test_paths.py is scripts/paths, and `scripts` the word of its whole run."""
+    folder = file.parent.name
+    return Suite(f"{folder}/{file.stem.removeprefix('test_')}", Kind.PYTEST, file, folder)
