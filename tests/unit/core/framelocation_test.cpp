@@ -1,26 +1,24 @@
 #include "platform/core/framelocation.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
 
+using testing::FieldsAre;
+using testing::Optional;
+
 TEST(SplitFrameLocation, GivesTheFileAndTheLine) {
-    const FrameLocation location = SplitFrameLocation(L"server.cpp:42");
-    EXPECT_EQ(location.file, L"server.cpp");
-    EXPECT_EQ(location.line, 42u);
+    EXPECT_THAT(SplitFrameLocation(L"server.cpp:42"), FieldsAre(L"server.cpp", 42u));
 }
 
 TEST(SplitFrameLocation, StripsBlanksRoundEither) {
-    const FrameLocation location = SplitFrameLocation(L" \tserver.cpp\r : \t42 \r\n");
-    EXPECT_EQ(location.file, L"server.cpp");
-    EXPECT_EQ(location.line, 42u);
+    EXPECT_THAT(SplitFrameLocation(L" \tserver.cpp\r : \t42 \r\n"), FieldsAre(L"server.cpp", 42u));
 }
 
 TEST(SplitFrameLocation, WithoutALineGivesLineZero) {
-    const FrameLocation location = SplitFrameLocation(L"server.cpp");
-    EXPECT_EQ(location.file, L"server.cpp");
-    EXPECT_EQ(location.line, 0u);
+    EXPECT_THAT(SplitFrameLocation(L"server.cpp"), FieldsAre(L"server.cpp", 0u));
 }
 
 TEST(SplitFrameLocation, AnEmptyTextGivesAnEmptyFile) {
@@ -28,12 +26,10 @@ TEST(SplitFrameLocation, AnEmptyTextGivesAnEmptyFile) {
 }
 
 TEST(FirstFrameLocation, IsThatOfTheFirstFrameWithALine) {
-    const auto location = FirstFrameLocation(L"header\r\n[0x1]  -----\r\n"
-                                             L"[0x2]  first() -> first.cpp:7\r\n"
-                                             L"[0x3]  second() -> second.cpp:8\r\n");
-    ASSERT_TRUE(location);
-    EXPECT_EQ(location->file, L"first.cpp");
-    EXPECT_EQ(location->line, 7u);
+    EXPECT_THAT(FirstFrameLocation(L"header\r\n[0x1]  -----\r\n"
+                                   L"[0x2]  first() -> first.cpp:7\r\n"
+                                   L"[0x3]  second() -> second.cpp:8\r\n"),
+                Optional(FieldsAre(L"first.cpp", 7u)));
 }
 
 TEST(FirstFrameLocation, ThereIsNoneWithoutAnArrow) {

@@ -1,9 +1,14 @@
 #include "regfile/pathpairs.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
+
+using testing::_;
+using testing::ElementsAre;
+using testing::FieldsAre;
 
 const WidePath input(L"D:\\in\\server.dll");
 const WidePath share(L"\\\\host\\share\\server.dll");
@@ -15,34 +20,25 @@ TEST(FormPathPairs, FileInItsOwnPlaceHasNone) {
 }
 
 TEST(FormPathPairs, CopyOfAShareIsMappedToTheShare) {
-    const PathPairs pairs = FormPathPairs(WidePath(L"C:\\temp\\UNC1.tmp\\server.dll"), share, {});
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].temporaryPath, L"C:\\temp\\UNC1.tmp\\server.dll");
-    EXPECT_EQ(pairs[0].finalPath, L"\\\\host\\share\\server.dll");
-    EXPECT_EQ(pairs[1].temporaryPath, L"C:\\temp\\UNC1.tmp");
-    EXPECT_EQ(pairs[1].finalPath, L"\\\\host\\share");
+    EXPECT_THAT(FormPathPairs(WidePath(L"C:\\temp\\UNC1.tmp\\server.dll"), share, {}),
+                ElementsAre(FieldsAre(L"C:\\temp\\UNC1.tmp\\server.dll", L"\\\\host\\share\\server.dll"),
+                            FieldsAre(L"C:\\temp\\UNC1.tmp", L"\\\\host\\share")));
 }
 
 TEST(FormPathPairs, StagedTypeLibraryIsMappedToTheInput) {
-    const PathPairs pairs = FormPathPairs(input, {}, {staged});
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].temporaryPath, L"C:\\temp\\tlb1.tlb");
-    EXPECT_EQ(pairs[0].finalPath, L"D:\\in\\server.dll");
-    EXPECT_EQ(pairs[1].temporaryPath, L"C:\\temp");
-    EXPECT_EQ(pairs[1].finalPath, L"D:\\in");
+    EXPECT_THAT(FormPathPairs(input, {}, {staged}),
+                ElementsAre(FieldsAre(L"C:\\temp\\tlb1.tlb", L"D:\\in\\server.dll"),
+                            FieldsAre(L"C:\\temp", L"D:\\in")));
 }
 
 TEST(FormPathPairs, OnlyTheStagedTypeLibraryOfAShareHasAPair) {
-    const PathPairs pairs = FormPathPairs(WidePath(L"C:\\temp\\UNC1.tmp\\a.exe"), share, {staged});
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].temporaryPath, L"C:\\temp\\tlb1.tlb");
-    EXPECT_EQ(pairs[0].finalPath, L"\\\\host\\share\\server.dll");
+    EXPECT_THAT(FormPathPairs(WidePath(L"C:\\temp\\UNC1.tmp\\a.exe"), share, {staged}),
+                ElementsAre(FieldsAre(L"C:\\temp\\tlb1.tlb", L"\\\\host\\share\\server.dll"), _));
 }
 
 TEST(FormPathPairs, OnlyTheFirstStagedTypeLibraryCounts) {
-    const PathPairs pairs = FormPathPairs(input, {}, {staged, secondStaged});
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].temporaryPath, L"C:\\temp\\tlb1.tlb");
+    EXPECT_THAT(FormPathPairs(input, {}, {staged, secondStaged}),
+                ElementsAre(FieldsAre(L"C:\\temp\\tlb1.tlb", _), _));
 }
 
 TEST(AddPathPairs, FinalPathInTheRootOfADriveHasTheDriveAsItsFolder) {

@@ -2,6 +2,7 @@
 
 #include "tests/support/tracebuilder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace keyreap {
@@ -20,47 +21,43 @@ struct LaidOut {
     TraceEvent event;
 };
 
-constexpr std::uint64_t someTime = 0x1122334455667788;
+constexpr std::int64_t someTime = 0x1122334455667788;
+
+auto HasFields(const RegistryFields& expected) {
+    using testing::Field;
+    return testing::AllOf(Field("keyHandle", &RegistryFields::keyHandle, expected.keyHandle),
+                          Field("name", &RegistryFields::name, expected.name),
+                          Field("status", &RegistryFields::status, expected.status),
+                          Field("index", &RegistryFields::index, expected.index),
+                          Field("initialTime", &RegistryFields::initialTime, expected.initialTime));
+}
 
 TEST(ReadFixedFields, Version0WithPointerSize4) {
     const LaidOut it(0, PayloadBuilder().U32(0xC0000034).U32(0x1000).U64(someTime).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 4);
-    EXPECT_EQ(fields.status, 0xC0000034U);
-    EXPECT_EQ(fields.keyHandle, 0x1000U);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
-    EXPECT_EQ(fields.index, 0U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(
+        ReadFixedFields(it.event, 4),
+        HasFields({.keyHandle = 0x1000, .name = L"Name", .status = 0xC0000034, .initialTime = someTime}));
 }
 
 TEST(ReadFixedFields, Version0WithPointerSize8) {
     const LaidOut it(0,
                      PayloadBuilder().U64(0xC0000034).U64(0xFFFFF80012345678).U64(someTime).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 8);
-    EXPECT_EQ(fields.status, 0xC0000034U);
-    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
-    EXPECT_EQ(fields.index, 0U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(ReadFixedFields(it.event, 8), HasFields({.keyHandle = 0xFFFFF80012345678,
+                                                         .name = L"Name",
+                                                         .status = 0xC0000034,
+                                                         .initialTime = someTime}));
 }
 
 TEST(ReadFixedFields, Version1WithPointerSize4HasNoTime) {
     const LaidOut it(1, PayloadBuilder().U32(5).U32(0x1000).U64(someTime).U32(7).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 4);
-    EXPECT_EQ(fields.status, 5U);
-    EXPECT_EQ(fields.keyHandle, 0x1000U);
-    EXPECT_EQ(fields.initialTime, 0);
-    EXPECT_EQ(fields.index, 7U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(ReadFixedFields(it.event, 4),
+                HasFields({.keyHandle = 0x1000, .name = L"Name", .status = 5, .index = 7}));
 }
 
 TEST(ReadFixedFields, Version1WithPointerSize8HasNoTime) {
     const LaidOut it(1, PayloadBuilder().U64(5).U64(0xFFFFF80012345678).U64(someTime).U32(7).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 8);
-    EXPECT_EQ(fields.status, 5U);
-    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
-    EXPECT_EQ(fields.initialTime, 0);
-    EXPECT_EQ(fields.index, 7U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(ReadFixedFields(it.event, 8),
+                HasFields({.keyHandle = 0xFFFFF80012345678, .name = L"Name", .status = 5, .index = 7}));
 }
 
 PayloadBuilder LastLayout() {
@@ -71,22 +68,18 @@ PayloadBuilder LastLayout() {
 
 TEST(ReadFixedFields, Version2WithPointerSize4HasItsNameAt20) {
     const LaidOut it(2, LastLayout().U32(0x1000).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 4);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
-    EXPECT_EQ(fields.status, 5U);
-    EXPECT_EQ(fields.index, 7U);
-    EXPECT_EQ(fields.keyHandle, 0x1000U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(
+        ReadFixedFields(it.event, 4),
+        HasFields({.keyHandle = 0x1000, .name = L"Name", .status = 5, .index = 7, .initialTime = someTime}));
 }
 
 TEST(ReadFixedFields, Version2WithPointerSize8HasItsNameAt24) {
     const LaidOut it(2, LastLayout().U64(0xFFFFF80012345678).WideZ(L"Name"));
-    const RegistryFields fields = ReadFixedFields(it.event, 8);
-    EXPECT_EQ(fields.initialTime, static_cast<std::int64_t>(someTime));
-    EXPECT_EQ(fields.status, 5U);
-    EXPECT_EQ(fields.index, 7U);
-    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(ReadFixedFields(it.event, 8), HasFields({.keyHandle = 0xFFFFF80012345678,
+                                                         .name = L"Name",
+                                                         .status = 5,
+                                                         .index = 7,
+                                                         .initialTime = someTime}));
 }
 
 TEST(ReadFixedFields, Version3AndAboveTakeTheLayoutOfVersion2) {

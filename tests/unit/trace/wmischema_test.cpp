@@ -3,10 +3,15 @@
 #include "platform/os/ownedinterface.h"
 #include "tests/unit/trace/fakewmi.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
+
+using testing::_;
+using testing::ElementsAre;
+using testing::FieldsAre;
 
 struct Loaded {
     bool result = false;
@@ -36,13 +41,9 @@ TEST(LoadSchema, PropertiesStandInTheOrderOfTheirWmiDataId) {
     description.AddProperty(L"Second", CIM_UINT64, 2);
     const Loaded loaded = Load(description);
     EXPECT_TRUE(loaded.result);
-    ASSERT_EQ(loaded.schema.properties.size(), 3U);
-    EXPECT_EQ(loaded.schema.properties[0].name, L"First");
-    EXPECT_EQ(loaded.schema.properties[0].cimType, 8U);
-    EXPECT_EQ(loaded.schema.properties[1].name, L"Second");
-    EXPECT_EQ(loaded.schema.properties[1].cimType, 21U);
-    EXPECT_EQ(loaded.schema.properties[2].name, L"Third");
-    EXPECT_EQ(loaded.schema.properties[2].cimType, 19U);
+    EXPECT_THAT(
+        loaded.schema.properties,
+        ElementsAre(FieldsAre(L"First", 8U, _), FieldsAre(L"Second", 21U, _), FieldsAre(L"Third", 19U, _)));
 }
 
 TEST(LoadSchema, ArrayKeepsItsBitInTheCimType) {
@@ -111,10 +112,7 @@ TEST(LoadSchema, PlaceThatNoPropertyTakesKeepsItsInitialValues) {
     description.AddProperty(L"B", CIM_UINT8, 2);
     const Loaded loaded = Load(description);
     EXPECT_TRUE(loaded.result);
-    ASSERT_EQ(loaded.schema.properties.size(), 2U);
-    EXPECT_EQ(loaded.schema.properties[0].name, L"");
-    EXPECT_EQ(loaded.schema.properties[0].cimType, 4095U);
-    EXPECT_EQ(loaded.schema.properties[1].name, L"B");
+    EXPECT_THAT(loaded.schema.properties, ElementsAre(FieldsAre(L"", 4095U, _), FieldsAre(L"B", _, _)));
 }
 
 TEST(LoadSchema, PropertyWithoutFurtherQualifiersHasNone) {
