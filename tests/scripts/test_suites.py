@@ -157,7 +157,7 @@ def outcome(result):
     return names, lines[-1]
 
 
-def test_the_sum_is_the_last_line_and_the_status_tells_of_failures(ready_tree):
+def test_the_sum_is_the_last_line_and_the_status_shows_failures(ready_tree):
     result = run(ready_tree.folder / "test", "suite_good")
     presets = ["x64", "x86", "native", "native-sanitized"]
     assert outcome(result) == ([["ok", preset + "/suite_good"] for preset in presets], "4 passed, 0 failed")
@@ -169,7 +169,7 @@ def test_only_the_word_of_its_whole_run_leads_a_suite_through_all_its_cases(read
     assert outcome(run(ready_tree.folder / "test", "native/suite_good"))[1] == "1 passed, 0 failed"
 
 
-def test_what_a_suite_reports_is_shown_behind_its_line(ready_tree):
+def test_what_a_suite_reports_is_shown_after_its_line(ready_tree):
     lines = run(ready_tree.folder / "test", "native/suite_good", "everything").stdout.splitlines()
     line = next(number for number, line in enumerate(lines) if " native/suite_good " in line)
     assert lines[line + 1] == "all cases seen"
@@ -194,19 +194,25 @@ def test_a_suite_that_hangs_is_ended_by_the_watchdog(ready_tree):
     assert "ended by the watchdog after 3 s" in result.stdout
 
 
-def test_an_interrupt_ends_the_suites_that_run(ready_tree):
+def test_an_interrupt_ends_the_suites_that_run_and_no_further_one_starts(ready_tree):
     prefix = ready_tree.build / "wine" / "pool" / "1"
     tests = subprocess.Popen(
-        [ready_tree.folder / "test", "x64/suite_good"], env=hanging(), stdin=subprocess.DEVNULL, start_new_session=True
+        [ready_tree.folder / "test", "x64", "native"],
+        env=hanging(),
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        text=True,
+        start_new_session=True,
     )
     until(lambda: len(processes_of(prefix)) > 3)
     os.killpg(tests.pid, signal.SIGINT)
-    assert tests.wait() == 130
+    assert tests.communicate() == ("", None)
+    assert tests.returncode == 130
     assert processes_of(prefix) == []
     assert list(ready_tree.build.glob("share.*")) == []
 
 
-def test_an_unknown_name_is_told(ready_tree):
+def test_an_unknown_name_is_reported(ready_tree):
     result = run(ready_tree.folder / "test", "nonsense")
     assert result.returncode == 125
     assert "no suite is called nonsense" in result.stderr
