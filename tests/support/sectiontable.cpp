@@ -1,5 +1,7 @@
 #include "tests/support/sectiontable.h"
 
+#include "pe/functiontables.h"
+
 namespace keyreap::testsupport {
 
 namespace {
@@ -69,6 +71,10 @@ std::size_t AskEverything(const CheckedView& view) {
     names += ExportTableHasName(view, directory(0), resolve, "DllRegisterServer") ? 1 : 0;
     names += DllNames(view, DescriptorTable::Imports(directory(1)), resolve).size();
     names += DllNames(view, DescriptorTable::DelayImports(directory(13)), resolve).size();
+    for (const LookupEntry entry : {LookupEntry::bits32, LookupEntry::bits64}) {
+        ImportedFunctions(view, directory(1), entry, resolve);
+    }
+    ExportTableHasOrdinal(view, directory(0), resolve, 1);
     return names;
 }
 
