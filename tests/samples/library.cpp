@@ -4,3 +4,9 @@
 extern "C" __declspec(dllexport) DWORD LibraryNumber() {
     return 42;
 }
+
+#ifdef KEYREAP_LATER
+extern "C" __declspec(dllexport) DWORD LaterNumber() {
+    return 43;
+}
+#endif

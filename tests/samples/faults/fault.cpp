@@ -94,6 +94,20 @@ void* Null() {
     std::abort();
 }
 
+[[maybe_unused]] void Raise() {
+    constexpr DWORD codeOfItsOwn = 0xE0000001;
+    RaiseException(codeOfItsOwn, 0, 0, nullptr);
+}
+
+// A function of the system that the server calls with a bad address.
+[[maybe_unused]] void ReadInSystem() {
+    using Length = std::size_t(__cdecl*)(const char*);
+    const auto length = reinterpret_cast<Length>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), "strlen")));
+    static volatile std::size_t size = length(static_cast<const char*>(Memory(PAGE_NOACCESS)));
+    static_cast<void>(size);
+}
+
 [[maybe_unused]] void Throw() {
     throw std::runtime_error("nobody catches this");
 }

@@ -1,0 +1,18 @@
+# shellcheck shell=bash
+# Why a run failed, where its status doesn't say. Sourced after common.sh; only called after a failure, since the reason
+# of a file takes a session of its own.
+
+# How long the look at a file may take, in seconds: it may load the file, and a DllMain may wait for ever.
+REASON_LIMIT=30
+
+# Starts the 64-bit program, and the 32-bit one if that is the one to ask.
+ASK_PROGRAMS='/usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
+
+# input_reason WINDOWS_PATH: prints why the file can't be registered, as a piece of a sentence ("needs foo.dll, which is
+# nowhere; wanted by bar.dll"), or nothing if no reason is found.
+input_reason() {
+    local programs=("$BUILD"/x{64,86}/tools/explain/explain.exe) reason
+    reason=$(timeout -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
+        /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" 2>/dev/null </dev/null) || return 0
+    printf '%s' "$reason"
+}

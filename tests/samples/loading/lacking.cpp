@@ -1,0 +1,16 @@
+// Was linked with a library that had one function more than the one that lies beside it.
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "tests/samples/support/keywriter.h"
+
+extern "C" __declspec(dllimport) DWORD LibraryNumber();
+extern "C" __declspec(dllimport) DWORD LaterNumber();
+
+STDAPI DllRegisterServer() {
+    keyreap::samples::KeyWriter key(HKEY_CLASSES_ROOT, L"Keyreap.Lacking");
+    key.SetDword(L"", LibraryNumber());
+    key.SetDword(L"later", LaterNumber());
+    return S_OK;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "pe/dependencywalker.h"
+#include "pe/functiontables.h"
+#include "platform/os/file/widepath.h"
+
+namespace keyreap {
+
+// What a loader brings in with a file: the DLLs that the walk over dependencies found, as far as linked
+// imports lead to them. Delay-loaded ones can't keep a file from being loaded, so they don't count. Nothing
+// is loaded.
+class LoadChain {
+public:
+    explicit LoadChain(const WidePath& file);
+
+    // What is wrong with the chain, as "needs foo.dll, which is nowhere; wanted by bar.dll"; empty if nothing
+    // is.
+    const std::wstring& Reason() const { return reason.empty() ? missingFunction : reason; }
+
+    // The files that are not the system's, each after those it needs; the file itself is the last.
+    const std::vector<std::wstring>& Files() const { return files; }
+
+private:
+    void Enter(const std::wstring& path);
+    void Judge(const std::wstring& importer, std::uint16_t machine, const ImportedDll& dll);
+    const DependencyRecord* Find(const std::wstring& name) const;
+
+    DependencyList list;
+    std::vector<std::wstring> entered;
+    std::vector<std::wstring> files;
+    std::wstring reason;
+    std::wstring missingFunction; // a weaker reason: Wine loads such a file, and ends it at the call
+};
+
+} // namespace keyreap

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+#include "pe/peimage.h"
+
+namespace keyreap {
+
+// The Machine and Characteristics of an image's file header; 0 for a file that is no PE image.
+std::uint16_t MachineOf(PeImage& image);
+bool IsDll(PeImage& image);
+
+// "32-bit", "64-bit", or "other" for a machine that no build of the program is for.
+const wchar_t* MachineName(std::uint16_t machine);
+
+// Whether this process can load images for the machine.
+bool IsOwnMachine(std::uint16_t machine);
+
+} // namespace keyreap
