@@ -2,13 +2,15 @@
 # The builds and the staged program. Sourced after common.sh.
 
 STAGE=$BUILD/stage
+EXPLAIN=tools/explain/explain.exe
 
 project_version() {
     sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
 }
 
-program_staged() {
-    [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe ]]
+# program_there: staged, with the program beside the build that says why a file can't be registered (reasons.sh).
+program_there() {
+    [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe && -f $BUILD/x64/$EXPLAIN && -f $BUILD/x86/$EXPLAIN ]]
 }
 
 # program_sources: the files and folders that the program is built from, each ended by a NUL.
@@ -21,8 +23,8 @@ program_sources() {
 }
 
 make_program() {
-    step build-x64 "building x64" build_preset x64 Keyreap
-    step build-x86 "building x86" build_preset x86 Keyreap
+    step build-x64 "building x64" build_preset x64 Keyreap explain
+    step build-x86 "building x86" build_preset x86 Keyreap explain
     step stage "staging the program" stage_program
 }
 

@@ -14,6 +14,8 @@ source "$ROOT/scripts/wine.sh"
 source "$ROOT/scripts/requests.sh"
 # shellcheck source=scripts/mixedkeys.sh
 source "$ROOT/scripts/mixedkeys.sh"
+# shellcheck source=scripts/observer.sh
+source "$ROOT/scripts/observer.sh"
 # shellcheck source=scripts/session.sh
 source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/base.sh
@@ -57,16 +59,16 @@ nothing_newer() {
 level_there() {
     [[ $1 == package ]] || wine_there || return
     [[ $1 == @(wine|package) ]] || start_recorded || return
-    [[ $1 == wine ]] || program_staged
+    [[ $1 == wine ]] || program_there
 }
 
 wine_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && base_untouched
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && observer_there && base_untouched
 }
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER"
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER" "$OBSERVER_SOURCES"
     [[ $1 == wine ]] || printf '%s\0' "${START_RECORDER_SOURCES[@]}"
     [[ $1 == wine ]] || program_sources
 }
@@ -116,5 +118,6 @@ make_level() {
 make_wine() {
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
     filter_ready || step request-filter "building the filter of requests" make_filter
+    observer_ready || step observer "building the observer of crashes" make_observer
     base_ready || step wine-base "making the Wine prefix" make_base
 }

@@ -19,7 +19,8 @@ sys.path.insert(0, str(ROOT / "scripts" / "runner"))
 def run(*command, **options):
     """Runs a command to its end and gives its status and what it wrote."""
     options.setdefault("stdin", subprocess.DEVNULL)
-    return subprocess.run([str(word) for word in command], capture_output=True, text=True, timeout=600, **options)
+    options.setdefault("text", True)
+    return subprocess.run([str(word) for word in command], capture_output=True, timeout=600, **options)
 
 
 def bash(script, *words, **options):
@@ -90,7 +91,7 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        for name in ("scripts", "tools/requestfilter", "tools/startrecorder", "platform/os"):
+        for name in ("scripts", "tools/requestfilter", "tools/startrecorder", "tools/observer", "platform/os"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
         for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):
@@ -100,7 +101,7 @@ class Tree:
     def borrow_wine(self):
         """What takes long to fetch and to make comes from the project's own tree."""
         (self.build / "wine").mkdir(parents=True)
-        for name in ("modules", "base", "requestfilter", "requestfilter.version"):
+        for name in ("modules", "base", "requestfilter", "requestfilter.version", "observer", "observer.version"):
             subprocess.run(["cp", "-al", ROOT / "build" / "wine" / name, self.build / "wine" / name], check=True)
 
     def run(self, *words, **options):

@@ -99,6 +99,12 @@ void* Null() {
     RaiseException(codeOfItsOwn, 0, 0, nullptr);
 }
 
+// As a run time does that has found memory damaged: no handler is asked.
+[[maybe_unused]] void FailFast() {
+    constexpr unsigned reason = 7;
+    __asm__ __volatile__("int $0x29" : : "c"(reason));
+}
+
 // A function of the system that the server calls with a bad address.
 [[maybe_unused]] void ReadInSystem() {
     using Length = std::size_t(__cdecl*)(const char*);

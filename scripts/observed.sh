@@ -1,0 +1,10 @@
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
+# Usage, inside a session: scripts/observed.sh LOG COMMAND [ARGUMENT...]
+# Runs COMMAND, gives its status, and passes its standard error on. LOG, a file of this machine, then holds what
+# crash_reason (reasons.sh) prints: what ended COMMAND, if that was a crash.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+(($# > 1)) || fail "observed.sh: no command"
+exec "$BUILD/wine/observer" "$@"

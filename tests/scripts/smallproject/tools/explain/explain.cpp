@@ -1,0 +1,3 @@
+int wmain() {
+    return 0;
+}

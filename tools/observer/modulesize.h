@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tools/observer/debuglines.h"
+
+namespace keyreap {
+
+// SizeOfImage in the headers of a module's file, which is looked for in the prefix; 0 if it can't be read
+// there.
+std::uint64_t SizeInFile(const std::string& prefix, const LoadedModule& module);
+
+} // namespace keyreap
