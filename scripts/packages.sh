@@ -3,7 +3,7 @@
 
 # shellcheck disable=SC2034 # setup.sh names what each level needs
 {
-    # g++ builds the filter between Wine's server and its request log.
+    # g++ builds the filter between Wine's server and its request log, and the observer of crashes.
     WINE_PACKAGES=(wine wine64 g++)
 
     # googletest and mingw-w64-tools belong to the one configuration of each build.

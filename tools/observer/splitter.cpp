@@ -36,21 +36,20 @@ bool HasChannelAt(std::string_view text, std::size_t at) {
     return false;
 }
 
-// The first place of "PROCESS:THREAD:KIND:CHANNEL:", or npos. The ids have four digits or more.
+// The first place of "PROCESS:THREAD:KIND:CHANNEL:", or npos. The ids have four digits each.
 std::size_t FindMark(std::string_view text) {
     constexpr std::size_t digits = 4;
     for (std::size_t colon = text.find(':'); colon != std::string_view::npos;
          colon = text.find(':', colon + 1)) {
         const std::size_t thread = StartOfId(text, colon);
-        if (colon - thread < digits || thread == 0 || text[thread - 1] != ':' ||
+        if (colon - thread != digits || thread == 0 || text[thread - 1] != ':' ||
             !HasChannelAt(text, colon + 1)) {
             continue;
         }
-        const std::size_t process = StartOfId(text, thread - 1);
-        if (thread - 1 - process >= digits) {
-            // In the middle of a line, digits further in front may be a program's own.
-            const bool isLineStart = process == 0 || text[process - 1] == '\n';
-            return isLineStart ? process : thread - 1 - digits;
+        // The digits in front of those may be a program's own: a session has too few processes for longer
+        // ids.
+        if (thread - 1 - StartOfId(text, thread - 1) >= digits) {
+            return thread - 1 - digits;
         }
     }
     return std::string_view::npos;
