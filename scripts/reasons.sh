@@ -6,6 +6,7 @@
 REASON_LIMIT=30
 
 # Starts the 64-bit program, and the 32-bit one if that is the one to ask.
+# shellcheck disable=SC2016 # the words are those of a shell of its own
 ASK_PROGRAMS='/usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
 
 # input_reason WINDOWS_PATH: prints why the file can't be registered, as a piece of a sentence ("needs foo.dll, which is

@@ -87,12 +87,22 @@ def test_a_crash_is_named_with_its_module(log, bitness, sample, tmp_path):
 
 
 def test_an_exception_that_nobody_catches_is_named_as_its_run_time_ends_it(log, bitness, tmp_path):
-    capture(log, bitness, "faultThrow", tmp_path)
+    status = {"x64": 0x43, "x86": 3}[bitness]
+    assert capture(log, bitness, "faultThrow", tmp_path).returncode == status
     words = {
         "x64": "C++ exception that nobody caught (0x20474343) in faultThrow.dll",
         "x86": "abort (status 3), after faultThrow.dll was loaded",
     }
     assert reason(log) == words[bitness]
+
+
+def test_a_call_of_a_function_that_a_library_lacks_is_named(log, bitness, tmp_path):
+    """Wine loads such a server; it says itself, on standard error, which function was called."""
+    result = capture(log, bitness, "lacking", tmp_path)
+    assert result.returncode == 1
+    assert "lackinglib.dll.LaterNumber" in result.stderr
+    place = {"x64": " in lacking.dll", "x86": ", after lacking.dll was loaded"}[bitness]
+    assert reason(log) == "call of a function that a library lacks (0x80000100)" + place
 
 
 def test_a_crash_is_named_in_every_mode(log, bitness, tmp_path):

@@ -28,6 +28,11 @@ bool IsRunTime(const std::string& name) {
                        [&name](const char* start) { return name.starts_with(start); });
 }
 
+// The modules of the system that raise exceptions for others.
+bool IsRaising(const std::string& name) {
+    return name == "kernelbase.dll" || name == "ntdll.dll";
+}
+
 // The program that captures is a native module too, and is on every stack.
 bool IsServers(const LoadedModule& module) {
     const std::string name = Lowered(FileName(module.path));
@@ -51,12 +56,11 @@ private:
         }
         const std::string name = FileName(module->path);
         const LoadedModule* caller = module->isNative ? nullptr : FirstOfServer();
-        if (!caller) {
-            return " in " + name;
+        if (!IsFault(crash.code) && IsRaising(Lowered(name))) {
+            // What is raised by a call to the system lies in whoever calls.
+            return caller ? " in " + FileName(caller->path) : AfterLoading();
         }
-        // What is raised by a call to the system lies in whoever calls.
-        const bool isRaised = !IsFault(crash.code) && Lowered(name) == "kernelbase.dll";
-        return " in " + (isRaised ? std::string() : name + ", called by ") + FileName(caller->path);
+        return " in " + name + (caller ? ", called by " + FileName(caller->path) : std::string());
     }
 
     // Where the place says nothing, what was loaded last is the server as a rule.

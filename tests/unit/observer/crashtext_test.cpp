@@ -60,6 +60,12 @@ TEST_F(CrashTextTest, NamesWhoRaisedAnException) {
     EXPECT_EQ(Text(), "exception 0xE0000105 in server.dll");
 }
 
+TEST_F(CrashTextTest, SaysWhatWasLoadedLastWhereNobodyIsSeenToRaise) {
+    Raise("80000100", "000000007B000010");
+    Present({"7b000010", "140000010"});
+    EXPECT_EQ(Text(1), "call of a function that a library lacks (0x80000100), after server.dll was loaded");
+}
+
 TEST_F(CrashTextTest, PassesOverTheRunTimeOfACompiler) {
     Load("Z:\\\\s\\\\libstdc++-6.dll", "0000000300000000", "native");
     Raise("20474343", "000000007B000010");
