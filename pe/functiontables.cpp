@@ -102,12 +102,13 @@ bool ExportTableHasOrdinal(const CheckedView& view, const std::byte* exportDirec
     const auto field = [&](std::size_t offset) {
         return view.Read<std::uint32_t>(exportDirectory + offset).value_or(0);
     };
-    const std::uint32_t base = field(ordinalBaseField);
-    if (ordinal < base || ordinal - base >= field(numberOfFunctionsField)) {
+    // An ordinal below the base wraps to an index that no table has.
+    const std::uint32_t index = ordinal - field(ordinalBaseField);
+    if (index >= field(numberOfFunctionsField)) {
         return false;
     }
     const std::byte* table = resolve(field(addressOfFunctionsField));
-    const std::size_t place = (ordinal - base) * sizeof(std::uint32_t);
+    const std::size_t place = std::size_t{index} * sizeof(std::uint32_t);
     return view.Holds(table, place + sizeof(std::uint32_t)) &&
            view.Read<std::uint32_t>(table + place).value_or(0) != 0;
 }

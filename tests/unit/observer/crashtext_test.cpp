@@ -111,6 +111,7 @@ TEST_F(CrashTextTest, PresentationWithoutAnExceptionIsNone) {
     Present({});
     lines.Take("0020:0024:trace:seh:dispatch_exception code=c0000005 flags=0 addr=00000002CA9D1401 ip=0");
     EXPECT_EQ(Text(), "");
+    EXPECT_EQ(Text(3), "");
 }
 
 TEST_F(CrashTextTest, CrashThatTheStatusDoesNotGoBackToIsNone) {

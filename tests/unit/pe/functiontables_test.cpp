@@ -111,6 +111,16 @@ TEST_P(FunctionTables, NameOutsideOfTheFileIsSkipped) {
     EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "Kept"), ElementsAre("two.dll")));
 }
 
+TEST_P(FunctionTables, OnlyTheHighestBitOfAnEntryMarksAnOrdinal) {
+    constexpr std::uint64_t highestOf32Bits = 0x80000005;
+    SetDescriptor(0, PutLookup({highestOf32Bits}), PutText("one.dll"), 0);
+    if (GetParam() == LookupEntry::bits32) {
+        EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "#5")));
+    } else {
+        EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll")));
+    }
+}
+
 TEST_P(FunctionTables, LookupTableThatRunsPastTheEndEndsThere) {
     const std::uint32_t name = PutText("one.dll");
     SetDescriptor(0, static_cast<std::uint32_t>(writer.Size()), name, 0);
