@@ -28,7 +28,7 @@ CRASHES = {
     "faultIllegalInstruction": (0x1D, "illegal instruction (0xC000001D) " + AFTER),
     "faultStackOverflow": (0xFD, "stack overflow (0xC00000FD) in %s.dll"),
     "faultRaise": (1, "exception 0xE0000001 in %s.dll"),
-    "faultFailFast": (9, "stack buffer overrun or fast fail (0xC0000409) in %s.dll"),
+    "faultFailFast": (9, "stack buffer overrun or fast fail (0xC0000409) " + AFTER),
     "faultAbort": (3, "abort (status 3), after %s.dll was loaded"),
 }
 

@@ -59,6 +59,20 @@ def test_a_dependency_of_the_other_bitness_is_named_with_its_place(bitness, tmp_
     assert reason(windows(tmp_path / "neighbour.dll")) == expected % (windows(tmp_path / "neighbourlib.dll"), kind)
 
 
+def test_a_dependency_that_is_no_image_is_named_with_its_place(bitness, tmp_path):
+    shutil.copy(SAMPLES / bitness / "neighbour.dll", tmp_path)
+    (tmp_path / "neighbourlib.dll").write_bytes(b"a text")
+    expected = "needs neighbourlib.dll, but %s is no image; wanted by neighbour.dll"
+    assert reason(windows(tmp_path / "neighbour.dll")) == expected % windows(tmp_path / "neighbourlib.dll")
+
+
+def test_a_program_that_the_system_does_not_start_is_called_so(bitness, tmp_path):
+    image = (SAMPLES / bitness / "typelibnone.exe").read_bytes()
+    (tmp_path / "cut.exe").write_bytes(image[:1500])
+    said = reason(windows(tmp_path / "cut.exe"))
+    assert said.startswith("has no DllRegisterServer, and can't be started as a program: ") and "(error " in said
+
+
 def test_a_dll_main_that_refuses_is_named_as_the_reason(bitness):
     assert reason(sample(bitness, "refusing.dll")) == "its DllMain refuses to be loaded"
 

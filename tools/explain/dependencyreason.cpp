@@ -98,9 +98,7 @@ void LoadChain::Judge(const std::wstring& importer, std::uint16_t machine, const
     PeImage image(record->path);
     const std::uint16_t found = MachineOf(image);
     if (found != machine) {
-        const std::wstring kind =
-            found == 0 ? L"no image" : std::wstring(L"a ") + MachineName(found) + L" image";
-        reason = L"needs " + record->name + L", but " + record->path + L" is " + kind + wanted;
+        reason = L"needs " + record->name + L", but " + record->path + L" is " + ImageKind(found) + wanted;
         return;
     }
     if (std::wstring function = MissingFunction(image, dll); missingFunction.empty() && !function.empty()) {

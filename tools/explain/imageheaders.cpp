@@ -29,14 +29,16 @@ bool IsDll(PeImage& image) {
     return (HeaderField(image, characteristicsField) & IMAGE_FILE_DLL) != 0;
 }
 
-const wchar_t* MachineName(std::uint16_t machine) {
+const wchar_t* ImageKind(std::uint16_t machine) {
     switch (machine) {
     case IMAGE_FILE_MACHINE_AMD64:
-        return L"64-bit";
+        return L"a 64-bit image";
     case IMAGE_FILE_MACHINE_I386:
-        return L"32-bit";
+        return L"a 32-bit image";
+    case IMAGE_FILE_MACHINE_UNKNOWN:
+        return L"no image";
     default:
-        return L"other";
+        return L"an image for another machine";
     }
 }
 

@@ -10,8 +10,8 @@ namespace keyreap {
 std::uint16_t MachineOf(PeImage& image);
 bool IsDll(PeImage& image);
 
-// "32-bit", "64-bit", or "other" for a machine that no build of the program is for.
-const wchar_t* MachineName(std::uint16_t machine);
+// "a 32-bit image" and so on; "no image" for the machine 0.
+const wchar_t* ImageKind(std::uint16_t machine);
 
 // Whether this process can load images for the machine.
 bool IsOwnMachine(std::uint16_t machine);

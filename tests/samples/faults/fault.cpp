@@ -72,11 +72,16 @@ void* Null() {
     number = number / zero;
 }
 
-[[maybe_unused]] void IllegalInstruction() {
-    constexpr BYTE undefinedInstruction[] = {0x0F, 0x0B};
+// Two bytes of code, in memory of their own.
+[[maybe_unused]] void ExecuteBytes(BYTE first, BYTE second) {
+    const BYTE code[] = {first, second};
     void* memory = Memory(PAGE_EXECUTE_READWRITE);
-    std::memcpy(memory, undefinedInstruction, sizeof(undefinedInstruction));
+    std::memcpy(memory, code, sizeof(code));
     ExecuteAt(memory);
+}
+
+[[maybe_unused]] void IllegalInstruction() {
+    ExecuteBytes(0x0F, 0x0B);
 }
 
 [[maybe_unused]] int OverflowStack(int depth) {
@@ -99,10 +104,9 @@ void* Null() {
     RaiseException(codeOfItsOwn, 0, 0, nullptr);
 }
 
-// As a run time does that has found memory damaged: no handler is asked.
+// As a run time does that has found memory damaged: interrupt 0x29, for which no handler is asked.
 [[maybe_unused]] void FailFast() {
-    constexpr unsigned reason = 7;
-    __asm__ __volatile__("int $0x29" : : "c"(reason));
+    ExecuteBytes(0xCD, 0x29);
 }
 
 // A function of the system that the server calls with a bad address.
