@@ -1,5 +1,6 @@
 #include "pe/checkedview.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace keyreap {
@@ -19,11 +20,14 @@ constexpr std::uint64_t sectionHeaderSize = 40;
 constexpr std::uint64_t virtualSizeField = 8;
 constexpr std::uint64_t virtualAddressField = 12;
 constexpr std::uint64_t rawSizeField = 16;
+constexpr std::uint64_t rawPointerField = 20;
 constexpr std::uint64_t pageSize = 0x1000;
 constexpr std::uint64_t directoryEntrySize = 8;
+constexpr std::uint64_t directoryCountSize = 4; // their number, just ahead of them
 
 // The optional header and its two forms.
 constexpr std::uint64_t sectionAlignmentField = 32;
+constexpr std::uint64_t imageSizeField = 56;
 constexpr std::uint64_t headersSizeField = 60;
 constexpr std::uint64_t imageBaseField32 = 28;
 constexpr std::uint64_t imageBaseField64 = 24;
@@ -31,8 +35,8 @@ constexpr std::uint16_t optionalMagic32 = 0x10B;
 constexpr std::uint64_t directoriesOffset32 = 96;
 constexpr std::uint64_t directoriesOffset64 = 112;
 
-std::uint64_t InWholePages(std::uint64_t size) {
-    return (size + pageSize - 1) / pageSize * pageSize;
+std::uint64_t RoundedUp(std::uint64_t size, std::uint64_t unit) {
+    return (size + unit - 1) / unit * unit;
 }
 
 } // namespace
@@ -93,12 +97,12 @@ std::uint64_t CheckedView::SectionTableOffset() const {
     return OptionalHeaderOffset() + At<std::uint16_t>(NtHeadersOffset() + optionalHeaderSizeField);
 }
 
-std::uint64_t CheckedView::SectionTableSize() const {
-    return At<std::uint16_t>(NtHeadersOffset() + sectionCountField) * sectionHeaderSize;
+std::uint64_t CheckedView::SectionCount() const {
+    return At<std::uint16_t>(NtHeadersOffset() + sectionCountField);
 }
 
 bool CheckedView::HasSectionTable() const {
-    return HasNtHeaders() && HoldsOffset(SectionTableOffset(), SectionTableSize());
+    return HasNtHeaders() && HoldsOffset(SectionTableOffset(), SectionCount() * sectionHeaderSize);
 }
 
 bool CheckedView::Is32BitForm() const {
@@ -115,33 +119,95 @@ bool CheckedView::HasLayout() const {
            (IsLaidOutAsTheFile() || HasOrderedSections());
 }
 
+std::uint64_t CheckedView::SectionAlignment() const {
+    return At<std::uint32_t>(OptionalHeaderOffset() + sectionAlignmentField);
+}
+
 bool CheckedView::IsLaidOutAsTheFile() const {
-    return At<std::uint32_t>(OptionalHeaderOffset() + sectionAlignmentField) % pageSize != 0;
+    return SectionAlignment() % pageSize != 0;
+}
+
+std::uint64_t CheckedView::ImageSize() const {
+    return RoundedUp(At<std::uint32_t>(OptionalHeaderOffset() + imageSizeField), pageSize);
+}
+
+std::uint64_t CheckedView::HeadersSize() const {
+    return At<std::uint32_t>(OptionalHeaderOffset() + headersSizeField);
+}
+
+CheckedView::Section CheckedView::SectionAt(std::uint64_t index) const {
+    const std::uint64_t header = SectionTableOffset() + index * sectionHeaderSize;
+    const std::uint32_t fileSize = At<std::uint32_t>(header + rawSizeField);
+    const std::uint32_t memorySize = At<std::uint32_t>(header + virtualSizeField);
+    return {At<std::uint32_t>(header + virtualAddressField), memorySize != 0 ? memorySize : fileSize,
+            At<std::uint32_t>(header + rawPointerField), fileSize};
 }
 
 bool CheckedView::HasOrderedSections() const {
-    std::uint64_t end = At<std::uint32_t>(OptionalHeaderOffset() + headersSizeField);
-    const std::uint64_t table = SectionTableOffset();
-    for (std::uint64_t section = table; section < table + SectionTableSize(); section += sectionHeaderSize) {
-        const std::uint64_t start = At<std::uint32_t>(section + virtualAddressField);
-        const std::uint32_t virtualSize = At<std::uint32_t>(section + virtualSizeField);
-        const std::uint32_t fileSize = At<std::uint32_t>(section + rawSizeField);
-        const std::uint64_t size = InWholePages(virtualSize != 0 ? virtualSize : fileSize);
-        if (start < end || fileSize > size) {
+    // No alignment at all is a page to the loader.
+    const std::uint64_t alignment = std::max(SectionAlignment(), pageSize);
+    std::uint64_t end = HeadersSize();
+    for (std::uint64_t index = 0; index < SectionCount(); ++index) {
+        const Section section = SectionAt(index);
+        if (section.address < end) {
             return false;
         }
-        end = start + size;
+        // The loader cuts off bytes for which there is no room. The image helpers don't, and to them they
+        // must not be those of the next section.
+        end = section.address + std::max(RoundedUp(section.memorySize, alignment), section.fileSize);
     }
     return true;
 }
 
-bool CheckedView::HasDirectoryEntry(std::uint32_t index) const {
-    if (!HasSectionTable()) {
-        return false;
+std::uint64_t CheckedView::LoadedSize(const Section& section) const {
+    if (IsLaidOutAsTheFile()) {
+        return section.address == section.fileOffset ? section.fileSize : 0;
     }
-    const std::uint64_t directories =
-        OptionalHeaderOffset() + (Is32BitForm() ? directoriesOffset32 : directoriesOffset64);
-    return HoldsOffset(directories, (index + std::uint64_t{1}) * directoryEntrySize);
+    return std::min(section.fileSize, RoundedUp(section.memorySize, pageSize));
+}
+
+std::span<const std::byte> CheckedView::PartOfFile(std::uint64_t start, std::uint64_t size) const {
+    if (start >= bytes.size()) {
+        return {};
+    }
+    const auto room = bytes.subspan(static_cast<std::size_t>(start));
+    return room.first(static_cast<std::size_t>(std::min<std::uint64_t>(size, room.size())));
+}
+
+std::span<const std::byte> CheckedView::LoadedBytes(std::uint32_t rva) const {
+    if (!HasSectionTable()) {
+        return {};
+    }
+    const std::uint64_t imageEnd = ImageSize();
+    if (rva < std::min(HeadersSize(), imageEnd)) {
+        return PartOfFile(rva, std::min(HeadersSize(), imageEnd) - rva);
+    }
+    for (std::uint64_t index = 0; index < SectionCount(); ++index) {
+        const Section section = SectionAt(index);
+        if (rva < section.address || rva - section.address >= section.fileSize) {
+            continue;
+        }
+        const std::uint64_t end = std::min(section.address + LoadedSize(section), imageEnd);
+        return rva < end ? PartOfFile(section.fileOffset + (rva - section.address), end - rva)
+                         : std::span<const std::byte>();
+    }
+    return {};
+}
+
+std::uint64_t CheckedView::DirectoriesOffset() const {
+    return OptionalHeaderOffset() + (Is32BitForm() ? directoriesOffset32 : directoriesOffset64);
+}
+
+bool CheckedView::HasDirectoryEntry(std::uint32_t index) const {
+    return HasSectionTable() &&
+           HoldsOffset(DirectoriesOffset(), (index + std::uint64_t{1}) * directoryEntrySize);
+}
+
+std::uint32_t CheckedView::DirectoryAddress(std::uint32_t index) const {
+    if (!HasDirectoryEntry(index) || index >= At<std::uint32_t>(DirectoriesOffset() - directoryCountSize)) {
+        return 0;
+    }
+    return At<std::uint32_t>(DirectoriesOffset() + index * directoryEntrySize);
 }
 
 } // namespace keyreap

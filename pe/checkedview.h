@@ -44,20 +44,43 @@ public:
 
     // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, and
     // there as the file is, if its sections are aligned to less than a page, or else the headers first and
-    // the sections one behind another.
+    // the sections one after another, each with as much room as the image's own alignment gives it.
     bool HasLayout() const;
+
+    // What a loader takes from the file to the address `rva` of an image with a layout, as far as the part
+    // goes that holds it: the headers, or a section, of which no more than its whole pages in memory. Empty
+    // if that is nothing.
+    std::span<const std::byte> LoadedBytes(std::uint32_t rva) const;
+
+    // The address in an entry of the data directories; 0 if there is none.
+    std::uint32_t DirectoryAddress(std::uint32_t index) const;
 
     // True if besides the section table the optional header does, as far as the entry `index` of its data
     // directories.
     bool HasDirectoryEntry(std::uint32_t index) const;
 
 private:
+    // What a section header says.
+    struct Section {
+        std::uint64_t address;
+        std::uint64_t memorySize;
+        std::uint64_t fileOffset;
+        std::uint64_t fileSize;
+    };
+
     bool HoldsOffset(std::uint64_t offset, std::uint64_t size) const;
     std::uint64_t NtHeadersOffset() const;
     std::uint64_t OptionalHeaderOffset() const;
     std::uint64_t SectionTableOffset() const;
-    std::uint64_t SectionTableSize() const;
+    std::uint64_t DirectoriesOffset() const;
+    std::uint64_t ImageSize() const;
+    std::uint64_t HeadersSize() const;
+    std::uint64_t SectionCount() const;
+    Section SectionAt(std::uint64_t index) const;
+    std::uint64_t SectionAlignment() const;
     bool IsLaidOutAsTheFile() const;
+    std::uint64_t LoadedSize(const Section& section) const;
+    std::span<const std::byte> PartOfFile(std::uint64_t start, std::uint64_t size) const;
     bool HasOrderedSections() const;
     bool Is32BitForm() const;
     template <typename Integer>

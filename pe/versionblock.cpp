@@ -21,9 +21,7 @@ bool MayBeRead(const std::wstring& path) {
     if (!image.IsPeFile()) {
         return true;
     }
-    const std::byte* resources = image.DirectoryData(IMAGE_DIRECTORY_ENTRY_RESOURCE, resourceDirectorySize);
-    return resources != nullptr && image.View().HasLayout() &&
-           HoldsVersionResource(image.View(), resources, image.Resolver());
+    return image.View().HasLayout() && HoldsVersionResource(image.View());
 }
 
 } // namespace

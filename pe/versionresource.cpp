@@ -1,5 +1,7 @@
 #include "pe/versionresource.h"
 
+#include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace keyreap {
@@ -9,7 +11,10 @@ namespace {
 constexpr std::uint32_t versionType = 16;
 constexpr std::uint32_t versionName = 1;
 
+constexpr std::uint32_t resourceDirectoryEntry = 2; // of the data directories
+
 // Fields of IMAGE_RESOURCE_DIRECTORY, IMAGE_RESOURCE_DIRECTORY_ENTRY and IMAGE_RESOURCE_DATA_ENTRY.
+constexpr std::size_t resourceDirectorySize = 16;
 constexpr std::size_t namedEntriesField = 12;
 constexpr std::size_t idEntriesField = 14;
 constexpr std::size_t entrySize = 8;
@@ -25,10 +30,10 @@ struct ResourceEntry {
 
 class ResourceTree {
 public:
-    ResourceTree(const CheckedView& checked, const std::byte* directory, const RvaResolver& resolver)
-        : view(checked), root(directory), resolve(resolver) {}
+    ResourceTree(const CheckedView& checked, std::uint32_t rootAddress)
+        : image(checked), view(checked.LoadedBytes(rootAddress)) {}
 
-    // The entries of the directory at an offset; empty if they don't lie inside the file.
+    // The entries of the directory at an offset; empty if they don't lie in the section.
     std::vector<ResourceEntry> Entries(std::uint32_t offset) const;
 
     // The offset of the one subdirectory with an identifier.
@@ -38,12 +43,11 @@ public:
 
 private:
     const std::byte* Place(std::uint32_t offset) const {
-        return reinterpret_cast<const std::byte*>(reinterpret_cast<std::uintptr_t>(root) + offset);
+        return reinterpret_cast<const std::byte*>(reinterpret_cast<std::uintptr_t>(view.Start()) + offset);
     }
 
-    const CheckedView& view;
-    const std::byte* root;
-    const RvaResolver& resolve;
+    const CheckedView& image;
+    CheckedView view; // from the root to the end of its section
 };
 
 std::vector<ResourceEntry> ResourceTree::Entries(std::uint32_t offset) const {
@@ -87,14 +91,18 @@ bool ResourceTree::HoldsData(const ResourceEntry& entry) const {
     }
     const std::uint32_t rva = view.Read<std::uint32_t>(data).value_or(0);
     const std::uint32_t size = view.Read<std::uint32_t>(data + dataSizeField).value_or(0);
-    return view.Holds(resolve(rva), size);
+    const std::span<const std::byte> loaded = image.LoadedBytes(rva);
+    return !loaded.empty() && size <= loaded.size();
 }
 
 } // namespace
 
-bool HoldsVersionResource(const CheckedView& view, const std::byte* resourceDirectory,
-                          const RvaResolver& resolve) {
-    const ResourceTree tree(view, resourceDirectory, resolve);
+bool HoldsVersionResource(const CheckedView& view) {
+    const std::uint32_t rootAddress = view.DirectoryAddress(resourceDirectoryEntry);
+    if (rootAddress == 0) {
+        return false;
+    }
+    const ResourceTree tree(view, rootAddress);
     const std::optional<std::uint32_t> names = tree.Subdirectory(0, versionType);
     const std::optional<std::uint32_t> languages = names ? tree.Subdirectory(*names, versionName) : names;
     if (!languages) {

@@ -1,6 +1,5 @@
 #include "tests/support/imagebuilder.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "tests/support/bytewriter.h"
@@ -11,8 +10,6 @@ namespace {
 
 constexpr std::size_t ntOffset = 0x80;
 constexpr std::size_t headersSize = 0x400;
-constexpr std::uint32_t pageAlignment = 0x1000;
-constexpr std::uint32_t fileAlignment = 0x200;
 constexpr std::uint32_t directoryCount = 16;
 // Below 4 GiB in both forms: a 32-bit Wine can't lay out an image above.
 constexpr std::uint32_t imageBase = 0x10000000;
@@ -87,7 +84,8 @@ Section ResourceSection(std::uint32_t rva, const std::string& resource, std::uin
 }
 
 void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t sectionAlignment,
-                       std::uint32_t imageSize, const std::vector<Section>& sections) {
+                       std::uint32_t fileAlignment, std::uint32_t imageSize,
+                       const std::vector<Section>& sections) {
     const bool is64 = bits == ImageBits::bits64;
     const std::size_t start = writer.Size();
     writer.FillTo(start + (is64 ? 112 : 96) + 8 * directoryCount);
@@ -102,7 +100,7 @@ void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t section
     writer.Set<std::uint16_t>(start + 40, 4); // operating system version
     writer.Set<std::uint16_t>(start + 48, 4); // subsystem version
     writer.Set(start + 56, imageSize);
-    writer.Set(start + 60, static_cast<std::uint32_t>(headersSize));
+    writer.Set(start + 60, Up(headersSize, fileAlignment));
     writer.Set<std::uint16_t>(start + 68, 3); // console
     const std::size_t directories = start + (is64 ? 112 : 96);
     writer.Set(directories - 4, directoryCount);
@@ -112,7 +110,7 @@ void PutOptionalHeader(ByteWriter& writer, ImageBits bits, std::uint32_t section
     }
 }
 
-void PutSectionHeader(ByteWriter& writer, const Section& section) {
+void PutSectionHeader(ByteWriter& writer, const Section& section, std::uint32_t fileAlignment) {
     std::string name = section.name.substr(0, 8);
     name.resize(8);
     writer.PutBytes(name);
@@ -134,9 +132,14 @@ ImageBuilder& ImageBuilder::Machine(std::uint16_t value) {
     return *this;
 }
 
-ImageBuilder& ImageBuilder::Flat() {
-    isFlat = true;
+ImageBuilder& ImageBuilder::Aligned(std::uint32_t inMemory, std::uint32_t inFile) {
+    sectionAlignment = inMemory;
+    fileAlignment = inFile;
     return *this;
+}
+
+ImageBuilder& ImageBuilder::Flat() {
+    return Aligned(fileAlignment, fileAlignment);
 }
 
 ImageBuilder& ImageBuilder::Exports(std::vector<std::string> names, std::uint32_t namelessOrdinals) {
@@ -163,9 +166,8 @@ ImageBuilder& ImageBuilder::Version(std::string resource, std::uint16_t language
 
 BuiltImage ImageBuilder::Build() const {
     std::vector<Section> sections;
-    const std::uint32_t sectionAlignment = isFlat ? fileAlignment : pageAlignment;
     std::uint32_t rva = Up(headersSize, sectionAlignment);
-    auto offset = static_cast<std::uint32_t>(headersSize);
+    std::uint32_t offset = Up(headersSize, fileAlignment);
     const auto add = [&](Section section) {
         section.offset = offset;
         offset += Up(section.bytes.size(), fileAlignment);
@@ -197,11 +199,11 @@ BuiltImage ImageBuilder::Build() const {
     writer.Put<std::uint16_t>((bits == ImageBits::bits64 ? 112 : 96) + 8 * directoryCount);
     writer.Put<std::uint16_t>(0x2022); // executable, large addresses, DLL
     image.places = {{"dos", 0}, {"nt", ntOffset}, {"optional", writer.Size()}};
-    PutOptionalHeader(writer, bits, sectionAlignment, rva, sections);
+    PutOptionalHeader(writer, bits, sectionAlignment, fileAlignment, rva, sections);
     image.places["directories"] = writer.Size() - 8 * directoryCount;
     image.places["sections"] = writer.Size();
     for (const Section& section : sections) {
-        PutSectionHeader(writer, section);
+        PutSectionHeader(writer, section, fileAlignment);
     }
     image.places["headersEnd"] = writer.Size();
     for (const Section& section : sections) {
@@ -212,7 +214,7 @@ BuiltImage ImageBuilder::Build() const {
             image.places[place + "End"] = writer.Size();
         }
     }
-    writer.FillTo(std::max<std::size_t>(offset, headersSize));
+    writer.FillTo(offset);
     image.bytes = writer.Bytes();
     return image;
 }

@@ -38,6 +38,9 @@ public:
 
     ImageBuilder& Machine(std::uint16_t value);
 
+    // The alignments of the sections in memory and in the file.
+    ImageBuilder& Aligned(std::uint32_t inMemory, std::uint32_t inFile);
+
     // Sections aligned to less than a page, at the same place in memory as in the file, as drivers have them.
     ImageBuilder& Flat();
 
@@ -54,7 +57,8 @@ public:
 private:
     ImageBits bits;
     std::uint16_t machine;
-    bool isFlat = false;
+    std::uint32_t sectionAlignment = 0x1000;
+    std::uint32_t fileAlignment = 0x200;
     std::vector<std::string> exports;
     std::uint32_t ordinals = 0;
     std::vector<std::string> imports;

@@ -215,6 +215,87 @@ TEST_P(EitherBitness, SectionWithMoreBytesThanRoomIsNoLayout) {
     EXPECT_FALSE(File(image.bytes).View().HasLayout()) << "the second section begins a page behind the first";
 }
 
+TEST_P(EitherBitness, LastSectionMayHaveMoreBytesThanRoom) {
+    constexpr std::ptrdiff_t lastVirtualSize = 40 + 8;
+    constexpr std::ptrdiff_t lastFileSize = 40 + 16;
+    image.Set<std::uint32_t>("sections", lastVirtualSize, 1);
+    image.Set<std::uint32_t>("sections", lastFileSize, 0xFFFFFFFF);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+}
+
+TEST_P(EitherBitness, SectionsAreRoundedToTheImagesOwnAlignment) {
+    constexpr std::ptrdiff_t fileSize = 16;
+    constexpr std::ptrdiff_t secondAddress = 40 + 12;
+    image = ImageBuilder(GetParam()).Aligned(0x4000, 0x4000).Exports({"A"}).Imports({"a.dll"}).Build();
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", fileSize, 0x4001);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", fileSize, 0x200);
+    image.Set<std::uint32_t>("sections", secondAddress, 0x7000);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+}
+
+TEST_P(EitherBitness, NoAlignmentIsAPage) {
+    constexpr std::ptrdiff_t sectionAlignment = 32;
+    constexpr std::ptrdiff_t virtualSize = 8;
+    image.Set<std::uint32_t>("optional", sectionAlignment, 0);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", virtualSize, 0x1001);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+}
+
+TEST_P(EitherBitness, LoadedBytesAreThoseOfTheHeadersOrOfASection) {
+    const File whole(image.bytes);
+    const CheckedView view = whole.View();
+    const auto isAt = [&view](std::uint32_t rva, std::size_t place, std::size_t size) {
+        const std::span<const std::byte> loaded = view.LoadedBytes(rva);
+        return loaded.data() == view.Start() + place && loaded.size() == size;
+    };
+    EXPECT_TRUE(isAt(0, 0, 0x400));
+    EXPECT_TRUE(isAt(0x3FF, 0x3FF, 1));
+    EXPECT_TRUE(view.LoadedBytes(0x400).empty());
+    EXPECT_TRUE(view.LoadedBytes(0xFFF).empty());
+    EXPECT_TRUE(isAt(0x1000, image.At("exports"), 0x200));
+    EXPECT_TRUE(isAt(0x11FF, image.At("exports") + 0x1FF, 1));
+    EXPECT_TRUE(view.LoadedBytes(0x1200).empty());
+    EXPECT_TRUE(isAt(0x2000, image.At("imports"), 0x200));
+    EXPECT_TRUE(view.LoadedBytes(0xFFFFFFFF).empty());
+}
+
+TEST_P(EitherBitness, LoadedBytesEndWithTheFileThePagesAndTheImage) {
+    constexpr std::ptrdiff_t virtualSize = 8;
+    constexpr std::ptrdiff_t fileSize = 16;
+    constexpr std::ptrdiff_t imageSize = 56;
+    EXPECT_EQ(CutAt(image, image.At("exports") + 7, file).LoadedBytes(0x1000).size(), 7U);
+    EXPECT_TRUE(CutAt(image, image.At("exports"), file).LoadedBytes(0x1000).empty());
+    EXPECT_TRUE(CutAt(image, image.At("headersEnd") - 1, file).LoadedBytes(0).empty());
+    image.bytes.append(0x4000, 'x');
+    image.Set<std::uint32_t>("sections", virtualSize, 1);
+    image.Set<std::uint32_t>("sections", fileSize, 0x3000);
+    EXPECT_EQ(File(image.bytes).View().LoadedBytes(0x1000).size(), 0x1000U);
+    EXPECT_TRUE(File(image.bytes).View().LoadedBytes(0x2000).empty());
+    image.Set<std::uint32_t>("optional", imageSize, 0x1000);
+    EXPECT_TRUE(File(image.bytes).View().LoadedBytes(0x1000).empty());
+}
+
+TEST_P(EitherBitness, LoadedBytesOfAFlatImageLieWhereTheFileHasThem) {
+    constexpr std::ptrdiff_t address = 12;
+    image = ImageBuilder(GetParam()).Flat().Exports({"A"}).Build();
+    EXPECT_EQ(File(image.bytes).View().LoadedBytes(0x400).size(), 0x200U);
+    image.Set<std::uint32_t>("sections", address, 0x600);
+    EXPECT_TRUE(File(image.bytes).View().LoadedBytes(0x600).empty());
+}
+
+TEST_P(EitherBitness, DirectoryAddressIsZeroBeyondTheirNumber) {
+    const File whole(image.bytes);
+    EXPECT_EQ(whole.View().DirectoryAddress(0), 0x1000U);
+    EXPECT_EQ(whole.View().DirectoryAddress(1), 0x2000U);
+    EXPECT_EQ(whole.View().DirectoryAddress(2), 0U);
+    image.Set<std::uint32_t>("directories", -4, 1);
+    EXPECT_EQ(File(image.bytes).View().DirectoryAddress(1), 0U);
+    EXPECT_EQ(CutAt(image, image.At("directories") + 7, file).DirectoryAddress(0), 0U);
+}
+
 TEST_P(EitherBitness, SectionOfWholePagesEndsWhereTheNextBegins) {
     constexpr std::ptrdiff_t virtualSize = 8;
     image.Set<std::uint32_t>("sections", virtualSize, 0x1000);

@@ -88,6 +88,30 @@ TEST_F(FileVersion, ResourceThatLeavesTheFileIsAbsent) {
     EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
 }
 
+TEST_F(FileVersion, ResourceThatLeavesItsSectionIsAbsentWhateverFollowsInTheFile) {
+    // As a signature or an archive does, which no loader puts into memory.
+    const std::string appended(0x40000, 'x');
+    for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
+        BuiltImage image = ImageBuilder(bits).Version(VersionResource::Of(u"Own")).Build();
+        EXPECT_EQ(VersionOf(FileOf(image.bytes + appended)), L"1.2.3.4");
+        constexpr std::ptrdiff_t dataSize = 72 + 4;
+        image.Set<std::uint32_t>("resources", dataSize, 0x20000);
+        EXPECT_EQ(VersionOf(FileOf(image.bytes + appended)), failed);
+        EXPECT_EQ(CompanyOf(FileOf(image.bytes + appended)), failed);
+    }
+}
+
+TEST_F(FileVersion, ResourceAfterTheImagesEndIsAbsent) {
+    // What lies in memory as in the file ends there, too, where the image says that it does.
+    const std::vector<std::string> names(300, "a.dll");
+    BuiltImage image = ImageBuilder().Flat().Imports(names).Version(VersionResource::Of(u"Own")).Build();
+    EXPECT_EQ(VersionOf(FileOf(image.bytes)), L"1.2.3.4");
+    constexpr std::ptrdiff_t imageSize = 56;
+    image.Set<std::uint32_t>("optional", imageSize, 0x1000);
+    EXPECT_EQ(VersionOf(FileOf(image.bytes)), failed);
+    EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
+}
+
 TEST_F(FileVersion, EveryCutOfTheFileIsReadWithoutFault) {
     const BuiltImage image = ImageBuilder().Version(VersionResource::Of(u"Own")).Build();
     const std::size_t whole = image.At("resources") + 88 + VersionResource::Of(u"Own").size();

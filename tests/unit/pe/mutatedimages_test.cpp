@@ -52,23 +52,31 @@ protected:
     // One apartment for all the lookups of known folders.
     MutatedImages() { CoInitialize(nullptr); }
     ~MutatedImages() override { CoUninitialize(); }
+
+    // An image with one of everything, and after it bytes that no section has.
+    static BuiltImage Image(std::uint32_t sectionAlignment, std::uint32_t fileAlignment) {
+        BuiltImage image = ImageBuilder(GetParam())
+                               .Aligned(sectionAlignment, fileAlignment)
+                               .Exports({"DllCanUnloadNow", "DllRegisterServer"}, 2)
+                               .Imports({"one.dll", "missing.dll"})
+                               .DelayImports({"late.dll"})
+                               .Version(VersionResource::Of(u"Own"))
+                               .Build();
+        image.bytes.append(0x3000, 'x');
+        return image;
+    }
 };
 
 TEST_P(MutatedImages, GoThroughEveryQueryWithoutAFaultOrAHang) {
     constexpr std::uint32_t files = 5000;
-    const BuiltImage image = ImageBuilder(GetParam())
-                                 .Exports({"DllCanUnloadNow", "DllRegisterServer"}, 2)
-                                 .Imports({"one.dll", "missing.dll"})
-                                 .DelayImports({"late.dll"})
-                                 .Version(VersionResource::Of(u"Own"))
-                                 .Build();
+    const BuiltImage images[] = {Image(0x1000, 0x200), Image(0x2000, 0x2000), Image(0x200, 0x200)};
     const TemporaryFolder folder;
     folder.MakeFile(L"one.dll", ImageBuilder(GetParam()).Imports({"missing too.dll"}).Build().bytes);
     Answers answers;
     for (std::uint32_t seed = 0; seed < files; ++seed) {
         // Each has a name of its own: a 32-bit Wine keeps an image open whose export table has led it astray.
-        const std::wstring file =
-            folder.MakeFile(std::to_wstring(seed) + L".dll", testsupport::Mutated(image, seed));
+        const std::wstring file = folder.MakeFile(
+            std::to_wstring(seed) + L".dll", testsupport::Mutated(images[seed % std::size(images)], seed));
         answers.Ask(file);
         DeleteFileW(file.c_str());
     }

@@ -5,7 +5,6 @@
 #include "tests/support/exactfile.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/mutation.h"
-#include "tests/support/sectiontable.h"
 #include "tests/support/versionresource.h"
 
 namespace keyreap {
@@ -31,11 +30,7 @@ protected:
 
     static bool Holds(std::string_view bytes) {
         const ExactFile file(bytes);
-        const CheckedView view = file.View();
-        const std::byte* directory =
-            view.HasDirectoryEntry(2) ? testsupport::DirectoryBySections(view, 2) : nullptr;
-        return HoldsVersionResource(
-            view, directory, [&view](std::uint32_t rva) { return testsupport::PlaceBySections(view, rva); });
+        return HoldsVersionResource(file.View());
     }
 
     std::string resource = VersionResource::Of(u"Own");
@@ -120,9 +115,22 @@ TEST_F(VersionResourceCheck, DataOutsideTheFileIsNone) {
 }
 
 TEST_F(VersionResourceCheck, SecondEntryOfTheSameTypeIsNone) {
-    // The name level, read as a second type, stands right behind the first.
+    // The second entry takes the first bytes of the name level, which nobody looks at, and leads where the
+    // first does.
+    image.Set<std::uint32_t>("resources", typeEntry + 8 + 4, 0x80000000U | nameDirectory);
     image.Set<std::uint16_t>("resources", 14, 2);
+    image.Set<std::uint32_t>("resources", typeEntry + 8, 10);
+    EXPECT_TRUE(Holds()) << "one of another type leads there too";
     image.Set<std::uint32_t>("resources", typeEntry + 8, 16);
+    EXPECT_FALSE(Holds());
+}
+
+TEST_F(VersionResourceCheck, SecondEntryOfTheSameNameIsNone) {
+    image.Set<std::uint32_t>("resources", nameEntry + 8 + 4, 0x80000000U | languageDirectory);
+    image.Set<std::uint16_t>("resources", nameDirectory + 14, 2);
+    image.Set<std::uint32_t>("resources", nameEntry + 8, 2);
+    EXPECT_TRUE(Holds()) << "one of another name leads there too";
+    image.Set<std::uint32_t>("resources", nameEntry + 8, 1);
     EXPECT_FALSE(Holds());
 }
 
