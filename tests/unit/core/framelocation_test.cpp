@@ -17,6 +17,15 @@ TEST(SplitFrameLocation, StripsBlanksRoundEither) {
     EXPECT_THAT(SplitFrameLocation(L" \tserver.cpp\r : \t42 \r\n"), FieldsAre(L"server.cpp", 42u));
 }
 
+TEST(SplitFrameLocation, OfThreePiecesTheFirstTwoCount) {
+    const FrameLocation location = SplitFrameLocation(L"server.cpp:42:7");
+    EXPECT_EQ(location.file, L"server.cpp");
+    EXPECT_EQ(location.line, 42u);
+    const FrameLocation onADrive = SplitFrameLocation(L"C:\\server.cpp:42");
+    EXPECT_EQ(onADrive.file, L"C");
+    EXPECT_EQ(onADrive.line, 0u);
+}
+
 TEST(SplitFrameLocation, WithoutALineGivesLineZero) {
     EXPECT_THAT(SplitFrameLocation(L"server.cpp"), FieldsAre(L"server.cpp", 0u));
 }

@@ -41,6 +41,13 @@ TEST_F(ReplayMappingsTest, TheThirtyTwoBitViewOfTheMachineIsItsSoftware) {
     EXPECT_EQ(L"Software\\X", path);
 }
 
+TEST_F(ReplayMappingsTest, OnlyWhatLiesBelowTheThirtyTwoBitNodeIsRenamed) {
+    EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODE"));
+    EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODES\\X"));
+    EXPECT_EQ(noRoot, root);
+    EXPECT_EQ(L"untouched", path);
+}
+
 TEST_F(ReplayMappingsTest, APrefixIsComparedWithLettersFolded) {
     EXPECT_TRUE(Substitute(currentUserRoot, L"SOFTWARE\\velmoro\\TESSELINK\\temporary\\hkcr\\A"));
     EXPECT_EQ(classesRoot, root);
@@ -48,7 +55,10 @@ TEST_F(ReplayMappingsTest, APrefixIsComparedWithLettersFolded) {
 }
 
 TEST_F(ReplayMappingsTest, ATemporaryRootKeyItselfStaysUnderTheCurrentUser) {
-    EXPECT_FALSE(Substitute(currentUserRoot, temporary + L"HKCR"));
+    for (const wchar_t* key :
+         {L"HKCR", L"HKLM", L"HKCU", L"HKU", L"HKCRS\\A", L"HKLMS\\A", L"HKCUS\\A", L"HKUS\\A"}) {
+        EXPECT_FALSE(Substitute(currentUserRoot, temporary + key)) << testing::PrintToString(key);
+    }
     EXPECT_FALSE(Substitute(currentUserRoot, L"Software\\Velmoro\\Tesselink\\Temporary"));
     EXPECT_EQ(noRoot, root);
     EXPECT_EQ(L"untouched", path);

@@ -2,7 +2,6 @@
 
 #include "platform/core/platformguid.h"
 #include "tests/support/scriptedtracing.h"
-#include "trace/traceevent.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +36,7 @@ TEST(RegistryTrace, PropertiesAskForTheRegistryEventsOfTheKernelLogger) {
     const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     EXPECT_EQ(properties.Wnode.Flags, 0x20000U);
     EXPECT_EQ(properties.Wnode.ClientContext, 1U);
-    EXPECT_EQ(FromPlatformGuid(properties.Wnode.Guid), SystemTraceControlGuid);
+    EXPECT_EQ(FromPlatformGuid(properties.Wnode.Guid), ParseGuid(L"{9E814AAD-3204-11D2-9A82-006008A86939}"));
     EXPECT_EQ(properties.EnableFlags, 0x20000U);
 }
 
