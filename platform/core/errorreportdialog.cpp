@@ -46,6 +46,20 @@ void RemoveSizingBorder(HWND window) {
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
 }
 
+// Again: the system centred the window with the sizing border that it has lost since.
+void CentreInWorkArea(HWND window) {
+    MONITORINFO monitor = {};
+    monitor.cbSize = sizeof(monitor);
+    if (!GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor)) {
+        return;
+    }
+    const RECT area = WindowArea(window);
+    const RECT work = monitor.rcWork;
+    SetWindowPos(window, nullptr, (work.left + work.right - (area.right - area.left)) / 2,
+                 (work.top + work.bottom - (area.bottom - area.top)) / 2, 0, 0,
+                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 // 9 points at the screen's resolution.
 int DetailsFontHeight() {
     const HDC screen = GetDC(nullptr);
@@ -106,6 +120,7 @@ INT_PTR ErrorReportDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
 
 void ErrorReportDialog::OnInit() {
     RemoveSizingBorder(window);
+    CentreInWorkArea(window);
     SendMessageW(Control(Id::icon), STM_SETICON, reinterpret_cast<WPARAM>(icon.Load()), 0);
     SetDetailsFont();
     MeasureWindow();

@@ -4,8 +4,11 @@
 
 #include <commctrl.h>
 
+#include <atomic>
+
 #include "tests/dialog/clipboard.h"
 #include "tests/dialog/showndialog.h"
+#include "tests/support/importreplacement.h"
 #include "tests/unit/core/recordingreporter.h"
 
 namespace keyreap {
@@ -13,6 +16,7 @@ namespace {
 
 using testing::SizeIs;
 using testsupport::ClipboardText;
+using testsupport::ImportReplacement;
 using testsupport::RecordingReporter;
 using testsupport::ShownDialog;
 using testsupport::operator==;
@@ -241,6 +245,46 @@ TEST(ErrorReportDialog, TheSystemMenuEndsIt) {
     EXPECT_TRUE(dialog.Ends());
 }
 
+// What the dialog's end gives to the one who showed it, who has no use for it.
+std::atomic<INT_PTR> endResult;
+const ImportReplacement* replacedEnd = nullptr;
+
+BOOL WINAPI NoteEnd(HWND dialog, INT_PTR result) {
+    endResult = result;
+    return reinterpret_cast<decltype(&EndDialog)>(replacedEnd->Original())(dialog, result);
+}
+
+class ErrorReportEnd : public testing::Test {
+protected:
+    ErrorReportEnd() {
+        endResult = -1;
+        replacedEnd = &replacement;
+    }
+
+    ImportReplacement replacement{"EndDialog", reinterpret_cast<const void*>(&NoteEnd)};
+};
+
+TEST_F(ErrorReportEnd, IsTrueByTheCloseButton) {
+    ShownDialog dialog(title, Showing(withDetails));
+    PostMessageW(dialog.Control(Id::close), BM_CLICK, 0, 0);
+    EXPECT_TRUE(dialog.Ends());
+    EXPECT_EQ(endResult, 1);
+}
+
+TEST_F(ErrorReportEnd, IsFalseByEscapeAsByTheIdentifierTwo) {
+    ShownDialog dialog(title, Showing(withDetails));
+    PostMessageW(dialog.Control(Id::close), WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_TRUE(dialog.Ends());
+    EXPECT_EQ(endResult, 0);
+}
+
+TEST_F(ErrorReportEnd, IsFalseByTheSystemMenu) {
+    ShownDialog dialog(title, Showing(withDetails));
+    PostMessageW(dialog.Window(), WM_SYSCOMMAND, SC_CLOSE, 0);
+    EXPECT_TRUE(dialog.Ends());
+    EXPECT_EQ(endResult, 0);
+}
+
 TEST(ErrorReportDialog, CanNotBeSmallerThanItIs) {
     const ShownDialog dialog(title, Showing(withDetails));
     const RECT area = dialog.Area();
@@ -264,6 +308,20 @@ TEST(ErrorReportDialog, ItsControlsFollowItsSizeUnlessItIsMinimized) {
 TEST(ErrorReportDialog, HasNoSizingBorder) {
     const ShownDialog dialog(title, Showing(withDetails));
     EXPECT_EQ(GetWindowLongPtrW(dialog.Window(), GWL_STYLE) & WS_THICKFRAME, 0);
+}
+
+TEST(ErrorReportDialog, OpensInTheMiddleOfTheWorkArea) {
+    for (const ErrorReportText& text :
+         {withDetails, withoutDetails, ErrorReportText{title, Lines(20), L"d"}}) {
+        const ShownDialog dialog(title, Showing(text));
+        MONITORINFO monitor = {};
+        monitor.cbSize = sizeof(monitor);
+        ASSERT_TRUE(GetMonitorInfoW(MonitorFromWindow(dialog.Window(), MONITOR_DEFAULTTONULL), &monitor));
+        const RECT area = dialog.Area();
+        const RECT work = monitor.rcWork;
+        EXPECT_EQ(area.left, (work.left + work.right - (area.right - area.left)) / 2);
+        EXPECT_EQ(area.top, (work.top + work.bottom - (area.bottom - area.top)) / 2);
+    }
 }
 
 TEST(ErrorReportDialog, WithAnOwnerIsNoWindowOfTheTaskBar) {
