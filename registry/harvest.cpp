@@ -1,5 +1,7 @@
 #include "registry/harvest.h"
 
+#include "regfile/regtext.h"
+
 namespace keyreap {
 
 namespace {
@@ -16,6 +18,16 @@ void HarvestValues(RegFileWriter& writer, const RegKey& key) {
 }
 
 } // namespace
+
+bool HarvestHives(std::wstring_view regFilePath, const HiveKeys& keys,
+                  const std::function<PathPairs()>& formPathPairs) {
+    RegFileWriter writer(regFilePath);
+    for (const PathPair& pair : formPathPairs()) {
+        writer.AddReplacement(EscapeRegText(pair.temporaryPath), EscapeRegText(pair.finalPath));
+    }
+    HarvestTrees(writer, keys);
+    return true;
+}
 
 void HarvestKey(RegFileWriter& writer, const RegKey& key, const std::wstring& keyPath) {
     writer.AddKey(keyPath);

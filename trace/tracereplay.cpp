@@ -29,7 +29,7 @@ void PrepareSink(RegFileSink& sink, const ReplayRequest& request) {
     for (KeyMapping& mapping : ReplayMappings(request.temporaryPrefix)) {
         sink.AddKeyMapping(std::move(mapping));
     }
-    for (const PathPair& pair : request.pathPairs) {
+    for (const PathPair& pair : request.formPathPairs()) {
         // The strict form here; the harvest has the other.
         sink.AddReplacement(EscapeRegTextStrict(pair.temporaryPath), EscapeRegTextStrict(pair.finalPath));
     }

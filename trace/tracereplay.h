@@ -4,6 +4,7 @@
 #include "trace/registrylog.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace keyreap {
@@ -16,8 +17,8 @@ struct ReplayRequest {
     std::wstring regFilePath;
     std::wstring temporaryPrefix; // of the temporary tree, below HKEY_CURRENT_USER, with its last backslash
     bool rootsRedirected = false; // the mode is not `trace` alone
-    std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
-    PathPairs pathPairs;
+    std::uint32_t serverProcessId = 0;        // of the /REGSERVER process, 0 if there was none
+    std::function<PathPairs()> formPathPairs; // asked once the .reg file is there, before a key is written
 };
 
 // Turns a finished trace into the .reg file, then takes out of the live registry what the trace says was put

@@ -5,8 +5,6 @@
 #include "platform/core/unhandledexception.h"
 #include "platform/os/file/temporaryfiles.h"
 #include "platform/os/quietly.h"
-#include "regfile/regfilewriter.h"
-#include "regfile/regtext.h"
 #include "registry/harvest.h"
 #include "trace/tracereplay.h"
 
@@ -89,22 +87,23 @@ void NativeFileRegister::StageUncSource() {
 bool NativeFileRegister::Register() {
     return SucceedsOrDrops([this] {
         succeeded = false;
-        if (RunWorker()) {
+        const OwnedHandle worker = StartWorker();
+        WaitForSingleObject(worker.Get(), INFINITE);
+        if (succeeded) {
             MakeResult();
         }
         return succeeded;
     });
 }
 
-bool NativeFileRegister::RunWorker() {
+OwnedHandle NativeFileRegister::StartWorker() {
     auto block = std::make_unique<StartBlock>(StartBlock{&NativeFileRegister::RegisterOnThread, this});
-    const OwnedHandle thread(CreateThread(nullptr, 0, RegisterThreadEntry, block.get(), 0, nullptr));
+    OwnedHandle thread(CreateThread(nullptr, 0, RegisterThreadEntry, block.get(), 0, nullptr));
     if (thread.Valid()) {
         // The thread frees it.
         static_cast<void>(block.release());
     }
-    WaitForSingleObject(thread.Get(), INFINITE);
-    return succeeded;
+    return thread;
 }
 
 DWORD WINAPI NativeFileRegister::RegisterThreadEntry(void* block) {
@@ -121,12 +120,16 @@ void NativeFileRegister::RegisterOnThread() {
 }
 
 void NativeFileRegister::MakeResult() {
-    pathPairs = FormPathPairs(filePath, originalFilePath, typeLibTemps.files);
     if (ChooseResultSource(captureMode, traceFailed) == ResultSource::replay) {
         ReplayTrace();
     } else {
         HarvestHives();
     }
+}
+
+PathPairs NativeFileRegister::FormPairs() {
+    pathPairs = FormPathPairs(filePath, originalFilePath, typeLibTemps.files);
+    return pathPairs;
 }
 
 HiveKeys NativeFileRegister::Hives() const {
@@ -155,16 +158,11 @@ bool NativeFileRegister::ReplayTrace() {
                                           .temporaryPrefix = std::wstring(productPath) + temporaryName,
                                           .rootsRedirected = captureMode != CaptureMode::trace,
                                           .serverProcessId = serverProcessId,
-                                          .pathPairs = pathPairs});
+                                          .formPathPairs = [this] { return FormPairs(); }});
 }
 
 bool NativeFileRegister::HarvestHives() {
-    RegFileWriter writer(regFilePath.ExtendedLengthForm());
-    for (const PathPair& pair : pathPairs) {
-        writer.AddReplacement(EscapeRegText(pair.temporaryPath), EscapeRegText(pair.finalPath));
-    }
-    HarvestTrees(writer, Hives());
-    return true;
+    return keyreap::HarvestHives(regFilePath.ExtendedLengthForm(), Hives(), [this] { return FormPairs(); });
 }
 
 } // namespace keyreap

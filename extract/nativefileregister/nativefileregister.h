@@ -55,8 +55,9 @@ private:
     void RestoreHives();
     HiveKeys Hives() const;
 
-    bool RunWorker();
+    OwnedHandle StartWorker();
     void MakeResult();
+    PathPairs FormPairs();
     bool ReplayTrace();
     bool HarvestHives();
 
@@ -66,7 +67,7 @@ private:
     WidePath regFilePath;
     TemporaryPaths typeLibTemps; // staged type libraries
     TemporaryPaths stagedTemps;  // the local copy and its folder
-    PathPairs pathPairs;         // filled when the result is made
+    PathPairs pathPairs;         // filled once the .reg file is there
     WidePath traceFilePath;      // the name reserved for the trace log
     bool succeeded = false;
     CaptureMode captureMode;  // the worker changes it to `trace` for a program

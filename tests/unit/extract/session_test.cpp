@@ -2,19 +2,28 @@
 
 #include "regfile/regtext.h"
 #include "registry/regkey.h"
+#include "tests/support/importreplacement.h"
+#include "tests/support/scratchkey.h"
 #include "tests/support/scriptedtracing.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace keyreap {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 using testsupport::FileBytes;
+using testsupport::ImportReplacement;
+using testsupport::ScratchKey;
 using testsupport::TemporaryFolder;
 using testsupport::Utf16Document;
 
@@ -35,6 +44,22 @@ bool RootsAreRedirected() {
     return classes.Handle() != nullptr && classes.EnumSubkeys().empty();
 }
 
+bool IsHandleOf(HANDLE handle, DWORD threadId) {
+    return GetThreadId(handle) == threadId;
+}
+
+// All of this process's handles of a thread that runs.
+std::vector<HANDLE> HandlesOf(DWORD threadId) {
+    std::vector<HANDLE> handles;
+    constexpr ULONG_PTR mostHandles = 0x4000;
+    for (ULONG_PTR value = 4; value < mostHandles; value += 4) {
+        if (IsHandleOf(reinterpret_cast<HANDLE>(value), threadId)) {
+            handles.push_back(reinterpret_cast<HANDLE>(value));
+        }
+    }
+    return handles;
+}
+
 // A logger that makes its log file, as the real one does, and notes down whether the roots were redirected
 // when it was started and stopped, and whether the file was there to be read.
 class WatchingTracing : public ScriptedTracing {
@@ -42,9 +67,20 @@ public:
     bool redirectedAtStart = false;
     bool redirectedAtStop = false;
     bool logWasThere = false;
+    DWORD workerId = 0;
+    std::vector<HANDLE> workerHandles; // while the worker ran
+    bool workerWasOpen = false;        // one of them, when the log was opened
+
+    // True if one of the worker's handles is open.
+    bool WorkerIsOpen() const {
+        return std::any_of(workerHandles.begin(), workerHandles.end(),
+                           [this](HANDLE handle) { return IsHandleOf(handle, workerId); });
+    }
 
     ULONG Start(TRACEHANDLE& handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override {
         redirectedAtStart = RootsAreRedirected();
+        workerId = GetCurrentThreadId();
+        workerHandles = HandlesOf(workerId);
         const auto* logFile = reinterpret_cast<const std::byte*>(&properties) + properties.LogFileNameOffset;
         testsupport::WriteBytes(reinterpret_cast<const wchar_t*>(logFile), "log");
         return ScriptedTracing::Start(handle, loggerName, properties);
@@ -57,6 +93,7 @@ public:
     }
 
     TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override {
+        workerWasOpen = WorkerIsOpen();
         logWasThere = GetFileAttributesW(logFile.LogFileName) != INVALID_FILE_ATTRIBUTES;
         return ScriptedTracing::Open(logFile);
     }
@@ -185,6 +222,79 @@ TEST_F(SessionTest, SessionsHaveTraceLogsOfDifferentNames) {
     const std::wstring first = tracing.openedPath;
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_NE(tracing.openedPath, first);
+}
+
+TEST_F(SessionTest, WorkersHandleIsClosedOnceTheResultIsThere) {
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_TRUE(tracing.workerWasOpen);
+    EXPECT_FALSE(tracing.WorkerIsOpen());
+}
+
+TEST_F(SessionTest, RootsAreRestoredOnceThoughTheEndAsksForItAgain) {
+    const ScratchKey elsewhere;
+    elsewhere.Make(L"Mark");
+    for (const CaptureMode mode : {CaptureMode::keyRedir, CaptureMode::both}) {
+        {
+            NativeFileRegister session(WidePath(SystemFile(L"hlink.dll")), WidePath(output), mode, tracing);
+            EXPECT_TRUE(session.Register());
+            // A restoring of every root would take this away.
+            RegOverridePredefKey(HKEY_USERS, elsewhere.Handle());
+        }
+        EXPECT_NE(RegKey(L"Mark", HKEY_USERS, false).Handle(), nullptr);
+        RegOverridePredefKey(HKEY_USERS, nullptr);
+    }
+}
+
+TEST_F(SessionTest, RootsThatWereNotRedirectedAreNotRestored) {
+    const ScratchKey elsewhere;
+    elsewhere.Make(L"Mark");
+    RegOverridePredefKey(HKEY_USERS, elsewhere.Handle());
+    EXPECT_TRUE(Capture(CaptureMode::trace));
+    EXPECT_NE(RegKey(L"Mark", HKEY_USERS, false).Handle(), nullptr);
+    RegOverridePredefKey(HKEY_USERS, nullptr);
+}
+
+// The flags of each start of a process, in their order.
+std::vector<DWORD> starts;
+const ImportReplacement* replacedStart = nullptr;
+
+BOOL WINAPI NoteStart(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUTES process,
+                      LPSECURITY_ATTRIBUTES thread, BOOL inherits, DWORD flags, LPVOID environment,
+                      LPCWSTR directory, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information) {
+    starts.push_back(flags);
+    return reinterpret_cast<decltype(&CreateProcessW)>(replacedStart->Original())(
+        application, commandLine, process, thread, inherits, flags, environment, directory, startup,
+        information);
+}
+
+class SessionStarts : public SessionTest {
+protected:
+    SessionStarts() {
+        starts.clear();
+        replacedStart = &replacement;
+    }
+
+    ImportReplacement replacement{"CreateProcessW", reinterpret_cast<const void*>(&NoteStart)};
+};
+
+constexpr DWORD suspended = 0x24;
+constexpr DWORD inEarnest = 0x20;
+
+TEST_F(SessionStarts, TypeLibraryIsTriedSuspendedAndNeverStartedInEarnest) {
+    const std::wstring library = folder.MakeFile(L"a.tlb", "MSFT" + std::string(0x400, '\0'));
+    EXPECT_FALSE(
+        NativeFileRegister(WidePath(library), WidePath(output), CaptureMode::both, tracing).Register());
+    EXPECT_THAT(starts, ElementsAre(suspended));
+}
+
+TEST_F(SessionStarts, ProgramIsTriedSuspendedAndThenStartedOnce) {
+    EXPECT_TRUE(Capture(CaptureMode::both, L"hostname.exe"));
+    EXPECT_THAT(starts, ElementsAre(suspended, inEarnest));
+}
+
+TEST_F(SessionStarts, ServerWithTheExportIsNotStarted) {
+    EXPECT_TRUE(Capture(CaptureMode::both));
+    EXPECT_THAT(starts, IsEmpty());
 }
 
 TEST_F(SessionTest, EveryEndTakesTheTraceLogAway) {

@@ -1,4 +1,6 @@
 #include "registry/harvest.h"
+
+#include "platform/core/exceptionhandling.h"
 #include "tests/support/scratchkey.h"
 #include "tests/support/temporaryfolder.h"
 
@@ -55,6 +57,31 @@ TEST_F(HarvestTest, EmptyTreesStandAsFourRootsInTheirOrder) {
     EXPECT_EQ(WrittenBehindHeader(),
               L"\r\n[HKEY_CLASSES_ROOT]\r\n\r\n[HKEY_CURRENT_USER]\r\n\r\n[HKEY_USERS]\r\n"
               L"\r\n[HKEY_LOCAL_MACHINE]\r\n");
+}
+
+TEST_F(HarvestTest, PathPairsAreFormedWhenTheFileIsThereAndApplyInTheirOrder) {
+    scratch.SetText(L"HKCR", L"file", L"C:\\tmp\\x.dll");
+    scratch.SetText(L"HKCR", L"neighbour", L"C:\\tmp\\y.dll");
+    bool wasThere = false;
+    EXPECT_TRUE(HarvestHives(path, Keys(), [&] {
+        wasThere = testsupport::Exists(path);
+        return PathPairs{{L"C:\\tmp\\x.dll", L"D:\\own.dll"}, {L"C:\\tmp", L"E:"}};
+    }));
+    EXPECT_TRUE(wasThere);
+    EXPECT_EQ(WrittenBehindHeader(),
+              L"\r\n[HKEY_CLASSES_ROOT]\r\n\"file\"=\"D:\\\\own.dll\"\r\n\"neighbour\"=\"E:\\\\y.dll\"\r\n"
+              L"\r\n[HKEY_CURRENT_USER]\r\n\r\n[HKEY_USERS]\r\n\r\n[HKEY_LOCAL_MACHINE]\r\n");
+}
+
+TEST_F(HarvestTest, WithoutAFileNoPathPairIsFormed) {
+    bool wereFormed = false;
+    EXPECT_THROW(HarvestHives(folder.Path(), Keys(),
+                              [&] {
+                                  wereFormed = true;
+                                  return PathPairs();
+                              }),
+                 Exception);
+    EXPECT_FALSE(wereFormed);
 }
 
 TEST_F(HarvestTest, ValuesComeBeforeSubkeysAndSubtreesAreWhole) {

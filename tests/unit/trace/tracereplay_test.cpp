@@ -1,5 +1,6 @@
 #include "trace/tracereplay.h"
 
+#include "platform/core/exceptionhandling.h"
 #include "platform/os/registryopener.h"
 #include "tests/support/scriptedtracing.h"
 #include "tests/support/temporaryfolder.h"
@@ -54,6 +55,7 @@ protected:
         request.traceFilePath = L"C:\\trace.etl";
         request.regFilePath = folder.File(L"out.reg");
         request.temporaryPrefix = temporary;
+        request.formPathPairs = [] { return PathPairs(); };
         trace.ByProcess(GetCurrentProcessId());
     }
 
@@ -429,7 +431,7 @@ TEST_F(ThirtyTwoBitViewTest, ItsNameInAnotherCaseIsKeptForTheReadAndWrittenAway)
 // Path pairs.
 
 TEST_F(ReplayTraceTest, PathPairsAreEscapedStrictly) {
-    request.pathPairs = {{L"\\temporary", L"\\final"}};
+    request.formPathPairs = [] { return PathPairs{{L"\\temporary", L"\\final"}}; };
     user.SetText(L"A", L"V", L"C:\\\\temporary\\x");
     user.SetText(L"A", L"W", L"\\temporary");
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
@@ -440,7 +442,9 @@ TEST_F(ReplayTraceTest, PathPairsAreEscapedStrictly) {
 }
 
 TEST_F(ReplayTraceTest, PathPairsApplyInTheirOrder) {
-    request.pathPairs = {{L"C:\\tmp\\x.dll", L"\\\\share\\dir\\x.dll"}, {L"C:\\tmp", L"\\\\share\\dir"}};
+    request.formPathPairs = [] {
+        return PathPairs{{L"C:\\tmp\\x.dll", L"\\\\share\\dir\\x.dll"}, {L"C:\\tmp", L"\\\\share\\dir"}};
+    };
     user.SetText(L"A", L"File", L"C:\\tmp\\x.dll");
     user.SetText(L"A", L"Neighbour", L"C:\\tmp\\y.dll");
     Set(User(L"Software\\KeyreapReplay\\A"), L"File");
@@ -448,6 +452,27 @@ TEST_F(ReplayTraceTest, PathPairsApplyInTheirOrder) {
     ReplayWrites(
         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
         L"\"File\"=\"\\\\\\\\share\\\\dir\\\\x.dll\"\r\n\"Neighbour\"=\"\\\\\\\\share\\\\dir\\\\y.dll\"\r\n");
+}
+
+TEST_F(ReplayTraceTest, PathPairsAreFormedWhenTheFileIsThere) {
+    bool wasThere = false;
+    request.formPathPairs = [&] {
+        wasThere = testsupport::Exists(request.regFilePath);
+        return PathPairs();
+    };
+    ReplayWrites(L"");
+    EXPECT_TRUE(wasThere);
+}
+
+TEST_F(ReplayTraceTest, WithoutAFileNoPathPairIsFormed) {
+    bool wereFormed = false;
+    request.regFilePath = folder.Path();
+    request.formPathPairs = [&] {
+        wereFormed = true;
+        return PathPairs();
+    };
+    EXPECT_THROW(ReplayTrace(tracing, request), Exception);
+    EXPECT_FALSE(wereFormed);
 }
 
 // A program that registers itself as a process of its own.
