@@ -1,9 +1,12 @@
 #include "pe/peimage.h"
 
+#include <dbghelp.h>
+
 #include <gtest/gtest.h>
 
 #include "platform/os/file/widepath.h"
 #include "tests/support/imagebuilder.h"
+#include "tests/support/importreplacement.h"
 #include "tests/support/mutation.h"
 #include "tests/support/sectiontable.h"
 #include "tests/support/temporaryfolder.h"
@@ -14,6 +17,7 @@ namespace {
 using testsupport::BuiltImage;
 using testsupport::ImageBits;
 using testsupport::ImageBuilder;
+using testsupport::ImportReplacement;
 using testsupport::TemporaryFolder;
 
 class PeImageTest : public testing::Test {
@@ -58,6 +62,32 @@ TEST_F(PeImageTest, TextFileAnswersNo) {
     PeImage image(folder.MakeFile(L"a.txt", std::string(5000, 'x')));
     EXPECT_TRUE(image.IsMapped());
     ExpectNothing(image);
+}
+
+int headerQuestions = 0;
+const ImportReplacement* replacedHelper = nullptr;
+
+PIMAGE_NT_HEADERS WINAPI NoteHeaderQuestion(PVOID base) {
+    ++headerQuestions;
+    return reinterpret_cast<decltype(&ImageNtHeader)>(replacedHelper->Original())(base);
+}
+
+TEST_F(PeImageTest, WithoutTheLettersMzTheHelperIsAskedForTheImportsAlone) {
+    const ImportReplacement replacement("ImageNtHeader", reinterpret_cast<const void*>(&NoteHeaderQuestion));
+    replacedHelper = &replacement;
+    BuiltImage built = ImageBuilder().Exports({"A"}).Imports({"a.dll"}).Build();
+    built.Set<std::uint16_t>("dos", 0, 0x4D5A);
+    PeImage image = Image(built.bytes);
+    headerQuestions = 0;
+    EXPECT_FALSE(image.IsPeFile());
+    EXPECT_FALSE(image.Is64Bit());
+    EXPECT_EQ(image.ExportDirectory(), nullptr);
+    EXPECT_EQ(headerQuestions, 0);
+    EXPECT_EQ(image.ImportDirectory(), nullptr);
+    EXPECT_EQ(headerQuestions, 1);
+    PeImage sound(folder.MakeFile(L"sound.dll", ImageBuilder().Build().bytes));
+    EXPECT_TRUE(sound.IsPeFile());
+    EXPECT_EQ(headerQuestions, 2);
 }
 
 TEST_F(PeImageTest, LettersMzWithoutAValidHeaderPositionAnswerNo) {
