@@ -86,6 +86,25 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultingTarget,
                                     std::get<1>(test.param).name;
                          });
 
+class EndingTarget : public Workbench, public testing::WithParamInterface<Route> {};
+
+TEST_P(EndingTarget, EndsTheRunWithItsOwnStatusAndLeavesNoFileThoughThatIsZero) {
+    const auto pairOf = [this](const wchar_t* sample, const wchar_t* output) {
+        return Pair(Sample(GetParam().target, sample), Work(output));
+    };
+    const std::wstring pairs = pairOf(L"plain.dll", L"a.reg") + L" " +
+                               pairOf(L"faultEndProcess.dll", L"b.reg") + L" " +
+                               pairOf(L"plain.dll", L"c.reg");
+    for (const wchar_t* mode : {L" keyRedir", L""}) {
+        EXPECT_EQ(RunKeyreap(GetParam().program, L"extreg " + pairs + mode), 0U);
+        EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
+        EXPECT_FALSE(Exists(Work(L"b.reg")));
+        EXPECT_FALSE(Exists(Work(L"c.reg")));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(ByRoute, EndingTarget, testing::ValuesIn(routes), NameOfRoute);
+
 class FaultOnAShare : public Workbench, public testing::WithParamInterface<Route> {
 protected:
     DWORD CaptureOf(const std::wstring& sample) const {

@@ -124,6 +124,15 @@ TEST_F(RequestTrackerTest, WhatInnerPartsCreateIsToldAsOpenedIfItWasThere) {
     EXPECT_EQ(told[3].type, registryevent::openKey);
 }
 
+TEST_F(RequestTrackerTest, WhatIsCreatedBelowTheKeyOfRegOpenCurrentUserIsTheProgramsOwn) {
+    // As Wine's call makes it: by the root of the users' hives.
+    story.Create(THREAD, R"(\Registry\User)", 8, {.access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});
+    story.Open(THREAD, "S-1-5-21-0-0-0-1000", 12, {.parent = 8});
+    story.Create(THREAD, "Software", 16, {.parent = 12, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_EQ(told[2].type, registryevent::createKey);
+}
+
 TEST_F(RequestTrackerTest, AFailureKeepsItsStatusAndGivesNoKey) {
     story.Open(THREAD, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
     ASSERT_EQ(told.size(), 1U);
