@@ -12,6 +12,7 @@ namespace keyreap {
 namespace {
 
 constexpr std::wstring_view node = L"Wow6432Node";
+constexpr std::wstring_view registry = L"\\REGISTRY";
 constexpr std::wstring_view users = L"\\REGISTRY\\User\\";
 constexpr std::wstring_view tree = L"\\Software\\Velmoro\\Tesselink\\Temporary\\";
 
@@ -127,7 +128,8 @@ void MixedKeys::OnNamedKey(const KeyRequest& request) {
     const std::wstring& realPath = request.key->Path(keys);
     const bool wasThere = keys.Exists(realPath);
     keys.Add(realPath);
-    if (!IsPastANode(realPath, path)) {
+    // Without the parent's name, which lost lines may have held, nothing is known of what was asked for.
+    if (!IsAtOrBelow(path, registry) || !IsPastANode(realPath, path)) {
         return;
     }
     elsewhere[request.key.get()] = {request.key, path};

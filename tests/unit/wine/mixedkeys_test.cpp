@@ -189,6 +189,13 @@ TEST_F(MixedKeysTest, ANodeThatIsGoneMixesNothingUp) {
     EXPECT_EQ(Mixed(), Names());
 }
 
+TEST_F(MixedKeysTest, ANameBelowAnUnknownHandleSaysNothing) {
+    story.Create(THREAD, "A", 8,
+                 {.parent = 0x40, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node\A)"});
+    story.SetValue(THREAD, 8, "");
+    EXPECT_EQ(Mixed(), Names());
+}
+
 TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNoMixture) {
     story.Open(THREAD, R"(\REGISTRY\Machine)", HIVE, {.realPath = R"(REGISTRY\Machine)"});
     story.Create(THREAD, "Software\\A", 8,
