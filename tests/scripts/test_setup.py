@@ -93,6 +93,8 @@ def test_a_lost_recording_of_starts_is_made_again(tree):
         [machine, "tools", "startrecorder", "startrecorder.exe"] for machine in ("x64", "x86")
     ]
     assert tree.run("status", "7").stderr == ""
+    of_the_prefix = tree.build / "wine" / "pool" / "1" / "drive_c" / "windows" / "keyreap-start.txt"
+    assert of_the_prefix.read_bytes() == recording_of(tree).read_bytes()
 
 
 def test_another_recorder_records_starts_again(tree):
