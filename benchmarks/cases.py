@@ -8,7 +8,7 @@ BUILD = ROOT / "build"
 REGISTRY = BUILD / "x64" / "benchmarks" / "registrybench.exe"
 BARE = BUILD / "x64" / "benchmarks" / "barecapture.exe"
 KEYREAP = BUILD / "stage" / "bin" / "x64" / "Keyreap.exe"
-DRIVE_C = BUILD / "wine" / "base" / "linked"
+DRIVE_C = BUILD / "wine" / "base" / "drive_c"
 WINE = "/usr/bin/wine"
 
 SYSTEM = "C:\\windows\\system32\\"

@@ -1,17 +1,8 @@
 # shellcheck shell=bash
-# The base that every prefix of the pool is made from. Sourced after session.sh.
-
-WINE_BASE=$WINE_HOME/base
-
-# Held shared while a prefix is made from the base and exclusively while the base is replaced.
-WINE_BASE_LOCK=$WINE_HOME/base.lock
-
-# Files of drive C: that are big and that a running Wine never writes to.
-WINE_MODULE_KINDS='dll|exe|ocx|ax|acm|cpl|drv|ds|sys|vxd|com|tlb|nls|msstyles'
+# The base that every prefix of the pool is made from. Sourced after isolation.sh and session.sh.
 
 # make_base: starts a fresh prefix for the first time and takes it to pieces:
-#   linked/    of drive C: the modules, which all prefixes share as hard links
-#   copied/    of drive C: everything else, of which each prefix has a copy
+#   drive_c/   drive C:, which nobody writes to any more
 #   top/       what lies beside drive C: the three hives, the drives, the time of the last update
 #   classless/ the hive system.reg without any registered class
 #   version    what it was made from and with, written last
@@ -22,7 +13,7 @@ make_base() {
     rm -rf "$new"
     mkdir -p "$PREFIX" "$new/classless"
     first_start
-    split_drive "$PREFIX/drive_c" "$new/linked" "$new/copied"
+    mv -T "$PREFIX/drive_c" "$new/drive_c"
     mv -T "$PREFIX" "$new/top"
     drop_classes <"$new/top/system.reg" >"$new/classless/system.reg"
     base_version >"$new/version"
@@ -47,31 +38,33 @@ first_start() {
     [[ -f $PREFIX/system.reg && -f $PREFIX/user.reg && -f $PREFIX/userdef.reg && -d $PREFIX/drive_c/windows/syswow64 ]]
 }
 
-# split_drive DRIVE LINKED COPIED
-split_drive() {
-    cp -al "$1" "$2"
-    mv -T "$1" "$3"
-    find "$2" -regextype posix-extended -type f ! -iregex ".*\.($WINE_MODULE_KINDS)" -delete
-    find "$2" -type l -delete
-    find "$3" -regextype posix-extended -type f -iregex ".*\.($WINE_MODULE_KINDS)" -delete
-}
-
 # drop_classes: a system hive without the sections of Software\Classes and what lies below it.
 drop_classes() {
     awk 'BEGIN { keep = 1 } /^\[/ { keep = tolower($0) !~ /^\[software\\\\classes(\\\\|\])/ } keep'
 }
 
+# publish_base NEW: sessions that use the old base go on with it.
 publish_base() {
     (
         flock 8
-        rm -rf "$WINE_BASE.old"
-        [[ ! -d $WINE_BASE ]] || mv -T "$WINE_BASE" "$WINE_BASE.old"
+        [[ ! -d $WINE_BASE ]] || mv -T "$WINE_BASE" "$WINE_BASE.old.$$"
         mv -T "$1" "$WINE_BASE"
-        rm -rf "$WINE_BASE.old"
+        # Copies of an older base.
+        rm -rf "$WINE_HOME"/pool/*.{drive,list,times}
     ) 8>"$WINE_BASE_LOCK"
+    remove_old_bases
 }
 
-# base_ready: it is of this Wine, and no run wrote into a module that all prefixes share.
+# remove_old_bases: those that no session uses any more.
+remove_old_bases() {
+    local old
+    for old in "$WINE_BASE".old.*; do
+        [[ -d $old ]] || continue
+        if [[ ! -f $old/version ]] || flock -xn "$old/version" true; then rm -rf "$old"; fi
+    done
+}
+
+# base_ready: it is of this Wine, and nobody wrote to it since.
 base_ready() {
     [[ -f $WINE_BASE/version && $(<"$WINE_BASE/version") == "$(base_version)" ]] && base_untouched
 }
@@ -80,6 +73,8 @@ base_version() {
     printf '%s, base.sh %s\n' "$(wine_version)" "$(cksum <"$ROOT/scripts/base.sh")"
 }
 
+# base_untouched: by the time of the last change of status, which can't be set.
 base_untouched() {
-    [[ -z $(find "$WINE_BASE/linked" -type f \( -newer "$WINE_BASE/version" -o ! -perm -u=w \) -print -quit) ]]
+    [[ -d $WINE_BASE/drive_c ]] || return
+    [[ -z $(find "$WINE_BASE"/{drive_c,top,classless} -cnewer "$WINE_BASE/version" -print -quit) ]]
 }

@@ -37,17 +37,18 @@ filter_version() {
 }
 
 # mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the
-# session ends and if there are any. It lies beside the prefix and belongs to whoever has the prefix's lock.
+# session ends and if there are any.
 mixed_keys_file() {
-    printf '%s.mixedkeys' "$1"
+    printf '%s/mixedkeys' "$1"
 }
 
 # start_logging_server PREFIX: it stays until it is ended, however many programs come and go.
 start_logging_server() {
     local environment
     mapfile -t environment < <(wine_environment "$1")
-    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 9>&- |
-        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" >/dev/null 2>&1 9>&- &
+    "${RIGHTLESS[@]}" env -i PATH="$STANDARD_PATH" "${environment[@]}" \
+        "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 7>&- 9>&- |
+        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" >/dev/null 2>&1 7>&- 9>&- &
 }
 
 # await_logging_server PREFIX: the log begins with the server's word that it is up.

@@ -1,9 +1,10 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
-# Usage: session-keeper.sh PREFIX   (started by session.sh, with the session's pipe as its input)
-# Waits until nobody holds the session's pipe any more, then ends every process of PREFIX. It has the lock of
-# the prefix as descriptor 9, so that nobody takes the prefix before that is done. At the word `requests` in the
-# pipe it starts a server with its request log on; the filter behind that server ends with it.
+# Usage: session-keeper.sh PREFIX [discard]   (started by session.sh, with the session's pipe as its input)
+# Waits until nobody holds the session's pipe any more, then ends every process of PREFIX, and with `discard` takes
+# away what the session left there. It has the lock of the prefix as descriptor 9, so that nobody takes the prefix
+# before that is done. At the word `requests` in the pipe it starts a server with its request log on; the filter behind
+# that server ends with it.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
@@ -11,6 +12,10 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/requests.sh
 source "$ROOT/scripts/requests.sh"
+# shellcheck source=scripts/isolation.sh
+source "$ROOT/scripts/isolation.sh"
+# shellcheck source=scripts/startup.sh
+source "$ROOT/scripts/startup.sh"
 
 cd /
 trap '' INT TERM HUP QUIT
@@ -19,3 +24,7 @@ while read -r word; do
 done
 end_prefix "$1"
 wait
+if [[ ${2-} == discard ]]; then
+    [[ ! -d $1/overlay ]] || unmount_drive "$1"
+    clear_prefix "$1"
+fi

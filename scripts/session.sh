@@ -1,14 +1,17 @@
 # shellcheck shell=bash
 # A session is one use of a Wine prefix out of the pool: taken, made anew, used by one command, and ended.
-# Sourced after common.sh, wine.sh, requests.sh and mixedkeys.sh.
+# Sourced after common.sh, wine.sh, requests.sh, isolation.sh and startup.sh.
 #
-# Two file descriptors belong to the session and to nobody that it starts:
+# These file descriptors belong to the session and to nobody that it starts, as do those of its notes (notes.sh):
 #   9   the lock of the prefix; the keeper has it too
 #   8   a pipe to the keeper, which ends the session when the last writer is gone, so after a kill -9 as well
+#   7   the base that is in use; the keeper has it too
 
 # Tests of the pool itself have one of their own.
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
+
+NEEDED_DESCRIPTORS=512
 
 # The options of env(1) that tell which variables of the caller a session's command gets: all but Wine's.
 INHERITED=()
@@ -22,7 +25,8 @@ STEADY=()
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
-    mkdir -p "$POOL"
+    [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is no number from 1 to 99999: $POOL_SIZE"
+    if ! mkdir -p "$POOL" 2>/dev/null || [[ ! -w $POOL ]]; then fail "cannot write to $POOL"; fi
     while true; do
         for ((number = 1; number <= POOL_SIZE; number++)); do
             exec 9>"$POOL/$number.lock"
@@ -36,6 +40,15 @@ take_prefix() {
     done
 }
 
+# raise_limits: Wine's server has a descriptor for each file and each process of the session.
+raise_limits() {
+    local limit
+    limit=$(ulimit -n)
+    [[ $limit != unlimited ]] && ((limit < NEEDED_DESCRIPTORS)) || return 0
+    ulimit -Sn "$NEEDED_DESCRIPTORS" 2>/dev/null || ulimit -n "$NEEDED_DESCRIPTORS" 2>/dev/null ||
+        fail "a session needs $NEEDED_DESCRIPTORS file descriptors, and the limit is $(ulimit -Hn) (ulimit -n)"
+}
+
 # stay_on_one_core: with all that the session starts from here on. Programs and Wine's server wait for each other at
 # every request, and on one core the other one wakes several times as fast. It is the core that the system has just
 # put this script on, so that sessions side by side come to lie on different ones.
@@ -47,48 +60,24 @@ stay_on_one_core() {
     taskset -cp "${fields[36]}" "$$" >/dev/null 2>&1 || true
 }
 
-# start_keeper: from here on the session ends properly, whatever becomes of this script.
+# start_keeper [discard]: from here on the session ends properly, whatever becomes of this script. With `discard` the
+# prefix is cleared then.
 start_keeper() {
-    exec 8> >(exec setsid "$ROOT/scripts/session-keeper.sh" "$PREFIX" >/dev/null 2>&1)
+    exec 8> >(exec setsid "$ROOT/scripts/session-keeper.sh" "$PREFIX" "$@" 6>&- >/dev/null 2>&1)
     KEEPER=$!
 }
 
 # renew_prefix CLASSES SHARE: nothing of an earlier run is left. CLASSES is `all` or `none`; SHARE is a folder
 # to be seen as \\server\share, or empty.
 renew_prefix() {
-    (
-        flock -s 7
-        renew_drive
-        renew_top
-        [[ $1 != none ]] || cp "$WINE_BASE/classless/system.reg" "$PREFIX/system.reg"
-    ) 7>"$WINE_BASE_LOCK"
-    [[ -z $2 ]] || show_share "$2"
-}
-
-# renew_drive: drive C: is made anew when a run left, changed or took away anything there; few do.
-renew_drive() {
-    local list=$PREFIX.list
-    [[ -f $list ]] && list_drive | cmp -s - "$list" && return
-    rm -rf "$list" "$PREFIX"
-    mkdir -p "$PREFIX/drive_c" "$WINE_HOME/home"
-    cp -al "$WINE_BASE/linked/." "$PREFIX/drive_c"
-    cp -a "$WINE_BASE/copied/." "$PREFIX/drive_c"
-    list_drive >"$list.new"
-    mv "$list.new" "$list"
-}
-
-# list_drive: prints what shows any change to the drive. The status change time tells most, but that of a shared
-# file also changes with every further link to it.
-list_drive() {
-    stat -c %i "$WINE_BASE/version"
-    find "$PREFIX/drive_c" -type f -links 1 -printf '%P %s %m %T@ %C@\n' -o \
-        -type f -printf '%P %s %m %T@ %i\n' -o -printf '%P %y %m %l\n'
-}
-
-# renew_top: the hives and whatever else lies beside drive C.
-renew_top() {
-    find "$PREFIX" -mindepth 1 -maxdepth 1 ! -name drive_c -exec rm -rf {} +
+    clear_prefix "$PREFIX"
+    mkdir -p "$PREFIX"
+    private_drive
     cp -a "$WINE_BASE/top/." "$PREFIX"
+    mkdir -p "$PREFIX/home"
+    place_start_recording "$PREFIX"
+    [[ $1 != none ]] || cp "$WINE_BASE/classless/system.reg" "$PREFIX/system.reg"
+    [[ -z $2 ]] || show_share "$2"
 }
 
 show_share() {
@@ -111,7 +100,6 @@ END
 # each.
 start_server() {
     if [[ $1 == yes ]]; then
-        rm -f "$(mixed_keys_file "$PREFIX")"
         echo requests >&8
         await_logging_server "$PREFIX" && return
     else
@@ -126,7 +114,8 @@ start_server() {
 start_plain_server() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
-    env -i PATH="$STANDARD_PATH" "${environment[@]}" "$WINESERVER" </dev/null >/dev/null 2>&1 8>&- 9>&-
+    "${RIGHTLESS[@]}" env -i PATH="$STANDARD_PATH" "${environment[@]}" \
+        "$WINESERVER" </dev/null >/dev/null 2>&1 4>&- 5>&- 7>&- 8>&- 9>&-
 }
 
 # run_in_session COMMAND...: gives COMMAND's status. It runs in the background so that a signal to this script
@@ -134,7 +123,8 @@ start_plain_server() {
 run_in_session() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
-    "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" "$@" <&0 8>&- 9>&- &
+    "${RIGHTLESS[@]}" "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" \
+        "$@" <&0 4>&- 5>&- 7>&- 8>&- 9>&- &
     # Quietly: the shell would tell of a command that a signal ended.
     { wait "$!"; } 2>/dev/null
 }
@@ -143,14 +133,15 @@ run_in_session() {
 end_session() {
     exec 8>&-
     wait "$KEEPER" || end_prefix "$PREFIX"
-    take_mixed_keys "$PREFIX"
-    exec 9>&-
+    exec 7>&- 9>&-
 }
 
-# end_on_signal NAME: ends the session, then this script the way the signal would have ended it.
+# end_on_signal NAME: ends the session, then this script the way the signal would have ended it; by a status where the
+# shell can't be ended so (QUIT). What the command ended with isn't looked at: a program under Wine that QUIT ends gives 0.
 end_on_signal() {
-    trap '' INT TERM HUP
+    trap '' INT TERM HUP QUIT
     end_session
     trap - "$1"
     kill -s "$1" "$$"
+    exit $((128 + $(kill -l "$1")))
 }

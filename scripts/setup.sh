@@ -12,18 +12,18 @@ source "$ROOT/scripts/packages.sh"
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/requests.sh
 source "$ROOT/scripts/requests.sh"
-# shellcheck source=scripts/mixedkeys.sh
-source "$ROOT/scripts/mixedkeys.sh"
 # shellcheck source=scripts/observer.sh
 source "$ROOT/scripts/observer.sh"
+# shellcheck source=scripts/isolation.sh
+source "$ROOT/scripts/isolation.sh"
+# shellcheck source=scripts/startup.sh
+source "$ROOT/scripts/startup.sh"
 # shellcheck source=scripts/session.sh
 source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/base.sh
 source "$ROOT/scripts/base.sh"
 # shellcheck source=scripts/build.sh
 source "$ROOT/scripts/build.sh"
-# shellcheck source=scripts/startup.sh
-source "$ROOT/scripts/startup.sh"
 
 STAMPS=$BUILD/stamps
 

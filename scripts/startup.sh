@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# The recording of how Wine starts programs, in the base that every prefix is made from. A trace reports what a program's
+# The recording of how Wine starts programs, which lies beside the base and comes into every prefix. A trace reports what a program's
 # own DLLs do ahead of the program's entry point; what the system does there, too, it leaves out by this recording
 # (platform/os/wine/systemstart.h). A prefix without one is of use all the same: a trace then reports nothing of what a
-# program does ahead of its entry point. Sourced after session.sh, base.sh and build.sh.
+# program does ahead of its entry point. Sourced after isolation.sh; to record, build.sh is needed too.
 
-START_RECORDING=$WINE_BASE/copied/windows/keyreap-start.txt
-START_VERSION=$WINE_BASE/start.version
+START_RECORDING=$WINE_HOME/start/recording.txt
+START_VERSION=$WINE_HOME/start/version
 START_RECORDER_SOURCES=("$ROOT/tools/startrecorder" "$ROOT/platform/os/wine" "$ROOT/scripts/startup.sh")
 
 # record_start: where the base has no recording, or one by another recorder.
@@ -18,8 +18,9 @@ start_recorded() {
     [[ -f $START_RECORDING && -f $START_VERSION ]]
 }
 
+# start_version: of the recorder and of the base.
 start_version() {
-    find "${START_RECORDER_SOURCES[@]}" -type f -print0 | sort -z | xargs -0 cat | cksum
+    find "$WINE_BASE/version" "${START_RECORDER_SOURCES[@]}" -type f -print0 | sort -z | xargs -0 cat | cksum
 }
 
 make_start_recording() {
@@ -30,15 +31,16 @@ make_start_recording() {
     done
     clean_environment "$ROOT/scripts/wine-session.sh" --ready --no-display --requests \
         timeout -k 10 120 "$WINE" "${probes[0]}" "${probes[@]}" >"$new"
-    keep_start_recording "$new"
+    mkdir -p "${START_RECORDING%/*}"
+    mv "$new" "$START_RECORDING"
+    start_version >"$START_VERSION"
 }
 
-# keep_start_recording FILE: into the base. Each prefix of the pool is made from it anew.
-keep_start_recording() {
-    (
-        flock 8
-        rm -f "$START_VERSION" "$WINE_HOME"/pool/*.list "$POOL"/*.list
-        mv "$1" "$START_RECORDING"
-        start_version >"$START_VERSION"
-    ) 8>"$WINE_BASE_LOCK"
+# place_start_recording PREFIX
+place_start_recording() {
+    [[ ! -f $START_RECORDING ]] || cp "$START_RECORDING" "$(placed_start_recording "$1")"
+}
+
+placed_start_recording() {
+    printf '%s/drive_c/windows/keyreap-start.txt' "$1"
 }

@@ -3,7 +3,8 @@
 # Usage: scripts/wine-session.sh [OPTION...] COMMAND [ARGUMENT...]
 # Runs any command of this machine with a Wine prefix to itself and gives its exit status. The prefix comes out
 # of a pool of at most one a core (a further session waits), starts from the same hives and files each time, and
-# stays as the command leaves it until the command has ended. Then all that it started is ended too.
+# is the session's alone: no other session sees what it writes there. When the command has ended, all that it started
+# is ended too, and the prefix is cleared.
 #   --empty-classes    the prefix has no registered class (nothing below HKLM\Software\Classes)
 #   --share FOLDER     FOLDER is seen as \\server\share
 #   --no-display       windows can not be opened, even if the caller has a display
@@ -19,9 +20,15 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-# shellcheck source=scripts/setup.sh
-source "$ROOT/scripts/setup.sh"
+# shellcheck source=scripts/wine.sh
+source "$ROOT/scripts/wine.sh"
+# shellcheck source=scripts/isolation.sh
+source "$ROOT/scripts/isolation.sh"
+# shellcheck source=scripts/startup.sh
+source "$ROOT/scripts/startup.sh"
 
+given=("$@") INSIDE=no
+[[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
 classes=all share='' requests=no mixed=quiet heaps=usual ready=no
 while (($# > 0)); do
     case $1 in
@@ -39,21 +46,39 @@ while (($# > 0)); do
     shift
 done
 (($# > 0)) || fail "wine-session.sh: no command"
-[[ $ready == yes ]] || set_up wine
+if [[ $INSIDE == no ]]; then
+    [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
+    # It comes back here within the namespace, or goes on here without one.
+    enter_namespace /bin/bash "$ROOT/scripts/wine-session.sh" --inside "${given[@]}"
+fi
 
+# shellcheck source=scripts/requests.sh
+source "$ROOT/scripts/requests.sh"
+# shellcheck source=scripts/session.sh
+source "$ROOT/scripts/session.sh"
+# shellcheck source=scripts/notes.sh
+source "$ROOT/scripts/notes.sh"
+# shellcheck source=scripts/mixedkeys.sh
+source "$ROOT/scripts/mixedkeys.sh"
+
+raise_limits
 take_prefix
 stay_on_one_core
-start_keeper
-for signal in INT TERM HUP; do
+hold_base
+start_keeper discard
+for signal in INT TERM HUP QUIT; do
     # shellcheck disable=SC2064 # the name is meant now
     trap "end_on_signal $signal" "$signal"
 done
 end_prefix "$PREFIX"
 renew_prefix "$classes" "$share"
+exec 6<&-
 [[ $heaps == usual ]] || check_heaps
+open_notes "$PREFIX"
 start_server "$requests"
 status=0
 run_in_session "$@" || status=$?
 end_session
+take_notes
 [[ $mixed == quiet ]] || report_mixed_keys
 exit "$status"

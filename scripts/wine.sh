@@ -4,7 +4,6 @@
 #   modules/   the 32-bit modules, unpacked from the distribution's package
 #   base/      what prefixes are made from (base.sh)
 #   pool/      the prefixes of the sessions (session.sh)
-#   home/      the home folder of every session
 
 WINE_HOME=$BUILD/wine
 WINE_MODULES=$WINE_HOME/modules
@@ -14,6 +13,12 @@ WINE_USER=keyreap
 # The distribution's, whatever else the caller's PATH may find.
 # shellcheck disable=SC2034 # the scripts that run programs name them
 WINE=/usr/bin/wine WINESERVER=/usr/bin/wineserver
+
+# What takes away the rights that an ordinary user has in a namespace of its own, those over the modes of files among
+# them: the session's scripts have them, its programs and the server that opens files for them don't.
+RIGHTLESS=()
+# shellcheck disable=SC2034 # the scripts that start programs name it
+((EUID == 0)) || RIGHTLESS=(setpriv --ambient-caps=-all --inh-caps=-all)
 
 wine_version() {
     dpkg-query -W -f '${Version}' wine64
@@ -28,7 +33,7 @@ WINEDEBUG=-all
 WINEDLLOVERRIDES=winemenubuilder.exe=d
 LC_ALL=C.UTF-8
 TMPDIR=/tmp
-HOME=$WINE_HOME/home
+HOME=$1/home
 USER=$WINE_USER
 LOGNAME=$WINE_USER
 END

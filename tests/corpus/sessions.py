@@ -32,8 +32,8 @@ def chosen_targets(step):
 
 
 def base_drive():
-    """The modules of drive C: as every prefix has them."""
-    return WINE / "base" / "linked"
+    """Drive C: as every session finds it."""
+    return WINE / "base" / "drive_c"
 
 
 class Sessions:

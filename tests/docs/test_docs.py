@@ -73,7 +73,7 @@ def blocks(*kinds):
 @pytest.fixture(scope="module")
 def servers(tmp_path_factory):
     """Files that the documents name, by name."""
-    base = ROOT / "build" / "wine" / "base" / "linked" / "windows"
+    base = ROOT / "build" / "wine" / "base" / "drive_c" / "windows"
     calculator = ROOT / "build" / "samples" / "x64" / "calculator.dll"
     hlinks = {"hlink64.dll": base / "system32" / "hlink.dll", "hlink32.dll": base / "syswow64" / "hlink.dll"}
     # What is out of date is set up here and not before a reader's eyes.

@@ -86,7 +86,9 @@ class Runs:
         return None
 
     def temporary_files(self):
-        return sorted((self.prefix / "drive_c" / "users" / "keyreap" / "Temp").glob("ETL*"))
+        """Those of the program that runs, whose files only its own session sees."""
+        drive = Path(f"/proc/{self.program()}/root{self.prefix}/drive_c")
+        return sorted((drive / "users" / "keyreap" / "Temp").glob("ETL*"))
 
     def assert_good(self, bitness, mode):
         assert self.run(bitness, mode, "plain.dll", "next.reg") == 0

@@ -50,11 +50,12 @@ def test_any_pair_of_a_run_counts_and_the_next_run_starts_anew(pool, tmp_path):
 
 def test_a_session_reports_only_to_who_asks_and_leaves_no_names(pool, tmp_path):
     assert capture(pool, tmp_path, "x86\\nodesfirst.dll", options=["--requests"]).stderr == ""
-    assert not any("mixed" in file.name for file in pool.folder.iterdir())
+    assert not any("mixed" in file.name for file in pool.folder.rglob("*"))
 
 
 def test_names_that_a_killed_session_left_are_not_reported(pool, tmp_path):
-    (pool.folder / "1.mixedkeys").write_text("HKEY_CLASSES_ROOT\\Stale\n")
+    (pool.folder / "1").mkdir(parents=True)
+    (pool.folder / "1" / "mixedkeys").write_text("HKEY_CLASSES_ROOT\\Stale\n")
     assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
 
 

@@ -75,8 +75,7 @@ def assert_nothing_is_left(pool, folder):
     assert processes_of(pool.prefix()) == []
     assert naming(pool.prefix()) == []
     assert not is_locked(str(pool.prefix()) + ".lock")
-    assert not log_of(pool).exists()
-    assert not (pool.prefix() / "wineserver").exists()
+    assert list(pool.prefix().iterdir()) == []
     assert not folder.exists()
 
 
@@ -206,6 +205,11 @@ def test_keyreap_itself_leaves_nothing_when_it_is_killed(ready_tree):
     assert naming(pool) == []
     assert not any(pool.glob("*/drive_c/windows/keyreap-requests.log"))
     assert not any(pool.glob("*/wineserver"))
+
+
+def test_every_session_has_the_recording_of_starts(pool):
+    recording = ROOT / "build/wine/start/recording.txt"
+    assert pool.run("/bin/bash", "-c", 'cmp "$1" "$WINEPREFIX/drive_c/windows/keyreap-start.txt"', "bash", recording).returncode == 0
 
 
 def test_without_a_recording_of_starts_a_trace_begins_with_the_entry_point(pool, tmp_path):

@@ -3,7 +3,9 @@
 import os
 import signal
 import subprocess
+from pathlib import Path
 
+import pytest
 from conftest import SESSION, is_locked, processes_of, run, until
 
 SYSTEM_FILE = "C:\\windows\\system32\\"
@@ -24,7 +26,8 @@ def started(pool, command):
 def assert_nothing_is_left(pool):
     assert processes_of(pool.prefix()) == []
     assert not is_locked(str(pool.prefix()) + ".lock")
-    assert not (pool.prefix() / "wineserver").exists()
+    assert list(pool.prefix().iterdir()) == []
+    assert str(pool.folder) not in Path("/proc/self/mountinfo").read_text()
 
 
 def test_the_status_of_the_command_comes_back(pool):
@@ -107,8 +110,8 @@ def test_commands_of_one_session_see_what_the_others_did(pool):
 
 
 def test_the_registry_starts_the_same_each_time(pool):
-    succeeded(pool.run("bash", "-c", "wine reg add 'HKCU\\Software\\Left' /f && wineserver -k && wineserver -w"))
-    assert "Left" in (pool.prefix() / "user.reg").read_text(errors="replace")
+    write = "wine reg add 'HKCU\\Software\\Left' /f && wineserver -k && wineserver -w && cat \"$WINEPREFIX/user.reg\""
+    assert "Left" in succeeded(pool.run("bash", "-c", write))
     assert pool.run("wine", "reg", "query", "HKCU\\Software\\Left").returncode == 1
 
 
@@ -230,3 +233,41 @@ def test_heaps_are_checked_only_if_asked_for(pool):
 def test_a_wrong_use_is_told(pool):
     assert pool.run("--nonsense", "true").returncode == 125
     assert pool.run().returncode == 125
+
+
+@pytest.mark.parametrize("size", ["0", "-1", "two", "1.5", "", " ", "99999999999999999999"])
+def test_a_size_of_the_pool_that_is_no_number_is_refused_in_one_sentence(pool, size):
+    result = pool.run("true", env={"KEYREAP_POOL_SIZE": size})
+    if size == "":
+        assert result.returncode == 0
+    else:
+        assert (result.returncode, result.stdout) == (125, "")
+        assert result.stderr == "keyreap: KEYREAP_POOL_SIZE is no number from 1 to 99999: %s\n" % size
+
+
+def test_a_pool_that_can_not_be_written_to_is_refused_in_one_sentence(pool, tmp_path):
+    (tmp_path / "file").touch()
+    result = pool.run("true", env={"KEYREAP_POOL": str(tmp_path / "file")})
+    assert (result.returncode, result.stderr) == (125, "keyreap: cannot write to %s\n" % (tmp_path / "file"))
+
+
+FEW = ["bash", "-c", 'ulimit "$1" 64; shift; exec "$@"', "bash"]
+
+
+def test_few_descriptors_are_raised_to_what_a_session_needs(pool):
+    assert run(*FEW, "-Sn", SESSION, "--requests", "wine", "cmd", "/c", "exit 9", env=pool.environment).returncode == 9
+
+
+def test_few_descriptors_that_can_not_be_raised_are_refused_in_one_sentence(pool):
+    powerless = ["setpriv", "--bounding-set=-sys_resource", "--inh-caps=-sys_resource"]
+    result = run(*powerless, *FEW, "-n", SESSION, "true", env=pool.environment)
+    assert (result.returncode, result.stdout) == (125, "")
+    assert result.stderr == "keyreap: a session needs 512 file descriptors, and the limit is 64 (ulimit -n)\n"
+
+
+def test_a_quit_from_the_keyboard_ends_the_command_and_then_the_session(pool):
+    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
+    assert session.stdout.readline() == "begun\n"
+    os.killpg(session.pid, signal.SIGQUIT)
+    assert session.wait() == 128 + signal.SIGQUIT
+    assert_nothing_is_left(pool)

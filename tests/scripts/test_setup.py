@@ -72,11 +72,11 @@ def test_a_changed_source_is_built(tree):
 
 
 def recording_of(tree):
-    return tree.build / "wine" / "base" / "copied" / "windows" / "keyreap-start.txt"
+    return tree.build / "wine" / "start" / "recording.txt"
 
 
 def test_the_base_has_a_recording_of_starts_for_both_machines():
-    lines = (ROOT / "build/wine/base/copied/windows/keyreap-start.txt").read_text(encoding="ascii").splitlines()
+    lines = (ROOT / "build/wine/start/recording.txt").read_text(encoding="ascii").splitlines()
     for machine in ("8664", "014c"):
         set_name = machine + "\tset\t\\registry\\machine\\system\\currentcontrolset\\control\\timezoneinformation\tstandardname"
         assert lines.count(set_name) == 1
@@ -93,8 +93,6 @@ def test_a_lost_recording_of_starts_is_made_again(tree):
         [machine, "tools", "startrecorder", "startrecorder.exe"] for machine in ("x64", "x86")
     ]
     assert tree.run("status", "7").stderr == ""
-    of_the_prefix = tree.build / "wine" / "pool" / "1" / "drive_c" / "windows" / "keyreap-start.txt"
-    assert of_the_prefix.read_bytes() == recording_of(tree).read_bytes()
 
 
 def test_another_recorder_records_starts_again(tree):
@@ -159,7 +157,7 @@ def test_a_set_up_whose_script_alone_was_killed_is_waited_for(tree):
 
 
 def test_a_prefix_that_was_killed_in_the_making_is_made_again(tree):
-    shutil.rmtree(tree.build / "wine" / "base")
+    (tree.build / "wine" / "base").unlink()
     first = tree.start("status", "7", start_new_session=True)
     assert first.stderr.readline() == "keyreap: making the Wine prefix\n"
     unfinished = tree.build / "wine" / "base.new" / "prefix"
@@ -170,18 +168,53 @@ def test_a_prefix_that_was_killed_in_the_making_is_made_again(tree):
     assert tree.run("status", "7").returncode == 7
 
 
-def test_a_module_that_a_run_wrote_into_is_not_seen_by_the_next(tree):
-    assert tree.run("status", "7").returncode == 7
-    module = tree.build / "wine" / "base" / "linked" / "windows" / "system32" / "msxml3.dll"
-    good = module.read_bytes()
-    own = module.with_suffix(".own")
-    shutil.copy2(module, own)
-    own.rename(module)
-    # Prefixes made before still have the module that was there then.
-    shutil.rmtree(tree.build / "wine" / "pool")
+def entries_of(folder):
+    """All that is in a folder, with what kind each is and where links lead."""
+    return sorted(
+        (str(path.relative_to(folder)), path.is_dir(), path.is_symlink() and os.readlink(path)) for path in folder.rglob("*")
+    )
+
+
+def test_the_base_is_the_same_however_often_it_is_made(tree):
+    base = tree.build / "wine" / "base"
+    base.unlink()
     session = tree.folder / "scripts" / "wine-session.sh"
-    write = 'echo more >>"$WINEPREFIX/drive_c/windows/system32/msxml3.dll"'
-    assert run(session, "bash", "-c", write).returncode == 0
-    result = run(session, "bash", "-c", 'cksum <"$WINEPREFIX/drive_c/windows/system32/msxml3.dll"')
-    assert "keyreap: making the Wine prefix" in result.stderr
-    assert int(result.stdout.split()[1]) == len(good)
+    made = []
+    for _ in range(2):
+        assert "making the Wine prefix" in run(session, "bash", "-c", 'echo >"$HOME/left"').stderr
+        made.append(entries_of(base))
+        (base / "version").unlink()
+    assert made[0] == made[1]
+
+
+def test_a_base_that_was_written_to_is_made_again(tree):
+    """By any road: the content may be the size it was, and all times that can be set may be the old ones."""
+    base = tree.build / "wine" / "base"
+    base.unlink()
+    shutil.copytree(ROOT / "build" / "wine" / "base", base, symlinks=True)
+    (base / "version").write_bytes((base / "version").read_bytes())
+    session = tree.folder / "scripts" / "wine-session.sh"
+    assert "making the Wine prefix" not in run(session, "true").stderr
+    module = next(base.glob("*/windows/system32/msxml3.dll"))
+    before, content = module.stat(), module.read_bytes()
+    module.write_bytes(content[:-1] + b"?")
+    os.utime(module, ns=(before.st_atime_ns, before.st_mtime_ns))
+    assert "keyreap: making the Wine prefix" in run(session, "true").stderr
+    assert module.read_bytes() == content
+
+
+def test_a_session_goes_on_with_the_base_that_it_began_with(tree):
+    base = tree.build / "wine" / "base"
+    base.unlink()
+    session = tree.folder / "scripts" / "wine-session.sh"
+    words = [session, "bash", "-c", "echo begun; read -r _; wine cmd /c exit 9"]
+    first = subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+    assert first.stdout.readline() == "begun\n"
+    (base / "drive_c" / "windows" / "win.ini").touch()
+    assert "keyreap: making the Wine prefix" in run(session, "true").stderr
+    assert len(list(base.parent.glob("base.old.*"))) == 1
+    first.communicate("\n")
+    assert first.returncode == 9
+    script = 'source "$1/scripts/common.sh"; source "$1/scripts/setup.sh"; remove_old_bases'
+    assert run("bash", "-c", script, "bash", tree.folder).returncode == 0
+    assert list(base.parent.glob("base.old.*")) == []
