@@ -32,10 +32,25 @@ first_start() {
     # The default user's hive has it on Windows, and is more than what a server may write and a trace take away: with
     # its request log on, Wine's server falls when it is to save a hive whose last key was deleted.
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add 'HKU\.DEFAULT\Environment' /f
+    set_up_windows
     run_in_session "$WINESERVER" -k
     run_in_session timeout 60 "$WINESERVER" -w
     end_session
     [[ -f $PREFIX/system.reg && -f $PREFIX/user.reg && -f $PREFIX/userdef.reg && -d $PREFIX/drive_c/windows/syswow64 ]]
+}
+
+# set_up_windows: settings for sessions with a display.
+set_up_windows() {
+    # This Wine can't draw what a 32-bit program shows on a 64-bit host: its windows would be black and wait for input
+    # all the same. Without the driver such a program finds no display.
+    set_text 'HKCU\Software\Wine\DllOverrides' 'C:\windows\syswow64\winex11.drv' ''
+    # The error dialog's font, which only Windows has; this one has equal widths too.
+    set_text 'HKCU\Software\Wine\Fonts\Replacements' 'Courier New' 'DejaVu Sans Mono'
+}
+
+# set_text KEY NAME TEXT: a value in the base's registry.
+set_text() {
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add "$1" /v "$2" /d "$3" /f
 }
 
 # drop_classes: a system hive without the sections of Software\Classes and what lies below it.

@@ -3,8 +3,9 @@
 
 # shellcheck disable=SC2034 # setup.sh names what each level needs
 {
-    # g++ builds the filter between Wine's server and its request log, and the observer of crashes.
-    WINE_PACKAGES=(wine wine64 g++)
+    # g++ builds the filter between Wine's server and its request log, and the observer of crashes; the fonts have that of
+    # the error dialog's details.
+    WINE_PACKAGES=(wine wine64 g++ fonts-dejavu-core)
 
     # googletest and mingw-w64-tools belong to the one configuration of each build.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)

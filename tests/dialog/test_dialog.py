@@ -3,7 +3,7 @@ build/pictures."""
 
 import pytest
 
-from windowsession import Dialog, Display, Program
+from windowsession import ROOT, Dialog, Display, Program
 
 SHORT = "Keyreap has stopped because of an unexpected error.\r\nThis is a second line."
 DETAILS = "[EXCEPTION_UNHANDLED] (0xc0000005)\r\n\r\nnarrow iiiiiiii |\r\nwide   WWWWWWWW |\r\n"
@@ -118,3 +118,25 @@ def test_a_fault_shows_it_and_the_program_ends_with_the_faults_code(display):
         window = program.window("Error")
         program.picture(window, "fault")
         assert program.ends_with("Escape") == 0xC0000005 & 0xFF
+
+
+STAGE = ROOT / "build" / "stage" / "bin"
+
+
+def capturing_a_fault(bitness):
+    """The words of a capture whose target faults."""
+    server = ROOT / "build" / "samples" / bitness / "faultDivideByZero.dll"
+    return ["extreg", "Z:" + str(server).replace("/", "\\"), "none.reg", "keyRedir"]
+
+
+# The companion's fault and the one of the 32-bit program itself.
+@pytest.mark.parametrize("program", ["x64", "x86"])
+def test_a_fault_in_a_32_bit_target_ends_the_run_with_its_code_and_no_window(display, program):
+    with Program(display, STAGE / program / "Keyreap.exe", *capturing_a_fault("x86")) as run:
+        assert run.status() == 0xC0000094 & 0xFF
+
+
+def test_a_fault_in_a_64_bit_target_shows_the_dialog(display):
+    with Program(display, STAGE / "x64" / "Keyreap.exe", *capturing_a_fault("x64")) as run:
+        run.window("Error")
+        assert run.ends_with("Escape") == 0xC0000094 & 0xFF

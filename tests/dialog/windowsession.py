@@ -13,8 +13,8 @@ PICTURES = ROOT / "build" / "pictures"
 SESSION = ROOT / "scripts" / "wine-session.sh"
 PATIENCE = 120
 
-# The desktop is a window of Wine's own, with captions round its windows and the focus in Wine's hands, and a
-# machine without the system's fonts has one with equal widths in place of the one that the dialog asks for.
+# The desktop is a window of Wine's own, with captions round its windows and the focus in Wine's hands. All else is as in
+# every session.
 SETTINGS = r"""REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\Explorer]
@@ -22,9 +22,6 @@ SETTINGS = r"""REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\Explorer\Desktops]
 "Default"="1280x1024"
-
-[HKEY_CURRENT_USER\Software\Wine\Fonts\Replacements]
-"Courier New"="DejaVu Sans Mono"
 """
 
 STARTER = '/usr/bin/wine regedit /S "$1" && /usr/bin/wineserver -w && shift && exec /usr/bin/wine "$@"'
