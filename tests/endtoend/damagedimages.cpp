@@ -23,8 +23,12 @@ std::optional<DWORD> StatusOf(const std::wstring& commandLine) {
     return RunningProgram(commandLine).WaitFor(patience);
 }
 
-std::optional<DWORD> StatusOfAnyHost(Bitness bitness, const std::wstring& file) {
-    return StatusOf(Quoted(Sample(bitness, L"registerhost.exe")) + L" " + Quoted(file));
+// Where an image comes to lie is the process's affair: the place that it asks for may be free in one and
+// taken in another, and the loader may fault over an image that it moves and not over the same one where it
+// stays.
+bool EndsAnotherHostSo(std::optional<DWORD> status, Bitness bitness, const std::wstring& file) {
+    const std::wstring line = Quoted(Sample(bitness, L"registerhost.exe")) + L" " + Quoted(file);
+    return StatusOf(line) == status || StatusOf(line + L" moved") == status;
 }
 
 } // namespace
@@ -36,7 +40,8 @@ void DamagedImages::CaptureOne(Bitness bitness, const std::wstring& file) {
     } else if (status == statusFailed) {
         ++failed;
     } else {
-        EXPECT_EQ(status, StatusOfAnyHost(bitness, file)) << testing::PrintToString(file);
+        EXPECT_TRUE(EndsAnotherHostSo(status, bitness, file))
+            << testing::PrintToString(file) << " ends the run with " << testing::PrintToString(status);
     }
 }
 

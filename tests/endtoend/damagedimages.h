@@ -12,8 +12,8 @@ namespace keyreap::endtoend {
 class DamagedImages : public Workbench {
 protected:
     // Gives many damaged servers to a build of that bitness, one a run, and expects of each run a result, a
-    // failure, or the very fault with which the image ends any other host. A run may stay only if the image
-    // keeps any other host too.
+    // failure, or the very fault with which the image ends another host, in the place that it asks for or
+    // moved from there. A run may stay only if the image keeps such a host too.
     void CaptureThem(Bitness bitness);
 
 private:

@@ -2,16 +2,40 @@
 
 #include <string>
 
-// Usage: registerhost FILE
+// Usage: registerhost FILE [moved]
 // Lets a file register itself, with nothing round it: a server is loaded and its registration called, and
 // what is none is started as a program with /REGSERVER. Status 0: it was called; 1: the file can't be loaded
-// or has no registration; 3: no file was named. A fault ends the program with the fault's own code.
+// or has no registration; 3: no file was named. A fault ends the program with the fault's own code. With
+// `moved` the place in memory that the file asks for is taken, so that the system has to move it.
 
 namespace {
 
 LONG WINAPI EndWithItsCode(EXCEPTION_POINTERS* exception) {
     TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
     return EXCEPTION_EXECUTE_HANDLER;
+}
+
+// What the file asks for, or 0 if that can't be read. The two parts of the headers may lie anywhere in a
+// damaged file.
+ULONG_PTR PreferredPlace(const wchar_t* file) {
+    IMAGE_DOS_HEADER start{};
+    IMAGE_NT_HEADERS headers{};
+    DWORD read = 0;
+    const HANDLE handle = CreateFileW(file, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const bool whole =
+        ReadFile(handle, &start, sizeof(start), &read, nullptr) && read == sizeof(start) &&
+        SetFilePointer(handle, start.e_lfanew, nullptr, FILE_BEGIN) != INVALID_SET_FILE_POINTER &&
+        ReadFile(handle, &headers, sizeof(headers), &read, nullptr) && read == sizeof(headers);
+    CloseHandle(handle);
+    return whole ? headers.OptionalHeader.ImageBase : 0;
+}
+
+void TakePlace(ULONG_PTR place) {
+    if (place != 0) {
+        // Where it fails, somebody else has the place.
+        VirtualAlloc(reinterpret_cast<void*>(place), 1, MEM_RESERVE, PAGE_NOACCESS);
+    }
 }
 
 bool CallRegistration(const wchar_t* file) {
@@ -39,8 +63,12 @@ void RunAsProgram(const std::wstring& file) {
 } // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    if (count != 2) {
+    const bool moved = count == 3 && std::wstring(arguments[2]) == L"moved";
+    if (count != 2 && !moved) {
         return 3;
+    }
+    if (moved) {
+        TakePlace(PreferredPlace(arguments[1]));
     }
     SetUnhandledExceptionFilter(EndWithItsCode);
     if (CallRegistration(arguments[1])) {
