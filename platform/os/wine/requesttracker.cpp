@@ -180,12 +180,7 @@ bool RequestTracker::BelongsToStart(const Answered& answered, const KeyRequest& 
     }
     const std::string line = SystemStart::LineOf(request, facts);
     const unsigned most = systemStart.CountOf(line);
-    unsigned& made = answered.process.startChanges[line];
-    if (made >= most) {
-        return false;
-    }
-    ++made;
-    return true;
+    return most != 0 && answered.process.startChanges[line]++ < most;
 }
 
 void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
