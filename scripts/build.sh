@@ -8,21 +8,27 @@ project_version() {
 }
 
 program_staged() {
-    [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe ]]
+    local bitness
+    for bitness in x64 x86; do
+        [[ -f $STAGE/bin/$bitness/Keyreap.exe && -f $STAGE/samples/$bitness/thermometer.dll ]] || return
+    done
 }
 
-# program_sources: the files and folders that the program is built from, each ended by a NUL.
+# program_sources: the files and folders that the program and its sample server are built from, each ended by a NUL.
 program_sources() {
     local list
     printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
     for list in "$ROOT"/*/CMakeLists.txt; do
         [[ $list == "$ROOT"/@(tests|examples|benchmarks)/* ]] || printf '%s\0' "${list%/*}"
     done
+    for list in server thermometer; do
+        [[ ! -d $ROOT/examples/$list ]] || printf '%s\0' "$ROOT/examples/$list"
+    done
 }
 
 make_program() {
-    step build-x64 "building x64" build_preset x64 Keyreap
-    step build-x86 "building x86" build_preset x86 Keyreap
+    step build-x64 "building x64" build_preset x64 Keyreap thermometer
+    step build-x86 "building x86" build_preset x86 Keyreap thermometer
     step stage "staging the program" stage_program
 }
 

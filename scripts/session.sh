@@ -19,10 +19,16 @@ for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
 STEADY=()
 ! setarch -R true 2>/dev/null || STEADY=(setarch -R)
 
+# check_pool: the caller can use the prefixes.
+check_pool() {
+    [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
+    mkdir -p "$POOL" 2>/dev/null && [[ -w $POOL ]] || fail "cannot write to $POOL"
+    [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
+}
+
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
-    mkdir -p "$POOL"
     while true; do
         for ((number = 1; number <= POOL_SIZE; number++)); do
             exec 9>"$POOL/$number.lock"
@@ -147,8 +153,10 @@ end_session() {
 
 # end_on_signal NAME: ends the session, then this script the way the signal would have ended it.
 end_on_signal() {
-    trap '' INT TERM HUP
+    trap '' INT TERM HUP QUIT
     end_session
     trap - "$1"
+    # QUIT would leave a memory image of this script.
+    ulimit -c 0
     kill -s "$1" "$$"
 }

@@ -12,6 +12,8 @@ source "$ROOT/scripts/packages.sh"
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/requests.sh
 source "$ROOT/scripts/requests.sh"
+# shellcheck source=scripts/checks.sh
+source "$ROOT/scripts/checks.sh"
 # shellcheck source=scripts/session.sh
 source "$ROOT/scripts/session.sh"
 # shellcheck source=scripts/base.sh
@@ -25,8 +27,7 @@ STAMPS=$BUILD/stamps
 # it was killed, the next one makes again.
 set_up() {
     up_to_date "$1" && return
-    mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
-    exec 9>"$BUILD/setup.lock"
+    mkdir -p "$STAMPS" 2>/dev/null && { exec 9>"$BUILD/setup.lock"; } 2>/dev/null || fail "cannot write to $BUILD"
     if ! flock -n 9; then
         say "waiting for another set-up to end"
         flock 9
@@ -56,12 +57,12 @@ level_there() {
 }
 
 wine_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && base_untouched
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && check_there && base_untouched
 }
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES"
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "${CAPTURE_CHECK_SOURCES[@]}"
     [[ $1 == wine ]] || program_sources
 }
 
@@ -109,5 +110,6 @@ make_level() {
 make_wine() {
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
     filter_ready || step request-filter "building the filter of requests" make_filter
+    check_ready || step capture-check "building the check of words and files" make_check
     base_ready || step wine-base "making the Wine prefix" make_base
 }

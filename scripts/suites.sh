@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # The suites of tests: which there are, how each kind is run, and what its output counts. Sourced after
-# common.sh, build.sh and paths.sh. A suite is one line: NAME, KIND, FILE and WHOLE, parted by tabs. The kinds:
+# common.sh, build.sh, checks.sh and paths.sh. A suite is one line: NAME, KIND, FILE and WHOLE, parted by tabs. The kinds:
 #   windows   a program of the build x64 or x86, run in a Wine session of its own
 #   requests  the same in a session with the request log
 #   native    a program of the builds for this machine

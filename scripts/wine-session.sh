@@ -11,6 +11,9 @@
 #                      trace needs it; the server stays until the end of the session
 #   --checked-heaps    a program that looks through its heaps (HeapValidate) sees what was written just past memory
 #   --ready            the caller has seen to the set-up
+#   --silent           what the command writes to its standard streams goes nowhere
+#   --then N WORD...   the command of N words, with the status as one more, takes this script's place when the session
+#                      has ended
 #
 # The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -19,7 +22,8 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 
-classes=all share='' requests=no heaps=usual ready=no
+classes=all share='' requests=no heaps=usual ready=no output=shown
+afterwards=()
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
@@ -28,6 +32,11 @@ while (($# > 0)); do
     --requests) requests=yes ;;
     --checked-heaps) heaps=checked ;;
     --ready) ready=yes ;;
+    --silent) output=none ;;
+    --then)
+        afterwards=("${@:3:$2}")
+        shift $(($2 + 1))
+        ;;
     --) shift && break ;;
     --*) fail "wine-session.sh: unknown option $1" ;;
     *) break ;;
@@ -37,10 +46,11 @@ done
 (($# > 0)) || fail "wine-session.sh: no command"
 [[ $ready == yes ]] || set_up wine
 
+check_pool
 take_prefix
 stay_on_one_core
 start_keeper
-for signal in INT TERM HUP; do
+for signal in INT TERM HUP QUIT; do
     # shellcheck disable=SC2064 # the name is meant now
     trap "end_on_signal $signal" "$signal"
 done
@@ -49,6 +59,11 @@ renew_prefix "$classes" "$share"
 [[ $heaps == usual ]] || check_heaps
 start_server "$requests"
 status=0
-run_in_session "$@" || status=$?
+if [[ $output == shown ]]; then
+    run_in_session "$@" || status=$?
+else
+    run_in_session "$@" >/dev/null 2>&1 || status=$?
+fi
 end_session
+((${#afterwards[@]} == 0)) || exec "${afterwards[@]}" "$status"
 exit "$status"

@@ -87,10 +87,12 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        for name in ("scripts", "tools/requestfilter"):
+        for name in ("scripts", "tools/requestfilter", "tools/capturecheck"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
-        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):
+        (folder / "pe").mkdir()
+        checked = ["pe/%s.%s" % (name, kind) for name in ("checkedview", "imagetables") for kind in ("cpp", "h")]
+        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()
 
@@ -99,6 +101,7 @@ class Tree:
         (self.build / "wine").mkdir(parents=True)
         for name in ("modules", "base", "requestfilter", "requestfilter.version"):
             subprocess.run(["cp", "-al", ROOT / "build" / "wine" / name, self.build / "wine" / name], check=True)
+        subprocess.run(["cp", "-al", ROOT / "build" / "tools", self.build / "tools"], check=True)
 
     def run(self, *words, **options):
         return run(self.keyreap, *words, **options)
