@@ -26,6 +26,14 @@ check_pool() {
     [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
 }
 
+# allow_open_files: Wine's server and its programs share one limit, and they end without a word when they meet it.
+allow_open_files() {
+    local needed=256 usual=4096
+    [[ $(ulimit -n) != unlimited ]] && (($(ulimit -n) < usual)) || return 0
+    ulimit -n "$usual" 2>/dev/null || ulimit -S -n "$(ulimit -H -n)" 2>/dev/null || true
+    (($(ulimit -n) >= needed)) || fail "only $(ulimit -n) files can be open at once (ulimit -n), and a run needs $needed"
+}
+
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number

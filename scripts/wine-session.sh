@@ -47,6 +47,7 @@ done
 [[ $ready == yes ]] || set_up wine
 
 check_pool
+allow_open_files
 take_prefix
 stay_on_one_core
 start_keeper
