@@ -164,7 +164,7 @@ end_on_signal() {
     trap '' INT TERM HUP QUIT
     end_session
     trap - "$1"
-    # QUIT would leave a memory image of this script.
-    ulimit -c 0
+    # The shell itself can't be ended by QUIT; and no memory image is wanted.
+    [[ $1 != QUIT ]] || { ulimit -c 0 && exec env --default-signal=QUIT /bin/sh -c 'kill -s QUIT $$'; }
     kill -s "$1" "$$"
 }

@@ -65,16 +65,16 @@ struct StatesAndWords {
 int Prepare(std::span<const std::string> words) {
     const CommandWords command(words);
     const std::vector<PairFiles> pairs = FilesOf(command);
+    if (const auto refusal = RefusalOf(pairs)) {
+        PrintRecord("say", PrintableName(refusal->name) + ": " + refusal->text);
+        return REFUSED;
+    }
     const std::vector<Remark> remarks = RemarksOn(command);
     for (const Remark& remark : remarks) {
         PrintRecord("say", PrintableName(remark.name) + ": " + remark.text);
     }
     if (!remarks.empty()) {
         PrintRecord("usage", "");
-    }
-    if (const auto refusal = RefusalOf(pairs)) {
-        PrintRecord("say", PrintableName(refusal->name) + ": " + refusal->text);
-        return REFUSED;
     }
     PrintWords(words, pairs, PrintRecord);
     return 0;

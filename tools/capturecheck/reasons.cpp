@@ -37,12 +37,22 @@ std::string ImageReason(const InputFacts& facts) {
     return "";
 }
 
+// Of a path that leads to no file of this machine.
+std::string DriveReason(const std::string& windowsPath) {
+    const bool hasDrive = windowsPath.size() > 1 && windowsPath[1] == ':';
+    if (!hasDrive || windowsPath[0] == 'C' || windowsPath[0] == 'c') {
+        return "";
+    }
+    return std::string("there is no drive ") + windowsPath[0] +
+           ": in a run, only C: of its own and Z: for this machine";
+}
+
 std::string InputReason(const PairFiles& pair) {
     if (pair.input.word.empty()) {
         return "an empty word names no file";
     }
     if (!pair.input.host) {
-        return "";
+        return DriveReason(pair.input.windowsPath);
     }
     const HostFile& file = *pair.input.host;
     switch (pair.facts.kind) {
@@ -83,7 +93,8 @@ std::string OutputReason(const NamedFile& output) {
         return "an empty word names no file to write";
     }
     if (!output.host) {
-        return "";
+        const std::string reason = DriveReason(output.windowsPath);
+        return reason.empty() ? "" : name + " can't be written: " + reason;
     }
     const HostFile& file = *output.host;
     if (!file.HasFolder()) {
