@@ -91,8 +91,12 @@ int ShowProgress(const StatesAndWords& given) {
     while (isEnded == 0 && getppid() == parent) {
         const Progress progress = ProgressOf(FilesOf(command), given.states);
         const std::size_t count = given.states.size();
-        std::cerr << "\x1b[?7l\r\x1b[Kkeyreap: " << std::min(progress.written + 1, count) << " of " << count
-                  << ": " << PrintableName(progress.current) << "\x1b[?7h" << std::flush;
+        // In one piece, since the writer may be killed at any moment. A line too long for the terminal is cut
+        // there.
+        const std::string line =
+            "\r\x1b[K\x1b[?7lkeyreap: " + std::to_string(std::min(progress.written + 1, count)) + " of " +
+            std::to_string(count) + ": " + PrintableName(progress.current) + "\x1b[?7h";
+        std::cerr << line << std::flush;
         nanosleep(&PAUSE, nullptr);
     }
     std::cerr << "\r\x1b[K" << std::flush;
