@@ -156,7 +156,9 @@ def at_a_terminal(command, folder):
         pass
     os.close(own)
     process.wait()
-    return printed.decode().replace("\r", "")
+    # A line that a later one covers is none.
+    covered = re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", printed.decode()).replace("\r\x1b[K", "")
+    return covered.replace("\r", "")
 
 
 def session_of(name):

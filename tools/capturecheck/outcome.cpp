@@ -182,11 +182,12 @@ std::vector<PairRemark> RunOutcome::Remarks() const {
 Progress ProgressOf(const std::vector<PairFiles>& pairs, const std::vector<std::string>& states) {
     Progress progress;
     for (const std::size_t i : OrderOf(pairs.size(), [&](std::size_t at) { return IsNative(states[at]); })) {
-        if (IsWrittenSince(pairs[i], states[i])) {
-            ++progress.written;
-        } else if (progress.current.empty()) {
+        if (!IsWrittenSince(pairs[i], states[i])) {
             progress.current = pairs[i].input.word;
+            break;
         }
+        ++progress.written;
+        progress.current = pairs[i].input.word;
     }
     return progress;
 }

@@ -60,7 +60,7 @@ private:
     std::string failedName;
 };
 
-// How many of the pairs are written, and the input whose turn it is: of a run that goes on.
+// How many of the pairs are written, and the input whose turn it is, or was last: of a run that goes on.
 struct Progress {
     std::size_t written = 0;
     std::string current;
