@@ -11,11 +11,11 @@ usage() {
     say "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS, STATES and STATUS; gives
-# the check's status.
+# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and STATUS with
+# what the last record says; a check without a last record has failed.
 take_records() {
     local kind text name='' path=''
-    WORDS=() STATES=()
+    WORDS=() STATES=() STATUS=
     while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
         case $kind in
         word) WORDS+=("$text") ;;
@@ -25,11 +25,10 @@ take_records() {
         name) name=$text ;;
         path) path=$text ;;
         open) say "$name: $(pair_reason "$path" "$text" </dev/null)" ;;
-        # shellcheck disable=SC2034 # the report ends with it
         status) STATUS=$text ;;
         esac
     done < <("$CAPTURE_CHECK" "$@")
-    wait "$!"
+    [[ -n $STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
 }
 
 # pair_reason WINDOWS_PATH OTHERWISE: why a pair failed whose files don't show it. What crashed says more than what was

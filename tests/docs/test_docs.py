@@ -180,6 +180,30 @@ def test_a_session_prints_what_it_shows(desk, name):
         assert printed == expected, command
 
 
+def first_block(name, text):
+    """The first commands of a document that hold a text."""
+    return next(fence[2] for fence in FENCE.finditer(text_of(name)) if fence[1] == "sh" and text in fence[2])
+
+
+def test_the_first_commands_show_what_a_server_registers(desk):
+    """Nothing is on the desk but what a clone has and a set-up makes."""
+    for name in ("server.dll", "hlink64.dll", "hlink32.dll"):
+        (desk / name).unlink()
+    block = first_block("README.md", "./keyreap")
+    result = subprocess.run(["bash", "-c", block], cwd=desk, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert result.returncode == 0, result.stderr
+    assert '[HKEY_CLASSES_ROOT\\KeyreapExample.Thermometer]\n@="Keyreap example: thermometer"' in result.stdout.replace("\r", "")
+
+
+def test_the_line_of_many_captures_goes_on_after_a_file_that_is_no_server(desk):
+    (desk / "a broken.dll").write_text("no image")
+    block = first_block("docs/building.md", "xargs")
+    result = subprocess.run(["bash", "-c", block], cwd=desk, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert result.returncode == 123
+    assert result.stderr == "keyreap: a broken.dll: it is neither a PE image nor a type library\n"
+    assert sorted(file.name for file in desk.glob("*.reg")) == ["hlink32.dll.reg", "hlink64.dll.reg", "server.dll.reg"]
+
+
 @pytest.mark.parametrize("kind, text", blocks("bat"))
 def test_commands_of_windows_work(desk, kind, text, tmp_path):
     subprocess.run([ROOT / "scripts" / "package.sh", tmp_path / "keyreap.zip"], check=True, capture_output=True)

@@ -1,18 +1,21 @@
 // What ./keyreap knows of its words and files before and after a run. All that it finds goes to the standard
-// output as records, each a kind and a text, both ended by a NUL; the script speaks.
+// output as records, each a kind and a text, both ended by a NUL; the script speaks. A line to be said is
+// `say`, and `usage` asks for the usage. The last record is `status`.
+//
 //   capturecheck prepare WORD...
-//       word   a word for Keyreap.exe          state  of a pair, for the other two
-//       say    a line about a word             usage  the usage is wanted
-//     Ends with 125 if the run must not begin; the last line says why.
+//       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two below.
+//       The status is 0, or 125 if the run must not begin; the line before it says why.
+//
 //   capturecheck progress N STATE... WORD...
-//     Writes a line to the standard error that shows how far the run is, until the parent ends or it is ended
-//     itself.
+//       Writes a line to the standard error that shows how far the run is, until the parent ends or it is
+//       ended itself.
+//
 //   capturecheck report plain|terminal N STATE... WORD... STATUS
-//       say    a line                          usage  the usage is wanted
-//       name, path, open   of a pair that failed: its word, its Windows path, and what to say if nobody knows
-//       more status the command's own
+//       Gives `name`, `path` and `open` for a pair that failed: its word, its Windows path, and what to say
+//       if nobody knows more. The status is the command's own.
+//
 //   capturecheck path WORD
-//     Prints the Windows path of the file that the word names.
+//       Prints the Windows path of the file that the word names.
 #include <algorithm>
 #include <charconv>
 #include <clocale>
@@ -67,7 +70,8 @@ int Prepare(std::span<const std::string> words) {
     const std::vector<PairFiles> pairs = FilesOf(command);
     if (const auto refusal = RefusalOf(pairs)) {
         PrintRecord("say", PrintableName(refusal->name) + ": " + refusal->text);
-        return REFUSED;
+        PrintRecord("status", std::to_string(REFUSED));
+        return 0;
     }
     const std::vector<Remark> remarks = RemarksOn(command);
     for (const Remark& remark : remarks) {
@@ -77,6 +81,7 @@ int Prepare(std::span<const std::string> words) {
         PrintRecord("usage", "");
     }
     PrintWords(words, pairs, PrintRecord);
+    PrintRecord("status", "0");
     return 0;
 }
 
