@@ -17,4 +17,4 @@ reader=plain
 [[ ! -t 2 ]] || reader=terminal
 take_records report "$reader" "${@:2}"
 # A report of another part of the project on the same run has its line here.
-exit "$STATUS"
+exit "$OWN_STATUS"

@@ -27,7 +27,8 @@ STAMPS=$BUILD/stamps
 # it was killed, the next one makes again.
 set_up() {
     up_to_date "$1" && return
-    mkdir -p "$STAMPS" 2>/dev/null && { exec 9>"$BUILD/setup.lock"; } 2>/dev/null || fail "cannot write to $BUILD"
+    mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
+    { exec 9>"$BUILD/setup.lock"; } 2>/dev/null || fail "cannot write to $BUILD"
     if ! flock -n 9; then
         say "waiting for another set-up to end"
         flock 9

@@ -1,21 +1,19 @@
 # shellcheck shell=bash
 # What ./keyreap says to whoever called it, all on standard error. Sourced after common.sh and checks.sh.
 
-# Scripts that know more of a failed pair than its files show.
-for part in reasons; do
-    # shellcheck source=/dev/null
-    [[ ! -f $ROOT/scripts/$part.sh ]] || source "$ROOT/scripts/$part.sh"
-done
+# What knows more of a failed pair than its files show: crash_reason and input_reason.
+# shellcheck source=/dev/null
+[[ ! -f $ROOT/scripts/reasons.sh ]] || source "$ROOT/scripts/reasons.sh"
 
 usage() {
     say "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and STATUS with
-# what the last record says; a check without a last record has failed.
+# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and OWN_STATUS
+# with what the last record says; a check without a last record has failed.
 take_records() {
     local kind text name='' path=''
-    WORDS=() STATES=() STATUS=
+    WORDS=() STATES=() OWN_STATUS=
     while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
         case $kind in
         word) WORDS+=("$text") ;;
@@ -25,10 +23,10 @@ take_records() {
         name) name=$text ;;
         path) path=$text ;;
         open) say "$name: $(pair_reason "$path" "$text" </dev/null)" ;;
-        status) STATUS=$text ;;
+        status) OWN_STATUS=$text ;;
         esac
     done < <("$CAPTURE_CHECK" "$@")
-    [[ -n $STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
+    [[ -n $OWN_STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
 }
 
 # pair_reason WINDOWS_PATH OTHERWISE: why a pair failed whose files don't show it. What crashed says more than what was
@@ -45,6 +43,7 @@ start_progress_line() {
     PROGRESS=none
     [[ -t 2 ]] && ((${#STATES[@]} > 1)) || return 0
     "$CAPTURE_CHECK" progress "${#STATES[@]}" "${STATES[@]}" "$@" </dev/null >/dev/null &
+    # shellcheck disable=SC2034 # the report gets it
     PROGRESS=$!
 }
 
