@@ -133,6 +133,7 @@ SAMPLES = ROOT / "build" / "samples"
 
 
 def test_a_run_of_many_pairs_shows_how_far_it_is(tmp_path):
+    assert run(ROOT / "keyreap", "extreg").returncode == 0
     words = [word for number in range(4) for word in (SAMPLES / "x64" / "plain.dll", tmp_path / ("%d.reg" % number))]
     terminal = Terminal(ROOT / "keyreap", "extreg", *words, "keyRedir")
     shown = terminal.shown()
