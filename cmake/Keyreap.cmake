@@ -1,14 +1,16 @@
 # For the build of a COM server: makes what the server writes to the registry a product of the build.
 #
 #   include(.../cmake/Keyreap.cmake)
-#   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...])
+#   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...]
+#                   [ALLOW_FILLERS])
 #
 # <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
 # target's property KEYREAP_REG_FILE tells which. It is made anew whenever the server changes, or something
 # named by DEPENDS, such as a type library that the server registers from beside itself. Without MODE it is `both`.
 # The target <target>_reg makes it, and is part of a whole build.
 #
-# A capture that fails, or finds nothing, fails the build and leaves no file. On Linux captures run side by side, each
+# A capture that fails, or finds nothing, fails the build with the reason and leaves no file. So does one with fillers, which
+# stand for values that could not be read again, unless ALLOW_FILLERS is given. On Linux captures run side by side, each
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
 
@@ -26,7 +28,7 @@ find_program(
 set(KEYREAP_CAPTURE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/KeyreapCapture.cmake)
 
 function(keyreap_capture target)
-  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "" "MODE;OUTPUT" "DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS" "MODE;OUTPUT" "DEPENDS")
   if(CAPTURE_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "keyreap_capture(${target}): unknown words ${CAPTURE_UNPARSED_ARGUMENTS}")
   endif()
@@ -44,7 +46,8 @@ function(keyreap_capture target)
   add_custom_command(
     OUTPUT ${CAPTURE_OUTPUT}
     COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYREAP_COMMAND} -D SERVER=$<TARGET_FILE:${target}>
-            -D OUTPUT=${CAPTURE_OUTPUT} -D MODE=${CAPTURE_MODE} -P ${KEYREAP_CAPTURE_SCRIPT}
+            -D OUTPUT=${CAPTURE_OUTPUT} -D MODE=${CAPTURE_MODE}
+            -D ALLOW_FILLERS=${CAPTURE_ALLOW_FILLERS} -P ${KEYREAP_CAPTURE_SCRIPT}
     DEPENDS ${target} ${CAPTURE_DEPENDS} ${KEYREAP_CAPTURE_SCRIPT}
     COMMENT "Capturing the registration of ${target}"
     VERBATIM)

@@ -1,5 +1,5 @@
 # One capture as a step of a build, run by the rule that keyreap_capture makes:
-#   cmake -D COMMAND=... -D SERVER=... -D OUTPUT=... -D MODE=... -P KeyreapCapture.cmake
+#   cmake -D COMMAND=... -D SERVER=... -D OUTPUT=... -D MODE=... [-D ALLOW_FILLERS=ON] -P KeyreapCapture.cmake
 cmake_minimum_required(VERSION 3.25)
 
 file(REMOVE ${OUTPUT})
@@ -9,10 +9,15 @@ if(CMAKE_HOST_WIN32)
   file(LOCK $ENV{TEMP}/keyreap-capture.lock GUARD PROCESS)
 endif()
 
-execute_process(COMMAND ${COMMAND} extreg ${SERVER} ${OUTPUT}.part ${MODE} RESULT_VARIABLE status)
+execute_process(COMMAND ${COMMAND} extreg ${SERVER} ${OUTPUT}.part ${MODE} RESULT_VARIABLE status
+                ERROR_VARIABLE said)
+string(STRIP "${said}" said)
 if(NOT status EQUAL 0)
   file(REMOVE ${OUTPUT}.part)
-  message(FATAL_ERROR "The capture of ${SERVER} ended with ${status}")
+  message(FATAL_ERROR "The capture of ${SERVER} ended with ${status}\n${said}")
+endif()
+if(said)
+  message("${said}")
 endif()
 
 # A registration that could not be seen leaves no more than a few empty keys.
@@ -20,6 +25,18 @@ file(STRINGS ${OUTPUT}.part values REGEX "^[@\"]" ENCODING UTF-16LE LIMIT_COUNT 
 if(NOT values)
   file(REMOVE ${OUTPUT}.part)
   message(FATAL_ERROR "The capture of ${SERVER} found no value")
+endif()
+
+# A value that was set and could not be read again has the text of ten characters U+5555.
+if(NOT ALLOW_FILLERS)
+  file(READ ${OUTPUT}.part bytes HEX)
+  string(REPEAT "5555" 10 filler)
+  string(FIND "${bytes}" "3d002200${filler}2200" place) # ="..." in UTF-16
+  if(NOT place EQUAL -1)
+    file(REMOVE ${OUTPUT}.part)
+    message(FATAL_ERROR "The capture of ${SERVER} has fillers in the place of values that could not be read again. "
+                        "Another mode may read them; ALLOW_FILLERS lets them pass.")
+  endif()
 endif()
 
 file(RENAME ${OUTPUT}.part ${OUTPUT})

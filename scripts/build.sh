@@ -8,23 +8,31 @@ project_version() {
     sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
 }
 
-# program_there: staged, with the program beside the build that says why a file can't be registered (reasons.sh).
+# program_there: staged, with a server to try beside it and, beside the build, the program that says why a file can't be
+# registered (reasons.sh).
 program_there() {
-    [[ -f $STAGE/bin/x64/Keyreap.exe && -f $STAGE/bin/x86/Keyreap.exe && -f $BUILD/x64/$EXPLAIN && -f $BUILD/x86/$EXPLAIN ]]
+    local bitness
+    for bitness in x64 x86; do
+        [[ -f $STAGE/bin/$bitness/Keyreap.exe && -f $STAGE/samples/$bitness/thermometer.dll ]] || return
+        [[ -f $BUILD/$bitness/$EXPLAIN ]] || return
+    done
 }
 
-# program_sources: the files and folders that the program is built from, each ended by a NUL.
+# program_sources: the files and folders that the program and its sample server are built from, each ended by a NUL.
 program_sources() {
     local list
     printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
     for list in "$ROOT"/*/CMakeLists.txt; do
         [[ $list == "$ROOT"/@(tests|examples|benchmarks)/* ]] || printf '%s\0' "${list%/*}"
     done
+    for list in server thermometer; do
+        [[ ! -d $ROOT/examples/$list ]] || printf '%s\0' "$ROOT/examples/$list"
+    done
 }
 
 make_program() {
-    step build-x64 "building x64" build_preset x64 Keyreap explain
-    step build-x86 "building x86" build_preset x86 Keyreap explain
+    step build-x64 "building x64" build_preset x64 Keyreap thermometer explain
+    step build-x86 "building x86" build_preset x86 Keyreap thermometer explain
     step stage "staging the program" stage_program
 }
 

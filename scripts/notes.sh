@@ -16,8 +16,7 @@ crash_file() {
     printf '%s/crash' "$1"
 }
 
-# take_notes: when the session has ended. Fills MIXED_KEYS with the names, and CRASH with the words of crash_reason
-# (reasons.sh).
+# take_notes: when the session has ended. Fills MIXED_KEYS with the names, and CRASH with what the observer wrote.
 take_notes() {
     # shellcheck disable=SC2034 # whoever reports has them
     mapfile -t MIXED_KEYS <&5

@@ -11,8 +11,6 @@
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 
-NEEDED_DESCRIPTORS=512
-
 # The options of env(1) that tell which variables of the caller a session's command gets: all but Wine's.
 INHERITED=()
 for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
@@ -22,11 +20,25 @@ for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
 STEADY=()
 ! setarch -R true 2>/dev/null || STEADY=(setarch -R)
 
+# check_pool: the caller can use the prefixes.
+check_pool() {
+    [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
+    mkdir -p "$POOL" 2>/dev/null || true
+    [[ -w $POOL ]] || fail "cannot write to $POOL"
+    [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
+}
+
+# allow_open_files: Wine's server and its programs share one limit, and they end without a word when they meet it.
+allow_open_files() {
+    local needed=256 usual=4096
+    [[ $(ulimit -n) != unlimited ]] && (($(ulimit -n) < usual)) || return 0
+    ulimit -n "$usual" 2>/dev/null || ulimit -S -n "$(ulimit -H -n)" 2>/dev/null || true
+    (($(ulimit -n) >= needed)) || fail "only $(ulimit -n) files can be open at once (ulimit -n), and a run needs $needed"
+}
+
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
-    [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is no number from 1 to 99999: $POOL_SIZE"
-    if ! mkdir -p "$POOL" 2>/dev/null || [[ ! -w $POOL ]]; then fail "cannot write to $POOL"; fi
     while true; do
         for ((number = 1; number <= POOL_SIZE; number++)); do
             exec 9>"$POOL/$number.lock"
@@ -38,15 +50,6 @@ take_prefix() {
         exec 9>&-
         sleep 0.1
     done
-}
-
-# raise_limits: Wine's server has a descriptor for each file and each process of the session.
-raise_limits() {
-    local limit
-    limit=$(ulimit -n)
-    [[ $limit != unlimited ]] && ((limit < NEEDED_DESCRIPTORS)) || return 0
-    ulimit -Sn "$NEEDED_DESCRIPTORS" 2>/dev/null || ulimit -n "$NEEDED_DESCRIPTORS" 2>/dev/null ||
-        fail "a session needs $NEEDED_DESCRIPTORS file descriptors, and the limit is $(ulimit -Hn) (ulimit -n)"
 }
 
 # stay_on_one_core: with all that the session starts from here on. Programs and Wine's server wait for each other at
@@ -142,6 +145,8 @@ end_on_signal() {
     trap '' INT TERM HUP QUIT
     end_session
     trap - "$1"
+    # The shell itself can't be ended by QUIT; and no memory image is wanted.
+    [[ $1 != QUIT ]] || { ulimit -c 0 && exec env --default-signal=QUIT /bin/sh -c 'kill -s QUIT $$'; }
     kill -s "$1" "$$"
     exit $((128 + $(kill -l "$1")))
 }

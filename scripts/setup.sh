@@ -14,6 +14,8 @@ source "$ROOT/scripts/wine.sh"
 source "$ROOT/scripts/requests.sh"
 # shellcheck source=scripts/observer.sh
 source "$ROOT/scripts/observer.sh"
+# shellcheck source=scripts/checks.sh
+source "$ROOT/scripts/checks.sh"
 # shellcheck source=scripts/isolation.sh
 source "$ROOT/scripts/isolation.sh"
 # shellcheck source=scripts/startup.sh
@@ -32,7 +34,7 @@ STAMPS=$BUILD/stamps
 set_up() {
     up_to_date "$1" && return
     mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
-    exec 9>"$BUILD/setup.lock"
+    { exec 9>"$BUILD/setup.lock"; } 2>/dev/null || fail "cannot write to $BUILD"
     if ! flock -n 9; then
         say "waiting for another set-up to end"
         flock 9
@@ -63,12 +65,13 @@ level_there() {
 }
 
 wine_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && observer_there && base_untouched
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && observer_there && check_there && base_untouched
 }
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER" "$OBSERVER_SOURCES"
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER" "$OBSERVER_SOURCES" \
+        "${CAPTURE_CHECK_SOURCES[@]}"
     [[ $1 == wine ]] || printf '%s\0' "${START_RECORDER_SOURCES[@]}"
     [[ $1 == wine ]] || program_sources
 }
@@ -119,5 +122,6 @@ make_wine() {
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
     filter_ready || step request-filter "building the filter of requests" make_filter
     observer_ready || step observer "building the observer of crashes" make_observer
+    check_ready || step capture-check "building the check of words and files" make_check
     base_ready || step wine-base "making the Wine prefix" make_base
 }

@@ -13,8 +13,13 @@
 #   --report-mixed-keys
 #                      with --requests: when all has ended, a line on standard error names the keys that Wine mixed up
 #                      (scripts/mixedkeys.sh), if there are any
+#   --observed         a crash of the command is seen (scripts/observed.sh)
 #   --checked-heaps    a program that looks through its heaps (HeapValidate) sees what was written just past memory
 #   --ready            the caller has seen to the set-up
+#   --silent           what the command writes to its standard streams goes nowhere
+#   --then N WORD...   the command of N words, with the status as one more, takes this script's place when the session
+#                      has ended. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS names keys that
+#                      Wine mixed up (--requests), one a line
 #
 # The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -29,7 +34,8 @@ source "$ROOT/scripts/startup.sh"
 
 given=("$@") INSIDE=no
 [[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
-classes=all share='' requests=no mixed=quiet heaps=usual ready=no
+classes=all share='' requests=no mixed=quiet heaps=usual ready=no output=shown
+observed=no afterwards=()
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
@@ -39,6 +45,12 @@ while (($# > 0)); do
     --report-mixed-keys) mixed=reported ;;
     --checked-heaps) heaps=checked ;;
     --ready) ready=yes ;;
+    --observed) observed=yes ;;
+    --silent) output=none ;;
+    --then)
+        afterwards=("${@:3:$2}")
+        shift $(($2 + 1))
+        ;;
     --) shift && break ;;
     --*) fail "wine-session.sh: unknown option $1" ;;
     *) break ;;
@@ -61,7 +73,8 @@ source "$ROOT/scripts/notes.sh"
 # shellcheck source=scripts/mixedkeys.sh
 source "$ROOT/scripts/mixedkeys.sh"
 
-raise_limits
+check_pool
+allow_open_files
 take_prefix
 stay_on_one_core
 hold_base
@@ -75,10 +88,18 @@ renew_prefix "$classes" "$share"
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
 open_notes "$PREFIX"
+[[ $observed == no ]] || set -- "$ROOT/scripts/observed.sh" "$(crash_file "$PREFIX")" "$@"
 start_server "$requests"
 status=0
-run_in_session "$@" || status=$?
+if [[ $output == shown ]]; then
+    run_in_session "$@" || status=$?
+else
+    run_in_session "$@" >/dev/null 2>&1 || status=$?
+fi
 end_session
 take_notes
+if ((${#afterwards[@]} > 0)); then
+    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$(printf '%s\n' "${MIXED_KEYS[@]}") exec "${afterwards[@]}" "$status"
+fi
 [[ $mixed == quiet ]] || report_mixed_keys
 exit "$status"

@@ -1,72 +1,54 @@
 # shellcheck shell=bash
-# What ./keyreap tells a person at a terminal when a run has ended. Sourced after common.sh and paths.sh.
+# What ./keyreap says to whoever called it, all on standard error. Sourced after common.sh and checks.sh.
 
-# tell_outcome STATUS BEGIN WORD...: one line for the status and one for each .reg file of the command line. BEGIN is
-# when the run began, in seconds since 1970; a file that is older was not written by it.
-tell_outcome() {
-    local status=$1 begin=$2 index
-    shift 2
-    say "status $status: $(status_words "$status" "$@")"
-    [[ ${1-} == extreg ]] || return 0
-    for ((index = 3; index <= $#; index += 2)); do
-        say "${!index}: $(output_words "$(host_path "$(windows_path "${!index}")")" "$begin")"
-    done
+# shellcheck source=scripts/reasons.sh
+source "$ROOT/scripts/reasons.sh"
+
+usage() {
+    say "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# status_words STATUS WORD...
-status_words() {
-    case $1 in
-    0) [[ ${2-} == extreg && $# -ge 4 ]] && echo "captured" || echo "nothing was asked for" ;;
-    255) [[ $# -ge 2 ]] && echo "failed; files behind the one that failed were not tried" || echo "there are no words" ;;
-    *) echo "crashed, or was ended; see docs/exit-status.md" ;;
-    esac
+# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and OWN_STATUS
+# with what the last record says; a check without a last record has failed.
+take_records() {
+    local kind text name='' path=''
+    WORDS=() STATES=() OWN_STATUS=
+    while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
+        case $kind in
+        word) WORDS+=("$text") ;;
+        state) STATES+=("$text") ;;
+        say) say "$text" ;;
+        usage) usage ;;
+        name) name=$text ;;
+        path) path=$text ;;
+        open) say "$name: $(pair_reason "$path" "$text" </dev/null)" ;;
+        status) OWN_STATUS=$text ;;
+        esac
+    done < <("$CAPTURE_CHECK" "$@")
+    [[ -n $OWN_STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
 }
 
-# host_path PATH: prints the path of this machine behind a Windows path, or nothing if it lies on drive C: of the run.
-host_path() {
-    [[ $1 == [Zz]:* ]] || return 0
-    local path=${1:2}
-    printf '%s' "${path//\\//}"
+# pair_reason WINDOWS_PATH OTHERWISE: why a pair failed whose files don't show it. What crashed says more than what was
+# missing, and both more than the sentence OTHERWISE. KEYREAP_CRASH is what was seen of a crash.
+pair_reason() {
+    local reason=${KEYREAP_CRASH-}
+    [[ -n $reason ]] || reason=$(input_reason "$1")
+    printf '%s' "${reason:-$2}"
 }
 
-# output_words FILE BEGIN
-output_words() {
-    if [[ -z $1 ]]; then
-        echo "on a drive that went with the run"
-    elif [[ -z $(find "$1" -newermt "@$2" -print 2>/dev/null) ]]; then
-        echo "not written"
-    else
-        local keys values
-        read -r keys values < <(count_entries "$1")
-        echo "$(counted "$keys" key), $(counted "$values" value), $(counted "$(stat -L -c %s "$1")" byte)"
-    fi
+# start_progress_line WORD...: at a terminal, shows how far a run of many pairs is, on one line. PROGRESS is its process.
+start_progress_line() {
+    PROGRESS=none
+    [[ -t 2 ]] && ((${#STATES[@]} > 1)) || return 0
+    "$CAPTURE_CHECK" progress "${#STATES[@]}" "${STATES[@]}" "$@" </dev/null >/dev/null &
+    # shellcheck disable=SC2034 # the report gets it
+    PROGRESS=$!
 }
 
-counted() {
-    (($1 == 1)) && echo "$1 $2" || echo "$1 $2s"
-}
-
-# count_entries FILE: prints the numbers of keys and values of a .reg file. Names and texts may hold line breaks, and bytes
-# may go on in the next line. A backslash or quote at the start stands unescaped if it is the only one.
-count_entries() {
-    iconv -c -f UTF-16 -t UTF-8 "$1" | awk '
-        function closed(text) {
-            if (text == "\\\"") return 1
-            gsub(/\\./, "", text)
-            return text ~ /"/
-        }
-        { sub(/\r$/, "") }
-        inText { inText = !closed($0); next }
-        inBytes { inBytes = /\\$/; next }
-        { line = name $0; name = "" }
-        line ~ /^\[/ { keys++; next }
-        match(line, /^(@|"([^"\\]|\\.)*"|"\\"|""[^"\\]*")=/) {
-            values++
-            data = substr(line, RLENGTH + 1)
-            if (data ~ /^"/) inText = !closed(substr(data, 2))
-            else inBytes = data ~ /\\$/
-            next
-        }
-        line ~ /^"/ { name = line "\n" }
-        END { print keys + 0, values + 0 }'
+# end_progress_line PROGRESS: returns when the line is free. A dead process has no streams, though it may still be listed.
+end_progress_line() {
+    [[ $1 != none ]] || return 0
+    kill -KILL "$1" 2>/dev/null || true
+    while [[ -e /proc/$1/fd/2 ]]; do sleep 0.01; done
+    printf '\r\e[K' >&2
 }

@@ -161,7 +161,9 @@ def at_a_terminal(command, folder):
         pass
     os.close(own)
     process.wait()
-    return printed.decode().replace("\r", "")
+    # A line that a later one covers is none.
+    covered = re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", printed.decode()).replace("\r\x1b[K", "")
+    return covered.replace("\r", "")
 
 
 def session_of(name):
@@ -181,6 +183,30 @@ def test_a_session_prints_what_it_shows(desk, name):
         for its, shown in folders:
             printed = printed.replace(its, shown)
         assert printed == expected, command
+
+
+def first_block(name, text):
+    """The first commands of a document that hold a text."""
+    return next(fence[2] for fence in FENCE.finditer(text_of(name)) if fence[1] == "sh" and text in fence[2])
+
+
+def test_the_first_commands_show_what_a_server_registers(desk):
+    """Nothing is on the desk but what a clone has and a set-up makes."""
+    for name in ("server.dll", "hlink64.dll", "hlink32.dll"):
+        (desk / name).unlink()
+    block = first_block("README.md", "./keyreap")
+    result = subprocess.run(["bash", "-c", block], cwd=desk, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert result.returncode == 0, result.stderr
+    assert '[HKEY_CLASSES_ROOT\\KeyreapExample.Thermometer]\n@="Keyreap example: thermometer"' in result.stdout.replace("\r", "")
+
+
+def test_the_line_of_many_captures_goes_on_after_a_file_that_is_no_server(desk):
+    (desk / "a broken.dll").write_text("no image")
+    block = first_block("docs/building.md", "xargs")
+    result = subprocess.run(["bash", "-c", block], cwd=desk, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert result.returncode == 123
+    assert result.stderr == "keyreap: a broken.dll: it is neither a PE image nor a type library\n"
+    assert sorted(file.name for file in desk.glob("*.reg")) == ["hlink32.dll.reg", "hlink64.dll.reg", "server.dll.reg"]
 
 
 @pytest.mark.parametrize("kind, text", blocks("bat"))

@@ -119,6 +119,42 @@ def test_a_failed_capture_fails_the_build_and_leaves_no_file(tmp_path):
     assert (made.build / "one.reg").exists()
 
 
+def test_the_reason_of_a_failed_capture_is_shown(tmp_path):
+    made = project(tmp_path)
+    (tmp_path / "act").write_text("echo 'keyreap: one.dll: it is a folder' >&2; exit 255")
+    result = made.make()
+    assert result.returncode != 0
+    assert "ended with 255" in result.stdout and "keyreap: one.dll: it is a folder" in result.stdout
+
+
+def test_what_is_said_of_a_capture_is_shown(tmp_path):
+    made = project(tmp_path)
+    (tmp_path / "act").write_text("echo 'keyreap: one.dll: a remark' >&2")
+    result = made.make()
+    assert result.returncode == 0
+    assert "keyreap: one.dll: a remark" in result.stdout
+
+
+FILLER = '[HKEY_CLASSES_ROOT\\Small]\r\n@="x"\r\n"y"="%s"' % (10 * "\u5555")
+
+
+def test_fillers_fail_the_build(tmp_path):
+    made = project(tmp_path)
+    (tmp_path / "key").write_text(FILLER)
+    result = made.make()
+    assert result.returncode != 0
+    assert "fillers" in result.stdout
+    assert list(made.build.glob("one.reg*")) == []
+
+
+def test_fillers_pass_if_they_are_allowed(tmp_path):
+    made = project(tmp_path, "keyreap_capture(one ALLOW_FILLERS)")
+    (tmp_path / "key").write_text(FILLER)
+    result = made.make()
+    assert result.returncode == 0, result.stdout
+    assert (made.build / "one.reg").exists()
+
+
 @pytest.mark.parametrize("key", ["", "[HKEY_LOCAL_MACHINE\\Software]"])
 def test_a_capture_that_found_nothing_fails_the_build(tmp_path, key):
     made = project(tmp_path)

@@ -91,10 +91,13 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        for name in ("scripts", "tools/requestfilter", "tools/startrecorder", "tools/observer", "platform/os"):
+        tools = ["tools/" + name for name in ("requestfilter", "startrecorder", "observer", "capturecheck")]
+        for name in ("scripts", *tools, "platform/os"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
-        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake"):
+        (folder / "pe").mkdir()
+        checked = ["pe/%s.%s" % (name, kind) for name in ("checkedview", "imagetables") for kind in ("cpp", "h")]
+        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()
 
@@ -104,6 +107,7 @@ class Tree:
         for name in ("modules", "base", "requestfilter", "requestfilter.version", "observer", "observer.version"):
             (self.build / "wine" / name).symlink_to(ROOT / "build" / "wine" / name)
         (self.build / "wine" / "base.lock").touch()
+        subprocess.run(["cp", "-al", ROOT / "build" / "tools", self.build / "tools"], check=True)
 
     def run(self, *words, **options):
         return run(self.keyreap, *words, **options)

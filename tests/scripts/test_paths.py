@@ -1,9 +1,10 @@
 """Which words ./keyreap turns into Windows paths, and how."""
 
 import pytest
-from conftest import ROOT, bash
+from conftest import ROOT, bash, run
 
-SOURCE = 'source "%s/scripts/paths.sh"; ' % ROOT
+SOURCE = 'for part in common checks paths; do source "%s/scripts/$part.sh"; done; ' % ROOT
+CHECK = ROOT / "build" / "tools" / "capturecheck"
 
 
 def windows_path(path, cwd):
@@ -13,9 +14,10 @@ def windows_path(path, cwd):
 
 
 def arguments(*words):
-    result = bash(SOURCE + 'keyreap_arguments list "$@"; printf "%s\\n" "${list[@]}"', *words, cwd="/usr")
+    result = run(CHECK, "prepare", *words, cwd="/usr")
     assert result.returncode == 0, result.stderr
-    return result.stdout.splitlines()
+    records = result.stdout.split("\0")
+    return [text for kind, text in zip(records[::2], records[1::2]) if kind == "word"]
 
 
 @pytest.mark.parametrize("path", ["C:\\a b\\x.dll", "c:/a/x.dll", "z:\\x", "D:x.dll", "\\\\server\\share\\x.dll", "\\\\?\\C:\\x.dll"])
@@ -73,4 +75,4 @@ def test_words_without_the_verb_stay():
 
 
 def test_no_words_are_no_words():
-    assert arguments() == [""]
+    assert arguments() == []

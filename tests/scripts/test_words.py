@@ -1,4 +1,5 @@
-"""./keyreap at a terminal: what it tells while it sets up and when a run has ended. Elsewhere it is silent."""
+"""./keyreap at a terminal: what it says while it sets up, while a run goes on, and when it has ended. What it says
+elsewhere is in test_reports.py."""
 
 import os
 import pty
@@ -8,7 +9,7 @@ import subprocess
 import sys
 
 import pytest
-from conftest import ROOT, bash, processes_of, until
+from conftest import ROOT, processes_of, run, until
 
 GOLDEN = ROOT / "tests" / "endtoend" / "golden"
 sys.path.insert(0, str(GOLDEN))
@@ -16,7 +17,8 @@ sys.path.insert(0, str(GOLDEN))
 import contents  # noqa: E402
 from document import value_lines  # noqa: E402
 
-SOURCE = 'for part in common paths words; do source "%s/scripts/$part.sh"; done; ' % ROOT
+CHECK = ROOT / "build" / "tools" / "capturecheck"
+USAGE = "keyreap: usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 CALCULATOR = GOLDEN / "calculator-x64.reg"
 
 
@@ -51,30 +53,40 @@ def lines(terminal):
 
 def test_a_run_without_work_says_so(ready_tree):
     terminal = Terminal(ready_tree.keyreap, "help")
-    assert lines(terminal) == ["keyreap: status 0: nothing was asked for"]
+    why = "keyreap: help: nothing was done, since the only verb is extreg"
+    assert lines(terminal) == ["keyreap: status 0: nothing was asked for", why, USAGE]
     assert terminal.process.returncode == 0
 
 
-def test_the_status_is_told_and_given(ready_tree):
-    terminal = Terminal(ready_tree.keyreap)
-    assert lines(terminal) == ["keyreap: status 255: there are no words"]
-    assert terminal.process.returncode == 255
+def test_the_status_is_said_and_given(ready_tree):
+    terminal = Terminal(ready_tree.keyreap, "status", "9")
+    assert lines(terminal) == ["keyreap: status 9: crashed, or was ended; see docs/exit-status.md"]
+    assert terminal.process.returncode == 9
 
 
 def test_an_output_that_the_run_did_not_write_is_told(ready_tree, tmp_path):
     (tmp_path / "old.reg").write_text("of an earlier run")
     words = ["extreg", "a.dll", "old.reg", "b.dll", "none.reg", "c.dll", "C:\\x.reg", "trace"]
     assert lines(Terminal(ready_tree.keyreap, *words, cwd=tmp_path)) == [
+        "keyreap: status 125: a file is missing",
+        "keyreap: a.dll: old.reg was not written, although the program ended with 0: the server ended its process",
+        "keyreap: b.dll: skipped, since a.dll failed",
+        "keyreap: c.dll: skipped, since a.dll failed",
+    ]
+
+
+def test_an_output_on_a_drive_of_the_run_is_not_looked_for(ready_tree):
+    terminal = Terminal(ready_tree.keyreap, "extreg", "c.dll", "C:\\x.reg")
+    assert lines(terminal) == [
         "keyreap: status 0: captured",
-        "keyreap: old.reg: not written",
-        "keyreap: none.reg: not written",
         "keyreap: C:\\x.reg: on a drive that went with the run",
     ]
 
 
 def told(file):
-    result = bash(SOURCE + 'tell_outcome 0 0 extreg x.dll "$1"', file)
-    return result.stderr.splitlines()[1]
+    result = run(CHECK, "report", "terminal", 1, "companion -", "extreg", "x.dll", file, 0)
+    records = result.stdout.split("\0")
+    return records[records.index("say", 2) + 1]
 
 
 def counted(number, word):
@@ -93,7 +105,7 @@ def test_keys_values_and_size_of_an_output_are_told(name):
     keys = list(all_keys(getattr(contents, name)()))
     values = sum(len(list(value_lines(key))) for key in keys)
     words = [counted(len(keys), "key"), counted(values, "value"), counted(file.stat().st_size, "byte")]
-    assert told(file) == "keyreap: %s: %s" % (file, ", ".join(words))
+    assert told(file) == "%s: %s" % (file, ", ".join(words))
 
 
 def test_an_output_is_found_under_its_windows_name():
@@ -105,7 +117,7 @@ def test_an_output_is_found_under_its_windows_name():
 def test_odd_entries_count_as_one(tmp_path, entry):
     document = '\ufeffWindows Registry Editor Version 5.00\r\n\r\n[K]\r\n%s\r\n"last"=dword:00000001\r\n' % entry
     (tmp_path / "odd.reg").write_bytes(document.encode("utf-16-le"))
-    assert told(tmp_path / "odd.reg").split(": ")[2].startswith("1 key, 2 values, ")
+    assert told(tmp_path / "odd.reg").split(": ")[1].startswith("1 key, 2 values, ")
 
 
 def test_a_set_up_shows_what_it_is_doing(tree):
@@ -114,7 +126,22 @@ def test_a_set_up_shows_what_it_is_doing(tree):
     assert terminal.process.returncode == 0
     assert "keyreap: building x64\r\n" in shown
     assert re.search(r"\r\x1b\[K  \S", shown)
-    assert shown.endswith("\r\x1b[Kkeyreap: status 0: nothing was asked for\r\n")
+    assert "\r\x1b[Kkeyreap: status 0: nothing was asked for\r\n" in shown
+
+
+SAMPLES = ROOT / "build" / "samples"
+
+
+def test_a_run_of_many_pairs_shows_how_far_it_is(tmp_path):
+    assert run(ROOT / "keyreap", "extreg").returncode == 0
+    words = [word for number in range(4) for word in (SAMPLES / "x64" / "plain.dll", tmp_path / ("%d.reg" % number))]
+    terminal = Terminal(ROOT / "keyreap", "extreg", *words, "keyRedir")
+    shown = terminal.shown()
+    assert terminal.process.returncode == 0
+    assert "\r\x1b[K\x1b[?7lkeyreap: 1 of 4: %s" % words[0] in shown
+    # The line is gone when the run has ended.
+    assert re.search(r"\r\x1b\[Kkeyreap: status 0: captured\r\n", shown)
+    assert len([line for line in shown.split("\r\n") if line]) == 5
 
 
 def test_an_interrupt_ends_the_run_without_further_words(ready_tree):

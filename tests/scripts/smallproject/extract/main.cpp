@@ -26,6 +26,10 @@ int wmain(int count, wchar_t** words) {
     const std::wstring verb = count > 1 ? words[1] : L"";
     if (verb == L"status")
         return _wtoi(words[2]);
+    if (verb == L"print") {
+        std::puts("a server's words");
+        std::fputs("a server's complaints\n", stderr);
+    }
     if (verb == L"wait")
         Sleep(INFINITE);
     while (verb == L"spin") {

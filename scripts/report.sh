@@ -1,0 +1,22 @@
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
+# Usage: report.sh PROGRESS N STATE... WORD... STATUS   (wine-session.sh turns into it when a run of ./keyreap has ended)
+# Says what has to be said of a run of Keyreap.exe, which says nothing itself, and ends with the command's own status.
+# PROGRESS is the process that shows how far the run is, or `none`; STATE is that of a pair before the run, WORD the
+# caller's, and STATUS the program's.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+for part in checks words mixedkeys; do
+    # shellcheck source=/dev/null
+    source "$ROOT/scripts/$part.sh"
+done
+
+end_progress_line "$1"
+reader=plain
+[[ ! -t 2 ]] || reader=terminal
+take_records report "$reader" "${@:2}"
+# shellcheck disable=SC2034 # report_mixed_keys has it
+mapfile -t MIXED_KEYS < <(printf '%s' "$KEYREAP_MIXED_KEYS")
+report_mixed_keys
+exit "$OWN_STATUS"

@@ -1,0 +1,195 @@
+#include "tools/capturecheck/outcome.h"
+
+#include <algorithm>
+#include <ranges>
+
+#include "tools/capturecheck/mappedfile.h"
+#include "tools/capturecheck/names.h"
+#include "tools/capturecheck/reasons.h"
+#include "tools/capturecheck/regcontents.h"
+
+namespace keyreap {
+namespace {
+
+constexpr int COMMAND_FAILED = 125;
+constexpr int PAIR_FAILED = 255;
+constexpr std::string_view NATIVE = "native ";
+constexpr std::string_view COMPANION = "companion ";
+
+bool IsNative(std::string_view state) {
+    return state.starts_with(NATIVE);
+}
+
+bool IsWrittenSince(const PairFiles& pair, std::string_view state) {
+    return pair.output.host && pair.output.host->IsOrdinary() &&
+           FileStamp(pair.output.host->Path()) != state.substr(state.find(' ') + 1);
+}
+
+RegContents ContentsOf(const HostFile& file) {
+    const MappedFile mapped(file.Path());
+    return ContentsOfBytes(mapped.Bytes());
+}
+
+// The mode that may show more than the one that was used.
+std::string ModeToTry(const PairFiles& pair, const std::string& mode) {
+    const bool isProgram = pair.facts.kind == InputKind::image && !pair.facts.exportsRegistration;
+    if (isProgram) {
+        return "no other mode shows more of a program";
+    }
+    return mode == "keyRedir" ? "try the mode trace" : "try the mode keyRedir";
+}
+
+std::string Counted(std::size_t number, const std::string& word) {
+    return std::to_string(number) + ' ' + word + (number == 1 ? "" : "s");
+}
+
+// What makes a captured file look as if it weren't; empty if nothing does.
+std::string FaultOf(const RegContents& contents, const PairFiles& pair, const std::string& mode) {
+    const std::string name = PrintableName(pair.output.word);
+    if (contents.fillers > 0) {
+        return name + " has fillers (ten characters U+5555) for " + Counted(contents.fillers, "value") +
+               " that could not be read again; " + ModeToTry(pair, mode);
+    }
+    if (contents.namesTemporaryTree) {
+        return name + " names the temporary tree of the capture; " + ModeToTry(pair, mode);
+    }
+    if (contents.values == 0) {
+        return name + " is empty: no value was captured; " + ModeToTry(pair, mode);
+    }
+    return "";
+}
+
+// The places of the pairs, in the order in which the program captures them.
+template <typename IsNativeAt>
+std::vector<std::size_t> OrderOf(std::size_t count, IsNativeAt isNativeAt) {
+    std::vector<std::size_t> order;
+    for (const bool native : {true, false}) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (isNativeAt(i) == native) {
+                order.push_back(i);
+            }
+        }
+    }
+    return order;
+}
+
+} // namespace
+
+std::string StateBefore(const PairFiles& pair) {
+    return std::string(pair.facts.Is64Bit() ? NATIVE : COMPANION) +
+           (pair.output.host ? FileStamp(pair.output.host->Path()) : "-");
+}
+
+RunOutcome::RunOutcome(const CommandWords& commandWords, const std::vector<std::string>& states,
+                       int programStatus)
+    : words(commandWords), status(programStatus), endedWithZero(programStatus == 0) {
+    std::vector<PairFiles> files = FilesOf(words);
+    for (std::size_t i = 0; i < files.size() && i < states.size(); ++i) {
+        const bool isWritten = IsWrittenSince(files[i], states[i]);
+        pairs.push_back({files[i], IsNative(states[i]), isWritten,
+                         isWritten || files[i].output.host ? PairResult::captured : PairResult::unknown});
+    }
+    FindFailedPair();
+}
+
+std::vector<std::size_t> RunOutcome::Order() const {
+    return OrderOf(pairs.size(), [this](std::size_t i) { return pairs[i].isNative; });
+}
+
+void RunOutcome::FindFailedPair() {
+    const std::vector<std::size_t> order = Order();
+    const auto isUnwritten = [this](std::size_t i) {
+        return !pairs[i].isWritten && pairs[i].files.output.host;
+    };
+    auto failed = std::ranges::find_if(order, isUnwritten);
+    if (endedWithZero && failed == order.end()) {
+        return;
+    }
+    // The program leaves a file that it could not write to its end, and one on a drive of the run can't be
+    // looked at.
+    const auto mayHaveFailed = [this](std::size_t i) {
+        const PairFiles& files = pairs[i].files;
+        return pairs[i].isWritten ? !ContentsOf(*files.output.host).isWhole
+                                  : !files.output.host && !ReasonInFiles(files).empty();
+    };
+    const auto earlier = std::find_if(order.begin(), failed, mayHaveFailed);
+    if (earlier != failed) {
+        failed = earlier;
+    } else if (failed == order.end() && !order.empty()) {
+        failed = std::prev(order.end());
+    }
+    for (auto at = failed; at != order.end(); ++at) {
+        pairs[*at].result = at == failed ? PairResult::failed : PairResult::skipped;
+    }
+    if (failed != order.end()) {
+        failedName = PrintableName(words.pairs[*failed].input);
+        status = endedWithZero ? COMMAND_FAILED : status;
+    }
+}
+
+PairRemark RunOutcome::RemarkOnFailed(const PairOutcome& pair) const {
+    PairRemark remark{pair.files.input.word, "", false, pair.files.input.windowsPath};
+    if (endedWithZero) {
+        remark.text = PrintableName(pair.files.output.word) +
+                      " was not written, although the program ended with 0: the server ended its process";
+        return remark;
+    }
+    if (status != PAIR_FAILED) {
+        remark.isOpen = true;
+        remark.text = "the run crashed or was ended, with status " + std::to_string(status);
+        return remark;
+    }
+    remark.text = ReasonInFiles(pair.files);
+    if (remark.text.empty()) {
+        remark.isOpen = true;
+        remark.text = pair.isWritten && ContentsOf(*pair.files.output.host).isWhole
+                          ? "the run failed after " + PrintableName(pair.files.output.word) + " was written"
+                          : GeneralReason(pair.files);
+    }
+    return remark;
+}
+
+void RunOutcome::RemarkOnCaptured(const PairOutcome& pair, std::vector<PairRemark>& remarks) const {
+    if (!pair.isWritten) {
+        return;
+    }
+    std::string fault = FaultOf(ContentsOf(*pair.files.output.host), pair.files, words.mode);
+    if (!fault.empty()) {
+        remarks.push_back({pair.files.input.word, std::move(fault), false, ""});
+    }
+}
+
+std::vector<PairRemark> RunOutcome::Remarks() const {
+    std::vector<PairRemark> remarks;
+    for (const PairOutcome& pair : pairs) {
+        switch (pair.result) {
+        case PairResult::failed:
+            remarks.push_back(RemarkOnFailed(pair));
+            break;
+        case PairResult::skipped:
+            remarks.push_back({pair.files.input.word, "skipped, since " + failedName + " failed", false, ""});
+            break;
+        case PairResult::captured:
+            RemarkOnCaptured(pair, remarks);
+            break;
+        case PairResult::unknown:
+            break;
+        }
+    }
+    return remarks;
+}
+
+Progress ProgressOf(const std::vector<PairFiles>& pairs, const std::vector<std::string>& states) {
+    Progress progress;
+    for (const std::size_t i : OrderOf(pairs.size(), [&](std::size_t at) { return IsNative(states[at]); })) {
+        if (!IsWrittenSince(pairs[i], states[i])) {
+            progress.current = pairs[i].input.word;
+            break;
+        }
+        ++progress.written;
+        progress.current = pairs[i].input.word;
+    }
+    return progress;
+}
+
+} // namespace keyreap

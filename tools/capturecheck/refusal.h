@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "tools/capturecheck/commandwords.h"
+#include "tools/capturecheck/pairfiles.h"
+
+namespace keyreap {
+
+// The first reason not to begin: a word that Windows, or the host below it, would take for another file than
+// the one that it names, and an output whose writing would destroy what a pair needs. None if the run can
+// begin.
+std::optional<Remark> RefusalOf(const std::vector<PairFiles>& pairs);
+
+} // namespace keyreap
