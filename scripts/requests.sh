@@ -17,7 +17,7 @@ REQUEST_LOG=drive_c/windows/keyreap-requests.log
 make_filter() {
     rm -f "$REQUEST_FILTER.version"
     clean_environment g++ -std=c++20 -O2 -I "$ROOT" "$REQUEST_FILTER_SOURCES"/*.cpp \
-        "$REQUEST_TRACKER"/{askedkey,keylookup,mixedkeys,requestline,requeststatus,requesttracker,serverprocess}.cpp \
+        "$REQUEST_TRACKER"/{askedkey,keylookup,mixedkeys,requestline,requeststatus,requesttracker,serverprocess,systemstart}.cpp \
         -o "$REQUEST_FILTER.new"
     mv "$REQUEST_FILTER.new" "$REQUEST_FILTER"
     filter_version >"$REQUEST_FILTER.version"
