@@ -14,6 +14,7 @@ namespace {
 constexpr std::wstring_view node = L"Wow6432Node";
 constexpr std::wstring_view registry = L"\\REGISTRY";
 constexpr std::wstring_view users = L"\\REGISTRY\\User\\";
+constexpr std::wstring_view ordinaryUsers = L"\\REGISTRY\\User\\S-1-5-21-";
 constexpr std::wstring_view tree = L"\\Software\\Velmoro\\Tesselink\\Temporary\\";
 
 constexpr std::array<std::pair<std::wstring_view, std::wstring_view>, 4> roots{{
@@ -36,13 +37,24 @@ bool IsAtOrBelow(std::wstring_view path, std::wstring_view above) {
     return BeginsWith(path, above) && (path.size() == above.size() || path[above.size()] == L'\\');
 }
 
+// What follows a user's own key; empty for a key outside of them.
+std::wstring_view BelowUser(std::wstring_view path) {
+    return BeginsWith(path, users) ? path.substr(std::min(path.find(L'\\', users.size()), path.size()))
+                                   : std::wstring_view();
+}
+
 // What follows the tree's own path; empty for a key outside of it.
 std::wstring_view InTree(std::wstring_view path) {
-    if (!BeginsWith(path, users)) {
-        return {};
-    }
-    path.remove_prefix(std::min(path.find(L'\\', users.size()), path.size()));
+    path = BelowUser(path);
     return BeginsWith(path, tree) ? path.substr(tree.size()) : std::wstring_view();
+}
+
+// Whether the views part at this key on Windows, too. What a 32-bit process gets below its node is no other
+// key there.
+bool PartsViews(std::wstring_view path) {
+    return SameKeyText(path, L"\\REGISTRY\\Machine\\Software") ||
+           SameKeyText(path, L"\\REGISTRY\\Machine\\Software\\Classes") ||
+           SameKeyText(BelowUser(path), L"\\Software\\Classes");
 }
 
 // Appends the components of a name, each with one backslash ahead of it.
@@ -57,27 +69,34 @@ std::wstring Joined(std::wstring path, std::wstring_view name) {
     return path;
 }
 
+// The nodes of a path.
 struct Nodes {
-    std::size_t count = 0;
-    bool doubled = false; // one is right below another one
+    std::size_t all = 0;
+    std::size_t strange = 0; // where Windows has none
+    bool doubled = false;    // one is right below another one
 };
 
 Nodes NodesIn(std::wstring_view path) {
     Nodes nodes;
     bool previous = false;
-    while (!path.empty()) {
-        const std::size_t end = std::min(path.find(L'\\'), path.size());
-        const bool isNode = SameKeyText(path.substr(0, end), node);
-        nodes.count += isNode ? 1U : 0U;
+    for (std::size_t begin = path.find(L'\\'); begin < path.size();) {
+        const std::size_t end = std::min(path.find(L'\\', begin + 1), path.size());
+        const bool isNode = SameKeyText(path.substr(begin + 1, end - begin - 1), node);
+        nodes.all += isNode ? 1U : 0U;
+        nodes.strange += isNode && !PartsViews(path.substr(0, begin)) ? 1U : 0U;
         nodes.doubled = nodes.doubled || (isNode && previous);
         previous = isNode;
-        path.remove_prefix(std::min(end + 1, path.size()));
+        begin = end;
     }
     return nodes;
 }
 
+bool LiesElsewhere(std::wstring_view realPath, std::wstring_view path) {
+    return NodesIn(realPath).all > NodesIn(path).all;
+}
+
 bool IsPastANode(std::wstring_view realPath, std::wstring_view path) {
-    return NodesIn(realPath).count > NodesIn(path).count;
+    return NodesIn(realPath).strange > NodesIn(path).strange;
 }
 
 bool IsInASecondNode(std::wstring_view realPath, std::wstring_view path) {
@@ -92,6 +111,9 @@ std::wstring NameOf(const std::wstring& path) {
             return std::wstring(root).append(inTree.substr(child.size()));
         }
     }
+    if (BeginsWith(path, ordinaryUsers)) {
+        return std::wstring(L"HKEY_CURRENT_USER").append(BelowUser(path));
+    }
     for (const auto& [start, root] : liveRoots) {
         if (IsAtOrBelow(path, start)) {
             return std::wstring(root).append(path.substr(start.size()));
@@ -101,6 +123,13 @@ std::wstring NameOf(const std::wstring& path) {
 }
 
 } // namespace
+
+void LoggedKeys::Add(const std::wstring& path) {
+    std::wstring key = FoldedKeyText(path);
+    while (!key.empty() && keys.insert(key).second) {
+        key.resize(std::min(key.rfind(L'\\'), key.size()));
+    }
+}
 
 void MixedKeys::OnKeyRequest(const KeyRequest& request) {
     if (request.type == registryevent::createKey || request.type == registryevent::openKey) {
@@ -120,7 +149,6 @@ std::wstring MixedKeys::AskedPath(const std::shared_ptr<const OpenKey>& key) {
 
 void MixedKeys::OnNamedKey(const KeyRequest& request) {
     const std::wstring path = Joined(AskedPath(request.parent), request.name);
-    const bool isInTree = !InTree(path).empty();
     if (!request.key) {
         OnMissedKey(request, path);
         return;
@@ -129,17 +157,22 @@ void MixedKeys::OnNamedKey(const KeyRequest& request) {
     const bool wasThere = keys.Exists(realPath);
     keys.Add(realPath);
     // Without the parent's name, which lost lines may have held, nothing is known of what was asked for.
-    if (!IsAtOrBelow(path, registry) || !IsPastANode(realPath, path)) {
+    if (!IsAtOrBelow(path, registry)) {
         return;
     }
-    elsewhere[request.key.get()] = {request.key, path};
-    if (IsInASecondNode(realPath, path) || (isInTree && (!wasThere || !keys.Exists(path)))) {
+    if (LiesElsewhere(realPath, path)) {
+        elsewhere[request.key.get()] = {request.key, path};
+    }
+    if (!IsPastANode(realPath, path)) {
+        return;
+    }
+    if (IsInASecondNode(realPath, path) || !wasThere || !keys.Exists(path)) {
         Report(path);
     }
 }
 
 void MixedKeys::OnMissedKey(const KeyRequest& request, const std::wstring& path) {
-    if (request.type == registryevent::openKey && !InTree(path).empty() && keys.Exists(path)) {
+    if (request.type == registryevent::openKey && keys.Exists(path)) {
         const std::wstring parent = request.parent ? request.parent->Path(keys) : std::wstring();
         if (IsPastANode(FindRealPath(parent, request.name, request.view, keys), path)) {
             Report(path);
@@ -149,19 +182,16 @@ void MixedKeys::OnMissedKey(const KeyRequest& request, const std::wstring& path)
 
 void MixedKeys::OnUsedKey(const KeyRequest& request) {
     const std::wstring path = AskedPath(request.key);
-    if (InTree(path).empty()) {
-        return;
-    }
+    const std::wstring& realPath = request.key->Path(keys);
     const bool sees = request.type == registryevent::queryValue;
     const bool changes =
         request.type == registryevent::setValue || request.type == registryevent::deleteValue ||
         request.type == registryevent::deleteKey || request.type == registryevent::setInformation;
     const bool succeeds = request.status == 0;
     const bool misses = sees && written.contains(FoldedKeyText(path));
-    if (elsewhere.contains(request.key.get()) && (misses || ((sees || changes) && succeeds))) {
+    if (IsPastANode(realPath, path) && (misses || ((sees || changes) && succeeds))) {
         Report(path);
     }
-    const std::wstring& realPath = request.key->Path(keys);
     if (succeeds && request.type == registryevent::setValue) {
         written.insert(FoldedKeyText(realPath));
     } else if (succeeds && request.type == registryevent::deleteKey) {
@@ -199,7 +229,7 @@ bool MakesMixingNode(std::string_view line) {
         return false;
     }
     const std::wstring path = L'\\' + UnescapeServerText(line.substr(making.size()));
-    return NodesIn(InTree(path)).count > 0 || NodesIn(path).doubled;
+    return NodesIn(path).strange > 0;
 }
 
 } // namespace keyreap

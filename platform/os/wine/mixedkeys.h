@@ -18,7 +18,8 @@ public:
     bool Exists(const std::wstring& path) override { return keys.contains(FoldedKeyText(path)); }
     std::optional<std::wstring> LinkTarget(const std::wstring&) override { return {}; }
 
-    void Add(const std::wstring& path) { keys.insert(FoldedKeyText(path)); }
+    // With those above it.
+    void Add(const std::wstring& path);
     void Remove(const std::wstring& path) { keys.erase(FoldedKeyText(path)); }
 
 private:
@@ -28,14 +29,15 @@ private:
 // Finds in the request log of Wine's server which keys the host mixed up. Wine sends a 32-bit process's path
 // through any key that has a child Wow6432Node, in two ways that matter:
 //
-// A server that writes both `Software\Wow6432Node\A` and `Software\A` into the temporary tree gets the first
-// key for the second one. What it writes is found under a name that it didn't mean.
+// A server that writes both `Software\Wow6432Node\A` and `Software\A` where the views don't part on Windows,
+// that is into the temporary tree, and in the live registry anywhere but below the machine's Software and the
+// classes, gets the first key for the second one. What it writes is found under a name that it didn't mean.
 //
 // A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in the
 // first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
 // `Software` by itself leads to the node.
 //
-// A key of the tree counts as mixed up when the server got another one for its name and something came of
+// A key counts as mixed up when the server got another one for its name and something came of
 // that: a key was made or found that would not have been, a value was written, deleted or found in it, or a
 // key that is there wasn't found. To pass through such a key is nothing.
 class MixedKeys : public KeyRequestListener {
@@ -73,7 +75,7 @@ private:
     std::unordered_set<std::wstring> above; // what lies above them, likewise
 };
 
-// Whether a line of the log reports that a Wow6432Node was made in the temporary tree, or one in another one.
+// Whether a line of the log reports that a Wow6432Node was made, or a key in one, where Windows has none.
 // Without such a line no key is mixed up.
 bool MakesMixingNode(std::string_view line);
 

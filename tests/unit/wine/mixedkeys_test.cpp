@@ -204,7 +204,51 @@ TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNoMixture) {
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST(MakesMixingNode, IsTrueForANodeBelowAHiveOfTheTreeOrBelowANode) {
+// The live registry of the current user, where the two views are one.
+class LiveMixedKeysTest : public MixedKeysTest {
+protected:
+    LiveMixedKeysTest() {
+        story.Open(THREAD, '\\' + USER, LIVE, {.realPath = USER});
+        MakeLive("Software\\A", "Software\\A");
+        MakeLive("Software\\Wow6432Node", "Software\\Wow6432Node");
+        MakeLive("Software\\Wow6432Node\\A", "Software\\Wow6432Node\\A");
+    }
+    void MakeLive(const std::string& name, const std::string& place) {
+        story.Create(THREAD, name, 8, {.parent = LIVE, .realPath = USER + '\\' + place});
+    }
+    void FindLive(const std::string& name) {
+        story.Create(THREAD, name, 8, {.parent = LIVE, .status = "OBJECT_NAME_EXISTS"});
+    }
+
+    static constexpr std::uint32_t LIVE = 0x40;
+    const std::string USER = R"(REGISTRY\User\S-1-5-21-0-0-0-1000)";
+};
+
+TEST_F(LiveMixedKeysTest, TheWrongOneOfTwoCountsOnceItIsRead) {
+    FindLive("Software\\A");
+    EXPECT_EQ(Mixed(), Names());
+    story.QueryValue(THREAD, 8, "");
+    EXPECT_EQ(Mixed(), Names{L"HKEY_CURRENT_USER\\Software\\A"});
+}
+
+TEST_F(LiveMixedKeysTest, AKeyMadeBelowTheNodeCounts) {
+    MakeLive("Software\\B", "Software\\Wow6432Node\\B");
+    EXPECT_EQ(Mixed(), Names{L"HKEY_CURRENT_USER\\Software\\B"});
+}
+
+TEST_F(LiveMixedKeysTest, ToPassThroughTheNodeIsNothing) {
+    FindLive("Software");
+    EXPECT_EQ(Mixed(), Names());
+}
+
+TEST_F(LiveMixedKeysTest, TheUsersClassesPartOnWindowsToo) {
+    MakeLive("Software\\Classes\\Wow6432Node", "Software\\Classes\\Wow6432Node");
+    MakeLive("Software\\Classes\\CLSID", "Software\\Classes\\Wow6432Node\\CLSID");
+    story.SetValue(THREAD, 8, "");
+    EXPECT_EQ(Mixed(), Names());
+}
+
+TEST(MakesMixingNode, IsTrueForANodeWhereWindowsHasNone) {
     const std::string user = R"(REGISTRY\\User\\S-1-5-21-0-0-0-1000\\Software\\)";
     const std::string tree = user + R"(Velmoro\\Tesselink\\Temporary\\)";
     EXPECT_TRUE(MakesMixingNode("Create key " + tree + R"(HKCR\\Wow6432Node)"));
@@ -212,7 +256,9 @@ TEST(MakesMixingNode, IsTrueForANodeBelowAHiveOfTheTreeOrBelowANode) {
     EXPECT_TRUE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node\\Wow6432Node)"));
     EXPECT_FALSE(MakesMixingNode("Create key " + tree + R"(HKLM\\Software\\Wow6432Nodes)"));
     EXPECT_FALSE(MakesMixingNode("Open key " + tree + R"(HKCR\\Wow6432Node)"));
-    EXPECT_FALSE(MakesMixingNode("Create key " + user + R"(Wow6432Node)"));
+    EXPECT_TRUE(MakesMixingNode("Create key " + user + R"(Wow6432Node)"));
+    EXPECT_FALSE(MakesMixingNode("Create key " + user + R"(Classes\\Wow6432Node\\CLSID)"));
+    EXPECT_FALSE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Classes\\Wow6432Node)"));
     EXPECT_FALSE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node)"));
 }
 
