@@ -42,6 +42,11 @@ def test_in_the_live_registry_the_key_counts_that_wine_stored_in_a_second_node(p
     assert (result.returncode, result.stderr) == (0, LINE % "Wow6432Node\\Keyreap\\Nodes")
 
 
+def test_in_the_live_keys_of_the_user_wine_reads_the_node_for_the_plain_name(pool, tmp_path):
+    result = capture(pool, tmp_path, "x86\\usernodes.dll", mode="trace")
+    assert (result.returncode, result.stderr) == (0, REPORT.replace("LOCAL_MACHINE", "CURRENT_USER"))
+
+
 def test_any_pair_of_a_run_counts_and_the_next_run_starts_anew(pool, tmp_path):
     samples = ["x64\\nodesfirst.dll", "x86\\plain.dll", "x86\\nodesfirst.dll", "x86\\plainfirst.dll"]
     assert capture(pool, tmp_path, *samples).stderr == REPORT

@@ -1,5 +1,6 @@
 // A server that registers under plain names and below keys called Wow6432Node, each as a name like any other.
-// Built twice: the plain names come first, or the others do (KEYREAP_NODES_FIRST).
+// Built three times: the plain names come first, or the others do (KEYREAP_NODES_FIRST), or there is one of
+// each in the current user's keys (KEYREAP_NODES_OF_USER).
 #include <windows.h>
 
 #include <olectl.h>
@@ -20,6 +21,18 @@ void WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const s
     RegCloseKey(key);
 }
 
+#ifdef KEYREAP_NODES_OF_USER
+
+void WritePlain() {
+    WriteText(HKEY_CURRENT_USER, L"Software\\" + settingsPath, L"", L"plain");
+}
+
+void WriteExplicit() {
+    WriteText(HKEY_CURRENT_USER, L"Software\\Wow6432Node\\" + settingsPath, L"", L"explicit");
+}
+
+#else
+
 void WritePlain() {
     WriteText(HKEY_CLASSES_ROOT, classPath, L"", L"plain");
     WriteText(HKEY_LOCAL_MACHINE, L"Software\\" + settingsPath, L"", L"plain");
@@ -30,6 +43,8 @@ void WriteExplicit() {
     WriteText(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\" + settingsPath, L"", L"explicit");
     WriteText(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\" + settingsPath, L"name", L"alone");
 }
+
+#endif
 
 } // namespace
 
