@@ -24,7 +24,7 @@ STEADY=()
 check_pool() {
     [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
     mkdir -p "$POOL" 2>/dev/null || true
-    [[ -w $POOL ]] || fail "cannot write to $POOL"
+    [[ -d $POOL && -w $POOL ]] || fail "cannot write to $POOL"
     [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
 }
 

@@ -264,3 +264,11 @@ def test_an_output_named_like_a_mode_is_named(desk):
 def test_a_word_that_begins_with_a_dash_is_named(desk):
     lines = said(desk, 0, "good.dll", "-o", "keyRedir")
     assert lines == ["-o: taken for a file, since there are no options", USAGE]
+
+
+@pytest.mark.parametrize(("bitness", "status"), [("x64", 1), ("x86", 1)])
+def test_a_function_that_a_library_lacks_is_named_though_the_call_is_a_crash(desk, bitness, status):
+    name, library = sample(desk, "lacking.dll", bitness), sample(desk, "lackinglib.dll", bitness)
+    assert said(desk, status, name, "a.reg") == [
+        "%s: needs the function LaterNumber of %s, which it doesn't have; wanted by %s" % (name, library, name)
+    ]
