@@ -116,6 +116,11 @@ TEST(NormalizeKernelPath, WithoutClassesAsRootAUsersClassHiveLiesBelowTheCurrent
     EXPECT_EQ(Is(currentUserRoot, L""), Normalize(L"\\REGISTRY\\USER\\S-1-5-21-1_Classes", false));
 }
 
+TEST(NormalizeKernelPath, TheThirtyTwoBitViewGoesAheadOfTheSoftwareThatIsPutInFront) {
+    EXPECT_EQ(Is(currentUserRoot, L"SOFTWARE\\Classes\\"),
+              Normalize(L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\Wow6432Node", false));
+}
+
 TEST(NormalizeKernelPath, OnlyTheEndOfTheAccountTellsAClassHive) {
     EXPECT_EQ(Is(currentUserRoot, L"X_Classes\\A"), Normalize(L"\\REGISTRY\\USER\\S-1-5-21-1\\X_Classes\\A"));
     EXPECT_EQ(Is(currentUserRoot, L"A"), Normalize(L"\\REGISTRY\\USER\\S-1-5-21-1_ClassesX\\A"));
