@@ -276,6 +276,17 @@ TEST_P(EitherBitness, LoadedBytesEndWithTheFileThePagesAndTheImage) {
     EXPECT_TRUE(File(image.bytes).View().LoadedBytes(0x2000).empty());
     image.Set<std::uint32_t>("optional", imageSize, 0x1000);
     EXPECT_TRUE(File(image.bytes).View().LoadedBytes(0x1000).empty());
+    image.Set<std::uint32_t>("optional", imageSize, 0x1001);
+    EXPECT_EQ(File(image.bytes).View().LoadedBytes(0x1000).size(), 0x1000U) << "an image is whole pages";
+    image.Set<std::uint32_t>("optional", imageSize, 0);
+    EXPECT_TRUE(File(image.bytes).View().LoadedBytes(1).empty());
+}
+
+TEST_P(EitherBitness, SectionWithoutASizeInMemoryHasThatOfItsFile) {
+    constexpr std::ptrdiff_t virtualSize = 8;
+    image.Set<std::uint32_t>("sections", virtualSize, 0);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout());
+    EXPECT_EQ(File(image.bytes).View().LoadedBytes(0x1000).size(), 0x200U);
 }
 
 TEST_P(EitherBitness, LoadedBytesOfAFlatImageLieWhereTheFileHasThem) {

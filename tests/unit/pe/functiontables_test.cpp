@@ -111,6 +111,11 @@ TEST_P(FunctionTables, NameOutsideOfTheFileIsSkipped) {
     EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "Kept"), ElementsAre("two.dll")));
 }
 
+TEST_P(FunctionTables, EmptyNameIsSkipped) {
+    SetDescriptor(0, PutLookup({PutFunctionName(""), PutFunctionName("Kept")}), PutText("one.dll"), 0);
+    EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "Kept")));
+}
+
 TEST_P(FunctionTables, OnlyTheHighestBitOfAnEntryMarksAnOrdinal) {
     constexpr std::uint64_t highestOf32Bits = 0x80000005;
     SetDescriptor(0, PutLookup({highestOf32Bits}), PutText("one.dll"), 0);

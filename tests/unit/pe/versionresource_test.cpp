@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "tests/support/exactfile.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/mutation.h"
@@ -23,6 +25,8 @@ constexpr std::ptrdiff_t languageDirectory = 48;
 constexpr std::ptrdiff_t languageEntry = 64;
 constexpr std::ptrdiff_t dataEntry = 72;
 constexpr std::ptrdiff_t data = 88;
+
+constexpr std::uint32_t rvaInHeaders = 0x40;
 
 class VersionResourceCheck : public testing::Test {
 protected:
@@ -109,6 +113,8 @@ TEST_F(VersionResourceCheck, DataOutsideTheFileIsNone) {
     BuiltImage other = image;
     other.Set<std::uint32_t>("resources", dataEntry, 0xFFFFFFF0);
     EXPECT_FALSE(Holds(other.bytes));
+    other.Set<std::uint32_t>("resources", dataEntry + 4, 0);
+    EXPECT_FALSE(Holds(other.bytes));
     other = image;
     other.Set<std::uint32_t>("resources", dataEntry + 4, 0xFFFFFFFF);
     EXPECT_FALSE(Holds(other.bytes));
@@ -131,6 +137,42 @@ TEST_F(VersionResourceCheck, SecondEntryOfTheSameNameIsNone) {
     image.Set<std::uint32_t>("resources", nameEntry + 8, 2);
     EXPECT_TRUE(Holds()) << "one of another name leads there too";
     image.Set<std::uint32_t>("resources", nameEntry + 8, 1);
+    EXPECT_FALSE(Holds());
+}
+
+TEST_F(VersionResourceCheck, DataOfEveryLanguageIsLookedAt) {
+    // The entry of the second language takes the place of the data entry, and both languages have theirs in
+    // the place of the data, which nobody looks at.
+    const std::ptrdiff_t secondLanguage = languageEntry + 8;
+    const std::array<std::ptrdiff_t, 2> dataEntries = {data, data + 16};
+    image.Set<std::uint16_t>("resources", languageDirectory + 14, 2);
+    image.Set("resources", languageEntry + 4, static_cast<std::uint32_t>(dataEntries[0]));
+    image.Set<std::uint32_t>("resources", secondLanguage, 0x0407);
+    image.Set("resources", secondLanguage + 4, static_cast<std::uint32_t>(dataEntries[1]));
+    for (const std::ptrdiff_t entry : dataEntries) {
+        image.Set<std::uint32_t>("resources", entry, rvaInHeaders);
+        image.Set<std::uint32_t>("resources", entry + 4, 1);
+    }
+    EXPECT_TRUE(Holds());
+    for (const std::ptrdiff_t entry : dataEntries) {
+        BuiltImage other = image;
+        other.Set<std::uint32_t>("resources", entry + 4, 0xFFFFFFFF);
+        EXPECT_FALSE(Holds(other.bytes)) << entry;
+    }
+}
+
+TEST_F(VersionResourceCheck, AddressZeroIsNoDirectoryThoughTheHeadersLookLikeOne) {
+    const auto putDirectory = [this](std::ptrdiff_t place, std::uint32_t id, std::uint32_t target) {
+        image.Set<std::uint32_t>("dos", place + 12, 0x00010000);
+        image.Set("dos", place + 16, id);
+        image.Set("dos", place + 20, target);
+    };
+    putDirectory(0, 16, 0x80000300);
+    putDirectory(0x300, 1, 0x80000320);
+    putDirectory(0x320, 0x0409, 0x340);
+    image.Set<std::uint32_t>("dos", 0x340, rvaInHeaders);
+    image.Set<std::uint32_t>("dos", 0x344, 1);
+    image.Set<std::uint32_t>("directories", 2 * 8, 0);
     EXPECT_FALSE(Holds());
 }
 
