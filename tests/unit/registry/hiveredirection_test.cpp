@@ -1,13 +1,19 @@
 #include "registry/hiveredirection.h"
 
 #include "platform/core/osversion.h"
+#include "tests/support/importreplacement.h"
 #include "tests/support/scratchkey.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <vector>
 
 namespace keyreap {
 namespace {
 
+using testing::ElementsAre;
+using testsupport::ImportReplacement;
 using testsupport::ScratchKey;
 
 const std::wstring scratchPath = ScratchKey::path;
@@ -57,11 +63,15 @@ TEST_F(HiveRedirectionTest, EveryRootLandsInItsOwnTree) {
 }
 
 TEST_F(HiveRedirectionTest, StaleSubkeysGoAndValuesOfTheRootKeysStay) {
-    scratch.Make(L"HKCR\\stale\\deep");
+    for (const wchar_t* tree : {L"HKCR", L"HKCU", L"HKU", L"HKLM"}) {
+        scratch.Make(std::wstring(tree) + L"\\stale\\deep");
+    }
     scratch.SetText(L"HKCR", L"left", L"x");
     OverrideRoots(Keys());
     LiftOverrides(Keys());
-    EXPECT_FALSE(scratch.Has(L"HKCR\\stale"));
+    for (const wchar_t* tree : {L"HKCR", L"HKCU", L"HKU", L"HKLM"}) {
+        EXPECT_FALSE(scratch.Has(std::wstring(tree) + L"\\stale")) << testing::PrintToString(tree);
+    }
     EXPECT_EQ(RegQueryValueExW(hkcr.Handle(), L"left", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
 }
 
@@ -114,6 +124,59 @@ TEST_F(HiveRedirectionTest, RestoringLeavesTheTreesAsTheyAre) {
     LiftOverrides(Keys());
     LiftOverrides(Keys());
     EXPECT_TRUE(scratch.Has(L"HKCR\\A\\B"));
+}
+
+// What the system is asked for, in its order.
+std::vector<std::wstring> calls;
+const ImportReplacement* replacedOverride = nullptr;
+const ImportReplacement* replacedDelete = nullptr;
+
+LSTATUS WINAPI NoteOverride(HKEY root, HKEY key) {
+    calls.push_back((key ? L"override " : L"lift ") + RootName(root));
+    return reinterpret_cast<decltype(&RegOverridePredefKey)>(replacedOverride->Original())(root, key);
+}
+
+LSTATUS WINAPI NoteDelete(HKEY parent, LPCWSTR name) {
+    if (std::wstring_view(name) == L"Classes") {
+        calls.push_back(L"delete Classes");
+    }
+    return reinterpret_cast<decltype(&RegDeleteKeyW)>(replacedDelete->Original())(parent, name);
+}
+
+class HiveRedirectionCalls : public HiveRedirectionTest {
+protected:
+    HiveRedirectionCalls() {
+        replacedOverride = &overrides;
+        replacedDelete = &deletions;
+    }
+
+    ImportReplacement overrides{"RegOverridePredefKey", reinterpret_cast<const void*>(&NoteOverride)};
+    ImportReplacement deletions{"RegDeleteKeyW", reinterpret_cast<const void*>(&NoteDelete)};
+};
+
+TEST_F(HiveRedirectionCalls, RootsAreOverriddenInTheOrderOfTheTrees) {
+    calls.clear();
+    OverrideRoots(Keys());
+    EXPECT_THAT(calls, ElementsAre(L"override HKEY_CLASSES_ROOT", L"override HKEY_CURRENT_USER",
+                                   L"override HKEY_USERS", L"override HKEY_LOCAL_MACHINE"));
+    LiftOverrides(Keys());
+}
+
+TEST_F(HiveRedirectionCalls, RootsAreLiftedInThatOrderAndTheMachinesRealClassesAreAskedForLast) {
+    OverrideRoots(Keys());
+    calls.clear();
+    LiftOverrides(Keys());
+    EXPECT_THAT(calls, ElementsAre(L"lift HKEY_CLASSES_ROOT", L"lift HKEY_CURRENT_USER", L"lift HKEY_USERS",
+                                   L"lift HKEY_LOCAL_MACHINE", L"delete Classes"));
+}
+
+TEST_F(HiveRedirectionCalls, BelowVersionSixTheClassesAreNotAskedFor) {
+    OsVersion old;
+    old.majorVersion = 5;
+    OverrideRoots(Keys(), old);
+    calls.clear();
+    LiftOverrides(Keys(), old);
+    EXPECT_THAT(calls, testing::Not(testing::Contains(L"delete Classes")));
 }
 
 } // namespace
