@@ -4,6 +4,7 @@
 
 #include "pe/versionblock.h"
 #include "tests/support/imagebuilder.h"
+#include "tests/support/importreplacement.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
 
@@ -184,6 +185,25 @@ TEST_F(FileVersion, CompanyFailureLeavesThePathUnchanged) {
     EXPECT_EQ(CompanyOf(FileOf(ImageBuilder().Build().bytes)), failed);
     EXPECT_EQ(CompanyOf(FileOf("no image at all")), failed);
     EXPECT_EQ(CompanyOf(FileWith(VersionResource().FileVersion(1, 2, 3, 4))), failed);
+}
+
+// A system that finds no version resource, and gives this for the reason.
+DWORD reasonOfNone = ERROR_SUCCESS;
+
+DWORD WINAPI FindNone(LPCWSTR, LPDWORD) {
+    SetLastError(reasonOfNone);
+    return 0;
+}
+
+TEST_F(FileVersion, FailureForNoReasonIsNoneOfTheVersionAndOneOfTheCompany) {
+    const testsupport::ImportReplacement replacement("GetFileVersionInfoSizeW",
+                                                     reinterpret_cast<const void*>(&FindNone));
+    const std::wstring path = FileWith(VersionResource::Of(u"Own"));
+    reasonOfNone = ERROR_SUCCESS;
+    EXPECT_EQ(VersionOf(path), L"0.0.0.0");
+    EXPECT_EQ(CompanyOf(path), failed);
+    reasonOfNone = ERROR_RESOURCE_TYPE_NOT_FOUND;
+    EXPECT_EQ(VersionOf(path), failed);
 }
 
 TEST(VersionBlock, HoldsNothingBeforeItIsLoaded) {
