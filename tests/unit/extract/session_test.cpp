@@ -254,6 +254,24 @@ TEST_F(SessionTest, RootsThatWereNotRedirectedAreNotRestored) {
     RegOverridePredefKey(HKEY_USERS, nullptr);
 }
 
+// A logger whose start ends the thread that asks for it, as a target may.
+class EndingTracing : public ScriptedTracing {
+public:
+    ULONG Start(TRACEHANDLE&, const wchar_t*, EVENT_TRACE_PROPERTIES&) override { ExitThread(0); }
+};
+
+TEST_F(SessionTest, WorkerThatIsEndedFailsTheSessionWhichRestoresTheRoots) {
+    EndingTracing ending;
+    {
+        NativeFileRegister session(WidePath(SystemFile(L"hlink.dll")), WidePath(output), CaptureMode::both,
+                                   ending);
+        EXPECT_FALSE(session.Register());
+        EXPECT_TRUE(RootsAreRedirected());
+    }
+    EXPECT_FALSE(RootsAreRedirected());
+    EXPECT_FALSE(testsupport::Exists(output));
+}
+
 // The flags of each start of a process, in their order.
 std::vector<DWORD> starts;
 const ImportReplacement* replacedStart = nullptr;
