@@ -22,6 +22,7 @@ constexpr std::uint64_t virtualAddressField = 12;
 constexpr std::uint64_t rawSizeField = 16;
 constexpr std::uint64_t rawPointerField = 20;
 constexpr std::uint64_t pageSize = 0x1000;
+constexpr std::uint64_t sectorSize = 0x200;
 constexpr std::uint64_t directoryEntrySize = 8;
 constexpr std::uint64_t directoryCountSize = 4; // their number, just ahead of them
 
@@ -149,7 +150,10 @@ bool CheckedView::HasOrderedSections() const {
     std::uint64_t end = HeadersSize();
     for (std::uint64_t index = 0; index < SectionCount(); ++index) {
         const Section section = SectionAt(index);
-        if (section.address < end) {
+        // The loader begins with the sector that holds the section's place in the file, the image helpers
+        // with the place itself.
+        const bool startsInASector = section.fileSize != 0 && section.fileOffset % sectorSize != 0;
+        if (section.address < end || startsInASector) {
             return false;
         }
         // The loader cuts off bytes for which there is no room. The image helpers don't, and to them they

@@ -44,7 +44,8 @@ public:
 
     // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, and
     // there as the file is, if its sections are aligned to less than a page, or else the headers first and
-    // the sections one after another, each with as much room as the image's own alignment gives it.
+    // the sections one after another, each with as much room as the image's own alignment gives it and from a
+    // whole sector of the file.
     bool HasLayout() const;
 
     // What a loader takes from the file to the address `rva` of an image with a layout, as far as the part

@@ -282,6 +282,15 @@ TEST_P(EitherBitness, LoadedBytesEndWithTheFileThePagesAndTheImage) {
     EXPECT_TRUE(File(image.bytes).View().LoadedBytes(1).empty());
 }
 
+TEST_P(EitherBitness, SectionWithinASectorOfTheFileIsNoLayout) {
+    constexpr std::ptrdiff_t fileSize = 16;
+    constexpr std::ptrdiff_t fileOffset = 20;
+    image.Set<std::uint32_t>("sections", fileOffset, 0x5F0);
+    EXPECT_FALSE(File(image.bytes).View().HasLayout());
+    image.Set<std::uint32_t>("sections", fileSize, 0);
+    EXPECT_TRUE(File(image.bytes).View().HasLayout()) << "nothing is taken from there";
+}
+
 TEST_P(EitherBitness, SectionWithoutASizeInMemoryHasThatOfItsFile) {
     constexpr std::ptrdiff_t virtualSize = 8;
     image.Set<std::uint32_t>("sections", virtualSize, 0);
