@@ -113,6 +113,28 @@ TEST_F(FileVersion, ResourceAfterTheImagesEndIsAbsent) {
     EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
 }
 
+TEST_F(FileVersion, ImageThatNoLoaderTakesHasNone) {
+    constexpr std::ptrdiff_t imageBase = 24;
+    BuiltImage image = ImageBuilder().Version(VersionResource::Of(u"Own")).Build();
+    image.Set<std::uint16_t>("optional", imageBase, 0x1000);
+    EXPECT_EQ(VersionOf(FileOf(image.bytes)), failed);
+    EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
+}
+
+TEST_F(FileVersion, SectionThatALoaderTakesFromElsewhereIsNotRead) {
+    // A loader takes sections from whole sectors of 512 bytes, and so from somewhat before the place that
+    // this header names. Either place has a resource.
+    constexpr std::uint32_t beforeTheNextSector = 0x1F0;
+    constexpr std::ptrdiff_t fileOffset = 20;
+    for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
+        BuiltImage image = ImageBuilder(bits).Version(VersionResource::Of(u"Own")).Build();
+        const std::size_t start = image.At("resources");
+        image.bytes = image.bytes.substr(0, start + beforeTheNextSector) + image.bytes.substr(start);
+        image.Set("sections", fileOffset, static_cast<std::uint32_t>(start) + beforeTheNextSector);
+        EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
+    }
+}
+
 TEST_F(FileVersion, EveryCutOfTheFileIsReadWithoutFault) {
     const BuiltImage image = ImageBuilder().Version(VersionResource::Of(u"Own")).Build();
     const std::size_t whole = image.At("resources") + 88 + VersionResource::Of(u"Own").size();
@@ -204,6 +226,13 @@ TEST_F(FileVersion, FailureForNoReasonIsNoneOfTheVersionAndOneOfTheCompany) {
     EXPECT_EQ(CompanyOf(path), failed);
     reasonOfNone = ERROR_RESOURCE_TYPE_NOT_FOUND;
     EXPECT_EQ(VersionOf(path), failed);
+}
+
+TEST_F(FileVersion, SystemIsAskedForAFileThatIsNoImageToo) {
+    const testsupport::ImportReplacement replacement("GetFileVersionInfoSizeW",
+                                                     reinterpret_cast<const void*>(&FindNone));
+    reasonOfNone = ERROR_SUCCESS;
+    EXPECT_EQ(VersionOf(FileOf("no image")), L"0.0.0.0");
 }
 
 TEST(VersionBlock, HoldsNothingBeforeItIsLoaded) {

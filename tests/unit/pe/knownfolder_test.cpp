@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/core/platformguid.h"
+#include "tests/support/importreplacement.h"
 #include "tests/unit/pe/failingfoldermanager.h"
+#include "tests/unit/pe/scriptedfolder.h"
 
 namespace keyreap {
 namespace {
@@ -80,6 +83,59 @@ TEST(FindKnownFolder, WorksInAnApartmentThatIsThere) {
     ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_TRUE(IsFolder(Found(windowsFolder)));
     CoUninitialize();
+}
+
+testsupport::ScriptedFolderManager* scriptedManager = nullptr;
+Guid createdClass;
+Guid createdInterface;
+DWORD createdWhere = 0;
+
+HRESULT WINAPI CreateScripted(REFCLSID classId, IUnknown*, DWORD where, REFIID interfaceId, void** object) {
+    createdClass = FromPlatformGuid(classId);
+    createdInterface = FromPlatformGuid(interfaceId);
+    createdWhere = where;
+    *object = static_cast<IKnownFolderManager*>(scriptedManager);
+    return S_OK;
+}
+
+class ScriptedKnownFolder : public testing::Test {
+protected:
+    ScriptedKnownFolder() { scriptedManager = &manager; }
+
+    std::wstring FoundFor(const std::wstring& path) {
+        manager.folder.path = path;
+        return Found(windowsFolder);
+    }
+
+    testsupport::ScriptedFolderManager manager;
+    testsupport::ImportReplacement replacement{"CoCreateInstance",
+                                               reinterpret_cast<const void*>(&CreateScripted)};
+};
+
+TEST_F(ScriptedKnownFolder, IsAskedForItsDefaultPathUnverified) {
+    FoundFor(L"C:\\a");
+    EXPECT_EQ(createdClass, ParseGuid(L"{4DF0C730-DF9D-4AE3-9153-AA6B82E9795A}"));
+    EXPECT_EQ(createdInterface, ParseGuid(L"{8BE2D872-86AA-4D47-B776-32CCA40C7018}"));
+    EXPECT_EQ(createdWhere, 1U);
+    EXPECT_EQ(FromPlatformGuid(manager.asked), ParseGuid(windowsFolder));
+    EXPECT_EQ(manager.folder.askedFlags, 0x4400U);
+}
+
+TEST_F(ScriptedKnownFolder, GetsABackslashUnlessItHasOneOrIsEmpty) {
+    EXPECT_EQ(FoundFor(L"C:\\a"), L"C:\\a\\");
+    EXPECT_EQ(FoundFor(L"C:\\"), L"C:\\");
+    EXPECT_EQ(FoundFor(L""), L"");
+}
+
+TEST_F(ScriptedKnownFolder, WithoutAPathCountsAsSuccess) {
+    manager.folder.result = E_FAIL;
+    EXPECT_EQ(FoundFor(L"C:\\a"), L"before");
+}
+
+TEST_F(ScriptedKnownFolder, IsReleasedWithItsManager) {
+    FoundFor(L"C:\\a");
+    EXPECT_EQ(manager.folder.releases, 1);
+    EXPECT_EQ(manager.releases, 1);
 }
 
 } // namespace
