@@ -1,5 +1,7 @@
 #include "platform/core/anchorgeometry.h"
 
+#include <algorithm>
+
 namespace keyreap {
 
 Box AnchoredBox(unsigned anchors, const Box& stored, const Box& current, Extent base, Extent now) {
@@ -17,6 +19,12 @@ Box AnchoredBox(unsigned anchors, const Box& stored, const Box& current, Extent 
         box.top = box.bottom - (stored.bottom - stored.top);
     }
     return box;
+}
+
+Box CentredBox(const Box& area, Extent size) {
+    const int left = std::max((area.left + area.right - size.width) / 2, area.left);
+    const int top = std::max((area.top + area.bottom - size.height) / 2, area.top);
+    return {left, top, left + size.width, top + size.height};
 }
 
 } // namespace keyreap

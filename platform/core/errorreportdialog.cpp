@@ -55,9 +55,9 @@ void CentreInWorkArea(HWND window) {
     }
     const RECT area = WindowArea(window);
     const RECT work = monitor.rcWork;
-    SetWindowPos(window, nullptr, (work.left + work.right - (area.right - area.left)) / 2,
-                 (work.top + work.bottom - (area.bottom - area.top)) / 2, 0, 0,
-                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    const Box place = CentredBox({work.left, work.top, work.right, work.bottom},
+                                 {area.right - area.left, area.bottom - area.top});
+    SetWindowPos(window, nullptr, place.left, place.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 // 9 points at the screen's resolution.

@@ -55,5 +55,15 @@ TEST(Box, IsEmptyWithoutWidthOrHeight) {
     EXPECT_FALSE(stored.IsEmpty());
 }
 
+TEST(CentredBox, LiesInTheMiddleOfTheArea) {
+    EXPECT_EQ(CentredBox({0, 0, 1280, 1024}, {551, 147}), (Box{364, 438, 915, 585}));
+    EXPECT_EQ(CentredBox({-1920, 40, 0, 1080}, {100, 40}), (Box{-1010, 540, -910, 580}));
+}
+
+TEST(CentredBox, BeginsWithAnAreaThatIsTooSmall) {
+    EXPECT_EQ(CentredBox({10, 20, 110, 120}, {160, 40}), (Box{10, 50, 170, 90}));
+    EXPECT_EQ(CentredBox({10, 20, 110, 120}, {40, 160}), (Box{40, 20, 80, 180}));
+}
+
 } // namespace
 } // namespace keyreap
