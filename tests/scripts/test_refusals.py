@@ -102,6 +102,12 @@ def test_a_descriptor_of_the_caller_is_refused(desk, name):
     assert_refused(desk, "/dev/stdin", "/dev/stdin", "a.reg")
 
 
+@pytest.mark.parametrize("name", ["/proc/self/cwd/a.reg", "/proc/self/root/x.reg", "/proc/thread-self/cwd/a.reg", "its/a.reg"])
+def test_a_place_of_the_callers_own_process_is_refused(desk, name):
+    (desk / "its").symlink_to("/proc/self/cwd")
+    assert_refused(desk, name, "a.dll", name)
+
+
 def test_devices_and_pipes_are_refused(desk):
     os.mkfifo(desk / "pipe")
     with socket.socket(socket.AF_UNIX) as end:
@@ -147,6 +153,7 @@ def test_one_output_that_is_not_there_yet_is_refused_for_two_pairs(desk, name):
 
 def test_one_output_on_a_drive_of_the_run_is_refused_for_two_pairs(desk):
     assert_refused(desk, "C:\\x.reg", "a.dll", "C:\\x.reg", "b.dll", "C:\\x.reg")
+    assert_refused(desk, "c:\\X.reg", "a.dll", "C:\\x.reg", "b.dll", "c:\\X.reg")
 
 
 @pytest.mark.parametrize("start", [b"MZ", b"MSFT"])
@@ -159,6 +166,39 @@ def test_an_output_that_is_a_program_or_library_is_refused(desk, start):
 def test_a_character_that_no_windows_path_has_is_refused(desk, name):
     assert_refused(desk, name.replace("\x1f", "\\x1f"), "b.dll", name)
     assert_refused(desk, name.replace("\x1f", "\\x1f"), name, "b.reg")
+
+
+@pytest.mark.parametrize("start", ["\\\\.\\unix", "\\\\?\\unix", "\\\\.\\GLOBALROOT", "\\\\?\\\\\\.\\unix"])
+def test_a_device_prefix_without_a_drive_is_refused(desk, start):
+    name = start + str(desk / "b.dll").replace("/", "\\")
+    assert_refused(desk, name, "a.dll", name)
+    assert_refused(desk, name, name, "a.reg")
+
+
+def test_words_counted_from_a_folder_that_windows_cannot_name_are_refused(desk):
+    """Windows would take the folder's name for two."""
+    odd = desk / "odd\\name"
+    odd.mkdir()
+    (desk / "odd" / "name").mkdir(parents=True)
+    shutil.copyfile(desk / "a.dll", odd / "a.dll")
+    assert_refused(odd, "a.dll", "a.dll", "a.reg")
+    assert_refused(odd, "a.reg", desk / "a.dll", "a.reg")
+
+
+def test_words_counted_from_a_folder_that_is_gone_are_refused(desk):
+    (desk / "gone").mkdir()
+    script = 'cd "$1/gone" && rmdir "$1/gone" && exec "$2" extreg "$1/a.dll" "$3" keyRedir'
+    result = run("/bin/bash", "-c", script, "bash", desk, KEYREAP, "lost.reg")
+    assert result.returncode == 125
+    assert "keyreap: lost.reg: is counted from the current folder, which was removed" in result.stderr
+    (desk / "gone").mkdir()
+    result = run("/bin/bash", "-c", script, "bash", desk, KEYREAP, desk / "a.reg")
+    assert result.returncode == 0 and (desk / "a.reg").exists()
+
+
+def test_more_words_than_a_command_line_holds_are_refused(desk):
+    words = [word for number in range(900) for word in ("b.dll", "a-name-that-is-neither-long-nor-short-%d.reg" % number)]
+    assert_refused(desk, "b.dll", *words)
 
 
 @pytest.mark.parametrize("start", [b"\x7fELF", b"#!/bin/sh\ntouch started\n", b"anything else"])

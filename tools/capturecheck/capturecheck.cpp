@@ -69,13 +69,13 @@ int Prepare(std::span<const std::string> words) {
     const CommandWords command(words);
     const std::vector<PairFiles> pairs = FilesOf(command);
     if (const auto refusal = RefusalOf(pairs)) {
-        PrintRecord("say", PrintableName(refusal->name) + ": " + refusal->text);
+        PrintRecord("say", PrintableName(refusal->name + ": " + refusal->text));
         PrintRecord("status", std::to_string(REFUSED));
         return 0;
     }
     const std::vector<Remark> remarks = RemarksOn(command);
     for (const Remark& remark : remarks) {
-        PrintRecord("say", PrintableName(remark.name) + ": " + remark.text);
+        PrintRecord("say", PrintableName(remark.name + ": " + remark.text));
     }
     if (!remarks.empty()) {
         PrintRecord("usage", "");

@@ -16,6 +16,12 @@ std::optional<struct stat> StatusOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
+// False also of what can't be looked at, such as a link to itself.
+bool IsFolderThere(const std::string& path) {
+    const std::optional<struct stat> status = StatusOf(path);
+    return status && S_ISDIR(status->st_mode);
+}
+
 bool IsLinkOrThere(const std::string& path) {
     struct stat status = {};
     return lstat(path.c_str(), &status) == 0;
@@ -35,9 +41,10 @@ std::string EntryLike(const std::string& folder, std::string_view name) {
     return "";
 }
 
-// /dev/fd and the folders of descriptors below /proc.
+// /dev/fd, the folders of descriptors below /proc, and those that are each process's own.
 bool IsDescriptorFolder(std::string_view path) {
-    return path == "/dev/fd" || (path.starts_with("/proc/") && path.ends_with("/fd"));
+    return path == "/dev/fd" || path == "/proc/self" || path == "/proc/thread-self" ||
+           (path.starts_with("/proc/") && path.ends_with("/fd"));
 }
 
 std::string FolderOf(const std::string& path) {
@@ -49,7 +56,7 @@ std::string FolderOf(const std::string& path) {
 
 HostFile::HostFile(std::string_view path) {
     Find(path);
-    FollowLinks();
+    target = EndOfLinks(found);
     status = StatusOf(found);
 }
 
@@ -69,27 +76,31 @@ void HostFile::Find(std::string_view path) {
                 isNameRespelled = path.empty();
             }
         }
-        if (!path.empty() && missingFolder.empty() && !fs::is_directory(found)) {
+        std::error_code failure;
+        if (!path.empty() && fs::is_symlink(found, failure)) {
+            EndOfLinks(found);
+        }
+        if (!path.empty() && missingFolder.empty() && !IsFolderThere(found)) {
             missingFolder = found;
         }
     }
     found = found.empty() ? "/" : found;
 }
 
-void HostFile::FollowLinks() {
+std::string HostFile::EndOfLinks(std::string path) {
     constexpr int MOST_LINKS = 40;
-    target = found;
     for (int links = 0; links < MOST_LINKS; ++links) {
         std::error_code failure;
-        const fs::path folder = fs::weakly_canonical(FolderOf(target), failure);
+        const fs::path folder = fs::weakly_canonical(FolderOf(path), failure);
         isDescriptor =
-            isDescriptor || IsDescriptorFolder(FolderOf(target)) || IsDescriptorFolder(folder.string());
-        const fs::path next = fs::read_symlink(target, failure);
+            isDescriptor || IsDescriptorFolder(FolderOf(path)) || IsDescriptorFolder(folder.string());
+        const fs::path next = fs::read_symlink(path, failure);
         if (failure) {
-            return;
+            return path;
         }
-        target = (folder / next).lexically_normal().string();
+        path = (folder / next).lexically_normal().string();
     }
+    return path;
 }
 
 std::string HostFile::Folder() const {

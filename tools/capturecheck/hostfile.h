@@ -47,7 +47,8 @@ public:
     bool IsRespelled() const { return isRespelled; }
     bool IsNameRespelled() const { return isNameRespelled; }
 
-    // The path leads through a descriptor of a process, such as /dev/stdout or /proc/self/fd/1.
+    // The path leads through a descriptor of a process, such as /dev/stdout or /proc/self/fd/1, or through
+    // what else is another place for each process, such as /proc/self/cwd.
     bool IsDescriptor() const { return isDescriptor; }
 
     // None if its folder isn't there.
@@ -55,7 +56,8 @@ public:
 
 private:
     void Find(std::string_view path);
-    void FollowLinks();
+    // Also sees whether the way there leads through a descriptor.
+    std::string EndOfLinks(std::string path);
 
     std::string found;
     std::string target; // where the links end

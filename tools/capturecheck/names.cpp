@@ -71,6 +71,14 @@ std::u32string BytesAsPoints(std::string_view bytes) {
     return points;
 }
 
+// Terminals act on these, or begin a new line.
+bool IsControl(char32_t point) {
+    constexpr char32_t LINE_SEPARATOR = 0x2028;
+    constexpr char32_t PARAGRAPH_SEPARATOR = 0x2029;
+    return point < ' ' || (point >= 0x7F && point < 0xA0) || point == LINE_SEPARATOR ||
+           point == PARAGRAPH_SEPARATOR;
+}
+
 } // namespace
 
 std::optional<std::u32string> CodePoints(std::string_view bytes) {
@@ -107,7 +115,7 @@ std::string PrintableName(std::string_view name) {
         const std::string_view before = name;
         const std::optional<char32_t> point = TakeCodePoint(name);
         const std::string_view taken = before.substr(0, before.size() - name.size());
-        if (point && *point >= ' ' && *point != 0x7F) {
+        if (point && !IsControl(*point)) {
             text += taken;
             continue;
         }

@@ -10,18 +10,23 @@
 namespace keyreap {
 namespace {
 
-// As the caller's shell calls it, links and all, if that is right.
+// As the caller's shell calls it, links and all, if that is right. Empty if it was removed.
 std::string CurrentFolder() {
     char* name = get_current_dir_name();
-    std::string folder = name != nullptr ? name : "/";
+    std::string folder = name != nullptr ? name : "";
     std::free(name);
     return folder;
+}
+
+bool HasWindowsPath(const std::string& folder) {
+    return !folder.empty() && folder.find('\\') == std::string::npos;
 }
 
 } // namespace
 
 NamedFile::NamedFile(std::string wordOfCaller, const std::string& currentFolder)
-    : word(std::move(wordOfCaller)), windowsPath(WindowsPath(word, currentFolder)) {
+    : word(std::move(wordOfCaller)), windowsPath(WindowsPath(word, currentFolder)),
+      isLost(IsRelative(word) && !HasWindowsPath(currentFolder)) {
     if (const std::optional<std::string> path = HostPath(windowsPath, currentFolder)) {
         host.emplace(*path);
     }

@@ -18,6 +18,9 @@ struct NamedFile {
     std::string windowsPath;
     // None if it lies on no drive of this machine.
     std::optional<HostFile> host;
+    // It is counted from the current folder, but that has no Windows path: it was removed, or has a backslash
+    // in a name.
+    bool isLost;
 };
 
 // A pair of the command line with its files as they are now.

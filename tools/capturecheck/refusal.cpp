@@ -1,8 +1,10 @@
 #include "tools/capturecheck/refusal.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
+#include "tools/capturecheck/names.h"
 #include "tools/capturecheck/windowspath.h"
 
 namespace keyreap {
@@ -10,12 +12,15 @@ namespace {
 
 // What makes a file unfit as input and output alike; empty if nothing does.
 std::string FaultOf(const NamedFile& file) {
+    if (file.isLost) {
+        return "is counted from the current folder, which was removed or has a backslash in its path";
+    }
     std::string fault = NameFault(file.windowsPath);
     if (!fault.empty() || !file.host) {
         return fault;
     }
     if (file.host->IsDescriptor()) {
-        return "is a descriptor of the caller, which no Windows program has";
+        return "leads into the caller's own process, which no Windows program can follow";
     }
     if (file.host->IsThere() && !file.host->IsOrdinary() && !file.host->IsFolder()) {
         return "is a device or a pipe and no file";
@@ -91,14 +96,40 @@ std::optional<Remark> SharedOutput(const std::vector<PairFiles>& pairs) {
     return std::nullopt;
 }
 
-// Outputs on no drive of this machine are compared as they are spelled.
+// Outputs on no drive of this machine are compared as they are spelled, but for case.
 std::optional<Remark> RepeatedWord(const std::vector<PairFiles>& pairs) {
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
             const NamedFile& output = pairs[i].output;
-            if (!output.host && !output.word.empty() && output.windowsPath == pairs[j].output.windowsPath) {
+            if (!output.host && !output.word.empty() &&
+                FoldedName(output.windowsPath) == FoldedName(pairs[j].output.windowsPath)) {
                 return Remark{output.word, "is to be written for two inputs"};
             }
+        }
+    }
+    return std::nullopt;
+}
+
+// What a path may take of a command line: quotes, a blank, and the prefix that the program gives a long one.
+std::size_t RoomFor(const std::string& windowsPath) {
+    constexpr std::size_t QUOTES_BLANK_AND_PREFIX = 7;
+    const std::u32string points = CodePoints(windowsPath).value_or(std::u32string());
+    const auto pairedUnits = std::ranges::count_if(points, [](char32_t point) { return point > 0xFFFF; });
+    return points.size() + static_cast<std::size_t>(pairedUnits) + QUOTES_BLANK_AND_PREFIX;
+}
+
+// All pairs go to the program in one command line, and those that it can't capture itself from there to its
+// companion. Wine ends a program with a longer line without a word.
+std::optional<Remark> CommandLineFault(const std::vector<PairFiles>& pairs) {
+    constexpr std::size_t LONGEST_LINE = 32766;
+    constexpr std::size_t PROGRAM_AND_MODE = 1024;
+    std::size_t length = PROGRAM_AND_MODE;
+    for (const PairFiles& pair : pairs) {
+        length += RoomFor(pair.input.windowsPath) + RoomFor(pair.output.windowsPath);
+        if (length > LONGEST_LINE) {
+            return Remark{pair.input.word,
+                          "does not fit into the command line with the files before it, since "
+                          "Windows has 32767 characters for all; name fewer in one run"};
         }
     }
     return std::nullopt;
@@ -107,6 +138,9 @@ std::optional<Remark> RepeatedWord(const std::vector<PairFiles>& pairs) {
 } // namespace
 
 std::optional<Remark> RefusalOf(const std::vector<PairFiles>& pairs) {
+    if (std::optional<Remark> fault = CommandLineFault(pairs)) {
+        return fault;
+    }
     // Before the check of each output: "is an input" says more than "is a program".
     if (std::optional<Remark> shared = SharedOutput(pairs)) {
         return shared;

@@ -109,6 +109,11 @@ bool IsWindowsPath(std::string_view word) {
     return HasDrive(word) || word.starts_with(R"(\\)");
 }
 
+bool IsRelative(std::string_view word) {
+    const std::string_view path = word.substr(HasDrive(word) ? 2 : 0);
+    return !word.empty() && !path.starts_with('/') && !path.starts_with('\\');
+}
+
 std::string WindowsPath(std::string_view word, std::string_view currentFolder) {
     if (word.empty() || IsWindowsPath(word)) {
         return std::string(word);
@@ -162,6 +167,9 @@ std::string NameFault(std::string_view windowsPath) {
         return "has bytes in its path that are no UTF-8, so Windows has no name for it";
     }
     std::string_view path = WithoutDevicePrefix(windowsPath);
+    if (path.size() < windowsPath.size() && !HasDrive(path)) {
+        return "names no file of a drive after its first four characters";
+    }
     path.remove_prefix(HasDrive(path) ? 2 : 0);
     const std::vector<std::string_view> parts = PartsOf(path, "\\/");
     for (const std::string_view& part : parts) {

@@ -10,6 +10,9 @@ namespace keyreap {
 // True for a word that begins with a drive letter and a colon, or with two backslashes.
 bool IsWindowsPath(std::string_view word);
 
+// True for a word that is counted from the current folder.
+bool IsRelative(std::string_view word);
+
 // The Windows path of the file that a word names. A Windows path and an empty word stay as they are; anything
 // else is a path of this machine, counted from `currentFolder`, in which a backslash separates too.
 std::string WindowsPath(std::string_view word, std::string_view currentFolder);

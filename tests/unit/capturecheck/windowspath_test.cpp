@@ -21,6 +21,15 @@ TEST(WindowsPathTest, StaysWhatItIs) {
     }
 }
 
+TEST(IsRelativeTest, IsTrueForWordsCountedFromTheCurrentFolder) {
+    for (const char* word : {"a", "./a", "..", "Z:a", "c:"}) {
+        EXPECT_TRUE(IsRelative(word)) << word;
+    }
+    for (const char* word : {"", "/a", R"(\a)", R"(Z:\a)", "Z:/a", R"(\\server\share)", R"(\\?\Z:\a)"}) {
+        EXPECT_FALSE(IsRelative(word)) << word;
+    }
+}
+
 TEST(HostPathTest, IsTheSameForAllSpellings) {
     for (const char* word :
          {R"(Z:\a\b)", "z:/a/b", R"(\\?\Z:\a\b)", R"(\\.\z:\a\.\x\..\b\)", R"(Z:\\a\\b)"}) {
@@ -57,6 +66,13 @@ TEST(NameFaultTest, IsAnEndThatWindowsLeavesOut) {
     EXPECT_NE(NameFault(R"(Z:\a.reg.)").find("dot"), std::string::npos);
     EXPECT_NE(NameFault(R"(Z:\a.\x)").find("dot"), std::string::npos);
     EXPECT_NE(NameFault(R"(Z:\a.reg )").find("blank"), std::string::npos);
+}
+
+TEST(NameFaultTest, IsADevicePrefixWithoutADrive) {
+    // The host below Windows would take the second one for a path of this machine.
+    for (const char* word : {R"(\\?\unix\a)", R"(\\.\unix\a)", R"(\\.\GLOBALROOT\a)", R"(\\?\\\.\unix\a)"}) {
+        EXPECT_NE(NameFault(word).find("drive"), std::string::npos) << word;
+    }
 }
 
 TEST(NameFaultTest, IsACharacterThatNoNameHas) {
