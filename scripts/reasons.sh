@@ -9,11 +9,12 @@ REASON_LIMIT=30
 # shellcheck disable=SC2016 # the words are those of a shell of its own
 ASK_PROGRAMS='/usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
 
+# An interrupt from the keyboard ends the look too (--foreground).
 # input_reason WINDOWS_PATH: prints why the file can't be registered, as a piece of a sentence ("needs foo.dll, which is
 # nowhere; wanted by bar.dll"), or nothing if no reason is found.
 input_reason() {
     local programs=("$BUILD"/x{64,86}/tools/explain/explain.exe) reason
-    reason=$(timeout -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
+    reason=$(timeout --foreground -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
         /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" 2>/dev/null </dev/null) || return 0
     printf '%s' "$reason"
 }

@@ -29,12 +29,15 @@ take_records() {
 }
 
 # pair_reason WINDOWS_PATH OTHERWISE: why a pair failed whose files don't show it. What crashed says more than what was
-# missing, but for a call of a function that is missing: Wine loads a file without it, and only the file shows which one it
-# is. Both say more than the sentence OTHERWISE. KEYREAP_CRASH is what was seen of a crash.
+# missing, and both more than the sentence OTHERWISE; only a call of a function that a library lacks needs both.
+# KEYREAP_CRASH is what was seen of a crash.
 pair_reason() {
-    local crash=${KEYREAP_CRASH-} missing=''
-    [[ -n $crash && $crash != *"(0x80000100)"* ]] || missing=$(input_reason "$1")
-    printf '%s' "${missing:-${crash:-$2}}"
+    local reason=${KEYREAP_CRASH-} missing=
+    [[ -n $reason && $reason != *"(0x80000100)"* ]] || missing=$(input_reason "$1")
+    [[ -z $missing ]] || reason=${reason:+$reason; }$missing
+    reason=${reason:-$2}
+    # Names in it are those of a foreign file; a line stays one, and a terminal does nothing but show it.
+    printf '%s' "${reason//[[:cntrl:]]/?}"
 }
 
 # start_progress_line WORD...: at a terminal, shows how far a run of many pairs is, on one line. PROGRESS is its process.

@@ -88,10 +88,40 @@ def test_a_machine_that_the_host_does_not_run_is_named(desk):
     assert said(desk, 255, "arm.dll", "a.reg") == ["arm.dll: it is for ARM64, and this host runs x64 and x86 alone"]
 
 
-def test_a_server_that_cannot_be_loaded_has_its_line(desk):
-    name = sample(desk, "orphan.dll")
-    lines = said(desk, 255, name, "a.reg")
-    assert len(lines) == 1 and lines[0].startswith(name + ": ")
+@pytest.mark.parametrize("bitness", ["x64", "x86"])
+def test_a_server_that_cannot_be_loaded_is_named_with_what_it_lacks(desk, bitness):
+    name = sample(desk, "orphan.dll", bitness)
+    assert said(desk, 255, name, "a.reg") == [name + ": needs missinglib.dll, which is nowhere; wanted by orphan.dll"]
+
+
+@pytest.mark.parametrize("bitness, place", [("x64", "in lacking.dll"), ("x86", "after lacking.dll was loaded")])
+def test_a_call_of_a_missing_import_is_named_with_the_import(desk, bitness, place):
+    sample(desk, "lackinglib.dll", bitness)
+    name = sample(desk, "lacking.dll", bitness)
+    lines = said(desk, 1, name, "a.reg", "keyRedir")
+    assert len(lines) == 1
+    assert lines[0].startswith(name + ": call of a function that a library lacks (0x80000100)") and place in lines[0]
+    assert lines[0].endswith("; needs the function LaterNumber of lackinglib.dll, which it doesn't have; wanted by lacking.dll")
+
+
+CONTROLS = """
+#include <windows.h>
+extern "C" __declspec(dllimport) void Foreign();
+extern "C" __declspec(dllexport) long __stdcall DllRegisterServer() { Foreign(); return 0; }
+"""
+
+
+def test_control_characters_of_a_foreign_file_reach_no_terminal(desk):
+    (desk / "controls.cpp").write_text(CONTROLS)
+    (desk / "lib.def").write_text("LIBRARY controlling.dll\nEXPORTS\nForeign\n")
+    subprocess.run(["x86_64-w64-mingw32-dlltool", "-d", "lib.def", "-l", "lib.a"], cwd=desk, check=True)
+    command = ["x86_64-w64-mingw32-g++-posix", "-shared", "-static", "controls.cpp", "lib.a", "-o", "controls.dll"]
+    subprocess.run(command, cwd=desk, check=True)
+    image = (desk / "controls.dll").read_bytes()
+    assert image.count(b"controlling.dll\0") == 1
+    (desk / "controls.dll").write_bytes(image.replace(b"controlling.dll\0", b"con\x1b[2J\ning.dll\0"))
+    lines = said(desk, 255, "controls.dll", "a.reg", "keyRedir")
+    assert len(lines) == 1 and lines[0].isprintable() and "con?[2J?ing.dll, which is nowhere" in lines[0]
 
 
 # The output
@@ -106,6 +136,20 @@ def test_a_missing_output_folder_is_named(desk):
 def test_an_output_that_is_a_folder_is_named(desk):
     (desk / "a.reg").mkdir()
     assert said(desk, 255, "good.dll", "a.reg") == ["good.dll: a.reg can't be written: it is a folder"]
+
+
+def test_a_path_that_no_file_can_have_is_named(desk):
+    (desk / "loop").symlink_to("loop")
+    name = 300 * "x"
+    assert said(desk, 255, "good.dll", "loop") == ["good.dll: loop can't be written: its links lead in a circle"]
+    assert said(desk, 255, "good.dll", name) == ["good.dll: %s can't be written: its name is too long" % name]
+    assert said(desk, 255, "loop/x.dll", "a.reg") == ["loop/x.dll: %s is no folder" % (desk / "loop")]
+    assert said(desk, 255, "good.dll", "good32.dll/a.reg") == [
+        "good.dll: good32.dll/a.reg can't be written: %s is no folder" % (desk / "good32.dll")
+    ]
+    assert said(desk, 255, "good.dll", name + "/a.reg") == [
+        "good.dll: %s/a.reg can't be written: there is no folder %s" % (name, desk / name)
+    ]
 
 
 def in_namespace(mount, desk, *words):
@@ -157,10 +201,17 @@ def test_later_pairs_are_named_as_skipped_in_the_programs_order(desk):
 
 def test_a_crash_has_the_line_of_its_pair(desk):
     name = sample(desk, "faultReadNull.dll")
-    lines = said(desk, 5, "good.dll", "a.reg", name, "b.reg", "good32.dll", "c.reg", "keyRedir")
-    assert len(lines) == 2
-    assert lines[0].startswith(name + ": ")
-    assert lines[1] == "good32.dll: skipped, since %s failed" % name
+    assert said(desk, 5, "good.dll", "a.reg", name, "b.reg", "good32.dll", "c.reg", "keyRedir") == [
+        name + ": access violation (0xC0000005) in faultReadNull.dll",
+        "good32.dll: skipped, since %s failed" % name,
+    ]
+
+
+def test_a_crash_in_the_companion_has_the_line_of_its_pair(desk):
+    name = sample(desk, "faultReadNull.dll", "x86")
+    assert said(desk, 5, "good32.dll", "a.reg", name, "b.reg", "good.dll", "c.reg", "keyRedir") == [
+        name + ": access violation (0xC0000005) in faultReadNull.dll"
+    ]
 
 
 ENDING = """
@@ -264,11 +315,3 @@ def test_an_output_named_like_a_mode_is_named(desk):
 def test_a_word_that_begins_with_a_dash_is_named(desk):
     lines = said(desk, 0, "good.dll", "-o", "keyRedir")
     assert lines == ["-o: taken for a file, since there are no options", USAGE]
-
-
-@pytest.mark.parametrize(("bitness", "status"), [("x64", 1), ("x86", 1)])
-def test_a_function_that_a_library_lacks_is_named_though_the_call_is_a_crash(desk, bitness, status):
-    name, library = sample(desk, "lacking.dll", bitness), sample(desk, "lackinglib.dll", bitness)
-    assert said(desk, status, name, "a.reg") == [
-        "%s: needs the function LaterNumber of %s, which it doesn't have; wanted by %s" % (name, library, name)
-    ]

@@ -1,8 +1,10 @@
 #include "tools/capturecheck/reasons.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -24,6 +26,10 @@ std::string DidYouMean(const std::string& path) {
 
 std::string MissingFolderText(const HostFile& file) {
     const std::string& folder = file.MissingFolder();
+    struct stat status = {};
+    if (lstat(folder.c_str(), &status) == 0) {
+        return PrintableName(folder) + " is no folder";
+    }
     return "there is no folder " + PrintableName(folder) + DidYouMean(folder);
 }
 
@@ -35,6 +41,17 @@ std::string ImageReason(const InputFacts& facts) {
         return "it exports no DllRegisterServer, and is no program";
     }
     return "";
+}
+
+// What keeps a file from being made under the path, whatever its folder allows; empty if nothing does.
+std::string PathReason(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0) {
+        return "";
+    }
+    return errno == ENAMETOOLONG ? "its name is too long"
+           : errno == ELOOP      ? "its links lead in a circle"
+                                 : "";
 }
 
 // Of a path that leads to no file of this machine.
@@ -102,6 +119,9 @@ std::string OutputReason(const NamedFile& output) {
     }
     if (file.IsFolder()) {
         return name + " can't be written: it is a folder";
+    }
+    if (std::string reason = PathReason(file.Path()); !reason.empty()) {
+        return name + " can't be written: " + reason;
     }
     if (access(file.IsThere() ? file.Path().c_str() : file.Folder().c_str(), W_OK) != 0) {
         return name + " can't be written: " +
