@@ -3,11 +3,11 @@
 # that writes to such keys may get another one for its name (docs/tracing.md). The filter of requests finds that in a
 # session's log and leaves the names when the session ends (notes.sh). Sourced after common.sh.
 
-# report_mixed_keys: one line on standard error for all names of the array MIXED_KEYS, or nothing.
-report_mixed_keys() {
+# mixed_keys_text: prints one sentence for all names of the array MIXED_KEYS, or nothing.
+mixed_keys_text() {
     local others=$((${#MIXED_KEYS[@]} - 1)) more=
     ((others >= 0)) || return 0
     ((others == 0)) || more=" and $others more"
-    say "${MIXED_KEYS[0]}$more: Wine took a key below Wow6432Node for this one, so the .reg file can't be relied on" \
-        "there; see docs/tracing.md"
+    printf '%s: %s' "${MIXED_KEYS[0]}$more" \
+        "Wine took a key below Wow6432Node for this one, so the .reg file can't be relied on there; see docs/tracing.md"
 }

@@ -7,7 +7,7 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-for part in checks words mixedkeys; do
+for part in checks words; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done
@@ -16,7 +16,5 @@ end_progress_line "$1"
 reader=plain
 [[ ! -t 2 ]] || reader=terminal
 take_records report "$reader" "${@:2}"
-# shellcheck disable=SC2034 # report_mixed_keys has it
-mapfile -t MIXED_KEYS < <(printf '%s' "$KEYREAP_MIXED_KEYS")
-report_mixed_keys
+[[ -z $KEYREAP_MIXED_KEYS ]] || say "$KEYREAP_MIXED_KEYS"
 exit "$OWN_STATUS"

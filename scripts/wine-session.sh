@@ -18,8 +18,8 @@
 #   --ready            the caller has seen to the set-up
 #   --silent           what the command writes to its standard streams goes nowhere
 #   --then N WORD...   the command of N words, with the status as one more, takes this script's place when the session
-#                      has ended. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS names keys that
-#                      Wine mixed up (--requests), one a line
+#                      has ended. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS what --report-mixed-keys
+#                      would print (--requests)
 #
 # The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -98,8 +98,9 @@ else
 fi
 end_session
 take_notes
+mixed_text=$(mixed_keys_text)
 if ((${#afterwards[@]} > 0)); then
-    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$(printf '%s\n' "${MIXED_KEYS[@]}") exec "${afterwards[@]}" "$status"
+    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text exec "${afterwards[@]}" "$status"
 fi
-[[ $mixed == quiet ]] || report_mixed_keys
+[[ $mixed == quiet || -z $mixed_text ]] || say "$mixed_text"
 exit "$status"
