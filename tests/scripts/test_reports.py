@@ -138,6 +138,22 @@ def test_an_output_that_is_a_folder_is_named(desk):
     assert said(desk, 255, "good.dll", "a.reg") == ["good.dll: a.reg can't be written: it is a folder"]
 
 
+def test_an_output_that_goes_with_the_run_is_named(desk):
+    assert said(desk, 0, "good.dll", "C:\\x.reg", "keyRedir") == [
+        "good.dll: C:\\x.reg went with the run's own drive; name a file of this machine"
+    ]
+
+
+def test_files_on_no_drive_of_this_machine_are_named(desk):
+    drives = "in a run, only C: of its own and Z: for this machine"
+    assert said(desk, 255, "D:\\x.dll", "a.reg") == ["D:\\x.dll: there is no drive D: " + drives]
+    assert said(desk, 255, "\\\\server\\share\\x.dll", "a.reg") == ["\\\\server\\share\\x.dll: there is no share " + drives]
+    assert said(desk, 255, "good.dll", "d:\\a.reg") == ["good.dll: d:\\a.reg can't be written: there is no drive d: " + drives]
+    assert said(desk, 255, "C:\\x.dll", "a.reg") == ["C:\\x.dll: it is not on the run's own drive, or could not be registered"]
+    lines = said(desk, 255, "good.dll", "C:\\no\\a.reg")
+    assert len(lines) == 1 and lines[0].endswith(", or C:\\no\\a.reg could not be written")
+
+
 def test_a_path_that_no_file_can_have_is_named(desk):
     (desk / "loop").symlink_to("loop")
     name = 300 * "x"

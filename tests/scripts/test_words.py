@@ -79,7 +79,7 @@ def test_an_output_on_a_drive_of_the_run_is_not_looked_for(ready_tree):
     terminal = Terminal(ready_tree.keyreap, "extreg", "c.dll", "C:\\x.reg")
     assert lines(terminal) == [
         "keyreap: status 0: captured",
-        "keyreap: C:\\x.reg: on a drive that went with the run",
+        "keyreap: c.dll: C:\\x.reg went with the run's own drive; name a file of this machine",
     ]
 
 

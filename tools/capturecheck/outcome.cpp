@@ -32,7 +32,8 @@ RegContents ContentsOf(const HostFile& file) {
 
 // The mode that may show more than the one that was used.
 std::string ModeToTry(const PairFiles& pair, const std::string& mode) {
-    const bool isProgram = pair.facts.kind == InputKind::image && !pair.facts.exportsRegistration;
+    const bool isServer = pair.facts.kind == InputKind::image && pair.facts.exportsRegistration;
+    const bool isProgram = pair.input.host && !isServer && pair.facts.kind != InputKind::typeLibrary;
     if (isProgram) {
         return "no other mode shows more of a program";
     }
@@ -173,6 +174,10 @@ std::vector<PairRemark> RunOutcome::Remarks() const {
             RemarkOnCaptured(pair, remarks);
             break;
         case PairResult::unknown:
+            remarks.push_back({pair.files.input.word,
+                               PrintableName(pair.files.output.word) +
+                                   " went with the run's own drive; name a file of this machine",
+                               false, ""});
             break;
         }
     }

@@ -57,11 +57,16 @@ std::string PathReason(const std::string& path) {
 // Of a path that leads to no file of this machine.
 std::string DriveReason(const std::string& windowsPath) {
     const bool hasDrive = windowsPath.size() > 1 && windowsPath[1] == ':';
+    const bool isShare = windowsPath.starts_with(R"(\\)") && !windowsPath.starts_with(R"(\\.\)") &&
+                         !windowsPath.starts_with(R"(\\?\)");
+    constexpr std::string_view DRIVES = " in a run, only C: of its own and Z: for this machine";
+    if (isShare) {
+        return std::string("there is no share").append(DRIVES);
+    }
     if (!hasDrive || windowsPath[0] == 'C' || windowsPath[0] == 'c') {
         return "";
     }
-    return std::string("there is no drive ") + windowsPath[0] +
-           ": in a run, only C: of its own and Z: for this machine";
+    return std::string("there is no drive ").append(1, windowsPath[0]).append(":").append(DRIVES);
 }
 
 std::string InputReason(const PairFiles& pair) {
@@ -134,16 +139,10 @@ std::string OutputReason(const NamedFile& output) {
     return "";
 }
 
-} // namespace
-
-std::string ReasonInFiles(const PairFiles& pair) {
-    std::string reason = InputReason(pair);
-    return reason.empty() ? OutputReason(pair.output) : reason;
-}
-
-std::string GeneralReason(const PairFiles& pair) {
-    if (pair.output.host && IsCutOff(*pair.output.host)) {
-        return PrintableName(pair.output.word) + " could not be written to its end";
+// As far as it lies in the input.
+std::string GeneralInputReason(const PairFiles& pair) {
+    if (!pair.input.host) {
+        return "it is not on the run's own drive, or could not be registered";
     }
     switch (pair.facts.kind) {
     case InputKind::typeLibrary:
@@ -155,6 +154,24 @@ std::string GeneralReason(const PairFiles& pair) {
     default:
         return "it could not be registered";
     }
+}
+
+} // namespace
+
+std::string ReasonInFiles(const PairFiles& pair) {
+    std::string reason = InputReason(pair);
+    return reason.empty() ? OutputReason(pair.output) : reason;
+}
+
+std::string GeneralReason(const PairFiles& pair) {
+    if (pair.output.host && IsCutOff(*pair.output.host)) {
+        return PrintableName(pair.output.word) + " could not be written to its end";
+    }
+    std::string reason = GeneralInputReason(pair);
+    if (!pair.output.host) {
+        reason += ", or " + PrintableName(pair.output.word) + " could not be written";
+    }
+    return reason;
 }
 
 std::string NearMiss(const std::string& folder, std::string_view name) {

@@ -23,13 +23,11 @@ std::string StatusText(const CommandWords& words, int programStatus, int status)
     return programStatus == PAIR_FAILED ? "failed" : "crashed, or was ended; see docs/exit-status.md";
 }
 
-// What came of an output, if it was written or can't be looked at.
+// What came of an output, if it was written.
 void ReportOutput(const PairOutcome& pair, const RecordSink& print) {
     const NamedFile& output = pair.files.output;
     const std::string name = PrintableName(output.word) + ": ";
-    if (pair.result == PairResult::unknown) {
-        print("say", name + "on a drive that went with the run");
-    } else if (pair.isWritten) {
+    if (pair.isWritten) {
         const MappedFile mapped(output.host->Path());
         const RegContents contents = ContentsOfBytes(mapped.Bytes());
         print("say", name + Counted(contents.keys, "key") + ", " + Counted(contents.values, "value") + ", " +
