@@ -11,7 +11,7 @@ usage() {
 # take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and OWN_STATUS
 # with what the last record says; a check without a last record has failed.
 take_records() {
-    local kind text name='' path=''
+    local kind text name='' path='' reason
     WORDS=() STATES=() OWN_STATUS=
     while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
         case $kind in
@@ -21,7 +21,10 @@ take_records() {
         usage) usage ;;
         name) name=$text ;;
         path) path=$text ;;
-        open) say "$name: $(pair_reason "$path" "$text" </dev/null)" ;;
+        open)
+            reason=$(pair_reason "$path" "$text" </dev/null)
+            say "$name: ${reason:-$text}"
+            ;;
         status) OWN_STATUS=$text ;;
         esac
     done < <("$CAPTURE_CHECK" "$@")

@@ -144,6 +144,13 @@ def test_a_run_of_many_pairs_shows_how_far_it_is(tmp_path):
     assert len([line for line in shown.split("\r\n") if line]) == 5
 
 
+def test_a_run_that_cannot_begin_shows_no_progress(tmp_path):
+    words = [word for number in range(4) for word in (SAMPLES / "x64" / "plain.dll", tmp_path / ("%d.reg" % number))]
+    terminal = Terminal(ROOT / "keyreap", "extreg", *words, env=dict(os.environ, KEYREAP_POOL_SIZE="0"))
+    assert terminal.shown() == "keyreap: KEYREAP_POOL_SIZE is '0', and has to be a number from 1 to 99999\r\n"
+    assert terminal.process.returncode == 125
+
+
 def test_an_interrupt_ends_the_run_without_further_words(ready_tree):
     terminal = Terminal(ready_tree.keyreap, "wait", start_new_session=True)
     prefix = ready_tree.build / "wine" / "pool" / "1"
