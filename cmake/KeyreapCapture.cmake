@@ -12,12 +12,13 @@ endif()
 execute_process(COMMAND ${COMMAND} extreg ${SERVER} ${OUTPUT}.part ${MODE} RESULT_VARIABLE status
                 ERROR_VARIABLE said)
 string(STRIP "${said}" said)
-if(NOT status EQUAL 0)
-  file(REMOVE ${OUTPUT}.part)
-  message(FATAL_ERROR "The capture of ${SERVER} ended with ${status}\n${said}")
-endif()
+# A message of an error would be broken into short lines.
 if(said)
   message("${said}")
+endif()
+if(NOT status EQUAL 0)
+  file(REMOVE ${OUTPUT}.part)
+  message(FATAL_ERROR "The capture of ${SERVER} ended with ${status}")
 endif()
 
 # A registration that could not be seen leaves no more than a few empty keys.

@@ -127,6 +127,15 @@ def test_the_reason_of_a_failed_capture_is_shown(tmp_path):
     assert "ended with 255" in result.stdout and "keyreap: one.dll: it is a folder" in result.stdout
 
 
+def test_a_long_reason_stays_one_line(tmp_path):
+    made = project(tmp_path)
+    reason = "keyreap: %s/one.dll: needs foo.dll, which is nowhere; wanted by one.dll" % (12 * "/a folder")
+    (tmp_path / "act").write_text("echo '%s' >&2; exit 255" % reason)
+    result = made.make()
+    assert result.returncode != 0
+    assert reason in result.stdout.splitlines()
+
+
 def test_what_is_said_of_a_capture_is_shown(tmp_path):
     made = project(tmp_path)
     (tmp_path / "act").write_text("echo 'keyreap: one.dll: a remark' >&2")
