@@ -92,9 +92,10 @@ int ShowProgress(const StatesAndWords& given) {
     const pid_t parent = getppid();
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     std::signal(SIGTERM, [](int) { isEnded = 1; });
-    const CommandWords command(given.words);
+    // Once: in a folder with many files it takes long to find names that differ by case.
+    const std::vector<PairFiles> files = FilesOf(CommandWords(given.words));
     while (isEnded == 0 && getppid() == parent) {
-        const Progress progress = ProgressOf(FilesOf(command), given.states);
+        const Progress progress = ProgressOf(files, given.states);
         const std::size_t count = given.states.size();
         // In one piece, since the writer may be killed at any moment. A line too long for the terminal is cut
         // there.

@@ -20,9 +20,13 @@ bool IsNative(std::string_view state) {
     return state.starts_with(NATIVE);
 }
 
+// Looks at the file anew each time.
+bool IsChangedSince(const PairFiles& pair, std::string_view state) {
+    return pair.output.host && FileStamp(pair.output.host->Path()) != state.substr(state.find(' ') + 1);
+}
+
 bool IsWrittenSince(const PairFiles& pair, std::string_view state) {
-    return pair.output.host && pair.output.host->IsOrdinary() &&
-           FileStamp(pair.output.host->Path()) != state.substr(state.find(' ') + 1);
+    return IsChangedSince(pair, state) && pair.output.host->IsOrdinary();
 }
 
 RegContents ContentsOf(const HostFile& file) {
@@ -187,7 +191,7 @@ std::vector<PairRemark> RunOutcome::Remarks() const {
 Progress ProgressOf(const std::vector<PairFiles>& pairs, const std::vector<std::string>& states) {
     Progress progress;
     for (const std::size_t i : OrderOf(pairs.size(), [&](std::size_t at) { return IsNative(states[at]); })) {
-        if (!IsWrittenSince(pairs[i], states[i])) {
+        if (!IsChangedSince(pairs[i], states[i])) {
             progress.current = pairs[i].input.word;
             break;
         }
