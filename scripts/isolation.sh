@@ -82,7 +82,8 @@ copy_drive() {
         ! list_drive "$copy" | cmp -s - "$list" || { mv -T "$copy" "$PREFIX/drive_c" && return; }
     fi
     rm -rf "$list" "$copy"
-    cp -a "$WINE_BASE/drive_c" "$copy"
+    # A part of a copy would only keep a full disk full.
+    cp -a "$WINE_BASE/drive_c" "$copy" || { rm -rf "$copy" && return 1; }
     list_times "$copy" >"$PREFIX.times"
     list_drive "$copy" >"$list.new"
     mv "$list.new" "$list"
@@ -110,6 +111,12 @@ restore_times() {
     while IFS=' ' read -r -d '' time folder; do
         [[ ! -d $1/$folder ]] || touch -c -d "@$time" "$1/$folder"
     done < <(list_times "$1" | comm -z -13 - "$2")
+}
+
+# discard_session PREFIX: when its processes have ended, no mount and no file of it is left.
+discard_session() {
+    [[ ! -d $1/overlay ]] || unmount_drive "$1"
+    clear_prefix "$1"
 }
 
 # clear_prefix PREFIX: nothing of a session is left; a copy of the drive is put aside.

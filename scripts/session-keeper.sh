@@ -24,7 +24,4 @@ while read -r word; do
 done
 end_prefix "$1"
 wait
-if [[ ${2-} == discard ]]; then
-    [[ ! -d $1/overlay ]] || unmount_drive "$1"
-    clear_prefix "$1"
-fi
+[[ ${2-} != discard ]] || discard_session "$1"

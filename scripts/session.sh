@@ -25,6 +25,7 @@ check_pool() {
     [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
     mkdir -p "$POOL" 2>/dev/null || true
     [[ -d $POOL && -w $POOL ]] || fail "cannot write to $POOL"
+    [[ -w /tmp ]] || fail "cannot write to /tmp, where Wine's server has its folder"
     [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
 }
 
@@ -67,7 +68,7 @@ stay_on_one_core() {
 # prefix is cleared then.
 start_keeper() {
     exec 8> >(exec setsid "$ROOT/scripts/session-keeper.sh" "$PREFIX" "$@" 6>&- >/dev/null 2>&1)
-    KEEPER=$!
+    KEEPER=$! KEEPING=${1-}
 }
 
 # renew_prefix CLASSES SHARE: nothing of an earlier run is left. CLASSES is `all` or `none`; SHARE is a folder
@@ -132,11 +133,27 @@ run_in_session() {
     { wait "$!"; } 2>/dev/null
 }
 
-# end_session: returns when the keeper has ended all that belongs to the session and given the prefix back.
+# end_session: returns when the keeper has ended all that belongs to the session and given the prefix back; where somebody
+# ended the keeper itself, this does it.
 end_session() {
     exec 8>&-
-    wait "$KEEPER" || end_prefix "$PREFIX"
+    if ! wait "$KEEPER"; then
+        end_prefix "$PREFIX"
+        [[ $KEEPING != discard ]] || discard_session "$PREFIX"
+    fi
     exec 7>&- 9>&-
+}
+
+# prepare COMMAND...: a command without which no session can begin. Not to be called in a condition.
+prepare() {
+    local said status
+    set +e
+    said=$( (set -e && "$@") 2>&1 >/dev/null)
+    status=$?
+    set -e
+    ((status == 0)) && return
+    end_session
+    fail "cannot lay out a Wine prefix in $PREFIX: ${said##*$'\n'}"
 }
 
 # end_on_signal NAME: ends the session, then this script the way the signal would have ended it; by a status where the

@@ -84,7 +84,7 @@ for signal in INT TERM HUP QUIT; do
     trap "end_on_signal $signal" "$signal"
 done
 end_prefix "$PREFIX"
-renew_prefix "$classes" "$share"
+prepare renew_prefix "$classes" "$share"
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
 open_notes "$PREFIX"

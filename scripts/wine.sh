@@ -82,11 +82,14 @@ end_prefix() {
 }
 
 # prefix_processes PREFIX: the numbers of the processes that were started with WINEPREFIX=PREFIX. Wine hands
-# its own variables on to every process, even to one that was started with others.
+# its own variables on to every process, even to one that was started with others. A container's processes, which may
+# have a prefix at the same path, are somebody else's.
 prefix_processes() {
-    local pid
+    local pid thread
     # A process that has ended and waits to be reaped shows no environment. Nor does one of which only the first
     # thread has ended, but its other threads do.
     grep -lzxF "WINEPREFIX=$1" /proc/[0-9]*/task/[0-9]*/environ 2>/dev/null |
-        while IFS=/ read -r _ _ pid _; do printf '%s\n' "$pid"; done | sort -u
+        while IFS=/ read -r _ _ pid _ thread _; do
+            [[ ! /proc/$pid/task/$thread/ns/pid -ef /proc/self/ns/pid ]] || printf '%s\n' "$pid"
+        done | sort -u
 }

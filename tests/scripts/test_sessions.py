@@ -165,6 +165,19 @@ def test_a_process_without_its_first_thread_ends_with_the_session(pool):
     until(lambda: not os.path.exists("/proc/" + number))
 
 
+def test_a_container_with_a_prefix_at_the_same_path_is_left_alone(pool):
+    """Its processes are among the host's, and their environment says nothing about whose prefix it names."""
+    words = ["unshare", "--pid", "--fork", "--kill-child", "env", "WINEPREFIX=%s" % pool.prefix()]
+    if run(*words, "true").returncode != 0:
+        return  # nobody can have processes of another kind here
+    other = subprocess.Popen([*words, "bash", "-c", "echo begun; exec sleep inf"], stdout=subprocess.PIPE, text=True)
+    assert other.stdout.readline() == "begun\n"
+    succeeded(pool.run("wine", "cmd", "/c", "exit"))
+    assert other.poll() is None
+    other.kill()
+    other.communicate()
+
+
 def test_the_end_of_output_is_the_end_of_the_session(pool):
     session = pool.start("wine", "cmd", "/c", "echo word")
     assert session.stdout.read().strip() == "word"
@@ -200,6 +213,15 @@ def test_a_killed_group_leaves_nothing(pool):
     assert session.stdout.readline() == "begun\n"
     os.killpg(session.pid, signal.SIGKILL)
     until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+    assert_nothing_is_left(pool)
+
+
+def test_a_session_whose_keeper_was_killed_leaves_nothing(pool):
+    session = started(pool, ["wine", "cmd", "/k"])
+    until(lambda: len(processes_of(pool.prefix())) > 3)
+    assert run("pkill", "-KILL", "-f", "session-keeper.sh %s " % pool.prefix()).returncode == 0
+    session.send_signal(signal.SIGTERM)
+    assert session.wait() == -signal.SIGTERM
     assert_nothing_is_left(pool)
 
 
@@ -249,6 +271,33 @@ def test_a_pool_that_can_not_be_written_to_is_refused_in_one_sentence(pool, tmp_
     (tmp_path / "file").touch()
     result = pool.run("true", env={"KEYREAP_POOL": str(tmp_path / "file")})
     assert (result.returncode, result.stderr) == (125, "keyreap: cannot write to %s\n" % (tmp_path / "file"))
+
+
+def test_a_prefix_that_can_not_be_laid_out_is_named_in_one_sentence(pool):
+    pool.prefix().touch()
+    result = pool.run("true")
+    assert (result.returncode, result.stdout, len(result.stderr.splitlines())) == (125, "", 1)
+    assert result.stderr.startswith("keyreap: cannot lay out a Wine prefix in %s: mkdir: " % pool.prefix())
+
+
+def test_a_full_disk_is_named_in_one_sentence_and_gets_no_part_of_a_copy(pool, tmp_path):
+    if run("unshare", "--mount", "true").returncode != 0:
+        return  # no caller has a mount of its own here
+    script = 'mount -t tmpfs -o size=4m tmpfs "$1" && "$2" true; echo $?; ls -d "$1"/1.*'
+    full = dict(pool.environment, KEYREAP_POOL=str(tmp_path), KEYREAP_ISOLATION="copies")
+    result = run("unshare", "--mount", "bash", "-c", script, "bash", tmp_path, SESSION, env=full)
+    assert result.stdout == "125\n%s\n" % (tmp_path / "1.lock")
+    assert result.stderr.startswith("keyreap: cannot lay out a Wine prefix in %s: cp: " % (tmp_path / "1"))
+    assert result.stderr.endswith(": No space left on device\n") and len(result.stderr.splitlines()) == 1
+
+
+def test_temporary_files_that_can_not_be_written_are_named_in_one_sentence(pool):
+    if run("unshare", "--mount", "true").returncode != 0:
+        return  # no caller has a mount of its own here
+    script = 'mount -t tmpfs -o ro tmpfs /tmp && exec "$@"'
+    result = run("unshare", "--mount", "bash", "-c", script, "bash", SESSION, "true", env=pool.environment)
+    assert (result.returncode, result.stdout) == (125, "")
+    assert result.stderr == "keyreap: cannot write to /tmp, where Wine's server has its folder\n"
 
 
 FEW = ["bash", "-c", 'ulimit "$1" 64; shift; exec "$@"', "bash"]
