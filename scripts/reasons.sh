@@ -5,17 +5,18 @@
 # How long the look at a file may take, in seconds: it may load the file, and a DllMain may wait for ever.
 REASON_LIMIT=30
 
-# Starts the 64-bit program, and the 32-bit one if that is the one to ask.
+# Starts the 64-bit program, and the 32-bit one if that is the one to ask. Ends when the process $4 has: whoever asks may be
+# killed, and nobody wants the reason then.
 # shellcheck disable=SC2016 # the words are those of a shell of its own
-ASK_PROGRAMS='/usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
+ASK_PROGRAMS='{ tail --pid="$4" -s 0.2 -f /dev/null; kill "$$"; } >/dev/null &
+    /usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
 
-# An interrupt from the keyboard ends the look too (--foreground).
 # input_reason WINDOWS_PATH: prints why the file can't be registered, as a piece of a sentence ("needs foo.dll, which is
-# nowhere; wanted by bar.dll"), or nothing if no reason is found.
+# nowhere; wanted by bar.dll"), or nothing if no reason is found. An interrupt from the keyboard ends the look (--foreground).
 input_reason() {
     local programs=("$BUILD"/x{64,86}/tools/explain/explain.exe) reason
     reason=$(timeout --foreground -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
-        /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" 2>/dev/null </dev/null) || return 0
+        /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" "$$" 2>/dev/null </dev/null) || return 0
     printf '%s' "$reason"
 }
 

@@ -1,10 +1,11 @@
 """Why a file can't be registered, in words: what input_reason of scripts/reasons.sh prints, for files of either bitness."""
 
 import shutil
+import subprocess
 
 import pytest
 
-from conftest import ROOT, bash
+from conftest import ROOT, bash, is_locked, processes_of, until
 
 SAMPLES = ROOT / "build" / "samples"
 BITNESSES = ("x64", "x86")
@@ -138,3 +139,24 @@ def test_a_look_that_takes_too_long_gives_no_reason(bitness):
     result = bash("cd '%s' && source scripts/common.sh && source scripts/reasons.sh && REASON_LIMIT=0.01 && input_reason \"$1\""
                   % ROOT, sample(bitness, "orphan.dll"))
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
+
+
+STAYING = """
+#include <windows.h>
+BOOL WINAPI DllMain(HINSTANCE, DWORD, void*) { Sleep(INFINITE); return TRUE; }
+extern "C" __declspec(dllexport) long __stdcall DllRegisterServer() { return 0; }
+"""
+
+
+def test_a_look_ends_with_whoever_asked(pool, tmp_path):
+    """The library keeps the look for ever, and the limit is out of the way."""
+    (tmp_path / "staying.cpp").write_text(STAYING)
+    command = ["x86_64-w64-mingw32-g++-posix", "-shared", "-static", "staying.cpp", "-o", "staying.dll"]
+    subprocess.run(command, cwd=tmp_path, check=True)
+    ask = "cd '%s' && %s" % (ROOT, ASK.replace("&& input", "&& REASON_LIMIT=100000 && input"))
+    asking = subprocess.Popen(["/bin/bash", "-c", ask, "bash", windows(tmp_path / "staying.dll")], env=pool.environment)
+    until(lambda: len(processes_of(pool.prefix())) > 3)
+    asking.kill()
+    asking.wait()
+    until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
+    assert processes_of(pool.prefix()) == []
