@@ -36,10 +36,10 @@ make_start_recording() {
     start_version >"$START_VERSION"
 }
 
-# place_start_recording PREFIX: every session has the same, down to the times.
+# place_start_recording PREFIX: all times stay as they are, so that every session finds the same.
 place_start_recording() {
     [[ -f $START_RECORDING ]] || return 0
-    cp -p "$START_RECORDING" "$(placed_start_recording "$1")"
+    cp --preserve=timestamps "$START_RECORDING" "$(placed_start_recording "$1")"
     touch -r "$WINE_BASE/drive_c/windows" "$1/drive_c/windows"
 }
 
