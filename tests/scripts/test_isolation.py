@@ -181,8 +181,6 @@ def test_other_paths_are_the_same_inside(pool, tmp_path):
 
 
 def test_what_the_caller_mounts_is_seen_inside(pool, tmp_path):
-    if run("unshare", "--mount", "true").returncode != 0:
-        return  # no caller has a mount of its own here
     script = 'mount -t tmpfs tmpfs "$1" && echo word >"$1/file" && shift && exec "$@"'
     session = [*pool.prefix_words, SESSION, "cat", tmp_path / "file"]
     mounted = ["unshare", "--mount", "bash", "-c", script, "bash", tmp_path, *session]
