@@ -72,6 +72,7 @@ def test_a_program_that_the_system_does_not_start_is_called_so(bitness, tmp_path
     (tmp_path / "cut.exe").write_bytes(image[:1500])
     said = reason(windows(tmp_path / "cut.exe"))
     assert said.startswith("has no DllRegisterServer, and can't be started as a program: ") and "(error " in said
+    assert "%" not in said
 
 
 def test_a_dll_main_that_refuses_is_named_as_the_reason(bitness):

@@ -46,7 +46,11 @@ std::wstring TypeLibWords(std::uint32_t error) {
 }
 
 std::wstring SystemWords(std::uint32_t error) {
-    const std::wstring text = TrimRight(FirstLine(GetSystemErrorText(error)), L". \r\n");
+    std::wstring text = TrimRight(FirstLine(GetSystemErrorText(error)), L". \r\n");
+    // The system leaves the place of a file's name open in some.
+    if (const std::size_t insert = text.find(L"%1"); insert != std::wstring::npos) {
+        text.replace(insert, 2, L"this file");
+    }
     // What stands for a text where the system has none.
     return text.find(L"Failed to get Windows error message") == 0 ? std::wstring() : text;
 }
