@@ -136,6 +136,25 @@ class Tree:
         self.source.write_text(text.replace(old, new))
 
 
+# A user without any right.
+NOBODY = 65534
+
+# Lays the folder $1 where it was, below folders that are open to everybody, of which $2 is the first.
+OPEN_FOLDER = """
+    cd / && hold=$(mktemp -d) && mount --bind "$1" "$hold" && mount -t tmpfs -o mode=755 tmpfs "$2" &&
+    mkdir -p "$1" && mount --move "$hold" "$1" && rmdir "$hold" && shift 2 && exec "$@"
+"""
+
+
+def as_ordinary_user(*words):
+    """The words, run by the caller or, if that is root, by NOBODY, who may lack the right to come to the project's folder."""
+    if os.geteuid() != 0:
+        return list(words)
+    command = ["setpriv", "--reuid=%d" % NOBODY, "--regid=%d" % NOBODY, "--clear-groups", *words]
+    closed = next((folder for folder in reversed(ROOT.parents) if not folder.stat().st_mode & 0o001), None)
+    return command if closed is None else ["unshare", "--mount", "bash", "-c", OPEN_FOLDER, "bash", ROOT, closed, *command]
+
+
 def new_tree():
     return Tree(Path(tempfile.mkdtemp(prefix="trée of a test.", dir=ROOT / "build")))
 

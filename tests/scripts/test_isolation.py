@@ -9,7 +9,7 @@ import tempfile
 from pathlib import Path
 
 import pytest
-from conftest import ROOT, SESSION, Pool, is_locked, new_tree, run, until
+from conftest import NOBODY, ROOT, SESSION, Pool, as_ordinary_user, is_locked, new_tree, run, until
 
 LISTING = ["/usr/bin/python3", "-B", Path(__file__).with_name("drivelisting.py")]
 
@@ -196,9 +196,6 @@ def test_a_session_leaves_nothing_in_its_prefix(pool):
 # An ordinary user, with a tree of its own
 
 
-NOBODY = 65534
-
-
 @pytest.fixture(scope="module")
 def own_tree():
     """A tree with a base that belong to a user without any right, or to the caller if that is one."""
@@ -213,16 +210,11 @@ def own_tree():
 
 
 def in_own_tree(tree, *words, **options):
-    session = [tree.folder / "scripts" / "wine-session.sh", "--ready", *words]
-    if os.geteuid() == 0:
-        user = ["--reuid=%d" % NOBODY, "--regid=%d" % NOBODY, "--clear-groups"]
-        session = ["setpriv", *user, *session]
-    return run(*session, **options)
+    return run(*as_ordinary_user(tree.folder / "scripts" / "wine-session.sh", "--ready", *words), **options)
 
 
 def test_an_ordinary_user_has_a_namespace_wherever_the_system_allows_it(own_tree):
-    user = ["setpriv", "--reuid=%d" % NOBODY] if os.geteuid() == 0 else []
-    allowed = run(*user, "unshare", "--user", "--mount", "true").returncode == 0
+    allowed = run(*as_ordinary_user("unshare", "--user", "--mount", "true")).returncode == 0
     mounted = in_own_tree(own_tree, "bash", "-c", 'mountpoint -q "$WINEPREFIX/drive_c" && echo yes || echo no').stdout
     assert mounted == ("yes\n" if allowed else "no\n")
 

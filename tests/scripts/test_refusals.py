@@ -9,7 +9,7 @@ import socket
 import subprocess
 
 import pytest
-from conftest import ROOT, processes_of, run, until
+from conftest import ROOT, as_ordinary_user, processes_of, run, until
 
 KEYREAP = ROOT / "keyreap"
 SAMPLES = ROOT / "build" / "samples"
@@ -239,9 +239,8 @@ def test_a_checkout_that_the_caller_cannot_write_to_is_named(ready_tree):
 
     assert ready_tree.run("extreg").returncode == 0
     forbid(False)
-    caller = ["setpriv", "--reuid=65534", "--clear-groups"] if os.geteuid() == 0 else []
     try:
-        result = run(*caller, ready_tree.keyreap, "extreg", "a.dll", "a.reg", cwd="/")
+        result = run(*as_ordinary_user(ready_tree.keyreap, "extreg", "a.dll", "a.reg"), cwd="/")
     finally:
         forbid(True)
     assert "cannot write to %s" % (ready_tree.build / "wine" / "pool") in one_sentence(result)
