@@ -170,17 +170,7 @@ constexpr std::array<std::string_view, 8> NAMES = {"",
                                                    "\\\\A\\\\4\\\\\\\\B"};
 
 std::string FilledLine(fuzz::Input& input) {
-    std::string line;
-    for (const char letter : TEMPLATES[input.Byte() % TEMPLATES.size()]) {
-        if (letter == '%') {
-            line += "0248"[input.Byte() % 4];
-        } else if (letter == '@') {
-            line += NAMES[input.Byte() % NAMES.size()];
-        } else {
-            line += letter;
-        }
-    }
-    return line;
+    return fuzz::FilledLine(input, TEMPLATES, NAMES);
 }
 
 std::string RawLine(fuzz::Input& input) {

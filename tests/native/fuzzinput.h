@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace keyreap::fuzz {
 
@@ -58,6 +59,23 @@ inline void Require(bool holds) {
     if (!holds) {
         std::abort();
     }
+}
+
+// A line of a request log: one of the templates, in which % becomes a digit of a handle and @ one of the
+// names.
+inline std::string FilledLine(Input& input, std::span<const std::string_view> templates,
+                              std::span<const std::string_view> names) {
+    std::string line;
+    for (const char letter : templates[input.Byte() % templates.size()]) {
+        if (letter == '%') {
+            line += "0248"[input.Byte() % 4];
+        } else if (letter == '@') {
+            line += names[input.Byte() % names.size()];
+        } else {
+            line += letter;
+        }
+    }
+    return line;
 }
 
 } // namespace keyreap::fuzz
