@@ -19,9 +19,3 @@ input_reason() {
         /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" "$$" 2>/dev/null </dev/null) || return 0
     printf '%s' "$reason"
 }
-
-# crash_reason LOG: prints what crashed and where ("access violation (0xC0000005) in server.dll"), by the LOG that
-# observed.sh left, or nothing if nothing crashed.
-crash_reason() {
-    [[ ! -s $1 ]] || printf '%s' "$(<"$1")"
-}

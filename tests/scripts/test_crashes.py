@@ -1,4 +1,4 @@
-"""What crash_reason of scripts/reasons.sh prints of a run that scripts/observed.sh has watched, and what the watching leaves
+"""What scripts/observed.sh says of the crash of a command that it has watched, and what the watching leaves
 alone."""
 
 import os
@@ -55,9 +55,8 @@ def capture(log, bitness, sample, tmp_path, mode="keyRedir", **options):
 
 
 def reason(log):
-    result = bash('cd "$1" && source scripts/common.sh && source scripts/reasons.sh && crash_reason "$2"', ROOT, log)
-    assert (result.returncode, result.stderr) == (0, "")
-    return result.stdout
+    """One line or none."""
+    return log.read_text(encoding="utf-8").removesuffix("\n") if log.exists() else ""
 
 
 @pytest.fixture(params=("x64", "x86"))
