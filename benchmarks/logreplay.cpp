@@ -1,11 +1,11 @@
 #include "benchmarks/logreplay.h"
 
-#include "platform/os/wine/etlfile.h"
-#include "platform/os/wine/etlreader.h"
+#include "etl/etlfile.h"
+#include "etl/etlreader.h"
 #include "tests/support/letterfoldingnamerules.h"
-#include "trace/controlsets.h"
 #include "trace/registryeventhandler.h"
-#include "trace/registrylog.h"
+#include "trace/replay/controlsets.h"
+#include "trace/replay/registrylog.h"
 
 #include <bit>
 #include <string>

@@ -1,7 +1,7 @@
 #include "benchmarks/machinelog.h"
 
-#include "platform/os/wine/etlfile.h"
-#include "platform/os/wine/etlwriter.h"
+#include "etl/etlfile.h"
+#include "etl/etlwriter.h"
 #include "trace/traceevent.h"
 
 #include <array>

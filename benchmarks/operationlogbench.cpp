@@ -1,8 +1,7 @@
 #include "benchmarks/partbench.h"
-
-#include "platform/core/compare.h"
+#include "platform/core/text/compare.h"
 #include "tests/support/letterfoldingnamerules.h"
-#include "trace/registrylog.h"
+#include "trace/replay/registrylog.h"
 
 #include <benchmark/benchmark.h>
 

@@ -3,7 +3,6 @@
 #include "benchmarks/partbench.h"
 
 #include <benchmark/benchmark.h>
-
 #include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>

@@ -1,5 +1,4 @@
 #include "benchmarks/partbench.h"
-
 #include "pe/sha1.h"
 
 #include <benchmark/benchmark.h>

@@ -1,5 +1,7 @@
 #include "extract/arguments.h"
 
+#include "extract/modeword.h"
+
 namespace keyreap {
 
 std::vector<FilePair> ParsePairs(std::span<const wchar_t* const> words) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "extract/capturemode.h"
+#include "extract/nativefileregister/capturemode.h"
 #include "platform/os/file/widepath.h"
 
 #include <span>

@@ -1,5 +1,7 @@
 #include "extract/companion.h"
 
+#include "extract/modeword.h"
+
 namespace keyreap {
 
 namespace {

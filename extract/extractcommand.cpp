@@ -2,9 +2,9 @@
 
 #include "extract/companion.h"
 #include "extract/nativefileregister/nativefileregister.h"
-#include "extract/process.h"
 #include "pe/peimage.h"
 #include "platform/os/file/executablepath.h"
+#include "platform/os/process.h"
 
 namespace keyreap {
 

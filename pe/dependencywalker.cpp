@@ -1,16 +1,16 @@
 #include "pe/dependencywalker.h"
 
+#include "pe/fileversion.h"
+#include "pe/knownfolder.h"
+#include "platform/core/text/compare.h"
+#include "platform/core/text/text.h"
+#include "platform/os/file/widepath.h"
+
 #include <shlwapi.h>
 
 #include <algorithm>
 #include <array>
 #include <utility>
-
-#include "pe/fileversion.h"
-#include "pe/knownfolder.h"
-#include "platform/core/compare.h"
-#include "platform/core/text.h"
-#include "platform/os/file/widepath.h"
 
 namespace keyreap {
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "pe/peimage.h"
+#include "pe/sha1.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "pe/peimage.h"
-#include "pe/sha1.h"
 
 namespace keyreap {
 

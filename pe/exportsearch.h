@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string_view>
-
 #include "pe/peimage.h"
+
+#include <string_view>
 
 namespace keyreap {
 

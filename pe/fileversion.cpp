@@ -1,10 +1,10 @@
 #include "pe/fileversion.h"
 
-#include <cstddef>
-
 #include "pe/shimclone.h"
 #include "pe/versionblock.h"
 #include "pe/versiontext.h"
+
+#include <cstddef>
 
 namespace keyreap {
 

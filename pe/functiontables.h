@@ -1,12 +1,12 @@
 #pragma once
 
+#include "pe/imagetables.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
-
-#include "pe/imagetables.h"
 
 // Which functions an image imports, and which ordinals it exports. Bounds-checked like the other tables: what
 // doesn't lie inside the file is skipped.

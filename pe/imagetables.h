@@ -1,12 +1,12 @@
 #pragma once
 
+#include "pe/checkedview.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string_view>
 #include <vector>
-
-#include "pe/checkedview.h"
 
 // Walks over the tables of an image. An entry or a name that doesn't lie inside the file is skipped, and a
 // table ends where the file ends.

@@ -1,12 +1,12 @@
 #include "pe/knownfolder.h"
 
+#include "platform/core/text/platformguid.h"
+#include "platform/os/ownedinterface.h"
+
 #include <windows.h>
 
 #include <objbase.h>
 #include <shobjidl.h>
-
-#include "platform/core/platformguid.h"
-#include "platform/os/ownedinterface.h"
 
 namespace keyreap {
 

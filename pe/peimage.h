@@ -1,12 +1,12 @@
 #pragma once
 
-#include <windows.h>
-
-#include <string>
-
 #include "pe/checkedview.h"
 #include "pe/imagetables.h"
 #include "platform/os/ownedhandle.h"
+
+#include <windows.h>
+
+#include <string>
 
 namespace keyreap {
 

@@ -1,13 +1,13 @@
 #include "pe/shimclone.h"
 
+#include "platform/os/file/widepath.h"
+
 #include <windows.h>
 
 #include <shlobj.h>
 
 #include <array>
 #include <utility>
-
-#include "platform/os/file/widepath.h"
 
 namespace keyreap {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <string>
-
 #include "platform/core/osversion.h"
-#include "platform/core/wow64entry.h"
+#include "platform/os/wow64entry.h"
+
+#include <string>
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #include "pe/versionblock.h"
 
-#include <new>
-
 #include "pe/peimage.h"
 #include "pe/versionresource.h"
 #include "platform/os/file/widepath.h"
+
+#include <new>
 
 namespace keyreap {
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "pe/checkedview.h"
+
 #include <windows.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "pe/checkedview.h"
 
 namespace keyreap {
 

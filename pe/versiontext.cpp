@@ -1,6 +1,6 @@
 #include "pe/versiontext.h"
 
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
 
 namespace keyreap {
 

@@ -1,6 +1,6 @@
 #include "regfile/regtext.h"
 
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
 
 #include <limits>
 

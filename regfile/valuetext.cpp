@@ -1,6 +1,6 @@
 #include "regfile/valuetext.h"
 
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
 
 #include <algorithm>
 

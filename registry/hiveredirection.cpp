@@ -1,5 +1,8 @@
 #include "registry/hiveredirection.h"
 
+#include "platform/os/winehost.h"
+#include "registry/classesoverride.h"
+
 namespace keyreap {
 
 namespace {
@@ -13,6 +16,9 @@ void OverrideRoot(HKEY root, const RegKey& key) {
 } // namespace
 
 void OverrideRoots(const HiveKeys& keys, const OsVersion& running) {
+    if (RunsOnWine()) {
+        CloseGapInClassesOverride();
+    }
     OverrideRoot(HKEY_CLASSES_ROOT, keys.hkcr);
     OverrideRoot(HKEY_CURRENT_USER, keys.hkcu);
     OverrideRoot(HKEY_USERS, keys.hku);

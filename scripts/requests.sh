@@ -9,16 +9,18 @@
 # pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
 
 REQUEST_FILTER=$WINE_HOME/requestfilter
-REQUEST_FILTER_SOURCES=$ROOT/tools/requestfilter
-# What follows the requests of a log to the keys that they mean.
-REQUEST_TRACKER=$ROOT/platform/os/wine
+REQUEST_FILTER_SOURCES=(
+    "$ROOT"/hostlogger/filter/{keptfile,mixedkeys,mixedreport,requestfilter,requestlines}.cpp
+    "$ROOT"/hostlogger/{askedkey,keylookup,requestline,requeststatus,requesttracker,serverprocess,systemstart}.cpp
+    "$ROOT"/platform/core/text/compare.cpp
+)
+# Where these and their headers are.
+REQUEST_FILTER_FOLDERS=("$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text")
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
 
 make_filter() {
     rm -f "$REQUEST_FILTER.version"
-    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "$REQUEST_FILTER_SOURCES"/*.cpp \
-        "$REQUEST_TRACKER"/{askedkey,keylookup,mixedkeys,requestline,requeststatus,requesttracker,serverprocess,systemstart}.cpp \
-        -o "$REQUEST_FILTER.new"
+    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "${REQUEST_FILTER_SOURCES[@]}" -o "$REQUEST_FILTER.new"
     mv "$REQUEST_FILTER.new" "$REQUEST_FILTER"
     filter_version >"$REQUEST_FILTER.version"
 }
@@ -33,7 +35,7 @@ filter_there() {
 }
 
 filter_version() {
-    cat "$REQUEST_FILTER_SOURCES"/* "$REQUEST_TRACKER"/*.{h,cpp} "$ROOT/scripts/requests.sh" | cksum
+    find "${REQUEST_FILTER_FOLDERS[@]}" "$ROOT/scripts/requests.sh" -type f -print0 | sort -z | xargs -0 cat | cksum
 }
 
 # mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the

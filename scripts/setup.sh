@@ -70,7 +70,7 @@ wine_there() {
 
 # level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "$REQUEST_FILTER_SOURCES" "$REQUEST_TRACKER" "$OBSERVER_SOURCES" \
+    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "${REQUEST_FILTER_FOLDERS[@]}" "$OBSERVER_SOURCES" \
         "${CAPTURE_CHECK_SOURCES[@]}"
     [[ $1 == wine ]] || printf '%s\0' "${START_RECORDER_SOURCES[@]}"
     [[ $1 == wine ]] || program_sources

@@ -1,12 +1,13 @@
 # shellcheck shell=bash
 # The recording of how Wine starts programs, which lies beside the base and comes into every prefix. A trace reports what a program's
 # own DLLs do ahead of the program's entry point; what the system does there, too, it leaves out by this recording
-# (platform/os/wine/systemstart.h). A prefix without one is of use all the same: a trace then reports nothing of what a
+# (hostlogger/systemstart.h). A prefix without one is of use all the same: a trace then reports nothing of what a
 # program does ahead of its entry point. Sourced after isolation.sh; to record, build.sh is needed too.
 
 START_RECORDING=$WINE_HOME/start/recording.txt
 START_VERSION=$WINE_HOME/start/version
-START_RECORDER_SOURCES=("$ROOT/tools/startrecorder" "$ROOT/platform/os/wine" "$ROOT/scripts/startup.sh")
+START_RECORDER_SOURCES=("$ROOT/tools/startrecorder" "$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text" "$ROOT/platform/os"
+    "$ROOT/scripts/startup.sh")
 
 # record_start: where the base has no recording, or one by another recorder.
 record_start() {

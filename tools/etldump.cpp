@@ -1,11 +1,11 @@
 // etldump [--events] FILE: prints what an event trace log holds. Ends with 0, with 1 if the file is no log or
 // can't be read to its end, with 2 if it was called otherwise.
+#include "etl/etlfile.h"
+#include "tools/etlprinter.h"
+
 #include <filesystem>
 #include <iostream>
 #include <vector>
-
-#include "platform/os/wine/etlfile.h"
-#include "tools/etlprinter.h"
 
 namespace {
 

@@ -1,5 +1,10 @@
 #include "tools/etlprinter.h"
 
+#include "etl/etlclasses.h"
+#include "etl/etllayout.h"
+#include "etl/etlreader.h"
+#include "platform/os/littleendian.h"
+
 #include <array>
 #include <compare>
 #include <cstdint>
@@ -9,11 +14,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-
-#include "platform/os/littleendian.h"
-#include "platform/os/wine/etlclasses.h"
-#include "platform/os/wine/etllayout.h"
-#include "platform/os/wine/etlreader.h"
 
 namespace keyreap {
 
@@ -25,7 +25,7 @@ std::string Hexadecimal(std::uint64_t number, int digits) {
     return text.data();
 }
 
-std::string GuidText(const EtlGuid& guid) {
+std::string GuidText(const Guid& guid) {
     std::string text = Hexadecimal(guid.data1, 8) + '-' + Hexadecimal(guid.data2, 4) + '-' +
                        Hexadecimal(guid.data3, 4) + '-';
     for (std::size_t i = 0; i < guid.data4.size(); ++i) {
@@ -76,7 +76,7 @@ std::string RegistryText(std::span<const std::byte> payload) {
 
 // Which events are counted together.
 struct EventKind {
-    EtlGuid provider;
+    Guid provider;
     std::uint16_t id = 0;
     std::uint8_t type = 0;
     std::uint16_t version = 0;

@@ -1,25 +1,9 @@
 #include "trace/eventtracing.h"
 
-#include "platform/os/wine/classesoverride.h"
+#include "platform/os/winehost.h"
 #include "trace/wineeventtracing.h"
 
 namespace keyreap {
-
-namespace {
-
-bool RunsOnWine() {
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    return ntdll && GetProcAddress(ntdll, "wine_get_version");
-}
-
-// A redirected capture needs overrides that hold for every caller, whether it is traced or not.
-EventTracing& WinesEventTracing() {
-    static WineEventTracing wine;
-    CloseGapInClassesOverride();
-    return wine;
-}
-
-} // namespace
 
 ULONG SystemEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
                                 EVENT_TRACE_PROPERTIES& properties) {
@@ -45,7 +29,8 @@ ULONG SystemEventTracing::Close(TRACEHANDLE handle) {
 
 EventTracing& HostEventTracing() {
     static SystemEventTracing system;
-    static EventTracing& host = RunsOnWine() ? WinesEventTracing() : system;
+    static WineEventTracing wine;
+    static EventTracing& host = RunsOnWine() ? static_cast<EventTracing&>(wine) : system;
     return host;
 }
 

@@ -37,8 +37,7 @@ public:
 };
 
 // What this host offers: the system's on Windows. Wine's entry points report success and record nothing, so
-// there it is WineEventTracing, and from the first call on an override of HKEY_CLASSES_ROOT holds for every
-// view (platform/os/wine/classesoverride.h).
+// there it is WineEventTracing.
 EventTracing& HostEventTracing();
 
 } // namespace keyreap

@@ -1,6 +1,6 @@
 #include "trace/kernelpath.h"
 
-#include "platform/core/compare.h"
+#include "platform/core/text/compare.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "trace/registryfields.h"
 
-#include "trace/payload.h"
+#include "etl/payload.h"
 
 #include <algorithm>
 #include <array>

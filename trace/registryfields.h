@@ -1,6 +1,6 @@
 #pragma once
 
-#include "trace/eventvalues.h"
+#include "trace/schema/eventvalues.h"
 #include "trace/traceevent.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "trace/registrytrace.h"
 
-#include "platform/core/platformguid.h"
+#include "platform/core/text/platformguid.h"
 #include "trace/traceevent.h"
 
 #include <cstring>

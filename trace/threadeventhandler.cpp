@@ -1,6 +1,6 @@
 #include "trace/threadeventhandler.h"
 
-#include "trace/payload.h"
+#include "etl/payload.h"
 
 #include <iterator>
 

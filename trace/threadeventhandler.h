@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/core/hash.h"
+#include "platform/core/text/hash.h"
 #include "trace/traceeventhandler.h"
 
 #include <cstdint>

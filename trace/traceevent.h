@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/core/guid.h"
-#include "platform/os/registryevent.h"
+#include "etl/registryevent.h"
+#include "platform/core/text/guid.h"
 
 #include <cstddef>
 #include <cstdint>

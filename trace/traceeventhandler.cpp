@@ -1,7 +1,7 @@
 #include "trace/traceeventhandler.h"
 
-#include "trace/payload.h"
-#include "trace/schemahost.h"
+#include "etl/payload.h"
+#include "trace/schema/schemahost.h"
 #include "trace/threadeventhandler.h"
 
 #include <algorithm>
@@ -63,7 +63,7 @@ void TraceEventHandler::AddWatchedProcess(std::uint32_t processId) {
 }
 
 const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {
-    std::wstring key = SchemaKey(event);
+    std::wstring key = SchemaKey(event.guid, event.version, event.type);
     if (const auto found = schemas.find(key); found != schemas.end()) {
         return &found->second;
     }

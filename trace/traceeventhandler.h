@@ -1,7 +1,7 @@
 #pragma once
 
-#include "trace/eventschema.h"
-#include "trace/eventvalues.h"
+#include "trace/schema/eventschema.h"
+#include "trace/schema/eventvalues.h"
 #include "trace/traceevent.h"
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "platform/core/platformguid.h"
+#include "platform/core/text/platformguid.h"
 #include "trace/eventtracing.h"
 #include "trace/tracereader.h"
 

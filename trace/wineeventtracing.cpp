@@ -9,8 +9,8 @@ namespace keyreap {
 
 namespace {
 
-GUID ToGuid(const EtlGuid& guid) {
-    static_assert(sizeof(GUID) == sizeof(EtlGuid));
+GUID ToGuid(const Guid& guid) {
+    static_assert(sizeof(GUID) == sizeof(Guid));
     GUID converted{};
     std::memcpy(&converted, &guid, sizeof(converted));
     return converted;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/os/wine/etlfile.h"
-#include "platform/os/wine/etlreader.h"
-#include "platform/os/wine/requestlogger.h"
+#include "etl/etlfile.h"
+#include "etl/etlreader.h"
+#include "hostlogger/requestlogger.h"
 #include "trace/eventtracing.h"
 
 #include <map>

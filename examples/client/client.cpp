@@ -2,15 +2,15 @@
 // allows. Usage: client thermometer|journal. Prints one line; the status is 0 if all answers were right.
 #include <initguid.h>
 
+#include "journal_h.h"
+#include "thermometer_h.h"
+
 #include <windows.h>
 
 #include <oleauto.h>
 
 #include <cstdio>
 #include <string_view>
-
-#include "journal_h.h"
-#include "thermometer_h.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 // last object. /REGSERVER and /UNREGSERVER register it and take that away again.
 #include <initguid.h>
 
-#include <string_view>
-
 #include "journal_h.h"
 #include "server/classfactory.h"
 #include "server/dispatchobject.h"
 #include "server/registration.h"
+
+#include <string_view>
 
 namespace keyreap::examples {
 

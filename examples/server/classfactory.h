@@ -1,10 +1,10 @@
 #pragma once
 
+#include "server/objectcount.h"
+
 #include <windows.h>
 
 #include <new>
-
-#include "server/objectcount.h"
 
 namespace keyreap::examples {
 

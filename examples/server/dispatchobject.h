@@ -1,13 +1,13 @@
 #pragma once
 
+#include "server/objectcount.h"
+#include "server/ownmodule.h"
+
 #include <windows.h>
 
 #include <oaidl.h>
 
 #include <atomic>
-
-#include "server/objectcount.h"
-#include "server/ownmodule.h"
 
 namespace keyreap::examples {
 

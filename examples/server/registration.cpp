@@ -1,8 +1,8 @@
 #include "server/registration.h"
 
-#include <oleauto.h>
-
 #include "server/ownmodule.h"
+
+#include <oleauto.h>
 
 namespace keyreap::examples {
 

@@ -6,7 +6,7 @@
 #include "platform/os/file/temporaryfiles.h"
 #include "platform/os/quietly.h"
 #include "registry/harvest.h"
-#include "trace/tracereplay.h"
+#include "trace/replay/tracereplay.h"
 
 #include <objbase.h>
 
@@ -120,7 +120,7 @@ void NativeFileRegister::RegisterOnThread() {
 }
 
 void NativeFileRegister::MakeResult() {
-    if (ChooseResultSource(captureMode, traceFailed) == ResultSource::replay) {
+    if (ReplaysTrace(captureMode, traceFailed)) {
         ReplayTrace();
     } else {
         HarvestHives();

@@ -1,10 +1,9 @@
 #include "extract/nativefileregister/nativefileregister.h"
-
 #include "extract/nativefileregister/typelibstaging.h"
-#include "extract/process.h"
 #include "pe/exportsearch.h"
 #include "pe/peimage.h"
 #include "platform/os/entrypoint.h"
+#include "platform/os/process.h"
 #include "trace/registrytrace.h"
 
 #include <oleauto.h>

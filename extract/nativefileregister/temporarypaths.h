@@ -1,8 +1,8 @@
 #pragma once
 
-#include <vector>
-
 #include "platform/os/file/widepath.h"
+
+#include <vector>
 
 namespace keyreap {
 

@@ -1,16 +1,16 @@
 #include "platform/core/exceptionhandling.h"
 
-#include <exception>
-#include <string_view>
-#include <utility>
-
-#include "platform/core/bstrtext.h"
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionpresenter.h"
 #include "platform/core/message.h"
-#include "platform/core/stacktrace.h"
-#include "platform/core/text.h"
+#include "platform/core/stacktrace/stacktrace.h"
+#include "platform/core/text/bstrtext.h"
+#include "platform/core/text/text.h"
 #include "platform/os/ownedinterface.h"
+
+#include <exception>
+#include <string_view>
+#include <utility>
 
 namespace keyreap {
 

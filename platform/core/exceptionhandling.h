@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/core/exceptionkind.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "platform/core/exceptionkind.h"
 
 class _com_error; // NOLINT(bugprone-reserved-identifier): the name that comdef.h gives it
 

@@ -1,12 +1,12 @@
 #include "platform/core/exceptionpresenter.h"
 
-#include <string>
-
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
-#include "platform/core/stacktracetext.h"
-#include "platform/core/text.h"
+#include "platform/core/stacktrace/stacktracetext.h"
+#include "platform/core/text/text.h"
+
+#include <string>
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/core/failurepresentation.h"
+
 #include <windows.h>
 
 #include <exception>
-
-#include "platform/core/failurepresentation.h"
 
 namespace keyreap {
 

@@ -2,8 +2,8 @@
 
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionhandling.h"
-#include "platform/core/framelocation.h"
-#include "platform/core/stacktrace.h"
+#include "platform/core/stacktrace/framelocation.h"
+#include "platform/core/stacktrace/stacktrace.h"
 #include "platform/core/structuredexceptions.h"
 
 namespace keyreap {

@@ -1,8 +1,8 @@
 #include "platform/core/failurepresentation.h"
 
-#include "platform/core/errorreportdialog.h"
-#include "platform/core/failurereporter.h"
-#include "platform/core/stacktracetext.h"
+#include "platform/core/errorreport/errorreportdialog.h"
+#include "platform/core/errorreport/failurereporter.h"
+#include "platform/core/stacktrace/stacktracetext.h"
 
 namespace keyreap {
 

@@ -1,13 +1,13 @@
 #include "platform/core/message.h"
 
+#include "platform/core/text/text.h"
+#include "platform/os/owned.h"
+
 #include <windows.h>
 
 #include <cstdarg>
 #include <cstddef>
 #include <utility>
-
-#include "platform/core/text.h"
-#include "platform/os/owned.h"
 
 namespace keyreap {
 

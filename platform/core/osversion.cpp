@@ -1,9 +1,9 @@
 #include "platform/core/osversion.h"
 
+#include "platform/core/text/text.h"
+
 #include <algorithm>
 #include <tuple>
-
-#include "platform/core/text.h"
 
 namespace keyreap {
 

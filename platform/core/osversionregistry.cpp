@@ -1,11 +1,11 @@
 #include "platform/core/osversionregistry.h"
 
+#include "platform/core/text/text.h"
+#include "platform/os/registryopener.h"
+
 #include <algorithm>
 #include <optional>
 #include <string>
-
-#include "platform/core/text.h"
-#include "platform/os/registryopener.h"
 
 namespace keyreap {
 

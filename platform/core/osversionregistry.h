@@ -1,8 +1,8 @@
 #pragma once
 
-#include <windows.h>
-
 #include "platform/core/osversion.h"
+
+#include <windows.h>
 
 namespace keyreap {
 

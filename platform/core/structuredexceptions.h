@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/core/exceptionkind.h"
+
 #include <cstdint>
 #include <string_view>
-
-#include "platform/core/exceptionkind.h"
 
 // How structured exceptions are named and classified. Codes and the layout of an access violation's
 // information are those of EXCEPTION_RECORD as published for the platform.

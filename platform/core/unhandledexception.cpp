@@ -1,15 +1,15 @@
 #include "platform/core/unhandledexception.h"
 
-#include <cstdint>
-#include <string>
-
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionkind.h"
 #include "platform/core/failurepresentation.h"
 #include "platform/core/filterstack.h"
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
-#include "platform/core/stacktrace.h"
+#include "platform/core/stacktrace/stacktrace.h"
+
+#include <cstdint>
+#include <string>
 
 namespace keyreap {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <windows.h>
-
 #include "platform/os/owned.h"
+
+#include <windows.h>
 
 // The owners of the system's handles, one for each kind.
 namespace keyreap {

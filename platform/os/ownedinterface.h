@@ -1,8 +1,8 @@
 #pragma once
 
-#include <unknwn.h>
-
 #include "platform/os/owned.h"
+
+#include <unknwn.h>
 
 namespace keyreap {
 

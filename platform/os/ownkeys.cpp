@@ -1,6 +1,7 @@
 #include "platform/os/ownkeys.h"
 
 #include "platform/os/entrypoint.h"
+#include "platform/os/winehost.h"
 
 #include <winternl.h>
 
@@ -25,8 +26,7 @@ constexpr std::size_t usualSize = 1024;                              // of KEY_N
 using QueryKeyFunction = NTSTATUS(NTAPI*)(HANDLE, int, void*, ULONG, ULONG*);
 
 bool SendsPathsThroughNodes() {
-    return sizeof(void*) == sizeof(std::uint32_t) &&
-           FindEntryPoint<FARPROC>(GetModuleHandleW(L"ntdll.dll"), "wine_get_version");
+    return sizeof(void*) == sizeof(std::uint32_t) && RunsOnWine();
 }
 
 bool BeginsWith(std::wstring_view text, std::wstring_view prefix) {

@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-
+#include "platform/core/errorreport/failurereporter.h"
 #include "platform/core/failurepresentation.h"
-#include "platform/core/failurereporter.h"
 #include "platform/os/ownedhandle.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,8 +1,8 @@
-#include "platform/core/controlanchorlayout.h"
-
-#include <gtest/gtest.h>
+#include "platform/core/errorreport/controlanchorlayout.h"
 
 #include <commctrl.h>
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,10 +1,10 @@
 #include "tests/dialog/dialogstate.h"
 
-#include <string_view>
-
-#include "platform/core/errorreporttemplate.h"
-#include "platform/core/text.h"
+#include "platform/core/errorreport/errorreporttemplate.h"
+#include "platform/core/text/text.h"
 #include "tests/dialog/clipboard.h"
+
+#include <string_view>
 
 namespace keyreap::testsupport {
 

@@ -1,4 +1,4 @@
-#include "platform/core/erroricon.h"
+#include "platform/core/errorreport/erroricon.h"
 
 #include <gmock/gmock.h>
 

@@ -1,15 +1,14 @@
-#include "platform/core/errorreportdialog.h"
-
-#include <gmock/gmock.h>
-
-#include <commctrl.h>
-
-#include <atomic>
-
+#include "platform/core/errorreport/errorreportdialog.h"
 #include "tests/dialog/clipboard.h"
 #include "tests/dialog/showndialog.h"
 #include "tests/support/importreplacement.h"
 #include "tests/unit/core/recordingreporter.h"
+
+#include <commctrl.h>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
 
 namespace keyreap {
 namespace {

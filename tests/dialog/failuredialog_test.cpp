@@ -1,12 +1,12 @@
-#include <gmock/gmock.h>
-
-#include "platform/core/errorreporttemplate.h"
+#include "platform/core/errorreport/errorreporttemplate.h"
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/exceptionpresenter.h"
 #include "platform/core/failurepresentation.h"
-#include "platform/core/stacktracetext.h"
+#include "platform/core/stacktrace/stacktracetext.h"
 #include "tests/dialog/showndialog.h"
 #include "tests/unit/core/recordingreporter.h"
+
+#include <gmock/gmock.h>
 
 // What of a failure reaches the dialog.
 namespace keyreap {

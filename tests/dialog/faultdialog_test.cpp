@@ -1,11 +1,11 @@
-#include <gmock/gmock.h>
-
-#include "platform/core/errorreporttemplate.h"
+#include "platform/core/errorreport/errorreporttemplate.h"
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
-#include "platform/core/stacktracetext.h"
+#include "platform/core/stacktrace/stacktracetext.h"
 #include "tests/dialog/showndialog.h"
 #include "tests/unit/core/watchedprocess.h"
+
+#include <gmock/gmock.h>
 
 // A fault from the user's side: the dialog opens, and the process ends with the fault's code once it is
 // closed.

@@ -1,16 +1,16 @@
 // Usage: show_dialog TITLE SHORT DETAILS [send]
 // Shows the error dialog, with the send button if told, and writes a line for each change that a user can see
 // or bring about: "dialog" or "clipboard" with its state, "sent" with the details, and at last "ended".
+#include "platform/core/errorreport/errorreportdialog.h"
+#include "platform/core/errorreport/failurereporter.h"
+#include "tests/dialog/dialogstate.h"
+
 #include <windows.h>
 
 #include <atomic>
 #include <cstdio>
 #include <string>
 #include <thread>
-
-#include "platform/core/errorreportdialog.h"
-#include "platform/core/failurereporter.h"
-#include "tests/dialog/dialogstate.h"
 
 namespace {
 

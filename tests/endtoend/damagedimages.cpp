@@ -1,10 +1,10 @@
 #include "tests/endtoend/damagedimages.h"
 
-#include <optional>
-
 #include "tests/endtoend/harness/settings.h"
 #include "tests/support/linkedimage.h"
 #include "tests/support/mutation.h"
+
+#include <optional>
 
 namespace keyreap::endtoend {
 

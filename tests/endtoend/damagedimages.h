@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tests/endtoend/harness/workbench.h"
+
 #include <cstdint>
 #include <string>
-
-#include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
 

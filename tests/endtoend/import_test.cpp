@@ -1,9 +1,9 @@
 // What a result gives when it is imported, compared with what the target writes when it registers itself.
-#include <cstring>
-#include <optional>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/workbench.h"
+
+#include <cstring>
+#include <optional>
 
 namespace keyreap::endtoend {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/stops.h"
 #include "tests/endtoend/harness/ways.h"
+
+#include <string>
 
 namespace keyreap::endtoend {
 

@@ -1,8 +1,8 @@
 // A run that is killed, wherever it has come to, costs nothing but itself.
+#include "tests/endtoend/killedrun.h"
+
 #include <algorithm>
 #include <functional>
-
-#include "tests/endtoend/killedrun.h"
 
 namespace keyreap::endtoend {
 

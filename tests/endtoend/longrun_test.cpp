@@ -1,9 +1,9 @@
 // Two hundred pairs in one command line: from the tenth on, a run holds what it held then.
-#include <sstream>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/ways.h"
 #include "tests/endtoend/harness/workbench.h"
+
+#include <sstream>
 
 namespace keyreap::endtoend {
 

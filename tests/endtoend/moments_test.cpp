@@ -1,9 +1,9 @@
 // A run that is killed at fifty moments that nobody chose.
+#include "tests/endtoend/killedrun.h"
+
 #include <algorithm>
 #include <iterator>
 #include <random>
-
-#include "tests/endtoend/killedrun.h"
 
 namespace keyreap::endtoend {
 

@@ -1,8 +1,8 @@
-#include <cwctype>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/sharefolder.h"
 #include "tests/endtoend/harness/workbench.h"
+
+#include <cwctype>
 
 namespace keyreap::endtoend {
 

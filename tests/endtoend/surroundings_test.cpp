@@ -1,14 +1,14 @@
 // What lies round a run fails it: outputs, the temporary directory, the registry, the trace log, inputs.
+#include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/stops.h"
+#include "tests/endtoend/harness/ways.h"
+#include "tests/endtoend/harness/workbench.h"
+
 #include <aclapi.h>
 
 #include <atomic>
 #include <functional>
 #include <thread>
-
-#include "tests/endtoend/harness/registry.h"
-#include "tests/endtoend/harness/stops.h"
-#include "tests/endtoend/harness/ways.h"
-#include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
 

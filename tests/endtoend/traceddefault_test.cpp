@@ -1,10 +1,10 @@
 // Servers that are loaded and register themselves, captured in the default mode where a trace can be started:
 // they write to the temporary tree, and the trace of that is the result.
-#include <algorithm>
-#include <cstring>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace keyreap::endtoend {
 

@@ -1,9 +1,9 @@
 // Servers that use Wow6432Node as a name, captured with a trace: to that, a key and the one of the same name
 // below Wow6432Node are one key, which is looked for where the plain name is.
-#include <algorithm>
-
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
+
+#include <algorithm>
 
 namespace keyreap::endtoend {
 

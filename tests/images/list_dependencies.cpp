@@ -1,8 +1,8 @@
+#include "pe/dependencywalker.h"
+#include "platform/core/text/text.h"
+
 #include <fstream>
 #include <string>
-
-#include "pe/dependencywalker.h"
-#include "platform/core/text.h"
 
 // Usage: list_dependencies OUTPUT FILE...
 // Writes for each FILE a line with its path, and for each of its dependencies a line that begins with a tab:

@@ -1,10 +1,9 @@
+#include "etl/etlclasses.h"
+#include "etl/etlreader.h"
+#include "etl/etlwriter.h"
 #include "tests/native/fuzzinput.h"
 
 #include <vector>
-
-#include "platform/os/wine/etlclasses.h"
-#include "platform/os/wine/etlreader.h"
-#include "platform/os/wine/etlwriter.h"
 
 using namespace keyreap;
 

@@ -1,5 +1,5 @@
 #include "tests/native/fuzzinput.h"
-#include "trace/eventvalues.h"
+#include "trace/schema/eventvalues.h"
 
 using namespace keyreap;
 

@@ -1,11 +1,11 @@
+#include "hostlogger/filter/mixedkeys.h"
+#include "platform/core/text/compare.h"
 #include "tests/native/fuzzinput.h"
 
 #include <array>
 #include <set>
 #include <string>
 #include <string_view>
-
-#include "platform/os/wine/mixedkeys.h"
 
 using namespace keyreap;
 
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<std::wstring> names = mixed.Names();
     std::set<std::wstring> folded;
     for (const std::wstring& name : names) {
-        fuzz::Require(!name.empty() && folded.insert(FoldedKeyText(name)).second);
+        fuzz::Require(!name.empty() && folded.insert(FoldedText(name)).second);
     }
     for (const std::wstring& name : folded) {
         const auto next = folded.upper_bound(name + L'\\');

@@ -1,8 +1,8 @@
-#include "platform/core/compare.h"
+#include "platform/core/text/compare.h"
 #include "tests/native/fuzzinput.h"
 #include "tests/support/letterfoldingnamerules.h"
-#include "trace/controlsets.h"
-#include "trace/registrylog.h"
+#include "trace/replay/controlsets.h"
+#include "trace/replay/registrylog.h"
 
 #include <map>
 #include <set>

@@ -1,7 +1,6 @@
 // A small independent reader gets back from an entry the name, the type and the data, wherever the form keeps
 // them. Both ways into the encoders are taken: the harvest's and the replay's.
 #include "regfile/regtext.h"
-
 #include "tests/native/fuzzinput.h"
 #include "tests/native/regreader.h"
 

@@ -1,15 +1,14 @@
+#include "etl/etlreader.h"
+#include "etl/etlwriter.h"
+#include "etl/registryevent.h"
+#include "hostlogger/requestrecorder.h"
+#include "platform/os/littleendian.h"
 #include "tests/native/fuzzinput.h"
 
 #include <array>
 #include <set>
 #include <string_view>
 #include <vector>
-
-#include "platform/os/littleendian.h"
-#include "platform/os/registryevent.h"
-#include "platform/os/wine/etlreader.h"
-#include "platform/os/wine/etlwriter.h"
-#include "platform/os/wine/requestrecorder.h"
 
 using namespace keyreap;
 

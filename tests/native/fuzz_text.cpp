@@ -1,6 +1,6 @@
 // Rules of SplitText and ParseGuid.
-#include "platform/core/guid.h"
-#include "platform/core/text.h"
+#include "platform/core/text/guid.h"
+#include "platform/core/text/text.h"
 #include "tests/native/fuzzinput.h"
 
 using namespace keyreap;

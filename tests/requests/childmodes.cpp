@@ -1,10 +1,10 @@
 #include "tests/requests/childmodes.h"
 
-#include <array>
+#include "hostlogger/requestlogger.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/requestlogger.h"
+#include <array>
 
 namespace keyreap {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <string>
 #include <vector>
-
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 

@@ -1,11 +1,11 @@
+#include "etl/registryevent.h"
+#include "tests/requests/loggertest.h"
+
 #include <windows.h>
 
 #include <evntrace.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/os/registryevent.h"
-#include "tests/requests/loggertest.h"
 
 namespace keyreap {
 namespace {

@@ -1,14 +1,14 @@
 // Which kinds of registry events a log has here. Windows' own logger has more: docs/tracing.md lists what is
 // missing.
-#include <set>
-#include <vector>
+#include "etl/registryevent.h"
+#include "tests/requests/loggertest.h"
 
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include "platform/os/registryevent.h"
-#include "tests/requests/loggertest.h"
+#include <set>
+#include <vector>
 
 namespace keyreap {
 namespace {

@@ -1,11 +1,11 @@
+#include "etl/registryevent.h"
+#include "tests/requests/childmodes.h"
+#include "tests/requests/loggertest.h"
+#include "tests/unit/hostlogger/nativekeys.h"
+
 #include <winternl.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/os/registryevent.h"
-#include "tests/requests/childmodes.h"
-#include "tests/requests/loggertest.h"
-#include "tests/unit/wine/nativekeys.h"
 
 extern "C" NTSTATUS NTAPI NtRenameKey(HANDLE key, UNICODE_STRING* name);
 

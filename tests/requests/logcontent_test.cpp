@@ -1,14 +1,14 @@
+#include "etl/etlfile.h"
+#include "etl/etlreader.h"
+#include "etl/registryevent.h"
+#include "tests/requests/childmodes.h"
+#include "tests/requests/loggertest.h"
+
 #include <windows.h>
 
 #include <evntrace.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/os/registryevent.h"
-#include "platform/os/wine/etlfile.h"
-#include "platform/os/wine/etlreader.h"
-#include "tests/requests/childmodes.h"
-#include "tests/requests/loggertest.h"
 
 namespace keyreap {
 namespace {

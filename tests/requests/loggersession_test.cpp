@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "tests/requests/childmodes.h"
 #include "tests/requests/loggertest.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

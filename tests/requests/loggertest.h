@@ -1,15 +1,15 @@
 #pragma once
 
-#include <windows.h>
-
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "platform/os/wine/requestlogger.h"
+#include "hostlogger/requestlogger.h"
 #include "tests/requests/recordedlog.h"
 #include "tests/support/scratchkey.h"
 #include "tests/support/temporaryfolder.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
 
 namespace keyreap {
 

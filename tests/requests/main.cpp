@@ -1,13 +1,13 @@
+#include "tests/requests/childmodes.h"
+
 #include <windows.h>
 
 #include <shellapi.h>
 
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
 
-#include "tests/requests/childmodes.h"
+#include <string>
+#include <vector>
 
 // The tests, or with the word `child` in front what a test lets a process of its own do.
 int main(int argc, char** argv) {

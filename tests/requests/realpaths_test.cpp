@@ -1,9 +1,10 @@
-#include <gtest/gtest.h>
-
-#include "platform/os/registryevent.h"
-#include "platform/os/wine/keylookup.h"
+#include "etl/registryevent.h"
+#include "hostlogger/keylookup.h"
+#include "platform/core/text/compare.h"
 #include "tests/requests/loggertest.h"
-#include "tests/unit/wine/nativekeys.h"
+#include "tests/unit/hostlogger/nativekeys.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {
@@ -61,7 +62,7 @@ TEST_F(RealPaths, AreTheSystemsOwn) {
     EXPECT_GT(told.size(), 2000U);
     ASSERT_EQ(told.size(), paths.size());
     for (std::size_t at = 0; at < paths.size(); ++at) {
-        EXPECT_TRUE(SameKeyText(told[at], paths[at])) << told[at] << " is " << paths[at];
+        EXPECT_TRUE(EqualFolded(told[at], paths[at])) << told[at] << " is " << paths[at];
     }
 }
 

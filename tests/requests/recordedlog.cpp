@@ -1,10 +1,10 @@
 #include "tests/requests/recordedlog.h"
 
+#include "etl/registryevent.h"
+#include "tests/support/temporaryfolder.h"
+
 #include <algorithm>
 #include <cstring>
-
-#include "platform/os/registryevent.h"
-#include "tests/support/temporaryfolder.h"
 
 namespace keyreap {
 

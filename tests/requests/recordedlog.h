@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tests/unit/etl/independentdecoder.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
-
-#include "tests/unit/wine/independentdecoder.h"
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #include "tests/requests/relayedlog.h"
 
-#include <vector>
+#include "hostlogger/requestlog.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/os/wine/requestlog.h"
+#include <vector>
 
 namespace keyreap {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/os/ownedhandle.h"
+
 #include <string>
 #include <string_view>
-
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 

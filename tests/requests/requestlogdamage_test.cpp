@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "tests/requests/loggertest.h"
 #include "tests/requests/relayedlog.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,13 +1,12 @@
+#include "etl/registryevent.h"
+#include "tests/requests/loggertest.h"
+#include "trace/registrytrace.h"
 #include "trace/wineeventtracing.h"
-
-#include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 
-#include "platform/os/registryevent.h"
-#include "tests/requests/loggertest.h"
-#include "trace/registrytrace.h"
+#include <filesystem>
+#include <fstream>
 
 namespace keyreap {
 namespace {

@@ -1,4 +1,6 @@
 // Writes down the thread that it is registered on and the apartment that it finds there.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <objbase.h>
@@ -6,8 +8,6 @@
 
 #include <cstdint>
 #include <string>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Cannot load without the library that it is linked with.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 extern "C" __declspec(dllimport) DWORD LibraryNumber();
 

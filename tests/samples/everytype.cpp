@@ -1,9 +1,9 @@
 // Writes every registry type into all four roots, with data of many sizes.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

@@ -1,10 +1,10 @@
 // Writes to the classes with and without the flags that name a view of the registry, finds what it wrote with
 // the others, and deletes with them. Where the classes are redirected, all views are one.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

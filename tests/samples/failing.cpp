@@ -1,9 +1,9 @@
 // Writes a key and then reports failure.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     keyreap::samples::KeyWriter(HKEY_CLASSES_ROOT, L"Keyreap.Failing")

@@ -1,9 +1,9 @@
 // Writes keys of many shapes: deep, wide, empty, with odd names, with and without a default value.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

@@ -1,9 +1,9 @@
 // Records when it is loaded, registered and unloaded, in one key of the current user.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Writes value names that are hard to carry. A name that the reading cannot take ends its key, so each such
 // name has a key of its own.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

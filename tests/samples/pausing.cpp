@@ -1,9 +1,9 @@
 // Writes half of its entries, tells so, and goes on only when told to.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

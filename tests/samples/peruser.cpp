@@ -1,9 +1,9 @@
 // Registers a class for the current user alone.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     using keyreap::samples::KeyWriter;

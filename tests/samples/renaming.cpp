@@ -1,10 +1,10 @@
 // Renames keys. It made three of them: one has a key below it and is written to through the handles of both
 // afterwards, one is left alone, and one has no values. A fourth may have been there before.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Writes its own path in every place where a path can stand.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
 
 #include <cwctype>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

@@ -1,11 +1,11 @@
 // Goes on at each of its points only when it may: at the point P it makes the file P.reached in the folder
 // that the variable KEYREAP_STOPS names, and waits there as long as a file P.hold is in it. Files, so that a
 // test on either side of Wine can hold it.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Writes down what it finds around it while it registers itself.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <objbase.h>
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

@@ -1,10 +1,10 @@
 // Writes texts that are hard to carry: odd ends, control characters, quotes, backslashes, halves of surrogate
 // pairs, and the types whose written form depends on a text.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

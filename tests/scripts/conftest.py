@@ -91,8 +91,8 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        tools = ["tools/" + name for name in ("requestfilter", "startrecorder", "observer", "capturecheck")]
-        for name in ("scripts", *tools, "platform/os"):
+        tools = ["tools/" + name for name in ("startrecorder", "observer", "capturecheck")]
+        for name in ("scripts", *tools, "hostlogger", "etl", "platform/os", "platform/core/text"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
         (folder / "pe").mkdir()

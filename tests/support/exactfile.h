@@ -1,10 +1,10 @@
 #pragma once
 
+#include "pe/checkedview.h"
+
 #include <cstddef>
 #include <memory>
 #include <string_view>
-
-#include "pe/checkedview.h"
 
 namespace keyreap::testsupport {
 

@@ -1,8 +1,8 @@
 #include "tests/support/folderwatch.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/temporaryfolder.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap::testsupport {
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <array>
 #include <string>
 #include <vector>
-
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap::testsupport {
 

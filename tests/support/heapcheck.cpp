@@ -1,13 +1,13 @@
 // A program of tests with this in it fails each test that damages a heap of the process.
+#include "tests/support/releasedmemory.h"
+
 #include <windows.h>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "tests/support/releasedmemory.h"
 
 namespace keyreap::testsupport {
 namespace {

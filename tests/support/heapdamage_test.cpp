@@ -1,7 +1,7 @@
 // Tests that damage the heap, each in its way, and one that doesn't: what tries the check of the heaps.
-#include <cstdlib>
-
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace keyreap {
 namespace {

@@ -1,8 +1,8 @@
 #include "tests/support/imagebuilder.h"
 
-#include <utility>
-
 #include "tests/support/bytewriter.h"
+
+#include <utility>
 
 namespace keyreap::testsupport {
 

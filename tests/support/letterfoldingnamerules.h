@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/core/compare.h"
-#include "trace/namerules.h"
+#include "platform/core/text/compare.h"
+#include "trace/replay/namerules.h"
 
 namespace keyreap {
 

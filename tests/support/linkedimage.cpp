@@ -1,8 +1,8 @@
 #include "tests/support/linkedimage.h"
 
-#include <utility>
-
 #include "tests/support/sectiontable.h"
+
+#include <utility>
 
 namespace keyreap::testsupport {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "tests/support/imagebuilder.h"
+
+#include <string>
 
 namespace keyreap::testsupport {
 

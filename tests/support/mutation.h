@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tests/support/imagebuilder.h"
+
 #include <cstdint>
 #include <random>
 #include <string>
-
-#include "tests/support/imagebuilder.h"
 
 namespace keyreap::testsupport {
 

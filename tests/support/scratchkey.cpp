@@ -1,8 +1,8 @@
 #include "tests/support/scratchkey.h"
 
-#include <gtest/gtest.h>
-
 #include <sddl.h>
+
+#include <gtest/gtest.h>
 
 #include <cwchar>
 #include <iterator>

@@ -1,6 +1,6 @@
 #include "tests/support/scriptedtracing.h"
 
-#include "platform/core/platformguid.h"
+#include "platform/core/text/platformguid.h"
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 #include "pe/checkedview.h"
 #include "pe/imagetables.h"
+
+#include <cstddef>
+#include <cstdint>
 
 namespace keyreap::testsupport {
 

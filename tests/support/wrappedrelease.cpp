@@ -1,8 +1,8 @@
 // The linker leads the program's calls of `free` and `realloc` here, those of operator delete among them
 // (--wrap).
-#include <cstddef>
-
 #include "tests/support/releasedmemory.h"
+
+#include <cstddef>
 
 extern "C" {
 

@@ -16,6 +16,17 @@
 //
 //   capturecheck path WORD
 //       Prints the Windows path of the file that the word names.
+#include "tools/capturecheck/commandwords.h"
+#include "tools/capturecheck/names.h"
+#include "tools/capturecheck/outcome.h"
+#include "tools/capturecheck/pairfiles.h"
+#include "tools/capturecheck/refusal.h"
+#include "tools/capturecheck/runreport.h"
+
+#include <sys/prctl.h>
+#include <time.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <clocale>
@@ -25,17 +36,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <sys/prctl.h>
-#include <time.h>
-#include <unistd.h>
-
-#include "tools/capturecheck/commandwords.h"
-#include "tools/capturecheck/names.h"
-#include "tools/capturecheck/outcome.h"
-#include "tools/capturecheck/pairfiles.h"
-#include "tools/capturecheck/refusal.h"
-#include "tools/capturecheck/runreport.h"
 
 namespace keyreap {
 namespace {

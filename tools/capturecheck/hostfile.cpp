@@ -1,10 +1,10 @@
 #include "tools/capturecheck/hostfile.h"
 
+#include "tools/capturecheck/names.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
-
-#include "tools/capturecheck/names.h"
 
 namespace fs = std::filesystem;
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include <sys/stat.h>
 
 namespace keyreap {
 

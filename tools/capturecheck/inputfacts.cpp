@@ -1,18 +1,18 @@
 #include "tools/capturecheck/inputfacts.h"
 
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <iomanip>
-#include <sstream>
-#include <utility>
-
 #include "pe/checkedview.h"
 #include "pe/imagetables.h"
 #include "tools/capturecheck/hostfile.h"
 #include "tools/capturecheck/mappedfile.h"
 
 #include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iomanip>
+#include <sstream>
+#include <utility>
 
 namespace keyreap {
 namespace {

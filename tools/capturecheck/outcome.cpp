@@ -1,12 +1,12 @@
 #include "tools/capturecheck/outcome.h"
 
-#include <algorithm>
-#include <ranges>
-
 #include "tools/capturecheck/mappedfile.h"
 #include "tools/capturecheck/names.h"
 #include "tools/capturecheck/reasons.h"
 #include "tools/capturecheck/regcontents.h"
+
+#include <algorithm>
+#include <ranges>
 
 namespace keyreap {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tools/capturecheck/commandwords.h"
+#include "tools/capturecheck/pairfiles.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
-
-#include "tools/capturecheck/commandwords.h"
-#include "tools/capturecheck/pairfiles.h"
 
 namespace keyreap {
 

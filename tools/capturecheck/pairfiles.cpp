@@ -1,11 +1,11 @@
 #include "tools/capturecheck/pairfiles.h"
 
-#include <cstdlib>
-#include <utility>
+#include "tools/capturecheck/windowspath.h"
 
 #include <unistd.h>
 
-#include "tools/capturecheck/windowspath.h"
+#include <cstdlib>
+#include <utility>
 
 namespace keyreap {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tools/capturecheck/commandwords.h"
 #include "tools/capturecheck/hostfile.h"
 #include "tools/capturecheck/inputfacts.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace keyreap {
 

@@ -1,16 +1,16 @@
 #include "tools/capturecheck/reasons.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <filesystem>
+#include "tools/capturecheck/mappedfile.h"
+#include "tools/capturecheck/names.h"
+#include "tools/capturecheck/regcontents.h"
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include "tools/capturecheck/mappedfile.h"
-#include "tools/capturecheck/names.h"
-#include "tools/capturecheck/regcontents.h"
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
 
 namespace fs = std::filesystem;
 

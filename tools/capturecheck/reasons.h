@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tools/capturecheck/pairfiles.h"
+
 #include <string>
 #include <string_view>
-
-#include "tools/capturecheck/pairfiles.h"
 
 namespace keyreap {
 

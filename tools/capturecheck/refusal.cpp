@@ -1,11 +1,11 @@
 #include "tools/capturecheck/refusal.h"
 
+#include "tools/capturecheck/names.h"
+#include "tools/capturecheck/windowspath.h"
+
 #include <algorithm>
 #include <string>
 #include <utility>
-
-#include "tools/capturecheck/names.h"
-#include "tools/capturecheck/windowspath.h"
 
 namespace keyreap {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <optional>
-#include <vector>
-
 #include "tools/capturecheck/commandwords.h"
 #include "tools/capturecheck/pairfiles.h"
+
+#include <optional>
+#include <vector>
 
 namespace keyreap {
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "tools/capturecheck/commandwords.h"
+#include "tools/capturecheck/pairfiles.h"
+
 #include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tools/capturecheck/commandwords.h"
-#include "tools/capturecheck/pairfiles.h"
 
 namespace keyreap {
 

@@ -1,11 +1,11 @@
 #include "tools/capturecheck/windowspath.h"
 
+#include "tools/capturecheck/names.h"
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <vector>
-
-#include "tools/capturecheck/names.h"
 
 namespace keyreap {
 namespace {

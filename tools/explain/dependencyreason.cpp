@@ -1,11 +1,11 @@
 #include "tools/explain/dependencyreason.h"
 
-#include <algorithm>
-
 #include "pe/exportsearch.h"
-#include "platform/core/compare.h"
-#include "platform/core/text.h"
+#include "platform/core/text/compare.h"
+#include "platform/core/text/text.h"
 #include "tools/explain/imageheaders.h"
+
+#include <algorithm>
 
 namespace keyreap {
 

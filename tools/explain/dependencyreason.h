@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "pe/dependencywalker.h"
 #include "pe/functiontables.h"
 #include "platform/os/file/widepath.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace keyreap {
 

@@ -2,18 +2,18 @@
 // Prints why FILE (a Windows path) can't be registered, as a piece of a sentence in UTF-8, or nothing if it
 // finds no reason. It may load the file, register its type library and so on: it runs in a session that is
 // thrown away.
-#include <windows.h>
-
-#include <oleauto.h>
-
 #include "extract/nativefileregister/temporarypaths.h"
 #include "extract/nativefileregister/typelibstaging.h"
-#include "extract/process.h"
 #include "pe/exportsearch.h"
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
+#include "platform/os/process.h"
 #include "tools/explain/dependencyreason.h"
 #include "tools/explain/imageheaders.h"
 #include "tools/explain/loadreason.h"
+
+#include <windows.h>
+
+#include <oleauto.h>
 
 namespace keyreap {
 

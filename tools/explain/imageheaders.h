@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "pe/peimage.h"
+
+#include <cstdint>
 
 namespace keyreap {
 

@@ -1,7 +1,7 @@
 #include "tools/explain/loadreason.h"
 
 #include "platform/core/message.h"
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
 #include "platform/os/file/widepath.h"
 #include "platform/os/ownedhandle.h"
 

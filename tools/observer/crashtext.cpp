@@ -1,8 +1,8 @@
-#include <algorithm>
-#include <array>
-
 #include "tools/observer/debuglines.h"
 #include "tools/observer/exceptionwords.h"
+
+#include <algorithm>
+#include <array>
 
 namespace keyreap {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tools/observer/debuglines.h"
+
 #include <cstdint>
 #include <string>
-
-#include "tools/observer/debuglines.h"
 
 namespace keyreap {
 

@@ -2,21 +2,21 @@
 // its standard error goes on to this program's own, but for Wine's debug output about exceptions and modules,
 // which is read. If the command's status goes back to a crash, LOG gets one line that says what it was; else
 // it gets none.
-#include <array>
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <fstream>
-#include <string_view>
+#include "tools/observer/debuglines.h"
+#include "tools/observer/modulesize.h"
+#include "tools/observer/splitter.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tools/observer/debuglines.h"
-#include "tools/observer/modulesize.h"
-#include "tools/observer/splitter.h"
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <string_view>
 
 namespace {
 

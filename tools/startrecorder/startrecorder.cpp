@@ -6,6 +6,9 @@
 // startrecorder --probe: loads every module of the system folder. That is all that the start of any program
 // can make the system do: a module that a program imports is initialised before the program's entry point,
 // and does the same when it is loaded later. Then the process ends without any module's taking leave.
+#include "hostlogger/requestlog.h"
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -16,9 +19,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/os/ownedhandle.h"
-#include "platform/os/wine/requestlog.h"
 
 namespace keyreap {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/os/ownedhandle.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 

@@ -1,9 +1,9 @@
 #include "platform/os/file/removal.h"
 
-#include <string>
-
 #include "platform/os/file/widepath.h"
 #include "platform/os/ownedhandle.h"
+
+#include <string>
 
 namespace keyreap {
 

@@ -1,13 +1,13 @@
 #include "platform/os/file/temporaryfiles.h"
 
+#include "platform/os/file/temporarynames.h"
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <shlwapi.h>
 
 #include <array>
-
-#include "platform/os/file/temporarynames.h"
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "platform/os/file/widepath.h"
+
+#include <string>
 
 namespace keyreap {
 

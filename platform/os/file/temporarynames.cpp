@@ -1,8 +1,8 @@
 #include "platform/os/file/temporarynames.h"
 
-#include <algorithm>
+#include "platform/core/text/text.h"
 
-#include "platform/core/text.h"
+#include <algorithm>
 
 namespace keyreap {
 

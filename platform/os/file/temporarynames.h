@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/os/file/widepath.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
-
-#include "platform/os/file/widepath.h"
 
 namespace keyreap {
 

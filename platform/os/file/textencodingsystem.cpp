@@ -1,4 +1,4 @@
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
 #include "platform/os/file/textencoding.h"
 
 namespace keyreap {

@@ -1,11 +1,11 @@
 #include "platform/os/file/unicodefilewriterex.h"
 
-#include <limits>
-#include <utility>
-
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/messageids.h"
-#include "platform/core/text.h"
+#include "platform/core/text/text.h"
+
+#include <limits>
+#include <utility>
 
 namespace keyreap {
 

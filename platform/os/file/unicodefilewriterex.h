@@ -1,11 +1,11 @@
 #pragma once
 
+#include "platform/os/file/textencoding.h"
+#include "platform/os/ownedhandle.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "platform/os/file/textencoding.h"
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap {
 

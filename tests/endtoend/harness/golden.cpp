@@ -1,9 +1,9 @@
 #include "tests/endtoend/harness/golden.h"
 
+#include "tests/endtoend/harness/settings.h"
+
 #include <algorithm>
 #include <cstring>
-
-#include "tests/endtoend/harness/settings.h"
 
 namespace keyreap::endtoend {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
+#include "tests/endtoend/harness/files.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/endtoend/harness/files.h"
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace keyreap::endtoend {
 

@@ -1,11 +1,11 @@
 #include "tests/endtoend/harness/runtests.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include "tests/endtoend/harness/settings.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/endtoend/harness/settings.h"
+#include <cstdio>
+#include <cstdlib>
 
 namespace keyreap::endtoend {
 

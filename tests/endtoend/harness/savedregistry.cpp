@@ -1,13 +1,13 @@
 #include "tests/endtoend/harness/savedregistry.h"
 
-#include <windows.h>
+#include "tests/endtoend/harness/files.h"
 
-#include <set>
-#include <sstream>
+#include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include "tests/endtoend/harness/files.h"
+#include <set>
+#include <sstream>
 
 namespace keyreap::endtoend {
 

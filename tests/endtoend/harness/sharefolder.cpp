@@ -1,9 +1,9 @@
 #include "tests/endtoend/harness/sharefolder.h"
 
-#include <windows.h>
-
 #include "tests/endtoend/harness/files.h"
 #include "tests/endtoend/harness/settings.h"
+
+#include <windows.h>
 
 namespace keyreap::endtoend {
 

@@ -1,13 +1,13 @@
 #include "tests/endtoend/harness/stops.h"
 
-#include <windows.h>
+#include "tests/endtoend/harness/files.h"
+#include "tests/endtoend/harness/process.h"
 
-#include <utility>
+#include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include "tests/endtoend/harness/files.h"
-#include "tests/endtoend/harness/process.h"
+#include <utility>
 
 namespace keyreap::endtoend {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tests/endtoend/harness/workbench.h"
+
 #include <ostream>
 #include <string>
-
-#include "tests/endtoend/harness/workbench.h"
 
 namespace keyreap::endtoend {
 

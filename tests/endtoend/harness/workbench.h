@@ -1,16 +1,16 @@
 #pragma once
 
+#include "tests/endtoend/harness/files.h"
+#include "tests/endtoend/harness/golden.h"
+#include "tests/endtoend/harness/process.h"
+
 #include <windows.h>
+
+#include <gtest/gtest.h>
 
 #include <ostream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "tests/endtoend/harness/files.h"
-#include "tests/endtoend/harness/golden.h"
-#include "tests/endtoend/harness/process.h"
 
 namespace keyreap::endtoend {
 

@@ -1,6 +1,9 @@
 // A whole in-process server: class factory, ProgID, and a type library that it registers itself.
 #include <initguid.h>
 
+#include "calculator_h.h"
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <oleauto.h>
@@ -8,9 +11,6 @@
 
 #include <atomic>
 #include <new>
-
-#include "calculator_h.h"
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

@@ -2,11 +2,11 @@
 // is no calculator.
 #include <initguid.h>
 
+#include "calculator_h.h"
+
 #include <windows.h>
 
 #include <objbase.h>
-
-#include "calculator_h.h"
 
 namespace {
 

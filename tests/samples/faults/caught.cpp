@@ -1,12 +1,12 @@
 // Meets an access violation that a handler of its own repairs, and throws and catches exceptions. With
 // KEYREAP_ENDS it then ends the process with the low bits of the fault's code.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
 
 #include <stdexcept>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,4 +1,6 @@
 // Writes one key and then fails in the way that KEYREAP_FAULT names.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
@@ -7,8 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

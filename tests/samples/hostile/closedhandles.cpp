@@ -1,9 +1,9 @@
 // Closes every handle of its process, whoever opened it.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     constexpr ULONG_PTR step = 4;

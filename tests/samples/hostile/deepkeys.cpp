@@ -1,9 +1,9 @@
 // Nests keys 500 deep.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     constexpr int depth = 500;

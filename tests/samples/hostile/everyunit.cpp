@@ -1,10 +1,10 @@
 // Writes keys and values whose names hold every UTF-16 unit from 1 to 0xFFFF: 256 of each, with 256 units
 // each behind the number of the name.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Writes KEYREAP_VALUES values into one key.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     constexpr std::size_t digits = 6;

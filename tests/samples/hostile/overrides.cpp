@@ -1,9 +1,9 @@
 // Takes the roots' overrides away, writes past them, and points one root elsewhere.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     using keyreap::samples::KeyWriter;

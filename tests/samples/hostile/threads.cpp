@@ -1,10 +1,10 @@
 // Leaves threads behind that write for as long as the process lives: two through a key that they hold open,
 // two by name. The module stays loaded, so that they have code to run.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Was linked with a library that had one function more than the one that lies beside it.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 extern "C" __declspec(dllimport) DWORD LibraryNumber();
 extern "C" __declspec(dllimport) DWORD LaterNumber();

@@ -1,9 +1,9 @@
 // Has the library that it is linked with, but that one can't load.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 extern "C" __declspec(dllimport) DWORD MiddleNumber();
 

@@ -1,10 +1,10 @@
 // A DLL that is built under the extension .exe, with a type library as a resource: it is to be loaded, not
 // started, and the type library registered behind it.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <olectl.h>
-
-#include "tests/samples/support/keywriter.h"
 
 STDAPI DllRegisterServer() {
     using namespace keyreap::samples;

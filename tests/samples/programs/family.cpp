@@ -1,9 +1,9 @@
 // A server whose child writes too: with /REGSERVER it hands a key to a child, writes, and waits for it.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <string_view>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // Reaches its keys by every kind of handle: copied, moved, inherited, shared by threads, deleted.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

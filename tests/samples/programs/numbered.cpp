@@ -1,7 +1,7 @@
 // A server that writes to a control set by its number.
-#include <windows.h>
-
 #include "tests/samples/support/keywriter.h"
+
+#include <windows.h>
 
 int wmain() {
     using keyreap::samples::KeyWriter;

@@ -1,9 +1,9 @@
 // A server that registers itself for the other bitness as well, by the flag of the other view.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <string_view>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // A server that is a process of its own: with /REGSERVER it writes its exact command line to the live
 // registry and ends with 5, which its caller is to ignore; without, it does nothing.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <string_view>
-
-#include "tests/samples/support/keywriter.h"
 
 int wmain(int count, wchar_t** arguments) {
     constexpr int ignoredStatus = 5;

@@ -1,7 +1,7 @@
 // A server that makes a key of the machine's control set and writes no value there.
-#include <windows.h>
-
 #include "tests/samples/support/keywriter.h"
+
+#include <windows.h>
 
 int wmain() {
     keyreap::samples::KeyWriter(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\KeyreapServices");

@@ -1,9 +1,9 @@
 // A library that a program imports and that writes to the registry ahead of the program's entry point: in a
 // static constructor, when it is attached to the process, and what the system itself writes at each start
 // (with REPEATS).
-#include <windows.h>
-
 #include "tests/samples/support/keywriter.h"
+
+#include <windows.h>
 
 namespace keyreap::samples {
 

@@ -1,8 +1,8 @@
 // A program that knows no /REGSERVER: it tells that it runs, stays until it is told to end, and writes last
 // that it did.
-#include <windows.h>
-
 #include "tests/samples/support/keywriter.h"
+
+#include <windows.h>
 
 int wmain() {
     HANDLE started = CreateEventW(nullptr, TRUE, FALSE, L"KeyreapStaying.Started");

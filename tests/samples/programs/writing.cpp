@@ -1,11 +1,11 @@
 // A server that is a process of its own and does with /REGSERVER what servers do to the live registry: it
 // writes to four roots, makes things and takes them away again, and changes and deletes what was there
 // before.
+#include "tests/samples/support/keywriter.h"
+
 #include <windows.h>
 
 #include <string_view>
-
-#include "tests/samples/support/keywriter.h"
 
 namespace keyreap::samples {
 

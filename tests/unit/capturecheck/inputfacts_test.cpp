@@ -1,8 +1,7 @@
+#include "tests/support/imagebuilder.h"
 #include "tools/capturecheck/inputfacts.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/support/imagebuilder.h"
 
 namespace keyreap {
 namespace {

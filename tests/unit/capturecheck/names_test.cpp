@@ -1,8 +1,8 @@
 #include "tools/capturecheck/names.h"
 
-#include <clocale>
-
 #include <gtest/gtest.h>
+
+#include <clocale>
 
 namespace keyreap {
 namespace {

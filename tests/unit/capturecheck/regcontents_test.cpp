@@ -1,8 +1,8 @@
 #include "tools/capturecheck/regcontents.h"
 
-#include <string>
-
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace keyreap {
 namespace {

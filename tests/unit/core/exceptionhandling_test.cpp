@@ -1,10 +1,10 @@
-#include "platform/core/bstrtext.h"
 #include "platform/core/compiler.h"
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/exceptionpresenter.h"
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
-#include "platform/core/stacktrace.h"
+#include "platform/core/stacktrace/stacktrace.h"
+#include "platform/core/text/bstrtext.h"
 #include "tests/unit/core/failingallocation.h"
 
 #include <gmock/gmock.h>

@@ -1,14 +1,13 @@
+#include "platform/core/exceptionhandling.h"
 #include "platform/core/exceptionpresenter.h"
+#include "platform/core/message.h"
+#include "platform/core/messageids.h"
+#include "platform/core/stacktrace/stacktracetext.h"
+#include "tests/unit/core/recordingreporter.h"
 
 #include <gmock/gmock.h>
 
 #include <stdexcept>
-
-#include "platform/core/exceptionhandling.h"
-#include "platform/core/message.h"
-#include "platform/core/messageids.h"
-#include "platform/core/stacktracetext.h"
-#include "tests/unit/core/recordingreporter.h"
 
 namespace keyreap {
 namespace {

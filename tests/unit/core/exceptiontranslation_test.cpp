@@ -1,14 +1,13 @@
+#include "platform/core/exceptionhandling.h"
 #include "platform/core/exceptiontranslation.h"
+#include "platform/core/stacktrace/stacktrace.h"
+#include "platform/core/stacktrace/stacktracetext.h"
+#include "platform/core/structuredexceptions.h"
+#include "tests/unit/stacktrace/capturedcontext.h"
 
 #include <gmock/gmock.h>
 
 #include <optional>
-
-#include "platform/core/exceptionhandling.h"
-#include "platform/core/stacktrace.h"
-#include "platform/core/stacktracetext.h"
-#include "platform/core/structuredexceptions.h"
-#include "tests/unit/core/capturedcontext.h"
 
 namespace keyreap {
 namespace {

@@ -1,9 +1,8 @@
 #include "platform/core/failurepresentation.h"
+#include "platform/core/stacktrace/stacktracetext.h"
+#include "tests/unit/core/recordingreporter.h"
 
 #include <gmock/gmock.h>
-
-#include "platform/core/stacktracetext.h"
-#include "tests/unit/core/recordingreporter.h"
 
 // What a dialog shows and how the console looks stands in tests/dialog; here a reporter keeps dialogs away.
 namespace keyreap {

@@ -1,10 +1,10 @@
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
 
+#include <windows.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <windows.h>
 
 namespace keyreap {
 namespace {

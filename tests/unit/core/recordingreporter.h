@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/core/errorreport/failurereporter.h"
+
 #include <string>
 #include <vector>
-
-#include "platform/core/failurereporter.h"
 
 namespace keyreap::testsupport {
 

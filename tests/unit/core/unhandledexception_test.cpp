@@ -1,14 +1,13 @@
+#include "platform/core/failurepresentation.h"
+#include "platform/core/stacktrace/stacktracetext.h"
 #include "platform/core/unhandledexception.h"
+#include "tests/unit/core/recordingreporter.h"
+#include "tests/unit/core/watchedprocess.h"
+#include "tests/unit/stacktrace/capturedcontext.h"
 
 #include <gmock/gmock.h>
 
 #include <thread>
-
-#include "platform/core/failurepresentation.h"
-#include "platform/core/stacktracetext.h"
-#include "tests/unit/core/capturedcontext.h"
-#include "tests/unit/core/recordingreporter.h"
-#include "tests/unit/core/watchedprocess.h"
 
 namespace keyreap {
 namespace {

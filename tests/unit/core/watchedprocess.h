@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <string>
-
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap::testsupport {
 

@@ -1,6 +1,7 @@
 #include "extract/arguments.h"
 
 #include <gtest/gtest.h>
+
 #include <vector>
 
 namespace keyreap {

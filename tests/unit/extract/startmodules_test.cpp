@@ -1,8 +1,8 @@
 #include "extract/startmodules.h"
-
 #include "tests/support/importreplacement.h"
 
 #include <commctrl.h>
+
 #include <gtest/gtest.h>
 
 namespace keyreap {

@@ -1,8 +1,7 @@
 #include "platform/os/file/executablepath.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/support/temporaryfolder.h"
 
 namespace keyreap {
 namespace {

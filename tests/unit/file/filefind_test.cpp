@@ -1,9 +1,8 @@
 #include "platform/os/file/filefind.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "tests/support/temporaryfolder.h"
 
 namespace keyreap {
 namespace {

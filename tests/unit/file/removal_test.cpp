@@ -1,11 +1,10 @@
 #include "platform/os/file/removal.h"
+#include "tests/support/temporaryfolder.h"
 
 #include <windows.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "tests/support/temporaryfolder.h"
 
 namespace keyreap {
 namespace {

@@ -1,10 +1,9 @@
-#include "platform/os/file/unicodefilewriterex.h"
-
-#include <gtest/gtest.h>
-
 #include "platform/core/exceptionhandling.h"
 #include "platform/core/message.h"
+#include "platform/os/file/unicodefilewriterex.h"
 #include "tests/support/temporaryfolder.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

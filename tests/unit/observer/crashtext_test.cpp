@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "tools/observer/debuglines.h"
 #include "tools/observer/exceptionwords.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

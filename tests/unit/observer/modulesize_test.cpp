@@ -1,10 +1,10 @@
 #include "tools/observer/modulesize.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <random>
-
-#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

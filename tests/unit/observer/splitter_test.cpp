@@ -1,9 +1,9 @@
 #include "tools/observer/splitter.h"
 
-#include <vector>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <vector>
 
 namespace keyreap {
 namespace {

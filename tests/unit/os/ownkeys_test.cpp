@@ -1,5 +1,4 @@
 #include "platform/os/ownkeys.h"
-
 #include "platform/os/registryopener.h"
 
 #include <gtest/gtest.h>

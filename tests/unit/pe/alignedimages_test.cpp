@@ -1,11 +1,11 @@
-#include <gtest/gtest.h>
-
 #include "pe/dependencywalker.h"
 #include "pe/fileversion.h"
 #include "platform/os/file/executablepath.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,11 +1,10 @@
 #include "pe/checkedview.h"
+#include "tests/support/exactfile.h"
+#include "tests/support/imagebuilder.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
-
-#include "tests/support/exactfile.h"
-#include "tests/support/imagebuilder.h"
 
 namespace keyreap {
 namespace {

@@ -1,13 +1,12 @@
 #include "pe/dependencywalker.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/support/environmentchange.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
 #include "tests/unit/pe/failingfoldermanager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

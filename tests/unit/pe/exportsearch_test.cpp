@@ -1,9 +1,8 @@
 #include "pe/exportsearch.h"
-
-#include <gtest/gtest.h>
-
 #include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

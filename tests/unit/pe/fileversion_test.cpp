@@ -1,12 +1,11 @@
 #include "pe/fileversion.h"
-
-#include <gtest/gtest.h>
-
 #include "pe/versionblock.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/importreplacement.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

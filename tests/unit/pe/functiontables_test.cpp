@@ -1,12 +1,11 @@
 #include "pe/functiontables.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/support/bytewriter.h"
 #include "tests/support/exactfile.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/sectiontable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,15 +1,14 @@
 #include "pe/knownfolder.h"
+#include "platform/core/text/platformguid.h"
+#include "tests/support/importreplacement.h"
+#include "tests/unit/pe/failingfoldermanager.h"
+#include "tests/unit/pe/scriptedfolder.h"
 
 #include <windows.h>
 
 #include <objbase.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/core/platformguid.h"
-#include "tests/support/importreplacement.h"
-#include "tests/unit/pe/failingfoldermanager.h"
-#include "tests/unit/pe/scriptedfolder.h"
 
 namespace keyreap {
 namespace {

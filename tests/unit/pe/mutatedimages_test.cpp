@@ -1,9 +1,3 @@
-#include <windows.h>
-
-#include <objbase.h>
-
-#include <gtest/gtest.h>
-
 #include "pe/dependencywalker.h"
 #include "pe/exportsearch.h"
 #include "pe/fileversion.h"
@@ -11,6 +5,12 @@
 #include "tests/support/mutation.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,15 +1,14 @@
 #include "pe/peimage.h"
-
-#include <dbghelp.h>
-
-#include <gtest/gtest.h>
-
 #include "platform/os/file/widepath.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/importreplacement.h"
 #include "tests/support/mutation.h"
 #include "tests/support/sectiontable.h"
 #include "tests/support/temporaryfolder.h"
+
+#include <dbghelp.h>
+
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

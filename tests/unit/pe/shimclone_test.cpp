@@ -1,16 +1,15 @@
 #include "pe/shimclone.h"
-
-#include <windows.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/support/environmentchange.h"
 #include "tests/support/folderwatch.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
 #include "tests/unit/pe/versionprocess.h"
+
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace keyreap {
 namespace {

@@ -1,11 +1,11 @@
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
 #include "pe/dependencywalker.h"
 #include "pe/fileversion.h"
 #include "pe/versiontext.h"
 #include "platform/os/file/filefind.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
 
 // The queries on the modules that the system brings, which nobody here made.
 namespace keyreap {

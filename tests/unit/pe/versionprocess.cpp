@@ -1,11 +1,11 @@
 #include "tests/unit/pe/versionprocess.h"
 
+#include "platform/os/file/executablepath.h"
+#include "platform/os/ownedhandle.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/os/file/executablepath.h"
-#include "platform/os/ownedhandle.h"
 
 namespace keyreap::testsupport {
 

@@ -1,12 +1,12 @@
-#include <windows.h>
-
-#include <string>
-
 #include "pe/fileversion.h"
 #include "pe/shimclone.h"
 #include "platform/core/osversion.h"
 #include "tests/support/scratchkey.h"
 #include "tests/unit/pe/versionprocess.h"
+
+#include <windows.h>
+
+#include <string>
 
 // Takes a version of Windows such as "6.3", a file, and "version" or "company". Makes the process take this
 // version for the running one, whose record is made once a process, and tells by its exit status how that is

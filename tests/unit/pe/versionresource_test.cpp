@@ -1,13 +1,12 @@
 #include "pe/versionresource.h"
-
-#include <gtest/gtest.h>
-
-#include <array>
-
 #include "tests/support/exactfile.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/mutation.h"
 #include "tests/support/versionresource.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
 
 namespace keyreap {
 namespace {

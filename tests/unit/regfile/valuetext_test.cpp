@@ -1,6 +1,7 @@
 #include "regfile/valuetext.h"
 
 #include <gtest/gtest.h>
+
 #include <vector>
 
 namespace keyreap {

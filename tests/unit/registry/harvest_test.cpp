@@ -1,6 +1,5 @@
-#include "registry/harvest.h"
-
 #include "platform/core/exceptionhandling.h"
+#include "registry/harvest.h"
 #include "tests/support/scratchkey.h"
 #include "tests/support/temporaryfolder.h"
 

@@ -1,6 +1,5 @@
-#include "registry/hiveredirection.h"
-
 #include "platform/core/osversion.h"
+#include "registry/hiveredirection.h"
 #include "tests/support/importreplacement.h"
 #include "tests/support/scratchkey.h"
 

@@ -1,5 +1,5 @@
+#include "platform/os/winehost.h"
 #include "trace/eventtracing.h"
-
 #include "trace/wineeventtracing.h"
 
 #include <gtest/gtest.h>
@@ -8,10 +8,6 @@
 
 namespace keyreap {
 namespace {
-
-bool RunsOnWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
 
 TEST(HostEventTracing, IsTheSystemsOwnExceptOnWine) {
     const EventTracing& host = HostEventTracing();

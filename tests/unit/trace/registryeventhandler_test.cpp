@@ -1,7 +1,6 @@
-#include "trace/registryeventhandler.h"
-
 #include "tests/support/allocationcount.h"
 #include "tests/support/tracebuilder.h"
+#include "trace/registryeventhandler.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-#include "trace/registryfields.h"
-
 #include "tests/support/tracebuilder.h"
+#include "trace/registryfields.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

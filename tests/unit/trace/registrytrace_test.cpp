@@ -1,7 +1,6 @@
-#include "trace/registrytrace.h"
-
-#include "platform/core/platformguid.h"
+#include "platform/core/text/platformguid.h"
 #include "tests/support/scriptedtracing.h"
+#include "trace/registrytrace.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
-#include "trace/threadeventhandler.h"
-
 #include "tests/support/tracebuilder.h"
+#include "trace/threadeventhandler.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,8 @@
-#include "trace/traceeventhandler.h"
-
 #include "tests/support/allocationcount.h"
 #include "tests/support/tracebuilder.h"
 #include "tests/unit/trace/recordinghandler.h"
 #include "trace/threadeventhandler.h"
+#include "trace/traceeventhandler.h"
 
 #include <gtest/gtest.h>
 

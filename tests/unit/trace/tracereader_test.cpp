@@ -1,7 +1,6 @@
-#include "trace/tracereader.h"
-
 #include "tests/support/scriptedtracing.h"
 #include "tests/unit/trace/recordinghandler.h"
+#include "trace/tracereader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
-#include "trace/wineeventtracing.h"
-
 #include "trace/registrytrace.h"
+#include "trace/wineeventtracing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,162 @@
+#include "etl/etlwriter.h"
+
+#include "etl/etllayout.h"
+#include "platform/os/littleendian.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::uint64_t MEGABYTE = 1024 * 1024;
+constexpr std::uint32_t KEPT_BUFFERS = 1;   // the log header's
+constexpr std::uint64_t SMALLEST_COUNT = 2; // it and one that is written over and over
+
+constexpr std::uint32_t SystemMarker() {
+    return etl::record::headerFlag | etl::record::eventTraceFlag |
+           std::uint32_t{etl::record::system64} << 16 | etl::kernelheader::eventVersion;
+}
+
+std::size_t PayloadSize(const EtlRegistryEvent& event) {
+    return etl::registry::keyName + 2 * (event.keyName.size() + 1);
+}
+
+void FillPayload(const EtlRegistryEvent& event, std::span<std::byte> payload) {
+    using namespace etl::registry;
+    StoreNumber(payload, initialTime, event.initialTime);
+    StoreNumber(payload, status, event.status);
+    StoreNumber(payload, index, event.index);
+    StoreNumber(payload, keyHandle, event.keyHandle);
+    std::size_t offset = keyName;
+    for (const wchar_t unit : event.keyName) {
+        StoreNumber(payload, offset, static_cast<std::uint16_t>(unit));
+        offset += 2;
+    }
+    StoreNumber(payload, offset, std::uint16_t{0});
+}
+
+} // namespace
+
+EtlWriter::EtlWriter(EtlSink& destination, EtlLogHeader logHeader)
+    : sink(destination), header(std::move(logHeader)), buffer(header.bufferSize) {
+    header.startBuffers = KEPT_BUFFERS;
+    header.buffersWritten = 0;
+    header.eventsLost = 0;
+    header.endTime = 0;
+}
+
+bool EtlWriter::Begin(std::int64_t time, std::uint32_t processId, std::uint32_t threadId) {
+    beginning = {time, processId, threadId};
+    lastTime = time;
+    header.buffersWritten = KEPT_BUFFERS;
+    const bool written = WriteHeaderBuffer();
+    bufferNumber = KEPT_BUFFERS;
+    StartBuffer();
+    return written;
+}
+
+bool EtlWriter::Write(const EtlRegistryEvent& event) {
+    const std::size_t payloadSize = PayloadSize(event);
+    const std::size_t size = etl::kernelheader::systemSize + payloadSize;
+    if (size > etl::record::largest || size > buffer.size() - etl::buffer::headerSize) {
+        ++header.eventsLost;
+        return !failed;
+    }
+    if (size > buffer.size() - used && !FlushEvents(0)) {
+        return false;
+    }
+    const auto hookId = static_cast<std::uint16_t>(etl::registry::group | event.type);
+    FillPayload(event, BeginRecord({event.time, event.processId, event.threadId}, hookId, payloadSize));
+    lastTime = event.time;
+    return !failed;
+}
+
+bool EtlWriter::Finish(std::int64_t endTime) {
+    if (used > etl::buffer::headerSize) {
+        FlushEvents(etl::buffer::flagFlushMarker);
+    }
+    header.endTime = endTime;
+    bufferNumber = 0;
+    return WriteHeaderBuffer();
+}
+
+bool EtlWriter::IsCircular() const {
+    return (header.logFileMode & etl::logheader::modeCircular) != 0 && header.maximumFileSize != 0;
+}
+
+// The buffers behind the kept ones take turns.
+std::uint64_t EtlWriter::PlaceOf(std::uint64_t number) const {
+    if (number < KEPT_BUFFERS || !IsCircular()) {
+        return number;
+    }
+    const std::uint64_t ceiling = header.maximumFileSize * MEGABYTE / header.bufferSize;
+    const std::uint64_t turning = std::max(ceiling, SMALLEST_COUNT) - KEPT_BUFFERS;
+    return KEPT_BUFFERS + (number - KEPT_BUFFERS) % turning;
+}
+
+void EtlWriter::StartBuffer() {
+    used = etl::buffer::headerSize;
+    std::fill_n(buffer.begin(), used, std::byte{0});
+}
+
+// Adds a record's header and gives the place of its payload. There must be room for both.
+std::span<std::byte> EtlWriter::BeginRecord(const Origin& origin, std::uint16_t hookId,
+                                            std::size_t payloadSize) {
+    namespace layout = etl::kernelheader;
+    const std::size_t size = layout::systemSize + payloadSize;
+    const std::span<std::byte> bytes(buffer.data() + used, size);
+    StoreNumber(bytes, etl::record::marker, SystemMarker());
+    StoreNumber(bytes, layout::size, static_cast<std::uint16_t>(size));
+    StoreNumber(bytes, layout::hookId, hookId);
+    StoreNumber(bytes, etl::record::threadId, origin.threadId);
+    StoreNumber(bytes, etl::record::processId, origin.processId);
+    StoreNumber(bytes, etl::record::timeStamp, origin.time);
+    StoreNumber(bytes, layout::kernelAndUserTime, std::uint64_t{0});
+    const std::size_t end = used + etl::record::Aligned(size); // buffers are a multiple of the alignment
+    std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(used + size),
+              buffer.begin() + static_cast<std::ptrdiff_t>(end), std::byte{0});
+    used = end;
+    return bytes.subspan(layout::systemSize);
+}
+
+bool EtlWriter::Flush(std::uint16_t type, std::uint16_t flags, std::int64_t time) {
+    namespace layout = etl::buffer;
+    const auto end = static_cast<std::uint32_t>(used);
+    StoreNumber(buffer, layout::bufferSize, header.bufferSize);
+    StoreNumber(buffer, layout::savedOffset, end);
+    StoreNumber(buffer, layout::currentOffset, end);
+    StoreNumber(buffer, layout::timeStamp, time);
+    StoreNumber(buffer, layout::sequenceNumber, bufferNumber);
+    StoreNumber(buffer, layout::state, layout::stateFlush);
+    StoreNumber(buffer, layout::offset, end);
+    StoreNumber(buffer, layout::bufferFlag, flags);
+    StoreNumber(buffer, layout::bufferType, type);
+    std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(used), buffer.end(),
+              std::byte{etl::record::fillerByte});
+    failed = failed || !sink.Write(PlaceOf(bufferNumber) * header.bufferSize, buffer);
+    return !failed;
+}
+
+bool EtlWriter::FlushEvents(std::uint16_t flags) {
+    const bool written = Flush(etl::buffer::typeGeneric, flags, lastTime);
+    ++header.buffersWritten;
+    ++bufferNumber;
+    StartBuffer();
+    return written;
+}
+
+// Written at the start, so that the log has its head, and at the end with what is known then.
+bool EtlWriter::WriteHeaderBuffer() {
+    std::vector<std::byte> payload(
+        std::min<std::size_t>(buffer.size() - etl::buffer::headerSize, etl::record::largest) -
+        etl::kernelheader::systemSize);
+    payload.resize(WriteLogHeader(header, payload));
+    StartBuffer();
+    std::ranges::copy(payload,
+                      BeginRecord(beginning, etl::kernelheader::logHeaderHook, payload.size()).begin());
+    return Flush(etl::buffer::typeHeader, etl::buffer::flagFlushMarker, 0);
+}
+
+} // namespace keyreap

@@ -1,0 +1,72 @@
+#include "hostlogger/filter/mixedreport.h"
+
+#include "hostlogger/filter/mixedkeys.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+
+namespace keyreap {
+namespace {
+
+bool IsSurrogate(std::uint32_t unit, std::uint32_t first) {
+    return unit >= first && unit < first + 0x400;
+}
+
+// The character that begins at `at`, which goes on to the next one. A lone half of a pair is a question mark.
+std::uint32_t TakeCharacter(std::wstring_view name, std::size_t& at) {
+    constexpr std::uint32_t HIGH = 0xD800;
+    constexpr std::uint32_t LOW = 0xDC00;
+    const auto unit = static_cast<std::uint32_t>(name[at++]);
+    if (IsSurrogate(unit, HIGH) && at < name.size() &&
+        IsSurrogate(static_cast<std::uint32_t>(name[at]), LOW)) {
+        return 0x10000 + ((unit - HIGH) << 10) + (static_cast<std::uint32_t>(name[at++]) - LOW);
+    }
+    const bool isControl = unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x2028 || unit == 0x2029;
+    return isControl || IsSurrogate(unit, HIGH) || IsSurrogate(unit, LOW) ? '?' : unit;
+}
+
+void AppendUtf8(std::uint32_t character, std::string& text) {
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+        return;
+    }
+    const int followers = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    constexpr std::uint32_t LEADS[] = {0, 0xC0, 0xE0, 0xF0};
+    text += static_cast<char>(LEADS[followers] | (character >> (6 * followers)));
+    for (int left = followers - 1; left >= 0; --left) {
+        text += static_cast<char>(0x80 | ((character >> (6 * left)) & 0x3F));
+    }
+}
+
+} // namespace
+
+std::vector<std::wstring> FindMixedKeys(const KeptFile& log) {
+    bool canBe = false;
+    log.ForEachLine([&](std::string_view line) { canBe = canBe || MakesMixingNode(line); });
+    MixedKeys mixed;
+    if (canBe) {
+        log.ForEachLine([&](std::string_view line) { mixed.Feed(line); });
+    }
+    return mixed.Names();
+}
+
+std::string LineOfName(std::wstring_view name) {
+    std::string line;
+    for (std::size_t at = 0; at < name.size();) {
+        AppendUtf8(TakeCharacter(name, at), line);
+    }
+    return line;
+}
+
+void WriteNames(const std::vector<std::wstring>& names, const std::string& path) {
+    if (names.empty()) {
+        return;
+    }
+    std::ofstream file(path, std::ios::binary);
+    for (const std::wstring& name : names) {
+        file << LineOfName(name) << '\n';
+    }
+}
+
+} // namespace keyreap

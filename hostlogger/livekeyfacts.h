@@ -1,0 +1,31 @@
+#pragma once
+
+#include "hostlogger/keylookup.h"
+
+#include <string>
+#include <unordered_map>
+
+namespace keyreap {
+
+// Answers from the registry as it is, by the native calls: an override of a predefined root doesn't matter.
+// Answers are kept until Forget. Windows only.
+class LiveKeyFacts : public KeyFacts {
+public:
+    bool Exists(const std::wstring& path) override { return Ask(path).exists; }
+    std::optional<std::wstring> LinkTarget(const std::wstring& path) override { return Ask(path).target; }
+
+    void Forget() { answers.clear(); }
+
+private:
+    struct Answer {
+        bool exists = false;
+        std::optional<std::wstring> target;
+    };
+
+    const Answer& Ask(const std::wstring& path);
+    static Answer Look(std::wstring path);
+
+    std::unordered_map<std::wstring, Answer> answers; // by path, A to Z folded
+};
+
+} // namespace keyreap

@@ -1,0 +1,132 @@
+#include "hostlogger/requestlog.h"
+
+#include "hostlogger/nativeregistry.h"
+
+#include <windows.h>
+
+#include <array>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
+constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // likewise
+constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line
+constexpr DWORD pause = 1;                                       // milliseconds between two looks
+
+// A name that nobody opens but to be found in the log. Process ids come back within a log, times don't.
+std::wstring NextMark() {
+    LARGE_INTEGER now{};
+    QueryPerformanceCounter(&now);
+    return L"\\REGISTRY\\Keyreap mark " + std::to_wstring(GetCurrentProcessId()) + L' ' +
+           std::to_wstring(now.QuadPart);
+}
+
+// Hands everything on up to the mark.
+class MarkFinder : public KeyRequestListener {
+public:
+    MarkFinder(KeyRequestListener* listener, std::wstring_view wanted) : next(listener), mark(wanted) {}
+
+    bool TakesKeyRequests() const override { return next && !found; }
+    void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
+    void OnLostLines() override { lost = true; }
+    void OnMissingKey(const std::wstring& name) override { found = name == mark; }
+
+    bool Found() const { return found; }
+    bool Lost() const { return lost; }
+
+private:
+    KeyRequestListener* next;
+    std::wstring_view mark;
+    bool found = false;
+    bool lost = false;
+};
+
+std::wstring SystemFolder() {
+    std::array<wchar_t, MAX_PATH> folder{};
+    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
+    return std::wstring(folder.data(), length < folder.size() ? length : 0);
+}
+
+OwnedFile OpenToRead(const std::wstring& path) {
+    return OwnedFile(CreateFileW(path.c_str(), GENERIC_READ,
+                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// Appends what comes next to the text. False at the end of the file.
+bool AppendChunk(HANDLE file, std::string& text) {
+    constexpr std::size_t chunk = 256 * 1024;
+    const std::size_t size = text.size();
+    text.resize(size + chunk);
+    DWORD got = 0;
+    if (!ReadFile(file, text.data() + size, static_cast<DWORD>(chunk), &got, nullptr)) {
+        got = 0;
+    }
+    text.resize(size + got);
+    return got != 0;
+}
+
+// Without such a file no start is known.
+SystemStart ReadSystemStart() {
+    const OwnedFile file = OpenToRead(SystemStartPath());
+    std::string text;
+    while (file.Valid() && AppendChunk(file.Get(), text)) {
+    }
+    return SystemStart::Parse(text);
+}
+
+} // namespace
+
+std::wstring RequestLogPath() {
+    return SystemFolder() + std::wstring(logName);
+}
+
+std::wstring SystemStartPath() {
+    return SystemFolder() + std::wstring(startName);
+}
+
+bool RequestLog::Open() {
+    if (!file.Valid()) {
+        file = OpenToRead(path);
+        tracker.SetSystemStart(ReadSystemStart());
+    }
+    return file.Valid();
+}
+
+bool RequestLog::ReadSome() {
+    return AppendChunk(file.Get(), unread);
+}
+
+bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark) {
+    MarkFinder finder(listener, mark);
+    std::size_t start = 0;
+    std::size_t end = 0;
+    while (!finder.Found() && (end = unread.find('\n', start)) != std::string::npos) {
+        tracker.Feed(std::string_view(unread).substr(start, end - start), &finder);
+        start = end + 1;
+    }
+    unread.erase(0, start);
+    whole = whole && !finder.Lost();
+    return finder.Found();
+}
+
+bool RequestLog::ReadToNow(KeyRequestListener* listener) {
+    facts.Forget();
+    const std::wstring mark = NextMark();
+    LookAtNativeKey(mark);
+    ULONGLONG lastGrowth = GetTickCount64();
+    while (!FeedLines(listener, mark)) {
+        if (ReadSome()) {
+            lastGrowth = GetTickCount64();
+        } else if (GetTickCount64() - lastGrowth >= patience) {
+            return false;
+        } else {
+            Sleep(pause);
+        }
+    }
+    return true;
+}
+
+} // namespace keyreap

@@ -1,0 +1,119 @@
+#include "hostlogger/requestlogger.h"
+
+#include "etl/etlfile.h"
+#include "etl/etlwriter.h"
+#include "hostlogger/requestrecorder.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace keyreap {
+
+namespace {
+
+std::int64_t PerformanceCounter() {
+    LARGE_INTEGER now{};
+    QueryPerformanceCounter(&now);
+    return now.QuadPart;
+}
+
+std::int64_t SystemTime() {
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    return static_cast<std::int64_t>((static_cast<std::uint64_t>(now.dwHighDateTime) << 32) |
+                                     now.dwLowDateTime);
+}
+
+EtlLogHeader HeaderOf(const LoggerSession& session, std::int64_t startSystemTime) {
+    LARGE_INTEGER frequency{};
+    QueryPerformanceFrequency(&frequency);
+    EtlLogHeader header;
+    header.loggerName = session.name;
+    header.logFileName = session.logFile;
+    header.maximumFileSize = session.maximumFileSize;
+    header.logFileMode = session.logFileMode;
+    header.perfFreq = frequency.QuadPart;
+    header.startTime = startSystemTime;
+    return header;
+}
+
+// The mutex that stands for a session of this name, or null with the system's error if one runs.
+OwnedHandle TakeSession(std::wstring name) {
+    std::ranges::replace(name, L'\\', L'/');
+    OwnedHandle mutex(CreateMutexW(nullptr, FALSE, (L"Global\\Keyreap logger " + name).c_str()));
+    if (mutex.Valid() && GetLastError() == ERROR_ALREADY_EXISTS) {
+        mutex = OwnedHandle();
+        SetLastError(ERROR_ALREADY_EXISTS);
+    }
+    return mutex;
+}
+
+// The file is there from the start, as on Windows, but open only while it is written: no child of a target
+// inherits it.
+DWORD MakeFile(const std::wstring& path) {
+    const OwnedFile file(
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.Valid() ? ERROR_SUCCESS : GetLastError();
+}
+
+} // namespace
+
+std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
+    if (!requests.Open()) {
+        return ERROR_NOT_SUPPORTED;
+    }
+    Running starting;
+    starting.session = asked;
+    starting.owner = TakeSession(asked.name);
+    if (!starting.owner.Valid()) {
+        return GetLastError();
+    }
+    if (running) {
+        return ERROR_NO_SYSTEM_RESOURCES;
+    }
+    if (const DWORD status = MakeFile(asked.logFile); status != ERROR_SUCCESS) {
+        return status;
+    }
+    if (const std::uint32_t status = CatchUp(nullptr); status != ERROR_SUCCESS) {
+        DeleteFileW(asked.logFile.c_str());
+        return status;
+    }
+    starting.startTime = PerformanceCounter();
+    starting.startSystemTime = SystemTime();
+    running = std::move(starting);
+    return ERROR_SUCCESS;
+}
+
+// Of all that was asked up to now. What is open is known when this has succeeded.
+std::uint32_t RequestLogger::CatchUp(KeyRequestListener* listener) {
+    if (!requests.ReadToNow(listener)) {
+        return ERROR_TIMEOUT;
+    }
+    return requests.Whole() ? ERROR_SUCCESS : ERROR_DISK_FULL;
+}
+
+std::uint32_t RequestLogger::Stop() {
+    if (!running) {
+        return ERROR_WMI_INSTANCE_NOT_FOUND;
+    }
+    const Running ended = std::move(*running);
+    running.reset();
+    return WriteLog(ended);
+}
+
+std::uint32_t RequestLogger::WriteLog(const Running& ended) {
+    EtlFileSink sink{std::filesystem::path(ended.session.logFile)};
+    EtlWriter writer(sink, HeaderOf(ended.session, ended.startSystemTime));
+    RequestRecorder recorder(writer, requests.Facts(), ended.startTime);
+    writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
+    const std::uint32_t status = CatchUp(&recorder);
+    recorder.RunDown(requests.Tracker());
+    const bool finished = writer.Finish(SystemTime());
+    const bool written = sink.Close() && finished;
+    return status == ERROR_SUCCESS && !written ? ERROR_DISK_FULL : status;
+}
+
+} // namespace keyreap

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/os/owned.h"
+
+#include <windows.h>
+
+namespace keyreap {
+
+struct IconPolicy {
+    using Handle = HICON;
+    static Handle Empty() { return nullptr; }
+    static bool IsValid(Handle handle) { return handle != nullptr; }
+    static void Close(Handle handle) { DestroyIcon(handle); }
+};
+
+// The system's error icon in its large size.
+class ErrorIcon {
+public:
+    // The library that scales, by name or path; one without the entry point, or that is not there, is done
+    // without.
+    explicit ErrorIcon(const wchar_t* libraryThatScales = L"ComCtl32.dll") : library(libraryThatScales) {}
+
+    // Prefers the form that the common controls scale for the screen. Null if the system has no icon at all.
+    HICON Load();
+
+private:
+    const wchar_t* library;
+    Owned<IconPolicy> scaled;
+};
+
+} // namespace keyreap

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/core/errorreport/controlanchorlayout.h"
+#include "platform/core/errorreport/erroricon.h"
+#include "platform/core/errorreport/errorreporttemplate.h"
+
+#include <windows.h>
+
+#include <string>
+
+namespace keyreap {
+
+class FailureReporter;
+
+struct FontPolicy {
+    using Handle = HFONT;
+    static Handle Empty() { return nullptr; }
+    static bool IsValid(Handle handle) { return handle != nullptr; }
+    static void Close(Handle handle) { DeleteObject(handle); }
+};
+using OwnedFont = Owned<FontPolicy>;
+
+// The modal dialog that shows one failure: a short text, and details that the user can open and copy.
+class ErrorReportDialog {
+public:
+    // Without a reporter there is no send button.
+    explicit ErrorReportDialog(FailureReporter* failureReporter) : reporter(failureReporter) {}
+    ErrorReportDialog(const ErrorReportDialog&) = delete;
+    ErrorReportDialog& operator=(const ErrorReportDialog&) = delete;
+
+    // Returns when the dialog has ended; at once if the reporter forbids it or it can't be shown, as on a
+    // machine without a display. The owner may be null.
+    void Show(HWND owner, const ErrorReportText& text);
+
+private:
+    static INT_PTR CALLBACK Routine(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
+    INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void OnInit();
+    void OnCommand(int id);
+    void SetDetailsFont();
+    void MeasureWindow();
+    void AnchorControls();
+    void ToggleDetails(bool show);
+    void CopyDetails() const;
+    void SendDetails() const;
+    HWND Control(int id) const { return GetDlgItem(window, id); }
+
+    ControlAnchorLayout layout;
+    FailureReporter* reporter;
+    HWND window = nullptr;
+    ErrorIcon icon;
+    OwnedFont detailsFont;
+    RECT collapsed = {};
+    RECT expanded = {};
+};
+
+} // namespace keyreap

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/os/entrypoint.h"
+
+namespace keyreap {
+
+// Whether the host is Wine: its ntdll.dll alone exports wine_get_version.
+inline bool RunsOnWine() {
+    return FindEntryPoint<FARPROC>(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+} // namespace keyreap

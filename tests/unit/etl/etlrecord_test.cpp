@@ -1,0 +1,198 @@
+#include "etl/etlclasses.h"
+#include "etl/etlrecord.h"
+#include "tests/unit/etl/logbuilder.h"
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+const Bytes PAYLOAD = Layout().U32(0xAABBCCDD).U16(0xEEFF).bytes;
+
+// Reads the record that the bytes begin with, which must be an event.
+RecordingListener::Event ReadOne(const Bytes& bytes) {
+    EtlEvent event;
+    const EtlRecord record = ReadEtlRecord(bytes, event);
+    EXPECT_EQ(record.kind, EtlRecordKind::event);
+    EXPECT_EQ(record.size, bytes.size());
+    return RecordingListener::Event(event);
+}
+
+EtlRecordKind KindOf(const Bytes& bytes) {
+    EtlEvent event;
+    return ReadEtlRecord(bytes, event).kind;
+}
+
+void ExpectOrigin(const EtlEvent& event) {
+    EXPECT_EQ(event.threadId, THREAD);
+    EXPECT_EQ(event.processId, PROCESS);
+    EXPECT_EQ(event.timeStamp, TIME);
+}
+
+TEST(ReadEtlRecord, SystemHeadersOfBothWidths) {
+    for (const bool wide : {false, true}) {
+        const auto event = ReadOne(SystemRecord(wide ? 2 : 1, 0x0916, 2, PAYLOAD));
+        EXPECT_EQ(event.provider, etlclass::registry);
+        EXPECT_EQ(event.type, 0x16U);
+        EXPECT_EQ(event.version, 2U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        ExpectOrigin(event);
+    }
+}
+
+TEST(ReadEtlRecord, CompactHeadersOfBothWidths) {
+    for (const bool wide : {false, true}) {
+        const auto event = ReadOne(CompactRecord(wide ? 4 : 3, 0x0503, 3, PAYLOAD));
+        EXPECT_EQ(event.provider, etlclass::thread);
+        EXPECT_EQ(event.type, 3U);
+        EXPECT_EQ(event.version, 3U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        ExpectOrigin(event);
+    }
+}
+
+TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsTellNoProcessAndNoThread) {
+    for (const bool wide : {false, true}) {
+        const auto event = ReadOne(PerfInfoRecord(wide ? 0x11 : 0x10, 0x0F2E, 1, PAYLOAD));
+        EXPECT_EQ(event.provider, etlclass::perfInfo);
+        EXPECT_EQ(event.type, 0x2EU);
+        EXPECT_EQ(event.version, 1U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.timeStamp, TIME);
+        EXPECT_EQ(event.processId, 0xFFFFFFFFU);
+        EXPECT_EQ(event.threadId, 0xFFFFFFFFU);
+    }
+}
+
+TEST(ReadEtlRecord, FullHeadersOfBothWidthsHaveTheirGuid) {
+    for (const bool wide : {false, true}) {
+        const auto event = ReadOne(ClassicRecord(wide ? 0x14 : 0x0A, 10, 4, 2, PAYLOAD));
+        EXPECT_EQ(event.provider, GuidOf(0x20));
+        EXPECT_EQ(event.type, 10U);
+        EXPECT_EQ(event.level, 4U);
+        EXPECT_EQ(event.version, 2U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        ExpectOrigin(event);
+    }
+}
+
+TEST(ReadEtlRecord, InstanceHeadersOfBothWidthsHaveTheirOwnGuidNotTheParents) {
+    for (const bool wide : {false, true}) {
+        const auto event = ReadOne(InstanceRecord(wide ? 0x15 : 0x0B, 1, 5, 7, PAYLOAD));
+        EXPECT_EQ(event.provider, GuidOf(0x20));
+        EXPECT_EQ(event.type, 1U);
+        EXPECT_EQ(event.level, 5U);
+        EXPECT_EQ(event.version, 7U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        ExpectOrigin(event);
+    }
+}
+
+TEST(ReadEtlRecord, ManifestHeadersOfBothWidthsGiveIdAndOpcode) {
+    for (const bool wide : {false, true}) {
+        const ManifestFields fields{.id = 0x1234, .version = 3, .level = 4, .opcode = 0x21};
+        const auto event = ReadOne(ManifestRecord(wide ? 0x13 : 0x12, fields, PAYLOAD));
+        EXPECT_EQ(event.provider, GuidOf(0x40));
+        EXPECT_EQ(event.id, 0x1234U);
+        EXPECT_EQ(event.type, 0x21U);
+        EXPECT_EQ(event.level, 4U);
+        EXPECT_EQ(event.version, 3U);
+        EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
+        EXPECT_EQ(event.bytes, PAYLOAD);
+        ExpectOrigin(event);
+    }
+}
+
+// Extended items: reserved, kind, whether another follows, size, data.
+Layout& Item(Layout& layout, bool another, std::uint16_t size) {
+    return layout.U16(0).U16(1).U16(another ? 1 : 0).U16(size).Fill(size, std::byte{0x77});
+}
+
+TEST(ReadEtlRecord, ThePayloadOfAManifestEventStandsBehindItsExtendedItems) {
+    Layout behind;
+    Item(behind, true, 5).PadTo8();
+    Item(behind, false, 16).Raw(PAYLOAD);
+    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, behind.bytes)).bytes, PAYLOAD);
+}
+
+TEST(ReadEtlRecord, ExtendedItemsCountOnlyIfTheFlagTellsOfThem) {
+    Layout behind;
+    Item(behind, false, 8);
+    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0040}, behind.bytes)).bytes, behind.bytes);
+}
+
+TEST(ReadEtlRecord, ALastExtendedItemMayEndWithTheRecordUnpadded) {
+    Layout behind;
+    Item(behind, false, 5);
+    EXPECT_TRUE(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, behind.bytes)).bytes.empty());
+}
+
+TEST(ReadEtlRecord, AnExtendedItemThatLeavesItsRecordIsPassedOver) {
+    Layout tooLong;
+    tooLong.U16(0).U16(1).U16(0).U16(9).Zeros(8);
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, tooLong.bytes)), EtlRecordKind::passedOver);
+    Layout chained;
+    Item(chained, true, 8);
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, chained.bytes)), EtlRecordKind::passedOver);
+    const Bytes half = Layout().Zeros(7).bytes;
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, half)), EtlRecordKind::passedOver);
+}
+
+TEST(ReadEtlRecord, AnEventMayHaveNoPayload) {
+    EXPECT_TRUE(ReadOne(SystemRecord(2, 0x0901, 2, {})).bytes.empty());
+    EXPECT_TRUE(ReadOne(PerfInfoRecord(0x11, 0x0F2E, 1, {})).bytes.empty());
+    EXPECT_TRUE(ReadOne(ClassicRecord(0x14, 1, 0, 0, {})).bytes.empty());
+}
+
+TEST(ReadEtlRecord, RecordsOfOtherKindsArePassedOverByTheirSize) {
+    EtlEvent event;
+    // A trace message: its size, nothing, the flags of a message; then number and options.
+    const Bytes message = Layout().U16(20).U8(0).U8(0x90).U16(11).U16(2).Zeros(12 + 4).bytes;
+    const EtlRecord passed = ReadEtlRecord(message, event);
+    EXPECT_EQ(passed.kind, EtlRecordKind::passedOver);
+    EXPECT_EQ(passed.size, 20U);
+}
+
+TEST(ReadEtlRecord, TheEndIsZerosOrFillersOrNoRoomForARecord) {
+    EXPECT_EQ(KindOf({}), EtlRecordKind::end);
+    EXPECT_EQ(KindOf(Layout().Fill(7, std::byte{0xC0}).bytes), EtlRecordKind::end);
+    EXPECT_EQ(KindOf(Layout().U32(0).U32(0xC0020002).bytes), EtlRecordKind::end);
+    EXPECT_EQ(KindOf(Layout().U32(0xFFFFFFFF).U32(0xC0020002).bytes), EtlRecordKind::end);
+}
+
+TEST(ReadEtlRecord, AMarkerWithoutTheHeaderFlagIsDamage) {
+    Bytes record = SystemRecord(2, 0x0901, 2, PAYLOAD);
+    record[3] = std::byte{0x40};
+    EXPECT_EQ(KindOf(record), EtlRecordKind::damaged);
+}
+
+TEST(ReadEtlRecord, ASizeBelowTheHeadersOrBeyondTheBytesIsDamage) {
+    struct Case {
+        Bytes record;
+        std::size_t sizeAt;
+        std::size_t headerSize;
+    };
+    const Case cases[] = {
+        {SystemRecord(2, 0x0901, 2, {}), 4, 32},          {CompactRecord(4, 0x0901, 2, {}), 4, 24},
+        {PerfInfoRecord(0x11, 0x0901, 2, {}), 4, 16},     {ClassicRecord(0x14, 1, 0, 0, {}), 0, 48},
+        {InstanceRecord(0x15, 1, 0, 0, {}), 0, 72},       {ManifestRecord(0x13, {}, {}), 0, 80},
+        {Layout().U16(8).U16(0x9000).U32(0).bytes, 0, 8},
+    };
+    for (const Case& it : cases) {
+        ASSERT_EQ(it.record.size(), it.headerSize);
+        EXPECT_NE(KindOf(it.record), EtlRecordKind::damaged);
+        for (const std::size_t size : {std::size_t{0}, it.headerSize - 1, it.headerSize + 1}) {
+            Bytes lying = it.record;
+            lying[it.sizeAt] = static_cast<std::byte>(size);
+            EXPECT_EQ(KindOf(lying), EtlRecordKind::damaged) << it.headerSize << " told as " << size;
+        }
+    }
+}
+
+} // namespace
+} // namespace keyreap

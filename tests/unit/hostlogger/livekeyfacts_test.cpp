@@ -1,0 +1,190 @@
+#include "hostlogger/livekeyfacts.h"
+#include "platform/core/text/compare.h"
+#include "tests/unit/hostlogger/nativekeys.h"
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+constexpr ULONG OPEN_LINK = 0x100; // OBJ_OPENLINK, ntdef.h
+constexpr bool IS_64_BIT = sizeof(void*) == 8;
+
+const std::wstring MACHINE = L"\\REGISTRY\\Machine";
+const std::wstring SOFTWARE = MACHINE + L"\\Software";
+
+// How a request of this process with such an access looks at the registry.
+KeyView ViewOf(ACCESS_MASK access, ULONG attributes) {
+    return {!IS_64_BIT && (access & KEY_WOW64_64KEY) == 0, (access & KEY_WOW64_32KEY) != 0,
+            (attributes & OPEN_LINK) != 0};
+}
+
+// Asks the system for keys in every view and compares where it finds them with where they are said to be.
+class FoundKeys : public testing::Test {
+protected:
+    void Compare(const NativeTestKey& parent, const std::wstring& name) {
+        const std::wstring parentPath = parent.IsOpen() ? parent.RealPath() : std::wstring();
+        for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+            for (const ULONG attributes : {ULONG{0}, OPEN_LINK}) {
+                const auto key =
+                    NativeTestKey::Open(parent.Handle(), name, KEY_QUERY_VALUE | view, attributes);
+                if (key.IsOpen()) {
+                    Check(key, parentPath, name, ViewOf(view, attributes));
+                }
+            }
+        }
+    }
+
+    void Check(const NativeTestKey& key, const std::wstring& parent, const std::wstring& name, KeyView view) {
+        const std::wstring real = key.RealPath();
+        const std::wstring found = FindRealPath(parent, name, view, facts);
+        EXPECT_TRUE(EqualFolded(found, real))
+            << "below " << parent << " " << name << " redirected " << view.redirected << " asks 32 "
+            << view.asks32 << " is " << real << ", not " << found;
+        ++compared;
+    }
+
+    // All that lies below a key, to some depth and width, asked for from above in one and in several steps.
+    void CompareTree(const std::wstring& path, int depth, unsigned width) {
+        const auto key = NativeTestKey::Open(nullptr, path, KEY_READ | KEY_WOW64_64KEY);
+        ASSERT_TRUE(key.IsOpen()) << path;
+        Compare(NativeTestKey(), path);
+        Compare(key, L"");
+        for (const std::wstring& name : key.Subkeys(width)) {
+            Compare(key, name);
+            if (depth > 1) {
+                CompareTree(path + L'\\' + name, depth - 1, width);
+            }
+        }
+    }
+
+    // From a key to another, by a name of several components.
+    void CompareFrom(const std::wstring& path, const std::wstring& name) {
+        const auto key = NativeTestKey::Open(nullptr, path, KEY_READ | KEY_WOW64_64KEY);
+        ASSERT_TRUE(key.IsOpen()) << path;
+        Compare(key, name);
+    }
+
+    LiveKeyFacts facts;
+    int compared = 0;
+};
+
+TEST_F(FoundKeys, InTheSoftwareOfTheMachine) {
+    CompareTree(SOFTWARE, 3, 12);
+    CompareTree(SOFTWARE + L"\\Wow6432Node", 3, 12);
+    EXPECT_GT(compared, 1000);
+}
+
+TEST_F(FoundKeys, AmongTheClasses) {
+    for (const wchar_t* name : {L"", L"\\CLSID", L"\\Interface", L"\\Wow6432Node", L"\\Wow6432Node\\CLSID"}) {
+        CompareTree(SOFTWARE + L"\\Classes" + name, 2, 40);
+    }
+    EXPECT_GT(compared, 1000);
+}
+
+TEST_F(FoundKeys, OfUsersAndOfTheSystem) {
+    CompareTree(L"\\REGISTRY\\User", 4, 10);
+    CompareTree(MACHINE + L"\\System", 3, 10);
+    EXPECT_GT(compared, 500);
+}
+
+TEST_F(FoundKeys, ByNamesOfSeveralComponents) {
+    const auto classes =
+        NativeTestKey::Open(nullptr, SOFTWARE + L"\\Classes\\CLSID", KEY_READ | KEY_WOW64_64KEY);
+    for (const std::wstring& clsid : classes.Subkeys(100)) {
+        CompareFrom(MACHINE, L"Software\\Classes\\CLSID\\" + clsid);
+        CompareFrom(SOFTWARE, L"Classes\\CLSID\\" + clsid);
+        CompareFrom(SOFTWARE, L"Wow6432Node\\Classes\\CLSID\\" + clsid);
+        CompareFrom(SOFTWARE + L"\\Classes", L"CLSID\\" + clsid);
+        CompareFrom(SOFTWARE + L"\\Classes", L"wow6432node\\CLSID\\" + clsid);
+        CompareFrom(SOFTWARE + L"\\Wow6432Node", L"Classes\\CLSID\\" + clsid);
+        CompareFrom(SOFTWARE + L"\\Classes\\Wow6432Node", L"CLSID\\" + clsid);
+    }
+    CompareFrom(MACHINE, L"Software\\\\Microsoft\\\\\\Windows\\");
+    EXPECT_GT(compared, 500);
+}
+
+TEST_F(FoundKeys, WhereLinksLead) {
+    const std::wstring top = MACHINE + L"\\System\\Keyreap link test";
+    const ACCESS_MASK all = KEY_ALL_ACCESS | KEY_WOW64_64KEY;
+    const auto test = NativeTestKey::Create(nullptr, top, all);
+    const auto target = NativeTestKey::Create(test.Handle(), L"Target", all);
+    const auto below = NativeTestKey::Create(target.Handle(), L"Below", all);
+    const auto first = NativeTestKey::Create(test.Handle(), L"First", all, REG_OPTION_CREATE_LINK);
+    const auto second = NativeTestKey::Create(test.Handle(), L"Second", all, REG_OPTION_CREATE_LINK);
+    first.SetLinkTarget(top + L"\\Second\\Below");
+    second.SetLinkTarget(top + L"\\Target");
+    facts.Forget();
+
+    for (const wchar_t* name : {L"First", L"Second", L"Second\\Below", L"Target\\Below"}) {
+        Compare(test, name);
+        Compare(NativeTestKey(), top + L'\\' + name);
+    }
+    Compare(second, L"Below");
+    EXPECT_EQ(compared, 9 * 6);
+
+    for (const NativeTestKey* key : {&first, &second, &below, &target, &test}) {
+        key->Delete();
+    }
+}
+
+TEST_F(FoundKeys, WhenACreationFindsThemThere) {
+    const auto software = NativeTestKey::Open(nullptr, SOFTWARE, KEY_READ | KEY_WOW64_64KEY);
+    for (const std::wstring& name : software.Subkeys(50)) {
+        for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+            if (NativeTestKey::Open(software.Handle(), name, KEY_QUERY_VALUE | view).IsOpen()) {
+                const auto key = NativeTestKey::Create(software.Handle(), name, KEY_QUERY_VALUE | view);
+                ASSERT_TRUE(key.WasThere()) << name;
+                Check(key, SOFTWARE, name, ViewOf(view, 0));
+            }
+        }
+    }
+    EXPECT_GT(compared, 10);
+}
+
+TEST(LiveKeyFacts, TellsWhatIsThere) {
+    LiveKeyFacts facts;
+    EXPECT_TRUE(facts.Exists(SOFTWARE));
+    EXPECT_FALSE(facts.Exists(SOFTWARE + L"\\Keyreap no such key"));
+    EXPECT_FALSE(facts.Exists(L""));
+    EXPECT_FALSE(facts.Exists(SOFTWARE + L'\\' + std::wstring(0x10000, L'a')));
+    EXPECT_FALSE(facts.LinkTarget(SOFTWARE));
+    // Its opening succeeds with a status of its own (STATUS_PREDEFINED_HANDLE).
+    EXPECT_TRUE(facts.Exists(SOFTWARE + L"\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\009"));
+}
+
+TEST(LiveKeyFacts, AnswersAreKeptUntilTheyAreForgotten) {
+    const std::wstring path = SOFTWARE + L"\\Keyreap facts test";
+    LiveKeyFacts facts;
+    EXPECT_FALSE(facts.Exists(path));
+    const auto key = NativeTestKey::Create(nullptr, path, KEY_ALL_ACCESS | KEY_WOW64_64KEY);
+    EXPECT_FALSE(facts.Exists(path));
+    facts.Forget();
+    EXPECT_TRUE(facts.Exists(path));
+    key.Delete();
+}
+
+TEST(LiveKeyFacts, ALinkIsOneAndHasItsTarget) {
+    const std::wstring path = SOFTWARE + L"\\Keyreap facts test";
+    const auto link =
+        NativeTestKey::Create(nullptr, path, KEY_ALL_ACCESS | KEY_WOW64_64KEY, REG_OPTION_CREATE_LINK);
+    link.SetLinkTarget(L"\\REGISTRY\\No such key");
+    LiveKeyFacts facts;
+    EXPECT_TRUE(facts.Exists(path));
+    EXPECT_EQ(facts.LinkTarget(path), L"\\REGISTRY\\No such key");
+    link.Delete();
+}
+
+TEST(LiveKeyFacts, AValueOfTheTargetsNameAloneMakesNoLink) {
+    const auto key =
+        NativeTestKey::Create(nullptr, SOFTWARE + L"\\Keyreap facts test", KEY_ALL_ACCESS | KEY_WOW64_64KEY);
+    const wchar_t target[] = L"\\REGISTRY\\User";
+    EXPECT_EQ(RegSetValueExW(static_cast<HKEY>(key.Handle()), L"SymbolicLinkValue", 0, REG_SZ,
+                             reinterpret_cast<const BYTE*>(target), sizeof(target)),
+              ERROR_SUCCESS);
+    EXPECT_FALSE(LiveKeyFacts().LinkTarget(SOFTWARE + L"\\Keyreap facts test"));
+    key.Delete();
+}
+
+} // namespace
+} // namespace keyreap

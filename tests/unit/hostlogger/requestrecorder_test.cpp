@@ -1,0 +1,269 @@
+#include "etl/registryevent.h"
+#include "hostlogger/requestrecorder.h"
+#include "tests/unit/etl/independentdecoder.h"
+#include "tests/unit/etl/memorylog.h"
+#include "tests/unit/hostlogger/requeststory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace keyreap {
+namespace {
+
+constexpr std::uint32_t PROCESS = 0x20;
+constexpr std::uint32_t THREAD = 0x24;
+
+const std::wstring SOFTWARE = L"\\REGISTRY\\Machine\\Software";
+
+struct Event {
+    independent::SystemTraceHeader header;
+    independent::RegistryPayload payload;
+};
+
+// Records what a story tells, and reads the log with the second decoder.
+class RequestRecorderTest : public testing::Test {
+protected:
+    static constexpr std::int64_t START = 5000;
+
+    RequestRecorderTest() {
+        story.Process(PROCESS, THREAD);
+        story.Open(THREAD, R"(\Registry\Machine\Software)", 4, {.realPath = R"(REGISTRY\Machine\Software)"});
+        Record();
+    }
+
+    // Hands over what was told since the last time.
+    void Record() {
+        for (const KeyRequest& request : story.told.requests) {
+            if (started) {
+                recorder.OnKeyRequest(request);
+            }
+        }
+        started = true;
+        story.told.requests.clear();
+    }
+
+    std::vector<Event> Events() {
+        Record();
+        recorder.RunDown(story.tracker);
+        EXPECT_TRUE(writer.Finish(9000));
+        std::vector<Event> events;
+        for (const independent::Record& record : independent::Decode(sink.bytes).Events()) {
+            events.push_back({record.header, independent::DecodeRegistry(record)});
+        }
+        return events;
+    }
+
+    std::vector<Event> EventsOfType(std::uint8_t type) {
+        std::vector<Event> events = Events();
+        std::erase_if(events, [&](const Event& event) { return event.header.PacketType != type; });
+        return events;
+    }
+
+    // The one event of a type.
+    Event EventOfType(std::uint8_t type) {
+        const std::vector<Event> events = EventsOfType(type);
+        EXPECT_EQ(events.size(), 1U);
+        return events.empty() ? Event{} : events.front();
+    }
+
+    static EtlLogHeader Header() {
+        EtlLogHeader header;
+        header.bufferSize = 4096;
+        return header;
+    }
+
+    RequestStory story;
+    MemorySink sink;
+    EtlWriter writer{sink, Header()};
+    RequestRecorder recorder{writer, story.registry, START};
+    bool started = writer.Begin(START, 1, 2) && false;
+};
+
+std::wstring NameOfBlock(const std::vector<Event>& events, std::uint64_t handle) {
+    for (const Event& event : events) {
+        const bool names = event.header.PacketType == registryevent::kcbCreate ||
+                           event.header.PacketType == registryevent::kcbRundownEnd;
+        if (names && event.payload.KeyHandle == handle) {
+            return event.payload.KeyName;
+        }
+    }
+    return {};
+}
+
+TEST_F(RequestRecorderTest, AnEventHasItsThreadsIdsItsTimeAndItsStatus) {
+    story.Line("time 7000");
+    story.SetValue(THREAD, 4, "Value", "ACCESS_DENIED");
+    const Event event = EventOfType(registryevent::setValue);
+    EXPECT_EQ(event.header.ProcessId, PROCESS);
+    EXPECT_EQ(event.header.ThreadId, THREAD);
+    EXPECT_EQ(event.header.SystemTime, 7000);
+    EXPECT_EQ(event.header.Version, 2U);
+    EXPECT_EQ(event.payload.InitialTime, 7000);
+    EXPECT_EQ(event.payload.Status, 0xC0000022U);
+    EXPECT_EQ(event.payload.Index, 0U);
+    EXPECT_EQ(event.payload.KeyName, L"Value");
+}
+
+TEST_F(RequestRecorderTest, NoEventIsOlderThanTheStart) {
+    story.Line("time 4000");
+    story.SetValue(THREAD, 4, "Value");
+    EXPECT_EQ(EventOfType(registryevent::setValue).header.SystemTime, START);
+}
+
+TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedBeforeTheEventThatMadeIt) {
+    story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    const std::vector<Event> events = Events();
+    ASSERT_GE(events.size(), 2U);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
+    EXPECT_EQ(events[0].payload.KeyName, SOFTWARE + L"\\A");
+    EXPECT_NE(events[0].payload.KeyHandle, 0U);
+    EXPECT_EQ(events[0].payload.Status, 0U);
+    EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
+}
+
+TEST_F(RequestRecorderTest, TheNameOfABlockIsASuccessWhateverTheOpeningCameTo) {
+    story.Open(THREAD, "009", 8,
+               {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\009)", .status = "PREDEFINED_HANDLE"});
+    const std::vector<Event> events = Events();
+    ASSERT_GE(events.size(), 2U);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
+    EXPECT_EQ(events[0].payload.Status, 0U);
+    EXPECT_EQ(events[1].header.PacketType, registryevent::openKey);
+    EXPECT_EQ(events[1].payload.Status, 0x40000016U);
+}
+
+TEST_F(RequestRecorderTest, ARelativeNameGoesWithItsParentsBlock) {
+    story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    const std::vector<Event> events = Events();
+    const auto open = std::ranges::find(events, registryevent::openKey,
+                                        [](const Event& event) { return event.header.PacketType; });
+    ASSERT_NE(open, events.end());
+    EXPECT_EQ(open->payload.KeyName, L"A");
+    EXPECT_EQ(NameOfBlock(events, open->payload.KeyHandle), SOFTWARE);
+}
+
+TEST_F(RequestRecorderTest, ACompleteNameGoesWithNoBlock) {
+    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    const Event event = EventOfType(registryevent::openKey);
+    EXPECT_EQ(event.payload.KeyHandle, 0U);
+    EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\User");
+}
+
+TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) {
+    story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\System)"});
+    const Event event = EventOfType(registryevent::openKey);
+    EXPECT_EQ(event.payload.KeyHandle, 0U);
+    EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\Machine\\System");
+}
+
+TEST_F(RequestRecorderTest, AKeyElsewhereIsToldSoThoughItsRealNameIsAsLong) {
+    story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\Real)"});
+    story.Open(THREAD, "Link", 12, {.parent = 4, .realPath = R"(REGISTRY\Machine\Hardware\Link)"});
+    story.Open(THREAD, "Link", 16, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software.Link)"});
+    const std::vector<Event> events = EventsOfType(registryevent::openKey);
+    ASSERT_EQ(events.size(), 3U);
+    EXPECT_EQ(events[0].payload.KeyName, L"\\REGISTRY\\Machine\\Software\\Real");
+    EXPECT_EQ(events[1].payload.KeyName, L"\\REGISTRY\\Machine\\Hardware\\Link");
+    EXPECT_EQ(events[2].payload.KeyName, L"\\REGISTRY\\Machine\\Software.Link");
+}
+
+TEST_F(RequestRecorderTest, TheViewOfA32BitProcessIsToldUnderItsRealName) {
+    story.Process(0x30, 0x34, RequestStory::I386);
+    story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
+    const Event event = EventOfType(registryevent::createKey);
+    EXPECT_EQ(event.payload.KeyHandle, 0U);
+    EXPECT_EQ(event.payload.KeyName, SOFTWARE + L"\\Wow6432Node\\A");
+    EXPECT_EQ(event.payload.Status, 0U);
+}
+
+TEST_F(RequestRecorderTest, AFailureIsToldAsItWasAsked) {
+    story.Open(THREAD, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
+    const std::vector<Event> events = Events();
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events[0].header.PacketType, registryevent::openKey);
+    EXPECT_EQ(events[0].payload.Status, 0xC0000034U);
+    EXPECT_EQ(events[0].payload.KeyName, L"Missing");
+    EXPECT_EQ(NameOfBlock(events, events[0].payload.KeyHandle), SOFTWARE);
+}
+
+TEST_F(RequestRecorderTest, EveryKindOfRequestHasItsEvent) {
+    story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    story.SetValue(THREAD, 8, "V");
+    story.QueryValue(THREAD, 8, "V");
+    story.DeleteValue(THREAD, 8, "V");
+    story.Rename(THREAD, 8, "B");
+    story.DeleteKey(THREAD, 8);
+    story.Close(THREAD, 8);
+    std::vector<int> types;
+    for (const Event& event : Events()) {
+        types.push_back(event.header.PacketType);
+    }
+    types.resize(8);
+    EXPECT_EQ(types, (std::vector<int>{22, 10, 14, 16, 15, 20, 12, 27}));
+}
+
+TEST_F(RequestRecorderTest, AllEventsOfAKeyHaveOneBlock) {
+    story.SetValue(THREAD, 4, "A");
+    story.Open(THREAD, R"(\registry\MACHINE\software)", 8, {.realPath = R"(REGISTRY\MACHINE\software)"});
+    story.SetValue(THREAD, 8, "B");
+    const std::vector<Event> events = EventsOfType(registryevent::setValue);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
+}
+
+TEST_F(RequestRecorderTest, OtherKeysHaveOtherBlocks) {
+    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    story.SetValue(THREAD, 4, "A");
+    story.SetValue(THREAD, 8, "B");
+    const std::vector<Event> events = EventsOfType(registryevent::setValue);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_NE(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
+}
+
+TEST_F(RequestRecorderTest, ABlockIsMadeOnce) {
+    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    story.Close(THREAD, 8);
+    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    EXPECT_EQ(EventsOfType(registryevent::kcbCreate).size(), 1U);
+}
+
+TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBefore) {
+    story.SetValue(THREAD, 4, "A");
+    const std::vector<Event> events = Events();
+    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), SOFTWARE);
+    EXPECT_EQ(events.back().header.PacketType, registryevent::kcbRundownEnd);
+}
+
+TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBeforeAndIsClosed) {
+    story.SetValue(THREAD, 4, "A");
+    story.Close(THREAD, 4);
+    const std::vector<Event> events = Events();
+    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), SOFTWARE);
+}
+
+TEST_F(RequestRecorderTest, TheRundownNamesEveryOpenKeyOnce) {
+    story.Duplicate(THREAD, RequestStory::SELF, 4, RequestStory::SELF, 8);
+    story.Open(THREAD, R"(\Registry\Machine\Software)", 12, {.realPath = R"(REGISTRY\Machine\Software)"});
+    story.Open(THREAD, R"(\REGISTRY\User)", 16, {.realPath = R"(REGISTRY\User)"});
+    const std::vector<Event> events = EventsOfType(registryevent::kcbRundownEnd);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].payload.KeyName, SOFTWARE);
+    EXPECT_EQ(events[1].payload.KeyName, L"\\REGISTRY\\User");
+}
+
+TEST_F(RequestRecorderTest, WhatIsOpenAndWasNeverUsedIsNamedToo) {
+    const Event event = EventOfType(registryevent::kcbRundownEnd);
+    EXPECT_EQ(event.payload.KeyName, SOFTWARE);
+    EXPECT_EQ(event.header.SystemTime, START);
+}
+
+TEST_F(RequestRecorderTest, NamesAreKeptUnitByUnit) {
+    story.Line(R"(0024: delete_key_value( hkey=0004, name=L"V\xe9\xd83d\xde00" ))");
+    story.Line("0024: delete_key_value() = 0");
+    EXPECT_EQ(EventOfType(registryevent::deleteValue).payload.KeyName,
+              (std::wstring{L'V', 0xE9, 0xD83D, 0xDE00}));
+}
+
+} // namespace
+} // namespace keyreap

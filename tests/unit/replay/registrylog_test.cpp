@@ -1,0 +1,501 @@
+#include "tests/support/allocationcount.h"
+#include "tests/support/letterfoldingnamerules.h"
+#include "trace/replay/registrylog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace keyreap {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+constexpr std::uint32_t nameNotFound = 0xC0000034;
+constexpr std::uint32_t accessDenied = 0xC0000022;
+
+// A copy of a text that stays as long as the tests.
+std::wstring_view Kept(std::wstring_view text) {
+    static Arena texts;
+    return texts.Keep(text);
+}
+
+RegistryOperation KeyOperation(std::uint8_t type, std::wstring_view path, std::uint32_t status = 0,
+                               PredefinedRoot root = localMachineRoot) {
+    RegistryOperation operation;
+    operation.type = type;
+    operation.root = root;
+    operation.keyPath = Kept(path);
+    operation.status = status;
+    return operation;
+}
+
+RegistryOperation ValueOperation(std::uint8_t type, std::wstring_view path, std::wstring_view name,
+                                 std::uint32_t status = 0) {
+    RegistryOperation operation = KeyOperation(type, path, status);
+    operation.valueName = Kept(name);
+    return operation;
+}
+
+RegistryOperation Create(std::wstring_view path, std::uint32_t status = 0) {
+    return KeyOperation(registryevent::createKey, path, status);
+}
+RegistryOperation Open(std::wstring_view path, std::uint32_t status = 0) {
+    return KeyOperation(registryevent::openKey, path, status);
+}
+RegistryOperation Delete(std::wstring_view path, std::uint32_t status = 0) {
+    return KeyOperation(registryevent::deleteKey, path, status);
+}
+RegistryOperation SetValue(std::wstring_view path, std::wstring_view name, std::uint32_t status = 0) {
+    return ValueOperation(registryevent::setValue, path, name, status);
+}
+RegistryOperation DeleteValue(std::wstring_view path, std::wstring_view name) {
+    return ValueOperation(registryevent::deleteValue, path, name);
+}
+RegistryOperation QueryValue(std::wstring_view path, std::wstring_view name) {
+    return ValueOperation(registryevent::queryValue, path, name);
+}
+
+struct KeyVisit {
+    PredefinedRoot root;
+    std::wstring path;
+    Outcome state;
+    std::uint32_t valueCount;
+    std::uint32_t childCount;
+
+    friend bool operator==(const KeyVisit&, const KeyVisit&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const KeyVisit& visit) {
+        return out << testing::PrintToString(visit.path) << " outcome " << static_cast<int>(visit.state)
+                   << ", " << visit.valueCount << " values, " << visit.childCount << " subkeys";
+    }
+};
+
+struct ValueVisit {
+    std::wstring path;
+    std::wstring name;
+    Outcome kind;
+
+    friend bool operator==(const ValueVisit&, const ValueVisit&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const ValueVisit& visit) {
+        return out << testing::PrintToString(visit.path) << " value " << testing::PrintToString(visit.name)
+                   << " outcome " << static_cast<int>(visit.kind);
+    }
+};
+
+class RecordingVisitor : public RegistryLogVisitor {
+public:
+    void OnKey(PredefinedRoot root, const std::wstring& keyPath, Outcome keyState, std::uint32_t valueCount,
+               std::uint32_t childCount) override {
+        keys.push_back({root, keyPath, keyState, valueCount, childCount});
+        order.push_back(keyPath);
+    }
+
+    void OnValue(PredefinedRoot, const std::wstring& keyPath, const std::wstring& valueName,
+                 Outcome kind) override {
+        values.push_back({keyPath, valueName, kind});
+        order.push_back(keyPath + L" : " + valueName);
+    }
+
+    std::vector<KeyVisit> keys;
+    std::vector<ValueVisit> values;
+    std::vector<std::wstring> order;
+};
+
+class RegistryLogTest : public testing::Test {
+protected:
+    void Record(std::vector<RegistryOperation> operations) { log.RecordOperations(operations); }
+
+    RegistryLogNode* Node(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
+        return log.FindNode(root, path, false);
+    }
+
+    RecordingVisitor Walk() const {
+        RecordingVisitor visitor;
+        log.Walk(visitor);
+        return visitor;
+    }
+
+    // A node that the test counts on: one that is missing fails it.
+    RegistryLogNode& Existing(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
+        EXPECT_NE(nullptr, Node(path, root)) << testing::PrintToString(std::wstring(path));
+        return *log.FindNode(root, path, true);
+    }
+
+    const OperationList& OperationsOn(std::wstring_view path) { return Existing(path).operations; }
+
+    const OperationList& OperationsOn(std::wstring_view path, std::wstring_view name) {
+        return log.GetOrAddValue(Existing(path), name).operations;
+    }
+
+    Outcome OutcomeOf(std::wstring_view path) { return OperationsOn(path).outcome; }
+
+    Outcome OutcomeOfValue(std::wstring_view path, std::wstring_view name) {
+        return OperationsOn(path, name).outcome;
+    }
+
+    LetterFoldingNameRules rules;
+    RegistryLog log{rules};
+};
+
+// Which operations are kept.
+
+TEST_F(RegistryLogTest, AFailedOperationLeavesNoTrace) {
+    Record({Open(L"A", accessDenied), SetValue(L"B", L"V", accessDenied), Create(L"C", accessDenied),
+            Delete(L"D", nameNotFound), Open(L"E", nameNotFound)});
+    for (const wchar_t* path : {L"A", L"B", L"C", L"D", L"E"}) {
+        EXPECT_EQ(nullptr, Node(path)) << path;
+    }
+}
+
+TEST_F(RegistryLogTest, ACreateThatFailedForWantOfANameCountsAsACreate) {
+    Record({Create(L"A", nameNotFound)});
+    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
+    ASSERT_EQ(1U, OperationsOn(L"A").entries.size());
+    EXPECT_EQ(nameNotFound, OperationsOn(L"A").entries[0].status);
+}
+
+TEST_F(RegistryLogTest, AnOperationWithoutAKeyNameIsDropped) {
+    Record({SetValue(L"", L"V")});
+    EXPECT_EQ(0u, RegistryLog::CountValues(Existing(L"")));
+}
+
+TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
+    RegistryOperation operation = SetValue(L"A", L"V");
+    operation.initialTime = 77;
+    operation.processId = 4711;
+    Record({operation, QueryValue(L"A", L"V")});
+    const auto& entries = OperationsOn(L"A", L"V").entries;
+    ASSERT_EQ(2u, entries.size());
+    EXPECT_EQ(14u, entries[0].type);
+    EXPECT_EQ(0u, entries[0].status);
+    EXPECT_EQ(77, entries[0].initialTime);
+    EXPECT_EQ(4711u, entries[0].processId);
+    EXPECT_EQ(16u, entries[1].type);
+}
+
+// Outcomes.
+
+TEST_F(RegistryLogTest, CreateThenDeleteComesToNothing) {
+    Record({Create(L"A"), Delete(L"A")});
+    EXPECT_EQ(Outcome::none, OutcomeOf(L"A"));
+    EXPECT_THAT(Walk().keys, IsEmpty());
+}
+
+TEST_F(RegistryLogTest, DeletingWhatTheTargetDidNotCreateStaysADeletion) {
+    Record({Open(L"A"), Delete(L"A")});
+    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+    EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A", Outcome::deleted, 0, 0}));
+}
+
+TEST_F(RegistryLogTest, ASecondDeleteStaysADeletion) {
+    Record({Delete(L"A"), Delete(L"A")});
+    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+}
+
+TEST_F(RegistryLogTest, ADeleteBehindACancelledPairIsADeletion) {
+    Record({Create(L"A"), Delete(L"A"), Delete(L"A")});
+    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+}
+
+TEST_F(RegistryLogTest, DeleteThenCreateIsACreation) {
+    Record({Delete(L"A"), Create(L"A")});
+    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
+}
+
+TEST_F(RegistryLogTest, SetThenDeleteOfAValueComesToNothingYetTheValueIsCounted) {
+    Record({SetValue(L"A", L"V"), DeleteValue(L"A", L"V")});
+    EXPECT_EQ(Outcome::none, OutcomeOfValue(L"A", L"V"));
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"A")));
+    EXPECT_THAT(Walk().keys, IsEmpty());
+}
+
+TEST_F(RegistryLogTest, DeleteThenSetOfAValueIsSet) {
+    Record({DeleteValue(L"A", L"V"), SetValue(L"A", L"V")});
+    EXPECT_EQ(Outcome::set, OutcomeOfValue(L"A", L"V"));
+}
+
+TEST_F(RegistryLogTest, EveryOtherOperationLeavesTheOutcomeAsItIs) {
+    std::vector<RegistryOperation> operations{Create(L"A")};
+    for (std::uint8_t type = registryevent::createKey; type <= registryevent::querySecurity; ++type) {
+        if (type != registryevent::createKey && type != registryevent::deleteKey && !ConcernsValue(type)) {
+            operations.push_back(KeyOperation(type, L"A"));
+            operations.push_back(KeyOperation(type, L"B"));
+        }
+    }
+    operations.push_back(QueryValue(L"A", L"V"));
+    Record(operations);
+    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
+    EXPECT_EQ(Outcome::none, OutcomeOf(L"B"));
+    EXPECT_EQ(Outcome::none, OutcomeOfValue(L"A", L"V"));
+}
+
+// Names and nodes.
+
+TEST_F(RegistryLogTest, OneKeyInTwoSpellingsIsOneNodeSpelledAsTheFirst) {
+    Record({Create(L"Software\\X"), Open(L"SOFTWARE\\x"), SetValue(L"software\\X", L"Val"),
+            SetValue(L"Software\\X", L"VAL")});
+    const RecordingVisitor visits = Walk();
+    EXPECT_THAT(visits.keys, ElementsAre(KeyVisit{localMachineRoot, L"Software\\X", Outcome::created, 1, 0}));
+    EXPECT_THAT(visits.values, ElementsAre(ValueVisit{L"Software\\X", L"Val", Outcome::set}));
+    EXPECT_EQ(2u, Existing(L"Software\\X").operations.entries.size());
+}
+
+TEST_F(RegistryLogTest, EachRootHasASlotOfItsOwnAndAnyOtherIsTheMachines) {
+    Record({KeyOperation(registryevent::createKey, L"M", 0, localMachineRoot),
+            KeyOperation(registryevent::createKey, L"U", 0, currentUserRoot),
+            KeyOperation(registryevent::createKey, L"C", 0, classesRoot),
+            KeyOperation(registryevent::createKey, L"All", 0, usersRoot),
+            KeyOperation(registryevent::createKey, L"S-1-5-18", 0, noRoot)});
+    EXPECT_NE(nullptr, Node(L"M", localMachineRoot));
+    EXPECT_NE(nullptr, Node(L"U", currentUserRoot));
+    EXPECT_NE(nullptr, Node(L"C", classesRoot));
+    EXPECT_NE(nullptr, Node(L"All", usersRoot));
+    EXPECT_NE(nullptr, Node(L"S-1-5-18", localMachineRoot));
+    EXPECT_EQ(nullptr, Node(L"U", localMachineRoot));
+}
+
+TEST_F(RegistryLogTest, TheWalkTakesTheRootsInTheOrderOfTheirSlots) {
+    Record({KeyOperation(registryevent::createKey, L"4", 0, usersRoot),
+            KeyOperation(registryevent::createKey, L"3", 0, classesRoot),
+            KeyOperation(registryevent::createKey, L"2", 0, currentUserRoot),
+            KeyOperation(registryevent::createKey, L"1", 0, noRoot)});
+    EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"1", Outcome::created, 0, 0},
+                                         KeyVisit{currentUserRoot, L"2", Outcome::created, 0, 0},
+                                         KeyVisit{classesRoot, L"3", Outcome::created, 0, 0},
+                                         KeyVisit{usersRoot, L"4", Outcome::created, 0, 0}));
+}
+
+TEST_F(RegistryLogTest, AnEmptyPathFindsTheRootsNode) {
+    EXPECT_EQ(nullptr, Existing(L"").parent);
+    EXPECT_EQ(L"", Existing(L"").name);
+}
+
+TEST_F(RegistryLogTest, ATrailingBackslashAddsNothing) {
+    EXPECT_EQ(log.FindNode(localMachineRoot, L"A\\B", true), log.FindNode(localMachineRoot, L"A\\B\\", true));
+}
+
+TEST_F(RegistryLogTest, TwoBackslashesMakeAComponentWithAnEmptyName) {
+    RegistryLogNode* node = log.FindNode(localMachineRoot, L"A\\\\B", true);
+    EXPECT_EQ(L"B", node->name);
+    EXPECT_EQ(L"", node->parent->name);
+    EXPECT_EQ(L"A", node->parent->parent->name);
+}
+
+TEST_F(RegistryLogTest, AMissingComponentEndsASearchThatMayNotCreate) {
+    Record({Create(L"A")});
+    EXPECT_EQ(nullptr, Node(L"A\\B\\C"));
+    EXPECT_EQ(nullptr, Node(L"A\\B"));
+}
+
+TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
+    const std::vector<std::wstring> paths = {L"A\\B\\C",    L"A\\B\\Cc", L"A\\B\\",    L"A\\Bb",
+                                             L"A\\B\\c\\D", L"A",        L"A\\\\B\\C", L"A\\\\",
+                                             L"A\\",        L"A\\B\\C",  L"a\\b",      L"Aa\\B"};
+    std::vector<RegistryOperation> operations;
+    for (const std::wstring& path : paths) {
+        operations.push_back(Create(path));
+    }
+    operations.push_back(KeyOperation(registryevent::createKey, L"Aa\\B", 0, usersRoot));
+    Record(operations);
+    const auto operationsOf = [this](std::wstring_view path, PredefinedRoot root = localMachineRoot) {
+        return Existing(path, root).operations.entries.size();
+    };
+    EXPECT_EQ(2U, operationsOf(L"A"));
+    EXPECT_EQ(2U, operationsOf(L"A\\B"));
+    EXPECT_EQ(2U, operationsOf(L"A\\B\\C"));
+    EXPECT_EQ(1U, operationsOf(L"A\\B\\Cc"));
+    EXPECT_EQ(1U, operationsOf(L"A\\B\\C\\D"));
+    EXPECT_EQ(1U, operationsOf(L"A\\Bb"));
+    EXPECT_EQ(1U, operationsOf(L"A\\\\"));
+    EXPECT_EQ(1U, operationsOf(L"A\\\\B\\C"));
+    EXPECT_EQ(1U, operationsOf(L"Aa\\B"));
+    EXPECT_EQ(1U, operationsOf(L"Aa\\B", usersRoot));
+}
+
+TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
+    const std::wstring path = L"Software\\Classes\\CLSID\\{00000000-0000-0000-0000-000000000000}";
+    const std::wstring otherCase = L"SOFTWARE\\CLASSES\\clsid\\{00000000-0000-0000-0000-000000000000}";
+    const std::wstring valueName = L"A value name beyond any small buffer";
+    RegistryLogNode* const node = log.FindNode(classesRoot, path, true);
+    log.GetOrAddValue(*node, valueName);
+    const std::size_t before = AllocationCount();
+    // So often that whatever is kept of each would take more than the memory that is there at first.
+    for (int i = 0; i < 10'000; ++i) {
+        ASSERT_EQ(node, log.FindNode(classesRoot, path, true));
+        ASSERT_EQ(node, log.FindNode(classesRoot, otherCase, true));
+        log.GetOrAddValue(*node, valueName);
+    }
+    EXPECT_EQ(before, AllocationCount());
+}
+
+// Walking.
+
+TEST_F(RegistryLogTest, AKeyOnlyOpenedOrReadIsNotReported) {
+    Record({Open(L"A"), QueryValue(L"A", L"V"), KeyOperation(registryevent::queryKey, L"A")});
+    EXPECT_THAT(Walk().order, IsEmpty());
+}
+
+TEST_F(RegistryLogTest, AKeyWithSubkeysAloneIsReportedOnlyForAnOutcomeOfItsOwn) {
+    Record({Create(L"A\\B"), Create(L"C"), Create(L"C\\D")});
+    EXPECT_THAT(Walk().keys,
+                UnorderedElementsAre(KeyVisit{localMachineRoot, L"A\\B", Outcome::created, 0, 0},
+                                     KeyVisit{localMachineRoot, L"C", Outcome::created, 0, 1},
+                                     KeyVisit{localMachineRoot, L"C\\D", Outcome::created, 0, 0}));
+}
+
+TEST_F(RegistryLogTest, AKeyWithLastingValuesIsReportedWhateverItsOwnOutcome) {
+    Record({Open(L"A"), SetValue(L"A", L"V"), DeleteValue(L"A", L"W"), QueryValue(L"A", L"R")});
+    EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A", Outcome::none, 2, 0}));
+}
+
+TEST_F(RegistryLogTest, ASubkeyThatWasOnlyOpenedCountsAsAChild) {
+    Record({Create(L"A"), Open(L"A\\B")});
+    EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A", Outcome::created, 0, 1}));
+}
+
+TEST_F(RegistryLogTest, ValuesComeBehindTheirKeyTheDeletedOnesLast) {
+    Record({DeleteValue(L"A", L"gone"), SetValue(L"A", L"kept"), QueryValue(L"A", L"read"), Create(L"A\\B")});
+    EXPECT_THAT(Walk().order, ElementsAre(L"A", L"A : kept", L"A : gone", L"A\\B"));
+}
+
+TEST_F(RegistryLogTest, EveryDeletedValueComesBehindEverySetOne) {
+    std::vector<RegistryOperation> operations;
+    for (int i = 0; i < 50; ++i) {
+        operations.push_back(SetValue(L"A", L"s" + std::to_wstring(i)));
+        operations.push_back(DeleteValue(L"A", L"d" + std::to_wstring(i)));
+    }
+    Record(operations);
+    const RecordingVisitor visits = Walk();
+    ASSERT_EQ(100u, visits.values.size());
+    for (std::size_t i = 0; i < 100; ++i) {
+        EXPECT_EQ(i < 50 ? Outcome::set : Outcome::deleted, visits.values[i].kind);
+    }
+}
+
+TEST_F(RegistryLogTest, KeysComeInTheOrderOfTheirFirstAppearance) {
+    Record({Create(L"C"), Create(L"B\\2"), Create(L"A"), Create(L"B\\1"), Create(L"C\\x")});
+    EXPECT_THAT(Walk().order, ElementsAre(L"C", L"C\\x", L"B\\2", L"B\\1", L"A"));
+}
+
+TEST_F(RegistryLogTest, AParentComesAheadOfItsSubkeysAndASubtreeStaysTogether) {
+    Record({Create(L"A\\B\\C"), Create(L"A\\B\\D"), Create(L"A\\B"), Create(L"E")});
+    const std::vector<std::wstring> order = Walk().order;
+    ASSERT_EQ(4u, order.size());
+    const auto at = [&](std::wstring_view path) {
+        return std::find(order.begin(), order.end(), path) - order.begin();
+    };
+    EXPECT_LT(at(L"A\\B"), at(L"A\\B\\C"));
+    EXPECT_LT(at(L"A\\B"), at(L"A\\B\\D"));
+    EXPECT_LE(std::max(at(L"A\\B\\C"), at(L"A\\B\\D")) - at(L"A\\B"), 2);
+}
+
+TEST_F(RegistryLogTest, AnEmptyNameAddsNoSecondBackslashToThePath) {
+    Record({Create(L"A\\\\B"), Create(L"\\C")});
+    EXPECT_THAT(Walk().order, UnorderedElementsAre(L"A\\B", L"C"));
+}
+
+TEST_F(RegistryLogTest, ThousandsOfLevelsNeedNoStack) {
+    std::wstring path;
+    for (int i = 0; i < 60000; ++i) {
+        path += L"k\\";
+    }
+    Record({SetValue(path, L"V"), Create(path)});
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"k")));
+    EXPECT_EQ(1u, Walk().keys.size());
+}
+
+// Merging and pruning.
+
+TEST_F(RegistryLogTest, MergedSubkeysReplaceThoseOfTheTargetWhole) {
+    Record({SetValue(L"To\\Enum\\Old", L"V"), SetValue(L"To\\Enum", L"OfTarget"), Create(L"To\\Own"),
+            SetValue(L"From\\ENUM\\New", L"W")});
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
+    EXPECT_EQ(nullptr, Node(L"To\\Enum\\Old"));
+    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"To\\Enum")));
+    EXPECT_NE(nullptr, Node(L"To\\Enum\\New"));
+    EXPECT_NE(nullptr, Node(L"To\\Own"));
+    EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").name);
+    EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").parent);
+}
+
+TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
+    std::vector<RegistryOperation> operations{Create(L"To\\K7\\Old"), Create(L"To\\Own")};
+    for (int i = 0; i < 100; ++i) {
+        operations.push_back(Create(L"From\\K" + std::to_wstring(i) + L"\\New"));
+    }
+    Record(operations);
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
+    EXPECT_EQ(nullptr, Node(L"From"));
+    EXPECT_EQ(nullptr, Node(L"To\\K7\\Old"));
+    EXPECT_NE(nullptr, Node(L"To\\Own"));
+    for (int i = 0; i < 100; ++i) {
+        const std::wstring path = L"To\\K" + std::to_wstring(i);
+        EXPECT_NE(nullptr, Node(path + L"\\New")) << i;
+        EXPECT_EQ(&Existing(L"To"), Existing(path).parent) << i;
+    }
+}
+
+TEST_F(RegistryLogTest, TheSourceOfAMergeVanishesWithItsOwnValuesAndOperations) {
+    Record({Create(L"From"), SetValue(L"From", L"Lost"), Create(L"From\\A"), Create(L"To")});
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
+    EXPECT_EQ(nullptr, Node(L"From"));
+    EXPECT_THAT(Walk().order, UnorderedElementsAre(L"To", L"To\\A"));
+}
+
+TEST_F(RegistryLogTest, PruningRemovesAKeyBelowWhichNoValueWasRecordedAndItsEmptyParents) {
+    Record({Create(L"SYSTEM\\Current\\Services\\S"), Create(L"SYSTEM\\Current")});
+    log.PruneEmptyKey(localMachineRoot, L"system\\current");
+    EXPECT_EQ(nullptr, Node(L"SYSTEM"));
+}
+
+TEST_F(RegistryLogTest, PruningStopsAtAParentWithValues) {
+    Record({QueryValue(L"A", L"V"), Create(L"A\\B\\C")});
+    log.PruneEmptyKey(localMachineRoot, L"A\\B\\C");
+    EXPECT_EQ(nullptr, Node(L"A\\B"));
+    EXPECT_NE(nullptr, Node(L"A"));
+}
+
+TEST_F(RegistryLogTest, PruningStopsAtAParentWithAnotherSubkey) {
+    Record({Create(L"A\\B"), Open(L"A\\C")});
+    log.PruneEmptyKey(localMachineRoot, L"A\\B");
+    EXPECT_EQ(nullptr, Node(L"A\\B"));
+    EXPECT_NE(nullptr, Node(L"A\\C"));
+}
+
+TEST_F(RegistryLogTest, AParentsOwnOperationsDoNotSaveItFromPruning) {
+    Record({Create(L"A"), Create(L"A\\B")});
+    log.PruneEmptyKey(localMachineRoot, L"A\\B");
+    EXPECT_EQ(nullptr, Node(L"A"));
+}
+
+TEST_F(RegistryLogTest, AValueThatWasOnlyReadBlocksThePrune) {
+    Record({QueryValue(L"A\\B\\C", L"V"), Create(L"A\\B\\D")});
+    log.PruneEmptyKey(localMachineRoot, L"A\\B");
+    EXPECT_NE(nullptr, Node(L"A\\B\\C"));
+    EXPECT_NE(nullptr, Node(L"A\\B\\D"));
+    EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A\\B\\D", Outcome::created, 0, 0}));
+}
+
+TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootDoesNothingToTheRoot) {
+    Record({Create(L"A")});
+    log.PruneEmptyKey(localMachineRoot, L"B");
+    EXPECT_NE(nullptr, Node(L"A"));
+    log.PruneEmptyKey(localMachineRoot, L"");
+    EXPECT_EQ(nullptr, Node(L"A"));
+    EXPECT_NE(nullptr, Node(L""));
+}
+
+TEST_F(RegistryLogTest, CountsTheValuesOfAllLevelsWhateverTheirOutcome) {
+    Record({QueryValue(L"A", L"1"), SetValue(L"A\\B", L"2"), DeleteValue(L"A\\B\\C", L"3"),
+            SetValue(L"A\\B\\C", L"4"), SetValue(L"Z", L"5")});
+    EXPECT_EQ(4u, RegistryLog::CountValues(Existing(L"A")));
+}
+
+} // namespace
+} // namespace keyreap

@@ -1,0 +1,56 @@
+#include "tests/support/allocationcount.h"
+#include "trace/replay/registrylog.h"
+#include "trace/replay/systemnamerules.h"
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+TEST(SystemNameRules, FoldLettersOfEveryScript) {
+    std::wstring text = L"CLSID \u00C4\u0416\u03A9 [_]\\";
+    SystemNameRules().Fold(text);
+    EXPECT_EQ(L"clsid \u00E4\u0436\u03C9 [_]\\", text);
+}
+
+TEST(SystemNameRules, FoldingAnEmptyTextIsHarmless) {
+    std::wstring text;
+    SystemNameRules().Fold(text);
+    EXPECT_EQ(L"", text);
+}
+
+TEST(SystemNameRules, NamesAreEqualWithoutRegardToCase) {
+    const SystemNameRules rules;
+    EXPECT_TRUE(rules.AreEqual(L"InprocServer32", L"INPROCSERVER32"));
+    EXPECT_TRUE(rules.AreEqual(L"\u00C4rger", L"\u00E4RGER"));
+    EXPECT_FALSE(rules.AreEqual(L"InprocServer32", L"InprocServer"));
+}
+
+TEST(SystemNameRules, ComparisonEndsAtTheEndOfEachName) {
+    // The name looked up is a piece of a longer path.
+    const std::wstring_view path = L"CLSID\\Sub";
+    EXPECT_TRUE(SystemNameRules().AreEqual(path.substr(0, 5), L"clsid"));
+}
+
+TEST(SystemNameRules, NamesThatTheSystemHoldsEqualButFoldsApartAreTwoKeys) {
+    const SystemNameRules rules;
+    RegistryLog log(rules);
+    // lstrcmpiW ignores a soft hyphen; the folded forms, and so their hashes, differ.
+    EXPECT_NE(log.FindNode(localMachineRoot, L"softhyphen", true),
+              log.FindNode(localMachineRoot, L"soft\u00ADhyphen", true));
+    EXPECT_NE(log.FindNode(localMachineRoot, L"strasse", true),
+              log.FindNode(localMachineRoot, L"stra\u00DFe", true));
+}
+
+TEST(SystemNameRules, ALookUpInAnotherCaseAllocatesNothing) {
+    const SystemNameRules rules;
+    RegistryLog log(rules);
+    RegistryLogNode* const node = log.FindNode(classesRoot, L"CLSID\\{AAAAAAAA-0000-0000}", true);
+    EXPECT_EQ(node, log.FindNode(classesRoot, L"clsid\\{aaaaaaaa-0000-0000}", true));
+    const std::size_t before = AllocationCount();
+    EXPECT_EQ(node, log.FindNode(classesRoot, L"CLSid\\{AAAAaaaa-0000-0000}", true));
+    EXPECT_EQ(before, AllocationCount());
+}
+
+} // namespace
+} // namespace keyreap
