@@ -18,10 +18,10 @@ struct BstrPolicy {
     static void Close(Handle text) { SysFreeString(text); }
 };
 
-// A string that a COM call has given away.
+// A string that a COM call has given to its caller.
 using OwnedBstr = Owned<BstrPolicy>;
 
-// The whole string, with any zero in it; null is the empty text.
+// The whole string, with any zero in it; null gives the empty text.
 inline std::wstring BstrText(BSTR text) {
     return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
 }

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// The system's three string comparisons, each for its own purpose and never mixed. All of them give a
-// negative number, 0 or a positive one, as the left text sorts before, equal to or behind the right one.
+// The system's three string comparisons, each for its own purpose and never mixed. Each returns a negative
+// number, 0 or a positive number if the left text sorts before, equal to or after the right text.
 namespace keyreap {
 
 // Folds A to Z and nothing else.
@@ -19,10 +19,19 @@ int CompareFolded(std::wstring_view left, std::wstring_view right);
 // server.
 bool EqualFolded(std::wstring_view left, std::wstring_view right);
 
-// The text with A to Z folded: one for all texts that are equal by EqualFolded.
+// The text with A to Z folded: the same result for all texts that are equal by EqualFolded.
 std::wstring FoldedText(std::wstring text);
 
-// True if `text` begins with `prefix`, A to Z folded; what follows the prefix plays no part.
+// The same for the bytes of ASCII or UTF-8. Inline, since programs of this machine are compiled without this
+// room.
+inline std::string FoldedBytes(std::string text) {
+    for (char& byte : text) {
+        byte = static_cast<char>(FoldLetter(static_cast<unsigned char>(byte)));
+    }
+    return text;
+}
+
+// True if `text` begins with `prefix`, with A to Z folded in both.
 bool StartsWithFolded(std::wstring_view text, std::wstring_view prefix);
 
 // By 16-bit code units: the sort of value names, the search for "Wow6432Node".

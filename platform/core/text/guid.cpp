@@ -39,7 +39,7 @@ std::array<std::uint8_t, 8> ParseBytes(std::wstring_view text) {
 
 Guid ParseGuid(std::wstring_view text) {
     const std::wstring_view rest = text.starts_with(L'{') ? text.substr(1) : text;
-    // A minus sign in front of a group negates its value, since each group is read as a signed number.
+    // A minus sign before a group negates its value, since each group is read as a signed number.
     return Guid{
         .data1 = HexTextToInteger(rest, 8),
         .data2 = static_cast<std::uint16_t>(HexTextToInteger(From(rest, data2Place), 4)),

@@ -35,9 +35,9 @@ private:
     std::uint64_t state = 0xCBF29CE484222325ULL;
 };
 
-// The hash functor of those maps, over an integer's bytes or a text's units.
+// The hash functor of those maps: hashes an integer's bytes or a text's units.
 struct Fnv1aHash {
-    using is_transparent = void; // a map with std::equal_to<> looks a view up without making a string
+    using is_transparent = void; // lets a map with std::equal_to<> look up a view without making a string
 
     constexpr std::size_t operator()(std::integral auto value) const {
         Fnv1a hash;

@@ -6,7 +6,7 @@
 
 #include <bit>
 
-// Between our GUID and the platform's, which share one layout.
+// Conversions between our GUID and the platform's, which have the same layout.
 namespace keyreap {
 
 static_assert(sizeof(Guid) == sizeof(GUID));

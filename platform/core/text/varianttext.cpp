@@ -9,7 +9,7 @@ namespace keyreap {
 
 namespace {
 
-// An array's elements are told by bits of its type, not by the whole type.
+// Deliberate: single bits of an array's type decide how its elements are read, not the whole type.
 constexpr unsigned stringBit = 8;
 constexpr unsigned integerBits = 1 | 2;
 
@@ -23,7 +23,7 @@ const SAFEARRAY* ArrayOf(const VARIANT& value) {
     return value.pparray == nullptr ? nullptr : *value.pparray;
 }
 
-// Elements are read with one index, which only an array of one dimension takes.
+// Elements are read with one index, which only an array of one dimension accepts.
 bool HoldsStrings(const SAFEARRAY& array) {
     return array.cDims == 1 && array.cbElements == sizeof(BSTR) && (array.fFeatures & FADF_BSTR) != 0;
 }
@@ -48,7 +48,7 @@ std::optional<std::wstring> IntegerElement(const SAFEARRAY& array, LONG index) {
     return IntegerToText(element);
 }
 
-// The elements from 0 on, whatever the lower bound is; what can't be read is passed over.
+// The elements from index 0 on, whatever the lower bound is. Elements that can't be read are skipped.
 template <typename ReadElement>
 std::wstring ElementsText(const SAFEARRAY& array, ReadElement readElement) {
     std::wstring text;
@@ -95,7 +95,7 @@ std::wstring VariantToText(const VARIANT& value) {
     case VT_BSTR:
         return BstrText(value.bstrVal);
     case VT_BOOL:
-        // Only VARIANT_TRUE is true, and no other value that is not 0.
+        // Only VARIANT_TRUE is true; other values that are not 0 are not.
         return value.boolVal == VARIANT_TRUE ? L"TRUE" : L"FALSE";
     case VT_I1:
         return IntegerToText(static_cast<signed char>(value.cVal));

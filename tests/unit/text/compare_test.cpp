@@ -61,5 +61,11 @@ TEST(EqualFolded, OnlyAsciiLettersAreFolded) {
     EXPECT_FALSE(EqualFolded(L"[", L"{"));
 }
 
+TEST(FoldedBytes, FoldsAToZAndLeavesBytesOutsideAsciiAlone) {
+    EXPECT_EQ(FoldedBytes("SysWOW64\\AZ@["), "syswow64\\az@[");
+    EXPECT_EQ(FoldedBytes("\xC3\x84\xFF"), "\xC3\x84\xFF");
+    EXPECT_EQ(FoldedBytes(""), "");
+}
+
 } // namespace
 } // namespace keyreap

@@ -14,7 +14,7 @@ TEST(CompareNames, OrdersAsTheSystemDoes) {
     EXPECT_LT(CompareNames(L"a", L"B"), 0);
     EXPECT_GT(CompareNames(L"B", L"a"), 0);
     EXPECT_LT(CompareNames(L"", L"a"), 0);
-    // By words and not by units: a letter sorts behind every punctuation mark.
+    // By words, not by units: a letter sorts after every punctuation mark.
     EXPECT_LT(CompareNames(L"_", L"A"), 0);
 }
 

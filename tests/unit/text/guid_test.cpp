@@ -18,7 +18,7 @@ TEST(ParseGuid, TakesBothCasesOfTheDigits) {
     EXPECT_EQ(ParseGuid(L"{01234567-89ab-cdef-0123-456789abcdef}"), sample);
 }
 
-TEST(ParseGuid, NoTextIsTheZeroGuid) {
+TEST(ParseGuid, AnEmptyTextIsTheZeroGuid) {
     EXPECT_EQ(ParseGuid(L""), Guid());
     EXPECT_EQ(ParseGuid(std::wstring_view()), Guid());
     EXPECT_EQ(ParseGuid(L"{"), Guid());
@@ -29,7 +29,7 @@ TEST(ParseGuid, OnlyOneOpeningBraceIsSkipped) {
     EXPECT_EQ(ParseGuid(L"{{1234567-89AB-CDEF-0123-456789ABCDEF").data1, 0U);
 }
 
-TEST(ParseGuid, GroupsStandAtFixedPlacesWhateverIsBetween) {
+TEST(ParseGuid, GroupsAreAtFixedPlacesWhateverIsBetween) {
     EXPECT_EQ(ParseGuid(L"01234567x89ABxCDEFx0123456789ABCDEF"), sample);
     // A group that is too short does not move the next one.
     EXPECT_EQ(ParseGuid(L"0123-89AB").data1, 0x0123U);
@@ -61,7 +61,7 @@ TEST(ParseGuid, ALeadingMinusSignNegatesTheGroup) {
     EXPECT_EQ(ParseGuid(L"-0000001").data1, 0xFFFFFFFFU);
     EXPECT_EQ(ParseGuid(L"01234567--001").data2, 0xFFFFU);
     EXPECT_EQ(ParseGuid(L"01234567-89AB--002").data3, 0xFFFEU);
-    // The sign is none of the eight digits.
+    // The sign doesn't count as one of the eight digits.
     EXPECT_EQ(ParseGuid(L"-12345678").data1, 0U - 0x12345678U);
 }
 
@@ -71,12 +71,12 @@ TEST(ParseGuid, AMinusSignBeforeAByteIsASkipMark) {
 }
 
 TEST(ParseGuid, AByteReadsOnePlaceAndStillTakesTwo) {
-    // "1-" is the byte 1, and the minus sign goes with it.
+    // "1-" is the byte 1, and consumes the minus sign.
     const Guid guid = ParseGuid(L"01234567-89AB-CDEF-1-2233");
     EXPECT_EQ(guid.data4, (std::array<std::uint8_t, 8>{0x01, 0x22, 0x33}));
 }
 
-TEST(ParseGuid, BytesBehindTheEighthAreDropped) {
+TEST(ParseGuid, BytesAfterTheEighthAreDropped) {
     EXPECT_EQ(ParseGuid(L"{01234567-89AB-CDEF-0123-456789ABCDEF}0102030405"), sample);
 }
 

@@ -26,7 +26,7 @@ TEST(SplitText, ADelimiterAloneHasTwoEmptyPieces) {
     EXPECT_THAT(SplitText(L";", L";", true), IsEmpty());
 }
 
-TEST(SplitText, TheRestBehindTheLastDelimiterFollowsTheSameRule) {
+TEST(SplitText, TheRestAfterTheLastDelimiterFollowsTheSameRule) {
     EXPECT_THAT(SplitText(L";a;", L";", false), ElementsAre(L"", L"a", L""));
     EXPECT_THAT(SplitText(L";a;", L";", true), ElementsAre(L"a"));
 }
@@ -159,7 +159,7 @@ TEST(HexTextToInteger, ReadsBothCasesAndAtMostTheDigitsAskedFor) {
     EXPECT_EQ(HexTextToInteger(L"12", 0), 0U);
 }
 
-TEST(HexTextToInteger, TheSignIsNoneOfTheDigits) {
+TEST(HexTextToInteger, TheSignDoesNotCountAsADigit) {
     EXPECT_EQ(HexTextToInteger(L"-0001", 4), 0xFFFFFFFFU);
     EXPECT_EQ(HexTextToInteger(L"-12345", 4), 0U - 0x1234U);
 }

@@ -53,7 +53,7 @@ OwnedArray Numbers(VARTYPE type, std::initializer_list<Element> numbers, LONG lo
     return array;
 }
 
-// The text of a variant that claims `type` for the array, whatever it really holds.
+// The text of a variant that claims `type` for the array, whatever the array really contains.
 std::wstring ArrayText(VARTYPE type, const OwnedArray& array) {
     VARIANT value = Typed(static_cast<VARTYPE>(VT_ARRAY | type));
     value.parray = array.Get();
@@ -133,7 +133,7 @@ TEST(VariantToText, AnArrayWithNoneOfTheBitsIsUnknown) {
 }
 
 TEST(VariantToText, ElementsCountFromZeroWhateverTheLowerBound) {
-    // The element 0 isn't there and is passed over; the element 2 lies behind the count.
+    // The element 0 doesn't exist and is skipped; the element 2 is beyond the count.
     EXPECT_EQ(ArrayText(VT_BSTR, Strings({L"a", L"b"}, 1)), L"{a}");
     EXPECT_EQ(ArrayText(VT_I4, Numbers<LONG>(VT_I4, {5, 6}, 1)), L"{5}");
     EXPECT_EQ(ArrayText(VT_I4, Numbers<LONG>(VT_I4, {5, 6}, -1)), L"{6}");
@@ -158,7 +158,7 @@ TEST(VariantToText, ATypeWithBothIntegerBitsReadsNothingOfAnotherSize) {
     EXPECT_EQ(ArrayText(VT_DATE, Numbers<double>(VT_DATE, {1.0})), L"{}");
     EXPECT_EQ(ArrayText(VT_I4, Numbers<SHORT>(VT_I2, {1, 2})), L"{}");
     EXPECT_EQ(ArrayText(VT_I4, Numbers<LONGLONG>(VT_I8, {1})), L"{}");
-    // A pointer has the size of an integer in the 32-bit build; what it points to is no number.
+    // A pointer has the size of an integer in the 32-bit build, but is not one.
     EXPECT_EQ(ArrayText(VT_I4, Strings({L"a"})), L"{}");
 }
 
