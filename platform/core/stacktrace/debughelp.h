@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// Entry points of the system's debug help library, each null where there is none.
+// Entry points of the system's debug help library; each is null if the library lacks it.
 struct DebugHelp {
     decltype(&::SymSetOptions) setOptions = nullptr;
     decltype(&::SymInitialize) initialize = nullptr;
@@ -22,7 +22,7 @@ struct DebugHelp {
     bool IsComplete() const;
 };
 
-// Those of Dbghelp.dll, looked up once for the process; the library stays loaded.
+// The entry points of Dbghelp.dll, looked up once for the process; the library stays loaded.
 const DebugHelp& SystemDebugHelp();
 
 } // namespace keyreap

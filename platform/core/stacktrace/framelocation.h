@@ -12,10 +12,10 @@ struct FrameLocation {
     std::uint32_t line;
 };
 
-// The file and the line of a text such as "file.cpp:12", blanks round either left out.
+// The file and the line of a text such as "file.cpp:12", without the blanks around them.
 FrameLocation SplitFrameLocation(std::wstring_view text);
 
-// The place of the first frame of a stack trace that has one.
+// The position of the first frame of a stack trace that has one.
 std::optional<FrameLocation> FirstFrameLocation(std::wstring_view trace);
 
 } // namespace keyreap

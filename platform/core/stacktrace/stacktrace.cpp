@@ -26,8 +26,9 @@ constexpr DWORD machineType = IMAGE_FILE_MACHINE_AMD64;
 constexpr DWORD machineType = IMAGE_FILE_MACHINE_I386;
 #endif
 
-// The debug help library serves one caller at a time: the one that holds this. The section lasts as long as
-// the process, and lets its holder in again, so that a fault inside the walk can be reported.
+// The debug help library serves one caller at a time: the one that holds this object. The critical section
+// lives as long as the process. Its owner can enter it again, so that a fault inside the walk can be
+// reported.
 class WalkTurn {
 public:
     WalkTurn() { EnterCriticalSection(&Section()); }
@@ -68,14 +69,14 @@ STACKFRAME64 FirstFrame(const CONTEXT& context) {
     return frame;
 }
 
-// Null stands for the program itself.
+// Null means the program itself.
 std::string ModulePath(HMODULE module) {
     std::array<char, MAX_PATH> path = {};
     GetModuleFileNameA(module, path.data(), static_cast<DWORD>(path.size()));
     return {path.data(), strnlen(path.data(), path.size())};
 }
 
-// The folder of the running program, so that symbol files are looked for beside it.
+// The folder of the running program, where symbol files are looked for.
 std::string ProgramFolder() {
     const std::string path = ModulePath(nullptr);
     return path.substr(0, path.rfind('\\'));
@@ -90,11 +91,10 @@ std::vector<HMODULE> LoadedModules() {
     return modules;
 }
 
-// One opening of the symbol handler, from its start to its clean-up.
+// One use of the symbol handler, from its start to its clean-up.
 class SymbolSession {
 public:
-    SymbolSession(const DebugHelp& debugHelp, HANDLE symbolProcess)
-        : help(debugHelp), process(symbolProcess) {
+    SymbolSession(const DebugHelp& help, HANDLE process) : help(help), process(process) {
         help.setOptions(symbolOptions);
         ready = (help.initialize(process, nullptr, TRUE) || InitializeByModules()) && SetSymbolSearchPath({});
     }
@@ -114,7 +114,7 @@ public:
     }
 
 private:
-    // Wine's library can't list the modules of a 32-bit process on a 64-bit host by itself, but takes the
+    // Wine's library can't list the modules of a 32-bit process on a 64-bit host by itself, but accepts a
     // list.
     bool InitializeByModules() const {
         if (!help.initialize(process, nullptr, FALSE)) {

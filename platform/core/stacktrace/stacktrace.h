@@ -12,10 +12,9 @@ struct DebugHelp;
 
 inline constexpr int maxPresentedFrames = 200;
 
-// Appends the stack that a saved processor context stands on, one line a frame and at most maxFrames of them.
-// Does nothing for a null context, and appends nothing at all, not even the header, where the debug help
-// library is missing or can't be set up. With maxFrames of 0 or less there is just the header and the closing
-// line.
+// Appends the stack of a saved processor context: one line a frame, and at most maxFrames of them. Does
+// nothing for a null context. Appends nothing, not even the header, if the debug help library is missing or
+// can't be set up. With maxFrames of 0 or less there are only the header and the closing line.
 void AppendStackTrace(std::wstring& text, const CONTEXT* context, int maxFrames);
 
 // The same with the given entry points of a debug help library.

@@ -10,7 +10,7 @@ constexpr std::size_t longestFunctionName = 2000;
 constexpr std::size_t longestLineText = 260;
 constexpr std::wstring_view lineEnd = L"\r\n";
 
-// Byte by byte, as the run-time's formatter does before any locale is set.
+// Byte by byte, as the run time's formatter does before any locale is set.
 std::wstring Widened(std::string_view bytes) {
     std::wstring wide;
     for (const char byte : bytes) {

@@ -14,7 +14,8 @@ struct ScriptedFrame {
     DWORD line = 0;
 };
 
-// Debug help that plays a stack and notes what it is asked. One at a time, since entry points carry no state.
+// Debug help that plays a stack and records its calls. One object at a time, since entry points carry no
+// state.
 class ScriptedDebugHelp {
 public:
     explicit ScriptedDebugHelp(std::vector<ScriptedFrame> stack = {});
@@ -26,7 +27,7 @@ public:
 
     std::vector<ScriptedFrame> frames;
     BOOL invadeResult = TRUE;     // of an initialisation that lists the modules itself
-    BOOL initializeResult = TRUE; // of one that doesn't
+    BOOL initializeResult = TRUE; // of an initialisation that doesn't
     BOOL setSearchPathResult = TRUE;
 
     std::vector<std::string> calls;

@@ -87,7 +87,7 @@ TEST(AppendStackTrace, WithoutASearchPathAppendsNothingAndCleansUp) {
     EXPECT_EQ(help.calls.back(), "cleanup");
 }
 
-TEST(AppendStackTrace, TakesNothingButOneForASearchPathThatWasSet) {
+TEST(AppendStackTrace, OnlyOneMeansThatTheSearchPathWasSet) {
     ScriptedDebugHelp help(Frames(1));
     help.setSearchPathResult = 2;
     EXPECT_EQ(Trace(help, 200), L"");
@@ -150,7 +150,7 @@ TEST(AppendStackTrace, LeavesTheContextAsItIs) {
     EXPECT_EQ(std::memcmp(&context, &before, sizeof(context)), 0);
 }
 
-TEST(AppendStackTrace, TellsTheLibraryTheSizesOfItsStructures) {
+TEST(AppendStackTrace, GivesTheLibraryTheSizesOfItsStructures) {
     const ScriptedDebugHelp help(Frames(1));
     Trace(help, 200);
     EXPECT_EQ(help.symbolSize, 88u);
@@ -176,7 +176,7 @@ TEST(AppendStackTrace, BelowTheLimitThereIsNoMarker) {
     EXPECT_THAT(Trace(help, 200), Not(HasSubstr(moreFrames)));
 }
 
-TEST(AppendStackTrace, TheMarkerStandsBehindTheLastAllowedFrame) {
+TEST(AppendStackTrace, TheMarkerFollowsTheLastAllowedFrame) {
     const ScriptedDebugHelp help(Frames(5));
     EXPECT_EQ(Trace(help, 2), header + L"[0x0000000000000001]  f1()\r\n[0x0000000000000002]  f2()\r\n" +
                                   moreFrames + MainModuleLine());

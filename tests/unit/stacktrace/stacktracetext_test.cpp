@@ -32,7 +32,7 @@ TEST(FunctionText, ASymbolWithAnEmptyNameIsASymbolAllTheSame) {
     EXPECT_EQ(FunctionText(""), L"()");
 }
 
-TEST(FunctionText, PutsParenthesesBehindTheName) {
+TEST(FunctionText, PutsParenthesesAfterTheName) {
     EXPECT_EQ(FunctionText("DllRegisterServer"), L"DllRegisterServer()");
 }
 
@@ -45,7 +45,7 @@ TEST(FunctionText, TakesBytesAboveAsciiAsTheyAre) {
     EXPECT_EQ(FunctionText("\xE9"), L"\u00E9()");
 }
 
-TEST(LineText, KeepsWhatIsBehindTheLastBackslash) {
+TEST(LineText, KeepsWhatFollowsTheLastBackslash) {
     EXPECT_EQ(LineText("C:\\src\\server\\main.cpp", 12), L"main.cpp:12");
     EXPECT_EQ(LineText("main.cpp", 12), L"main.cpp:12");
     EXPECT_EQ(LineText("C:\\src\\", 12), L":12");
@@ -79,7 +79,7 @@ TEST(HoldsStackTrace, LooksForTheHeader) {
     EXPECT_FALSE(HoldsStackTrace(L""));
 }
 
-TEST(HoldsStackTrace, TheHeaderOfTheOtherBitnessIsNone) {
+TEST(HoldsStackTrace, DoesNotKnowTheHeaderOfTheOtherBitness) {
     EXPECT_FALSE(HoldsStackTrace(sizeof(void*) == 8 ? L"\r\n*** Stack Trace (x86) ***\r\n\r\n"
                                                     : L"\r\n*** Stack Trace (x64) ***\r\n\r\n"));
 }
