@@ -1,7 +1,7 @@
 #pragma once
 
-// Where a control comes to lie when the window round it changes its size, in pixels of the window's client
-// area, and where a window does that is centred, in pixels of the screen.
+// Where a control goes when the window around it changes its size, in pixels of the window's client area, and
+// where a window is centred, in pixels of the screen.
 namespace keyreap {
 
 struct Extent {
@@ -28,12 +28,12 @@ struct Anchor {
     static constexpr unsigned moveBottom = 8;
 };
 
-// A control that lay at stored in a window of the size base and lies at current now: its place at the size
-// now. The edges that no flag names stay where they are.
+// The place of a control in a window of the size `now`. The control was at `stored` when the window had the
+// size `base`, and is at `current` now. The edges that no flag names don't move.
 Box AnchoredBox(unsigned anchors, const Box& stored, const Box& current, Extent base, Extent now);
 
-// The place of a window of that size in the middle of an area. One that is too large for the area begins with
-// it, so that its caption stays in reach.
+// The place of a window of that size in the middle of an area. A window that is too large for the area begins
+// where the area begins, so that its caption stays in reach.
 Box CentredBox(const Box& area, Extent size);
 
 } // namespace keyreap

@@ -51,7 +51,7 @@ void MoveTo(HWND control, const Box& box) {
 // Keeps a visible window from drawing, and draws it whole at the end.
 class RedrawPause {
 public:
-    explicit RedrawPause(HWND pausedWindow) : window(IsWindowVisible(pausedWindow) ? pausedWindow : nullptr) {
+    explicit RedrawPause(HWND paused) : window(IsWindowVisible(paused) ? paused : nullptr) {
         if (window) {
             SendMessageW(window, WM_SETREDRAW, FALSE, 0);
         }

@@ -9,14 +9,14 @@
 namespace keyreap {
 
 // Keeps the controls of a window in place while the window changes its size. Controls that don't exist are
-// passed over.
+// skipped.
 class ControlAnchorLayout {
 public:
-    // Flags as in Anchor. For an id that is there already it only changes the flags.
+    // Flags as in Anchor. For a known id it only changes the flags.
     void Add(int id, unsigned anchors);
 
-    // Takes the window's present size and the places of its controls for the ones to start from. Also makes
-    // the window clip its children and, unless it is a child itself, show no icon in its caption.
+    // Stores the window's present size and the places of its controls as the start of the layout. Also makes
+    // the window clip its children. Unless the window is a child, its caption shows no icon.
     void Capture(HWND captured);
 
     // Moves and sizes the controls for a client area of the given size.
@@ -25,7 +25,7 @@ public:
     // Puts the controls back at the places of the last capture.
     void RestoreControls() const;
 
-    // Gives the smallest size of the window as the last capture knew it; nothing before that.
+    // Sets the smallest size of the window to that of the last capture; does nothing before the first.
     void LimitTracking(MINMAXINFO& limits) const;
 
 private:

@@ -10,10 +10,10 @@ constexpr std::uint16_t fontPoints = 8;
 constexpr wchar_t fontName[] = L"MS Shell Dlg";
 constexpr std::uint16_t numberFollows = 0xFFFF;
 
-// Counts what it is given, and writes it where there is a buffer.
+// Counts the bytes that it gets, and writes them if there is a buffer.
 class TemplateWriter {
 public:
-    explicit TemplateWriter(std::byte* target) : buffer(target) {}
+    explicit TemplateWriter(std::byte* buffer) : buffer(buffer) {}
 
     std::size_t Size() const { return size; }
 
@@ -50,7 +50,7 @@ public:
         PutWord(std::get<std::uint16_t>(name));
     }
 
-    // As PutName, but the number 0 stands for no text at all.
+    // Like PutName, but the number 0 means no text.
     void PutOptionalName(const TemplateName& name) {
         name == TemplateName(std::uint16_t{0}) ? PutWord(0) : PutName(name);
     }
@@ -92,10 +92,9 @@ void PutControl(TemplateWriter& writer, const TemplateControl& control) {
 
 } // namespace
 
-DialogTemplateBuilder::DialogTemplateBuilder(std::wstring dialogTitle, std::uint32_t dialogStyle,
-                                             std::uint32_t dialogExtendedStyle, TemplateArea dialogArea)
-    : title(std::move(dialogTitle)), style(dialogStyle), extendedStyle(dialogExtendedStyle),
-      area(dialogArea) {}
+DialogTemplateBuilder::DialogTemplateBuilder(std::wstring title, std::uint32_t style,
+                                             std::uint32_t extendedStyle, TemplateArea area)
+    : title(std::move(title)), style(style), extendedStyle(extendedStyle), area(area) {}
 
 void DialogTemplateBuilder::AddControl(TemplateControl control) {
     controls.push_back(std::move(control));
@@ -106,7 +105,7 @@ std::size_t DialogTemplateBuilder::Build(std::byte* buffer) const {
     writer.PutDoubleWord(style);
     writer.PutDoubleWord(extendedStyle);
     const std::size_t countOffset = writer.Size();
-    writer.PutWord(0); // the count, known at the end
+    writer.PutWord(0); // the count, overwritten at the end
     writer.PutArea(area);
     writer.PutWord(0); // no menu
     writer.PutWord(0); // the class of all dialogs

@@ -6,11 +6,10 @@
 #include <variant>
 #include <vector>
 
-// Dialog templates made in memory: the bytes of DLGTEMPLATE and DLGITEMTEMPLATE as published for the
-// platform.
+// Dialog templates in memory: the bytes of DLGTEMPLATE and DLGITEMTEMPLATE as published for the platform.
 namespace keyreap {
 
-// A window class or a text in a template: a name, or the number of one that the system knows.
+// A window class or a text in a template: a name, or a number that the system knows.
 using TemplateName = std::variant<std::uint16_t, std::wstring>;
 
 // In dialog units.
@@ -30,15 +29,15 @@ struct TemplateControl {
     TemplateArea area;
 };
 
-// The font is always "MS Shell Dlg" at 8 points, so the style has to hold DS_SETFONT.
+// The font is always "MS Shell Dlg" at 8 points, so the style must contain DS_SETFONT.
 class DialogTemplateBuilder {
 public:
-    DialogTemplateBuilder(std::wstring dialogTitle, std::uint32_t dialogStyle,
-                          std::uint32_t dialogExtendedStyle, TemplateArea dialogArea);
+    DialogTemplateBuilder(std::wstring title, std::uint32_t style, std::uint32_t extendedStyle,
+                          TemplateArea area);
 
     void AddControl(TemplateControl control);
 
-    // Gives the size in bytes, and writes that many to the buffer unless it is null.
+    // Returns the size in bytes, and writes that many bytes unless the buffer is null.
     std::size_t Build(std::byte* buffer) const;
 
 private:

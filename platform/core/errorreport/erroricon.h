@@ -16,11 +16,11 @@ struct IconPolicy {
 // The system's error icon in its large size.
 class ErrorIcon {
 public:
-    // The library that scales, by name or path; one without the entry point, or that is not there, is done
-    // without.
+    // The library that scales, by name or path. A library that is missing or lacks the entry point is not
+    // used.
     explicit ErrorIcon(const wchar_t* libraryThatScales = L"ComCtl32.dll") : library(libraryThatScales) {}
 
-    // Prefers the form that the common controls scale for the screen. Null if the system has no icon at all.
+    // Prefers the icon that the common controls scale for the screen. Null if the system has no icon at all.
     HICON Load();
 
 private:

@@ -12,7 +12,7 @@ namespace {
 
 using Id = ErrorReportControl;
 
-// Room below the lowest control of the opened dialog, in pixels.
+// Space below the lowest control of the opened dialog, in pixels.
 constexpr LONG bottomMargin = 20;
 
 std::vector<std::byte> TemplateBytes(const DialogTemplateBuilder& builder) {
@@ -46,7 +46,7 @@ void RemoveSizingBorder(HWND window) {
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
 }
 
-// Again: the system centred the window with the sizing border that it has lost since.
+// The system centred the window with the sizing border, which it no longer has.
 void CentreInWorkArea(HWND window) {
     MONITORINFO monitor = {};
     monitor.cbSize = sizeof(monitor);

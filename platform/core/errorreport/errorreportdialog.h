@@ -24,12 +24,12 @@ using OwnedFont = Owned<FontPolicy>;
 class ErrorReportDialog {
 public:
     // Without a reporter there is no send button.
-    explicit ErrorReportDialog(FailureReporter* failureReporter) : reporter(failureReporter) {}
+    explicit ErrorReportDialog(FailureReporter* reporter) : reporter(reporter) {}
     ErrorReportDialog(const ErrorReportDialog&) = delete;
     ErrorReportDialog& operator=(const ErrorReportDialog&) = delete;
 
-    // Returns when the dialog has ended; at once if the reporter forbids it or it can't be shown, as on a
-    // machine without a display. The owner may be null.
+    // Returns when the dialog has ended. Returns at once if the reporter forbids the dialog or it can't be
+    // shown, as on a machine without a display. The owner may be null.
     void Show(HWND owner, const ErrorReportText& text);
 
 private:

@@ -31,7 +31,7 @@ std::int16_t Units(int value) {
     return static_cast<std::int16_t>(value);
 }
 
-// A line is 8.3 units high; the whole is cut to whole units.
+// A line is 8.3 units high; the sum is cut to whole units.
 std::int16_t LinesHeight(int lines) {
     return Units(lines * 83 / 10);
 }

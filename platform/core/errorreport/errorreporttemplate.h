@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
-// What the error dialog consists of: its controls, their texts, styles and places in dialog units.
+// The contents of the error dialog: its controls, their texts, styles and places in dialog units.
 namespace keyreap {
 
 struct ErrorReportControl {
     static constexpr std::uint16_t close = 1;
-    static constexpr std::uint16_t cancel = 2; // no control: what Escape and the system menu send
+    static constexpr std::uint16_t cancel = 2; // no control: Escape and the system menu send it
     static constexpr std::uint16_t icon = 500;
     static constexpr std::uint16_t message = 501;
     static constexpr std::uint16_t details = 502;
@@ -33,11 +33,11 @@ struct MessageRoom {
     std::int16_t extra;
 };
 
-// The room for the short text and how far it pushes down what lies below, by its line feeds: never less than
-// for 3 lines nor more than for 30.
+// The height of the short text, and how far it pushes down what is below it. Line feeds decide, with at least
+// 3 lines and at most 30.
 MessageRoom MeasureMessage(std::wstring_view shortText);
 
-// Empty details leave out the details box with its buttons; canSend counts only where there are details.
+// Empty details leave out the details box and its buttons; `canSend` has an effect only with details.
 DialogTemplateBuilder DescribeErrorReport(const ErrorReportText& text, bool hasOwner, bool canSend);
 
 } // namespace keyreap

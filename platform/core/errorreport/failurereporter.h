@@ -4,7 +4,7 @@
 
 #include <string>
 
-// What a host of these rooms may hang into the presentation of failures. This program has neither.
+// Interfaces through which a host of these rooms follows failures. This program implements neither.
 namespace keyreap {
 
 class FailureSink {
@@ -18,16 +18,16 @@ protected:
 
 class FailureReporter {
 public:
-    // Told of each failure after it was presented: the full text, the name of its kind, where it was raised.
+    // Called after a failure was presented: its full text, the name of its kind, the place that raised it.
     virtual void Record(const std::wstring& fullText, const std::wstring& kindName,
                         const std::wstring& location) = 0;
-    // Whether the send button is there, and whether it does anything.
+    // Decides whether the send button exists, and is asked again when it is pressed.
     virtual bool CanSend() = 0;
     // Takes the text of the details box and the dialog's window.
     virtual void Send(const std::wstring& details, HWND dialog) = 0;
-    // Fills and gives text: the banner that goes in front of a stack trace, or else the title of the dialog.
+    // Fills and returns `text`: the banner before a stack trace, or the title of the dialog.
     virtual std::wstring& GetText(std::wstring& text, bool wantBanner) = 0;
-    // False keeps the dialog away.
+    // If false, the dialog is not shown.
     virtual bool BeforeShow(HWND owner, const std::wstring& title, const std::wstring& shortText) = 0;
 
 protected:

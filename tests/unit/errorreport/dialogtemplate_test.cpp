@@ -107,7 +107,7 @@ TEST(DialogTemplateBuilder, AZeroUnitEndsAText) {
     EXPECT_EQ(read.controls[0].creationDataSize, 0);
 }
 
-TEST(DialogTemplateBuilder, TellsTheSizeThatItThenWrites) {
+TEST(DialogTemplateBuilder, ReturnsTheSizeThatItThenWrites) {
     const auto builder = WithControl({std::uint16_t{0x80}, 1, L"text", 0, 0, {0, 0, 1, 1}});
     const std::size_t size = builder.Build(nullptr);
     std::vector<std::byte> bytes(size + 4, std::byte{0xAA});

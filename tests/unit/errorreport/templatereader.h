@@ -39,7 +39,7 @@ struct ReadTemplate {
 // Throws std::out_of_range if the template is cut short.
 ReadTemplate ReadDialogTemplate(std::span<const std::byte> bytes);
 
-// Builds and reads.
+// Builds a template and reads it back.
 ReadTemplate ReadDialogTemplate(const DialogTemplateBuilder& builder);
 
 } // namespace keyreap::testsupport
