@@ -8,7 +8,7 @@
 #include <atlexcept.h>
 #endif
 
-// What differs by compiler, and nowhere else.
+// Everything that differs by compiler is in this room's compiler.h and compiler.cpp.
 
 #if defined(_MSC_VER)
 // Exported by the C++ run time of this compiler.
@@ -20,7 +20,7 @@ namespace keyreap {
 #if defined(_MSC_VER) && __has_include(<atlexcept.h>)
 using ATL::CAtlException;
 #else
-// Stands in for ATL's exception where there is no ATL: it carries one HRESULT.
+// Replaces ATL's exception where there is no ATL: it carries one HRESULT.
 class CAtlException {
 public:
     explicit CAtlException(HRESULT result) noexcept : m_hr(result) {}
@@ -30,8 +30,8 @@ public:
 };
 #endif
 
-// The processor context of the exception that the calling thread is handling, or null where the compiler's
-// run time keeps none: MinGW's has unwound the stack by the time that a handler runs.
+// The processor context of the exception that the calling thread is handling, or null if the compiler's run
+// time doesn't keep it: MinGW's has unwound the stack before a handler runs.
 inline const CONTEXT* HandledExceptionContext() {
 #if defined(_MSC_VER)
     return static_cast<const CONTEXT*>(*__current_exception_context());
@@ -40,19 +40,18 @@ inline const CONTEXT* HandledExceptionContext() {
 #endif
 }
 
-// Whether a structured exception is how the compiler's run time throws a C++ exception, and one that the
-// system's own end of the process would not end well: never with MSVC.
+// True if the compiler's run time throws a C++ exception as a structured exception of this code, and the
+// system would not end the process properly for it. Never with MSVC.
 bool IsCompilerExceptionCode(DWORD code);
 
-// What a run time calls for a structured exception on its way to a frame with a catch clause.
+// A run time calls this for a structured exception before a frame with a catch clause gets it.
 using StructuredExceptionTranslator = void(__cdecl*)(unsigned int code, EXCEPTION_POINTERS* pointers);
 
 // Sets the calling thread's translator. MinGW's own run time has none, but programs and libraries that use
-// the system's msvcrt.dll share that one's. False where there is nothing to set it in.
+// the system's msvcrt.dll share the translator of that DLL. False if there is no run time to set it in.
 bool SetThreadTranslator(StructuredExceptionTranslator translator);
 
-// Hands C++ exceptions that nobody catches to the filter in those run times that end the process without
-// asking it.
+// Passes uncaught C++ exceptions to the filter in those run times that end the process without calling it.
 void FilterUncaughtExceptions(LPTOP_LEVEL_EXCEPTION_FILTER filter);
 
 } // namespace keyreap

@@ -19,7 +19,7 @@ namespace {
 constexpr std::wstring_view compositionFailed =
     L"An exception was thrown while composing the exception message.";
 
-// Runs a composition under a catch of everything: reporting a failure must not itself end the program.
+// Catches everything that a composition throws: reporting a failure must not end the program.
 template <typename Compose>
 void ComposeMessage(std::wstring& message, Compose compose) {
     try {
@@ -28,7 +28,7 @@ void ComposeMessage(std::wstring& message, Compose compose) {
         try {
             message = compositionFailed;
         } catch (...) {
-            // No memory for that text either: the object is complete with none.
+            // There is no memory for that text either, so the message stays empty.
             message.clear();
         }
     }
@@ -55,15 +55,15 @@ void AppendHandledExceptionTrace(std::wstring& text) {
 
 } // namespace
 
-Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine)
-    : sourceFile(std::move(raisingFile)), sourceLine(raisingLine) {}
+Exception::Exception(std::wstring sourceFile, std::uint32_t sourceLine)
+    : sourceFile(std::move(sourceFile)), sourceLine(sourceLine) {}
 
-Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::wstring finishedMessage)
-    : message(std::move(finishedMessage)), sourceFile(std::move(raisingFile)), sourceLine(raisingLine) {}
+Exception::Exception(std::wstring sourceFile, std::uint32_t sourceLine, std::wstring message)
+    : message(std::move(message)), sourceFile(std::move(sourceFile)), sourceLine(sourceLine) {}
 
-Exception::Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::uint32_t messageId,
+Exception::Exception(std::wstring sourceFile, std::uint32_t sourceLine, std::uint32_t messageId,
                      const std::vector<std::wstring>& inserts)
-    : Exception(std::move(raisingFile), raisingLine) {
+    : Exception(std::move(sourceFile), sourceLine) {
     ComposeMessage(message, [&] { message = FormatResourceString(messageId, inserts); });
 }
 
@@ -72,7 +72,8 @@ void Exception::Rethrow() const {
 }
 
 std::unique_ptr<Exception> Exception::Clone(bool withStackTrace) const {
-    // The clone of a plain exception has the default code, whatever object it was once copied from.
+    // The clone of a plain exception has the default code, even if the exception was copied from one with
+    // another code.
     return std::make_unique<Exception>(sourceFile, sourceLine, ClonedMessage(withStackTrace));
 }
 
@@ -99,8 +100,8 @@ std::wstring Exception::ClonedMessage(bool withStackTrace) const {
     return text;
 }
 
-WindowsException::WindowsException(std::wstring raisingFile, std::uint32_t raisingLine)
-    : Exception(std::move(raisingFile), raisingLine) {}
+WindowsException::WindowsException(std::wstring sourceFile, std::uint32_t sourceLine)
+    : Exception(std::move(sourceFile), sourceLine) {}
 
 void WindowsException::Rethrow() const {
     throw WindowsException(*this);
@@ -138,9 +139,9 @@ void WindowsException::SetComError(const _com_error& error) {
     });
 }
 
-SehException::SehException(std::wstring raisingFile, std::uint32_t raisingLine, SehKind kind,
-                           std::wstring finishedMessage)
-    : Exception(std::move(raisingFile), raisingLine, std::move(finishedMessage)), sehKind(kind) {}
+SehException::SehException(std::wstring sourceFile, std::uint32_t sourceLine, SehKind kind,
+                           std::wstring message)
+    : Exception(std::move(sourceFile), sourceLine, std::move(message)), sehKind(kind) {}
 
 void SehException::Rethrow() const {
     throw SehException(*this);

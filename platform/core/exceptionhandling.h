@@ -14,15 +14,15 @@ namespace keyreap {
 class Exception;
 class ExceptionPresenter;
 
-// The root of the failures that are reported by exception. They are thrown by value and caught by reference.
-// It has no virtual destructor of its own: objects are owned as Exception.
+// The root of all exceptions that report a failure. They are thrown by value and caught by reference. It has
+// no virtual destructor of its own: objects are owned as Exception.
 class IException {
 public:
     // Throws a copy of the object as its own class.
     [[noreturn]] virtual void Rethrow() const = 0;
 
     // A copy of the object's own class. With `withStackTrace` its message also has the trace of the exception
-    // that the thread is handling, unless it holds one already or there is none to be had.
+    // that the thread is handling, unless the message already has one or no trace is available.
     virtual std::unique_ptr<Exception> Clone(bool withStackTrace) const = 0;
 
     virtual ExceptionKind GetKind() const = 0;
@@ -37,17 +37,17 @@ protected:
 // A failure with a finished message and the place that raised it.
 class Exception : public IException {
 public:
-    // The error code of every exception that carries no code of the system.
+    // The error code of every exception without a system code.
     static constexpr std::uint32_t defaultErrorCode = 0xE0010064;
 
     // The message is empty.
-    Exception(std::wstring raisingFile, std::uint32_t raisingLine);
+    Exception(std::wstring sourceFile, std::uint32_t sourceLine);
 
-    Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::wstring finishedMessage);
+    Exception(std::wstring sourceFile, std::uint32_t sourceLine, std::wstring message);
 
-    // The message is the program's string `messageId` with the inserts (FormatResourceString). Nothing is
-    // thrown when composing it fails: a fixed text says so.
-    Exception(std::wstring raisingFile, std::uint32_t raisingLine, std::uint32_t messageId,
+    // The message is the program's string `messageId` with the inserts (FormatResourceString). If composing
+    // it fails, the message is a fixed text and nothing is thrown.
+    Exception(std::wstring sourceFile, std::uint32_t sourceLine, std::uint32_t messageId,
               const std::vector<std::wstring>& inserts = {});
 
     Exception(const Exception&) = default;
@@ -58,16 +58,16 @@ public:
     ExceptionKind GetKind() const override;
     virtual ~Exception() = default;
 
-    // The name of GetKind(), or the more exact one that the class knows.
+    // The name of GetKind(), or a more exact name if the class has one.
     virtual std::wstring GetKindName() const;
 
-    // The presenter of the process, made on first use.
+    // The presenter of the process, created on first use.
     virtual ExceptionPresenter& GetPresenter() const;
 
-    // The full text; behind StackTraceHeader (stacktrace.h) it may hold a stack trace.
+    // The full text. It may contain a stack trace, which starts with StackTraceHeader (stacktracetext.h).
     const std::wstring& Message() const { return message; }
 
-    // A Win32 code or an HRESULT for a WindowsException, else defaultErrorCode.
+    // A Win32 code or an HRESULT for a WindowsException, otherwise defaultErrorCode.
     std::uint32_t ErrorCode() const { return errorCode; }
 
     // The source file that raised the exception, and the line in it.
@@ -84,28 +84,29 @@ protected:
     std::uint32_t sourceLine = 0;
 };
 
-// A failure that the system or a COM object reported. The message setters throw nothing: when composing
-// fails, a fixed text says so.
+// A failure that the system or a COM object reported. The message setters throw nothing: if composing fails,
+// the message is a fixed text.
 class WindowsException : public Exception {
 public:
-    WindowsException(std::wstring raisingFile, std::uint32_t raisingLine);
+    WindowsException(std::wstring sourceFile, std::uint32_t sourceLine);
 
     [[noreturn]] void Rethrow() const override;
     std::unique_ptr<Exception> Clone(bool withStackTrace) const override;
     ExceptionKind GetKind() const override;
 
-    // Takes a Win32 code or an HRESULT, and the system's text for it; both are shown in unsigned decimal.
+    // Sets a Win32 code or an HRESULT, and the system's text for it. The text shows the code in unsigned
+    // decimal.
     void SetWin32Error(std::uint32_t code);
 
-    // Takes the error's HRESULT, and the description of its error object or else the system's text.
+    // Sets the error's HRESULT and the description of its error object, or the system's text if there is no
+    // description.
     void SetComError(const _com_error& error);
 };
 
-// A structured exception of the platform; its code stands in the text only.
+// A structured exception of the platform. Its code is only in the text.
 class SehException : public Exception {
 public:
-    SehException(std::wstring raisingFile, std::uint32_t raisingLine, SehKind kind,
-                 std::wstring finishedMessage);
+    SehException(std::wstring sourceFile, std::uint32_t sourceLine, SehKind kind, std::wstring message);
 
     [[noreturn]] void Rethrow() const override;
     std::unique_ptr<Exception> Clone(bool withStackTrace) const override;
@@ -120,7 +121,7 @@ private:
     SehKind sehKind;
 };
 
-// Where an exception was raised, for the reader: "file.cpp:176", the file without its folders.
+// The place that raised an exception, such as "file.cpp:176": the file without its folders.
 std::wstring SourceLocationText(const Exception& exception);
 
 } // namespace keyreap

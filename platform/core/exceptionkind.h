@@ -5,9 +5,9 @@
 
 namespace keyreap {
 
-// What kind of failure an exception object stands for. EXCEPTION_STD is a foreign standard library exception,
-// EXCEPTION_UNHANDLED a failure that reached the process-wide filter: no object has either. Nothing here
-// raises the two between EXCEPTION_WIN32 and EXCEPTION_SEH.
+// The kind of failure that an exception object reports. No object has EXCEPTION_STD, a foreign exception of
+// the standard library, or EXCEPTION_UNHANDLED, a failure that reached the process-wide filter. Nothing here
+// raises the two kinds between EXCEPTION_WIN32 and EXCEPTION_SEH.
 enum class ExceptionKind : std::int32_t {
     EXCEPTION_STD = 0,
     EXCEPTION_UNHANDLED = 1,
@@ -18,7 +18,8 @@ enum class ExceptionKind : std::int32_t {
     EXCEPTION_SEH = 6,
 };
 
-// What a structured exception was: for an access violation the attempt, and whether at address 0.
+// The exact kind of a structured exception: for an access violation the attempt, and whether the address was
+// 0.
 enum class SehKind : std::int32_t {
     SEH_GENERIC = 0,
     SEH_AV_READ_NULLPTR = 1,
@@ -29,10 +30,10 @@ enum class SehKind : std::int32_t {
     SEH_AV_DEP_BADPTR = 6,
 };
 
-// The kind's name, spelled as its constant; "Exception ???" for a value that is none.
+// The kind's name, spelled as its constant; "Exception ???" for an invalid value.
 std::wstring_view ExceptionKindName(ExceptionKind kind);
 
-// The kind's name, spelled as its constant; "SEH_GENERIC" for a value that is none.
+// The kind's name, spelled as its constant; "SEH_GENERIC" for an invalid value.
 std::wstring_view SehKindName(SehKind kind);
 
 } // namespace keyreap

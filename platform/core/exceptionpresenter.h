@@ -10,14 +10,13 @@ namespace keyreap {
 
 class Exception;
 
-// Shows an exception to the user. There is one object for the process, which Exception::GetPresenter gives.
+// Shows an exception to the user. Exception::GetPresenter returns the one object of the process.
 class ExceptionPresenter {
 public:
-    explicit ExceptionPresenter(FailurePresentation& target = FailurePresentation::OfProcess())
-        : presentation(target) {}
+    explicit ExceptionPresenter(FailurePresentation& presentation = FailurePresentation::OfProcess())
+        : presentation(presentation) {}
 
-    // The short text is what stands before the trace in the message, but a fixed one for a structured
-    // exception.
+    // The short text is the message up to its trace, or a fixed text for a structured exception.
     virtual void PresentException(const Exception& exception, HWND owner);
     virtual void PresentStandardException(const std::exception& exception, HWND owner);
 

@@ -7,7 +7,7 @@
 
 namespace keyreap {
 
-// The faulting frame's own source position, or a fixed place where it has none.
+// The source position of the faulting frame, or a fixed position if the frame has none.
 struct TopFrameLocation {
     explicit TopFrameLocation(const CONTEXT* context);
 
@@ -15,12 +15,12 @@ struct TopFrameLocation {
     std::uint32_t line = 92;
 };
 
-// Throws a SehException for a structured exception: its message names the exception and holds a stack trace,
-// its place is that of the faulting frame. Returns only for an exception of the compiler's own, which is a
-// C++ exception on its way and stays one.
+// Throws a SehException for a structured exception. Its message names the exception and contains a stack
+// trace; its position is that of the faulting frame. Returns only for a code with which the compiler's run
+// time throws a C++ exception, which stays one.
 void TranslateStructuredException(unsigned int code, EXCEPTION_POINTERS* pointers);
 
-// Installs the translator for the calling thread. False where the run time offers no such thing.
+// Installs the translator for the calling thread. False if the run time has no translators.
 bool InstallStructuredExceptionTranslator();
 
 } // namespace keyreap

@@ -8,7 +8,7 @@ namespace keyreap {
 
 namespace {
 
-// The console's colours for as long as this lives: bright red on black.
+// Sets the console's colours to bright red on black for the life of the object.
 class RedConsole {
 public:
     RedConsole() {
@@ -61,7 +61,7 @@ void FailurePresentation::ShowOnConsole(const Failure& failure) const {
 }
 
 void FailurePresentation::ShowInDialog(HWND owner, const Failure& failure) const {
-    const HWND wanted = owner ? owner : mainWindow;
+    const HWND parent = owner ? owner : mainWindow;
     ErrorReportText text = {*title, failure.shortText, {}};
     if (text.title.empty()) {
         text.title = L"Error";
@@ -69,7 +69,7 @@ void FailurePresentation::ShowInDialog(HWND owner, const Failure& failure) const
     if (failure.fullText != failure.shortText) {
         text.details = InsertBanner(failure.fullText, *banner);
     }
-    ErrorReportDialog(failureReporter).Show(IsWindow(wanted) ? wanted : nullptr, text);
+    ErrorReportDialog(failureReporter).Show(IsWindow(parent) ? parent : nullptr, text);
 }
 
 bool FailurePresentation::WriteToSinks(const std::wstring& text) const {

@@ -10,8 +10,8 @@ namespace keyreap {
 class FailureReporter;
 class FailureSink;
 
-// A failure as it is presented: the short text, the whole with its trace, the name of its kind, where it was
-// raised.
+// A failure as it is presented: the short text, the full text with its trace, the name of its kind, and the
+// place that raised it.
 struct Failure {
     std::wstring shortText;
     std::wstring fullText;
@@ -19,28 +19,28 @@ struct Failure {
     std::wstring location;
 };
 
-// Shows failures to the user: as red text on the console where a console sink is set, else in the error
-// dialog. The slots start empty and this program fills none; what is set has to outlive its use.
+// Shows failures to the user: as red text on the console if a console sink is set, otherwise in the error
+// dialog. All slots start empty, and this program fills none of them. What a slot holds must outlive its use.
 class FailurePresentation {
 public:
-    // The one of the process.
+    // The one object of the process.
     static FailurePresentation& OfProcess();
 
-    // Selects the console path, and gets the text there.
+    // If set, failures go to the console, and this sink gets the text.
     void SetConsoleSink(FailureSink* sink) { consoleSink = sink; }
-    // Gets the same text on the console path.
+    // Gets the same text, if there is a console sink.
     void SetLogSink(FailureSink* sink) { logSink = sink; }
     void SetFailureReporter(FailureReporter* reporter) { failureReporter = reporter; }
-    // The owner of the dialog where the caller names none.
+    // The owner of the dialog if the caller names none.
     void SetMainWindow(HWND window) { mainWindow = window; }
 
     bool HasConsole() const { return consoleSink != nullptr; }
 
     // Returns when the user has closed the dialog. The reporter's banner and title are fetched at the first
-    // call and kept, also if they are empty.
+    // call and kept, even if they are empty.
     void ShowFailure(HWND owner, const Failure& failure);
 
-    // Gives each sink the text and a line end behind it. True if none of them failed.
+    // Gives each sink the text and a line end after it. True if no sink failed.
     bool WriteToSinks(const std::wstring& text) const;
 
 private:

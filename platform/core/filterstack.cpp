@@ -26,9 +26,9 @@ bool IsGuardPage(const void* address) {
     return memory.State == MEM_COMMIT && (memory.Protect & PAGE_GUARD) != 0;
 }
 
-// Wine commits a stack whole and puts its guard page at the bottom for good, where the guarantee comes too
-// late; it honours one that stands higher. On Windows the guard page moves down with the stack, and none is
-// found at the bottom.
+// Wine commits a stack whole and keeps its guard page at the bottom, where the guarantee comes too late; it
+// honours a guard page at a higher address. On Windows the guard page moves down with the stack, so the
+// bottom has none.
 void RaiseFixedGuardPage() {
     const DWORD pageSize = PageSize();
     const auto* const used = reinterpret_cast<const char*>(&pageSize);

@@ -18,7 +18,7 @@ constexpr DWORD formatStringFlags =
 constexpr DWORD systemErrorFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
                                    FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
 
-// FormatMessageW knows "%1" to "%99": with that many arguments behind the format, none is ever missing.
+// FormatMessageW knows "%1" to "%99": with 99 arguments after the format, none is ever missing.
 using InsertPlaces = std::make_index_sequence<99>;
 
 struct LocalTextPolicy {
@@ -28,12 +28,12 @@ struct LocalTextPolicy {
     static void Close(Handle text) { LocalFree(text); }
 };
 
-// A text that the system has allocated; null if it could not make one.
+// A text that the system has allocated; null if there is none.
 using SystemText = Owned<LocalTextPolicy>;
 
 SystemText FormatSystemText(DWORD flags, const wchar_t* format, DWORD code, std::va_list* arguments) {
     wchar_t* text = nullptr;
-    // With FORMAT_MESSAGE_ALLOCATE_BUFFER the buffer's place takes the address of a pointer.
+    // With FORMAT_MESSAGE_ALLOCATE_BUFFER the parameter for the buffer takes the address of a pointer.
     const DWORD length =
         FormatMessageW(flags, format, code, 0, reinterpret_cast<wchar_t*>(&text), 0, arguments);
     SystemText allocated(text);
@@ -66,7 +66,7 @@ std::wstring LoadResourceString(std::uint32_t id) {
     std::wstring text(256, L'\0');
     int length = LoadStringW(resources, id, text.data(), 256);
     if (length >= 255) {
-        // The text may have been cut: it was if it fills the buffer but for the terminator.
+        // A text that fills the buffer up to the terminator may have been cut.
         int room = 0;
         do {
             room = 2 * length;

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The identifiers of the program's string table; messages.rc holds the texts under the same numbers.
+// The identifiers of the program's string table; messages.rc contains the texts under the same numbers.
 namespace keyreap::messageid {
 
 // The short text of the error dialog.

@@ -37,7 +37,7 @@ std::uint32_t DigitOf(wchar_t unit) {
 }
 
 auto OrderOf(const OsVersion& version) {
-    // The service pack is compared before the build number, so that the build decides last.
+    // Deliberate: the service pack decides before the build number.
     return std::tuple(version.majorVersion, version.minorVersion, version.servicePack,
                       static_cast<std::uint32_t>(version.buildNumber));
 }

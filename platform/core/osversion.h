@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// A version of Windows, as the registry tells it.
+// A version of Windows, as the registry reports it.
 struct OsVersion {
     std::uint32_t majorVersion = 0;
     std::uint32_t minorVersion = 0;
@@ -23,8 +23,8 @@ struct OsVersion {
 // order, the build number last, all as unsigned numbers.
 bool IsAtLeast(const OsVersion& a, const OsVersion& b);
 
-// Fills the record from this machine's registry (the 64-bit view in both builds); what can't be read stays
-// as it is. Windows only.
+// Fills the record from this machine's registry (the 64-bit view in both builds). A field that can't be read
+// keeps its value. Windows only.
 void ReadRunningOsVersion(OsVersion& record);
 
 // The version of the running system, read on first use. Windows only.
@@ -33,10 +33,10 @@ const OsVersion& RunningVersion();
 // Version 6.0, the first whose HKEY_CLASSES_ROOT needs Software\Classes in a redirection.
 const OsVersion& VistaVersion();
 
-// Version 10.0, the first on which a system file's version is read the new way.
+// Version 10.0, the first on which the version of a system file is read through a ShimClone.
 const OsVersion& Windows10Version();
 
-// How the registry's values go into a record.
+// The functions below put the registry's values into a record.
 
 // The value "CurrentVersion": sets major and minor from a text of exactly three characters such as "6.1";
 // any other text changes nothing.
@@ -48,8 +48,8 @@ void SetServicePack(OsVersion& record, std::wstring_view csdVersion);
 // The value "ProductType": "WinNT", "ServerNT", or any other text for a domain controller.
 void SetProductType(OsVersion& record, std::wstring_view productType);
 
-// The value "ProductSuite" with its zero-terminated words: adds the flag of each known word, up to the
-// first empty word.
+// The value "ProductSuite" with its zero-terminated words: adds the flag of each known word, up to the first
+// empty word.
 void AddProductSuites(OsVersion& record, std::wstring_view words);
 
 } // namespace keyreap

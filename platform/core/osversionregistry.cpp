@@ -16,7 +16,7 @@ constexpr DWORD longTextBytes = 520;
 constexpr DWORD versionTextBytes = 32;
 constexpr DWORD suitesBytes = 2048;
 
-// The units of a value of the given type, or nothing if it is missing, of another type or too long.
+// The units of a value of the given type; no result if the value is missing, too long or of another type.
 std::optional<std::wstring> ReadUnits(HKEY key, const wchar_t* name, DWORD type, DWORD maximumBytes) {
     std::wstring units(maximumBytes / sizeof(wchar_t), L'\0');
     DWORD foundType = 0;

@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// ReadRunningOsVersion with the keys counted from `machineRoot` in place of HKEY_LOCAL_MACHINE.
+// ReadRunningOsVersion with `machineRoot` in place of HKEY_LOCAL_MACHINE.
 void ReadOsVersionBelow(HKEY machineRoot, OsVersion& record);
 
 } // namespace keyreap

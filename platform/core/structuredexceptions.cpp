@@ -63,7 +63,7 @@ SehKind ClassifyStructuredException(std::uint32_t code, std::uint64_t attempt, s
     if (code != accessViolation || row == accessKinds.end()) {
         return SehKind::SEH_GENERIC;
     }
-    // Address 0 alone is the null pointer: a field of a null object counts as a bad one.
+    // Only address 0 is the null pointer: a field of a null object counts as a bad pointer.
     return address == 0 ? row->atNull : row->elsewhere;
 }
 

@@ -34,7 +34,7 @@ void PresentUnhandled(const EXCEPTION_POINTERS& pointers) {
                                        L"platform\\core\\exceptionhandling"});
 }
 
-// What the filter is at, so that a failure of the presentation is known for what it is.
+// The failure that the filter is presenting. Another failure on the same thread is one of the presentation.
 struct Presented {
     DWORD thread = 0;
     DWORD code = 0;
@@ -52,7 +52,7 @@ LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
     }
     static Presented presented;
     if (presented.thread == GetCurrentThreadId()) {
-        // The presentation itself has failed, and would do so again and again.
+        // The presentation itself has failed, and would fail again each time.
         EndProcess(presented.code);
     }
     const DWORD code = pointers->ExceptionRecord->ExceptionCode;
@@ -60,7 +60,7 @@ LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
     PresentUnhandled(*pointers);
     presented = {};
     if (IsCompilerExceptionCode(code)) {
-        // Handed back, such an exception would make the run time unwind a stack that has no handler.
+        // If the filter returned, the run time would unwind a stack that has no handler.
         EndProcess(code);
     }
     return EXCEPTION_EXECUTE_HANDLER;

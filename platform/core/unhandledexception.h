@@ -4,14 +4,15 @@
 
 namespace keyreap {
 
-// Shows the failure that nobody handled and lets the process end without another dialog of the system: gives
-// EXCEPTION_EXECUTE_HANDLER. For null pointers it shows nothing. Never returns for a C++ exception of this
-// program's compiler, but ends the process with that exception's code itself, and so does a failure of the
-// showing, with the code of the failure that was to be shown where the system asks the filter again.
+// Shows a failure that nobody handled. Returns EXCEPTION_EXECUTE_HANDLER, so that the process ends without
+// another dialog of the system; for null pointers it shows nothing. For a C++ exception of this program's
+// compiler it doesn't return, but ends the process with that exception's code. It also doesn't return if
+// showing a failure fails and the system calls the filter again: the process ends with the code of the first
+// failure.
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers);
 
-// For the calling thread, keeps stack for the filter to run on after an overflow. In its first call also
-// makes OnUnhandledException the process-wide filter, and what a C++ exception that nobody catches ends in.
+// Reserves stack of the calling thread for the filter to run on after an overflow. The first call also makes
+// OnUnhandledException the process-wide filter, and the end of an uncaught C++ exception.
 void InstallUnhandledExceptionFilter();
 
 } // namespace keyreap

@@ -32,13 +32,12 @@ std::size_t CountOf(std::wstring_view text, std::wstring_view part) {
     return count;
 }
 
-// An error object that answers a question for its description as the test wants it.
+// An error object that returns its description in the way that the test wants.
 class ErrorInfo : public IErrorInfo {
 public:
     enum class Answer { text, null, failure, exception };
 
-    explicit ErrorInfo(Answer wanted, std::wstring_view description = {})
-        : answer(wanted), text(description) {}
+    explicit ErrorInfo(Answer answer, std::wstring_view text = {}) : answer(answer), text(text) {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
@@ -92,7 +91,7 @@ void ExpectRethrownAs(const Exception& exception) {
     }
 }
 
-// The message is the text with a whole trace behind it.
+// The message is the text with a whole trace after it.
 void ExpectTraced(const std::wstring& message, const std::wstring& text) {
     EXPECT_THAT(message, StartsWith(text + header));
     EXPECT_THAT(message, EndsWith(L"MODULE_BASE_ADDRESS\r\n"));
@@ -121,7 +120,7 @@ TEST(Exception, ComposesAMessageOfTheProgramsStrings) {
     EXPECT_EQ(exception.SourceLine(), 47U);
 }
 
-TEST(Exception, AMissingStringIsToldByTheFixedText) {
+TEST(Exception, AMissingStringIsReportedByTheFixedText) {
     const Exception exception(raisingFile, 1, 64000);
     EXPECT_THAT(exception.Message(), EndsWith(L"] while composing the message []."));
 }

@@ -139,7 +139,7 @@ TEST(TranslateStructuredException, TakesThePlaceOfTheFaultingFrame) {
     EXPECT_LE(exception.SourceLine(), line + 1);
 }
 
-TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
+TEST(TranslateStructuredException, PutsTheTraceAfterTheFirstLine) {
     CONTEXT context = {};
     testsupport::captureThisFunction(&context);
     const SehException exception = Translated({0xC0000005, 1, 0, &context});
@@ -151,7 +151,7 @@ TEST(TranslateStructuredException, PutsTheTraceBehindTheFirstLine) {
     EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(moreFramesLine))));
 }
 
-// How a fault in a frame that calls itself so many times more is translated.
+// The translation of a fault in a function that first calls itself `frames` times.
 SehException TranslatedBelow(int frames);
 SehException (*volatile translatedBelow)(int frames) = TranslatedBelow;
 
@@ -172,10 +172,10 @@ std::size_t Count(std::wstring_view text, std::wstring_view part) {
     return count;
 }
 
-TEST(TranslateStructuredException, TraceEndsBehind200Frames) {
+TEST(TranslateStructuredException, TraceEndsAfter200Frames) {
     const std::wstring message(translatedBelow(300).Message());
     EXPECT_THAT(message, HasSubstr(std::wstring(moreFramesLine)));
-    constexpr std::size_t addressesBesideTheFrames = 2; // of the fault and of the main module
+    constexpr std::size_t addressesBesideTheFrames = 2; // the addresses of the fault and of the main module
     EXPECT_EQ(Count(message, L"[0x"), 200 + addressesBesideTheFrames);
 }
 
@@ -239,7 +239,7 @@ TEST(TranslateStructuredException, WithoutPointersThrowsWhateverTheCode) {
 
 using Translator = void(__cdecl*)(unsigned int, EXCEPTION_POINTERS*);
 
-// Sets the translator of the system's run time and gives the one that was set before.
+// Sets the translator of the system's run time and returns the previous one.
 Translator Exchange(Translator translator) {
     const char* const name = sizeof(void*) == 8
                                  ? "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z"

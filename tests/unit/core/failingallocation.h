@@ -2,7 +2,7 @@
 
 namespace keyreap::testsupport {
 
-// Has the program's next allocations by operator new fail with std::bad_alloc: so many, and no further one.
+// The program's next `count` allocations by operator new fail with std::bad_alloc, and no later one.
 void FailNextAllocations(int count);
 
 } // namespace keyreap::testsupport

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-// What a dialog shows and how the console looks stands in tests/dialog; here a reporter keeps dialogs away.
+// tests/dialog tests what a dialog shows and how the console looks; here a reporter keeps dialogs away.
 namespace keyreap {
 namespace {
 
@@ -74,7 +74,7 @@ TEST(FailurePresentation, RecordsOnBothPathsWhatWasGiven) {
     }
 }
 
-TEST(FailurePresentation, TheBannerStandsInFrontOfTheTrace) {
+TEST(FailurePresentation, TheBannerIsDirectlyBeforeTheTrace) {
     RecordingSink console;
     RecordingReporter reporter;
     reporter.banner = L"Banner";
@@ -156,7 +156,7 @@ TEST(FailurePresentation, TheMainWindowIsTheOwnerWhereNoneIsNamed) {
     EXPECT_EQ(reporter.shown[0].owner, GetDesktopWindow());
 }
 
-TEST(FailurePresentation, AnOwnerThatIsNoWindowCountsAsNone) {
+TEST(FailurePresentation, AnInvalidOwnerCountsAsNone) {
     RecordingReporter reporter;
     FailurePresentation presentation;
     presentation.SetFailureReporter(&reporter);

@@ -1,6 +1,6 @@
 // Faults in the way that its argument names, on a worker thread with the translator and the process-wide
-// filter installed as a session's worker has them. Ends with 76 if a filter of its own was asked, with 77 if
-// the stack was unwound and with 78 if nothing ended it.
+// filter installed as a session's worker has them. Ends with 76 if a filter of its own was called, with 77 if
+// the stack was unwound, and with 78 if nothing ended it.
 #include "platform/core/errorreport/failurereporter.h"
 #include "platform/core/exceptiontranslation.h"
 #include "platform/core/failurepresentation.h"

@@ -14,8 +14,8 @@ using testing::Not;
 
 constexpr std::uint32_t unknownError = 0x2BADBEEF;
 
-// The program of these tests holds a string of each of these lengths, under this base and its length; the
-// last character of each is "!".
+// The program of these tests has a string of each of these lengths, with this base plus its length as the
+// identifier; the last character of each is "!".
 constexpr std::uint32_t lengthBase = 30000;
 
 class StringOfLength : public testing::TestWithParam<std::uint32_t> {};
@@ -33,7 +33,7 @@ TEST(LoadResourceString, AnUnknownIdentifierGivesTheEmptyText) {
     EXPECT_EQ(LoadResourceString(64000), L"");
 }
 
-TEST(FormatMessageText, PutsTheInsertsInWithNoBlankBehind) {
+TEST(FormatMessageText, PutsTheInsertsInWithoutATrailingBlank) {
     EXPECT_EQ(FormatMessageText(L"open %1", {L"C:\\o\\x.reg"}), L"open C:\\o\\x.reg");
     EXPECT_EQ(FormatMessageText(L"%2 before %1", {L"one", L"two"}), L"two before one");
     EXPECT_EQ(FormatMessageText(L"plain"), L"plain");

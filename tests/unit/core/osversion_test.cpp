@@ -17,7 +17,7 @@ OsVersion Version(std::uint32_t majorVersion, std::uint32_t minorVersion, std::u
     return version;
 }
 
-// Words as a multi-string value holds them: each with a zero behind it.
+// Words in the form of a multi-string value: a zero after each.
 std::wstring Words(std::initializer_list<std::wstring_view> words) {
     std::wstring text;
     for (const std::wstring_view word : words) {
@@ -86,7 +86,7 @@ TEST(IsAtLeast, ANegativeBuildNumberComparesAsALargeOne) {
     EXPECT_TRUE(IsAtLeast(Version(6, 1, 0, -1), Version(6, 1, 0, 7601)));
 }
 
-TEST(IsAtLeast, NothingButTheNumbersPlaysAPart) {
+TEST(IsAtLeast, OnlyTheNumbersCount) {
     OsVersion server = Version(6, 1, 0, 1);
     server.productType = 3;
     server.isServer = true;

@@ -60,13 +60,13 @@ TEST_F(OsVersionRegistryTest, WithAMajorNumberTheTextIsNotRead) {
     EXPECT_EQ(record.minorVersion, 0U);
 }
 
-TEST_F(OsVersionRegistryTest, WithoutAMajorNumberATextOfThreeCharactersTells) {
+TEST_F(OsVersionRegistryTest, WithoutAMajorNumberATextOfThreeCharactersIsRead) {
     SetVersionText(L"CurrentVersion", L"6.1");
     EXPECT_EQ(Read().majorVersion, 6U);
     EXPECT_EQ(record.minorVersion, 1U);
 }
 
-TEST_F(OsVersionRegistryTest, AMajorNumberOfZeroCountsAsNone) {
+TEST_F(OsVersionRegistryTest, AMajorNumberOfZeroCountsAsMissing) {
     SetNumber(L"CurrentMajorVersionNumber", 0);
     SetNumber(L"CurrentMinorVersionNumber", 4);
     SetVersionText(L"CurrentVersion", L"5.2");
@@ -74,7 +74,7 @@ TEST_F(OsVersionRegistryTest, AMajorNumberOfZeroCountsAsNone) {
     EXPECT_EQ(record.minorVersion, 2U);
 }
 
-TEST_F(OsVersionRegistryTest, ATextOfFourCharactersTellsNothing) {
+TEST_F(OsVersionRegistryTest, ATextOfFourCharactersIsIgnored) {
     SetVersionText(L"CurrentVersion", L"10.0");
     EXPECT_EQ(Read().majorVersion, 0U);
     EXPECT_EQ(record.minorVersion, 0U);
@@ -106,7 +106,7 @@ TEST_F(OsVersionRegistryTest, TheBuildNumberEndsAtTheFirstOtherCharacterAndMayBe
     EXPECT_EQ(Read().buildNumber, -76);
 }
 
-TEST_F(OsVersionRegistryTest, ABuildNumberThatIsNoTextIsNotRead) {
+TEST_F(OsVersionRegistryTest, ABuildNumberOfAnotherTypeIsNotRead) {
     SetNumber(L"CurrentBuildNumber", 7601);
     EXPECT_EQ(Read().buildNumber, 0);
 }
@@ -136,7 +136,7 @@ TEST_F(OsVersionRegistryTest, ATextOfMoreThan520BytesIsNotRead) {
     EXPECT_EQ(record.buildNumber, 0);
 }
 
-TEST_F(OsVersionRegistryTest, TheProductTypeTellsAServer) {
+TEST_F(OsVersionRegistryTest, TheProductTypeMarksAServer) {
     machine.Make(versionKey);
     machine.SetText(optionsKey, L"ProductType", L"ServerNT");
     EXPECT_EQ(Read().productType, 3);
@@ -179,7 +179,7 @@ TEST_F(OsVersionRegistryTest, SuitesOfMoreThan2048BytesAreNotRead) {
     EXPECT_EQ(Read().suiteMask, 0);
 }
 
-TEST_F(OsVersionRegistryTest, SuitesThatAreNoMultiStringAreNotRead) {
+TEST_F(OsVersionRegistryTest, SuitesOfAnotherTypeAreNotRead) {
     machine.Make(versionKey);
     machine.SetText(optionsKey, L"ProductSuite", L"Blade");
     EXPECT_EQ(Read().suiteMask, 0);

@@ -7,7 +7,7 @@
 
 namespace keyreap::testsupport {
 
-// Keeps what it is given and answers as told.
+// Keeps what it gets, and answers with its public members.
 class RecordingSink : public FailureSink {
 public:
     bool Write(const std::wstring& text) override {

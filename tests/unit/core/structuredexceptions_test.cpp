@@ -49,7 +49,7 @@ TEST(StructuredExceptionName, IsEmptyForEveryOtherCode) {
     EXPECT_EQ(StructuredExceptionName(0x20474343), L"");
 }
 
-TEST(ClassifyStructuredException, TellsTheAttemptAndNullFromOtherAddresses) {
+TEST(ClassifyStructuredException, DistinguishesTheAttemptAndNullFromOtherAddresses) {
     EXPECT_EQ(ClassifyStructuredException(0xC0000005, 0, 0), SehKind::SEH_AV_READ_NULLPTR);
     EXPECT_EQ(ClassifyStructuredException(0xC0000005, 0, 0x1000), SehKind::SEH_AV_READ_BADPTR);
     EXPECT_EQ(ClassifyStructuredException(0xC0000005, 1, 0), SehKind::SEH_AV_WRITE_NULLPTR);

@@ -77,13 +77,13 @@ TEST_F(OnUnhandledExceptionTest, HasNoOwnerForTheDialog) {
     EXPECT_EQ(reporter.shown[0].title, L"Error");
 }
 
-// That the first call sets it is seen by the faults below.
+// The fault tests below show that the first call sets the filter.
 TEST(InstallUnhandledExceptionFilter, ASecondCallLeavesAFilterThatOthersHaveSetInBetween) {
     constexpr DWORD endedByTheOtherFilter = 76;
     EXPECT_EQ(WatchedProcess(testsupport::FaultCommand(L"other-filter")).Wait(), endedByTheOtherFilter);
 }
 
-// What the thread has set aside so far.
+// The stack that the thread has reserved so far.
 ULONG StackGuarantee() {
     ULONG bytes = 0;
     SetThreadStackGuarantee(&bytes);
@@ -124,7 +124,8 @@ TEST_P(Faults, EndTheProcessWithTheirCodeAndUnwindNothing) {
     EXPECT_EQ(WatchedProcess(testsupport::FaultCommand(GetParam().fault)).Wait(), GetParam().status);
 }
 
-// A 32-bit process isn't asked a second time by Wine, but ended with the code of the second fault.
+// Wine doesn't call the filter of a 32-bit process a second time, but ends the process with the code of the
+// second fault.
 constexpr DWORD whileShown = sizeof(void*) == 8 ? 0xC0000094 : 0xC0000005;
 
 INSTANTIATE_TEST_SUITE_P(

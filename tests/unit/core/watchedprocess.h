@@ -8,7 +8,7 @@
 
 namespace keyreap::testsupport {
 
-// A program that may hang. Ended by force with this object.
+// A program that may hang. The destructor ends it by force.
 class WatchedProcess {
 public:
     static constexpr DWORD stillRunning = STILL_ACTIVE;
@@ -28,7 +28,7 @@ private:
     DWORD id = 0;
 };
 
-// The command line of the program fault_program, which lies beside this one and faults as told.
+// The command line of the program fault_program, which is beside this one and faults in the given way.
 std::wstring FaultCommand(const std::wstring& fault);
 
 } // namespace keyreap::testsupport
