@@ -24,7 +24,7 @@ constexpr std::uint64_t rawPointerField = 20;
 constexpr std::uint64_t pageSize = 0x1000;
 constexpr std::uint64_t sectorSize = 0x200;
 constexpr std::uint64_t directoryEntrySize = 8;
-constexpr std::uint64_t directoryCountSize = 4; // their number, just ahead of them
+constexpr std::uint64_t directoryCountSize = 4; // number of directories, just before the first
 
 // The optional header and its two forms.
 constexpr std::uint64_t sectionAlignmentField = 32;
@@ -52,7 +52,7 @@ bool CheckedView::HoldsOffset(std::uint64_t offset, std::uint64_t size) const {
 }
 
 bool CheckedView::Holds(const std::byte* place, std::uint64_t size) const {
-    // As numbers: a pointer that a helper made out of a lying header may point anywhere.
+    // Compared as numbers, because a pointer that a helper made from a false header may point anywhere.
     const auto start = reinterpret_cast<std::uintptr_t>(bytes.data());
     const auto address = reinterpret_cast<std::uintptr_t>(place);
     return address >= start && HoldsOffset(address - start, size);
@@ -85,7 +85,7 @@ std::uint64_t CheckedView::NtHeadersOffset() const {
 }
 
 bool CheckedView::HasNtHeaders() const {
-    // The field is a signed number to the helpers: what is negative would lead them in front of the file.
+    // The helpers read the field as a signed number: a negative one would lead them before the file.
     return HoldsOffset(0, dosHeaderSize) && NtHeadersOffset() <= std::numeric_limits<std::int32_t>::max() &&
            HoldsOffset(NtHeadersOffset(), fixedNtHeadersSize);
 }
@@ -114,7 +114,8 @@ bool CheckedView::HasLayout() const {
     if (!HasSectionTable()) {
         return false;
     }
-    // Below 4 GiB and above, what counts lies in the lowest two bytes of the field.
+    // In the 32-bit and the 64-bit field alike, the lowest two bytes decide whether the base is a multiple of
+    // 64 KiB.
     const std::uint64_t baseField = Is32BitForm() ? imageBaseField32 : imageBaseField64;
     return At<std::uint16_t>(OptionalHeaderOffset() + baseField) == 0 &&
            (IsLaidOutAsTheFile() || HasOrderedSections());
@@ -145,19 +146,19 @@ CheckedView::Section CheckedView::SectionAt(std::uint64_t index) const {
 }
 
 bool CheckedView::HasOrderedSections() const {
-    // No alignment at all is a page to the loader.
+    // The loader takes a missing alignment for a page.
     const std::uint64_t alignment = std::max(SectionAlignment(), pageSize);
     std::uint64_t end = HeadersSize();
     for (std::uint64_t index = 0; index < SectionCount(); ++index) {
         const Section section = SectionAt(index);
-        // The loader begins with the sector that holds the section's place in the file, the image helpers
-        // with the place itself.
+        // The loader begins with the sector that contains the section's place in the file, the image helpers
+        // begin with the place itself.
         const bool startsInASector = section.fileSize != 0 && section.fileOffset % sectorSize != 0;
         if (section.address < end || startsInASector) {
             return false;
         }
-        // The loader cuts off bytes for which there is no room. The image helpers don't, and to them they
-        // must not be those of the next section.
+        // The loader cuts off bytes that have no room. The image helpers don't, so these bytes must not reach
+        // into the next section.
         end = section.address + std::max(RoundedUp(section.memorySize, alignment), section.fileSize);
     }
     return true;

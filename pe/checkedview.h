@@ -9,59 +9,59 @@
 
 namespace keyreap {
 
-// The bytes of an image file, none of which can be trusted. Tells what lies inside the file before anybody,
-// the system's image helpers included, follows a pointer there. It judges nothing else: whatever lies inside
+// The bytes of an image file, none of which can be trusted. Says what is inside the file before anybody,
+// including the system's image helpers, follows a pointer there. It judges nothing else: whatever is inside
 // may be read, right or wrong. Layouts and magic numbers are those of the published PE format (winnt.h).
 class CheckedView {
 public:
     CheckedView() = default;
-    explicit CheckedView(std::span<const std::byte> fileBytes) : bytes(fileBytes) {}
+    explicit CheckedView(std::span<const std::byte> bytes) : bytes(bytes) {}
 
     // The start of the file, or null.
     const std::byte* Start() const { return bytes.data(); }
 
-    // True if `size` bytes from a place lie inside the file; the place may be anywhere.
+    // True if `size` bytes from a place are inside the file; the place may be anywhere.
     bool Holds(const std::byte* place, std::uint64_t size) const;
 
-    // A little-endian integer at a place, at any alignment; none if it doesn't lie inside the file.
+    // A little-endian integer at a place, at any alignment; no result if it isn't inside the file.
     template <typename Integer>
     std::optional<Integer> Read(const std::byte* place) const;
 
-    // The zero-terminated text at a place; none if its end doesn't lie inside the file.
+    // The zero-terminated text at a place; no result if its end isn't inside the file.
     std::optional<std::string_view> TextAt(const std::byte* place) const;
 
-    // True if the zero-terminated text at a place is the given one. Looks no further than the two agree.
+    // True if the zero-terminated text at a place is the given one. Reads no further than both agree.
     bool HoldsText(const std::byte* place, std::string_view text) const;
 
     // True if the file begins with the letters MZ.
     bool HasDosMagic() const;
 
-    // True if the signature and the file header lie where the DOS header says, inside the file.
+    // True if the signature and the file header are where the DOS header says, inside the file.
     bool HasNtHeaders() const;
 
-    // True if the section table lies inside the file too.
+    // True if the section table is inside the file too.
     bool HasSectionTable() const;
 
-    // True if moreover the image can be laid out in memory as a loader does: at a multiple of 64 KiB, and
-    // there as the file is, if its sections are aligned to less than a page, or else the headers first and
-    // the sections one after another, each with as much room as the image's own alignment gives it and from a
-    // whole sector of the file.
+    // True if a loader can also lay out the image in memory. The base is a multiple of 64 KiB. An image whose
+    // sections are aligned to less than a page is in memory as it is in the file. In any other image the
+    // headers come first and the sections follow in order, each with as much room as the image's own
+    // alignment gives it, and each from a whole sector of the file.
     bool HasLayout() const;
 
-    // What a loader takes from the file to the address `rva` of an image with a layout, as far as the part
-    // goes that holds it: the headers, or a section, of which no more than its whole pages in memory. Empty
-    // if that is nothing.
+    // The bytes that a loader takes from the file to the address `rva` of an image with a layout, up to the
+    // end of the part that contains the address: the headers, or a section without bytes beyond its whole
+    // pages in memory. Empty if there are none.
     std::span<const std::byte> LoadedBytes(std::uint32_t rva) const;
 
     // The address in an entry of the data directories; 0 if there is none.
     std::uint32_t DirectoryAddress(std::uint32_t index) const;
 
-    // True if besides the section table the optional header does, as far as the entry `index` of its data
-    // directories.
+    // True if the section table is inside the file, and the optional header up to the entry `index` of its
+    // data directories.
     bool HasDirectoryEntry(std::uint32_t index) const;
 
 private:
-    // What a section header says.
+    // The fields of a section header.
     struct Section {
         std::uint64_t address;
         std::uint64_t memorySize;

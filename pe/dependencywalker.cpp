@@ -44,7 +44,7 @@ bool HoldsName(const DependencyList& list, std::wstring_view name) {
     });
 }
 
-// Adds what a file depends on in turn. A nested failure is dropped: the walk goes on with the next name.
+// Adds the dependencies of a dependency. A nested failure is dropped: the walk continues with the next name.
 void Enter(const std::wstring& path, DependencyList& list) {
     DependencyWalker(path).CollectDependencies(list);
 }
@@ -97,13 +97,14 @@ std::uint32_t DependencyWalker::ReadPathFolders() {
         return GetLastError();
     }
     currentFolder = buffer.data();
-    // An empty PATH leaves the last error alone, so that it must be none before.
+    // For an empty PATH the system doesn't set the last error, so it is cleared before.
     SetLastError(ERROR_SUCCESS);
     const DWORD length = GetEnvironmentVariableW(L"PATH", buffer.data(), size);
     if (length == 0) {
         return GetLastError();
     }
-    // A PATH that doesn't fit leaves the current directory in the buffer, and that alone is searched.
+    // Deliberate: a PATH that doesn't fit leaves the current directory in the buffer, and only that is
+    // searched.
     const std::wstring_view text = length < size ? buffer.data() : std::wstring_view(currentFolder);
     pathFolders = SplitText(text, L";", true);
     return 0;
@@ -112,7 +113,7 @@ std::uint32_t DependencyWalker::ReadPathFolders() {
 void DependencyWalker::AddNames(const std::vector<std::string_view>& names, DependencyList& list) const {
     for (const std::string_view name : names) {
         std::wstring wideName = WidenBytes(name);
-        // Looking for the name here is all that ends cycles between DLLs.
+        // This search alone ends cycles between DLLs.
         if (HoldsName(list, wideName)) {
             continue;
         }

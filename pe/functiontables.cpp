@@ -14,15 +14,15 @@ constexpr std::size_t ordinalBaseField = 16;
 constexpr std::size_t numberOfFunctionsField = 20;
 constexpr std::size_t addressOfFunctionsField = 28;
 
-// A name in the lookup table has the number of its likely place in front.
+// In the lookup table, a name comes after the number of its likely place.
 constexpr std::size_t hintSize = 2;
 
 // Reads lookup tables until they have named as many functions as the file has room for: descriptors may share
-// a table, and a damaged image could otherwise ask for work without end.
+// a table, so a damaged image could ask for endless work.
 class LookupReader {
 public:
-    LookupReader(const CheckedView& fileView, LookupEntry entry, const RvaResolver& resolver)
-        : view(fileView), entrySize(static_cast<std::size_t>(entry)), resolve(resolver) {}
+    LookupReader(const CheckedView& view, LookupEntry entry, const RvaResolver& resolve)
+        : view(view), entrySize(static_cast<std::size_t>(entry)), resolve(resolve) {}
 
     std::vector<ImportedFunction> FunctionsAt(std::uint32_t tableRva) {
         std::vector<ImportedFunction> functions;
@@ -86,7 +86,7 @@ std::vector<ImportedDll> ImportedFunctions(const CheckedView& view, const std::b
         if (!name) {
             continue;
         }
-        // Some linkers leave the lookup table out; the table that the loader fills is then the same.
+        // Some linkers omit the lookup table; the table that the loader fills then has the same contents.
         const std::uint32_t table =
             field(field(lookupTableField) != 0 ? lookupTableField : addressTableField);
         dlls.push_back({*name, reader.FunctionsAt(table)});

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-// Which functions an image imports, and which ordinals it exports. Bounds-checked like the other tables: what
-// doesn't lie inside the file is skipped.
+// The functions that an image imports, and the ordinals that it exports. All access is bounds-checked: what
+// isn't inside the file is skipped.
 namespace keyreap {
 
 // The size of an entry of an import lookup table (IMAGE_THUNK_DATA32 and IMAGE_THUNK_DATA64 of winnt.h).
@@ -17,7 +17,7 @@ enum class LookupEntry : std::size_t { bits32 = 4, bits64 = 8 };
 
 // A function as its importer names it: by name, or by ordinal. The name points into the view.
 struct ImportedFunction {
-    std::string_view name; // empty if there is an ordinal
+    std::string_view name; // empty for an ordinal
     std::optional<std::uint16_t> ordinal;
 };
 

@@ -17,7 +17,7 @@ void* ForHelper(const std::byte* place) {
 
 } // namespace
 
-PeImage::PeImage(std::wstring filePath) : path(std::move(filePath)) {
+PeImage::PeImage(std::wstring path) : path(std::move(path)) {
     MapFile();
 }
 
@@ -75,7 +75,7 @@ const std::byte* PeImage::ExportDirectory() {
 }
 
 const std::byte* PeImage::ImportDirectory() {
-    // No look at the letters MZ here: the helper has its own test.
+    // Deliberate: no test for the letters MZ, because the helper has its own.
     return FindNtHeaders() ? DirectoryData(importDirectoryEntry, DescriptorTable::importEntrySize) : nullptr;
 }
 

@@ -15,16 +15,16 @@ inline constexpr WORD exportDirectoryEntry = IMAGE_DIRECTORY_ENTRY_EXPORT;
 inline constexpr WORD importDirectoryEntry = IMAGE_DIRECTORY_ENTRY_IMPORT;
 inline constexpr WORD delayImportDirectoryEntry = IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT;
 
-// A PE file on disk, mapped as plain data: none of its code ever runs. Nothing fails with more than false or
-// null, whatever the file is, and whatever is given lies inside it.
+// A PE file on disk, mapped as plain data: none of its code ever runs. For any file, the worst result is
+// false or null, and every returned place is inside the file.
 class PeImage {
 public:
-    // Opens and maps the file, in the form for the file API. Others may read it meanwhile.
-    explicit PeImage(std::wstring filePath);
+    // Opens and maps the file; the path is in the form for the file API. Others may read the file meanwhile.
+    explicit PeImage(std::wstring path);
 
     bool IsPeFile();
 
-    // True for the machine types AMD64 and Itanium alone: ARM64 counts as 32-bit.
+    // True only for the machine types AMD64 and Itanium: ARM64 counts as 32-bit.
     bool Is64Bit();
 
     // The export directory, and the first import descriptor; null if the file has none.
@@ -35,10 +35,11 @@ public:
     // headers.
     bool FindNtHeaders();
 
-    // The contents of a data directory, if at least `minimumSize` bytes of it lie inside the file, or null.
+    // The contents of a data directory if at least `minimumSize` bytes of it are inside the file, otherwise
+    // null.
     const std::byte* DirectoryData(WORD entry, std::size_t minimumSize) const;
 
-    // The place of a relative virtual address by the headers last found; null if it lies in no section.
+    // The place of a relative virtual address by the headers last found; null if no section contains it.
     const std::byte* Resolve(std::uint32_t rva) const;
     RvaResolver Resolver() const;
 

@@ -43,8 +43,8 @@ void Round(Word a, Word& b, Word c, Word d, Word& e, Word added, Mix mix) {
     b = std::rotl(b, 30);
 }
 
-// Five rounds: the words of the state change their names instead of their places, and after five have their
-// own.
+// Five rounds: the words of the state change their names instead of their places. After five rounds each has
+// its own name again.
 template <std::size_t first, typename Mix>
 void FiveRounds(Word& a, Word& b, Word& c, Word& d, Word& e, Words& words, const std::byte* block,
                 Word constant, Mix mix) {

@@ -9,12 +9,12 @@ namespace keyreap {
 
 using Sha1Digest = std::array<std::uint8_t, 20>;
 
-// SHA-1 as published in FIPS 180-4. It tells files apart; it protects nothing.
+// SHA-1 as published in FIPS 180-4. It distinguishes files; it protects nothing.
 class Sha1 {
 public:
     void Add(std::span<const std::byte> bytes);
 
-    // The digest of all that was added. Nothing can be added behind it.
+    // The digest of all added bytes. Nothing can be added after this call.
     Sha1Digest Finish();
 
 private:

@@ -19,7 +19,7 @@ bool IsInWindowsFolder(const std::wstring& file) {
     return file.starts_with(folder.data());
 }
 
-// Makes an empty file and gives its name, or an empty one.
+// Makes an empty file and returns its name, or an empty name.
 std::wstring CreateTemporaryFile() {
     std::array<wchar_t, MAX_PATH> folder{};
     std::array<wchar_t, MAX_PATH> name{};
@@ -47,7 +47,7 @@ ShimClone::ShimClone(std::wstring file, const OsVersion& system) : path(std::mov
     if (!IsAtLeast(system, Windows10Version()) || !IsInWindowsFolder(path)) {
         return;
     }
-    // A failed copy leaves the empty temporary file on disk; that stays so.
+    // Deliberate: a failed copy leaves the empty temporary file on disk.
     std::wstring copy = CreateTemporaryFile();
     isCopy = CopyUnredirected(path, copy, EnsureWow64Entry());
     if (isCopy) {

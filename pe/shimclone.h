@@ -7,14 +7,14 @@
 
 namespace keyreap {
 
-// The path by which a file's version is read: on Windows 10 and later a temporary copy of a file in the
-// Windows folder, which goes with this object, and else the file's own. Whether a path lies in that folder is
-// told by its characters alone, case included.
+// The path under which a file's version is read. On Windows 10 and later it is a temporary copy of a file in
+// the Windows folder, which this object removes; otherwise it is the file's own path. The characters of the
+// path alone decide, case included, whether the file is in that folder.
 class ShimClone {
 public:
     explicit ShimClone(std::wstring file);
 
-    // The same on a given version of the system.
+    // The same for a given version of the system.
     ShimClone(std::wstring file, const OsVersion& system);
 
     ShimClone(const ShimClone&) = delete;
@@ -29,8 +29,8 @@ private:
     bool isCopy = false;
 };
 
-// Copies the file that the path names on disk, whatever the redirection would make of it; without the entries
-// as the system has it. True if the copy was made.
+// Copies the file that the path names on disk, without the redirection of system folders. Without the entries
+// the redirection stays on. True if the copy was made.
 bool CopyUnredirected(const std::wstring& from, const std::wstring& to, const Wow64Entry& entry);
 
 } // namespace keyreap

@@ -10,12 +10,12 @@ namespace keyreap {
 
 namespace {
 
-// Zeros behind the block. Its parts tell their lengths in 16 bits, nested four deep, and the system follows
-// lengths that lie.
+// Zeros after the block. Its parts have 16-bit lengths, nested four deep, and the system follows false
+// lengths.
 constexpr std::size_t slack = 5 * 0x10000;
 
 // Keeps the system from following a resource directory out of the file, and from loading sections over each
-// other, which Wine can't undo. A file of another kind is the system's own business.
+// other, which Wine can't undo. A file that is no PE file is left to the system.
 bool MayBeRead(const std::wstring& path) {
     PeImage image(path);
     if (!image.IsPeFile()) {

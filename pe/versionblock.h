@@ -10,16 +10,16 @@
 
 namespace keyreap {
 
-// A file's version resource in memory. What lies in it can't be trusted either.
+// A file's version resource in memory. Its contents can't be trusted either.
 class VersionBlock {
 public:
-    // Gives 0 or the system's error code. On some failures the system gives 0 too: nothing is found then.
+    // Returns 0 or the system's error code. On some failures the system reports 0 too: nothing is found then.
     DWORD Load(const std::wstring& path);
 
-    // The place of a value, such as "\" or "\VarFileInfo\Translation"; none if it is missing or empty.
+    // The place of a value, such as "\" or "\VarFileInfo\Translation"; null if it is missing or empty.
     const std::byte* Find(const std::wstring& subBlock) const;
 
-    // The number at some bytes from a value, 0 if it doesn't lie inside the block.
+    // The number `offset` bytes after a value; 0 if it isn't inside the block.
     template <typename Integer>
     Integer Number(const std::byte* value, std::size_t offset) const {
         return view.Read<Integer>(value + offset).value_or(0);

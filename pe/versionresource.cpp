@@ -30,13 +30,13 @@ struct ResourceEntry {
 
 class ResourceTree {
 public:
-    ResourceTree(const CheckedView& checked, std::uint32_t rootAddress)
-        : image(checked), view(checked.LoadedBytes(rootAddress)) {}
+    ResourceTree(const CheckedView& image, std::uint32_t rootAddress)
+        : image(image), view(image.LoadedBytes(rootAddress)) {}
 
-    // The entries of the directory at an offset; empty if they don't lie in the section.
+    // The entries of the directory at an offset; empty if they are not in the section.
     std::vector<ResourceEntry> Entries(std::uint32_t offset) const;
 
-    // The offset of the one subdirectory with an identifier.
+    // The offset of the only subdirectory with an identifier.
     std::optional<std::uint32_t> Subdirectory(std::uint32_t offset, std::uint32_t id) const;
 
     bool HoldsData(const ResourceEntry& entry) const;

@@ -27,14 +27,14 @@ void PrintTo(const Alignments& alignments, std::ostream* stream) {
 
 const std::string systemVersion = VersionResource::Of(u"Microsoft Corporation");
 
-// Images of a system file, with every alignment that a loader takes.
+// Images of a system file, with every alignment that a loader accepts.
 class AlignedImages : public testing::TestWithParam<Alignments> {
 protected:
     static ImageBuilder Builder(ImageBits bits) {
         return ImageBuilder(bits).Aligned(GetParam().inMemory, GetParam().inFile).Version(systemVersion);
     }
 
-    // The version, and the company behind a blank; what can't be read is missing.
+    // The version, then a blank and the company; a part that can't be read is missing.
     static std::wstring Read(const std::wstring& path) {
         std::wstring version;
         ReadFileVersion(path, version);
@@ -42,7 +42,7 @@ protected:
         return version + L' ' + (ReadCompanyName(company) ? company : L"");
     }
 
-    // How many records a walk makes of a file that imports this one.
+    // The number of records that a walk makes of a file that imports this one.
     std::size_t RecordsOfAWalkTo(const std::wstring& path) const {
         const std::string name = "system.dll";
         CopyFileW(path.c_str(), folder.File(L"system.dll").c_str(), FALSE);
@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(Alignments, AlignedImages,
                                          Alignments{0x4000, 0x1000}, Alignments{0x10000, 0x2000},
                                          Alignments{0x10000, 0x10000}));
 
-// The same of a linker.
+// The same images, made by a linker.
 class LinkedAlignedImages : public AlignedImages {
 protected:
     static std::wstring Linked() {

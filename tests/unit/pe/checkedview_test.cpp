@@ -20,7 +20,7 @@ BuiltImage ImageOf(ImageBits bits) {
     return ImageBuilder(bits).Exports({"DllRegisterServer"}).Imports({"a.dll"}).Build();
 }
 
-// The file cut behind a number of bytes.
+// The file cut after a number of bytes.
 CheckedView CutAt(const BuiltImage& image, std::size_t size, std::unique_ptr<File>& holder) {
     holder = std::make_unique<File>(std::string_view(image.bytes).substr(0, size));
     return holder->View();
@@ -66,7 +66,7 @@ TEST(Read, TakesLittleEndianNumbersAtAnyAlignment) {
     EXPECT_EQ(view.Read<std::uint16_t>(view.Start() + 3), 0x0403U);
 }
 
-TEST(Read, IsNoneWhenAPartLiesOutside) {
+TEST(Read, IsEmptyWhenAPartIsOutside) {
     const File file("abcde");
     EXPECT_EQ(file.View().Read<std::uint32_t>(file.View().Start() + 2), std::nullopt);
 }
@@ -79,7 +79,7 @@ TEST(TextAt, EndsAtItsZero) {
     EXPECT_EQ(view.TextAt(view.Start() + 7), "");
 }
 
-TEST(TextAt, WithoutAZeroInTheFileIsNone) {
+TEST(TextAt, WithoutAZeroInTheFileIsEmpty) {
     const File file(std::string_view("one\0two", 7));
     const CheckedView view = file.View();
     EXPECT_EQ(view.TextAt(view.Start() + 4), std::nullopt);
@@ -115,7 +115,7 @@ TEST(HasNtHeaders, EndsWithTheFileHeader) {
     EXPECT_FALSE(CutAt(image, image.At("nt") + 23, file).HasNtHeaders());
 }
 
-TEST(HasNtHeaders, PositionBehindTheFileIsNone) {
+TEST(HasNtHeaders, PositionAfterTheFileIsInvalid) {
     for (const std::uint32_t position : {0x00100000U, 0x7FFFFFFFU, 0xFFFFFFF8U, 0xFFFFFFFFU}) {
         BuiltImage image = ImageOf(ImageBits::bits64);
         image.Set("dos", 60, position);
@@ -123,11 +123,11 @@ TEST(HasNtHeaders, PositionBehindTheFileIsNone) {
     }
 }
 
-TEST(HasNtHeaders, NegativePositionIsNoneHoweverLongTheFile) {
+TEST(HasNtHeaders, NegativePositionIsInvalidInAFileOfAnyLength) {
     BuiltImage image = ImageOf(ImageBits::bits64);
     image.Set("dos", 60, 0x80000000U);
     const File file(image.bytes);
-    // Nothing behind the headers is touched, so the length may be claimed.
+    // Nothing after the headers is read, so the length may be false.
     constexpr std::size_t claimed = 0xC0000000;
     EXPECT_FALSE(CheckedView(std::span(file.View().Start(), claimed)).HasNtHeaders());
 }
@@ -143,23 +143,23 @@ TEST_P(EitherBitness, SectionTableEndsWithItsLastHeader) {
     EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasSectionTable());
 }
 
-TEST_P(EitherBitness, SectionCountThatLiesLeavesNoTable) {
+TEST_P(EitherBitness, FalseSectionCountLeavesNoTable) {
     image.Set<std::uint16_t>("nt", 6, 0xFFFF);
     EXPECT_FALSE(File(image.bytes).View().HasSectionTable());
 }
 
-TEST_P(EitherBitness, OptionalHeaderSizeThatLiesLeavesNoTable) {
+TEST_P(EitherBitness, FalseOptionalHeaderSizeLeavesNoTable) {
     image.Set<std::uint16_t>("nt", 20, 0xFFFF);
     EXPECT_FALSE(File(image.bytes).View().HasSectionTable());
 }
 
-TEST_P(EitherBitness, TableOfNoSectionsIsThere) {
+TEST_P(EitherBitness, TableWithoutSectionsIsThere) {
     image.Set<std::uint16_t>("nt", 6, 0);
     EXPECT_TRUE(CutAt(image, image.At("sections"), file).HasSectionTable());
 }
 
 TEST_P(EitherBitness, DirectoryEntryLiesInsideTheFile) {
-    // Without sections and with a short optional header only the entry itself is asked for.
+    // Without sections and with a short optional header, only the entry itself is read.
     image.Set<std::uint16_t>("nt", 6, 0);
     image.Set<std::uint16_t>("nt", 20, 0);
     const std::size_t entryEnd = image.At("directories") + 8 * 14;
@@ -178,7 +178,7 @@ TEST_P(EitherBitness, LinkedImageHasALayout) {
     EXPECT_FALSE(CutAt(image, image.At("headersEnd") - 1, file).HasLayout());
 }
 
-TEST_P(EitherBitness, SectionsOverTheHeadersOrEachOtherAreNoLayout) {
+TEST_P(EitherBitness, SectionsThatOverlapTheHeadersOrEachOtherHaveNoLayout) {
     constexpr std::ptrdiff_t firstAddress = 12;
     constexpr std::ptrdiff_t secondAddress = 40 + 12;
     for (const std::ptrdiff_t address : {firstAddress, secondAddress}) {
@@ -202,7 +202,7 @@ TEST_P(EitherBitness, SectionsAlignedToLessThanAPageLieAsInTheFile) {
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
 }
 
-TEST_P(EitherBitness, SectionWithMoreBytesThanRoomIsNoLayout) {
+TEST_P(EitherBitness, SectionWithMoreBytesThanRoomHasNoLayout) {
     constexpr std::ptrdiff_t virtualSize = 8;
     constexpr std::ptrdiff_t fileSize = 16;
     image.Set<std::uint32_t>("sections", virtualSize, 1);
@@ -234,7 +234,7 @@ TEST_P(EitherBitness, SectionsAreRoundedToTheImagesOwnAlignment) {
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
 }
 
-TEST_P(EitherBitness, NoAlignmentIsAPage) {
+TEST_P(EitherBitness, MissingAlignmentCountsAsAPage) {
     constexpr std::ptrdiff_t sectionAlignment = 32;
     constexpr std::ptrdiff_t virtualSize = 8;
     image.Set<std::uint32_t>("optional", sectionAlignment, 0);
@@ -281,7 +281,7 @@ TEST_P(EitherBitness, LoadedBytesEndWithTheFileThePagesAndTheImage) {
     EXPECT_TRUE(File(image.bytes).View().LoadedBytes(1).empty());
 }
 
-TEST_P(EitherBitness, SectionWithinASectorOfTheFileIsNoLayout) {
+TEST_P(EitherBitness, SectionThatStartsWithinASectorHasNoLayout) {
     constexpr std::ptrdiff_t fileSize = 16;
     constexpr std::ptrdiff_t fileOffset = 20;
     image.Set<std::uint32_t>("sections", fileOffset, 0x5F0);
@@ -331,7 +331,7 @@ TEST_P(EitherBitness, SectionWithoutASizeInMemoryHasThatOfItsBytes) {
     EXPECT_TRUE(File(image.bytes).View().HasLayout());
 }
 
-TEST_P(EitherBitness, BaseThatIsNoMultipleOf64KiBIsNoLayout) {
+TEST_P(EitherBitness, BaseThatIsNoMultipleOf64KiBHasNoLayout) {
     const std::ptrdiff_t base = GetParam() == ImageBits::bits64 ? 24 : 28;
     image.Set<std::uint32_t>("optional", base, 0x10001000);
     EXPECT_FALSE(File(image.bytes).View().HasLayout());

@@ -69,7 +69,7 @@ protected:
         return names;
     }
 
-    // Where a file in the folder finds a name.
+    // The place where a file in the folder finds a name.
     std::wstring Found(const char* name, ImageBits bits = ImageBits::bits64) const {
         const std::string bytes = ImageBuilder(bits).Imports({name}).Build().bytes;
         return Walk(folder.MakeFile(L"asking.dll", bytes)).at(0).path;
@@ -197,7 +197,7 @@ TEST_F(DependencyWalkerTest, SystemFolderIsSearchedSecond) {
 }
 
 TEST_F(DependencyWalkerTest, SystemFolderIsSearchedBeforeTheWindowsFolder) {
-    // A file that the system has in both.
+    // The system folder and the Windows folder both have this file.
     ASSERT_TRUE(testsupport::Exists(WindowsFolder() + L"\\notepad.exe"));
     const std::wstring found = Found("notepad.exe");
     EXPECT_TRUE(IsSamePath(found, SystemFolder() + L"\\notepad.exe")) << testing::PrintToString(found);
@@ -230,7 +230,7 @@ TEST_F(DependencyWalkerTest, FoldersOfPathAreSearchedLastAndInTheirOrder) {
 }
 
 TEST_F(DependencyWalkerTest, EmptyEntriesOfPathAreNoFolders) {
-    // Behind an empty folder a name with a full path would be found.
+    // After an empty folder, a name with a full path would be found.
     const std::string fullPath = testing::TempDir() + "keyreap own.dll";
     const std::wstring wide(fullPath.begin(), fullPath.end());
     testsupport::WriteBytes(wide, "found");
@@ -239,7 +239,7 @@ TEST_F(DependencyWalkerTest, EmptyEntriesOfPathAreNoFolders) {
     DeleteFileW(wide.c_str());
 }
 
-// The value of PATH with a given length, whose last entry is the folder.
+// A value of PATH with a given length, whose last entry is the folder.
 std::wstring PathOfLength(std::size_t length, const std::wstring& lastFolder) {
     std::wstring path(length, L';');
     return path.replace(length - lastFolder.size(), lastFolder.size(), lastFolder);
@@ -389,7 +389,7 @@ TEST_F(DependencyWalkerTest, WalksATreeOfThirtyDllsFourDeep) {
     for (const Dll& dll : dlls) {
         Make(dll.name, dll.imports, dll.delayImports);
     }
-    // Of the system's maker but for case: listed, and what it imports is not.
+    // The company is the system's maker except for case: the file is listed, and its imports are not.
     MakeOf(u"microsoft CORPORATION", L"n09.dll", {"hidden.dll"});
     MakeOf(u"Another Company", L"n13.dll", {"n09.dll"});
 

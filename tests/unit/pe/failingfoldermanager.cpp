@@ -12,8 +12,8 @@ constexpr CLSID managerClass = {0x4DF0C730, 0xDF9D, 0x4AE3, {0x91, 0x53, 0xAA, 0
 } // namespace
 
 FailingFolderManager::FailingFolderManager() {
-    // The lookup enters an apartment of the other kind, which fails: so it does not leave COM entered once
-    // more.
+    // The lookup enters an apartment of the other kind. That fails, so the lookup does not leave COM entered
+    // once more.
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_EQ(CoRegisterClassObject(managerClass, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
               S_OK);

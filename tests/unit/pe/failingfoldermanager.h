@@ -6,8 +6,8 @@
 
 namespace keyreap::testsupport {
 
-// In this process and for its life, the system's manager of known folders can't be made. COM stays entered on
-// the thread for as long.
+// During the life of this object, the system's manager of known folders can't be created in this process. COM
+// stays entered on the thread for as long.
 class FailingFolderManager : private IClassFactory {
 public:
     FailingFolderManager();
@@ -17,7 +17,7 @@ public:
 
 private:
     STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override;
-    // Nobody counts on this one: its owner outlives all that ask it.
+    // Nobody counts references: the owner lives longer than all users.
     STDMETHODIMP_(ULONG) AddRef() override { return 2; }
     STDMETHODIMP_(ULONG) Release() override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown*, REFIID, void** object) override;

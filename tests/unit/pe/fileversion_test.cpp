@@ -27,7 +27,7 @@ protected:
     TemporaryFolder folder;
 };
 
-// What the queries give, or how they leave what they were given.
+// The result of a query, or the unchanged output.
 std::wstring VersionOf(const std::wstring& path) {
     std::wstring version = L"unchanged";
     return ReadFileVersion(path, version) ? version : L"failed, " + version;
@@ -89,7 +89,7 @@ TEST_F(FileVersion, ResourceThatLeavesTheFileIsAbsent) {
 }
 
 TEST_F(FileVersion, ResourceThatLeavesItsSectionIsAbsentWhateverFollowsInTheFile) {
-    // As a signature or an archive does, which no loader puts into memory.
+    // Such as a signature or an archive, which no loader puts into memory.
     const std::string appended(0x40000, 'x');
     for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
         BuiltImage image = ImageBuilder(bits).Version(VersionResource::Of(u"Own")).Build();
@@ -102,7 +102,7 @@ TEST_F(FileVersion, ResourceThatLeavesItsSectionIsAbsentWhateverFollowsInTheFile
 }
 
 TEST_F(FileVersion, ResourceAfterTheImagesEndIsAbsent) {
-    // What lies in memory as in the file ends there, too, where the image says that it does.
+    // An image that is in memory as in the file also ends where it says.
     const std::vector<std::string> names(300, "a.dll");
     BuiltImage image = ImageBuilder().Flat().Imports(names).Version(VersionResource::Of(u"Own")).Build();
     EXPECT_EQ(VersionOf(FileOf(image.bytes)), L"1.2.3.4");
@@ -112,7 +112,7 @@ TEST_F(FileVersion, ResourceAfterTheImagesEndIsAbsent) {
     EXPECT_EQ(CompanyOf(FileOf(image.bytes)), failed);
 }
 
-TEST_F(FileVersion, ImageThatNoLoaderTakesHasNone) {
+TEST_F(FileVersion, ImageThatNoLoaderTakesHasNoVersion) {
     constexpr std::ptrdiff_t imageBase = 24;
     BuiltImage image = ImageBuilder().Version(VersionResource::Of(u"Own")).Build();
     image.Set<std::uint16_t>("optional", imageBase, 0x1000);
@@ -121,8 +121,8 @@ TEST_F(FileVersion, ImageThatNoLoaderTakesHasNone) {
 }
 
 TEST_F(FileVersion, SectionThatALoaderTakesFromElsewhereIsNotRead) {
-    // A loader takes sections from whole sectors of 512 bytes, and so from somewhat before the place that
-    // this header names. Either place has a resource.
+    // A loader takes sections from whole sectors of 512 bytes, so it begins a little before the place that
+    // this header names. Both places have a resource.
     constexpr std::uint32_t beforeTheNextSector = 0x1F0;
     constexpr std::ptrdiff_t fileOffset = 20;
     for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
@@ -144,7 +144,7 @@ TEST_F(FileVersion, EveryCutOfTheFileIsReadWithoutFault) {
     }
 }
 
-TEST_F(FileVersion, LengthsThatLieInTheResourceAreFollowedWithoutFault) {
+TEST_F(FileVersion, FalseLengthsInTheResourceAreFollowedWithoutFault) {
     const std::string sound = VersionResource::Of(u"Own");
     for (std::size_t place = 0; place + 1 < sound.size(); place += 2) {
         std::string resource = sound;
@@ -208,29 +208,29 @@ TEST_F(FileVersion, CompanyFailureLeavesThePathUnchanged) {
     EXPECT_EQ(CompanyOf(FileWith(VersionResource().FileVersion(1, 2, 3, 4))), failed);
 }
 
-// A system that finds no version resource, and gives this for the reason.
-DWORD reasonOfNone = ERROR_SUCCESS;
+// A system that finds no version resource, and reports this error.
+DWORD failureReason = ERROR_SUCCESS;
 
 DWORD WINAPI FindNone(LPCWSTR, LPDWORD) {
-    SetLastError(reasonOfNone);
+    SetLastError(failureReason);
     return 0;
 }
 
-TEST_F(FileVersion, FailureForNoReasonIsNoneOfTheVersionAndOneOfTheCompany) {
+TEST_F(FileVersion, FailureWithoutAnErrorCodeGivesAVersionOfZerosAndNoCompany) {
     const testsupport::ImportReplacement replacement("GetFileVersionInfoSizeW",
                                                      reinterpret_cast<const void*>(&FindNone));
     const std::wstring path = FileWith(VersionResource::Of(u"Own"));
-    reasonOfNone = ERROR_SUCCESS;
+    failureReason = ERROR_SUCCESS;
     EXPECT_EQ(VersionOf(path), L"0.0.0.0");
     EXPECT_EQ(CompanyOf(path), failed);
-    reasonOfNone = ERROR_RESOURCE_TYPE_NOT_FOUND;
+    failureReason = ERROR_RESOURCE_TYPE_NOT_FOUND;
     EXPECT_EQ(VersionOf(path), failed);
 }
 
 TEST_F(FileVersion, SystemIsAskedForAFileThatIsNoImageToo) {
     const testsupport::ImportReplacement replacement("GetFileVersionInfoSizeW",
                                                      reinterpret_cast<const void*>(&FindNone));
-    reasonOfNone = ERROR_SUCCESS;
+    failureReason = ERROR_SUCCESS;
     EXPECT_EQ(VersionOf(FileOf("no image")), L"0.0.0.0");
 }
 

@@ -18,7 +18,7 @@ using testsupport::ByteWriter;
 using testsupport::ExactFile;
 using testsupport::ImageBuilder;
 
-// Import tables in a file of nothing else: an address is the place in the file. The descriptors are at
+// Import tables in a file without anything else: an address is the place in the file. The descriptors are at
 // descriptorsAt, each followed by what it names.
 class FunctionTables : public testing::TestWithParam<LookupEntry> {
 protected:
@@ -95,7 +95,7 @@ TEST_P(FunctionTables, FunctionsComeByNameAndByOrdinalInTheTablesOrder) {
                                        ElementsAre("two.dll", "#65535")));
 }
 
-TEST_P(FunctionTables, AddressTableStandsInForALookupTableThatIsNotThere) {
+TEST_P(FunctionTables, AddressTableReplacesAMissingLookupTable) {
     const std::uint32_t names = PutLookup({PutFunctionName("Lookup")});
     const std::uint32_t addresses = PutLookup({PutFunctionName("Address")});
     SetDescriptor(0, names, PutText("both.dll"), addresses);

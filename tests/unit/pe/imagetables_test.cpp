@@ -78,7 +78,7 @@ TEST_P(ImageTables, NameWithoutATerminatorInTheFileIsSkipped) {
 }
 
 TEST_P(ImageTables, TableThatRunsPastTheEndEndsThere) {
-    // Nothing but entries that name something, up to the cut.
+    // Only entries that name something, up to the cut.
     const std::size_t start = image.At("delayImports");
     const std::string entry = image.bytes.substr(start, 32);
     CutTo(start);
@@ -151,7 +151,7 @@ TEST_P(ImageTables, DamagedImagesAreReadWithinTheirBytes) {
     for (std::uint32_t seed = 0; seed < 20000; ++seed) {
         names += testsupport::AskEverything(ExactFile(testsupport::Mutated(image, seed)).View());
     }
-    // Most damage leaves something to find: the questions went past the headers.
+    // Most damage leaves something to find, so the reading went past the headers.
     EXPECT_GT(names, 20000U);
 }
 

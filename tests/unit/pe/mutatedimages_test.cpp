@@ -21,7 +21,7 @@ using testsupport::ImageBuilder;
 using testsupport::TemporaryFolder;
 using testsupport::VersionResource;
 
-// How many files gave an answer to each question, so that a test sees how far the questions went.
+// The number of files that gave an answer to each question: it shows how far the questions went.
 struct Answers {
     std::uint32_t peFiles = 0;
     std::uint32_t exports = 0;
@@ -53,7 +53,7 @@ protected:
     MutatedImages() { CoInitialize(nullptr); }
     ~MutatedImages() override { CoUninitialize(); }
 
-    // An image with one of everything, and after it bytes that no section has.
+    // An image with every table, and after it bytes that no section contains.
     static BuiltImage Image(std::uint32_t sectionAlignment, std::uint32_t fileAlignment) {
         BuiltImage image = ImageBuilder(GetParam())
                                .Aligned(sectionAlignment, fileAlignment)
@@ -74,7 +74,7 @@ TEST_P(MutatedImages, GoThroughEveryQueryWithoutAFaultOrAHang) {
     folder.MakeFile(L"one.dll", ImageBuilder(GetParam()).Imports({"missing too.dll"}).Build().bytes);
     Answers answers;
     for (std::uint32_t seed = 0; seed < files; ++seed) {
-        // Each has a name of its own: a 32-bit Wine keeps an image open whose export table has led it astray.
+        // Each file has its own name: a 32-bit Wine keeps an image open if its export table was damaged.
         const std::wstring file = folder.MakeFile(
             std::to_wstring(seed) + L".dll", testsupport::Mutated(images[seed % std::size(images)], seed));
         answers.Ask(file);

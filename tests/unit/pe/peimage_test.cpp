@@ -30,7 +30,7 @@ protected:
     TemporaryFolder folder;
 };
 
-// A file that answers every question with no.
+// A file that answers no to every question.
 void ExpectNothing(PeImage& image) {
     EXPECT_FALSE(image.IsPeFile());
     EXPECT_FALSE(image.Is64Bit());

@@ -9,7 +9,7 @@
 
 namespace keyreap::testsupport {
 
-// A known folder that gives what it is told to, and notes down what it is asked.
+// A known folder that returns the given path, and records its calls.
 class ScriptedFolder : public IKnownFolder {
 public:
     std::wstring path;
@@ -44,7 +44,7 @@ public:
     STDMETHODIMP GetFolderDefinition(KNOWNFOLDER_DEFINITION*) override { return E_NOTIMPL; }
 };
 
-// A manager that knows this one folder.
+// A manager that knows only this folder.
 class ScriptedFolderManager : public IKnownFolderManager {
 public:
     ScriptedFolder folder;

@@ -139,7 +139,7 @@ TEST_F(ShimCloneTest, WithoutATemporaryFileTheFileItselfIsRead) {
     EXPECT_EQ(clone.Path(), SystemFile());
 }
 
-// Stand for the system's entries: each notes its call, and what the copy was then.
+// Replace the system's entries: each records its call, and whether the copy existed then.
 struct RecordedSuspension {
     std::wstring copy;
     std::vector<std::string> calls;
@@ -208,7 +208,7 @@ TEST_F(CopyUnredirectedTest, CopyTakesThePlaceOfAFileThatIsThere) {
     EXPECT_EQ(testsupport::FileBytes(copy), "bytes");
 }
 
-// The record of the running system is made once a process, so each version has a process to itself.
+// The record of the running system is made once a process, so each version has a process of its own.
 TEST_F(ShimCloneTest, ProcessOnVersion6NeverMakesATemporaryFile) {
     for (const wchar_t* version : {L"6.1", L"6.3"}) {
         FolderWatch watch(temporary.Path());
@@ -228,7 +228,7 @@ TEST_F(ShimCloneTest, ProcessOnVersion10ReadsTheVersionFromTheCopy) {
     const TemporaryFolder inWindows = FolderInTheWindowsFolder();
     const std::string bytes = ImageBuilder().Version(VersionResource::Of(u"Own")).Build().bytes;
     const std::wstring file = inWindows.MakeFile(L"own.dll", bytes);
-    // Copying puts up with somebody who may write and delete the file meanwhile; reading its version doesn't.
+    // Copying works while another handle may write and delete the file; reading its version in place doesn't.
     const OwnedFile holder(CreateFileW(file.c_str(), GENERIC_WRITE | DELETE,
                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                        OPEN_EXISTING, 0, nullptr));

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-// The queries on the modules that the system brings, which nobody here made.
+// The queries on the modules of the system, which this project didn't make.
 namespace keyreap {
 namespace {
 
@@ -41,7 +41,7 @@ std::wstring PlainVersion(const std::wstring& path) {
     return FileVersionText(fixed->dwFileVersionMS, fixed->dwFileVersionLS);
 }
 
-TEST(SystemModules, HaveTheVersionThatTheSystemTells) {
+TEST(SystemModules, HaveTheVersionThatTheSystemReports) {
     std::size_t versions = 0;
     for (const std::wstring& path : SystemModules()) {
         std::wstring version;

@@ -9,8 +9,8 @@
 #include <string>
 
 // Takes a version of Windows such as "6.3", a file, and "version" or "company". Makes the process take this
-// version for the running one, whose record is made once a process, and tells by its exit status how that is
-// read from the file then.
+// version for the running one, since the record of the version is made once a process. The exit status
+// reports how the file's version or company was read.
 
 namespace {
 

@@ -16,7 +16,7 @@ using testsupport::ExactFile;
 using testsupport::ImageBuilder;
 using testsupport::VersionResource;
 
-// Where the parts of the built directory lie in it.
+// The places of the parts in the built directory.
 constexpr std::ptrdiff_t typeEntry = 16;
 constexpr std::ptrdiff_t nameDirectory = 24;
 constexpr std::ptrdiff_t nameEntry = 40;
@@ -54,14 +54,14 @@ TEST_F(VersionResourceCheck, DataEndsWithTheFile) {
     EXPECT_FALSE(Holds(std::string_view(image.bytes).substr(0, end - 1)));
 }
 
-TEST_F(VersionResourceCheck, EveryCutOfTheDirectoryLeavesNone) {
+TEST_F(VersionResourceCheck, EveryCutOfTheDirectoryLeavesNoResource) {
     const std::size_t start = image.At("resources");
     for (std::size_t size = start; size < start + static_cast<std::size_t>(data); ++size) {
         EXPECT_FALSE(Holds(std::string_view(image.bytes).substr(0, size))) << size - start;
     }
 }
 
-TEST_F(VersionResourceCheck, OtherTypeOrNameIsNone) {
+TEST_F(VersionResourceCheck, OtherTypesAndNamesAreNoVersionResource) {
     BuiltImage other = image;
     other.Set<std::uint32_t>("resources", typeEntry, 10);
     EXPECT_FALSE(Holds(other.bytes));
@@ -70,7 +70,7 @@ TEST_F(VersionResourceCheck, OtherTypeOrNameIsNone) {
     EXPECT_FALSE(Holds(other.bytes));
 }
 
-TEST_F(VersionResourceCheck, TypeWithoutNamesAndNameWithoutLanguagesAreNone) {
+TEST_F(VersionResourceCheck, TypeWithoutNamesAndNameWithoutLanguagesAreInvalid) {
     BuiltImage other = image;
     other.Set<std::uint16_t>("resources", nameDirectory + 14, 0);
     EXPECT_FALSE(Holds(other.bytes));
@@ -79,7 +79,7 @@ TEST_F(VersionResourceCheck, TypeWithoutNamesAndNameWithoutLanguagesAreNone) {
     EXPECT_FALSE(Holds(other.bytes));
 }
 
-TEST_F(VersionResourceCheck, CountsThatLieLeaveNone) {
+TEST_F(VersionResourceCheck, FalseCountsLeaveNoResource) {
     for (const std::ptrdiff_t directory : {std::ptrdiff_t{0}, nameDirectory, languageDirectory}) {
         for (const std::ptrdiff_t count : {12, 14}) {
             BuiltImage other = image;
@@ -89,7 +89,7 @@ TEST_F(VersionResourceCheck, CountsThatLieLeaveNone) {
     }
 }
 
-TEST_F(VersionResourceCheck, TargetsOutsideTheFileAreNone) {
+TEST_F(VersionResourceCheck, TargetsOutsideTheFileAreInvalid) {
     for (const std::ptrdiff_t entry : {typeEntry, nameEntry, languageEntry}) {
         for (const std::uint32_t target : {0x7FFFFFFFU, 0xFFFFFFFFU, 0x80100000U}) {
             BuiltImage other = image;
@@ -99,7 +99,7 @@ TEST_F(VersionResourceCheck, TargetsOutsideTheFileAreNone) {
     }
 }
 
-TEST_F(VersionResourceCheck, LevelsOfTheWrongKindAreNone) {
+TEST_F(VersionResourceCheck, LevelsOfTheWrongKindAreInvalid) {
     BuiltImage other = image;
     other.Set<std::uint32_t>("resources", typeEntry + 4, nameDirectory);
     EXPECT_FALSE(Holds(other.bytes));
@@ -108,7 +108,7 @@ TEST_F(VersionResourceCheck, LevelsOfTheWrongKindAreNone) {
     EXPECT_FALSE(Holds(other.bytes));
 }
 
-TEST_F(VersionResourceCheck, DataOutsideTheFileIsNone) {
+TEST_F(VersionResourceCheck, DataOutsideTheFileIsInvalid) {
     BuiltImage other = image;
     other.Set<std::uint32_t>("resources", dataEntry, 0xFFFFFFF0);
     EXPECT_FALSE(Holds(other.bytes));
@@ -119,9 +119,9 @@ TEST_F(VersionResourceCheck, DataOutsideTheFileIsNone) {
     EXPECT_FALSE(Holds(other.bytes));
 }
 
-TEST_F(VersionResourceCheck, SecondEntryOfTheSameTypeIsNone) {
-    // The second entry takes the first bytes of the name level, which nobody looks at, and leads where the
-    // first does.
+TEST_F(VersionResourceCheck, SecondEntryOfTheSameTypeIsInvalid) {
+    // The second entry takes the first bytes of the name level, which nothing reads, and has the same target
+    // as the first.
     image.Set<std::uint32_t>("resources", typeEntry + 8 + 4, 0x80000000U | nameDirectory);
     image.Set<std::uint16_t>("resources", 14, 2);
     image.Set<std::uint32_t>("resources", typeEntry + 8, 10);
@@ -130,7 +130,7 @@ TEST_F(VersionResourceCheck, SecondEntryOfTheSameTypeIsNone) {
     EXPECT_FALSE(Holds());
 }
 
-TEST_F(VersionResourceCheck, SecondEntryOfTheSameNameIsNone) {
+TEST_F(VersionResourceCheck, SecondEntryOfTheSameNameIsInvalid) {
     image.Set<std::uint32_t>("resources", nameEntry + 8 + 4, 0x80000000U | languageDirectory);
     image.Set<std::uint16_t>("resources", nameDirectory + 14, 2);
     image.Set<std::uint32_t>("resources", nameEntry + 8, 2);
@@ -140,8 +140,8 @@ TEST_F(VersionResourceCheck, SecondEntryOfTheSameNameIsNone) {
 }
 
 TEST_F(VersionResourceCheck, DataOfEveryLanguageIsLookedAt) {
-    // The entry of the second language takes the place of the data entry, and both languages have theirs in
-    // the place of the data, which nobody looks at.
+    // The entry of the second language takes the place of the data entry. The data entries of both languages
+    // take the place of the data, which nothing reads.
     const std::ptrdiff_t secondLanguage = languageEntry + 8;
     const std::array<std::ptrdiff_t, 2> dataEntries = {data, data + 16};
     image.Set<std::uint16_t>("resources", languageDirectory + 14, 2);
