@@ -1,18 +1,19 @@
-// What ./keyreap knows of its words and files before and after a run. All that it finds goes to the standard
-// output as records, each a kind and a text, both ended by a NUL; the script speaks. A line to be said is
+// Judges the words and files of ./keyreap before and after a run. The results go to the standard output as
+// records, each a kind and a text, both ended by a NUL; the script prints the messages. A line to print is
 // `say`, and `usage` asks for the usage. The last record is `status`.
 //
 //   capturecheck prepare WORD...
-//       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two below.
-//       The status is 0, or 125 if the run must not begin; the line before it says why.
+//       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two commands
+//       below.
+//       The status is 0, or 125 if the run must not begin; the line before it gives the reason.
 //
 //   capturecheck progress N STATE... WORD...
-//       Writes a line to the standard error that shows how far the run is, until the parent ends or it is
-//       ended itself.
+//       Writes a line to the standard error that shows the progress of the run, until the parent ends or a
+//       signal ends this program.
 //
 //   capturecheck report plain|terminal N STATE... WORD... STATUS
-//       Gives `name`, `path` and `open` for a pair that failed: its word, its Windows path, and what to say
-//       if nobody knows more. The status is the command's own.
+//       Gives `name`, `path` and `open` for a pair that failed: its word, its Windows path, and the message
+//       if no other reason is found. The status is the command's own.
 //
 //   capturecheck path WORD
 //       Prints the Windows path of the file that the word names.
@@ -40,7 +41,7 @@
 namespace keyreap {
 namespace {
 
-constexpr int REFUSED = 125;
+constexpr int refusedStatus = 125;
 
 int Number(std::string_view text) {
     int number = 0;
@@ -52,25 +53,26 @@ void PrintRecord(std::string_view kind, std::string_view text) {
     std::cout << kind << '\0' << text << '\0';
 }
 
-// A list that begins with its length, and what comes after it.
 struct StatesAndWords {
-    explicit StatesAndWords(std::span<const std::string> all) {
-        const auto count = all.empty() ? 0 : static_cast<std::size_t>(Number(all.front()));
-        all = all.subspan(all.empty() ? 0 : 1);
-        states.assign(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(std::min(count, all.size())));
-        words.assign(all.begin() + static_cast<std::ptrdiff_t>(states.size()), all.end());
-    }
-
     std::vector<std::string> states;
     std::vector<std::string> words;
 };
+
+// The list begins with the number of states.
+StatesAndWords StatesAndWordsOf(std::span<const std::string> list) {
+    const auto announced = list.empty() ? 0 : static_cast<std::size_t>(Number(list.front()));
+    list = list.subspan(list.empty() ? 0 : 1);
+    const auto states = list.first(std::min(announced, list.size()));
+    const auto words = list.subspan(states.size());
+    return {{states.begin(), states.end()}, {words.begin(), words.end()}};
+}
 
 int Prepare(std::span<const std::string> words) {
     const CommandWords command(words);
     const std::vector<PairFiles> pairs = FilesOf(command);
     if (const auto refusal = RefusalOf(pairs)) {
         PrintRecord("say", PrintableName(refusal->name + ": " + refusal->text));
-        PrintRecord("status", std::to_string(REFUSED));
+        PrintRecord("status", std::to_string(refusedStatus));
         return 0;
     }
     const std::vector<Remark> remarks = RemarksOn(command);
@@ -88,22 +90,22 @@ int Prepare(std::span<const std::string> words) {
 volatile std::sig_atomic_t isEnded = 0;
 
 int ShowProgress(const StatesAndWords& given) {
-    constexpr timespec PAUSE = {0, 200'000'000}; // nanoseconds
+    constexpr timespec pause = {0, 200'000'000}; // nanoseconds
     const pid_t parent = getppid();
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     std::signal(SIGTERM, [](int) { isEnded = 1; });
-    // Once: in a folder with many files it takes long to find names that differ by case.
+    // Only once: in a folder with many files it takes long to find names that differ by case.
     const std::vector<PairFiles> files = FilesOf(CommandWords(given.words));
     while (isEnded == 0 && getppid() == parent) {
         const Progress progress = ProgressOf(files, given.states);
         const std::size_t count = given.states.size();
-        // In one piece, since the writer may be killed at any moment. A line too long for the terminal is cut
-        // there.
+        // In one piece, since the writer may be killed at any moment. The terminal cuts a line that is too
+        // long.
         const std::string line =
             "\r\x1b[K\x1b[?7lkeyreap: " + std::to_string(std::min(progress.written + 1, count)) + " of " +
             std::to_string(count) + ": " + PrintableName(progress.current) + "\x1b[?7h";
         std::cerr << line << std::flush;
-        nanosleep(&PAUSE, nullptr);
+        nanosleep(&pause, nullptr);
     }
     std::cerr << "\r\x1b[K" << std::flush;
     return 0;
@@ -114,7 +116,7 @@ int Report(std::span<const std::string> words) {
         return 2;
     }
     const bool isForPerson = words.front() == "terminal";
-    const StatesAndWords given(words.subspan(1, words.size() - 2));
+    const StatesAndWords given = StatesAndWordsOf(words.subspan(1, words.size() - 2));
     ReportRun(CommandWords(given.words), given.states, Number(words.back()), isForPerson, PrintRecord);
     return 0;
 }
@@ -126,7 +128,7 @@ int Run(const std::vector<std::string>& words) {
         return Prepare(all.subspan(1));
     }
     if (verb == "progress") {
-        return ShowProgress(StatesAndWords(all.subspan(1)));
+        return ShowProgress(StatesAndWordsOf(all.subspan(1)));
     }
     if (verb == "report") {
         return Report(all.subspan(1));
@@ -143,7 +145,7 @@ int Run(const std::vector<std::string>& words) {
 } // namespace keyreap
 
 int main(int argc, char** argv) {
-    // The case of letters is that of all languages.
+    // The case of letters is folded for all languages.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     return keyreap::Run({argv + 1, argv + argc});
 }

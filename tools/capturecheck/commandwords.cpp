@@ -1,28 +1,23 @@
 #include "tools/capturecheck/commandwords.h"
 
+#include "platform/core/text/compare.h"
+
 #include <algorithm>
 #include <array>
 
 namespace keyreap {
 namespace {
 
-constexpr std::array<std::string_view, 3> MODES = {"keyRedir", "trace", "both"};
-constexpr std::string_view MODE_LIST = "keyRedir, trace or both";
-
-// Only the letters A to Z are folded.
-std::string SmallLetters(std::string_view text) {
-    std::string small(text);
-    std::ranges::transform(small, small.begin(), [](char sign) {
-        return sign >= 'A' && sign <= 'Z' ? static_cast<char>(sign - 'A' + 'a') : sign;
-    });
-    return small;
-}
+constexpr std::array<std::string_view, 3> modes = {"keyRedir", "trace", "both"};
+constexpr std::string_view modeList = "keyRedir, trace or both";
 
 // The mode's own spelling, or empty.
 std::string_view ModeOf(std::string_view word) {
-    const auto found = std::ranges::find_if(
-        MODES, [&](std::string_view mode) { return SmallLetters(mode) == SmallLetters(word); });
-    return found != MODES.end() ? *found : std::string_view{};
+    const auto found =
+        std::ranges::find_if(modes, [folded = FoldedBytes(std::string(word))](std::string_view mode) {
+            return FoldedBytes(std::string(mode)) == folded;
+        });
+    return found != modes.end() ? *found : std::string_view{};
 }
 
 bool LooksLikeFile(std::string_view word) {
@@ -64,31 +59,31 @@ CommandWords::CommandWords(std::span<const std::string> words) {
 
 std::vector<Remark> RemarksOn(const CommandWords& words) {
     std::vector<Remark> remarks;
-    for (const WordPair& pair : words.pairs) {
+    for (const WordPair& pair : words.Pairs()) {
         RemarkOnPair(pair, remarks);
     }
-    if (words.CapturesAnything() && !words.isModeKnown) {
-        const std::string what = LooksLikeFile(words.lastWord)
+    if (words.CapturesAnything() && !words.IsModeKnown()) {
+        const std::string what = LooksLikeFile(words.LastWord())
                                      ? "left out, since no file to write comes after it, and taken"
                                      : "taken";
-        remarks.push_back({words.lastWord, what + " for a mode, but the modes are " + std::string(MODE_LIST) +
-                                               "; the mode is both"});
+        remarks.push_back({words.LastWord(), what + " for a mode, but the modes are " +
+                                                 std::string(modeList) + "; the mode is both"});
     }
     return remarks;
 }
 
 Remark WhyNothing(const CommandWords& words) {
-    if (words.verb != "extreg") {
-        const bool isCase = SmallLetters(words.verb) == "extreg";
-        return {words.verb, isCase ? "nothing was done, since the verb is extreg, in small letters"
-                                   : "nothing was done, since the only verb is extreg"};
+    if (words.Verb() != "extreg") {
+        const bool isCase = FoldedBytes(words.Verb()) == "extreg";
+        return {words.Verb(), isCase ? "nothing was done, since the verb is extreg, in small letters"
+                                     : "nothing was done, since the only verb is extreg"};
     }
-    if (words.lastWord.empty()) {
-        return {words.verb, "nothing was done, since no files are named"};
+    if (words.LastWord().empty()) {
+        return {words.Verb(), "nothing was done, since no files are named"};
     }
-    return {words.lastWord, std::string("nothing was done, since it is ") +
-                                (words.isModeKnown ? "a mode and no pair of files is named"
-                                                   : "only one file, and each needs a file to write")};
+    return {words.LastWord(), std::string("nothing was done, since it is ") +
+                                  (words.IsModeKnown() ? "a mode and no pair of files is named"
+                                                       : "only one file, and each needs a file to write")};
 }
 
 } // namespace keyreap

@@ -13,16 +13,29 @@ struct WordPair {
 };
 
 // The words of the command line as the program understands them.
-struct CommandWords {
+class CommandWords {
+public:
     explicit CommandWords(std::span<const std::string> words);
 
+    const std::string& Verb() const { return verb; }
+    const std::vector<WordPair>& Pairs() const { return pairs; }
     bool CapturesAnything() const { return !pairs.empty(); }
 
+    // As the table of modes spells it.
+    const std::string& Mode() const { return mode; }
+
+    // The word after the last pair, or empty.
+    const std::string& LastWord() const { return lastWord; }
+
+    // False if the last word is not a mode.
+    bool IsModeKnown() const { return isModeKnown; }
+
+private:
     std::string verb;
     std::vector<WordPair> pairs;
-    std::string mode = "both"; // as the table of modes spells it
-    std::string lastWord;      // the word of an odd number, or empty
-    bool isModeKnown = true;   // false if `lastWord` is none
+    std::string mode = "both";
+    std::string lastWord;
+    bool isModeKnown = true;
 };
 
 struct Remark {
@@ -30,10 +43,10 @@ struct Remark {
     std::string text;
 };
 
-// What was understood otherwise than it may have been meant, although the program takes it.
+// Words that the program accepts, but may understand differently than they were meant.
 std::vector<Remark> RemarksOn(const CommandWords& words);
 
-// Why nothing is captured, of words without a pair.
+// Why words without a pair capture nothing.
 Remark WhyNothing(const CommandWords& words);
 
 } // namespace keyreap

@@ -16,7 +16,7 @@ std::optional<struct stat> StatusOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-// False also of what can't be looked at, such as a link to itself.
+// False also for a path that can't be examined, such as a link to itself.
 bool IsFolderThere(const std::string& path) {
     const std::optional<struct stat> status = StatusOf(path);
     return status && S_ISDIR(status->st_mode);
@@ -27,7 +27,7 @@ bool IsLinkOrThere(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// The entry of a folder whose name is the given one but for case; empty if there is none.
+// The entry of a folder whose name differs from the given one at most by case; empty if there is none.
 std::string EntryLike(const std::string& folder, std::string_view name) {
     const std::string folded = FoldedName(name);
     std::error_code failure;
@@ -41,7 +41,7 @@ std::string EntryLike(const std::string& folder, std::string_view name) {
     return "";
 }
 
-// /dev/fd, the folders of descriptors below /proc, and those that are each process's own.
+// /dev/fd, the folders of descriptors below /proc, and the folders that differ for each process.
 bool IsDescriptorFolder(std::string_view path) {
     return path == "/dev/fd" || path == "/proc/self" || path == "/proc/thread-self" ||
            (path.starts_with("/proc/") && path.ends_with("/fd"));
@@ -88,8 +88,8 @@ void HostFile::Find(std::string_view path) {
 }
 
 std::string HostFile::EndOfLinks(std::string path) {
-    constexpr int MOST_LINKS = 40;
-    for (int links = 0; links < MOST_LINKS; ++links) {
+    constexpr int mostLinks = 40;
+    for (int links = 0; links < mostLinks; ++links) {
         std::error_code failure;
         const fs::path folder = fs::weakly_canonical(FolderOf(path), failure);
         isDescriptor =

@@ -10,8 +10,8 @@
 
 namespace keyreap {
 
-// Which file it is, whatever it is called. Of one that isn't there yet: its folder and its name as Windows
-// compares it.
+// Identifies a file under any of its names. A file that doesn't exist yet is identified by its folder and its
+// name as Windows compares it.
 struct FileIdentity {
     dev_t device = 0;
     ino_t number = 0;
@@ -20,14 +20,14 @@ struct FileIdentity {
     friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 
-// The file that Windows finds under a path of this machine: the one of that very name, else one whose name
-// differs in case alone.
+// The file that Windows finds under a path of this machine: the file with exactly that name, or else one
+// whose name differs only by case.
 class HostFile {
 public:
-    // `path` is whole and has neither "." nor "..".
+    // `path` is absolute and has neither "." nor "..".
     explicit HostFile(std::string_view path);
 
-    // As this machine spells it, as far as it is there.
+    // The path as this machine spells it, as far as it exists.
     const std::string& Path() const { return found; }
     std::string Folder() const;
     std::string Name() const;
@@ -35,28 +35,28 @@ public:
     bool IsThere() const { return status.has_value(); }
     bool IsFolder() const { return status && S_ISDIR(status->st_mode); }
     bool IsOrdinary() const { return status && S_ISREG(status->st_mode); }
-    // Only of a file that is there.
+    // Only for a file that exists.
     const struct stat& Status() const { return *status; }
 
-    // Its folder is there.
+    // True if its folder exists.
     bool HasFolder() const { return missingFolder.empty(); }
-    // The first folder of the path that isn't there, or that is none.
+    // The first folder of the path that doesn't exist or isn't a folder.
     const std::string& MissingFolder() const { return missingFolder; }
 
-    // A part of the path, or its last one, is there under another spelling alone.
+    // True if a part of the path, or its last part, exists only under another spelling.
     bool IsRespelled() const { return isRespelled; }
     bool IsNameRespelled() const { return isNameRespelled; }
 
-    // The path leads through a descriptor of a process, such as /dev/stdout or /proc/self/fd/1, or through
-    // what else is another place for each process, such as /proc/self/cwd.
+    // True if the path leads through a descriptor of a process, such as /dev/stdout or /proc/self/fd/1, or
+    // through another place that differs for each process, such as /proc/self/cwd.
     bool IsDescriptor() const { return isDescriptor; }
 
-    // None if its folder isn't there.
+    // No result if its folder doesn't exist.
     std::optional<FileIdentity> Identity() const;
 
 private:
     void Find(std::string_view path);
-    // Also sees whether the way there leads through a descriptor.
+    // Also notices whether the way there leads through a descriptor.
     std::string EndOfLinks(std::string path);
 
     std::string found;
@@ -68,7 +68,8 @@ private:
     bool isDescriptor = false;
 };
 
-// When and by what a file was last written, as a word to be kept and compared later; "-" if it isn't there.
+// The time and origin of a file's last change, as a word to keep and compare later; "-" if the file doesn't
+// exist.
 std::string FileStamp(const std::string& path);
 
 } // namespace keyreap

@@ -2,12 +2,12 @@
 
 #include "pe/checkedview.h"
 #include "pe/imagetables.h"
+#include "platform/core/text/compare.h"
 #include "tools/capturecheck/hostfile.h"
 #include "tools/capturecheck/mappedfile.h"
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <iomanip>
@@ -35,7 +35,7 @@ constexpr std::size_t directories32 = 96;
 constexpr std::size_t directories64 = 112;
 constexpr std::size_t sectionHeaderSize = 40;
 
-// An image's headers; what they lead to may lie anywhere.
+// An image's headers; the addresses in them can be anything.
 class Headers {
 public:
     explicit Headers(std::span<const std::byte> bytes) : view(bytes) {
@@ -66,7 +66,8 @@ private:
         return view.Read<Integer>(place).value_or(0);
     }
 
-    // The place of a relative virtual address, by the raw data of the sections; null if none has it.
+    // The place of a relative virtual address, by the raw data of the sections; null if no section contains
+    // it.
     const std::byte* Resolve(std::uint32_t rva) const {
         const std::byte* section =
             start + optionalHeader + At<std::uint16_t>(start + optionalHeaderSizeField);
@@ -91,7 +92,7 @@ bool BeginWith(std::span<const std::byte> bytes, std::string_view magic) {
     return bytes.size() >= magic.size() && std::memcmp(bytes.data(), magic.data(), magic.size()) == 0;
 }
 
-// The ending decides that Windows' own command interpreter runs it.
+// Windows' own command interpreter runs a file with one of these endings.
 bool IsBatchFile(const std::string& name) {
     return NameEndsWith(name, ".bat") || NameEndsWith(name, ".cmd");
 }
@@ -102,7 +103,7 @@ InputKind KindOfOther(const HostFile& file, std::span<const std::byte> bytes) {
         BeginWith(bytes, "#!")) {
         return InputKind::unixProgram;
     }
-    // The host has a say in what else can be executed, and Wine asks it about all that is no image.
+    // Other files may be executable on the host, and Wine asks the host about everything that is no image.
     const bool mayRun = !BeginWith(bytes, "MZ") && access(file.Path().c_str(), X_OK) == 0;
     return mayRun && !IsBatchFile(file.Name()) ? InputKind::unixProgram : InputKind::other;
 }
@@ -110,13 +111,7 @@ InputKind KindOfOther(const HostFile& file, std::span<const std::byte> bytes) {
 } // namespace
 
 bool NameEndsWith(std::string_view name, std::string_view ending) {
-    if (name.size() < ending.size()) {
-        return false;
-    }
-    name.remove_prefix(name.size() - ending.size());
-    return std::equal(name.begin(), name.end(), ending.begin(), [](char left, char right) {
-        return (left >= 'A' && left <= 'Z' ? static_cast<char>(left - 'A' + 'a') : left) == right;
-    });
+    return FoldedBytes(std::string(name)).ends_with(ending);
 }
 
 bool InputFacts::Is64Bit() const {
@@ -130,7 +125,7 @@ bool InputFacts::IsForThisHost() const {
 InputFacts FactsOfBytes(std::span<const std::byte> bytes) {
     InputFacts facts;
     facts.kind = InputKind::other;
-    // A type library is longer than its magic.
+    // A type library is longer than its magic number.
     if (BeginWith(bytes, "MSFT") && bytes.size() > 4) {
         facts.kind = InputKind::typeLibrary;
     }
@@ -173,9 +168,9 @@ bool BeginsAsInput(const HostFile& file) {
 }
 
 std::string MachineName(std::uint16_t machine) {
-    constexpr std::array<std::pair<std::uint16_t, std::string_view>, 4> NAMES = {
+    constexpr std::array<std::pair<std::uint16_t, std::string_view>, 4> names = {
         {{machineItanium, "Itanium"}, {0x01C0, "ARM"}, {0x01C4, "ARM"}, {0xAA64, "ARM64"}}};
-    for (const auto& [number, name] : NAMES) {
+    for (const auto& [number, name] : names) {
         if (number == machine) {
             return std::string(name);
         }

@@ -12,30 +12,30 @@ class HostFile;
 
 enum class InputKind { missing, folder, special, unreadable, image, typeLibrary, unixProgram, other };
 
-// What an input's own bytes say, as far as it decides what a capture does with it. No code of it runs.
+// What an input's own bytes say, as far as a capture depends on it. No code of the input runs.
 struct InputFacts {
     InputKind kind = InputKind::missing;
-    // Of images only:
+    // Only for images:
     std::uint16_t machine = 0;
     bool isDll = false;
     bool exportsRegistration = false; // DllRegisterServer, by name
 
-    // The program captures it itself, ahead of all that its companion gets.
+    // True if the program captures it itself, before everything that goes to its companion.
     bool Is64Bit() const;
-    // This host runs code of its machine type.
+    // True if this host runs code of its machine type.
     bool IsForThisHost() const;
 };
 
-// With the kinds that only the file itself shows.
+// Includes the kinds that only the file system shows.
 InputFacts FactsOf(const HostFile& file);
 
-// What the bytes alone say; `other` if they are neither an image nor a type library.
+// The facts of the bytes alone; `other` if they are neither an image nor a type library.
 InputFacts FactsOfBytes(std::span<const std::byte> bytes);
 
-// The file begins as an image or a type library does: no .reg file of an earlier run.
+// True if the file begins like an image or a type library, so that it isn't a .reg file of an earlier run.
 bool BeginsAsInput(const HostFile& file);
 
-// True if a name ends so, in letters of either case; `ending` has small ones.
+// True if `name` ends with `ending`, in letters of either case; `ending` has lower case.
 bool NameEndsWith(std::string_view name, std::string_view ending);
 
 // The name of a machine type, such as ARM64.

@@ -8,7 +8,7 @@
 namespace keyreap {
 
 MappedFile::MappedFile(const std::string& path) {
-    // A pipe would wait for its other end.
+    // Without O_NONBLOCK, opening a pipe would wait for its other end.
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file == -1) {
         return;

@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// A file's bytes, to be read.
+// A file's bytes, for reading.
 class MappedFile {
 public:
     explicit MappedFile(const std::string& path);
@@ -15,7 +15,7 @@ public:
     MappedFile& operator=(const MappedFile&) = delete;
 
     bool IsOpen() const { return isOpen; }
-    // Empty if it could not be read.
+    // Empty if the file could not be read.
     std::span<const std::byte> Bytes() const { return bytes; }
 
 private:

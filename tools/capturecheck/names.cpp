@@ -8,10 +8,10 @@
 namespace keyreap {
 namespace {
 
-constexpr char32_t FIRST_OF_TWO_BYTES = 0x80;
-constexpr char32_t FIRST_OF_THREE_BYTES = 0x800;
-constexpr char32_t FIRST_OF_FOUR_BYTES = 0x10000;
-constexpr char32_t LAST_CODE_POINT = 0x10FFFF;
+constexpr char32_t firstOfTwoBytes = 0x80;
+constexpr char32_t firstOfThreeBytes = 0x800;
+constexpr char32_t firstOfFourBytes = 0x10000;
+constexpr char32_t lastCodePoint = 0x10FFFF;
 
 struct Sequence {
     std::size_t length;
@@ -19,19 +19,19 @@ struct Sequence {
     char32_t smallest;
 };
 
-// What the first byte says of the bytes of a code point; length 0 if it begins none.
+// The length and the first bits of a code point, by its first byte; length 0 if no code point begins so.
 Sequence SequenceOf(unsigned char first) {
     if (first < 0x80) {
         return {1, first, 0};
     }
     if ((first & 0xE0) == 0xC0) {
-        return {2, first & 0x1FU, FIRST_OF_TWO_BYTES};
+        return {2, first & 0x1FU, firstOfTwoBytes};
     }
     if ((first & 0xF0) == 0xE0) {
-        return {3, first & 0x0FU, FIRST_OF_THREE_BYTES};
+        return {3, first & 0x0FU, firstOfThreeBytes};
     }
     if ((first & 0xF8) == 0xF0) {
-        return {4, first & 0x07U, FIRST_OF_FOUR_BYTES};
+        return {4, first & 0x07U, firstOfFourBytes};
     }
     return {0, 0, 0};
 }
@@ -40,7 +40,8 @@ bool IsSurrogate(char32_t point) {
     return point >= 0xD800 && point <= 0xDFFF;
 }
 
-// Takes one code point from the front; none, and one byte taken, if the text doesn't begin with one.
+// Takes one code point from the front. If the text doesn't begin with one, takes one byte and returns
+// nothing.
 std::optional<char32_t> TakeCodePoint(std::string_view& bytes) {
     const auto byteAt = [&](std::size_t at) { return static_cast<unsigned char>(bytes[at]); };
     const Sequence sequence = SequenceOf(byteAt(0));
@@ -50,7 +51,7 @@ std::optional<char32_t> TakeCodePoint(std::string_view& bytes) {
         isSound = (byteAt(at) & 0xC0) == 0x80;
         point = point << 6 | (byteAt(at) & 0x3FU);
     }
-    isSound = isSound && point >= sequence.smallest && point <= LAST_CODE_POINT && !IsSurrogate(point);
+    isSound = isSound && point >= sequence.smallest && point <= lastCodePoint && !IsSurrogate(point);
     bytes.remove_prefix(isSound ? sequence.length : 1);
     return isSound ? std::optional(point) : std::nullopt;
 }
@@ -62,7 +63,7 @@ std::u32string Folded(std::u32string points) {
     return points;
 }
 
-// Each byte as if it were a code point, for what is no UTF-8.
+// Each byte as a code point, for text that isn't UTF-8.
 std::u32string BytesAsPoints(std::string_view bytes) {
     std::u32string points;
     for (const char byte : bytes) {
@@ -73,10 +74,10 @@ std::u32string BytesAsPoints(std::string_view bytes) {
 
 // Terminals act on these, or begin a new line.
 bool IsControl(char32_t point) {
-    constexpr char32_t LINE_SEPARATOR = 0x2028;
-    constexpr char32_t PARAGRAPH_SEPARATOR = 0x2029;
-    return point < ' ' || (point >= 0x7F && point < 0xA0) || point == LINE_SEPARATOR ||
-           point == PARAGRAPH_SEPARATOR;
+    constexpr char32_t lineSeparator = 0x2028;
+    constexpr char32_t paragraphSeparator = 0x2029;
+    return point < ' ' || (point >= 0x7F && point < 0xA0) || point == lineSeparator ||
+           point == paragraphSeparator;
 }
 
 } // namespace
@@ -98,7 +99,7 @@ std::string FoldedName(std::string_view name) {
     if (!points) {
         return std::string(name);
     }
-    // Four bytes a letter: nobody reads the result, and equal names give equal ones.
+    // Four bytes for each letter: nobody reads the result, and equal names give equal results.
     std::string folded;
     for (const char32_t point : Folded(*points)) {
         for (unsigned shift = 0; shift < 32; shift += 8) {
@@ -109,7 +110,7 @@ std::string FoldedName(std::string_view name) {
 }
 
 std::string PrintableName(std::string_view name) {
-    constexpr std::string_view DIGITS = "0123456789abcdef";
+    constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
     while (!name.empty()) {
         const std::string_view before = name;
@@ -121,7 +122,7 @@ std::string PrintableName(std::string_view name) {
         }
         for (const char byte : taken) {
             const auto value = static_cast<unsigned char>(byte);
-            text.append("\\x").append({DIGITS[value >> 4], DIGITS[value & 15]});
+            text.append("\\x").append({digits[value >> 4], digits[value & 15]});
         }
     }
     return text;
@@ -130,7 +131,8 @@ std::string PrintableName(std::string_view name) {
 std::size_t NameDistance(std::string_view left, std::string_view right) {
     const std::u32string a = Folded(CodePoints(left).value_or(BytesAsPoints(left)));
     const std::u32string b = Folded(CodePoints(right).value_or(BytesAsPoints(right)));
-    // Row i + 1 holds the distances of the first i letters of the left name; only the last three are needed.
+    // Row i + 1 contains the distances of the first i letters of the left name; only the last three rows are
+    // needed.
     std::array<std::vector<std::size_t>, 3> rows;
     rows.fill(std::vector<std::size_t>(b.size() + 1));
     for (std::size_t j = 0; j <= b.size(); ++j) {

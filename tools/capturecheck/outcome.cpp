@@ -11,16 +11,16 @@
 namespace keyreap {
 namespace {
 
-constexpr int COMMAND_FAILED = 125;
-constexpr int PAIR_FAILED = 255;
-constexpr std::string_view NATIVE = "native ";
-constexpr std::string_view COMPANION = "companion ";
+constexpr int commandFailed = 125;
+constexpr int pairFailed = 255;
+constexpr std::string_view nativeMark = "native ";
+constexpr std::string_view companionMark = "companion ";
 
 bool IsNative(std::string_view state) {
-    return state.starts_with(NATIVE);
+    return state.starts_with(nativeMark);
 }
 
-// Looks at the file anew each time.
+// Examines the file again each time.
 bool IsChangedSince(const PairFiles& pair, std::string_view state) {
     return pair.output.host && FileStamp(pair.output.host->Path()) != state.substr(state.find(' ') + 1);
 }
@@ -48,7 +48,7 @@ std::string Counted(std::size_t number, const std::string& word) {
     return std::to_string(number) + ' ' + word + (number == 1 ? "" : "s");
 }
 
-// What makes a captured file look as if it weren't; empty if nothing does.
+// Why a captured file looks as if it weren't captured; empty if nothing does.
 std::string FaultOf(const RegContents& contents, const PairFiles& pair, const std::string& mode) {
     const std::string name = PrintableName(pair.output.word);
     if (contents.fillers > 0) {
@@ -64,7 +64,7 @@ std::string FaultOf(const RegContents& contents, const PairFiles& pair, const st
     return "";
 }
 
-// The places of the pairs, in the order in which the program captures them.
+// The indices of the pairs, in the order in which the program captures them.
 template <typename IsNativeAt>
 std::vector<std::size_t> OrderOf(std::size_t count, IsNativeAt isNativeAt) {
     std::vector<std::size_t> order;
@@ -81,13 +81,12 @@ std::vector<std::size_t> OrderOf(std::size_t count, IsNativeAt isNativeAt) {
 } // namespace
 
 std::string StateBefore(const PairFiles& pair) {
-    return std::string(pair.facts.Is64Bit() ? NATIVE : COMPANION) +
+    return std::string(pair.facts.Is64Bit() ? nativeMark : companionMark) +
            (pair.output.host ? FileStamp(pair.output.host->Path()) : "-");
 }
 
-RunOutcome::RunOutcome(const CommandWords& commandWords, const std::vector<std::string>& states,
-                       int programStatus)
-    : words(commandWords), status(programStatus), endedWithZero(programStatus == 0) {
+RunOutcome::RunOutcome(const CommandWords& words, const std::vector<std::string>& states, int programStatus)
+    : words(words), status(programStatus), endedWithZero(programStatus == 0) {
     std::vector<PairFiles> files = FilesOf(words);
     for (std::size_t i = 0; i < files.size() && i < states.size(); ++i) {
         const bool isWritten = IsWrittenSince(files[i], states[i]);
@@ -110,8 +109,8 @@ void RunOutcome::FindFailedPair() {
     if (endedWithZero && failed == order.end()) {
         return;
     }
-    // The program leaves a file that it could not write to its end, and one on a drive of the run can't be
-    // looked at.
+    // The program stops writing a file at the failure, so the file isn't whole. A file on a drive of the run
+    // can't be examined.
     const auto mayHaveFailed = [this](std::size_t i) {
         const PairFiles& files = pairs[i].files;
         return pairs[i].isWritten ? !ContentsOf(*files.output.host).isWhole
@@ -127,8 +126,8 @@ void RunOutcome::FindFailedPair() {
         pairs[*at].result = at == failed ? PairResult::failed : PairResult::skipped;
     }
     if (failed != order.end()) {
-        failedName = PrintableName(words.pairs[*failed].input);
-        status = endedWithZero ? COMMAND_FAILED : status;
+        failedName = PrintableName(words.Pairs()[*failed].input);
+        status = endedWithZero ? commandFailed : status;
     }
 }
 
@@ -139,7 +138,7 @@ PairRemark RunOutcome::RemarkOnFailed(const PairOutcome& pair) const {
                       " was not written, although the program ended with 0: the server ended its process";
         return remark;
     }
-    if (status != PAIR_FAILED) {
+    if (status != pairFailed) {
         remark.isOpen = true;
         remark.text = "the run crashed or was ended, with status " + std::to_string(status);
         return remark;
@@ -158,7 +157,7 @@ void RunOutcome::RemarkOnCaptured(const PairOutcome& pair, std::vector<PairRemar
     if (!pair.isWritten) {
         return;
     }
-    std::string fault = FaultOf(ContentsOf(*pair.files.output.host), pair.files, words.mode);
+    std::string fault = FaultOf(ContentsOf(*pair.files.output.host), pair.files, words.Mode());
     if (!fault.empty()) {
         remarks.push_back({pair.files.input.word, std::move(fault), false, ""});
     }

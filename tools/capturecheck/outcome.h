@@ -9,11 +9,11 @@
 
 namespace keyreap {
 
-// What is known of a pair before the run, as one word: which of the two programs captures it, and the stamp
-// of its output.
+// The state of a pair before the run, as one word: which of the two programs captures it, and the stamp of
+// its output.
 std::string StateBefore(const PairFiles& pair);
 
-// What a run made of a pair.
+// The result of a run for a pair.
 enum class PairResult { captured, failed, skipped, unknown };
 
 // A pair after the run.
@@ -24,7 +24,7 @@ struct PairOutcome {
     PairResult result = PairResult::captured;
 };
 
-// Something to be said of a pair. `isOpen` says that only a look at the running system could say more than
+// A remark about a pair. `isOpen` means that only an examination of the running system could find more than
 // `text`.
 struct PairRemark {
     std::string name;
@@ -33,18 +33,18 @@ struct PairRemark {
     std::string windowsPath;
 };
 
-// A run of the program over the pairs of its command line, looked at when it has ended: which files it wrote,
-// and, since the program itself says nothing but a status, which pair that status is about.
+// A run of the program over the pairs of its command line, examined after its end. It shows which files the
+// run wrote and, since the program itself reports only a status, which pair that status is about.
 class RunOutcome {
 public:
-    // `states` has the words of StateBefore, pair by pair.
-    RunOutcome(const CommandWords& commandWords, const std::vector<std::string>& states, int programStatus);
+    // `states` contains the words of StateBefore, pair by pair.
+    RunOutcome(const CommandWords& words, const std::vector<std::string>& states, int programStatus);
 
-    // The program's, or 125 if it says 0 of a file that the run didn't write.
+    // The program's status, or 125 if it is 0 although the run didn't write a file.
     int Status() const { return status; }
     const std::vector<PairOutcome>& Pairs() const { return pairs; }
 
-    // What has to be said of the pairs whoever reads it, in the order of the command line.
+    // The remarks for every reader, in the order of the command line.
     std::vector<PairRemark> Remarks() const;
 
 private:
@@ -60,7 +60,8 @@ private:
     std::string failedName;
 };
 
-// How many of the pairs are written, and the input whose turn it is, or was last: of a run that goes on.
+// For a run in progress: the number of written pairs, and the input that is being captured, or was captured
+// last.
 struct Progress {
     std::size_t written = 0;
     std::string current;

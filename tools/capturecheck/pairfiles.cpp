@@ -10,7 +10,7 @@
 namespace keyreap {
 namespace {
 
-// As the caller's shell calls it, links and all, if that is right. Empty if it was removed.
+// As the caller's shell names it, with its links, if that is right. Empty if the folder was removed.
 std::string CurrentFolder() {
     char* name = get_current_dir_name();
     std::string folder = name != nullptr ? name : "";
@@ -22,28 +22,26 @@ bool HasWindowsPath(const std::string& folder) {
     return !folder.empty() && folder.find('\\') == std::string::npos;
 }
 
+NamedFile FileOf(const std::string& word, const std::string& currentFolder) {
+    NamedFile file;
+    file.word = word;
+    file.windowsPath = WindowsPath(word, currentFolder);
+    file.isLost = IsRelative(word) && !HasWindowsPath(currentFolder);
+    if (const std::optional<std::string> path = HostPath(file.windowsPath, currentFolder)) {
+        file.host.emplace(*path);
+    }
+    return file;
+}
+
 } // namespace
-
-NamedFile::NamedFile(std::string wordOfCaller, const std::string& currentFolder)
-    : word(std::move(wordOfCaller)), windowsPath(WindowsPath(word, currentFolder)),
-      isLost(IsRelative(word) && !HasWindowsPath(currentFolder)) {
-    if (const std::optional<std::string> path = HostPath(windowsPath, currentFolder)) {
-        host.emplace(*path);
-    }
-}
-
-PairFiles::PairFiles(const WordPair& pair, const std::string& currentFolder)
-    : input(pair.input, currentFolder), output(pair.output, currentFolder) {
-    if (input.host) {
-        facts = FactsOf(*input.host);
-    }
-}
 
 std::vector<PairFiles> FilesOf(const CommandWords& words) {
     const std::string folder = CurrentFolder();
     std::vector<PairFiles> files;
-    for (const WordPair& pair : words.pairs) {
-        files.emplace_back(pair, folder);
+    for (const WordPair& pair : words.Pairs()) {
+        NamedFile input = FileOf(pair.input, folder);
+        const InputFacts facts = input.host ? FactsOf(*input.host) : InputFacts();
+        files.push_back({std::move(input), FileOf(pair.output, folder), facts});
     }
     return files;
 }

@@ -43,7 +43,7 @@ std::string ImageReason(const InputFacts& facts) {
     return "";
 }
 
-// What keeps a file from being made under the path, whatever its folder allows; empty if nothing does.
+// Why no file can be made under the path, whatever its folder allows; empty if there is no reason.
 std::string PathReason(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0) {
@@ -54,19 +54,19 @@ std::string PathReason(const std::string& path) {
                                  : "";
 }
 
-// Of a path that leads to no file of this machine.
+// For a path that leads to no file of this machine.
 std::string DriveReason(const std::string& windowsPath) {
     const bool hasDrive = windowsPath.size() > 1 && windowsPath[1] == ':';
     const bool isShare = windowsPath.starts_with(R"(\\)") && !windowsPath.starts_with(R"(\\.\)") &&
                          !windowsPath.starts_with(R"(\\?\)");
-    constexpr std::string_view DRIVES = " in a run, only C: of its own and Z: for this machine";
+    constexpr std::string_view drivesOfRun = " in a run, only C: of its own and Z: for this machine";
     if (isShare) {
-        return std::string("there is no share").append(DRIVES);
+        return std::string("there is no share").append(drivesOfRun);
     }
     if (!hasDrive || windowsPath[0] == 'C' || windowsPath[0] == 'c') {
         return "";
     }
-    return std::string("there is no drive ").append(1, windowsPath[0]).append(":").append(DRIVES);
+    return std::string("there is no drive ").append(1, windowsPath[0]).append(":").append(drivesOfRun);
 }
 
 std::string InputReason(const PairFiles& pair) {
@@ -87,7 +87,7 @@ std::string InputReason(const PairFiles& pair) {
     case InputKind::image:
         return ImageReason(pair.facts);
     case InputKind::other:
-        // The system's command interpreter may have taken it.
+        // The system's command interpreter may have run it.
         return NameEndsWith(file.Name(), ".bat") || NameEndsWith(file.Name(), ".cmd")
                    ? ""
                    : "it is neither a PE image nor a type library";
@@ -139,7 +139,7 @@ std::string OutputReason(const NamedFile& output) {
     return "";
 }
 
-// As far as it lies in the input.
+// A general reason, as far as it is in the input.
 std::string GeneralInputReason(const PairFiles& pair) {
     if (!pair.input.host) {
         return "it is not on the run's own drive, or could not be registered";
@@ -175,7 +175,7 @@ std::string GeneralReason(const PairFiles& pair) {
 }
 
 std::string NearMiss(const std::string& folder, std::string_view name) {
-    // One letter in four, and no more than three.
+    // One letter in four, and at most three.
     const std::size_t limit = std::clamp<std::size_t>(name.size() / 4, 1, 3);
     std::string best;
     std::size_t bestDistance = limit + 1;

@@ -7,14 +7,14 @@
 
 namespace keyreap {
 
-// Why the capture of a pair fails, as far as its files show it without running anything: a piece of a
+// Why the capture of a pair fails, as far as its files show it without running anything: a part of a
 // sentence, or empty.
 std::string ReasonInFiles(const PairFiles& pair);
 
-// What can be said of a failed pair when nobody knows more.
+// The reason for a failed pair if no other reason is known.
 std::string GeneralReason(const PairFiles& pair);
 
-// The name in a folder that is most like the given one, if any is so like it that it may have been meant.
+// The name in a folder that is most like the given one; empty if none is similar enough to have been meant.
 std::string NearMiss(const std::string& folder, std::string_view name);
 
 } // namespace keyreap

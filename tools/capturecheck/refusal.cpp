@@ -10,7 +10,7 @@
 namespace keyreap {
 namespace {
 
-// What makes a file unfit as input and output alike; empty if nothing does.
+// Why a file is unfit both as input and as output; empty if there is no reason.
 std::string FaultOf(const NamedFile& file) {
     if (file.isLost) {
         return "is counted from the current folder, which was removed or has a backslash in its path";
@@ -25,7 +25,7 @@ std::string FaultOf(const NamedFile& file) {
     if (file.host->IsThere() && !file.host->IsOrdinary() && !file.host->IsFolder()) {
         return "is a device or a pipe and no file";
     }
-    // A Windows path may spell folders as it likes, a path of this machine may not.
+    // A Windows path may spell folders in any case, a path of this machine may not.
     if (file.host->IsRespelled() && !IsWindowsPath(file.word)) {
         return "isn't there, but Windows would take " + file.host->Path() + "; did you mean that?";
     }
@@ -55,7 +55,7 @@ std::string OutputFault(const NamedFile& output) {
 
 using Word = std::pair<std::string, FileIdentity>;
 
-// The files of all inputs, or of all outputs, as far as they can be known.
+// The files of all inputs, or of all outputs, as far as they can be identified.
 template <typename Member>
 std::vector<Word> IdentitiesOf(const std::vector<PairFiles>& pairs, Member member) {
     std::vector<Word> identities;
@@ -96,7 +96,7 @@ std::optional<Remark> SharedOutput(const std::vector<PairFiles>& pairs) {
     return std::nullopt;
 }
 
-// Outputs on no drive of this machine are compared as they are spelled, but for case.
+// Outputs on no drive of this machine are compared by their spelling, except for case.
 std::optional<Remark> RepeatedWord(const std::vector<PairFiles>& pairs) {
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
@@ -110,23 +110,24 @@ std::optional<Remark> RepeatedWord(const std::vector<PairFiles>& pairs) {
     return std::nullopt;
 }
 
-// What a path may take of a command line: quotes, a blank, and the prefix that the program gives a long one.
+// The characters of a path in a command line, with quotes, a blank, and the prefix that the program gives a
+// long path.
 std::size_t RoomFor(const std::string& windowsPath) {
-    constexpr std::size_t QUOTES_BLANK_AND_PREFIX = 7;
+    constexpr std::size_t quotesBlankAndPrefix = 7;
     const std::u32string points = CodePoints(windowsPath).value_or(std::u32string());
     const auto pairedUnits = std::ranges::count_if(points, [](char32_t point) { return point > 0xFFFF; });
-    return points.size() + static_cast<std::size_t>(pairedUnits) + QUOTES_BLANK_AND_PREFIX;
+    return points.size() + static_cast<std::size_t>(pairedUnits) + quotesBlankAndPrefix;
 }
 
-// All pairs go to the program in one command line, and those that it can't capture itself from there to its
-// companion. Wine ends a program with a longer line without a word.
+// All pairs go to the program in one command line, and from there the pairs that it can't capture itself go
+// to its companion. Wine ends a program with a longer line without a message.
 std::optional<Remark> CommandLineFault(const std::vector<PairFiles>& pairs) {
-    constexpr std::size_t LONGEST_LINE = 32766;
-    constexpr std::size_t PROGRAM_AND_MODE = 1024;
-    std::size_t length = PROGRAM_AND_MODE;
+    constexpr std::size_t longestLine = 32766;
+    constexpr std::size_t programAndMode = 1024;
+    std::size_t length = programAndMode;
     for (const PairFiles& pair : pairs) {
         length += RoomFor(pair.input.windowsPath) + RoomFor(pair.output.windowsPath);
-        if (length > LONGEST_LINE) {
+        if (length > longestLine) {
             return Remark{pair.input.word,
                           "does not fit into the command line with the files before it, since "
                           "Windows has 32767 characters for all; name fewer in one run"};
@@ -141,7 +142,7 @@ std::optional<Remark> RefusalOf(const std::vector<PairFiles>& pairs) {
     if (std::optional<Remark> fault = CommandLineFault(pairs)) {
         return fault;
     }
-    // Before the check of each output: "is an input" says more than "is a program".
+    // Comes before the check of each output, because "is an input" says more than "is a program".
     if (std::optional<Remark> shared = SharedOutput(pairs)) {
         return shared;
     }

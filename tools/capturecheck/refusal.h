@@ -8,9 +8,8 @@
 
 namespace keyreap {
 
-// The first reason not to begin: a word that Windows, or the host below it, would take for another file than
-// the one that it names, and an output whose writing would destroy what a pair needs. None if the run can
-// begin.
+// The first reason not to begin: a word that Windows, or the host below it, would take for another file, or
+// an output that would overwrite a file that a pair needs. No result if the run can begin.
 std::optional<Remark> RefusalOf(const std::vector<PairFiles>& pairs);
 
 } // namespace keyreap

@@ -1,33 +1,33 @@
 #include "tools/capturecheck/regcontents.h"
 
+#include "platform/core/text/compare.h"
+
 #include <algorithm>
 
 namespace keyreap {
 namespace {
 
-constexpr std::u16string_view HEADER = u"Windows Registry Editor Version 5.00\r\n";
-constexpr std::size_t FILLER_LENGTH = 10;
-constexpr char16_t FILLER_UNIT = 0x5555;
-constexpr std::u16string_view TEMPORARY_KEY = u"software\\velmoro\\tesselink\\temporary\\";
-constexpr std::u16string_view TEMPORARY_TEXT = u"software\\\\velmoro\\\\tesselink\\\\temporary\\\\";
+constexpr std::u16string_view fileHeader = u"Windows Registry Editor Version 5.00\r\n";
+constexpr std::size_t fillerLength = 10;
+constexpr char16_t fillerUnit = 0x5555;
+constexpr std::u16string_view temporaryKey = u"software\\velmoro\\tesselink\\temporary\\";
+constexpr std::u16string_view temporaryText = u"software\\\\velmoro\\\\tesselink\\\\temporary\\\\";
 
-char16_t SmallLetter(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit - u'A' + u'a') : unit;
-}
-
+// `part` has lower case.
 bool HoldsInAnyCase(std::u16string_view text, std::u16string_view part) {
-    const auto equal = [](char16_t left, char16_t right) { return SmallLetter(left) == right; };
+    const auto equal = [](char16_t left, char16_t right) {
+        return FoldLetter(static_cast<wchar_t>(left)) == static_cast<wchar_t>(right);
+    };
     return std::search(text.begin(), text.end(), part.begin(), part.end(), equal) != text.end();
 }
 
 bool IsFiller(std::u16string_view text) {
-    return text.size() == FILLER_LENGTH && text.find_first_not_of(FILLER_UNIT) == std::u16string_view::npos;
+    return text.size() == fillerLength && text.find_first_not_of(fillerUnit) == std::u16string_view::npos;
 }
 
-// The place of the quote that ends a quoted text, from its first character on; npos if it goes on in the next
-// line. A backslash that is all of a text stands unescaped.
+// The position of the quote that ends a quoted text, from its first character on; npos if the text continues
+// in the next line. A text that is a single backslash is not escaped.
 std::size_t EndOfQuoted(std::u16string_view text) {
-    constexpr auto NOWHERE = std::u16string_view::npos;
     if (text == u"\\\"") {
         return 1;
     }
@@ -38,18 +38,18 @@ std::size_t EndOfQuoted(std::u16string_view text) {
             return at;
         }
     }
-    return NOWHERE;
+    return std::u16string_view::npos;
 }
 
-// Where the value's data begins in a line that has one, after its name and the equals sign; 0 if the line has
-// none. A backslash or quote at the start of a name stands unescaped if it is the only one.
+// Where the value's data begins in a line that contains one, after its name and the equals sign; 0 if the
+// line contains none. A backslash or quote at the start of a name is not escaped if it is the only one.
 std::size_t DataOf(std::u16string_view line) {
     if (line.starts_with(u"@=")) {
         return 2;
     }
-    constexpr std::u16string_view BACKSLASH = u"\"\\\"=";
-    if (line.starts_with(BACKSLASH)) {
-        return BACKSLASH.size();
+    constexpr std::u16string_view backslashName = u"\"\\\"=";
+    if (line.starts_with(backslashName)) {
+        return backslashName.size();
     }
     if (line.starts_with(u"\"\"")) {
         const std::size_t end = line.find_first_of(u"\"\\", 2);
@@ -68,7 +68,6 @@ std::size_t DataOf(std::u16string_view line) {
     return 0;
 }
 
-// Takes the lines one by one.
 class Reader {
 public:
     void Take(std::u16string_view line) {
@@ -81,7 +80,7 @@ public:
         }
     }
 
-    RegContents contents;
+    const RegContents& Contents() const { return contents; }
 
 private:
     void TakeEntry(std::u16string_view line) {
@@ -110,6 +109,7 @@ private:
         contents.fillers += !isInText && IsFiller(text.substr(0, end)) ? 1 : 0;
     }
 
+    RegContents contents;
     std::u16string begun;
     bool isInText = false;
     bool isInBytes = false;
@@ -126,9 +126,9 @@ RegContents ContentsOfText(std::u16string_view text) {
         line.remove_suffix(line.ends_with(u'\r') ? 1 : 0);
         reader.Take(line);
     }
-    RegContents contents = reader.contents;
-    contents.namesTemporaryTree = HoldsInAnyCase(text, TEMPORARY_KEY) || HoldsInAnyCase(text, TEMPORARY_TEXT);
-    contents.isWhole = text.starts_with(HEADER) && text.ends_with(u"\r\n");
+    RegContents contents = reader.Contents();
+    contents.namesTemporaryTree = HoldsInAnyCase(text, temporaryKey) || HoldsInAnyCase(text, temporaryText);
+    contents.isWhole = text.starts_with(fileHeader) && text.ends_with(u"\r\n");
     return contents;
 }
 

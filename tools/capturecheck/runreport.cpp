@@ -8,7 +8,7 @@
 namespace keyreap {
 namespace {
 
-constexpr int PAIR_FAILED = 255;
+constexpr int pairFailed = 255;
 
 std::string Counted(std::size_t number, std::string_view word) {
     return std::to_string(number).append(" ").append(word).append(number == 1 ? "" : "s");
@@ -20,10 +20,10 @@ std::string StatusText(const CommandWords& words, int programStatus, int status)
                : status == 0             ? "captured"
                                          : "a file is missing";
     }
-    return programStatus == PAIR_FAILED ? "failed" : "crashed, or was ended; see docs/exit-status.md";
+    return programStatus == pairFailed ? "failed" : "crashed, or was ended; see docs/exit-status.md";
 }
 
-// What came of an output, if it was written.
+// The contents of an output, if it was written.
 void ReportOutput(const PairOutcome& pair, const RecordSink& print) {
     const NamedFile& output = pair.files.output;
     const std::string name = PrintableName(output.word) + ": ";

@@ -1,5 +1,6 @@
 #include "tools/capturecheck/windowspath.h"
 
+#include "platform/core/text/compare.h"
 #include "tools/capturecheck/names.h"
 
 #include <algorithm>
@@ -11,15 +12,16 @@ namespace keyreap {
 namespace {
 
 bool IsLetter(char sign) {
-    return (sign >= 'A' && sign <= 'Z') || (sign >= 'a' && sign <= 'z');
+    const wchar_t folded = FoldLetter(static_cast<unsigned char>(sign));
+    return folded >= L'a' && folded <= L'z';
 }
 
 bool HasDrive(std::string_view path) {
     return path.size() >= 2 && IsLetter(path[0]) && path[1] == ':';
 }
 
-// `..` means the folder above the real one here, but the one above the written one in Windows. So the part up
-// to the last `..` becomes the folder that it is here; the rest stays as written.
+// Here `..` means the folder above the real folder, in Windows the folder above the written one. So the part
+// up to the last `..` becomes the folder that it is here; the rest stays as written.
 std::string WithoutParents(std::string path) {
     path += '/';
     const std::size_t last = path.rfind("/../");
@@ -43,7 +45,7 @@ std::vector<std::string_view> PartsOf(std::string_view path, std::string_view se
     return parts;
 }
 
-// The prefixes after which a path means the same; the program itself takes one of the first kind away.
+// The prefixes after which a path means the same; the program itself removes one of the first kind.
 std::string_view WithoutDevicePrefix(std::string_view path) {
     while (path.starts_with(R"(\\?\)") || path.starts_with(R"(\\.\)")) {
         path.remove_prefix(4);
@@ -51,31 +53,23 @@ std::string_view WithoutDevicePrefix(std::string_view path) {
     return path;
 }
 
-std::string UpperCase(std::string_view text) {
-    std::string upper(text);
-    std::ranges::transform(upper, upper.begin(), [](char sign) {
-        return sign >= 'a' && sign <= 'z' ? static_cast<char>(sign - 'a' + 'A') : sign;
-    });
-    return upper;
-}
-
-// A device's name means the device in each folder, with any extension.
+// A device's name means the device in every folder and with any extension.
 bool NamesDevice(std::string_view name) {
-    constexpr std::array<std::string_view, 6> DEVICES = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
-    // Windows takes these raised digits for digits.
-    constexpr std::array<std::string_view, 3> RAISED_DIGITS = {"\u00B9", "\u00B2", "\u00B3"};
+    constexpr std::array<std::string_view, 6> devices = {"con", "prn", "aux", "nul", "conin$", "conout$"};
+    // Windows takes these superscript digits for digits.
+    constexpr std::array<std::string_view, 3> superscriptDigits = {"\u00B9", "\u00B2", "\u00B3"};
     std::string_view stem = name.substr(0, name.find_first_of(".:"));
     stem = stem.substr(0, stem.find_last_not_of(' ') + 1);
-    const std::string upper = UpperCase(stem);
-    if (std::ranges::find(DEVICES, upper) != DEVICES.end()) {
+    const std::string folded = FoldedBytes(std::string(stem));
+    if (std::ranges::find(devices, folded) != devices.end()) {
         return true;
     }
-    if (!upper.starts_with("COM") && !upper.starts_with("LPT")) {
+    if (!folded.starts_with("com") && !folded.starts_with("lpt")) {
         return false;
     }
-    const std::string digit = upper.substr(3);
+    const std::string digit = folded.substr(3);
     return (digit.size() == 1 && digit[0] >= '1' && digit[0] <= '9') ||
-           std::ranges::find(RAISED_DIGITS, digit) != RAISED_DIGITS.end();
+           std::ranges::find(superscriptDigits, digit) != superscriptDigits.end();
 }
 
 bool IsForbidden(char sign) {
@@ -118,7 +112,7 @@ std::string WindowsPath(std::string_view word, std::string_view currentFolder) {
     if (word.empty() || IsWindowsPath(word)) {
         return std::string(word);
     }
-    // Windows has no file name with a backslash in it, so one can only be meant as a separator.
+    // No Windows file name contains a backslash, so it can only be meant as a separator.
     std::string path(word);
     std::ranges::replace(path, '\\', '/');
     if (!path.starts_with('/')) {

@@ -10,19 +10,19 @@ namespace keyreap {
 // True for a word that begins with a drive letter and a colon, or with two backslashes.
 bool IsWindowsPath(std::string_view word);
 
-// True for a word that is counted from the current folder.
+// True for a word that is relative to the current folder.
 bool IsRelative(std::string_view word);
 
-// The Windows path of the file that a word names. A Windows path and an empty word stay as they are; anything
-// else is a path of this machine, counted from `currentFolder`, in which a backslash separates too.
+// The Windows path of the file that a word names. A Windows path and an empty word stay as they are. Every
+// other word is a path of this machine, relative to `currentFolder`, in which a backslash is a separator too.
 std::string WindowsPath(std::string_view word, std::string_view currentFolder);
 
-// The path of this machine that a Windows path leads to, without "." and ".."; none if it lies on no drive of
-// this machine: drive C: is the run's own.
+// The path of this machine that a Windows path leads to, without "." and "..". No result if it is on no drive
+// of this machine: drive C: is the run's own.
 std::optional<std::string> HostPath(std::string_view windowsPath, std::string_view currentFolder);
 
-// What Windows would make of a name in the path, if that isn't the file of that name: a piece of a sentence,
-// or empty.
+// What Windows would do with a name in the path that isn't the name of that file: a part of a sentence, or
+// empty.
 std::string NameFault(std::string_view windowsPath);
 
 } // namespace keyreap

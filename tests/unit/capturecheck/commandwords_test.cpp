@@ -24,22 +24,22 @@ std::vector<std::string> RemarkedNames(std::vector<std::string> words) {
 
 TEST(CommandWordsTest, FormPairsAfterTheVerb) {
     const CommandWords words = WordsOf({"extreg", "a", "b", "c", "d"});
-    ASSERT_EQ(words.pairs.size(), 2u);
-    EXPECT_EQ(words.pairs[1].input, "c");
-    EXPECT_EQ(words.pairs[1].output, "d");
-    EXPECT_EQ(words.mode, "both");
+    ASSERT_EQ(words.Pairs().size(), 2u);
+    EXPECT_EQ(words.Pairs()[1].input, "c");
+    EXPECT_EQ(words.Pairs()[1].output, "d");
+    EXPECT_EQ(words.Mode(), "both");
     EXPECT_FALSE(WordsOf({"Extreg", "a", "b"}).CapturesAnything());
     EXPECT_FALSE(WordsOf({"extreg", "trace"}).CapturesAnything());
     EXPECT_FALSE(WordsOf({}).CapturesAnything());
 }
 
 TEST(CommandWordsTest, EndWithTheModeIfTheirNumberIsOdd) {
-    EXPECT_EQ(WordsOf({"extreg", "a", "b", "KEYREDIR"}).mode, "keyRedir");
-    EXPECT_EQ(WordsOf({"extreg", "a", "b", "trace"}).mode, "trace");
-    EXPECT_EQ(WordsOf({"extreg", "a", "b", "else"}).mode, "both");
+    EXPECT_EQ(WordsOf({"extreg", "a", "b", "KEYREDIR"}).Mode(), "keyRedir");
+    EXPECT_EQ(WordsOf({"extreg", "a", "b", "trace"}).Mode(), "trace");
+    EXPECT_EQ(WordsOf({"extreg", "a", "b", "else"}).Mode(), "both");
 }
 
-TEST(RemarksTest, AreNoneForWhatIsMeantSo) {
+TEST(RemarksTest, AreEmptyForWordsThatAreMeantSo) {
     EXPECT_THAT(RemarkedNames({"extreg", "a.dll", "a.reg", "trace"}), IsEmpty());
     EXPECT_THAT(RemarkedNames({"extreg", "a.dll", "a.reg"}), IsEmpty());
 }

@@ -10,7 +10,7 @@ using testsupport::BuiltImage;
 using testsupport::ImageBits;
 using testsupport::ImageBuilder;
 
-constexpr std::ptrdiff_t CHARACTERISTICS = 22;
+constexpr std::ptrdiff_t characteristicsField = 22;
 
 InputFacts FactsOfText(std::string_view bytes) {
     return FactsOfBytes(std::as_bytes(std::span(bytes)));
@@ -37,11 +37,11 @@ TEST(InputFactsTest, TakeOnlyTheExactNameForTheExport) {
     EXPECT_FALSE(FactsOfText(ImageBuilder().Build().bytes).exportsRegistration);
 }
 
-TEST(InputFactsTest, TellLibrariesFromPrograms) {
+TEST(InputFactsTest, DistinguishLibrariesFromPrograms) {
     BuiltImage image = ImageBuilder().Build();
-    image.Set<std::uint16_t>("nt", CHARACTERISTICS, 0x2002);
+    image.Set<std::uint16_t>("nt", characteristicsField, 0x2002);
     EXPECT_TRUE(FactsOfText(image.bytes).isDll);
-    image.Set<std::uint16_t>("nt", CHARACTERISTICS, 0x0002);
+    image.Set<std::uint16_t>("nt", characteristicsField, 0x0002);
     EXPECT_FALSE(FactsOfText(image.bytes).isDll);
 }
 

@@ -33,7 +33,7 @@ TEST(FoldedNameTest, LeavesOtherBytesAlone) {
 TEST(PrintableNameTest, ShowsWhatALineCannotHold) {
     EXPECT_EQ(PrintableName("a \u00E9.dll"), "a \u00E9.dll");
     EXPECT_EQ(PrintableName("a\nb\x7F\xFF"), "a\\x0ab\\x7f\\xff");
-    // Of these the first begins a terminal's command, and the others a line.
+    // The first of these begins a terminal's command, the others begin a line.
     EXPECT_EQ(PrintableName("\u009B2J\u0085\u2028"), "\\xc2\\x9b2J\\xc2\\x85\\xe2\\x80\\xa8");
 }
 

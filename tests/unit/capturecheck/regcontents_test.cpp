@@ -7,11 +7,11 @@
 namespace keyreap {
 namespace {
 
-const std::u16string HEADER = u"Windows Registry Editor Version 5.00\r\n";
-const std::u16string FILLER(10, u'\x5555');
+const std::u16string header = u"Windows Registry Editor Version 5.00\r\n";
+const std::u16string filler(10, u'\x5555');
 
 RegContents ContentsOf(const std::u16string& entries) {
-    return ContentsOfText(HEADER + u"\r\n[K]\r\n" + entries);
+    return ContentsOfText(header + u"\r\n[K]\r\n" + entries);
 }
 
 TEST(RegContentsTest, CountsKeysAndValues) {
@@ -35,10 +35,10 @@ TEST(RegContentsTest, CountsOddEntriesAsOne) {
 }
 
 TEST(RegContentsTest, KnowsFillersByTheirWholeText) {
-    EXPECT_EQ(ContentsOf(u"\"a\"=\"" + FILLER + u"\"\r\n@=\"" + FILLER + u"\"\r\n").fillers, 2u);
-    EXPECT_EQ(ContentsOf(u"\"a\"=\"" + FILLER + u"x\"\r\n").fillers, 0u);
-    EXPECT_EQ(ContentsOf(u"\"" + FILLER + u"\"=\"x\"\r\n").fillers, 0u);
-    EXPECT_EQ(ContentsOf(u"\"a\"=\"b\r\n" + FILLER + u"\"\r\n").fillers, 0u);
+    EXPECT_EQ(ContentsOf(u"\"a\"=\"" + filler + u"\"\r\n@=\"" + filler + u"\"\r\n").fillers, 2u);
+    EXPECT_EQ(ContentsOf(u"\"a\"=\"" + filler + u"x\"\r\n").fillers, 0u);
+    EXPECT_EQ(ContentsOf(u"\"" + filler + u"\"=\"x\"\r\n").fillers, 0u);
+    EXPECT_EQ(ContentsOf(u"\"a\"=\"b\r\n" + filler + u"\"\r\n").fillers, 0u);
 }
 
 TEST(RegContentsTest, FindsTheTemporaryTreeInKeysAndTexts) {
@@ -51,15 +51,15 @@ TEST(RegContentsTest, FindsTheTemporaryTreeInKeysAndTexts) {
 }
 
 TEST(RegContentsTest, IsWholeFromTheHeaderToTheEndOfALine) {
-    EXPECT_TRUE(ContentsOfText(HEADER).isWhole);
-    EXPECT_FALSE(ContentsOfText(HEADER + u"\r\n[K").isWhole);
+    EXPECT_TRUE(ContentsOfText(header).isWhole);
+    EXPECT_FALSE(ContentsOfText(header + u"\r\n[K").isWhole);
     EXPECT_FALSE(ContentsOfText(u"[K]\r\n").isWhole);
     EXPECT_FALSE(ContentsOfText(u"").isWhole);
 }
 
 TEST(RegContentsTest, ReadsLittleEndianBytesAfterTheMark) {
     std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : HEADER) {
+    for (const char16_t unit : header) {
         bytes.append({static_cast<char>(unit), '\0'});
     }
     EXPECT_TRUE(ContentsOfBytes(std::as_bytes(std::span(bytes))).isWhole);

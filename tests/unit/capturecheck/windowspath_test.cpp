@@ -5,19 +5,19 @@
 namespace keyreap {
 namespace {
 
-constexpr const char* HERE = "/made/up";
+constexpr const char* here = "/made/up";
 
 TEST(WindowsPathTest, IsOnDriveZForPathsOfThisMachine) {
-    EXPECT_EQ(WindowsPath("a b.dll", HERE), R"(Z:\made\up\a b.dll)");
-    EXPECT_EQ(WindowsPath("/x//y/", HERE), R"(Z:\x\y)");
-    EXPECT_EQ(WindowsPath("sub\\x.dll", HERE), R"(Z:\made\up\sub\x.dll)");
-    EXPECT_EQ(WindowsPath("/", HERE), R"(Z:\)");
-    EXPECT_EQ(WindowsPath("../x", HERE), R"(Z:\made\x)");
+    EXPECT_EQ(WindowsPath("a b.dll", here), R"(Z:\made\up\a b.dll)");
+    EXPECT_EQ(WindowsPath("/x//y/", here), R"(Z:\x\y)");
+    EXPECT_EQ(WindowsPath("sub\\x.dll", here), R"(Z:\made\up\sub\x.dll)");
+    EXPECT_EQ(WindowsPath("/", here), R"(Z:\)");
+    EXPECT_EQ(WindowsPath("../x", here), R"(Z:\made\x)");
 }
 
 TEST(WindowsPathTest, StaysWhatItIs) {
     for (const char* word : {"", R"(C:\x)", "z:x", R"(\\server\share\x)", R"(\\?\Z:\x)"}) {
-        EXPECT_EQ(WindowsPath(word, HERE), word);
+        EXPECT_EQ(WindowsPath(word, here), word);
     }
 }
 
@@ -33,21 +33,21 @@ TEST(IsRelativeTest, IsTrueForWordsCountedFromTheCurrentFolder) {
 TEST(HostPathTest, IsTheSameForAllSpellings) {
     for (const char* word :
          {R"(Z:\a\b)", "z:/a/b", R"(\\?\Z:\a\b)", R"(\\.\z:\a\.\x\..\b\)", R"(Z:\\a\\b)"}) {
-        EXPECT_EQ(HostPath(word, HERE), "/a/b") << word;
+        EXPECT_EQ(HostPath(word, here), "/a/b") << word;
     }
-    EXPECT_EQ(HostPath("Z:b", HERE), "/made/up/b");
-    // The program drops the prefix, and counts what is left from the current folder.
-    EXPECT_EQ(HostPath(R"(\\?\unix\a)", HERE), "/made/up/unix/a");
-    EXPECT_EQ(HostPath(R"(Z:\)", HERE), "/");
+    EXPECT_EQ(HostPath("Z:b", here), "/made/up/b");
+    // The program drops the prefix, and the rest is relative to the current folder.
+    EXPECT_EQ(HostPath(R"(\\?\unix\a)", here), "/made/up/unix/a");
+    EXPECT_EQ(HostPath(R"(Z:\)", here), "/");
 }
 
-TEST(HostPathTest, IsNoneOnOtherDrivesAndShares) {
+TEST(HostPathTest, IsEmptyOnOtherDrivesAndShares) {
     for (const char* word : {R"(C:\a)", R"(d:a)", R"(\\server\share\a)", ""}) {
-        EXPECT_EQ(HostPath(word, HERE), std::nullopt) << word;
+        EXPECT_EQ(HostPath(word, here), std::nullopt) << word;
     }
 }
 
-TEST(NameFaultTest, IsNoneForOrdinaryNames) {
+TEST(NameFaultTest, IsEmptyForOrdinaryNames) {
     for (const char* word : {R"(Z:\a.b\c d\.e.reg)", R"(C:\x)", R"(\\?\Z:\x)", R"(Z:\auxiliary\nullify.reg)",
                              R"(Z:\aux\x)", R"(Z:\com10)", R"(Z:\com)", R"(Z:\a \x)", "", R"(Z:\a\..\x)"}) {
         EXPECT_EQ(NameFault(word), "") << word;
@@ -69,7 +69,7 @@ TEST(NameFaultTest, IsAnEndThatWindowsLeavesOut) {
 }
 
 TEST(NameFaultTest, IsADevicePrefixWithoutADrive) {
-    // The host below Windows would take the second one for a path of this machine.
+    // The host below Windows would take the second path for a path of this machine.
     for (const char* word : {R"(\\?\unix\a)", R"(\\.\unix\a)", R"(\\.\GLOBALROOT\a)", R"(\\?\\\.\unix\a)"}) {
         EXPECT_NE(NameFault(word).find("drive"), std::string::npos) << word;
     }
