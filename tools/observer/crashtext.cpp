@@ -1,3 +1,4 @@
+#include "platform/core/text/compare.h"
 #include "tools/observer/debuglines.h"
 #include "tools/observer/exceptionwords.h"
 
@@ -15,12 +16,6 @@ std::string FileName(const std::string& path) {
     return path.substr(path.rfind('\\') + 1);
 }
 
-std::string Lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return text;
-}
-
 // Libraries of a compiler's run time only pass a failure on.
 bool IsRunTime(const std::string& name) {
     constexpr std::array starts = {"libgcc_s", "libstdc++", "libc++", "libunwind", "vcruntime", "msvcp"};
@@ -28,21 +23,21 @@ bool IsRunTime(const std::string& name) {
                        [&name](const char* start) { return name.starts_with(start); });
 }
 
-// The modules of the system that raise exceptions for others.
+// The modules of the system that raise exceptions for other modules.
 bool IsRaising(const std::string& name) {
     return name == "kernelbase.dll" || name == "ntdll.dll";
 }
 
 // The program that captures is a native module too, and is on every stack.
 bool IsServers(const LoadedModule& module) {
-    const std::string name = Lowered(FileName(module.path));
+    const std::string name = FoldedBytes(FileName(module.path));
     return module.isNative && name != "keyreap.exe" && !IsRunTime(name);
 }
 
 class CrashedProcess {
 public:
-    CrashedProcess(const DebugLines& lines, const Crash& processCrash, const SizeOfModule& sizeOfModule)
-        : crash(processCrash), modules(lines.ModulesOf(processCrash.process)), sizeOf(sizeOfModule) {}
+    CrashedProcess(const DebugLines& lines, const Crash& crash, const SizeOfModule& sizeOf)
+        : crash(crash), modules(lines.ModulesOf(crash.process)), sizeOf(sizeOf) {}
 
     std::string Text() const {
         return crash.code == 0 ? "abort (status 3)" + AfterLoading() : ExceptionWords(crash.code) + Place();
@@ -56,14 +51,14 @@ private:
         }
         const std::string name = FileName(module->path);
         const LoadedModule* caller = module->isNative ? nullptr : FirstOfServer();
-        if (!IsFault(crash.code) && IsRaising(Lowered(name))) {
-            // What is raised by a call to the system lies in whoever calls.
+        if (!IsFault(crash.code) && IsRaising(FoldedBytes(name))) {
+            // An exception that a call to the system raises belongs to the caller.
             return caller ? " in " + FileName(caller->path) : AfterLoading();
         }
         return " in " + name + (caller ? ", called by " + FileName(caller->path) : std::string());
     }
 
-    // Where the place says nothing, what was loaded last is the server as a rule.
+    // If the place says nothing, the module that was loaded last is usually the server.
     std::string AfterLoading() const {
         const auto last = std::find_if(modules.rbegin(), modules.rend(), IsServers);
         return last == modules.rend() ? std::string() : ", after " + FileName(last->path) + " was loaded";
@@ -79,7 +74,7 @@ private:
         return nullptr;
     }
 
-    // The module loaded last, of those that reach over the address.
+    // Of the modules that contain the address, the one that was loaded last.
     const LoadedModule* ModuleAt(std::uint64_t address) const {
         const auto found = std::find_if(modules.rbegin(), modules.rend(), [&](const LoadedModule& module) {
             return address >= module.base && address - module.base < Size(module);
@@ -96,7 +91,7 @@ private:
     const SizeOfModule& sizeOf;
 };
 
-// Seen from Linux a status has 8 bits, and is 1 where they would all be 0.
+// On Linux a status has 8 bits, and is 1 if all of them would be 0.
 bool Explains(const Crash& crash, int status) {
     const int low = static_cast<int>(crash.code % byteOfStatus);
     return crash.code == 0 ? status == abortStatus : status == (low != 0 ? low : 1);

@@ -39,8 +39,8 @@ void AppendUtf8(std::string& text, std::uint32_t unit) {
     }
 }
 
-// The first text in the line that is written as L"...". Wine escapes a backslash by another one, and what
-// isn't ASCII by the four digits of each UTF-16 unit.
+// The first text in the line in the form L"...". Wine writes a backslash as two, and other characters than
+// ASCII as the four digits of each UTF-16 unit.
 std::string QuotedText(std::string_view line) {
     std::string text;
     std::uint32_t high = 0;
@@ -69,7 +69,7 @@ std::string QuotedText(std::string_view line) {
     return text;
 }
 
-// Up to the next colon, which goes with it.
+// The text up to the next colon, which is removed with it.
 std::string_view NextField(std::string_view& line) {
     const std::size_t colon = line.find(':');
     const std::string_view field = line.substr(0, colon);
@@ -141,7 +141,7 @@ void DebugLines::TakeModuleRange(const std::string& process, std::string_view te
     if (known != list.rend()) {
         known->size = size;
     } else {
-        // What is there before the first module is loaded has no line of its own.
+        // A module from before the first loading has no line of its own.
         list.insert(list.begin(), {QuotedText(text), base, size, false, false});
     }
 }

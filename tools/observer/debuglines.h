@@ -9,16 +9,16 @@
 
 namespace keyreap {
 
-// The channels of Wine's debug output that are followed, as WINEDEBUG has them. All are quiet in a run
-// without an exception, but for a line for each module that is loaded.
+// The channels of Wine's debug output that are read, in the form of WINEDEBUG. In a run without an exception
+// they write only a line for each module that is loaded.
 inline constexpr const char* observedChannels = "-all,+pid,+seh,+loaddll,+dbghelp";
 
 // A module as Wine reports its loading.
 struct LoadedModule {
     std::string path; // with backslashes, in UTF-8
     std::uint64_t base = 0;
-    std::uint64_t size = 0; // 0 if it isn't known
-    bool isNative = false;  // a file that is no part of Wine
+    std::uint64_t size = 0; // 0 if unknown
+    bool isNative = false;  // the file is no part of Wine
     bool is32Bit = false;
 };
 
@@ -29,12 +29,12 @@ struct Crash {
     std::vector<std::uint64_t> frames;
 };
 
-// Follows the lines of debug output of all processes of a session. What is taken for a crash is an exception
-// for which the program's filter has begun its stack trace, one that Wine reports as unhandled, or a run
-// time's abort: any other exception may still be caught.
+// Follows the lines of debug output of all processes of a session. An exception counts as a crash if the
+// program's filter has begun its stack trace or Wine reports it as unhandled, and so does a run time's abort:
+// any other exception may still be caught.
 class DebugLines {
 public:
-    // A line without its line end, from its process id on.
+    // Takes a line without its line end, from its process id on.
     void Take(std::string_view line);
 
     const std::vector<Crash>& Crashes() const { return crashes; }
@@ -47,7 +47,7 @@ private:
         Crash raised;             // the last exception that was dispatched
         bool isPresented = false; // its stack trace has begun
         bool hasRaised = false;
-        std::size_t crash = 0; // its place in `crashes`, if it is presented
+        std::size_t crash = 0; // its index in `crashes`, if it is presented
     };
 
     void TakeExceptionLine(const std::string& process, Thread& thread, std::string_view text);
@@ -60,11 +60,11 @@ private:
     std::vector<Crash> crashes;
 };
 
-// The size of a module whose size isn't known from its lines, or 0.
+// The size of a module whose lines don't contain it, or 0.
 using SizeOfModule = std::function<std::uint64_t(const LoadedModule& module)>;
 
-// The crash that the status of the session's command (the low 8 bits of a process's) goes back to, in words:
-// what, and in which module. Empty if there was none.
+// The crash that explains the status of the session's command (the low 8 bits of a process's status), in
+// words: what happened, and in which module. Empty if there was none.
 std::string CrashText(const DebugLines& lines, int status, const SizeOfModule& sizeOf);
 
 } // namespace keyreap

@@ -1,5 +1,7 @@
 #include "tools/observer/modulesize.h"
 
+#include "platform/core/text/compare.h"
+
 #include <algorithm>
 #include <fstream>
 #include <string_view>
@@ -24,13 +26,7 @@ std::uint64_t SizeIn(const std::string& path) {
     return headers != 0 ? NumberAt(file, headers + imageSizeField) : 0;
 }
 
-std::string Lowered(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return text;
-}
-
-// A 32-bit process names the folder of its modules as the other one is named.
+// A 32-bit process reports its modules under the name of the 64-bit folder.
 std::string ForBitness(std::string path, bool is32Bit) {
     constexpr std::string_view system = "c:/windows/system32/";
     if (is32Bit && path.starts_with(system)) {
@@ -48,8 +44,8 @@ std::uint64_t SizeInFile(const std::string& prefix, const LoadedModule& module) 
     std::string path = module.path;
     std::replace(path.begin(), path.end(), '\\', '/');
     const std::string drives = prefix + "/dosdevices/";
-    const std::string lowered = Lowered(path);
-    // Wine's own modules are named in any case, and lie there in lower case.
+    const std::string lowered = FoldedBytes(path);
+    // Wine's own modules are reported in any case; their files have lower case.
     if (const std::uint64_t size = SizeIn(drives + ForBitness(lowered, module.is32Bit)); size != 0) {
         return size;
     }

@@ -7,8 +7,7 @@
 
 namespace keyreap {
 
-// SizeOfImage in the headers of a module's file, which is looked for in the prefix; 0 if it can't be read
-// there.
+// SizeOfImage in the headers of a module's file, which is searched in the prefix; 0 if it can't be read.
 std::uint64_t SizeInFile(const std::string& prefix, const LoadedModule& module);
 
 } // namespace keyreap

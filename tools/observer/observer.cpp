@@ -1,7 +1,6 @@
-// observer LOG COMMAND...: runs a command of a Wine session and gives its status. What the command writes to
-// its standard error goes on to this program's own, but for Wine's debug output about exceptions and modules,
-// which is read. If the command's status goes back to a crash, LOG gets one line that says what it was; else
-// it gets none.
+// observer LOG COMMAND...: runs a command of a Wine session and ends with its status. The command's standard
+// error goes to this program's own, without Wine's debug output about exceptions and modules, which is read.
+// If a crash explains the command's status, LOG gets one line that says what it was; otherwise LOG is empty.
 #include "tools/observer/debuglines.h"
 #include "tools/observer/modulesize.h"
 #include "tools/observer/splitter.h"
@@ -49,8 +48,8 @@ void WriteAll(std::string_view bytes) {
     _exit(errno == ENOENT ? notFound : notStarted);
 }
 
-// Reads until the command has ended and all is read that was written by then: what the command started may
-// hold the stream open for longer.
+// Reads until the command has ended and everything that was written by then is read: processes that the
+// command started may hold the stream open for longer.
 class ErrorStream {
 public:
     ErrorStream(int readEnd, keyreap::DebugLines& lines)
@@ -75,13 +74,13 @@ private:
     bool ReadPiece() {
         const ssize_t length = ends[0].fd < 0 ? 0 : read(ends[0].fd, piece.data(), piece.size());
         if (length == 0) {
-            ends[0].fd = -1; // nobody has the other end any more
+            ends[0].fd = -1; // the other end is closed
         }
         if (length <= 0) {
             return length < 0 && errno == EINTR;
         }
         const auto size = static_cast<std::size_t>(length);
-        // Wine's lines come whole, so that only a read of all that fits may have cut one.
+        // Wine writes whole lines, so only a read that fills the buffer may have cut one.
         WriteAll(splitter.Split({piece.data(), size}, size == piece.size()));
         return true;
     }

@@ -15,7 +15,7 @@ bool IsHexDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
 }
 
-// The start of the id whose last digit is in front of `end`; `end` itself if there is no digit.
+// The start of the id whose last digit is before `end`; `end` itself if there is no digit.
 std::size_t StartOfId(std::string_view text, std::size_t end) {
     while (end > 0 && IsHexDigit(text[end - 1])) {
         --end;
@@ -36,7 +36,7 @@ bool HasChannelAt(std::string_view text, std::size_t at) {
     return false;
 }
 
-// The first place of "PROCESS:THREAD:KIND:CHANNEL:", or npos. The ids have four digits each.
+// The first position of "PROCESS:THREAD:KIND:CHANNEL:", or npos. The ids have four digits each.
 std::size_t FindMark(std::string_view text) {
     constexpr std::size_t digits = 4;
     for (std::size_t colon = text.find(':'); colon != std::string_view::npos;
@@ -46,7 +46,7 @@ std::size_t FindMark(std::string_view text) {
             !HasChannelAt(text, colon + 1)) {
             continue;
         }
-        // The digits in front of those may be a program's own: a session has too few processes for longer
+        // Digits before the process id may be a program's own: a session has too few processes for longer
         // ids.
         if (thread - 1 - StartOfId(text, thread - 1) >= digits) {
             return thread - 1 - digits;

@@ -102,19 +102,19 @@ TEST_F(CrashTextTest, TakesTheModuleThatWasLoadedLastAtAPlace) {
     EXPECT_EQ(Text(), "access violation (0xC0000005) in second.dll");
 }
 
-TEST_F(CrashTextTest, ExceptionThatIsNotPresentedIsNone) {
+TEST_F(CrashTextTest, ExceptionThatIsNotPresentedIsNoCrash) {
     Raise("c0000005", "00000002CA9D1401");
     EXPECT_EQ(Text(), "");
 }
 
-TEST_F(CrashTextTest, PresentationWithoutAnExceptionIsNone) {
+TEST_F(CrashTextTest, PresentationWithoutAnExceptionIsNoCrash) {
     Present({});
     lines.Take("0020:0024:trace:seh:dispatch_exception code=c0000005 flags=0 addr=00000002CA9D1401 ip=0");
     EXPECT_EQ(Text(), "");
     EXPECT_EQ(Text(3), "");
 }
 
-TEST_F(CrashTextTest, CrashThatTheStatusDoesNotGoBackToIsNone) {
+TEST_F(CrashTextTest, CrashThatDoesNotExplainTheStatusIsIgnored) {
     Raise("c0000005", "00000002CA9D1401");
     Present({"2ca9d1401"});
     EXPECT_EQ(Text(0), "");
@@ -129,7 +129,7 @@ TEST_F(CrashTextTest, CodeWithoutLowBitsGivesTheStatusOne) {
     EXPECT_EQ(Text(0), "");
 }
 
-TEST_F(CrashTextTest, LastCrashCountsThatFits) {
+TEST_F(CrashTextTest, LastMatchingCrashCounts) {
     Raise("c0000005", "00000002CA9D1401");
     Present({"2ca9d1401"});
     Raise("c0000094", "0000000140000010");
@@ -171,7 +171,7 @@ TEST_F(CrashTextTest, NamesComeInUtf8) {
               "access violation (0xC0000005) in S\xC3\xA9rv\xC3\xABr \xE2\x9C\x93 \xF0\x9F\x98\x80.dll");
 }
 
-TEST_F(CrashTextTest, LinesCutAnywhereHurtNobody) {
+TEST_F(CrashTextTest, LinesCutAnywhereDoNoHarm) {
     const std::string line =
         "0020:0028:trace:loaddll:build_module Loaded L\"Z:\\\\S\\d83d\\de00.dll\" at 0000: native";
     for (std::size_t size = 0; size < line.size(); ++size) {
@@ -182,7 +182,7 @@ TEST_F(CrashTextTest, LinesCutAnywhereHurtNobody) {
     EXPECT_EQ(Text(), "access violation (0xC0000005) in server.dll");
 }
 
-TEST(ExceptionWords, ACodeWithoutANameStandsAlone) {
+TEST(ExceptionWords, ACodeWithoutANameIsShownAlone) {
     EXPECT_EQ(ExceptionWords(0xE0000001), "exception 0xE0000001");
     EXPECT_EQ(ExceptionWords(0xC00000FD), "stack overflow (0xC00000FD)");
     EXPECT_FALSE(IsFault(0xE0000001));

@@ -15,7 +15,7 @@ class ModuleSizeTest : public testing::Test {
 protected:
     ~ModuleSizeTest() override { fs::remove_all(prefix); }
 
-    // A file with nothing but what leads to SizeOfImage.
+    // A file with only the fields that lead to SizeOfImage.
     void MakeImage(const std::string& path, unsigned char size) const {
         std::string bytes(0x100, '\0');
         bytes[60] = '\x40';
