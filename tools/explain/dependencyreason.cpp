@@ -18,14 +18,14 @@ std::vector<ImportedDll> LinkedImports(PeImage& image) {
                  : std::vector<ImportedDll>{};
 }
 
-// A second opinion on a DLL that the walk didn't find: a loader adds an extension, and takes all of a long
-// PATH.
+// A second opinion on a DLL that the walk didn't find: a loader adds an extension, and reads the whole of a
+// long PATH.
 bool SystemFinds(const std::wstring& name) {
     wchar_t found[MAX_PATH];
     return SearchPathW(nullptr, name.c_str(), L".dll", MAX_PATH, found, nullptr) != 0;
 }
 
-// Under Wine a module of the system may be a file that only stands in for code elsewhere, and has no exports.
+// Under Wine a module of the system may be a file that replaces code elsewhere, and has no exports.
 bool IsPlaceholder(const PeImage& image) {
     constexpr std::size_t mark = 64;
     constexpr std::string_view text = "Wine placeholder DLL";

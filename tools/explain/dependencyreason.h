@@ -10,18 +10,18 @@
 
 namespace keyreap {
 
-// What a loader brings in with a file: the DLLs that the walk over dependencies found, as far as linked
-// imports lead to them. Delay-loaded ones can't keep a file from being loaded, so they don't count. Nothing
-// is loaded.
+// The files that a loader loads with a file: the DLLs that the walk over dependencies found, as far as linked
+// imports lead to them. Delay-loaded DLLs don't count, since a file can be loaded without them. Nothing is
+// loaded here.
 class LoadChain {
 public:
     explicit LoadChain(const WidePath& file);
 
-    // What is wrong with the chain, as "needs foo.dll, which is nowhere; wanted by bar.dll"; empty if nothing
-    // is.
+    // What is wrong with the chain, such as "needs foo.dll, which is nowhere; wanted by bar.dll". Empty if
+    // nothing is wrong.
     const std::wstring& Reason() const { return reason.empty() ? missingFunction : reason; }
 
-    // The files that are not the system's, each after those it needs; the file itself is the last.
+    // The files outside the system, each after the files that it needs; the file itself is the last.
     const std::vector<std::wstring>& Files() const { return files; }
 
 private:

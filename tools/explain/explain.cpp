@@ -1,6 +1,6 @@
 // Usage: explain FILE
-// Prints why FILE (a Windows path) can't be registered, as a piece of a sentence in UTF-8, or nothing if it
-// finds no reason. It may load the file, register its type library and so on: it runs in a session that is
+// Prints why FILE (a Windows path) can't be registered, as a part of a sentence in UTF-8, or nothing if it
+// finds no reason. It may load the file, register its type library and so on, so it runs in a session that is
 // thrown away.
 #include "extract/nativefileregister/temporarypaths.h"
 #include "extract/nativefileregister/typelibstaging.h"
@@ -32,7 +32,7 @@ std::wstring TypeLibReason(const WidePath& file) {
                : L"its type library can't be registered" + ErrorText(static_cast<std::uint32_t>(result));
 }
 
-// A file without DllRegisterServer is a program if the system starts it; it never gets to its first
+// A file without DllRegisterServer is a program if the system starts it. It never reaches its first
 // instruction.
 std::wstring ProgramReason(const WidePath& file, PeImage& image) {
     if (IsDll(image)) {
@@ -72,7 +72,7 @@ std::wstring ImageReason(const WidePath& file) {
 std::wstring Reason(const WidePath& file) {
     TemporaryPaths staged;
     const WidePath typeLib = IsTypeLibFile(file) ? file : ExtractTypeLib(file, staged);
-    // Where there is one, it alone decides: a good one makes up for a server that can't be loaded.
+    // If there is a type library, it alone decides: a good one makes up for a server that can't be loaded.
     return typeLib.IsEmpty() ? ImageReason(file) : TypeLibReason(typeLib);
 }
 

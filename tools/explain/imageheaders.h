@@ -6,14 +6,14 @@
 
 namespace keyreap {
 
-// The Machine and Characteristics of an image's file header; 0 for a file that is no PE image.
+// The Machine and Characteristics of an image's file header; 0 for a file that isn't a PE image.
 std::uint16_t MachineOf(PeImage& image);
 bool IsDll(PeImage& image);
 
 // "a 32-bit image" and so on; "no image" for the machine 0.
 const wchar_t* ImageKind(std::uint16_t machine);
 
-// Whether this process can load images for the machine.
+// True if this process can load images for the machine.
 bool IsOwnMachine(std::uint16_t machine);
 
 } // namespace keyreap

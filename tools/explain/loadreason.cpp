@@ -14,7 +14,7 @@ std::uint32_t LoadError(const std::wstring& file) {
     return module.Valid() ? ERROR_SUCCESS : GetLastError();
 }
 
-// What follows "which" or stands by itself.
+// The words after "which", or a whole reason.
 std::wstring Words(std::uint32_t error) {
     return error == ERROR_BAD_EXE_FORMAT ? L"is a damaged image, which the loader refuses"
                                          : L"can't be loaded" + ErrorText(error);
@@ -30,7 +30,7 @@ std::wstring ReasonOfDependency(const std::wstring& name, std::uint32_t error) {
                                            : L", which " + Words(error));
 }
 
-// The system has no words of its own for these, or none under Wine.
+// The system has no text of its own for these, or none under Wine.
 std::wstring TypeLibWords(std::uint32_t error) {
     switch (static_cast<HRESULT>(error)) {
     case TYPE_E_CANTLOADLIBRARY:
@@ -47,11 +47,11 @@ std::wstring TypeLibWords(std::uint32_t error) {
 
 std::wstring SystemWords(std::uint32_t error) {
     std::wstring text = TrimRight(FirstLine(GetSystemErrorText(error)), L". \r\n");
-    // The system leaves the place of a file's name open in some.
+    // Some texts of the system have an open place for a file's name.
     if (const std::size_t insert = text.find(L"%1"); insert != std::wstring::npos) {
         text.replace(insert, 2, L"this file");
     }
-    // What stands for a text where the system has none.
+    // The text that replaces a missing one of the system.
     return text.find(L"Failed to get Windows error message") == 0 ? std::wstring() : text;
 }
 

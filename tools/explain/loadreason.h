@@ -7,12 +7,12 @@
 
 namespace keyreap {
 
-// The system's text for an error, or nothing, and its code: ": Invalid handle (error 6)".
+// The system's text for an error, if it has one, and the error's code: ": Invalid handle (error 6)".
 std::wstring ErrorText(std::uint32_t error);
 
-// Loads the files one by one, as the program loads a server, and gives why the first one fails that does;
-// each comes after those it needs, so that this is where the failure begins. Runs code of the files. Empty if
-// all can be loaded.
+// Loads the files one by one, as the program loads a server, and returns why the first failing file fails.
+// Each file comes after the files that it needs, so the failure begins there. Runs code of the files. Empty
+// if all files can be loaded.
 std::wstring LoadReason(const std::vector<std::wstring>& files);
 
 } // namespace keyreap
