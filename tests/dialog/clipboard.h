@@ -4,7 +4,7 @@
 
 namespace keyreap::testsupport {
 
-// The text on the clipboard, or nothing if there is none.
+// The text on the clipboard; empty if there is none.
 std::wstring ClipboardText();
 
 } // namespace keyreap::testsupport

@@ -7,7 +7,7 @@
 namespace keyreap {
 namespace {
 
-// Notes the colours in which it is called.
+// Records the colours in which it is called.
 class ColourSink : public FailureSink {
 public:
     bool Write(const std::wstring&) override {

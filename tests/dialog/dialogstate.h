@@ -6,8 +6,8 @@
 
 namespace keyreap::testsupport {
 
-// The dialog's window and controls as one line of JSON: for each its place on the screen, its text and
-// whether it is visible.
+// The dialog's window and controls as one line of JSON: the place on the screen, the text and the visibility
+// of each.
 std::string DialogState(HWND dialog);
 
 // The clipboard's text as one line of JSON.

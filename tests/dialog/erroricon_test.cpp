@@ -5,7 +5,7 @@
 namespace keyreap {
 namespace {
 
-// The one that all of a process share.
+// The icon that all users of a process share.
 HICON SharedIcon() {
     return LoadIconW(nullptr, reinterpret_cast<const wchar_t*>(IDI_ERROR));
 }
@@ -20,14 +20,14 @@ bool IsThere(HICON icon) {
     return true;
 }
 
-TEST(ErrorIcon, IsOneOfItsOwnThatTheCommonControlsScaled) {
+TEST(ErrorIcon, IsItsOwnIconScaledByTheCommonControls) {
     ErrorIcon icon;
     const HICON loaded = icon.Load();
     EXPECT_TRUE(IsThere(loaded));
     EXPECT_NE(loaded, SharedIcon());
 }
 
-TEST(ErrorIcon, EndsWithTheObjectIfItIsOneOfItsOwn) {
+TEST(ErrorIcon, IsDestroyedWithTheObjectIfItIsItsOwn) {
     HICON loaded = nullptr;
     {
         ErrorIcon icon;
@@ -39,7 +39,7 @@ TEST(ErrorIcon, EndsWithTheObjectIfItIsOneOfItsOwn) {
 
 class WithoutScaling : public testing::TestWithParam<const wchar_t*> {};
 
-TEST_P(WithoutScaling, IsTheOneThatAllShareAndStays) {
+TEST_P(WithoutScaling, IsTheSharedIconAndStays) {
     HICON loaded = nullptr;
     {
         ErrorIcon icon(GetParam());

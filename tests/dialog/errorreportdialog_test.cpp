@@ -37,8 +37,7 @@ std::wstring Lines(int count) {
     return text;
 }
 
-// A place in dialog units, in pixels of the dialog. The system rounds the corner and the size, each by
-// itself.
+// A place in dialog units, in pixels of the dialog. The system rounds the corner and the size separately.
 RECT Pixels(const ShownDialog& dialog, int x, int y, int cx, int cy) {
     RECT corner = {x, y, 0, 0};
     RECT size = {cx, cy, 0, 0};
@@ -244,11 +243,11 @@ TEST(ErrorReportDialog, TheSystemMenuEndsIt) {
     EXPECT_TRUE(dialog.Ends());
 }
 
-// What the dialog's end gives to the one who showed it, who has no use for it.
+// The result of the dialog, which the function that shows it ignores.
 std::atomic<INT_PTR> endResult;
 const ImportReplacement* replacedEnd = nullptr;
 
-BOOL WINAPI NoteEnd(HWND dialog, INT_PTR result) {
+BOOL WINAPI RecordEnd(HWND dialog, INT_PTR result) {
     endResult = result;
     return reinterpret_cast<decltype(&EndDialog)>(replacedEnd->Original())(dialog, result);
 }
@@ -260,7 +259,7 @@ protected:
         replacedEnd = &replacement;
     }
 
-    ImportReplacement replacement{"EndDialog", reinterpret_cast<const void*>(&NoteEnd)};
+    ImportReplacement replacement{"EndDialog", reinterpret_cast<const void*>(&RecordEnd)};
 };
 
 TEST_F(ErrorReportEnd, IsTrueByTheCloseButton) {

@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-// What of a failure reaches the dialog.
+// The parts of a failure that reach the dialog.
 namespace keyreap {
 namespace {
 
@@ -37,7 +37,7 @@ TEST_F(FailureDialog, ShowsTheShortTextAndTheFullOneAsDetails) {
     EXPECT_EQ(dialog.Text(Id::details), L"full" + trace);
 }
 
-TEST_F(FailureDialog, AShortTextThatIsAllHasNoDetails) {
+TEST_F(FailureDialog, AFailureWithOnlyAShortTextHasNoDetails) {
     const ShownDialog dialog(L"Error", Showing({L"the same", L"the same", L"KIND", L"file.cpp:7"}));
     EXPECT_FALSE(dialog.Has(Id::toggle));
     EXPECT_FALSE(dialog.Has(Id::details));
@@ -72,7 +72,7 @@ TEST_F(FailureDialog, IsRecordedOnceTheUserHasClosedIt) {
     EXPECT_THAT(reporter.recorded, SizeIs(1));
 }
 
-TEST_F(FailureDialog, AnOwnerThatIsGoneIsNone) {
+TEST_F(FailureDialog, ADestroyedOwnerCountsAsNone) {
     presentation.SetMainWindow(reinterpret_cast<HWND>(static_cast<INT_PTR>(0x7FFFFFF0)));
     const ShownDialog dialog(L"Error", Showing({L"short", L"full", L"KIND", L"file.cpp:7"}));
     EXPECT_EQ(GetWindow(dialog.Window(), GW_OWNER), nullptr);

@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 
-// A fault from the user's side: the dialog opens, and the process ends with the fault's code once it is
-// closed.
+// A fault as the user sees it: the dialog opens, and the process ends with the fault's code after the dialog
+// is closed.
 namespace keyreap {
 namespace {
 

@@ -8,11 +8,11 @@
 
 namespace keyreap::testsupport {
 
-// A modal dialog that the given function shows, on a thread of its own, so that a test can look at it and use
-// it. Closes the dialog at the end of its life if the test hasn't.
+// A modal dialog that the given function shows on a thread of its own, so that a test can examine and use it.
+// The destructor closes the dialog if the test hasn't.
 class ShownDialog {
 public:
-    // Waits until the dialog with that title is there for the user.
+    // Waits until the dialog with that title is visible.
     ShownDialog(const std::wstring& title, std::function<void()> show);
     ~ShownDialog();
     ShownDialog(const ShownDialog&) = delete;
@@ -29,7 +29,7 @@ public:
     // In client coordinates.
     RECT Area(int id) const;
 
-    // As the user's click does.
+    // The same effect as the user's click.
     void Click(int id) const;
 
     // Waits until the function has returned. False if it doesn't.
@@ -44,7 +44,7 @@ private:
 // The text of any window, of this process or another.
 std::wstring WindowText(HWND window);
 
-// The first visible window for which the condition holds, or null after some seconds without one.
+// The first visible window that meets the condition, or null if there is none after some seconds.
 HWND WaitForWindow(const std::function<bool(HWND)>& condition);
 
 inline bool operator==(const RECT& left, const RECT& right) {

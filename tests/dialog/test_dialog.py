@@ -11,13 +11,13 @@ DETAILS = "[EXCEPTION_UNHANDLED] (0xc0000005)\r\n\r\nnarrow iiiiiiii |\r\nwide  
 
 @pytest.fixture
 def display():
-    """One for each test: where the keyboard's focus and the mouse were left is the display's memory."""
+    """One for each test, because a display keeps the keyboard's focus and the mouse where they were."""
     shown = Display()
     yield shown
     shown.close()
 
 
-def test_what_windows_tell_of_themselves(display):
+def test_windows_examined_by_their_own_process(display):
     with Program(display, "window_tests.exe", "--gtest_color=no", session=["--checked-heaps"]) as program:
         status = program.status(600)
         failed = [line for line in program.lines() if line.startswith("[  FAILED  ]")]
@@ -45,7 +45,7 @@ def test_nothing_drifts_however_often_details_is_clicked(display):
     with Dialog(display, SHORT, DETAILS) as dialog:
         at_first = dialog.places()
         dialog.toggle()
-        dialog.toggle()  # from here on the button has the focus, which shows in the picture
+        dialog.toggle()  # now the button has the focus, which the picture shows
         looks = {}
         for number in range(8):
             picture = dialog.still_picture(f"toggled-{number}")
@@ -78,7 +78,7 @@ def test_copy_puts_the_details_on_the_clipboard(display):
         dialog.toggle()
         dialog.click_control("504")
         dialog.still_picture("copied")
-        assert dialog.told("clipboard")[-1] == DETAILS
+        assert dialog.reported("clipboard")[-1] == DETAILS
 
 
 def test_the_send_button_sends_the_details(display):
@@ -87,7 +87,7 @@ def test_the_send_button_sends_the_details(display):
         assert dialog.text("505") == "Send Error Report"
         dialog.click_control("505")
         dialog.still_picture("sent")
-        assert dialog.told("sent") == [len(DETAILS)]
+        assert dialog.reported("sent") == [len(DETAILS)]
 
 
 @pytest.mark.parametrize("key", ["Escape", "Return"])
@@ -129,7 +129,7 @@ def capturing_a_fault(bitness):
     return ["extreg", "Z:" + str(server).replace("/", "\\"), "none.reg", "keyRedir"]
 
 
-# The companion's fault and the one of the 32-bit program itself.
+# The companion's fault, and the fault of the 32-bit program itself.
 @pytest.mark.parametrize("program", ["x64", "x86"])
 def test_a_fault_in_a_32_bit_target_ends_the_run_with_its_code_and_no_window(display, program):
     with Program(display, STAGE / program / "Keyreap.exe", *capturing_a_fault("x86")) as run:

@@ -13,8 +13,8 @@ PICTURES = ROOT / "build" / "pictures"
 SESSION = ROOT / "scripts" / "wine-session.sh"
 PATIENCE = 120
 
-# The desktop is a window of Wine's own, with captions round its windows and the focus in Wine's hands. All else is as in
-# every session.
+# The desktop is a window of Wine's own, with captions around its windows and the focus managed by Wine. Everything else
+# is as in every session.
 SETTINGS = r"""REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\Explorer]
@@ -28,7 +28,7 @@ STARTER = '/usr/bin/wine regedit /S "$1" && /usr/bin/wineserver -w && shift && e
 
 
 def until(condition, what):
-    """Gives what the condition gives once that is true; fails after a while."""
+    """Waits until the condition is true and returns its result; fails after a while."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
         result = condition()
@@ -43,7 +43,8 @@ class Display:
 
     def __init__(self):
         reader, writer = os.pipe()
-        # A server that begins anew whenever its last client has left would drop one that comes just then.
+        # Without -noreset the server would restart when its last client has left, and drop a client that comes just
+        # then.
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1024x24", "-nolisten", "tcp", "-noreset"],
             pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -65,7 +66,7 @@ class Display:
 
 
 class Program:
-    """A program that runs; its output is read line by line while it does. Its session may have options of its own."""
+    """A running program, whose output is read line by line meanwhile. Its session may have options of its own."""
 
     def __init__(self, display, name, *words, session=()):
         self.display = display
@@ -88,21 +89,21 @@ class Program:
         self.folder.cleanup()
 
     def lines(self):
-        # What is behind the last line end may still grow.
+        # The text after the last line end may still grow.
         return self.output.read_text(errors="replace").replace("\r", "").split("\n")[:-1]
 
     def status(self, limit=PATIENCE):
         return self.process.wait(timeout=limit)
 
     def window(self, title):
-        """The X window with that title, with the keyboard's focus on the desktop that it lies on."""
+        """The X window with that title. Also sets the keyboard's focus to its desktop."""
         window = until(lambda: self.display.windows(title), f"a window called {title}")[0]
         desktop = until(lambda: self.display.windows(".*Wine desktop"), "the desktop")[0]
         self.display.run("xdotool", "windowfocus", "--sync", desktop)
         return window
 
     def ends_with(self, key):
-        """Presses a key until the program has ended, since one that comes too early is lost; gives the status."""
+        """Presses a key until the program has ended, since an early key press is lost; returns the status."""
         def pressed_and_ended():
             self.display.run("xdotool", "key", key)
             time.sleep(0.5)
@@ -117,7 +118,7 @@ class Program:
         self.display.run("xdotool", "mousemove", *start, "mousedown", 1, "mousemove", "--sync", *end, "mouseup", 1)
 
     def picture(self, window, name):
-        """Leaves the picture of a window in build/pictures and gives its pixels."""
+        """Saves the picture of a window in build/pictures and returns its pixels."""
         PICTURES.mkdir(parents=True, exist_ok=True)
         file = PICTURES / f"{name}.png"
         self.display.run("import", "-window", window, file)
@@ -125,7 +126,7 @@ class Program:
 
 
 class Dialog(Program):
-    """The error dialog with given texts, and what it says of itself."""
+    """The error dialog with given texts, and the state that it reports."""
 
     TITLE = "Error"
 
@@ -135,19 +136,19 @@ class Dialog(Program):
     def __enter__(self):
         try:
             self.xwindow = self.window(self.TITLE)
-            until(lambda: self.told("dialog"), "the dialog's state")
+            until(lambda: self.reported("dialog"), "the dialog's state")
         except BaseException:
-            # Nobody else would end the session, and its prefix would be missing to all later ones.
+            # Otherwise nothing would end the session, and later sessions would lack its prefix.
             self.__exit__()
             raise
         return self
 
-    def told(self, kind):
-        """What the lines of a kind say, the oldest first."""
+    def reported(self, kind):
+        """The contents of the lines of a kind, the oldest first."""
         return [json.loads(line[len(kind):]) for line in self.lines() if line.startswith(kind + " ")]
 
     def state(self):
-        return self.told("dialog")[-1]
+        return self.reported("dialog")[-1]
 
     def text(self, control):
         return self.state()[control]["text"]
@@ -172,7 +173,7 @@ class Dialog(Program):
         until(lambda: self.shows("502") != before, "the details")
 
     def still_picture(self, name):
-        """The picture once nothing changes any more, without the mouse over a button."""
+        """The picture when nothing changes any more, without the mouse over a button."""
         self.display.run("xdotool", "mousemove", 5, 5)
         last = None
         while True:
