@@ -6,7 +6,7 @@
 
 // Usage: list_dependencies OUTPUT FILE...
 // Writes for each FILE a line with its path, and for each of its dependencies a line that begins with a tab:
-// the name, the path and the mark of a system file, parted by tabs. All of it is UTF-8.
+// the name, the path and the mark of a system file, separated by tabs. Everything is UTF-8.
 
 namespace {
 

@@ -1,5 +1,5 @@
-"""What the walk over dependencies finds for the distribution's own modules is what an independent listing of their
-import tables tells.
+"""The walk over dependencies finds for the distribution's own modules what an independent listing of their import
+tables contains.
 """
 
 import json
@@ -40,7 +40,7 @@ def walk(bitness, output):
 
 @pytest.fixture(scope="module")
 def results(tmp_path_factory):
-    """What walk_modules.py tells, by bitness."""
+    """The results of walk_modules.py, by bitness."""
     folder = tmp_path_factory.mktemp("walks")
     sessions = [walk(bitness, folder / f"{bitness}.json") for bitness in SYSTEM_FOLDERS]
     for session in sessions:
@@ -49,7 +49,7 @@ def results(tmp_path_factory):
 
 
 def expected_names(imports, file, records):
-    """The names depth first, each once, entering what is found and not the system's."""
+    """The names depth first, each once. Enters the files that were found and aren't the system's."""
     known = {name.lower(): (path, system) for name, path, system in records}
     names, seen = [], set()
 

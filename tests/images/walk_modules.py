@@ -1,8 +1,8 @@
 """Usage, inside a Wine session: walk_modules.py PROGRAM FOLDER OUTPUT MODULE...
 
 PROGRAM is list_dependencies.exe, FOLDER the folder of the modules, both as Windows paths. Writes to OUTPUT, as JSON,
-what PROGRAM lists for each module, and what every file that a walk enters imports, as the tools of this machine
-tell it.
+the list of PROGRAM for each module, and the imports of every file that a walk enters, as the tools of this machine
+report them.
 """
 
 import json
@@ -18,7 +18,7 @@ DELAY_IMPORTS = 13
 
 
 def host_path(path):
-    """The file of drive C: that a Windows path names; Wine's own names there are in lower case."""
+    """The file of drive C: that a Windows path names. Wine's own files have lower case names."""
     return DRIVE / path[3:].replace("\\", "/").lower()
 
 
@@ -44,7 +44,7 @@ def linked(file):
 
 
 def delayed(file):
-    """The names in the delay import table, which objdump does not show."""
+    """The names in the delay import table, which objdump doesn't show."""
     data = file.read_bytes()
     nt = struct.unpack_from("<I", data, 60)[0]
     count, optional_size = struct.unpack_from("<H12xH", data, nt + 6)
