@@ -1,4 +1,4 @@
-// Asks everything of bytes that may be an image, its version resource included.
+// Reads everything from bytes that may be an image, including its version resource.
 #include "pe/versionresource.h"
 #include "tests/support/sectiontable.h"
 

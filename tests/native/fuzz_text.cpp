@@ -22,7 +22,7 @@ void TrySplitting(const std::wstring& text, const std::wstring& delimiter) {
     fuzz::Require(SplitText(text, delimiter, true) == filled);
 }
 
-// The published form of a GUID, with the digits in one of the two cases.
+// The published form of a GUID, with digits of either case.
 std::wstring Written(const Guid& guid, std::wstring_view digits) {
     std::wstring text;
     const auto put = [&](std::uint64_t value, int count) {

@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static constexpr std::wstring_view fronts[] = {L"", L"C:\\", L"\\\\", L"\\\\?\\", L"\\\\?\\\\\\?\\"};
     fuzz::Input input(data, size);
     const std::uint8_t choice = input.Byte();
-    // The lengths that matter are beyond what a fuzzer's bytes reach soon.
+    // A fuzzer's bytes hardly reach the lengths that matter.
     const std::wstring filling(choice >= 0x80 ? 240 : 0, L'x');
     std::wstring component;
     for (int left = input.Byte() % 8; left > 0; --left) {

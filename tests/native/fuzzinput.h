@@ -10,7 +10,7 @@
 
 namespace keyreap::fuzz {
 
-// The bytes of a fuzzer, taken from the front. Behind their end everything is 0.
+// The bytes of a fuzzer, taken from the front. After their end everything is 0.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
@@ -31,7 +31,7 @@ public:
         return static_cast<wchar_t>(low | (Byte() << 8));
     }
 
-    // So many bytes, or all that are left.
+    // `size` bytes, or all that are left.
     std::span<const std::byte> Take(std::size_t size) {
         const auto taken = bytes.first(std::min(size, bytes.size()));
         bytes = bytes.subspan(taken.size());

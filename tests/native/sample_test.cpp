@@ -1,5 +1,5 @@
-// Every fuzzer with a fixed sample of inputs: the seeds that are kept (seeds/<fuzzer>/), variants of them,
-// and noise. ./fuzz searches on from there.
+// Every fuzzer with a fixed sample of inputs: the kept seeds (seeds/<fuzzer>/), variants of them, and noise.
+// ./fuzz searches further.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,7 +41,7 @@ using Numbers = std::mt19937;
 Bytes Noise(Numbers& numbers) {
     constexpr std::size_t longest = 600;
     Bytes bytes(numbers() % longest);
-    // Small values are counts, lengths and types more often than large ones.
+    // Counts, lengths and types are small values more often than large ones.
     const std::uint32_t bound = numbers() % 2 == 0 ? 256 : 16;
     std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(numbers() % bound); });
     return bytes;
@@ -74,9 +74,9 @@ std::vector<Bytes> Seeds(const std::string& fuzzer) {
 
 class FuzzerSample : public testing::TestWithParam<Fuzzer> {
 protected:
-    // A broken rule ends the program; the input is not told, but is always the same.
+    // A broken rule ends the program. The input is not reported, but it is always the same.
     void Try(const Bytes& bytes) {
-        // In memory of exactly its size, so that the sanitizers see a step behind it.
+        // In memory of exactly its size, so that the sanitizers see an access after its end.
         const Bytes exact(bytes.begin(), bytes.end());
         EXPECT_EQ(GetParam().tryInput(exact.data(), exact.size()), 0);
     }
