@@ -6,8 +6,7 @@
 
 namespace keyreap::testsupport {
 
-EnvironmentChange::EnvironmentChange(const std::wstring& variable, const std::wstring& value)
-    : name(variable) {
+EnvironmentChange::EnvironmentChange(const std::wstring& name, const std::wstring& value) : name(name) {
     const DWORD size = GetEnvironmentVariableW(name.c_str(), nullptr, 0);
     existed = size != 0;
     former.resize(size);

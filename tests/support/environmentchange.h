@@ -4,10 +4,10 @@
 
 namespace keyreap::testsupport {
 
-// Sets a variable of this process's environment until its end.
+// Sets a variable of this process's environment for the life of the object.
 class EnvironmentChange {
 public:
-    EnvironmentChange(const std::wstring& variable, const std::wstring& value);
+    EnvironmentChange(const std::wstring& name, const std::wstring& value);
     EnvironmentChange(const EnvironmentChange&) = delete;
     EnvironmentChange& operator=(const EnvironmentChange&) = delete;
     ~EnvironmentChange();
@@ -18,7 +18,7 @@ private:
     bool existed;
 };
 
-// Makes a folder the current one until its end.
+// Makes a folder the current one for the life of the object.
 class CurrentFolder {
 public:
     explicit CurrentFolder(const std::wstring& folder);

@@ -8,7 +8,7 @@
 
 namespace keyreap::testsupport {
 
-// A file's bytes in a block of exactly their size, so that a sanitizer sees the first byte too far.
+// A file's bytes in a block of exactly their size, so that a sanitizer sees an access after their end.
 class ExactFile {
 public:
     explicit ExactFile(std::string_view bytes);

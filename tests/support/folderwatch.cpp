@@ -8,14 +8,14 @@ namespace keyreap::testsupport {
 
 namespace {
 
-// Made by the watch itself: whatever was made before it has been told of when it is told of.
+// The watch makes this file itself: when it is reported, everything that was made before has been reported.
 constexpr wchar_t markerName[] = L"watched so far";
 
 } // namespace
 
-FolderWatch::FolderWatch(const std::wstring& watchedFolder)
-    : folder(watchedFolder),
-      directory(CreateFileW(watchedFolder.c_str(), FILE_LIST_DIRECTORY,
+FolderWatch::FolderWatch(const std::wstring& folder)
+    : folder(folder),
+      directory(CreateFileW(folder.c_str(), FILE_LIST_DIRECTORY,
                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr)),
       changed(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {

@@ -10,10 +10,10 @@
 
 namespace keyreap::testsupport {
 
-// Writes down which files are made in a folder, by whatever process.
+// Records which files are made in a folder, by any process.
 class FolderWatch {
 public:
-    explicit FolderWatch(const std::wstring& watchedFolder);
+    explicit FolderWatch(const std::wstring& folder);
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
 

@@ -1,4 +1,4 @@
-// A program of tests with this in it fails each test that damages a heap of the process.
+// A program of tests that contains this fails each test that damages a heap of the process.
 #include "tests/support/releasedmemory.h"
 
 #include <windows.h>

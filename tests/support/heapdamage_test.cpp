@@ -1,4 +1,4 @@
-// Tests that damage the heap, each in its way, and one that doesn't: what tries the check of the heaps.
+// Tests of the heap check: each damages the heap in its own way, and one doesn't.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t size = 33;
 
-// Volatile, so that no write is left out.
+// Volatile, so that the compiler keeps every write.
 using Memory = volatile char*;
 
 Memory Allocated() {

@@ -59,7 +59,7 @@ Section DescriptorSection(const char* place, std::uint32_t directory, std::uint3
     return {std::string(".") + place, directory, rva, 0, writer.Bytes(), {{place, 0}}};
 }
 
-// One directory level each for type, name and language, and the data behind them.
+// One directory level each for type, name and language, and the data after them.
 Section ResourceSection(std::uint32_t rva, const std::string& resource, std::uint16_t language) {
     constexpr std::uint32_t subdirectory = 0x80000000;
     constexpr std::uint32_t versionType = 16;
@@ -124,8 +124,8 @@ void PutSectionHeader(ByteWriter& writer, const Section& section, std::uint32_t 
 
 } // namespace
 
-ImageBuilder::ImageBuilder(ImageBits imageBits)
-    : bits(imageBits), machine(imageBits == ImageBits::bits64 ? 0x8664 : 0x014C) {}
+ImageBuilder::ImageBuilder(ImageBits bits)
+    : bits(bits), machine(bits == ImageBits::bits64 ? 0x8664 : 0x014C) {}
 
 ImageBuilder& ImageBuilder::Machine(std::uint16_t value) {
     machine = value;

@@ -16,7 +16,7 @@ struct BuiltImage {
 
     std::size_t At(const std::string& place) const { return places.at(place); }
 
-    // Overwrites a little-endian number behind a place.
+    // Overwrites a little-endian number at an offset from a place.
     template <typename Integer>
     void Set(const std::string& place, std::ptrdiff_t offset, Integer value) {
         const std::size_t start = At(place) + static_cast<std::size_t>(offset);
@@ -28,13 +28,13 @@ struct BuiltImage {
 
 enum class ImageBits { bits32, bits64 };
 
-// Lays out a small PE image, byte by byte, by the published format. Each table has a section of its own, at
+// Lays out a small PE image, byte by byte, in the published format. Each table has a section of its own, at
 // an address that differs from its place in the file. The places: "nt", "optional", "directories",
-// "sections", "headersEnd", and "exports", "exportNames", "imports", "delayImports", "resources" where they
-// exist, each with its "...End".
+// "sections", "headersEnd", and, for the tables that exist, "exports", "exportNames", "imports",
+// "delayImports", "resources", each with its "...End".
 class ImageBuilder {
 public:
-    explicit ImageBuilder(ImageBits imageBits = ImageBits::bits64);
+    explicit ImageBuilder(ImageBits bits = ImageBits::bits64);
 
     ImageBuilder& Machine(std::uint16_t value);
 
@@ -44,7 +44,7 @@ public:
     // Sections aligned to less than a page, at the same place in memory as in the file, as drivers have them.
     ImageBuilder& Flat();
 
-    // The names that are exported; the export directory also has this many ordinals without a name.
+    // The exported names; the export directory also has `namelessOrdinals` ordinals without a name.
     ImageBuilder& Exports(std::vector<std::string> names, std::uint32_t namelessOrdinals = 0);
     ImageBuilder& Imports(std::vector<std::string> names);
     ImageBuilder& DelayImports(std::vector<std::string> names);

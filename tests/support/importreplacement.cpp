@@ -21,7 +21,7 @@ const IMAGE_IMPORT_DESCRIPTOR* FirstImportDescriptor() {
         nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
 }
 
-// Where the image keeps the address of a function that it imports by name; null if it doesn't.
+// Where the image keeps the address of a function that it imports by name; null if it doesn't import it.
 const void** ImportSlot(std::string_view name) {
     for (const auto* dll = FirstImportDescriptor(); dll->Name != 0; ++dll) {
         const auto* names = InImage<const IMAGE_THUNK_DATA>(dll->OriginalFirstThunk);

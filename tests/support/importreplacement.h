@@ -4,9 +4,9 @@
 
 namespace keyreap::testsupport {
 
-// Takes the place of a function of the system that this program imports, for the life of the object: a test
-// sees by it what the program's code asks of the system where nothing else shows it. Calls from other modules
-// don't come here. The replacement has the function's own type.
+// Replaces a function of the system that this program imports, for the life of the object. A test sees the
+// program's calls of the system that have no other effect. Calls from other modules are not replaced. The
+// replacement has the function's own type.
 class ImportReplacement {
 public:
     ImportReplacement(const char* name, const void* replacement);

@@ -1,9 +1,8 @@
 // For the build that counts lines: a process writes its counters when it exits, but not when it is
-// terminated, as one that has faulted is. The linker puts what is here in the place of the system's two
-// functions.
+// terminated, as after a fault. The linker replaces the system's two functions by the functions here.
 #include <windows.h>
 
-// A header of C.
+// This header is one of C.
 extern "C" {
 #include <gcov.h>
 }
@@ -13,7 +12,7 @@ namespace {
 using TerminateProcessEntry = BOOL(WINAPI*)(HANDLE process, UINT status);
 using SetFilterEntry = LPTOP_LEVEL_EXCEPTION_FILTER(WINAPI*)(LPTOP_LEVEL_EXCEPTION_FILTER filter);
 
-// The places that the import library keeps the functions' addresses in.
+// The places where the import library keeps the functions' addresses.
 #if defined(_WIN64)
 extern "C" TerminateProcessEntry systemTerminate __asm__("__real___imp_TerminateProcess");
 extern "C" SetFilterEntry systemSetFilter __asm__("__real___imp_SetUnhandledExceptionFilter");

@@ -6,8 +6,8 @@
 
 namespace keyreap::testsupport {
 
-// The parts of an image that a linker made, by the names that ImageBuilder gives them; a table that the image
-// lacks has no name. Each table's end is taken to be that of its directory.
+// The parts of an image that a linker made, under the names that ImageBuilder gives them. A table that the
+// image lacks has no name. A table ends where its directory does.
 BuiltImage LinkedImage(std::string bytes);
 
 } // namespace keyreap::testsupport

@@ -8,7 +8,7 @@ namespace keyreap::testsupport {
 
 namespace {
 
-// The standard's generator, whose numbers are the same everywhere; its distributions are not.
+// The standard's generator gives the same numbers everywhere; its distributions don't.
 class Dice {
 public:
     explicit Dice(std::uint32_t seed) : numbers(seed) {}

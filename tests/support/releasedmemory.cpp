@@ -16,8 +16,7 @@ namespace {
 
 constexpr char pattern = '\xDD';
 
-// Memory that the program has released and the heap doesn't know of yet; all of it is filled with the
-// pattern.
+// Memory that the program has released but the heap still owns, filled with the pattern.
 struct Released {
     char* memory = nullptr;
     std::size_t size = 0;
@@ -26,7 +25,7 @@ struct Released {
 constexpr std::size_t mostKept = 1024;
 constexpr std::size_t mostBytes = 65536; // of one piece
 
-// No container that would ask for memory or release some.
+// Not a container that would allocate or release memory.
 std::array<Released, mostKept> kept;
 std::size_t oldest = 0;
 SRWLOCK lock = SRWLOCK_INIT;
@@ -46,7 +45,7 @@ bool IsKept(const Released& piece) {
            });
 }
 
-// Gives the one in whose place it's kept.
+// Returns the piece whose place it takes.
 Released Keep(const Released& piece) {
     std::memset(piece.memory, pattern, piece.size);
     const Released former = std::exchange(kept[oldest], piece);
@@ -67,7 +66,7 @@ void ReleaseChecked(void* memory) {
         return;
     }
     if (!HeapValidate(Heap(), 0, memory)) {
-        isDamaged = true; // and nothing more is done with it
+        isDamaged = true; // the piece is not touched again
         return;
     }
     const Released piece{static_cast<char*>(memory), HeapSize(Heap(), 0, memory)};

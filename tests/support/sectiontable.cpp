@@ -28,7 +28,7 @@ const std::byte* PlaceBySections(const CheckedView& view, std::uint32_t rva) {
         const auto size = At<std::uint32_t>(view, section + 16);
         const auto beyond = static_cast<std::uint32_t>(start + size);
         if (rva >= start && rva < beyond) {
-            // In a 32-bit process the sum wraps, there as here.
+            // In a 32-bit process the sum wraps, in the helpers as here.
             const auto offset = static_cast<std::uintptr_t>(std::uint64_t{rva} - start +
                                                             At<std::uint32_t>(view, section + 20));
             return reinterpret_cast<const std::byte*>(reinterpret_cast<std::uintptr_t>(view.Start()) +

@@ -8,13 +8,13 @@
 
 namespace keyreap::testsupport {
 
-// What the system's image helpers do, told again by the published format, for builds that have no helpers and
-// as a second opinion on those that have. Only for views whose headers were checked.
+// The work of the system's image helpers, written again from the published format: for builds without the
+// helpers, and as a second opinion for builds with them. Only for views whose headers were checked.
 const std::byte* DirectoryBySections(const CheckedView& view, std::uint32_t index);
 const std::byte* PlaceBySections(const CheckedView& view, std::uint32_t rva);
 
-// Asks everything that can be asked of a file, in the order in which the program asks. Gives how many names
-// it met, so that a test sees that the questions went deep.
+// Reads everything that can be read from a file, in the program's order. Returns the number of names that it
+// found, so that a test sees that the reading went deep.
 std::size_t AskEverything(const CheckedView& view);
 
 } // namespace keyreap::testsupport

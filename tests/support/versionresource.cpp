@@ -8,7 +8,7 @@ namespace {
 
 enum class ValueType : std::uint16_t { binary = 0, text = 1 };
 
-// One block: lengths, type, key, value and the blocks inside it, each on a multiple of four bytes. The
+// One block: lengths, type, key, value and the blocks inside it, each at a multiple of four bytes. The
 // value's length is in bytes, or in characters for text.
 std::string Block(std::u16string_view key, ValueType type, std::uint16_t valueLength, std::string_view value,
                   const std::vector<std::string>& children) {

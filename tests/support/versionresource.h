@@ -20,7 +20,7 @@ public:
     // The strings of one language and code page.
     VersionResource& Table(std::uint16_t language, std::uint16_t codePage, Strings strings);
 
-    // An entry of the translation table, which is there only if there is one.
+    // An entry of the translation table, which exists only with an entry.
     VersionResource& Translation(std::uint16_t language, std::uint16_t codePage);
 
     std::string Bytes() const;

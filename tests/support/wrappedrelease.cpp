@@ -1,4 +1,4 @@
-// The linker leads the program's calls of `free` and `realloc` here, those of operator delete among them
+// The linker directs the program's calls of `free` and `realloc` here, including those of operator delete
 // (--wrap).
 #include "tests/support/releasedmemory.h"
 
