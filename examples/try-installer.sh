@@ -28,7 +28,7 @@ uninstall() {
     esac
 }
 
-# run_windows COMMAND...: waits for what it starts as well; an uninstaller goes on as a copy of itself.
+# run_windows COMMAND...: also waits for what the command starts; an uninstaller continues as a copy of itself.
 run_windows() {
     local status=0
     wine "$@" >/dev/null 2>&1 || status=$?
@@ -36,7 +36,7 @@ run_windows() {
     return "$status"
 }
 
-# use CLIENT: every server that the client knows.
+# use CLIENT: creates and calls every server that the client knows.
 use() {
     local server line
     for server in thermometer journal; do
@@ -49,8 +49,8 @@ bitness_of() {
     [[ $1 == *x86* ]] && echo 32-bit || echo 64-bit
 }
 
-# look NAME: leaves NAME.keys and NAME.files, the registry and the drive as they are. A restart comes before, since that
-# is when the system removes files in use, and a second one writes the registry down.
+# look NAME: writes the registry to NAME.keys and the drive's files to NAME.files. It restarts the system before, since
+# files in use are removed then, and once more to save the registry.
 look() {
     restart
     restart
@@ -64,8 +64,8 @@ restart() {
     wineserver -w
 }
 
-# list_keys HIVE...: each key and each value as one line with the key's path in front. Left out are the times of
-# the last change; HKLM\System, where Wine notes its devices at every start; and the keys without values in which
+# list_keys HIVE...: each key and each value as one line that begins with the key's path. The lines leave out the times
+# of the last change, HKLM\System, where Wine records its devices at every start, and the keys without values in which
 # Windows Installer keeps its accounts from its first use on.
 list_keys() {
     awk '
@@ -78,7 +78,7 @@ list_keys() {
         ' "$@"
 }
 
-# list_files: left out are the empty folder that Windows Installer keeps from its first use on, and the one that NSIS
+# list_files: leaves out the empty folder that Windows Installer keeps from its first use on, and the folder that NSIS
 # asks the system to remove at the next start, which Wine doesn't.
 list_files() {
     (cd "$WINEPREFIX/drive_c" && find . | grep -vE '^\./windows/Installer$|/Temp/~nsu[0-9]*\.tmp$' | sort)

@@ -28,19 +28,20 @@ build_setup() {
         -DOUTPUT="$EXAMPLES/keyreap-examples.exe" "$ROOT/examples/installer/example.nsi"
 }
 
-# try_installer FILE FOLDER CLIENT...: begins to try FILE, which lies in the folder of the examples and installs to FOLDER.
+# try_installer FILE FOLDER CLIENT...: begins to try FILE, which is in the folder of the examples and installs to
+# FOLDER.
 try_installer() {
     local file=$EXAMPLES/$1
     say "trying $1"
     shift
-    # What a shell starts in the background would not see an interrupt.
+    # A command that a shell starts in the background would not get an interrupt.
     env --default-signal=INT,QUIT "$ROOT/scripts/wine-session.sh" --ready --no-display \
         "$ROOT/examples/try-installer.sh" "$(windows_path "$file")" "$@" >"$file.tried" &
     TRIALS+=("$!") TRIED+=("$file")
 }
 
-# tell_trials: waits for all, and prints what each found. Gives 1 if one failed.
-tell_trials() {
+# report_trials: waits for all trials, and prints their results. Returns 1 if one failed.
+report_trials() {
     local number result=0
     for number in "${!TRIALS[@]}"; do
         wait "${TRIALS[$number]}" || result=1
@@ -59,4 +60,4 @@ TRIALS=() TRIED=()
 try_installer keyreap-examples.exe 'C:\Program Files\Keyreap examples' 'x64\client.exe' 'x86\client.exe'
 try_installer x64/keyreap-examples.msi 'C:\Program Files\Keyreap examples x64' client.exe
 try_installer x86/keyreap-examples.msi 'C:\Program Files (x86)\Keyreap examples x86' client.exe
-tell_trials
+report_trials

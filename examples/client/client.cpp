@@ -1,5 +1,6 @@
-// The example client: creates the object that a ProgID names and calls it in the two ways that a type library
-// allows. Usage: client thermometer|journal. Prints one line; the status is 0 if all answers were right.
+// The example client: creates the object that a ProgID names, and calls it in the two ways that a type
+// library allows. Usage: client thermometer|journal. Prints one line; the status is 0 if all answers were
+// right.
 #include <initguid.h>
 
 #include "journal_h.h"
@@ -27,7 +28,7 @@ Interface* Create(const wchar_t* progId, DWORD context) {
     return object;
 }
 
-// Calls a method with one argument by its name, as a script does. The result is empty if that failed.
+// Calls a method with one argument by its name, as a script does. The result is empty if the call fails.
 VARIANT CallByName(IDispatch* object, const wchar_t* name, VARIANT argument) {
     VARIANT result = {};
     DISPID member = 0;

@@ -22,16 +22,16 @@ from pathlib import Path
 
 SZ, EXPAND_SZ, BINARY, DWORD, MULTI_SZ = 1, 2, 3, 4, 7
 
-# What stands in the place of data that were gone when a trace's result was made.
+# Replaces data that were gone when a trace's result was made.
 UNREADABLE = "\u5555" * 10
 
 HEADER = "Windows Registry Editor Version 5.00\r\n"
 KEY = re.compile(r"\r\n\[(.*)\]\r\n")
 NAME = re.compile(r'(?:@|"((?:\\?[^"\\]|\\["\\])*|[\\"])")=')
-# A lone backslash or quote stands unescaped, and so does one at the start of a text that holds no other.
+# A lone backslash or quote is not escaped, nor is one at the start of a text that contains no other.
 TEXT = re.compile(r'"((?:\\?[^"\\]|\\["\\])*|[\\"][^"\\]*)"\r\n')
 NUMBER = re.compile(r"dword:([0-9a-f]{8})\r\n")
-# An empty text of several units has the comma of its terminator directly behind the colon.
+# An empty text of several units has the comma of its terminator directly after the colon.
 BYTES = re.compile(r"hex(?:\(([0-9a-f]+)\))?:,?((?:[0-9a-f]{2}(?:,(?:\\\r\n  )?)?)*)\r\n")
 
 ROOTS = {
@@ -68,7 +68,7 @@ def characters(data):
 
 
 def parsed_value(text, at):
-    """The type and data of a right side, and where it ends."""
+    """The type and data of a value's text, and where the text ends."""
     found = TEXT.match(text, at)
     if found and found[1] == UNREADABLE:
         raise NotCarried("could not be read when it was captured")
@@ -117,20 +117,20 @@ def parsed_keys(data):
 
 
 class Folder:
-    """The folder that the server was captured in, and what stands for it in the installer."""
+    """The folder that the server was captured in, and its replacement in the installer."""
 
     def __init__(self, path, place, ending=""):
-        """`ending` is what `place` brings with it of the text behind the folder."""
+        """`ending` is the part of the text after the folder that `place` already contains."""
         if not re.match(r"[A-Za-z]:|\\\\", path):
             path = "Z:" + os.path.abspath(path).replace("/", "\\")
-        # The system may put \\?\ in front of a path.
+        # The system may put \\?\ before a path.
         path = r"(?:\\\\\?\\)?" + re.escape(path.rstrip("\\"))
-        behind = "(?:%s|(?![^\"]))" % re.escape(ending) if ending else r'(?![^\\"])'
-        self.pattern = re.compile(path + behind, re.I)
+        following = "(?:%s|(?![^\"]))" % re.escape(ending) if ending else r'(?![^\\"])'
+        self.pattern = re.compile(path + following, re.I)
         self.place = place
 
     def applied(self, text, escaped):
-        """The text with the place for the folder, and all else through `escaped`."""
+        """The text with the folder replaced by the place, and everything else escaped by `escaped`."""
         return self.place.join(escaped(part) for part in self.pattern.split(text))
 
 
@@ -139,13 +139,13 @@ def above(path):
 
 
 def leaves_without_values(keys):
-    """Empty keys that no other key brings into being."""
+    """Keys without values and without keys below them."""
     parents = {above(key.path) for key in keys}
     return [key for key in keys if not key.values and not key.is_root and key.path.lower() not in parents]
 
 
 def is_own(key, keys):
-    """Whether an empty key lies in what belongs to the server: below a key that it gave a value."""
+    """True if an empty key belongs to the server: it is below a key in which the server set a value."""
     with_values = {other.path.lower() for other in keys if other.values}
     path = above(key.path)
     while path and path not in with_values:
@@ -154,8 +154,8 @@ def is_own(key, keys):
 
 
 def with_those_above(keys):
-    """Root and path of the keys and of all that came into being with them, the deepest first. A trace doesn't name a key
-    that holds nothing but other keys."""
+    """Root and path of the keys and of all keys that were created with them, the deepest first. A trace doesn't name a
+    key that contains only other keys."""
     found = {}
     for key in keys:
         path = key.path
@@ -229,18 +229,18 @@ LONGEST_KEY = 255
 
 
 def wixl_text(text):
-    """As it stands in a column of Windows Installer's kind Formatted."""
+    """The text's form in a column of Windows Installer's type Formatted."""
     return re.sub(r"([\[\]{}])", r"[\\\1]", text)
 
 
 def wxs_text(text):
-    """Besides what XML asks for, a dollar sign doubled, since one alone begins a variable."""
+    """Escapes the text for XML, and doubles a dollar sign, since a single one begins a variable."""
     escapes = {"$": "$$", "&": "&amp;", "<": "&lt;", ">": "&gt;", '"': "&quot;", "\r": "&#13;", "\n": "&#10;", "\t": "&#9;"}
     return "".join(escapes.get(letter, letter) for letter in text)
 
 
 def wixl_data(kind, value, folder):
-    """The first characters tell Windows Installer the type."""
+    """The first characters say the type to Windows Installer."""
     if kind == SZ:
         return folder.applied(value, wixl_text)
     if kind == EXPAND_SZ:
@@ -255,7 +255,7 @@ def wixl_data(kind, value, folder):
 def wixl_value(key, name, kind, data):
     if len(key.path) > LONGEST_KEY:
         raise NotCarried("%s: Windows Installer carries %d characters" % (key.name, LONGEST_KEY))
-    # wixl guards the first character of a string, and writes what it takes for expandable as it is.
+    # wixl escapes the first character of a string, but writes text that looks expandable as it is.
     words = (key.root, wxs_text(key.path), wxs_text(name), "string" if kind == SZ else "expandable", wxs_text(data))
     return '  <RegistryValue Root="%s" Key="%s" Name="%s" Type="%s" Value="%s"/>' % words
 
@@ -272,7 +272,7 @@ def wixl(name, bits, keys, folder):
     lines = ["<Include>", '<Component Id="%s" Guid="%s" Win64="%s">' % (name, guid, win64)]
     for key in keys:
         lines += [wixl_row(key, *value, folder) for value in key.values]
-    # A row of this name makes a key, and one with an asterisk also takes it away again, with all that is in it then.
+    # A row of this name makes a key. With an asterisk it also removes the key, with everything that is in it then.
     names = {True: "*", False: "+"}
     lines += [wixl_value(key, names[is_own(key, keys)], SZ, "") for key in leaves_without_values(keys)]
     return "\n".join(lines + ["</Component>", "</Include>", ""])

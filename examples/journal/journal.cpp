@@ -1,5 +1,5 @@
-// The example program server: a process of its own, which COM starts for a client and which ends with the
-// last object. /REGSERVER and /UNREGSERVER register it and take that away again.
+// The example program server: a process of its own, which COM starts for a client and which ends with its
+// last object. /REGSERVER registers it, and /UNREGSERVER removes the registration.
 #include <initguid.h>
 
 #include "journal_h.h"

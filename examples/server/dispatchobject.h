@@ -11,8 +11,8 @@
 
 namespace keyreap::examples {
 
-// The part of an object with one dual interface that doesn't depend on what it does: its count of references,
-// and IDispatch, whose calls the type library leads to the interface's own methods.
+// The general part of an object with one dual interface: its reference count, and IDispatch, whose calls the
+// type library directs to the interface's own methods.
 template <class Interface>
 class DispatchObject : public Interface, private Counted {
 public:

@@ -18,7 +18,7 @@ long LivingObjects();
 // A client's lock keeps the server in use as an object does.
 void HoldServer(bool lock);
 
-// Called when the last object goes; a program ends then. A library sets nothing.
+// Called when the last object goes; a program ends then. A library sets no function.
 void WhenUnused(void (*action)());
 
 } // namespace keyreap::examples

@@ -8,13 +8,13 @@
 
 namespace keyreap::examples {
 
-// The full path of the module that this code is in.
+// The full path of the module that contains this code.
 std::wstring OwnPath();
 
 // The type library in this module's resources, or null; the caller releases it.
 ITypeLib* OwnTypeLibrary();
 
-// What the own type library says of an interface, or null; the caller releases it.
+// The own type library's description of an interface, or null; the caller releases it.
 ITypeInfo* OwnTypeInfo(REFIID interfaceId);
 
 } // namespace keyreap::examples

@@ -6,7 +6,7 @@
 
 namespace keyreap::examples {
 
-// What a COM class has in the registry.
+// The registry entries of a COM class.
 struct ClassEntry {
     std::wstring classId;
     std::wstring libraryId;
@@ -18,10 +18,10 @@ struct ClassEntry {
     std::wstring threadingModel;
 };
 
-// Writes the class, its ProgID and the module's type library. Gives the first failure.
+// Writes the class, its ProgID and the module's type library. Returns the first failure.
 HRESULT RegisterServer(const ClassEntry& entry);
 
-// Takes all that away again.
+// Removes everything that RegisterServer writes.
 HRESULT UnregisterServer(const ClassEntry& entry);
 
 } // namespace keyreap::examples
