@@ -5,12 +5,12 @@
 #                   [ALLOW_FILLERS])
 #
 # <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
-# target's property KEYREAP_REG_FILE tells which. It is made anew whenever the server changes, or something
+# target's property KEYREAP_REG_FILE contains its path. The file is recreated whenever the server changes, or something
 # named by DEPENDS, such as a type library that the server registers from beside itself. Without MODE it is `both`.
 # The target <target>_reg makes it, and is part of a whole build.
 #
 # A capture that fails, or finds nothing, fails the build with the reason and leaves no file. So does one with fillers, which
-# stand for values that could not be read again, unless ALLOW_FILLERS is given. On Linux captures run side by side, each
+# replace values that could not be read again, unless ALLOW_FILLERS is given. On Linux captures run side by side, each
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
 

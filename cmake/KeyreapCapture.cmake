@@ -12,7 +12,7 @@ endif()
 execute_process(COMMAND ${COMMAND} extreg ${SERVER} ${OUTPUT}.part ${MODE} RESULT_VARIABLE status
                 ERROR_VARIABLE said)
 string(STRIP "${said}" said)
-# A message of an error would be broken into short lines.
+# In an error message, CMake would break the text into short lines.
 if(said)
   message("${said}")
 endif()
@@ -21,7 +21,7 @@ if(NOT status EQUAL 0)
   message(FATAL_ERROR "The capture of ${SERVER} ended with ${status}")
 endif()
 
-# A registration that could not be seen leaves no more than a few empty keys.
+# A registration that could not be seen leaves only a few empty keys.
 file(STRINGS ${OUTPUT}.part values REGEX "^[@\"]" ENCODING UTF-16LE LIMIT_COUNT 1)
 if(NOT values)
   file(REMOVE ${OUTPUT}.part)

@@ -11,7 +11,7 @@ endif()
 if(MSVC)
   target_compile_options(keyreap_options INTERFACE /W4 /WX /utf-8 /EHa /permissive-)
 else()
-  # Parameters may have the names of members. Clang can't say that, so GCC alone looks for shadowed names.
+  # Parameters may have the names of members. Clang has no such option, so only GCC looks for shadowed names.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set(shadow -Wshadow=local)
   endif()
@@ -33,8 +33,8 @@ if(KEYREAP_SANITIZE)
   target_link_options(keyreap_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# Counts the lines of a target and of whatever is linked with it, since a header's functions may be taken from either.
-# The servers that the tests capture stay as they are.
+# Counts the lines of a target and of everything that links it, since a header's functions may be taken from either. The
+# servers that the tests capture stay as they are.
 function(keyreap_count_lines target)
   if(NOT KEYREAP_COVERAGE)
     return()
@@ -46,8 +46,8 @@ function(keyreap_count_lines target)
   endif()
 endfunction()
 
-# Has the counters written by processes that don't exit, too (tests/support/keptcounters.cpp). An import's symbol
-# carries its argument bytes in 32 bits only.
+# Processes that don't exit write their counters too (tests/support/keptcounters.cpp). An import's symbol contains its
+# argument bytes only in 32 bits.
 function(keyreap_keep_counters target)
   if(CMAKE_SIZEOF_VOID_P EQUAL 8)
     set(replaced __imp_TerminateProcess __imp_SetUnhandledExceptionFilter)

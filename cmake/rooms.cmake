@@ -24,11 +24,11 @@ function(keyreap_room name)
   endif()
 endfunction()
 
-# Names a built program as a suite of tests that ./test runs; the names end in build/<preset>/tests.txt. Tests are
+# Declares a built program as a suite of tests that ./test runs; the names go into build/<preset>/tests.txt. Tests are
 # compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers. On
-# Windows a test that damages a heap fails (tests/support/heapcheck.cpp).
-# With REQUESTS the suite's Wine session has the request log. WHOLE is the word of ./test that makes the suite go
-# through all its cases, where it has so many that it takes a sample of them otherwise (scripts/runner).
+# Windows a test that damages a heap fails (tests/support/heapcheck.cpp). With REQUESTS the suite's Wine session has the
+# request log. A suite with many cases runs a sample of them; WHOLE is the word of ./test that makes it run all
+# (scripts/runner).
 function(keyreap_test_suite target)
   cmake_parse_arguments(SUITE "REQUESTS" "WHOLE" "" ${ARGN})
   if(NOT MSVC)

@@ -1,6 +1,6 @@
 # Type libraries, compiled from IDL by widl in the bitness of this build.
 find_program(KEYREAP_WIDL NAMES ${KEYREAP_TARGET}-w64-mingw32-widl widl REQUIRED)
-# widl wants the type library that every other one builds on. Wine brings it; both bitnesses are equal in it.
+# widl needs the type library that every other one builds on. Wine provides it; both bitnesses have the same.
 file(GLOB wineModules /usr/lib/*/wine/x86_64-windows /usr/lib*/wine/x86_64-windows /opt/wine-*/lib*/wine/x86_64-windows)
 find_path(
   KEYREAP_STDOLE2
@@ -11,7 +11,7 @@ find_path(
 # The target makes the type library and the C++ header of an IDL file; all three are full paths.
 function(keyreap_type_library target idl library header)
   math(EXPR bits "8 * ${CMAKE_SIZEOF_VOID_P}")
-  # oaidl.idl is found beside this file.
+  # oaidl.idl is beside this file.
   set(widl ${KEYREAP_WIDL} -m${bits} -L ${KEYREAP_STDOLE2} -I ${CMAKE_CURRENT_FUNCTION_LIST_DIR})
   cmake_path(GET library PARENT_PATH folder)
   add_custom_command(
