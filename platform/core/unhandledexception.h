@@ -12,7 +12,7 @@ namespace keyreap {
 LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers);
 
 // Reserves stack of the calling thread for the filter to run on after an overflow. The first call also makes
-// OnUnhandledException the process-wide filter, and the end of an uncaught C++ exception.
+// OnUnhandledException the process-wide filter, for uncaught C++ exceptions too.
 void InstallUnhandledExceptionFilter();
 
 } // namespace keyreap
