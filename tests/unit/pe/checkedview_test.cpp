@@ -211,7 +211,7 @@ TEST_P(EitherBitness, SectionWithMoreBytesThanRoomHasNoLayout) {
     image.Set<std::uint32_t>("sections", fileSize, 0x1001);
     EXPECT_FALSE(File(image.bytes).View().HasLayout());
     image.Set<std::uint32_t>("sections", virtualSize, 0);
-    EXPECT_FALSE(File(image.bytes).View().HasLayout()) << "the second section begins a page behind the first";
+    EXPECT_FALSE(File(image.bytes).View().HasLayout()) << "the second section begins a page after the first";
 }
 
 TEST_P(EitherBitness, LastSectionMayHaveMoreBytesThanRoom) {
