@@ -18,7 +18,7 @@ class ErrorIcon {
 public:
     // The library that scales, by name or path. A library that is missing or lacks the entry point is not
     // used.
-    explicit ErrorIcon(const wchar_t* libraryThatScales = L"ComCtl32.dll") : library(libraryThatScales) {}
+    explicit ErrorIcon(const wchar_t* library = L"ComCtl32.dll") : library(library) {}
 
     // Prefers the icon that the common controls scale for the screen. Null if the system has no icon at all.
     HICON Load();

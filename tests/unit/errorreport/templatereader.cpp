@@ -8,7 +8,7 @@ namespace {
 
 class Reader {
 public:
-    explicit Reader(std::span<const std::byte> source) : bytes(source) {}
+    explicit Reader(std::span<const std::byte> bytes) : bytes(bytes) {}
 
     std::size_t Offset() const { return offset; }
 
