@@ -59,7 +59,7 @@ std::wstring MissingFunction(PeImage& image, const ImportedDll& dll) {
 
 bool Holds(const std::vector<std::wstring>& paths, const std::wstring& path) {
     return std::any_of(paths.begin(), paths.end(),
-                       [&path](const std::wstring& other) { return CompareFolded(other, path) == 0; });
+                       [&path](const std::wstring& other) { return EqualFolded(other, path); });
 }
 
 } // namespace
@@ -111,7 +111,7 @@ void LoadChain::Judge(const std::wstring& importer, std::uint16_t machine, const
 
 const DependencyRecord* LoadChain::Find(const std::wstring& name) const {
     const auto found = std::find_if(list.begin(), list.end(), [&name](const DependencyRecord& record) {
-        return CompareFolded(record.name, name) == 0;
+        return EqualFolded(record.name, name);
     });
     return found == list.end() ? nullptr : &*found;
 }
