@@ -35,13 +35,12 @@ WidePath InFolder(std::wstring_view folder, std::wstring_view name) {
 
 bool IsSystemFile(const std::wstring& path) {
     std::wstring company = path;
-    return ReadCompanyName(company) && CompareFolded(company, systemCompany) == 0;
+    return ReadCompanyName(company) && EqualFolded(company, systemCompany);
 }
 
 bool HoldsName(const DependencyList& list, std::wstring_view name) {
-    return std::any_of(list.begin(), list.end(), [name](const DependencyRecord& record) {
-        return CompareFolded(record.name, name) == 0;
-    });
+    return std::any_of(list.begin(), list.end(),
+                       [name](const DependencyRecord& record) { return EqualFolded(record.name, name); });
 }
 
 // Adds the dependencies of a dependency. A nested failure is dropped: the walk continues with the next name.

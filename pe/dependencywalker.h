@@ -21,7 +21,7 @@ struct DependencyRecord {
 // In the order of first discovery; shared by a whole recursion.
 using DependencyList = std::vector<DependencyRecord>;
 
-// The questions that a file can answer that may be a PE file.
+// Queries on a file that may be a PE file.
 class IPeFile {
 public:
     virtual bool IsPeFile() = 0;

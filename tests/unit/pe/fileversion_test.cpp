@@ -64,7 +64,7 @@ TEST_F(FileVersion, IsReadInEitherBitnessAndLanguage) {
     }
 }
 
-TEST_F(FileVersion, IsReadOfAnImageThatLiesInMemoryAsInTheFile) {
+TEST_F(FileVersion, IsReadFromAnImageThatIsInMemoryAsInTheFile) {
     for (const ImageBits bits : {ImageBits::bits32, ImageBits::bits64}) {
         const std::string resource = VersionResource().FileVersion(5, 6, 7, 8).Bytes();
         EXPECT_EQ(VersionOf(FileOf(ImageBuilder(bits).Flat().Version(resource).Build().bytes)), L"5.6.7.8");

@@ -27,8 +27,8 @@ RvaResolver ResolverOf(const std::string& bytes) {
 
 class ImageTables : public testing::TestWithParam<ImageBits> {
 protected:
-    std::vector<std::string_view> Imports() const { return NamesBehind(1); }
-    std::vector<std::string_view> DelayImports() const { return NamesBehind(13); }
+    std::vector<std::string_view> Imports() const { return NamesOfDirectory(1); }
+    std::vector<std::string_view> DelayImports() const { return NamesOfDirectory(13); }
 
     bool Exports(std::string_view name) const {
         const CheckedView view = ViewOf(image.bytes);
@@ -36,7 +36,7 @@ protected:
                                   name);
     }
 
-    std::vector<std::string_view> NamesBehind(std::uint32_t index) const {
+    std::vector<std::string_view> NamesOfDirectory(std::uint32_t index) const {
         const CheckedView view = ViewOf(image.bytes);
         const std::byte* first = testsupport::DirectoryBySections(view, index);
         const DescriptorTable table =

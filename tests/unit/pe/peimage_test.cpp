@@ -174,7 +174,7 @@ TEST_F(PeImageTest, DirectoryInAGapBetweenSectionsIsAbsent) {
     EXPECT_EQ(Image(built.bytes).ImportDirectory(), nullptr);
 }
 
-TEST_F(PeImageTest, SectionThatLiesOutsideTheFileHasNoPlaces) {
+TEST_F(PeImageTest, SectionOutsideTheFileHasNoPlaces) {
     for (const std::uint32_t offset : {0x00100000U, 0x7FFFFFFFU, 0xFFFFFF00U}) {
         BuiltImage built = ImageBuilder().Imports({"a.dll"}).Build();
         built.Set("sections", 20, offset);
