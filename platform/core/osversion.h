@@ -33,7 +33,7 @@ const OsVersion& RunningVersion();
 // Version 6.0, the first whose HKEY_CLASSES_ROOT needs Software\Classes in a redirection.
 const OsVersion& VistaVersion();
 
-// Version 10.0, the first on which the version of a system file is read through a ShimClone.
+// Version 10.0, the first on which a system file's version is read from a copy.
 const OsVersion& Windows10Version();
 
 // The functions below put the registry's values into a record.

@@ -31,7 +31,7 @@ struct GuidHash {
 
 // The GUID of a text such as "{01234567-89AB-CDEF-0123-456789ABCDEF}", with or without the braces. Never
 // fails: groups are read at fixed places, each up to its first character that isn't a hexadecimal digit.
-// Missing groups count as 0. A leading "-" of one of the first three groups negates its value.
+// Missing digits count as 0. A leading "-" of one of the first three groups negates its value.
 Guid ParseGuid(std::wstring_view text);
 
 } // namespace keyreap

@@ -79,7 +79,7 @@ LONG WINAPI OtherFilter(EXCEPTION_POINTERS*) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-void DivideBehindAnotherFilter() {
+void DivideAfterAnotherFilter() {
     SetUnhandledExceptionFilter(OtherFilter);
     keyreap::InstallUnhandledExceptionFilter();
     Divide();
@@ -98,7 +98,7 @@ const std::map<std::wstring, void (*)()> faults = {
     {L"breakpoint", [] { RaiseException(EXCEPTION_BREAKPOINT, 0, 0, nullptr); }},
     {L"own-code", [] { RaiseException(0xE0424242, 0, 0, nullptr); }},
     {L"while-shown", FaultTwice},
-    {L"other-filter", DivideBehindAnotherFilter},
+    {L"other-filter", DivideAfterAnotherFilter},
     {L"throw", Throw},
     {L"throw-noexcept", ThrowThroughNoexcept},
     {L"abort", [] { std::abort(); }},

@@ -41,7 +41,7 @@ TEST(FirstFrameLocation, IsThatOfTheFirstFrameWithALine) {
                 Optional(FieldsAre(L"first.cpp", 7u)));
 }
 
-TEST(FirstFrameLocation, ThereIsNoneWithoutAnArrow) {
+TEST(FirstFrameLocation, IsMissingWithoutAnArrow) {
     EXPECT_FALSE(FirstFrameLocation(L"header\r\n[0x1]  -----\r\n"));
     EXPECT_FALSE(FirstFrameLocation(L""));
 }
