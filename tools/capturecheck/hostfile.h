@@ -68,8 +68,7 @@ private:
     bool isDescriptor = false;
 };
 
-// The time and origin of a file's last change, as a word to keep and compare later; "-" if the file doesn't
-// exist.
+// The identity, size and times of a file, as a word to keep and compare later; "-" if it doesn't exist.
 std::string FileStamp(const std::string& path);
 
 } // namespace keyreap
