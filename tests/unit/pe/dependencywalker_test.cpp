@@ -8,7 +8,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testsupport::ImageBuilder;
 using testsupport::IsSamePath;
 using testsupport::Names;
 using testsupport::VersionResource;
