@@ -12,14 +12,14 @@ bool IsRegistryEventType(std::uint8_t type) {
     return type >= registryevent::createKey && type <= registryevent::querySecurity;
 }
 
-// The events of key control blocks tell the name of a handle and are no operations.
+// The events of key control blocks name a handle. They are not operations.
 bool NamesHandle(std::uint8_t type) {
     return type >= registryevent::kcbCreate && type <= registryevent::kcbRundownEnd;
 }
 
 } // namespace
 
-RegistryEventHandler::RegistryEventHandler(bool classesAsRootWanted) : classesAsRoot(classesAsRootWanted) {}
+RegistryEventHandler::RegistryEventHandler(bool classesAsRoot) : classesAsRoot(classesAsRoot) {}
 
 bool RegistryEventHandler::Accepts(const TraceEvent& event) const {
     return event.guid == RegistryGuid || IsLogHeader(event);
@@ -34,7 +34,7 @@ void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventVa
         return;
     }
     if (NamesHandle(event.type)) {
-        // Whoever made the handle; an empty name counts like any other.
+        // From any process, watched or not. An empty name replaces the earlier one too.
         RegistryFields fields = ReadFields(event, values);
         keyNames[fields.keyHandle] = {std::move(fields.name), std::nullopt};
     } else if (IsWatchedProcess(event.processId)) {
@@ -54,7 +54,8 @@ void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields 
         operation.valueName = texts.Keep(fields.name);
         fields.name.clear();
     }
-    Resolve(operation, fields.name);
+    operation.keyPath = fields.name;
+    ResolveKeyName(operation);
     operations.push_back(operation);
 }
 
@@ -68,46 +69,40 @@ void RegistryEventHandler::OnFinished() {
 }
 
 void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
-    Resolve(operation, operation.keyPath);
-}
-
-void RegistryEventHandler::Resolve(RegistryOperation& operation, std::wstring_view name) {
-    Place place;
-    if (KeyName* const key = NameOf(operation.keyHandle)) {
+    KeyName* const key = NameOf(operation.keyHandle);
+    const Place place = key ? PlaceBelow(*key, operation.keyPath) : Normalize(operation.keyPath);
+    if (key) {
         operation.keyHandle = 0;
-        place = name.empty() ? PlaceOf(*key) : PlaceBelow(*key, name);
-    } else {
-        place = PlaceOf(name);
     }
     operation.root = place.root.value_or(operation.root);
     operation.keyPath = place.keyPath;
 }
 
-// Null for no handle, one without a name, and one whose name is empty.
+// Null for handle 0, for one without a name, and for one whose name is empty.
 RegistryEventHandler::KeyName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
     const auto found = keyHandle == 0 ? keyNames.end() : keyNames.find(keyHandle);
     return found == keyNames.end() || found->second.name.empty() ? nullptr : &found->second;
 }
 
-RegistryEventHandler::Place RegistryEventHandler::PlaceOf(std::wstring_view fullName) {
+// The place of the key itself for an empty name, with a backslash at the end, which does no harm.
+RegistryEventHandler::Place RegistryEventHandler::PlaceBelow(KeyName& key, std::wstring_view name) {
+    if (name.empty() && key.place) {
+        return *key.place;
+    }
+    joined.assign(key.name).append(1, L'\\').append(name);
+    const Place place = Normalize(joined);
+    if (name.empty()) {
+        key.place = place;
+    }
+    return place;
+}
+
+RegistryEventHandler::Place RegistryEventHandler::Normalize(std::wstring_view fullName) {
     PredefinedRoot root = noRoot;
     if (!NormalizeKernelPath(fullName, classesAsRoot, root, normalized)) {
         return {std::nullopt, texts.Keep(fullName)};
     }
     return {root, texts.Keep(normalized)};
-}
-
-const RegistryEventHandler::Place& RegistryEventHandler::PlaceOf(KeyName& key) {
-    if (!key.place) {
-        key.place = PlaceBelow(key, {});
-    }
-    return *key.place;
-}
-
-// An empty name leaves a backslash at the end, which does no harm.
-RegistryEventHandler::Place RegistryEventHandler::PlaceBelow(const KeyName& key, std::wstring_view name) {
-    joined.assign(key.name).append(1, L'\\').append(name);
-    return PlaceOf(joined);
 }
 
 } // namespace keyreap

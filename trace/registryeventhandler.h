@@ -32,7 +32,7 @@ public:
     void OnFinished() override;
 
     // Puts the name of the operation's key handle, if it is known, in front of its path, and normalises a
-    // kernel path. A name that is neither stays as it is.
+    // kernel path. Any other name stays as it is. Copies what it keeps of the path.
     void ResolveKeyName(RegistryOperation& operation);
 
     std::vector<RegistryOperation> operations; // in the order of the events, with texts that this holds
@@ -41,27 +41,25 @@ private:
     RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
     void AddOperation(const TraceEvent& event, RegistryFields fields);
 
-    // Where a full name leads. One that is no kernel path has no root and stays as it is.
+    // A key by its root and path. A name that is not a kernel path has no root.
     struct Place {
         std::optional<PredefinedRoot> root;
         std::wstring_view keyPath;
     };
 
-    // The last name of a handle. Most operations name nothing but a handle: they share the place that it
-    // stands for by itself, found when it is first asked for.
+    // The last name of a handle. Most operations name nothing but a handle: they share its place, which is
+    // found by the first of them.
     struct KeyName {
         std::wstring name;
         std::optional<Place> place;
     };
 
     KeyName* NameOf(std::uint64_t keyHandle);
-    Place PlaceOf(std::wstring_view fullName);
-    const Place& PlaceOf(KeyName& key);
-    Place PlaceBelow(const KeyName& key, std::wstring_view name);
-    void Resolve(RegistryOperation& operation, std::wstring_view name);
+    Place PlaceBelow(KeyName& key, std::wstring_view name);
+    Place Normalize(std::wstring_view fullName);
 
     bool classesAsRoot;
-    // Of each handle, whichever process made it. Nothing is removed before the end.
+    // The names of all handles, whichever process made them. Nothing is removed before the end.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
     Arena texts; // of operations and places
     // Kept from name to name, so that only results are allocated.
