@@ -45,7 +45,7 @@ public:
 
     void OnDecodedEvent(const TraceEvent& event, const EventValues*) override {
         if (event.type >= registryevent::kcbCreate && event.type <= registryevent::kcbRundownEnd) {
-            const RegistryFields fields = ReadFixedFields(event, pointerSize);
+            const RegistryFields fields = ReadFixedFields(event, PointerSize());
             nameSizes[fields.keyHandle] = TextSize(fields.name);
         }
     }
@@ -93,7 +93,7 @@ std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watched
     SizeCount sizes;
     Feed(path, sizes);
     std::size_t sum = sizes.Sum();
-    for (const RegistryOperation& operation : handler.operations) {
+    for (const RegistryOperation& operation : handler.Operations()) {
         sum += sizeof(operation) + SizeCount::TextSize(operation.keyPath) +
                SizeCount::TextSize(operation.valueName);
     }
@@ -107,12 +107,12 @@ ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watc
     RegistryEventHandler handler(true);
     handler.AddWatchedProcess(watchedProcess);
     result.complete = Feed(path, handler);
-    log.RecordOperations(handler.operations);
+    log.RecordOperations(handler.Operations());
     FoldControlSets(log);
     VisitCount visits;
     log.Walk(visits);
     result.events = handler.Counters().eventsSeen;
-    result.operations = handler.operations.size();
+    result.operations = handler.Operations().size();
     result.keys = visits.keys;
     result.values = visits.values;
     return result;

@@ -26,7 +26,8 @@ bool RegistryEventHandler::Accepts(const TraceEvent& event) const {
 }
 
 RegistryFields RegistryEventHandler::ReadFields(const TraceEvent& event, const EventValues* values) const {
-    return values == nullptr ? ReadFixedFields(event, pointerSize) : ReadSchemaFields(*values, pointerSize);
+    return values == nullptr ? ReadFixedFields(event, PointerSize())
+                             : ReadSchemaFields(*values, PointerSize());
 }
 
 void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues* values) {

@@ -35,7 +35,8 @@ public:
     // kernel path. Any other name stays as it is. Copies what it keeps of the path.
     void ResolveKeyName(RegistryOperation& operation);
 
-    std::vector<RegistryOperation> operations; // in the order of the events, with texts that this holds
+    // In the order of the events, with texts that this holds.
+    const std::vector<RegistryOperation>& Operations() const { return operations; }
 
 private:
     RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
@@ -59,6 +60,7 @@ private:
     Place Normalize(std::wstring_view fullName);
 
     bool classesAsRoot;
+    std::vector<RegistryOperation> operations;
     // The names of all handles, whichever process made them. Nothing is removed before the end.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
     Arena texts; // of operations and places

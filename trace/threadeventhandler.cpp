@@ -42,11 +42,11 @@ bool ThreadEventHandler::Accepts(const TraceEvent& event) const {
 void ThreadEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues*) {
     const Payload payload(event.payload);
     const bool startsThread = event.type == threadStart || event.type == threadRundown;
-    if (!startsThread || !threadMap || !payload.Holds(threadIdField, sizeof(std::uint32_t))) {
+    if (!startsThread || !ThreadMap() || !payload.Holds(threadIdField, sizeof(std::uint32_t))) {
         return;
     }
-    threadMap->Record(payload.Number<std::uint32_t>(threadIdField), event.timeStamp,
-                      payload.Number<std::uint32_t>(processIdField));
+    ThreadMap()->Record(payload.Number<std::uint32_t>(threadIdField), event.timeStamp,
+                        payload.Number<std::uint32_t>(processIdField));
 }
 
 } // namespace keyreap

@@ -16,7 +16,8 @@ constexpr std::size_t pointerSizeField = 44;
 
 } // namespace
 
-TraceEventHandler::TraceEventHandler() = default;
+TraceEventHandler::TraceEventHandler(EventDecoding decoding, std::unique_ptr<EventClasses> classes)
+    : decoding(decoding), wmi(std::move(classes)) {}
 TraceEventHandler::~TraceEventHandler() = default;
 
 void TraceEventHandler::Attach(std::shared_ptr<ThreadProcessMap> map) {
@@ -45,7 +46,7 @@ void TraceEventHandler::OnEvent(const TraceEvent& event) {
         return;
     }
     ++counters.eventsWithData;
-    if (useSchema) {
+    if (decoding == EventDecoding::schema) {
         Decode(event);
     } else {
         OnDecodedEvent(event, nullptr);
@@ -75,11 +76,12 @@ const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {
     case SchemaLookup::loaded:
         break;
     case SchemaLookup::unreadable:
-        ++counters.schemaFailures; // cached all the same: the class isn't tried again
+        ++counters.schemaFailures; // cached as well: the class isn't read again
         schema.properties.clear();
         break;
     case SchemaLookup::noClass:
-        key.clear(); // the empty schema; the event's own kind gets no entry, so it is searched anew
+        key.clear(); // the empty schema; the event gets no entry of its own, so the next one is searched for
+                     // again
         schema.properties.clear();
         break;
     }

@@ -22,11 +22,19 @@ struct EventCounters {
     std::uint32_t decodeFailures = 0;
 };
 
+// How a handler gets the fields of a payload. The program uses fixed layouts alone.
+enum class EventDecoding {
+    fixedLayout, // by the event's version; OnDecodedEvent gets no values
+    schema,      // by the event classes
+};
+
 // Base class of everything that listens to a log. A handler sees all events, one at a time and in file order,
 // and OnDecodedEvent gets those that it accepts and that carry a payload.
 class TraceEventHandler {
 public:
-    TraceEventHandler();
+    // Without `classes`, the first look-up opens those of the system.
+    explicit TraceEventHandler(EventDecoding decoding = EventDecoding::fixedLayout,
+                               std::unique_ptr<EventClasses> classes = nullptr);
     virtual ~TraceEventHandler();
     TraceEventHandler(const TraceEventHandler&) = delete;
     TraceEventHandler& operator=(const TraceEventHandler&) = delete;
@@ -37,7 +45,8 @@ public:
     // Whether the handler wants the reader to go on.
     virtual bool IsEnabled() const;
 
-    // Whether the event concerns this handler. Must not allocate: it is asked for every event of the machine.
+    // Whether the event concerns this handler. Must not allocate: it is called for every event of the
+    // machine.
     virtual bool Accepts(const TraceEvent& event) const;
 
     // Takes the pointer size from the log header, then counts, filters, decodes and passes the event on.
@@ -46,34 +55,44 @@ public:
     // Called after the last event, also when the log broke off.
     virtual void OnFinished();
 
-    // An accepted event with a payload. `values` is null with the fixed layouts (useSchema false), and is
-    // valid only for this call.
+    // An accepted event with a payload. `values` is null with fixed layouts, and is valid only for this call.
     virtual void OnDecodedEvent(const TraceEvent& event, const EventValues* values) = 0;
 
     // True if no process is watched in particular, or if this one is.
     bool IsWatchedProcess(std::uint32_t processId) const;
     void AddWatchedProcess(std::uint32_t processId);
 
-    // The schema of an event's kind, from the cache or from the event classes: never null. A kind that no
-    // class describes is searched again each time and gets the empty schema. Valid until the next call.
+    // The schema for the event's class, version and type, from the cache or from the event classes: never
+    // null. Events that no class describes get the empty schema, and are searched for again each time. Valid
+    // until the next call.
     const EventSchema* SchemaFor(const TraceEvent& event);
 
     const EventCounters& Counters() const { return counters; }
+
+    // The log's, in bytes: 8 until its header was seen.
     std::uint32_t PointerSize() const { return pointerSize; }
 
 protected:
-    std::shared_ptr<ThreadProcessMap> threadMap;
-    bool enabled = true;
-    std::uint32_t pointerSize = 8;     // of the log: 4 or 8
-    std::unique_ptr<EventClasses> wmi; // opened by the first look-up that needs it
-    bool useSchema = false;            // fixed layouts; nothing in the program sets it
-    SchemaCache schemas;
-    std::vector<std::uint32_t> processIds; // so few that a search is the fastest way
-    EventCounters counters;
+    // From now on the handler does not want the reader to go on.
+    void Disable() { enabled = false; }
+
+    EventDecoding Decoding() const { return decoding; }
+    const std::shared_ptr<ThreadProcessMap>& ThreadMap() const { return threadMap; }
+    const SchemaCache& Schemas() const { return schemas; }
+    bool HasOpenedClasses() const { return wmi != nullptr; }
 
 private:
     void TakePointerSize(const TraceEvent& header);
     void Decode(const TraceEvent& event);
+
+    std::shared_ptr<ThreadProcessMap> threadMap;
+    bool enabled = true;
+    std::uint32_t pointerSize = 8;
+    EventDecoding decoding;
+    std::unique_ptr<EventClasses> wmi;
+    SchemaCache schemas;
+    std::vector<std::uint32_t> processIds; // so few that a search is the fastest way
+    EventCounters counters;
 };
 
 } // namespace keyreap

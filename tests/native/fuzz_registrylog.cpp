@@ -149,7 +149,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Require(walked.values == plain.LastingValues());
 
     FoldControlSets(log);
-    fuzz::Require(log.FindNode(localMachineRoot, L"SYSTEM\\ControlSet001", false) == nullptr);
+    fuzz::Require(log.FindNode(localMachineRoot, L"SYSTEM\\ControlSet001") == nullptr);
     log.PruneEmptyKey(localMachineRoot, pruned);
     PruneControlSets(log, true, L"a\\");
     Collector again;

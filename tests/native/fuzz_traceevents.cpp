@@ -52,6 +52,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     registry.OnFinished();
     CheckCounters(registry.Counters(), events);
     CheckCounters(threads.Counters(), events);
-    fuzz::Require(registry.operations.size() <= registry.Counters().eventsWithData);
+    fuzz::Require(registry.Operations().size() <= registry.Counters().eventsWithData);
     return 0;
 }

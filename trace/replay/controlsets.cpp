@@ -24,8 +24,8 @@ constexpr ControlSetFold controlSetFolds[] = {
 
 void FoldControlSets(RegistryLog& log) {
     for (const ControlSetFold& fold : controlSetFolds) {
-        if (RegistryLogNode* const source = log.FindNode(fold.sourceRoot, fold.sourcePath, false)) {
-            log.MergeSubkeys(*log.FindNode(fold.targetRoot, fold.targetPath, true), *source);
+        if (RegistryLogNode* const source = log.FindNode(fold.sourceRoot, fold.sourcePath)) {
+            log.MergeSubkeys(log.GetOrAddNode(fold.targetRoot, fold.targetPath), *source);
         }
     }
 }

@@ -17,19 +17,19 @@ struct HashedName {
     std::uint64_t hash;
 };
 
-// What all maps of one log share: how names are told apart, and where everything lies.
+// What all maps of one log share: the rules that compare names, and the memory of everything.
 struct NameStore {
     const NameRules& rules;
     Arena arena;
 };
 
-// The entries of one registry key by name: a hash map. An `Entry` has the fields `name` and `nameHash`;
-// whoever adds it sees that it stays where it is. A look-up allocates nothing.
+// The entries of one registry key by name: a hash map. An `Entry` has an operation `Name`, which gives a
+// HashedName. The map points at its entries, which must not move. A look-up allocates nothing.
 template <typename Entry>
 class NameMap {
 public:
-    // `nameStore` outlives the map.
-    explicit NameMap(NameStore& nameStore) : store(&nameStore) {}
+    // `store` outlives the map.
+    explicit NameMap(NameStore& store) : store(&store) {}
 
     bool IsEmpty() const { return entries.empty(); }
     std::size_t Size() const { return entries.size(); }
@@ -43,9 +43,9 @@ public:
         return position == none ? nullptr : entries[position];
     }
 
-    // Adds an entry in the place of the one of its name, if there is one.
+    // Adds an entry, and drops the one of the same name, if there is one.
     void AddOrReplace(Entry& entry) {
-        const std::uint32_t position = PositionOf({entry.name, entry.nameHash});
+        const std::uint32_t position = PositionOf(entry.Name());
         if (position == none) {
             Add(entry);
         } else {
@@ -53,9 +53,9 @@ public:
         }
     }
 
-    // Adds an entry whose name the map hasn't.
+    // Adds an entry whose name isn't in the map yet.
     void Add(Entry& entry) {
-        hashes.Add(entry.nameHash, store->arena);
+        hashes.Add(entry.Name().hash, store->arena);
         entries.Add(&entry, store->arena);
         if (2 * entries.size() > index.size()) {
             BuildIndex();
@@ -72,7 +72,7 @@ public:
             std::swap(entries[position], entries.back());
             hashes.RemoveLast();
             entries.RemoveLast();
-            index.Clear(); // the next addition builds it anew
+            index.Clear(); // the next addition rebuilds it
         }
     }
 
@@ -84,13 +84,16 @@ public:
 
 private:
     static constexpr std::uint32_t none = UINT32_MAX;
-    static constexpr std::size_t fewEntries = 8; // whose hashes are looked through faster than an index
+    static constexpr std::size_t fewEntries = 8; // a search through their hashes is faster than an index
 
     // The rules' comparison may hold names equal whose hashes differ. The whole hash is compared first, so
-    // that no outcome depends on the names' happening to meet in a search.
+    // that no result depends on which names meet in a search.
     bool Matches(std::uint32_t position, const HashedName& name) const {
-        return hashes[position] == name.hash && (entries[position]->name == name.text ||
-                                                 store->rules.AreEqual(entries[position]->name, name.text));
+        if (hashes[position] != name.hash) {
+            return false;
+        }
+        const std::wstring_view text = entries[position]->Name().text;
+        return text == name.text || store->rules.AreEqual(text, name.text);
     }
 
     std::uint32_t PositionOf(const HashedName& name) const {

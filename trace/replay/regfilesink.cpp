@@ -31,7 +31,7 @@ std::wstring RootPrefix(PredefinedRoot root) {
 
 } // namespace
 
-RegFileSink::RegFileSink(std::wstring_view regFilePath) : writer(regFilePath) {}
+RegFileSink::RegFileSink(std::wstring_view regFilePath, KeyOrder order) : order(order), writer(regFilePath) {}
 
 void RegFileSink::AddKeyMapping(KeyMapping mapping) {
     mappings.push_back(std::move(mapping));
@@ -56,7 +56,7 @@ void RegFileSink::OnValue(PredefinedRoot root, const std::wstring& keyPath, cons
     }
     PendingValue value = ReadPendingValue(root, keyPath, valueName);
     AnnounceKey(root, keyPath, true);
-    if (sorted) {
+    if (order == KeyOrder::sorted) {
         pending.back().values.push_back(std::move(value));
     } else {
         writer.AddValue(value.name, value.text, value.type);
@@ -72,7 +72,7 @@ void RegFileSink::AnnounceKey(PredefinedRoot root, const std::wstring& keyPath, 
     PredefinedRoot newRoot = root;
     std::wstring newPath = keyPath;
     Substitute(root, keyPath, newRoot, newPath);
-    if (!sorted) {
+    if (order == KeyOrder::asReported) {
         WriteKey(newRoot, newPath, created);
         return;
     }

@@ -12,12 +12,18 @@
 
 namespace keyreap {
 
-// Writes what a walk over an operation log tells to a .reg file, with the values' data as the registry has
+// The order of a sink's keys and values in its file.
+enum class KeyOrder {
+    asReported, // each is written at once
+    sorted,     // those of one root are collected and sorted
+};
+
+// Writes what a walk over an operation log reports to a .reg file, with the values' data as the registry has
 // them now. Every operation raises what `RegFileWriter` raises.
 class RegFileSink : public RegistryLogVisitor {
 public:
     // Opens the writer, on a path in the form that the file API takes.
-    explicit RegFileSink(std::wstring_view regFilePath);
+    explicit RegFileSink(std::wstring_view regFilePath, KeyOrder order = KeyOrder::asReported);
 
     // Appends a row of the table by which a key is written under another name than that under which its
     // values are read. The first row that fits counts.
@@ -30,11 +36,9 @@ public:
     void OnValue(PredefinedRoot root, const std::wstring& keyPath, const std::wstring& valueName,
                  Outcome kind) override;
 
-    // Sorts and writes all that waits. With `sorted`, the call that ends the walk; no value of the key told
-    // last may follow it.
+    // Sorts and writes all that was collected. A sorted file needs this call at the end of the walk; after it
+    // no value of the key reported last may follow.
     void Flush();
-
-    bool sorted = false; // collect and sort the keys of one root, or write each at once
 
 private:
     void AnnounceKey(PredefinedRoot root, const std::wstring& keyPath, bool created);
@@ -42,6 +46,7 @@ private:
     bool Substitute(PredefinedRoot root, const std::wstring& keyPath, PredefinedRoot& newRoot,
                     std::wstring& newPath) const;
 
+    KeyOrder order;
     std::vector<PendingKey> pending;
     PredefinedRoot lastRoot = noRoot; // the key announced last, before substitution
     std::wstring lastKeyPath;

@@ -24,44 +24,45 @@ bool IsKept(const RegistryOperation& operation) {
 }
 
 std::uint32_t CountLastingValues(const RegistryLogNode& node) {
-    return static_cast<std::uint32_t>(std::ranges::count_if(
-        node.values.Entries(), [](const auto* value) { return value->operations.outcome != Outcome::none; }));
+    return static_cast<std::uint32_t>(std::ranges::count_if(node.Values().Entries(), [](const auto* value) {
+        return value->Operations().NetOutcome() != Outcome::none;
+    }));
 }
 
-// Tells the visitor of the node itself and of its values: the lasting ones ahead of the deleted ones.
+// Reports the node itself and its values to the visitor: the set values before the deleted ones.
 void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, PredefinedRoot root,
               const std::wstring& path) {
     const std::uint32_t valueCount = CountLastingValues(node);
-    if (valueCount != 0 || node.operations.outcome != Outcome::none) {
-        visitor.OnKey(root, path, node.operations.outcome, valueCount,
-                      static_cast<std::uint32_t>(node.subkeys.Size()));
+    const Outcome keyState = node.Operations().NetOutcome();
+    if (valueCount != 0 || keyState != Outcome::none) {
+        visitor.OnKey(root, path, keyState, valueCount, static_cast<std::uint32_t>(node.Subkeys().Size()));
     }
     std::wstring name;
-    for (const RegistryLogValue* const value : node.values.Entries()) {
-        const Outcome kind = value->operations.outcome;
+    for (const RegistryLogValue* const value : node.Values().Entries()) {
+        const Outcome kind = value->Operations().NetOutcome();
         if (kind == Outcome::created || kind == Outcome::set) {
-            visitor.OnValue(root, path, name.assign(value->name), kind);
+            visitor.OnValue(root, path, name.assign(value->Name().text), kind);
         }
     }
-    for (const RegistryLogValue* const value : node.values.Entries()) {
-        if (value->operations.outcome == Outcome::deleted) {
-            visitor.OnValue(root, path, name.assign(value->name), Outcome::deleted);
+    for (const RegistryLogValue* const value : node.Values().Entries()) {
+        if (value->Operations().NetOutcome() == Outcome::deleted) {
+            visitor.OnValue(root, path, name.assign(value->Name().text), Outcome::deleted);
         }
     }
 }
 
-// Visits all nodes below `top`, parents first, calling visit(node, path). By a list of its own and not by
-// recursion: names in a log may be thousands of levels deep.
+// Visits all nodes below `top`, parents first, calling visit(node, path). Without recursion: names in a log
+// may be thousands of levels deep.
 template <typename Visit>
 void VisitBelow(const RegistryLogNode& top, Visit visit) {
     struct Waiting {
         const RegistryLogNode* node;
-        std::size_t parentLength; // of the parent's path, with which `path` begins when the node's turn comes
+        std::size_t parentLength; // of the parent's path, with which `path` begins when the node is visited
     };
     std::vector<Waiting> waiting;
     std::wstring path;
     const auto addSubkeys = [&](const RegistryLogNode& node) {
-        const auto& subkeys = node.subkeys.Entries();
+        const auto& subkeys = node.Subkeys().Entries();
         for (std::size_t left = subkeys.size(); left > 0; --left) {
             waiting.push_back({subkeys[left - 1], path.size()});
         }
@@ -74,7 +75,7 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
         if (!path.empty() && path.back() != L'\\') {
             path += L'\\';
         }
-        path += next.node->name;
+        path += next.node->Name().text;
         visit(*next.node, path);
         addSubkeys(*next.node);
     }
@@ -90,15 +91,20 @@ Outcome OutcomeAfter(Outcome before, std::uint32_t operationType) {
         return Outcome::set;
     case registryevent::deleteKey:
     case registryevent::deleteValue:
-        // What the target made and removes again cancels out.
+        // What the target created and removes again cancels out.
         return before == Outcome::created || before == Outcome::set ? Outcome::none : Outcome::deleted;
     default:
         return before;
     }
 }
 
-RegistryLogNode::RegistryLogNode(NameStore& store, RegistryLogNode* parentNode, const HashedName& ownName)
-    : parent(parentNode), name(ownName.text), nameHash(ownName.hash), values(store), subkeys(store) {}
+void OperationList::Append(const OperationEntry& entry, Arena& arena) {
+    entries.Add(entry, arena);
+    outcome = OutcomeAfter(outcome, entry.type);
+}
+
+RegistryLogNode::RegistryLogNode(NameStore& store, RegistryLogNode* parent, const HashedName& name)
+    : parent(parent), name(name), values(store), subkeys(store) {}
 
 RegistryLog::RegistryLog(const NameRules& nameRules)
     : store{nameRules, {}}, slots{RootSlot{localMachineRoot, RegistryLogNode(store)},
@@ -119,8 +125,8 @@ std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
     }
 }
 
-// The way to the key of the operation before. Operations come in runs along much the same path, and what two
-// paths have in common isn't looked up again.
+// The nodes on the path of the operation before. Operations come in runs along similar paths, and the common
+// part of two paths isn't looked up again.
 struct RegistryLog::Trail {
     struct Step {
         std::size_t end; // of the component, in the path
@@ -131,7 +137,7 @@ struct RegistryLog::Trail {
     std::wstring_view path;
     std::vector<Step> steps;
 
-    // Keeps the steps that lead to the next path too: those whose ending backslash the two paths share.
+    // Keeps the steps that the next path shares: those whose ending backslash is in both paths.
     void Turn(RegistryLogNode& nextTop, std::wstring_view nextPath) {
         if (top == &nextTop && path.data() == nextPath.data() && path.size() == nextPath.size()) {
             return; // one text, shared by both
@@ -163,76 +169,81 @@ void RegistryLog::Record(const RegistryOperation& operation, Trail& trail) {
     RegistryLogNode& node = NodeFor(operation, trail);
     OperationList& list =
         ConcernsValue(operation.type) ? GetOrAddValue(node, operation.valueName).operations : node.operations;
-    Append(list, {operation.type, operation.status, operation.initialTime, operation.processId});
+    list.Append({operation.type, operation.status, operation.initialTime, operation.processId}, store.arena);
 }
 
 RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail& trail) {
     RegistryLogNode& top = slots[SlotFor(operation.root)].node;
     trail.Turn(top, operation.keyPath);
-    const auto remember = [&trail](std::size_t end, RegistryLogNode* node) {
-        trail.steps.push_back({end, node});
+    const auto nextNode = [&](RegistryLogNode& node, const HashedName& name, std::size_t end) {
+        RegistryLogNode* const next = &GetOrAddSubkey(node, name);
+        trail.steps.push_back({end, next});
+        return next;
     };
     if (trail.steps.empty()) {
-        return *Descend(&top, operation.keyPath, 0, true, remember);
+        return *Descend(top, operation.keyPath, 0, nextNode);
     }
     const Trail::Step last = trail.steps.back();
-    return *Descend(last.node, operation.keyPath, last.end + 1, true, remember);
+    return *Descend(*last.node, operation.keyPath, last.end + 1, nextNode);
 }
 
-void RegistryLog::Append(OperationList& list, const OperationEntry& entry) {
-    list.entries.Add(entry, store.arena);
-    list.outcome = OutcomeAfter(list.outcome, entry.type);
+RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view path) {
+    return Descend(
+        slots[SlotFor(root)].node, path, 0,
+        [](RegistryLogNode& node, const HashedName& name, std::size_t) { return node.subkeys.Find(name); });
 }
 
-RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view path, bool create) {
-    return Descend(&slots[SlotFor(root)].node, path, 0, create, [](std::size_t, RegistryLogNode*) {});
+RegistryLogNode& RegistryLog::GetOrAddNode(PredefinedRoot root, std::wstring_view path) {
+    return *Descend(slots[SlotFor(root)].node, path, 0,
+                    [this](RegistryLogNode& node, const HashedName& name, std::size_t) {
+                        return &GetOrAddSubkey(node, name);
+                    });
 }
 
-// Goes down from a node by the components of the path from a position on, and tells each one's end and node.
-template <typename OnStep>
-RegistryLogNode* RegistryLog::Descend(RegistryLogNode* node, std::wstring_view path, std::size_t position,
-                                      bool create, OnStep onStep) {
-    const std::size_t start = std::min(position, path.size());
-    folded.assign(path.substr(start));
+// Follows the components of the path from a position on, with nextNode(node, name, end of the component) as
+// each step. Null where a step gives null.
+template <typename NextNode>
+RegistryLogNode* RegistryLog::Descend(RegistryLogNode& start, std::wstring_view path, std::size_t position,
+                                      NextNode nextNode) {
+    const std::size_t first = std::min(position, path.size());
+    folded.assign(path.substr(first));
     store.rules.Fold(folded);
+    RegistryLogNode* node = &start;
     while (node != nullptr && position < path.size()) {
         const std::size_t end = std::min(path.find(L'\\', position), path.size());
         const std::size_t length = end - position;
-        const std::wstring_view foldedName = std::wstring_view(folded).substr(position - start, length);
-        node = Subkey(*node, {path.substr(position, length), HashFolded(foldedName)}, create);
-        onStep(end, node);
+        const std::wstring_view foldedName = std::wstring_view(folded).substr(position - first, length);
+        node = nextNode(*node, HashedName{path.substr(position, length), HashFolded(foldedName)}, end);
         position = end + 1;
     }
     return node;
 }
 
-RegistryLogNode* RegistryLog::Subkey(RegistryLogNode& node, const HashedName& name, bool create) {
-    RegistryLogNode* found = node.subkeys.Find(name);
-    if (found != nullptr || !create) {
-        return found;
+RegistryLogNode& RegistryLog::GetOrAddSubkey(RegistryLogNode& node, const HashedName& name) {
+    if (RegistryLogNode* const found = node.subkeys.Find(name)) {
+        return *found;
     }
     const HashedName kept{store.arena.Keep(name.text), name.hash};
     auto* const made = store.arena.Make<RegistryLogNode>(store, &node, kept);
     node.subkeys.Add(*made);
-    return made;
+    return *made;
 }
 
 RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
     folded.assign(name);
     store.rules.Fold(folded);
     const HashedName hashed{name, HashFolded(folded)};
-    if (RegistryLogValue* found = node.values.Find(hashed)) {
+    if (RegistryLogValue* const found = node.values.Find(hashed)) {
         return *found;
     }
-    auto* const made =
-        store.arena.Make<RegistryLogValue>(RegistryLogValue{store.arena.Keep(name), hashed.hash, {}});
+    auto* const made = store.arena.Make<RegistryLogValue>(HashedName{store.arena.Keep(name), hashed.hash});
     node.values.Add(*made);
     return *made;
 }
 
 void RegistryLog::Remove(RegistryLogNode& node) {
     if (node.parent != nullptr) {
-        node.parent->subkeys.Remove({node.name, node.nameHash});
+        node.parent->subkeys.Remove(node.name);
     }
 }
 
@@ -247,18 +258,19 @@ void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source)
 
 std::size_t RegistryLog::CountValues(const RegistryLogNode& node) {
     std::size_t count = node.values.Size();
-    VisitBelow(node,
-               [&count](const RegistryLogNode& below, const std::wstring&) { count += below.values.Size(); });
+    VisitBelow(node, [&count](const RegistryLogNode& below, const std::wstring&) {
+        count += below.Values().Size();
+    });
     return count;
 }
 
 void RegistryLog::PruneEmptyKey(PredefinedRoot root, std::wstring_view path) {
-    RegistryLogNode* node = FindNode(root, path, false);
+    RegistryLogNode* node = FindNode(root, path);
     if (node == nullptr || CountValues(*node) != 0) {
         return;
     }
     node->subkeys.Clear();
-    // The key's own operations are no reason to keep it.
+    // Operations on a key itself don't keep it.
     while (node->parent != nullptr && node->values.IsEmpty() && node->subkeys.IsEmpty()) {
         RegistryLogNode* const above = node->parent;
         Remove(*node);

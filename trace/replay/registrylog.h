@@ -17,13 +17,13 @@ namespace keyreap {
 
 // The net effect of all operations on a key or a value so far.
 enum class Outcome : std::uint32_t {
-    none = 0,    // nothing that lasts, or made and removed again
+    none = 0,    // nothing lasting: only read, or created and removed again
     created = 1, // a key was created
     set = 2,     // a value was set
-    deleted = 3, // removed, having existed before
+    deleted = 3, // a key or a value that existed before was removed
 };
 
-// What is the outcome behind an operation, by the outcome before it.
+// The outcome after an operation, given the outcome before it.
 Outcome OutcomeAfter(Outcome before, std::uint32_t operationType);
 
 struct OperationEntry {
@@ -33,30 +33,60 @@ struct OperationEntry {
     std::uint32_t processId;
 };
 
-// Operations in the order of their events, and what they come to.
-struct OperationList {
+// Operations in the order of their events, and their net outcome.
+class OperationList {
+public:
+    void Append(const OperationEntry& entry, Arena& arena);
+
+    const ArenaList<OperationEntry>& Entries() const { return entries; }
+    Outcome NetOutcome() const { return outcome; }
+
+private:
     ArenaList<OperationEntry> entries;
     Outcome outcome = Outcome::none;
 };
 
-// Values and nodes lie in the log's memory with all that belongs to them, and go with the log.
-struct RegistryLogValue {
-    std::wstring_view name;
-    std::uint64_t nameHash;
+// Values and nodes, with all that belongs to them, are in the log's memory and are freed with the log. Only
+// the log changes them.
+class RegistryLogValue {
+public:
+    explicit RegistryLogValue(const HashedName& name) : name(name) {}
+
+    const HashedName& Name() const { return name; }
+    const OperationList& Operations() const { return operations; }
+
+private:
+    friend class RegistryLog;
+
+    HashedName name;
     OperationList operations;
 };
 
-struct RegistryLogNode {
+class RegistryLogNode {
+public:
     // A root node has no parent and no name.
-    explicit RegistryLogNode(NameStore& store, RegistryLogNode* parentNode = nullptr,
-                             const HashedName& ownName = {});
+    explicit RegistryLogNode(NameStore& store, RegistryLogNode* parent = nullptr,
+                             const HashedName& name = {});
     RegistryLogNode(const RegistryLogNode&) = delete;
     RegistryLogNode& operator=(const RegistryLogNode&) = delete;
 
+    const RegistryLogNode* Parent() const { return parent; }
+
+    // One path component, spelled as it first appeared.
+    const HashedName& Name() const { return name; }
+
+    // On the key itself.
+    const OperationList& Operations() const { return operations; }
+
+    const NameMap<RegistryLogValue>& Values() const { return values; }
+    const NameMap<RegistryLogNode>& Subkeys() const { return subkeys; }
+
+private:
+    friend class RegistryLog;
+
     RegistryLogNode* parent;
-    std::wstring_view name; // one path component, spelled as it first appeared
-    std::uint64_t nameHash;
-    OperationList operations; // on the key itself
+    HashedName name;
+    OperationList operations;
     NameMap<RegistryLogValue> values;
     NameMap<RegistryLogNode> subkeys;
 };
@@ -66,8 +96,8 @@ class RegistryLogVisitor {
 public:
     virtual ~RegistryLogVisitor() = default;
 
-    // A key, ahead of its values. `valueCount` is the number of its values with a lasting outcome,
-    // `childCount` that of its subkeys, whatever became of them.
+    // A key, before its values. `valueCount` is the number of its values with a lasting outcome, `childCount`
+    // the number of its subkeys, whatever their outcome.
     virtual void OnKey(PredefinedRoot root, const std::wstring& keyPath, Outcome keyState,
                        std::uint32_t valueCount, std::uint32_t childCount) = 0;
 
@@ -77,37 +107,37 @@ public:
 };
 
 // The tree of net outcomes: what became of each key and each value that a trace's operations touched. It
-// holds no data of values. Names are told apart by the injected rules alone. One thread at a time.
+// holds no data of values. Only the injected rules compare names. One thread at a time.
 class RegistryLog {
 public:
     // `nameRules` outlives the log.
     explicit RegistryLog(const NameRules& nameRules);
 
-    // Files the operations, in order. A failed operation leaves no trace, save a create that failed with
-    // STATUS_OBJECT_NAME_NOT_FOUND, which counts as a create; nor does one without a key's name.
+    // Records the operations, in order. An operation without a key's name is dropped, and so is a failed one,
+    // except a create that failed with STATUS_OBJECT_NAME_NOT_FOUND: it counts as a create.
     void RecordOperations(std::span<const RegistryOperation> operations);
 
-    // The node of a key, or null. With `create`, missing nodes are made, and the result is never null. Any
-    // root but the four stands for HKEY_LOCAL_MACHINE. An empty path gives the root's node.
-    RegistryLogNode* FindNode(PredefinedRoot root, std::wstring_view path, bool create);
+    // The node of a key, or null; GetOrAddNode creates missing nodes. Any root but the four stands for
+    // HKEY_LOCAL_MACHINE. An empty path gives the root's node.
+    RegistryLogNode* FindNode(PredefinedRoot root, std::wstring_view path);
+    RegistryLogNode& GetOrAddNode(PredefinedRoot root, std::wstring_view path);
 
     RegistryLogValue& GetOrAddValue(RegistryLogNode& node, std::wstring_view name);
 
-    void Append(OperationList& list, const OperationEntry& entry);
-
-    // Moves the subkeys of `source` under `target`, another node not below it. A subkey of `source` replaces
-    // one of the same name whole. Then `source` goes, with its own operations and values.
+    // Moves the subkeys of `source` under `target`, which is another node and not below `source`. A subkey of
+    // `source` replaces the whole subtree of the same name. Then `source` is removed, with its own operations
+    // and values.
     void MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source);
 
     // How many values the node and all nodes below it have an entry for, whatever their outcome.
     static std::size_t CountValues(const RegistryLogNode& node);
 
-    // Removes a key below which no value was recorded, not even read, and those of its parents that hold
-    // nothing else.
+    // Removes a key if no operation on a value, not even a read, was recorded at it or below it, and then
+    // those of its parents that hold nothing else.
     void PruneEmptyKey(PredefinedRoot root, std::wstring_view path);
 
-    // Visits each key of the tree that has a lasting outcome or values that have one, keys ahead of their
-    // subkeys, the roots in the order of the slots.
+    // Visits each key that has a lasting outcome or values that have one, keys before their subkeys, the
+    // roots in the order of the slots.
     void Walk(RegistryLogVisitor& visitor) const;
 
 private:
@@ -121,10 +151,10 @@ private:
     static std::size_t SlotFor(PredefinedRoot root);
     void Record(const RegistryOperation& operation, Trail& trail);
     RegistryLogNode& NodeFor(const RegistryOperation& operation, Trail& trail);
-    template <typename OnStep>
-    RegistryLogNode* Descend(RegistryLogNode* node, std::wstring_view path, std::size_t position, bool create,
-                             OnStep onStep);
-    RegistryLogNode* Subkey(RegistryLogNode& node, const HashedName& name, bool create);
+    template <typename NextNode>
+    RegistryLogNode* Descend(RegistryLogNode& start, std::wstring_view path, std::size_t position,
+                             NextNode nextNode);
+    RegistryLogNode& GetOrAddSubkey(RegistryLogNode& node, const HashedName& name);
     static void Remove(RegistryLogNode& node);
 
     NameStore store;

@@ -25,7 +25,6 @@ void WatchProcess(TraceEventHandler& handler, std::uint32_t processId) {
 }
 
 void PrepareSink(RegFileSink& sink, const ReplayRequest& request) {
-    sink.sorted = true;
     for (KeyMapping& mapping : ReplayMappings(request.temporaryPrefix)) {
         sink.AddKeyMapping(std::move(mapping));
     }
@@ -42,7 +41,7 @@ bool ReplayTrace(EventTracing& tracing, const ReplayRequest& request) {
     RegistryLog log(rules);
     LoadTrace(log, tracing, request.traceFilePath, GetCurrentProcessId(), request.serverProcessId);
     PruneControlSets(log, request.rootsRedirected, request.temporaryPrefix);
-    RegFileSink sink(request.regFilePath);
+    RegFileSink sink(request.regFilePath, KeyOrder::sorted);
     PrepareSink(sink, request);
     log.Walk(sink);
     sink.Flush();
@@ -61,7 +60,7 @@ bool LoadTrace(RegistryLog& log, EventTracing& tracing, const std::wstring& logF
     if (!reader.Read(logFilePath)) {
         return false;
     }
-    log.RecordOperations(handler.operations);
+    log.RecordOperations(handler.Operations());
     FoldControlSets(log);
     return true;
 }

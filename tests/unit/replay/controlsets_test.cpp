@@ -14,15 +14,15 @@ const std::wstring temporaryControlSet = temporary + L"HKLM\\SYSTEM\\CurrentCont
 class ControlSetsTest : public testing::Test {
 protected:
     void AddKey(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        log.FindNode(root, path, true);
+        log.GetOrAddNode(root, path);
     }
 
     void AddValue(std::wstring_view path, std::wstring_view name, PredefinedRoot root = localMachineRoot) {
-        log.GetOrAddValue(*log.FindNode(root, path, true), name);
+        log.GetOrAddValue(log.GetOrAddNode(root, path), name);
     }
 
     bool Has(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        return log.FindNode(root, path, false) != nullptr;
+        return log.FindNode(root, path) != nullptr;
     }
 
     LetterFoldingNameRules rules;
@@ -53,7 +53,7 @@ TEST_F(ControlSetsTest, ANumberedSetsOwnValuesVanish) {
     AddValue(L"SYSTEM\\ControlSet001", L"Own");
     FoldControlSets(log);
     EXPECT_TRUE(Has(L"SYSTEM\\CurrentControlSet"));
-    EXPECT_EQ(0u, RegistryLog::CountValues(*log.FindNode(localMachineRoot, L"", false)));
+    EXPECT_EQ(0u, RegistryLog::CountValues(*log.FindNode(localMachineRoot, L"")));
 }
 
 TEST_F(ControlSetsTest, WithoutNumberedSetsNoNodeIsMade) {

@@ -11,8 +11,10 @@ namespace keyreap {
 namespace {
 
 struct Entry {
+    HashedName Name() const { return {name, hash}; }
+
     std::wstring name;
-    std::uint64_t nameHash;
+    std::uint64_t hash;
     int number = 0;
 };
 

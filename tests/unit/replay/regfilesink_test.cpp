@@ -19,7 +19,7 @@ constexpr std::wstring_view headerLine = L"Windows Registry Editor Version 5.00\
 
 class RegFileSinkTest : public testing::Test {
 protected:
-    explicit RegFileSinkTest(bool sorted = true) { sink->sorted = sorted; }
+    explicit RegFileSinkTest(KeyOrder order = KeyOrder::sorted) : sink(std::in_place, regFile, order) {}
 
     // An operation on a key of the test's own in the live registry.
     void Value(const std::wstring& subkey, const std::wstring& name, Outcome kind = Outcome::set) {
@@ -42,12 +42,12 @@ protected:
     LiveKey key{HKEY_CURRENT_USER, L"Software\\KeyreapSink"};
     TemporaryFolder folder;
     std::wstring regFile = folder.File(L"out.reg");
-    std::optional<RegFileSink> sink{std::in_place, regFile};
+    std::optional<RegFileSink> sink;
 };
 
 class UnsortedRegFileSinkTest : public RegFileSinkTest {
 protected:
-    UnsortedRegFileSinkTest() : RegFileSinkTest(false) {}
+    UnsortedRegFileSinkTest() : RegFileSinkTest(KeyOrder::asReported) {}
 };
 
 // Keys.
@@ -56,8 +56,11 @@ TEST_F(RegFileSinkTest, WithNothingToldTheHeaderStandsAlone) {
     EXPECT_EQ(L"", Written());
 }
 
-TEST_F(RegFileSinkTest, IsUnsortedAtFirst) {
-    EXPECT_FALSE(RegFileSink(folder.File(L"other.reg")).sorted);
+TEST_F(RegFileSinkTest, KeysKeepTheirOrderUnlessTheSinkIsAskedToSort) {
+    sink.emplace(regFile);
+    Key(classesRoot, L"B");
+    Key(classesRoot, L"A");
+    EXPECT_EQ(Written(), L"\r\n[HKEY_CLASSES_ROOT\\B]\r\n\r\n[HKEY_CLASSES_ROOT\\A]\r\n");
 }
 
 TEST_F(RegFileSinkTest, AKeyIsAnnouncedForItselfOnlyWithoutValuesAndSubkeys) {

@@ -112,7 +112,7 @@ protected:
     void Record(std::vector<RegistryOperation> operations) { log.RecordOperations(operations); }
 
     RegistryLogNode* Node(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        return log.FindNode(root, path, false);
+        return log.FindNode(root, path);
     }
 
     RecordingVisitor Walk() const {
@@ -124,19 +124,19 @@ protected:
     // A node that the test counts on: one that is missing fails it.
     RegistryLogNode& Existing(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
         EXPECT_NE(nullptr, Node(path, root)) << testing::PrintToString(std::wstring(path));
-        return *log.FindNode(root, path, true);
+        return log.GetOrAddNode(root, path);
     }
 
-    const OperationList& OperationsOn(std::wstring_view path) { return Existing(path).operations; }
+    const OperationList& OperationsOn(std::wstring_view path) { return Existing(path).Operations(); }
 
     const OperationList& OperationsOn(std::wstring_view path, std::wstring_view name) {
-        return log.GetOrAddValue(Existing(path), name).operations;
+        return log.GetOrAddValue(Existing(path), name).Operations();
     }
 
-    Outcome OutcomeOf(std::wstring_view path) { return OperationsOn(path).outcome; }
+    Outcome OutcomeOf(std::wstring_view path) { return OperationsOn(path).NetOutcome(); }
 
     Outcome OutcomeOfValue(std::wstring_view path, std::wstring_view name) {
-        return OperationsOn(path, name).outcome;
+        return OperationsOn(path, name).NetOutcome();
     }
 
     LetterFoldingNameRules rules;
@@ -156,8 +156,8 @@ TEST_F(RegistryLogTest, AFailedOperationLeavesNoTrace) {
 TEST_F(RegistryLogTest, ACreateThatFailedForWantOfANameCountsAsACreate) {
     Record({Create(L"A", nameNotFound)});
     EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
-    ASSERT_EQ(1U, OperationsOn(L"A").entries.size());
-    EXPECT_EQ(nameNotFound, OperationsOn(L"A").entries[0].status);
+    ASSERT_EQ(1U, OperationsOn(L"A").Entries().size());
+    EXPECT_EQ(nameNotFound, OperationsOn(L"A").Entries()[0].status);
 }
 
 TEST_F(RegistryLogTest, AnOperationWithoutAKeyNameIsDropped) {
@@ -170,7 +170,7 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
     operation.initialTime = 77;
     operation.processId = 4711;
     Record({operation, QueryValue(L"A", L"V")});
-    const auto& entries = OperationsOn(L"A", L"V").entries;
+    const auto& entries = OperationsOn(L"A", L"V").Entries();
     ASSERT_EQ(2u, entries.size());
     EXPECT_EQ(14u, entries[0].type);
     EXPECT_EQ(0u, entries[0].status);
@@ -243,7 +243,7 @@ TEST_F(RegistryLogTest, OneKeyInTwoSpellingsIsOneNodeSpelledAsTheFirst) {
     const RecordingVisitor visits = Walk();
     EXPECT_THAT(visits.keys, ElementsAre(KeyVisit{localMachineRoot, L"Software\\X", Outcome::created, 1, 0}));
     EXPECT_THAT(visits.values, ElementsAre(ValueVisit{L"Software\\X", L"Val", Outcome::set}));
-    EXPECT_EQ(2u, Existing(L"Software\\X").operations.entries.size());
+    EXPECT_EQ(2u, Existing(L"Software\\X").Operations().Entries().size());
 }
 
 TEST_F(RegistryLogTest, EachRootHasASlotOfItsOwnAndAnyOtherIsTheMachines) {
@@ -272,19 +272,19 @@ TEST_F(RegistryLogTest, TheWalkTakesTheRootsInTheOrderOfTheirSlots) {
 }
 
 TEST_F(RegistryLogTest, AnEmptyPathFindsTheRootsNode) {
-    EXPECT_EQ(nullptr, Existing(L"").parent);
-    EXPECT_EQ(L"", Existing(L"").name);
+    EXPECT_EQ(nullptr, Existing(L"").Parent());
+    EXPECT_EQ(L"", Existing(L"").Name().text);
 }
 
 TEST_F(RegistryLogTest, ATrailingBackslashAddsNothing) {
-    EXPECT_EQ(log.FindNode(localMachineRoot, L"A\\B", true), log.FindNode(localMachineRoot, L"A\\B\\", true));
+    EXPECT_EQ(&log.GetOrAddNode(localMachineRoot, L"A\\B"), &log.GetOrAddNode(localMachineRoot, L"A\\B\\"));
 }
 
 TEST_F(RegistryLogTest, TwoBackslashesMakeAComponentWithAnEmptyName) {
-    RegistryLogNode* node = log.FindNode(localMachineRoot, L"A\\\\B", true);
-    EXPECT_EQ(L"B", node->name);
-    EXPECT_EQ(L"", node->parent->name);
-    EXPECT_EQ(L"A", node->parent->parent->name);
+    const RegistryLogNode& node = log.GetOrAddNode(localMachineRoot, L"A\\\\B");
+    EXPECT_EQ(L"B", node.Name().text);
+    EXPECT_EQ(L"", node.Parent()->Name().text);
+    EXPECT_EQ(L"A", node.Parent()->Parent()->Name().text);
 }
 
 TEST_F(RegistryLogTest, AMissingComponentEndsASearchThatMayNotCreate) {
@@ -304,7 +304,7 @@ TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
     operations.push_back(KeyOperation(registryevent::createKey, L"Aa\\B", 0, usersRoot));
     Record(operations);
     const auto operationsOf = [this](std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        return Existing(path, root).operations.entries.size();
+        return Existing(path, root).Operations().Entries().size();
     };
     EXPECT_EQ(2U, operationsOf(L"A"));
     EXPECT_EQ(2U, operationsOf(L"A\\B"));
@@ -322,14 +322,14 @@ TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
     const std::wstring path = L"Software\\Classes\\CLSID\\{00000000-0000-0000-0000-000000000000}";
     const std::wstring otherCase = L"SOFTWARE\\CLASSES\\clsid\\{00000000-0000-0000-0000-000000000000}";
     const std::wstring valueName = L"A value name beyond any small buffer";
-    RegistryLogNode* const node = log.FindNode(classesRoot, path, true);
-    log.GetOrAddValue(*node, valueName);
+    RegistryLogNode& node = log.GetOrAddNode(classesRoot, path);
+    log.GetOrAddValue(node, valueName);
     const std::size_t before = AllocationCount();
     // So often that whatever is kept of each would take more than the memory that is there at first.
     for (int i = 0; i < 10'000; ++i) {
-        ASSERT_EQ(node, log.FindNode(classesRoot, path, true));
-        ASSERT_EQ(node, log.FindNode(classesRoot, otherCase, true));
-        log.GetOrAddValue(*node, valueName);
+        ASSERT_EQ(&node, &log.GetOrAddNode(classesRoot, path));
+        ASSERT_EQ(&node, &log.GetOrAddNode(classesRoot, otherCase));
+        log.GetOrAddValue(node, valueName);
     }
     EXPECT_EQ(before, AllocationCount());
 }
@@ -420,8 +420,8 @@ TEST_F(RegistryLogTest, MergedSubkeysReplaceThoseOfTheTargetWhole) {
     EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"To\\Enum")));
     EXPECT_NE(nullptr, Node(L"To\\Enum\\New"));
     EXPECT_NE(nullptr, Node(L"To\\Own"));
-    EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").name);
-    EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").parent);
+    EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").Name().text);
+    EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").Parent());
 }
 
 TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
@@ -437,7 +437,7 @@ TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
     for (int i = 0; i < 100; ++i) {
         const std::wstring path = L"To\\K" + std::to_wstring(i);
         EXPECT_NE(nullptr, Node(path + L"\\New")) << i;
-        EXPECT_EQ(&Existing(L"To"), Existing(path).parent) << i;
+        EXPECT_EQ(&Existing(L"To"), Existing(path).Parent()) << i;
     }
 }
 

@@ -36,19 +36,19 @@ TEST(SystemNameRules, NamesThatTheSystemHoldsEqualButFoldsApartAreTwoKeys) {
     const SystemNameRules rules;
     RegistryLog log(rules);
     // lstrcmpiW ignores a soft hyphen; the folded forms, and so their hashes, differ.
-    EXPECT_NE(log.FindNode(localMachineRoot, L"softhyphen", true),
-              log.FindNode(localMachineRoot, L"soft\u00ADhyphen", true));
-    EXPECT_NE(log.FindNode(localMachineRoot, L"strasse", true),
-              log.FindNode(localMachineRoot, L"stra\u00DFe", true));
+    EXPECT_NE(&log.GetOrAddNode(localMachineRoot, L"softhyphen"),
+              &log.GetOrAddNode(localMachineRoot, L"soft\u00ADhyphen"));
+    EXPECT_NE(&log.GetOrAddNode(localMachineRoot, L"strasse"),
+              &log.GetOrAddNode(localMachineRoot, L"stra\u00DFe"));
 }
 
 TEST(SystemNameRules, ALookUpInAnotherCaseAllocatesNothing) {
     const SystemNameRules rules;
     RegistryLog log(rules);
-    RegistryLogNode* const node = log.FindNode(classesRoot, L"CLSID\\{AAAAAAAA-0000-0000}", true);
-    EXPECT_EQ(node, log.FindNode(classesRoot, L"clsid\\{aaaaaaaa-0000-0000}", true));
+    RegistryLogNode& node = log.GetOrAddNode(classesRoot, L"CLSID\\{AAAAAAAA-0000-0000}");
+    EXPECT_EQ(&node, &log.GetOrAddNode(classesRoot, L"clsid\\{aaaaaaaa-0000-0000}"));
     const std::size_t before = AllocationCount();
-    EXPECT_EQ(node, log.FindNode(classesRoot, L"CLSid\\{AAAAaaaa-0000-0000}", true));
+    EXPECT_EQ(&node, &log.GetOrAddNode(classesRoot, L"CLSid\\{AAAAaaaa-0000-0000}"));
     EXPECT_EQ(before, AllocationCount());
 }
 

@@ -307,10 +307,10 @@ void AddRegistryClass(FakeWmi& wmi) {
 // Decodes by the classes and keeps the fields.
 class FieldsHandler : public TraceEventHandler {
 public:
-    FieldsHandler() { useSchema = true; }
+    FieldsHandler() : TraceEventHandler(EventDecoding::schema) {}
     bool Accepts(const TraceEvent& event) const override { return event.guid == RegistryGuid; }
     void OnDecodedEvent(const TraceEvent&, const EventValues* values) override {
-        fields.push_back(ReadSchemaFields(*values, pointerSize));
+        fields.push_back(ReadSchemaFields(*values, PointerSize()));
     }
     std::vector<RegistryFields> fields;
 };

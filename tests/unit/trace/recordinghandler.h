@@ -9,7 +9,7 @@
 
 namespace keyreap {
 
-// A handler that writes down what reaches it, and opens its protected fields to a test.
+// A handler that records what reaches it, and opens its protected operations to a test.
 class RecordingHandler : public TraceEventHandler {
 public:
     struct Decoded {
@@ -18,12 +18,12 @@ public:
         std::optional<std::vector<std::vector<EventValue>>> values; // none with the fixed layouts
     };
 
-    using TraceEventHandler::enabled;
-    using TraceEventHandler::processIds;
-    using TraceEventHandler::schemas;
-    using TraceEventHandler::threadMap;
-    using TraceEventHandler::useSchema;
-    using TraceEventHandler::wmi;
+    using TraceEventHandler::Decoding;
+    using TraceEventHandler::Disable;
+    using TraceEventHandler::HasOpenedClasses;
+    using TraceEventHandler::Schemas;
+    using TraceEventHandler::ThreadMap;
+    using TraceEventHandler::TraceEventHandler;
 
     void Attach(std::shared_ptr<ThreadProcessMap> map) override {
         calls.push_back(name + L"attach");
@@ -40,15 +40,15 @@ public:
     void OnFinished() override { calls.push_back(name + L"finished"); }
 
     void OnDecodedEvent(const TraceEvent& event, const EventValues* values) override {
-        Decoded seen{event.type, pointerSize, {}};
+        Decoded seen{event.type, PointerSize(), {}};
         if (values) {
             seen.values = values->values;
         }
         decoded.push_back(std::move(seen));
     }
 
-    std::wstring name;            // goes ahead of each call
-    std::optional<Guid> onlyGuid; // what Accepts lets through; everything without it
+    std::wstring name;            // in front of each call
+    std::optional<Guid> onlyGuid; // the only one that Accepts lets through, if any
     std::vector<std::wstring> calls;
     std::vector<Decoded> decoded;
 };

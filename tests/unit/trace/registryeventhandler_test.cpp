@@ -25,14 +25,14 @@ protected:
 
     const std::vector<RegistryOperation>& Play(const TraceBuilder& trace) {
         trace.Play(handler);
-        return handler.operations;
+        return handler.Operations();
     }
 
     // The only operation of a trace.
     RegistryOperation PlayOne(const TraceBuilder& trace) {
         Play(trace);
-        EXPECT_THAT(handler.operations, SizeIs(1));
-        return handler.operations.empty() ? RegistryOperation{} : handler.operations.front();
+        EXPECT_THAT(handler.Operations(), SizeIs(1));
+        return handler.Operations().empty() ? RegistryOperation{} : handler.Operations().front();
     }
 
     RegistryEventHandler handler{true};
@@ -69,15 +69,15 @@ TEST_F(RegistryEventHandlerTest, OnlyWatchedProcessesCount) {
     trace.ByProcess(server).CreateKey(0, acmeKernelPath);
     trace.ByProcess(ours).CreateKey(0, acmeKernelPath);
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    EXPECT_EQ(server, handler.operations[0].processId);
-    EXPECT_EQ(ours, handler.operations[1].processId);
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    EXPECT_EQ(server, handler.Operations()[0].processId);
+    EXPECT_EQ(ours, handler.Operations()[1].processId);
 }
 
 TEST_F(RegistryEventHandlerTest, WithNoProcessWatchedEveryOneCounts) {
     RegistryEventHandler unfiltered(true);
     TraceBuilder().ByProcess(stranger).CreateKey(0, acmeKernelPath).Play(unfiltered);
-    EXPECT_THAT(unfiltered.operations, SizeIs(1));
+    EXPECT_THAT(unfiltered.Operations(), SizeIs(1));
 }
 
 TEST_F(RegistryEventHandlerTest, TypesBelow10AndAbove29AreIgnored) {
@@ -94,11 +94,11 @@ TEST_F(RegistryEventHandlerTest, EveryTypeFrom10To29ButTheNamesOfHandlesIsAnOper
         trace.Registry(type, {.keyHandle = 0, .name = acmeKernelPath});
     }
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(16));
-    EXPECT_EQ(10u, handler.operations.front().type);
-    EXPECT_EQ(21u, handler.operations[11].type);
-    EXPECT_EQ(26u, handler.operations[12].type);
-    EXPECT_EQ(29u, handler.operations.back().type);
+    ASSERT_THAT(handler.Operations(), SizeIs(16));
+    EXPECT_EQ(10u, handler.Operations().front().type);
+    EXPECT_EQ(21u, handler.Operations()[11].type);
+    EXPECT_EQ(26u, handler.Operations()[12].type);
+    EXPECT_EQ(29u, handler.Operations().back().type);
 }
 
 TEST_F(RegistryEventHandlerTest, TheNameIsAValuesForTypes14To16AndAKeysForAllOthers) {
@@ -139,10 +139,10 @@ TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties
     TraceEvent event = EventOf(RegistryGuid, registryevent::createKey);
     event.processId = ours;
     handler.OnDecodedEvent(event, &values);
-    ASSERT_THAT(handler.operations, SizeIs(1));
-    EXPECT_EQ(L"SOFTWARE\\Acme", handler.operations[0].keyPath);
-    EXPECT_EQ(7u, handler.operations[0].status);
-    EXPECT_EQ(0xFFFFFFFFu, handler.operations[0].index);
+    ASSERT_THAT(handler.Operations(), SizeIs(1));
+    EXPECT_EQ(L"SOFTWARE\\Acme", handler.Operations()[0].keyPath);
+    EXPECT_EQ(7u, handler.Operations()[0].status);
+    EXPECT_EQ(0xFFFFFFFFu, handler.Operations()[0].index);
 }
 
 // Names.
@@ -175,9 +175,9 @@ TEST_F(RegistryEventHandlerTest, NamesOfHandlesAreTakenFromAnyProcess) {
     trace.ByProcess(0).KeyHandleNamed(handle + 1, L"\\REGISTRY\\MACHINE\\SYSTEM");
     trace.ByProcess(ours).SetValue(handle, L"A").SetValue(handle + 1, L"B");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
-    EXPECT_EQ(L"SYSTEM\\", handler.operations[1].keyPath);
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
+    EXPECT_EQ(L"SYSTEM\\", handler.Operations()[1].keyPath);
 }
 
 TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
@@ -186,8 +186,8 @@ TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
         TraceBuilder trace = OurTrace();
         trace.Registry(type, {.keyHandle = handle, .name = acmeKernelPath}).SetValue(handle, L"V");
         trace.Play(fresh);
-        ASSERT_THAT(fresh.operations, SizeIs(1)) << int{type};
-        EXPECT_EQ(L"SOFTWARE\\Acme\\", fresh.operations[0].keyPath) << int{type};
+        ASSERT_THAT(fresh.Operations(), SizeIs(1)) << int{type};
+        EXPECT_EQ(L"SOFTWARE\\Acme\\", fresh.Operations()[0].keyPath) << int{type};
     }
 }
 
@@ -203,18 +203,18 @@ TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleWinsAndEarlierRecordsKeepTh
     trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V");
     trace.KeyHandleNamed(handle, L"\\REGISTRY\\MACHINE\\SYSTEM").SetValue(handle, L"V");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
-    EXPECT_EQ(L"SYSTEM\\", handler.operations[1].keyPath);
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
+    EXPECT_EQ(L"SYSTEM\\", handler.Operations()[1].keyPath);
 }
 
 TEST_F(RegistryEventHandlerTest, RecordsThatNameNothingButOneHandleShareOnePath) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V").SetValue(handle, L"W");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    const std::wstring_view first = handler.operations[0].keyPath;
-    const std::wstring_view second = handler.operations[1].keyPath;
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    const std::wstring_view first = handler.Operations()[0].keyPath;
+    const std::wstring_view second = handler.Operations()[1].keyPath;
     EXPECT_EQ(first.data(), second.data());
 }
 
@@ -222,8 +222,8 @@ TEST_F(RegistryEventHandlerTest, AHandleNamedByNoKernelPathGivesNoRoot) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, L"Odd").SetValue(handle, L"V").SetValue(handle, L"W");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    for (const RegistryOperation& operation : handler.operations) {
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    for (const RegistryOperation& operation : handler.Operations()) {
         EXPECT_EQ(noRoot, operation.root);
         EXPECT_EQ(L"Odd\\", operation.keyPath);
     }
@@ -255,19 +255,19 @@ TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
     TraceBuilder trace = OurTrace();
     trace.OpenBefore(handle, acmeKernelPath).SetValue(handle, L"V").CreateKey(handle, L"Sub");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    EXPECT_EQ(localMachineRoot, handler.operations[0].root);
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
-    EXPECT_EQ(0u, handler.operations[0].keyHandle);
-    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub", handler.operations[1].keyPath);
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    EXPECT_EQ(localMachineRoot, handler.Operations()[0].root);
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
+    EXPECT_EQ(0u, handler.Operations()[0].keyHandle);
+    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub", handler.Operations()[1].keyPath);
 }
 
 TEST_F(RegistryEventHandlerTest, TheEndOfTheLogForgetsAllNames) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).Play(handler);
     OurTrace().SetValue(handle, L"V").Play(handler);
-    ASSERT_THAT(handler.operations, SizeIs(1));
-    EXPECT_EQ(L"", handler.operations[0].keyPath);
+    ASSERT_THAT(handler.Operations(), SizeIs(1));
+    EXPECT_EQ(L"", handler.Operations()[0].keyPath);
 }
 
 TEST_F(RegistryEventHandlerTest, AHandleIsNamedAheadOfACompleteNameToo) {
@@ -291,11 +291,11 @@ TEST_F(RegistryEventHandlerTest, WithoutClassesAsRootClassesStayWhereTheyAre) {
         .CreateKey(0, L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\.acme")
         .CreateKey(0, L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\.acme")
         .Play(plain);
-    ASSERT_THAT(plain.operations, SizeIs(2));
-    EXPECT_EQ(localMachineRoot, plain.operations[0].root);
-    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.operations[0].keyPath);
-    EXPECT_EQ(currentUserRoot, plain.operations[1].root);
-    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.operations[1].keyPath);
+    ASSERT_THAT(plain.Operations(), SizeIs(2));
+    EXPECT_EQ(localMachineRoot, plain.Operations()[0].root);
+    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.Operations()[0].keyPath);
+    EXPECT_EQ(currentUserRoot, plain.Operations()[1].root);
+    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.Operations()[1].keyPath);
 }
 
 TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedValue) {
@@ -303,9 +303,9 @@ TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedVal
     trace.ByProcess(ours).KeyHandleNamed(0x8A123450, acmeKernelPath).SetValue(0x8A123450, L"V");
     trace.SetValue(0x8A123454, L"W");
     Play(trace);
-    ASSERT_THAT(handler.operations, SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.operations[0].keyPath);
-    EXPECT_EQ(0xFFFFFFFF8A123454u, handler.operations[1].keyHandle);
+    ASSERT_THAT(handler.Operations(), SizeIs(2));
+    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
+    EXPECT_EQ(0xFFFFFFFF8A123454u, handler.Operations()[1].keyHandle);
 }
 
 // Cost.

@@ -40,19 +40,20 @@ public:
 // A handler that decodes by the classes of a table.
 class SchemaHandler : public RecordingHandler {
 public:
-    SchemaHandler() {
-        auto owned = std::make_unique<TableOfClasses>();
-        table = owned.get();
-        wmi = std::move(owned);
-        useSchema = true;
-        onlyGuid = RegistryGuid;
-    }
+    explicit SchemaHandler(std::unique_ptr<TableOfClasses> classes = std::make_unique<TableOfClasses>())
+        : SchemaHandler(*classes, std::move(classes)) {}
 
     void Describe(std::uint16_t version, std::uint8_t type, std::vector<PropertyDescriptor> properties) {
         table->classes[{version, type}] = {SchemaLookup::loaded, std::move(properties)};
     }
 
-    TableOfClasses* table = nullptr;
+    TableOfClasses* table;
+
+private:
+    SchemaHandler(TableOfClasses& table, std::unique_ptr<TableOfClasses>&& classes)
+        : RecordingHandler(EventDecoding::schema, std::move(classes)), table(&table) {
+        onlyGuid = RegistryGuid;
+    }
 };
 
 PropertyDescriptor NumberProperty(std::wstring name) {
@@ -80,13 +81,13 @@ TEST(TraceEventHandler, StartsEnabledWithPointerSize8AndFixedLayouts) {
     const RecordingHandler handler;
     EXPECT_TRUE(handler.IsEnabled());
     EXPECT_EQ(handler.PointerSize(), 8U);
-    EXPECT_FALSE(handler.useSchema);
-    EXPECT_EQ(handler.threadMap, nullptr);
+    EXPECT_EQ(handler.Decoding(), EventDecoding::fixedLayout);
+    EXPECT_EQ(handler.ThreadMap(), nullptr);
 }
 
 TEST(TraceEventHandler, DisabledHandlerSaysSo) {
     RecordingHandler handler;
-    handler.enabled = false;
+    handler.Disable();
     EXPECT_FALSE(handler.IsEnabled());
 }
 
@@ -99,7 +100,7 @@ TEST(TraceEventHandler, AttachSharesTheMapAndDropsTheEarlierOne) {
     EXPECT_FALSE(watched.expired());
     handler.Attach(second);
     EXPECT_TRUE(watched.expired());
-    EXPECT_EQ(handler.threadMap, second);
+    EXPECT_EQ(handler.ThreadMap(), second);
 }
 
 TEST(TraceEventHandler, WithoutWatchedProcessEveryProcessIsWatched) {
@@ -188,7 +189,7 @@ TEST(OnEvent, FixedLayoutsHandOverNoValues) {
     ASSERT_EQ(handler.decoded.size(), 1U);
     EXPECT_FALSE(handler.decoded[0].values);
     EXPECT_EQ(handler.Counters().eventsWithData, 1U);
-    EXPECT_EQ(handler.wmi, nullptr);
+    EXPECT_FALSE(handler.HasOpenedClasses());
 }
 
 // Rejects everything; unlike RecordingHandler it notes nothing down.
@@ -289,8 +290,8 @@ TEST(SchemaFor, UnknownKindIsSearchedAnewEachTimeAndGetsTheEmptySchema) {
     EXPECT_TRUE(first->properties.empty());
     EXPECT_TRUE(handler.SchemaFor(RegistryEvent(14))->properties.empty());
     EXPECT_EQ(handler.table->searches.size(), 2U);
-    EXPECT_EQ(handler.schemas.size(), 1U);
-    EXPECT_TRUE(handler.schemas.contains(L""));
+    EXPECT_EQ(handler.Schemas().size(), 1U);
+    EXPECT_TRUE(handler.Schemas().contains(L""));
     EXPECT_EQ(handler.Counters().schemaFailures, 0U);
 }
 
@@ -321,11 +322,11 @@ TEST(SchemaFor, EmptySchemaTakesThePresentPointerSizeEachTime) {
 
 TEST(SchemaFor, EventClassesAreOpenedByTheFirstLookUp) {
     RecordingHandler handler;
-    EXPECT_EQ(handler.wmi, nullptr);
+    EXPECT_FALSE(handler.HasOpenedClasses());
     TraceEvent unheardOf;
     unheardOf.guid.data1 = 1;
     EXPECT_TRUE(handler.SchemaFor(unheardOf)->properties.empty());
-    EXPECT_NE(handler.wmi, nullptr);
+    EXPECT_TRUE(handler.HasOpenedClasses());
 }
 
 } // namespace

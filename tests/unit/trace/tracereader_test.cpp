@@ -33,8 +33,8 @@ public:
     void OnFinished() override { calls.push_back(name + L" finished"); }
     void OnDecodedEvent(const TraceEvent&, const EventValues*) override {}
 
-    using TraceEventHandler::enabled;
-    using TraceEventHandler::threadMap;
+    using TraceEventHandler::Disable;
+    using TraceEventHandler::ThreadMap;
 
 private:
     std::wstring name;
@@ -94,8 +94,8 @@ TEST(TraceReader, HandlersAreAttachedAheadOfTheOpeningAndFinishBetweenTheTwoClos
 TEST(TraceReader, EveryHandlerGetsTheSameMapOfThreads) {
     TwoHandlers it;
     it.reader.Read(logPath);
-    EXPECT_NE(it.first.threadMap, nullptr);
-    EXPECT_EQ(it.first.threadMap, it.second.threadMap);
+    EXPECT_NE(it.first.ThreadMap(), nullptr);
+    EXPECT_EQ(it.first.ThreadMap(), it.second.ThreadMap());
 }
 
 TEST(TraceReader, ThreadEventsDoNotFillTheMap) {
@@ -104,7 +104,7 @@ TEST(TraceReader, ThreadEventsDoNotFillTheMap) {
     trace.Add(ThreadGuid, 1, PayloadBuilder().U32(100).U32(1).bytes);
     it.tracing.log = trace.Events();
     it.reader.Read(logPath);
-    EXPECT_EQ(it.first.threadMap->OwnersOf(1), nullptr);
+    EXPECT_EQ(it.first.ThreadMap()->OwnersOf(1), nullptr);
 }
 
 TEST(TraceReader, MissingLogIsFalseAndFinishesNobody) {
@@ -178,7 +178,7 @@ TEST(TraceReader, EventWithoutDataHasNoPayload) {
 
 TEST(TraceReader, ConsumerGoesOnWhileAnyHandlerIsEnabled) {
     TwoHandlers it;
-    it.first.enabled = false;
+    it.first.Disable();
     it.tracing.eventsInBuffer = 1;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
     EXPECT_TRUE(it.reader.Read(logPath));
@@ -187,8 +187,8 @@ TEST(TraceReader, ConsumerGoesOnWhileAnyHandlerIsEnabled) {
 
 TEST(TraceReader, ConsumerStopsBehindABufferWhenEveryHandlerIsDisabled) {
     TwoHandlers it;
-    it.first.enabled = false;
-    it.second.enabled = false;
+    it.first.Disable();
+    it.second.Disable();
     it.tracing.eventsInBuffer = 1;
     it.tracing.log = TraceBuilder().SetValue(1, L"V").Events();
     EXPECT_FALSE(it.reader.Read(logPath));
