@@ -1,11 +1,12 @@
-// What a capture asks of the system, bare: no file is looked at before, no text is made, nothing is decided.
-// What this takes, no capture by these steps can do without.
-//   barecapture FILE OUT [FILE OUT ...]   by redirection: walks the temporary trees and writes at once what
-//                                         it comes by, key by key and value by value, then removes them
-//   barecapture --list LIST FILE OUT      traced, but for the trace: reads and removes what LIST names, one
-//                                         by one
-// OUT gets a line a key and a line a value, in UTF-16. LIST has a line a key, K and its path among the
-// temporary keys, and behind it one a value, V and its name. Ends with 0 if all servers were registered.
+// The bare system calls of a capture, without a look at the file, without texts and without decisions. No
+// capture by these steps can be faster.
+//   barecapture FILE OUT [FILE OUT ...]   by redirection: walks the temporary trees, writes every key and
+//                                         value at once, then removes them
+//   barecapture --list LIST FILE OUT      like a traced capture, but without the trace: reads and removes
+//                                         each key and value of LIST
+// OUT gets a line for each key and each value, in UTF-16. LIST has a line for each key, K and its path among
+// the temporary keys, and after it a line for each of its values, V and the name. The exit status is 0 if all
+// servers were registered.
 
 #include "extract/startmodules.h"
 #include "platform/os/entrypoint.h"
@@ -72,7 +73,7 @@ void RemoveTree(HKEY parent, const std::wstring& name) {
     RegDeleteKeyExW(parent, name.c_str(), 0, 0);
 }
 
-// The key, and its parents as far as they are empty. True if the key itself went.
+// Deletes the key and then its parents, while they are empty. True if the key itself was deleted.
 bool RemoveChain(std::wstring path) {
     bool removed = false;
     LSTATUS status = ERROR_SUCCESS;
@@ -172,7 +173,7 @@ void WalkTree(HANDLE output, HKEY key, const std::wstring& path) {
     }
 }
 
-// Tells of the value if it could be read.
+// Writes the name of the value if it could be read.
 void ReadValue(HANDLE output, const std::wstring& path, const std::wstring& value) {
     OwnedRegistryKey key;
     OpenRegistryKey(HKEY_CURRENT_USER, path.c_str(), readWrite, key);
@@ -194,7 +195,7 @@ void RemoveValue(const std::wstring& path, const std::wstring& value) {
     RegDeleteValueW(key.Get(), value.c_str());
 }
 
-// Tells of the values as they are read, and of the keys as they go or stay for their subkeys.
+// Writes the name of each value that could be read and the path of each key that was deleted.
 void ReadAndRemove(HANDLE output, const std::vector<ListedKey>& listed) {
     for (const ListedKey& key : listed) {
         for (const std::wstring& value : key.values) {
@@ -237,7 +238,7 @@ std::vector<ListedKey> ReadList(const wchar_t* path) {
 
 // The list is null for a redirected capture.
 bool Capture(const wchar_t* file, const wchar_t* out, const std::vector<ListedKey>* listed) {
-    // Not there at first; then the tree stays for the next capture.
+    // Does not exist before the first capture, and stays for the next one.
     OwnedRegistryKey place;
     OpenRegistryKey(HKEY_CURRENT_USER, placePath, readWrite, place);
     Trees trees;

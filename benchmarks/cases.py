@@ -1,5 +1,5 @@
-"""The whole processes that ./bench measures. A case is two or more sides that do the same in their own ways, a side
-one or more programs in turn: {case: [[side, [[word, ...], ...]], ...]}"""
+"""The whole processes that ./bench measures. A case has two or more sides that do the same in different ways. A side
+is a sequence of programs: {case: [[side, [[word, ...], ...]], ...]}"""
 
 from pathlib import Path
 
@@ -20,14 +20,14 @@ def windows_path(path):
 
 
 def servers():
-    """Wine's own modules that register themselves: what these export stands side by side."""
+    """Wine's own modules that register themselves: the names of both exports are adjacent."""
     exports = b"\0DllGetClassObject\0DllRegisterServer\0"
     files = sorted((DRIVE_C / "windows" / "system32").iterdir())
     return [file for file in files if file.suffix in (".dll", ".ocx", ".ax") and exports in file.read_bytes()]
 
 
 def of_all_sizes(files, count):
-    """So many of the files: of as many equal parts, from the small to the big ones, the middle one of each."""
+    """`count` of the files: sorted by size and cut into `count` equal parts, the middle one of each part."""
     ordered = sorted(files, key=lambda file: (file.stat().st_size, file.name))
     return [ordered[(2 * part + 1) * len(ordered) // (2 * count)].name for part in range(count)]
 
@@ -42,7 +42,7 @@ def keyreap(work, modules, mode):
 
 
 def zero_or_one(words):
-    """A command that may end with 1 too."""
+    """A command whose exit status may also be 1."""
     return ["bash", "-c", '"$@" || [[ $? == 1 ]]', "bash", *words]
 
 
@@ -64,7 +64,7 @@ def nothing():
 
 
 def bare_capture(work, modules):
-    """What a capture asks of the system, and nothing else."""
+    """The system calls of a capture, and nothing else."""
     return [WINE, windows_path(BARE), *(word for module in modules for word in bare_pair(work, module))]
 
 
@@ -85,7 +85,7 @@ def redirected(sizes, work):
 
 
 def bare_traced(sizes, work):
-    """The steps of a traced capture without the trace: the list tells what that would."""
+    """The steps of a traced capture without the trace: the list replaces its content."""
     cases = {}
     for module in sizes.modules:
         words = ["--list", windows_path(bare_list(work, module)), *bare_pair(work, module)]

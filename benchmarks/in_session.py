@@ -3,10 +3,10 @@
 Measures whole processes. PLAN is a JSON file:
   {"prepare": [["word", ...], ...], "rounds": {"name": N, "": N},
    "cases": {"name": [["side", [["word", ...], ...]], ...]}}
-The programs of "prepare" run first. A case is two or more sides that do the same in their own ways, a side one or
-more programs in turn; "" tells the rounds of all cases that aren't named. RESULT becomes
+The programs of "prepare" run first. A case has two or more sides that do the same in different ways. A side is a
+sequence of programs. "" is the number of rounds for all cases that aren't named. RESULT becomes
   {"name": {"side": [seconds of each round]}}
-The sides take turns, the other one first in every second round.
+The sides take turns, in the opposite order in every second round.
 """
 
 import json
@@ -22,9 +22,9 @@ TRIES = 3
 
 
 def failed(words):
-    """Runs one program; what it did if it failed."""
+    """Runs one program; returns a description of a failure."""
     process = subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    # A wait with a limit of its own looks only every now and then whether the program has ended.
+    # A wait with a time limit checks only now and then whether the program has ended.
     watchdog = threading.Timer(LIMIT, process.kill)
     watchdog.start()
     status = process.wait()
@@ -33,7 +33,7 @@ def failed(words):
 
 
 def seconds_of(programs):
-    """A failure is nobody's time. Wine itself fails to start a program now and then, so it is tried again."""
+    """A failed run has no time. Sometimes Wine itself fails to start a program, so there is another try."""
     for _ in range(TRIES):
         begin = time.perf_counter()
         failure = next(filter(None, map(failed, programs)), None)
@@ -60,7 +60,7 @@ def main(plan_file, result_file):
     with subprocess.Popen(KEEPER, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL):
         seconds_of(plan["prepare"])
         for name, sides in plan["cases"].items():
-            # What has a number of rounds of its own is long, and warm enough.
+            # A case with its own number of rounds is long, and needs no warm-up.
             result[name] = measure(sides, 0, rounds[name]) if name in rounds else measure(sides, -1, rounds[""])
     Path(result_file).write_text(json.dumps(result))
 

@@ -15,13 +15,13 @@ namespace keyreap {
 
 namespace {
 
-// Hands the events of a log file to the handler, as the trace reader does.
+// Passes the events of a log file to the handler, as the trace reader does.
 class HandlerFeed : public EtlListener {
 public:
-    explicit HandlerFeed(TraceEventHandler& receiver) : handler(receiver) {}
+    explicit HandlerFeed(TraceEventHandler& handler) : handler(handler) {}
 
     void OnEvent(const EtlEvent& event) override {
-        // Through what the platform's event holds, whose sizes have 32 bits.
+        // As in the platform's event, sizes have 32 bits.
         const auto size = static_cast<std::uint32_t>(event.payload.size());
         handler.OnEvent({std::bit_cast<Guid>(event.provider),
                          event.type,
@@ -38,7 +38,7 @@ private:
     TraceEventHandler& handler;
 };
 
-// Adds up what cannot be done without. The names of handles are read by themselves.
+// Adds up the bytes that every replay needs. Reads the names of handles itself.
 class SizeCount : public TraceEventHandler {
 public:
     bool Accepts(const TraceEvent& event) const override { return event.guid == RegistryGuid; }

@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// What a replay makes of a log file, but for what it reads and deletes in a live registry.
+// The result of the replay of a log file, without the work in a live registry.
 struct ReplayResult {
     bool complete = false; // the file was read to its end
     std::uint64_t events = 0;
@@ -17,8 +17,8 @@ struct ReplayResult {
 
 ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watchedProcess);
 
-// Bytes that the operations of the watched process and the names of handles, the last one of each, need at
-// the least: the records, the texts, and a handle a name.
+// The least number of bytes for the operations of the watched process and the last name of each handle: the
+// records, the texts, and a handle for each name.
 std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watchedProcess);
 
 } // namespace keyreap

@@ -16,9 +16,9 @@ namespace {
 constexpr std::uint32_t systemProcess = 4;
 constexpr std::uint32_t firstOtherProcess = 1000;
 constexpr std::uint32_t otherProcesses = 60;
-constexpr std::uint64_t otherKeys = 50'000;  // their addresses come round, as those of the kernel's pool do
-constexpr std::uint64_t eventsOfName = 100;  // one of so many events of others names a handle
-constexpr std::uint64_t keysOfLateName = 16; // one of so many keys was open before: the rundown names it
+constexpr std::uint64_t otherKeys = 50'000;  // their handles are reused, like addresses of the kernel's pool
+constexpr std::uint64_t eventsOfName = 100;  // one in this many events of other processes names a handle
+constexpr std::uint64_t keysOfLateName = 16; // one in this many keys was open before: the rundown names it
 
 constexpr std::uint64_t classesHandle = 0xFFFFA00000001000;
 constexpr std::uint64_t ourHandles = 0xFFFFA10000000000;
@@ -34,7 +34,7 @@ struct Step {
     std::wstring_view name;
 };
 
-// What happens to each of our keys behind its creation.
+// The operations on each of our keys after its creation.
 constexpr std::array<Step, MachineLog::operationsOfKey - 1> ourSteps{{
     {registryevent::setValue, L""},
     {registryevent::setValue, L"LocalizedString"},
@@ -64,18 +64,20 @@ std::wstring ClassKey(std::uint64_t number) {
     return {text.begin(), text.begin() + length};
 }
 
-class LogTeller {
+// Writes the events of the log, in their order.
+class EventSequence {
 public:
-    LogTeller(EtlWriter& destination, const MachineLog& wanted) : writer(destination), log(wanted) {}
+    EventSequence(EtlWriter& writer, const MachineLog& log) : writer(writer), log(log) {}
 
-    // The names of handles that belong to no operation are told first and last, all else evenly between.
-    bool Tell() {
+    // The names of handles that belong to no operation come first and last. All other events are evenly
+    // spread.
+    bool Write() {
         const std::uint64_t lateNames = (log.OurKeys() + keysOfLateName - 1) / keysOfLateName;
         const std::uint64_t others = log.events - lateNames - 1;
         bool good = Name(registryevent::kcbCreate, classesHandle, std::wstring(classesPath));
         for (std::uint64_t place = 0; place < others && good; ++place) {
             const bool isOurs = (place + 1) * log.ours / others > place * log.ours / others;
-            good = isOurs ? TellOurs() : TellOther(place);
+            good = isOurs ? WriteOurs() : WriteOther(place);
         }
         for (std::uint64_t key = 0; key < log.OurKeys() && good; key += keysOfLateName) {
             good = NameOurs(registryevent::kcbRundownEnd, key);
@@ -88,10 +90,10 @@ private:
         return operation / MachineLog::operationsOfKey % log.OurKeys();
     }
 
-    bool TellOurs() {
-        const std::uint64_t key = KeyOf(told);
-        const std::uint64_t step = told % MachineLog::operationsOfKey;
-        ++told;
+    bool WriteOurs() {
+        const std::uint64_t key = KeyOf(written);
+        const std::uint64_t step = written % MachineLog::operationsOfKey;
+        ++written;
         if (step == 0) {
             unnamed = key % keysOfLateName != 0;
             return Add(registryevent::createKey, MachineLog::ourProcess, classesHandle, ClassKey(key));
@@ -100,10 +102,10 @@ private:
         return Add(next.type, MachineLog::ourProcess, ourHandles + key * handleDistance, next.name);
     }
 
-    bool TellOther(std::uint64_t place) {
+    bool WriteOther(std::uint64_t place) {
         if (unnamed) {
             unnamed = false;
-            return NameOurs(registryevent::kcbCreate, KeyOf(told - 1));
+            return NameOurs(registryevent::kcbCreate, KeyOf(written - 1));
         }
         const std::uint64_t handle = otherHandles + place % otherKeys * handleDistance;
         if (place % eventsOfName == 0) {
@@ -138,8 +140,8 @@ private:
 
     EtlWriter& writer;
     const MachineLog& log;
-    std::uint64_t told = 0; // of our operations
-    bool unnamed = false;   // the key created last waits for its name
+    std::uint64_t written = 0; // of our operations
+    bool unnamed = false;      // the key created last waits for its name
     std::int64_t time = 0;
 };
 
@@ -148,9 +150,9 @@ private:
 bool MachineLog::Write(const std::filesystem::path& path) const {
     EtlFileSink sink(path);
     EtlWriter writer(sink, EtlLogHeader{});
-    LogTeller teller(writer, *this);
-    const bool told = writer.Begin(0, systemProcess, systemProcess) && teller.Tell();
-    return writer.Finish(0) && sink.Close() && told;
+    EventSequence sequence(writer, *this);
+    const bool written = writer.Begin(0, systemProcess, systemProcess) && sequence.Write();
+    return writer.Finish(0) && sink.Close() && written;
 }
 
 } // namespace keyreap

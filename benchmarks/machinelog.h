@@ -6,16 +6,16 @@
 
 namespace keyreap {
 
-// A made-up log of a busy machine, the same each time: one process registers classes among many that look
-// things up.
+// A synthetic log of a busy machine, the same each time: one process registers classes while many others read
+// the registry.
 struct MachineLog {
     static constexpr std::uint32_t ourProcess = 4321;
     static constexpr std::uint64_t operationsOfKey = 8;
 
-    std::uint64_t events = 0; // all of them, the names of handles included
-    std::uint64_t ours = 0;   // operations of our process among them, evenly spread
+    std::uint64_t events = 0; // all events, including the names of handles
+    std::uint64_t ours = 0;   // the operations of our process, evenly spread
 
-    // Keys that our process makes: more than any server known here, and again and again in a long log.
+    // The keys that our process creates, repeatedly in a long log. No known server creates so many.
     static constexpr std::uint64_t mostKeys = 10'000;
     std::uint64_t OurKeys() const {
         return std::min((ours + operationsOfKey - 1) / operationsOfKey, mostKeys);

@@ -44,7 +44,7 @@ void AddOperation(MadeOperations& made, std::uint32_t type, std::wstring_view ke
     made.operations.push_back(operation);
 }
 
-// As a server does it: it makes a key and sets its values, and later looks whether all is there.
+// Like a server, which creates a key and sets its values, and later checks them.
 std::shared_ptr<const MadeOperations> MakeOperations(std::size_t count, std::size_t keys) {
     const auto made = std::make_shared<MadeOperations>();
     Operations& operations = made->operations;
@@ -62,7 +62,7 @@ std::shared_ptr<const MadeOperations> MakeOperations(std::size_t count, std::siz
     return made;
 }
 
-// What a replay would make do with, if it needed no tree: what was done to each key and value, by full path.
+// The simplest log, which a replay could use if it needed no tree: the operations by full path.
 class PathMap {
 public:
     void RecordOperations(const Operations& operations) {
@@ -77,7 +77,7 @@ public:
     std::size_t Size() const { return lists.size(); }
 
 private:
-    // Upper and lower case are the same; a NUL parts a value's name from its key.
+    // Names are case-insensitive; a NUL separates a value's name from its key.
     static std::wstring PathOf(const RegistryOperation& operation) {
         std::wstring path(operation.keyPath);
         if (ConcernsValue(operation.type)) {

@@ -1,4 +1,4 @@
-"""What ./bench reads out of .reg files."""
+"""The reading of .reg files for ./bench."""
 
 import sys
 from pathlib import Path
@@ -7,7 +7,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests" / "support"
 
 import regfile  # noqa: E402
 
-# The temporary keys that stand for the roots.
+# The temporary keys that replace the roots.
 TREES = {
     "HKEY_CLASSES_ROOT": "HKCR",
     "HKEY_CURRENT_USER": "HKCU",
@@ -21,13 +21,13 @@ def lines_of(file):
 
 
 def entries_of(file):
-    """The lines that stand for a key or a value, in order; a comparison of what two writers wrote."""
+    """The lines of keys and values, in order: for a comparison of two files."""
     return sorted(line for line in lines_of(file) if line.startswith(("[", '"', "@")))
 
 
 def list_of(file):
-    """What the bare steps of a traced capture go through, by the .reg file of one: (path, names of its values) of each
-    key, by its temporary path."""
+    """The keys for the bare steps of a traced capture, from the .reg file of one: the temporary path and the names of
+    the values of each key."""
     keys = []
     for path, values in regfile.parse(Path(file).read_bytes()).items():
         root, _, below = path.partition("\\")
@@ -40,6 +40,6 @@ def text_of(keys):
 
 
 def found_in(keys):
-    """How many values can be read, and keys removed at their turn: those without subkeys."""
+    """The number of values that can be read and of keys that can be removed at their turn: those without subkeys."""
     leaves = [path for path, _ in keys if not any(other.startswith(path + "\\") for other, _ in keys)]
     return len(leaves) + sum(len(values) for _, values in keys)

@@ -1,9 +1,9 @@
-// The parts of the program that talk to the registry and to the disk, each as a process of its own:
-//   registrybench fill KEYS VALUES          makes a tree of so many keys with so many values each
+// The parts of the program that talk to the registry and to the disk, each in its own process:
+//   registrybench fill KEYS VALUES          creates a tree of KEYS keys with VALUES values each
 //   registrybench harvest FILE              writes that tree to a .reg file, as a session writes its own
 //   registrybench enumerate                 reads all of that tree and writes nothing
-//   registrybench write FILE KEYS VALUES    writes such a file with no registry behind it
-// Ends with 0 if it did.
+//   registrybench write FILE KEYS VALUES    writes such a file without a registry
+// The exit status is 0 if it succeeded.
 
 #include "regfile/regfilewriter.h"
 #include "registry/harvest.h"
@@ -66,7 +66,7 @@ bool Harvest(const wchar_t* file) {
     return tree.Handle() != nullptr;
 }
 
-// The calls of a harvest.
+// Makes the registry calls of a harvest.
 void Enumerate(const RegKey& key) {
     std::wstring name;
     ValueText text;

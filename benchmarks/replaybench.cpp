@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t readSize = 1024 * 1024;
 
-// Each replay begins with as little memory at hand as in a process of its own.
+// Each replay begins with as little free memory as in its own process.
 void ForgetFreeMemory(benchmark::State& state) {
     state.PauseTiming();
     malloc_trim(0);

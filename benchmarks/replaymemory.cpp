@@ -1,10 +1,8 @@
-// Usage: replaymemory make FILE EVENTS OURS   writes a log of so many events, so many of them operations of
-// ours
-//        replaymemory replay FILE             replays it and prints, in bytes, the process's peak beyond what
-//        it
-//                                             had before, and what the accepted operations and the names of
-//                                             handles need at the least; and the number of operations
-// Ends with 0 if it did.
+// Usage: replaymemory make FILE EVENTS OURS   writes a log of EVENTS events, OURS of them our operations
+//        replaymemory replay FILE             replays it and prints the growth of the process's memory at its
+//                                             peak and the least size of the accepted operations and the
+//                                             names of handles, in bytes, then the number of operations
+// The exit status is 0 if it succeeded.
 
 #include "benchmarks/logreplay.h"
 #include "benchmarks/machinelog.h"

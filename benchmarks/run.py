@@ -1,8 +1,8 @@
 """Usage: run.py WORK [--quick]
 
-Measures the program and its parts side by side with what each is compared with, and prints one table. Programs and
+Measures the program and its parts, each with its comparison, and prints one table. Programs and
 sessions are those of the build folder; WORK is an empty folder for logs and outputs. With --quick everything is tiny
-and runs once: it tells that the measuring works, and nothing else.
+and runs once: this only checks that the measuring works.
 """
 
 import json
@@ -40,7 +40,7 @@ MEMORY_LIMIT = 2048 * MEGABYTE
 
 
 class Sizes:
-    """How much of everything: the figures that count, or tiny ones."""
+    """The extent of the measurements: the real one, or a tiny one."""
 
     def __init__(self, quick):
         self.rounds = 1 if quick else 11
@@ -58,12 +58,13 @@ class Sizes:
         self.tree_keys = 20 if quick else 10_000
         self.tree_values = 10
         self.repetitions, self.part_seconds = (1, 0.001) if quick else (9, 0.05)
-        # So many that what else the machine does meets both sides alike.
+        # So many that other work of the machine affects both sides equally.
         self.hash_repetitions, self.hash_seconds = (1, 0.001) if quick else (201, 0.005)
 
 
 class Table:
-    """The rows as they come. A ratio is ours against the other; a row without an aim shows what bounds others."""
+    """The rows in the order of their addition. A ratio is our figure divided by the other one. A row without an aim
+    shows a bound of other rows."""
 
     def __init__(self, judges):
         self.rows = []
@@ -91,7 +92,7 @@ class Table:
 
 
 def digits(value):
-    """Three digits that count, or all in front of the point."""
+    """Three significant digits, or all digits of the integral part."""
     return format(round(value), ",") if value >= 100 else "%.3g" % value
 
 
@@ -110,8 +111,8 @@ def in_session(work, rounds, cases, prepare, *options):
 
 
 def in_sessions(work, count, cases, *options):
-    """The same with many sessions for each case, each with one round: what the log of a session tells of what ran
-    before in it is then as little as with ./keyreap."""
+    """The same with many sessions for each case, each with one round: then a session's log contains as little of
+    earlier programs as with ./keyreap."""
     times = {}
     for case, sides in cases.items():
         sessions = [in_session(work, {"": 1}, {case: sides}, [], *options)[case] for _ in range(count)]
@@ -124,7 +125,7 @@ def medians(times):
 
 
 def check_tree(sizes, work):
-    """All three files tell the same tree, but for the keys between its groups, which the plain writer leaves out."""
+    """All three files have the same tree, except the keys between its groups, which the plain writer omits."""
     harvested, exported = entries_of(work / "harvested.reg"), entries_of(work / "exported.reg")
     values = [line for line in harvested if not line.startswith("[")]
     written = [line for line in entries_of(work / "written.reg") if not line.startswith("[")]
@@ -133,7 +134,7 @@ def check_tree(sizes, work):
 
 
 def check_bare(work, module, wanted):
-    """The bare steps came to as many keys and values."""
+    """The bare steps found the same number of keys and values."""
     found = (work / (module + ".bare")).read_text(encoding="utf-16-le").count("\n")
     if found != wanted:
         sys.exit("bench: the bare capture of %s found %d keys and values, not %d" % (module, found, wanted))
@@ -197,19 +198,19 @@ def log_name(events, share):
 
 
 def compared_parts(sizes, logs, compared, repetitions, seconds):
-    """All repetitions of the parts whose names the pattern finds, mixed: they meet the same moments of the machine."""
+    """All repetitions of the parts whose names match, mixed, so that changes of the load affect all of them."""
     command = [PARTS, str(sizes.operations), str(sizes.keys), *logs, "--benchmark_filter=" + compared]
     command += ["--benchmark_format=json", "--benchmark_enable_random_interleaving=true"]
     command += ["--benchmark_repetitions=%d" % repetitions, "--benchmark_min_time=%g" % seconds]
-    # Of the processor's special instructions the library's SHA-1 is to use none.
+    # The library's SHA-1 must not use special instructions of the processor.
     environment = dict(os.environ, OPENSSL_ia32cap="0:0")
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment)
     return json.loads(output.stdout)["benchmarks"]
 
 
 def part_times(sizes, logs):
-    """Medians, in seconds of processor time, by the name of the part, and what each part counted. One comparison
-    follows the other."""
+    """Medians, in seconds of processor time, by the name of the part, and the counters of each part. The comparisons
+    run one after another."""
     runs = {}
     usual, short = (sizes.repetitions, sizes.part_seconds), (sizes.hash_repetitions, sizes.hash_seconds)
     others = ["^operations/", *("/%s$" % log.stem for log in logs)]
@@ -261,7 +262,7 @@ def part_rows(table, sizes, work):
 
 
 def replay_memory(file, limit=resource.RLIM_INFINITY):
-    """Peak, least size and number of operations of a replay in a process of its own."""
+    """Peak, least size and number of operations of a replay in its own process."""
 
     def limit_memory():
         resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
@@ -287,7 +288,7 @@ def memory_rows(table, sizes, work):
 
 def main(work, *options):
     quick = "--quick" in options
-    # Tiny figures tell nothing of the aims.
+    # Tiny figures can't be compared with the aims.
     sizes, table = Sizes(quick), Table(judges=not quick)
     work = Path(work)
     process_rows(table, sizes, work)

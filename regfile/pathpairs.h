@@ -7,8 +7,8 @@
 
 namespace keyreap {
 
-// A name that the capture put in the place of the user's own, and that own one; both in the form that the
-// file API takes.
+// A temporary path that a capture used, and the user's own path that replaces it in the .reg file. Both have
+// the form that the file API takes.
 struct PathPair {
     std::wstring temporaryPath;
     std::wstring finalPath;
@@ -16,11 +16,12 @@ struct PathPair {
 
 using PathPairs = std::vector<PathPair>;
 
-// Appends the pair of the two files and then, so that it is applied behind it, the pair of their folders.
+// Appends the pair of the two files and then the pair of their folders, which is applied later.
 void AddPathPairs(PathPairs& pairs, const WidePath& temporaryPath, const WidePath& finalPath);
 
-// The pairs of a session: none for a file registered in its own place with no staged type library. Only the
-// first staged type library has a pair. `originalFilePath` is the input if it was staged, else empty.
+// The pairs of a session. A file that was registered in its own place, without a staged type library, has no
+// pairs. Only the first staged type library has a pair. `originalFilePath` is the input if it was staged, or
+// empty.
 PathPairs FormPathPairs(const WidePath& filePath, const WidePath& originalFilePath,
                         const std::vector<WidePath>& stagedTypeLibs);
 

@@ -14,8 +14,8 @@ struct PathReplacement {
 
 using PathReplacements = std::vector<PathReplacement>;
 
-// Replaces every `from` in `subject`, exact to the code unit: a path in another case stays as it is. Replaced
-// text isn't searched again. An empty `from` matches nothing.
+// Replaces every `from` in `subject`. The comparison is case-sensitive. Replaced text isn't searched again.
+// An empty `from` matches nothing.
 void ReplaceAll(std::wstring& subject, std::wstring_view from, std::wstring_view to);
 
 // Applies the replacements one after another, each to the result of the one before.

@@ -48,7 +48,8 @@ std::wstring FormatString(const ValueText& text, const PathReplacements& replace
 
 std::wstring EscapeRegText(std::wstring_view text) {
     std::wstring escaped;
-    // The last escaped index decides: a lone leading backslash or quote has index 0 and stays single.
+    // Deliberate: a lone leading backslash or quote stays single, because its index is 0, as without any
+    // escape.
     std::size_t last = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (NeedsEscape(text[i])) {
@@ -91,7 +92,7 @@ std::wstring EncodeWideHex(const ValueText& text) {
         result += L',';
         AppendHexByte(result, code >> 8);
     }
-    // The terminator brings its comma even to an empty text, so that the entry then reads "hex(2):,00,00".
+    // Deliberate: an empty text has the terminator's comma too, so that its entry is "hex(2):,00,00".
     result += L",00,00";
     return result;
 }
@@ -102,7 +103,8 @@ std::wstring EncodeHexPairs(const ValueText& text) {
     for (std::size_t p = 0; p < text.size(); p += 2) {
         if (p != 0) {
             result += L',';
-            // The line's length counts pairs only: neither the name nor the prefix shortens the first line.
+            // Only pairs count for the length of a line: the name and the prefix do not shorten the first
+            // line.
             if (p % hexLineLength == 0) {
                 result += L"\\\r\n  ";
             }
@@ -144,7 +146,7 @@ std::wstring FormatValueEntry(std::wstring_view name, const ValueText& text, std
         entry += L"hex(b):" + EncodeHexPairs(text);
         break;
     default:
-        // No value of any type is skipped: the entry stands with nothing behind its equals sign.
+        // Deliberate: an entry without data, because no value of any type is skipped.
         break;
     }
     return entry + L"\r\n";

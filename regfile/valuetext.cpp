@@ -99,7 +99,8 @@ void HarvestValueText(std::uint32_t type, Bytes data, ValueText& text) {
         text = MultiStringLines(data);
         break;
     default:
-        // REG_QWORD too: it is written from the text of the value before it, and that has to stay so.
+        // Deliberate: REG_QWORD too is written from the text of the value before it, because files must not
+        // change.
         break;
     }
 }

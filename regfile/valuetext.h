@@ -4,8 +4,8 @@
 #include <span>
 #include <string>
 
-// `ValueText`: a registry value's data in the canonical text that the .reg encoders take. Two producers
-// exist, and they differ on purpose: the harvest of the temporary trees and the replay of a trace.
+// `ValueText`: a registry value's data in the canonical text that the .reg encoders take. Two conversions
+// exist and differ deliberately: one for the harvest of the temporary trees, one for the replay of a trace.
 namespace keyreap {
 
 using ValueText = std::wstring;
@@ -26,12 +26,12 @@ enum class RegType : std::uint32_t {
     Qword = 11,
 };
 
-// The harvest's conversion of a value's raw data. Empty data clears `text`; the types REG_NONE, REG_QWORD and
-// all that have no form of their own leave `text` as the caller had it. Data that lacks a terminator ends
-// where it ends; an odd last byte is no character; the bytes that a short REG_DWORD lacks count as 0.
+// The harvest's conversion of a value's raw data. Empty data clears `text`. REG_NONE, REG_QWORD and all types
+// without a form of their own leave `text` unchanged. A string without terminator ends with its data; an odd
+// last byte is ignored; the missing bytes of a short REG_DWORD count as 0.
 void HarvestValueText(std::uint32_t type, std::span<const std::uint8_t> data, ValueText& text);
 
-// The replay's conversion: every type gives a text of its own. A REG_DWORD of fewer than four bytes is empty.
+// The replay's conversion: every type has a text. A REG_DWORD of fewer than four bytes has the empty text.
 ValueText ReplayValueText(std::uint32_t type, std::span<const std::uint8_t> data);
 
 } // namespace keyreap

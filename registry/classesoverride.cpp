@@ -30,7 +30,7 @@ struct KeyName {
     std::array<wchar_t, 128> text{};
 };
 
-// Where the API lies in memory, and what it called before.
+// The addresses of the API in memory, and the function that it called originally.
 struct Api {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;
@@ -39,9 +39,9 @@ struct Api {
 
 Api api;
 
-// The API keeps the names of its roots in itself, and walks down them whole or one component at a time. No
-// caller's name lies there.
-bool IsOfTheApi(const UNICODE_STRING& name) {
+// The API keeps the names of its roots inside its own module, and opens them at once or one component at a
+// time. A caller's name is never there.
+bool IsInsideTheApi(const UNICODE_STRING& name) {
     const auto address = reinterpret_cast<std::uintptr_t>(name.Buffer);
     return address >= api.begin && address < api.end;
 }
@@ -52,10 +52,10 @@ bool EndsWithClasses(const UNICODE_STRING& name) {
     return text.size() >= classes.size() && EqualFolded(text.substr(text.size() - classes.size()), classes);
 }
 
-// Whether the API asks for the classes themselves, for a caller that names a view.
-bool IsRootOfAView(ACCESS_MASK access, const OBJECT_ATTRIBUTES& asked) {
-    return (access & anyView) != 0 && asked.ObjectName && IsOfTheApi(*asked.ObjectName) &&
-           EndsWithClasses(*asked.ObjectName);
+// True if the API opens the classes themselves, for a caller that names a view.
+bool IsRootOfAView(ACCESS_MASK access, const OBJECT_ATTRIBUTES& wanted) {
+    return (access & anyView) != 0 && wanted.ObjectName && IsInsideTheApi(*wanted.ObjectName) &&
+           EndsWithClasses(*wanted.ObjectName);
 }
 
 bool IsLiveClasses(std::wstring_view path) {
@@ -63,8 +63,8 @@ bool IsLiveClasses(std::wstring_view path) {
            EqualFolded(path, L"\\REGISTRY\\Machine\\Software\\Classes\\Wow6432Node");
 }
 
-// False also for a key whose name can't be had.
-bool LiesElsewhere(HKEY key) {
+// False also for a key whose name can't be read.
+bool IsRedirected(HKEY key) {
     static const auto query = FindEntryPoint<QueryKeyFunction>(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey");
     KeyName name;
     ULONG size = 0;
@@ -73,24 +73,24 @@ bool LiesElsewhere(HKEY key) {
            (status == 0 && !IsLiveClasses({name.text.data(), name.bytes / sizeof(wchar_t)}));
 }
 
-// A new handle of the key that HKEY_CLASSES_ROOT stands for; null if that is the live one.
+// A new handle of the key to which HKEY_CLASSES_ROOT is redirected; null if it is not redirected.
 HKEY OverriddenClasses() {
     HKEY classes = nullptr;
-    // By no name at all the API gives the root's own number back.
+    // With an empty name the API returns the root's own number.
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, L"\\", 0, MAXIMUM_ALLOWED, &classes) != ERROR_SUCCESS) {
         return nullptr;
     }
-    if (LiesElsewhere(classes)) {
+    if (IsRedirected(classes)) {
         return classes;
     }
     RegCloseKey(classes);
     return nullptr;
 }
 
-// What the API calls in the place of NtCreateKey.
-NTSTATUS NTAPI CreateKeyForApi(HANDLE* key, ACCESS_MASK access, OBJECT_ATTRIBUTES* asked, ULONG titleIndex,
+// The API calls this instead of NtCreateKey.
+NTSTATUS NTAPI CreateKeyForApi(HANDLE* key, ACCESS_MASK access, OBJECT_ATTRIBUTES* wanted, ULONG titleIndex,
                                UNICODE_STRING* keyClass, ULONG options, ULONG* disposition) {
-    if (IsRootOfAView(access, *asked)) {
+    if (IsRootOfAView(access, *wanted)) {
         if (const HKEY overridden = OverriddenClasses()) {
             *key = overridden;
             if (disposition) {
@@ -99,7 +99,7 @@ NTSTATUS NTAPI CreateKeyForApi(HANDLE* key, ACCESS_MASK access, OBJECT_ATTRIBUTE
             return 0;
         }
     }
-    return api.createKey(key, access, asked, titleIndex, keyClass, options, disposition);
+    return api.createKey(key, access, wanted, titleIndex, keyClass, options, disposition);
 }
 
 std::uintptr_t EndOf(HMODULE module) {

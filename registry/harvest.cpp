@@ -8,8 +8,8 @@ namespace {
 
 void HarvestValues(RegFileWriter& writer, const RegKey& key) {
     std::wstring name;
-    // One text for all values of the key, never cleared here: a REG_QWORD is written from the value before
-    // it.
+    // Deliberate: one text for all values of the key, never cleared here, because a REG_QWORD is written from
+    // the text of the value before it.
     ValueText text;
     std::uint32_t type = 0;
     for (std::uint32_t index = 0; key.EnumValue(index, name, text, type); ++index) {

@@ -8,7 +8,8 @@ namespace keyreap {
 namespace {
 
 void OverrideRoot(HKEY root, const RegKey& key) {
-    // Values on the temporary key itself survive this, those of a crashed run included.
+    // Deliberate: values of the temporary key itself stay, even those of a crashed run: only subkeys are
+    // cleared.
     key.ClearSubkeys();
     RegOverridePredefKey(root, key.Handle());
 }
@@ -34,8 +35,9 @@ void LiftOverrides(const HiveKeys& keys, const OsVersion& running) {
         RegOverridePredefKey(root, nullptr);
     }
     if (IsAtLeast(running, VistaVersion())) {
-        // The machine's real classes by now: the system refuses, as they have subkeys. Asked all the same,
-        // and never before the overrides are lifted, so that the temporary `Classes` stays for the result.
+        // Deliberate: these are the machine's real classes again, and the system refuses because they have
+        // subkeys. A call before the overrides are lifted would delete the temporary `Classes`, which the
+        // result needs.
         const RegKey software(L"Software\\", HKEY_LOCAL_MACHINE, true);
         RegDeleteKeyW(software.Handle(), L"Classes");
     }

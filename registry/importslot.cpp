@@ -14,7 +14,7 @@ Structure* At(HMODULE module, std::size_t offset) {
 
 FARPROC* FindSlotOf(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& imported, const char* function) {
     if (imported.OriginalFirstThunk == 0) {
-        return nullptr; // the names are gone, the loader wrote addresses over them
+        return nullptr; // the loader has overwritten the names with addresses
     }
     const auto* name = At<const IMAGE_THUNK_DATA>(module, imported.OriginalFirstThunk);
     auto* slot = At<FARPROC>(module, imported.FirstThunk);

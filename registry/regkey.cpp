@@ -11,7 +11,7 @@ namespace keyreap {
 namespace {
 
 constexpr std::size_t bufferUnits = 260;
-// The length that the system is told exceeds every key name that it allows.
+// The buffer length passed to the system is larger than every key name that it allows.
 constexpr DWORD subkeyNameUnits = 520;
 
 std::wstring FullNameOf(HKEY root, std::wstring_view path) {
@@ -37,7 +37,7 @@ DeleteKeyExFunction FindDeleteKeyEx() {
     return found;
 }
 
-// The buffers of one value and what the system says of it.
+// The buffers for one value, and its sizes and type from the system.
 struct ValueBuffers {
     std::vector<wchar_t> name = std::vector<wchar_t>(bufferUnits);
     std::vector<std::uint8_t> data = std::vector<std::uint8_t>(bufferUnits * sizeof(WCHAR));
@@ -88,7 +88,7 @@ void RegKey::CreateIfMissing() {
 }
 
 std::wstring RegKey::ChildPath(std::wstring_view name) const {
-    // A path that ends in a backslash gives a doubled one here; the key is the same, and the form stays.
+    // Deliberate: a path that ends in a backslash gives a doubled one here, because the key is the same.
     std::wstring child = path;
     if (!child.empty()) {
         child += L'\\';
@@ -124,7 +124,7 @@ LSTATUS RegKey::DeleteSubtree(const std::wstring& name) const {
     }
     std::array<wchar_t, 256> child;
     DWORD length = static_cast<DWORD>(child.size());
-    // Always the first one: what was found there is gone by the next turn.
+    // Always index 0: each round deletes the subkey that it found.
     while (RegEnumKeyExW(subkey.Handle(), 0, child.data(), &length, nullptr, nullptr, nullptr, nullptr) ==
            ERROR_SUCCESS) {
         status = subkey.DeleteSubtree(std::wstring(child.data(), length));
@@ -160,7 +160,7 @@ bool RegKey::EnumValue(std::uint32_t index, std::wstring& name, ValueText& text,
     ValueBuffers value;
     LSTATUS status = value.Read(handle.Get(), index);
     if (status == ERROR_MORE_DATA) {
-        // Two tries and no third: a value that still doesn't fit ends the enumeration of its key.
+        // Deliberate: only two tries, because a value that still doesn't fit ends the enumeration of its key.
         value.Grow();
         status = value.Read(handle.Get(), index);
     }
@@ -195,7 +195,7 @@ bool DeleteEmptyKeyChain(HKEY root, std::wstring_view path) {
     const std::wstring_view parentPath = hasParent ? path.substr(0, backslash) : std::wstring_view();
     const std::wstring leaf(hasParent ? path.substr(backslash + 1) : path);
     if (leaf.empty()) {
-        // The climb ends at the root. Not every system refuses to delete the empty name, so it isn't asked.
+        // The end is the root. Not every system refuses to delete an empty name, so there is no call.
         return false;
     }
     RegKey parent;

@@ -11,26 +11,26 @@
 
 namespace keyreap {
 
-// Memory for many small things that end together: none is given back by itself, and none is destroyed.
+// Memory for many small objects that are freed together. No object is freed alone, and none is destroyed.
 class Arena {
 public:
-    template <typename Thing, typename... Arguments>
-    Thing* Make(Arguments&&... arguments) {
-        static_assert(std::is_trivially_destructible_v<Thing>);
-        return ::new (static_cast<void*>(Room<Thing>(1))) Thing(std::forward<Arguments>(arguments)...);
+    template <typename Object, typename... Arguments>
+    Object* Make(Arguments&&... arguments) {
+        static_assert(std::is_trivially_destructible_v<Object>);
+        return ::new (static_cast<void*>(Allocate<Object>(1))) Object(std::forward<Arguments>(arguments)...);
     }
 
-    // A copy of the text.
+    // Returns a copy of the text.
     std::wstring_view Keep(std::wstring_view text) {
-        wchar_t* const kept = Room<wchar_t>(text.size());
+        wchar_t* const kept = Allocate<wchar_t>(text.size());
         std::ranges::copy(text, kept);
         return {kept, text.size()};
     }
 
-    // Room for so many things, not made yet.
-    template <typename Thing>
-    Thing* Room(std::size_t count) {
-        return static_cast<Thing*>(memory.allocate(count * sizeof(Thing), alignof(Thing)));
+    // Uninitialised storage for `count` objects.
+    template <typename Object>
+    Object* Allocate(std::size_t count) {
+        return static_cast<Object*>(memory.allocate(count * sizeof(Object), alignof(Object)));
     }
 
 private:
@@ -39,57 +39,57 @@ private:
     std::pmr::monotonic_buffer_resource memory{firstPiece};
 };
 
-// A list whose things lie in an arena, side by side. It holds 32 bits of sizes, as there are never more of
-// one kind.
-template <typename Thing>
+// A list of objects, side by side in an arena. Its sizes have 32 bits, to keep it small: no list here gets
+// longer.
+template <typename Object>
 class ArenaList {
-    static_assert(std::is_trivially_copyable_v<Thing> && std::is_trivially_destructible_v<Thing>);
+    static_assert(std::is_trivially_copyable_v<Object> && std::is_trivially_destructible_v<Object>);
 
 public:
-    using value_type = Thing;
-    using const_iterator = const Thing*;
+    using value_type = Object;
+    using const_iterator = const Object*;
 
-    const Thing* begin() const { return things; }
-    const Thing* end() const { return things + count; }
+    const Object* begin() const { return objects; }
+    const Object* end() const { return objects + count; }
     std::size_t size() const { return count; }
     bool empty() const { return count == 0; }
-    Thing& operator[](std::size_t position) { return things[position]; }
-    const Thing& operator[](std::size_t position) const { return things[position]; }
-    Thing& back() { return things[count - 1]; }
-    const Thing& back() const { return things[count - 1]; }
+    Object& operator[](std::size_t position) { return objects[position]; }
+    const Object& operator[](std::size_t position) const { return objects[position]; }
+    Object& back() { return objects[count - 1]; }
+    const Object& back() const { return objects[count - 1]; }
 
-    void Add(const Thing& thing, Arena& arena) {
+    void Add(const Object& thing, Arena& arena) {
         if (count == capacity) {
             Grow(arena);
         }
-        ::new (static_cast<void*>(things + count++)) Thing(thing);
+        ::new (static_cast<void*>(objects + count++)) Object(thing);
     }
 
     void RemoveLast() { --count; }
     void Clear() { count = 0; }
 
-    // So many copies of a thing, and nothing else.
-    void Fill(std::size_t size, const Thing& thing, Arena& arena) {
+    // Replaces the content by `size` copies of an object.
+    void Fill(std::size_t size, const Object& thing, Arena& arena) {
         if (size > capacity) {
-            things = arena.Room<Thing>(size);
+            objects = arena.Allocate<Object>(size);
             capacity = static_cast<std::uint32_t>(size);
         }
-        std::uninitialized_fill_n(things, size, thing);
+        std::uninitialized_fill_n(objects, size, thing);
         count = static_cast<std::uint32_t>(size);
     }
 
 private:
-    static constexpr std::uint32_t usualSize = 4; // taken at once, since most lists have no more
+    static constexpr std::uint32_t usualSize = 4; // allocated at once: most lists never have more
 
     void Grow(Arena& arena) {
         const std::uint32_t next = std::max(2 * capacity, usualSize);
-        Thing* const larger = arena.Room<Thing>(next);
-        std::uninitialized_copy_n(things, count, larger);
-        things = larger;
+        Object* const larger = arena.Allocate<Object>(next);
+        std::uninitialized_copy_n(objects, count, larger);
+        objects = larger;
         capacity = next;
     }
 
-    Thing* things = nullptr;
+    Object* objects = nullptr;
     std::uint32_t count = 0;
     std::uint32_t capacity = 0;
 };

@@ -7,8 +7,8 @@
 namespace keyreap {
 
 // The system's event tracing: the five entry points of evntrace.h that the program uses, with their
-// arguments and statuses as published there. A seam: another logger, or a scripted one in tests, can stand
-// behind it.
+// arguments and statuses as published there. A seam: another logger, or a scripted one in tests, can
+// implement it.
 class EventTracing {
 public:
     virtual ~EventTracing() = default;
@@ -25,7 +25,7 @@ public:
     virtual ULONG Close(TRACEHANDLE handle) = 0;
 };
 
-// advapi32's own.
+// The entry points of advapi32.
 class SystemEventTracing : public EventTracing {
 public:
     ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
@@ -36,8 +36,8 @@ public:
     ULONG Close(TRACEHANDLE handle) override;
 };
 
-// What this host offers: the system's on Windows. Wine's entry points report success and record nothing, so
-// there it is WineEventTracing.
+// The event tracing of this host. On Windows it is the system's. Wine's entry points report success and
+// record nothing, so on Wine it is WineEventTracing.
 EventTracing& HostEventTracing();
 
 } // namespace keyreap

@@ -8,15 +8,14 @@ namespace keyreap {
 
 namespace {
 
-// What a kernel path names, before the path itself is put into shape.
+// The root that a kernel path names, and the rest of the path as it came.
 struct KernelKey {
     PredefinedRoot root;
     std::wstring_view path;
     bool inUserClasses = false;
 };
 
-// Cuts `prefix` off the front of `path`. Prefixes match with no regard to a component's end: what follows
-// may go on in the same word.
+// Removes `prefix` from the front of `path`. A prefix also matches the front of a longer component.
 bool SkipPrefix(std::wstring_view& path, std::wstring_view prefix) {
     if (!StartsWithFolded(path, prefix)) {
         return false;
@@ -32,7 +31,7 @@ KernelKey MachineKey(std::wstring_view path, bool classesAsRoot) {
     return {localMachineRoot, path};
 }
 
-// Every user's hive counts as the current user's, and a user's class hive as its classes.
+// Every user's hive counts as the current user's, and a user's class hive as that user's classes.
 KernelKey AccountKey(std::wstring_view path, std::size_t accountPrefixLength, bool classesAsRoot) {
     static constexpr std::wstring_view classHiveEnd = L"_Classes";
     const std::size_t accountEnd = std::min(path.find(L'\\', accountPrefixLength), path.size());
@@ -80,7 +79,8 @@ bool NormalizeKernelPath(std::wstring_view path, bool classesAsRoot, PredefinedR
     if (normalized.empty()) {
         return true;
     }
-    // The 32-bit view of a key and its 64-bit view are one key here. The classes were told apart before.
+    // The 32-bit view of a key and its 64-bit view are one key here. The classes were recognised before, so
+    // that SOFTWARE\Wow6432Node\Classes stays below HKEY_LOCAL_MACHINE.
     RemovePathComponent(normalized, L"Wow6432Node");
     if (key.inUserClasses) {
         normalized.insert(0, L"SOFTWARE\\Classes\\");
@@ -89,7 +89,7 @@ bool NormalizeKernelPath(std::wstring_view path, bool classesAsRoot, PredefinedR
 }
 
 bool RemovePathComponent(std::wstring& path, std::wstring_view component) {
-    // The first occurrence goes, also one inside a longer name.
+    // An occurrence inside a longer name counts too.
     std::size_t start = path.find(component);
     if (component.empty() || start == std::wstring::npos) {
         return false;

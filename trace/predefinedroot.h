@@ -3,7 +3,7 @@
 #include <cstdint>
 
 // The predefined registry roots as the trace rooms pass them: the value of the predefined handle (winreg.h)
-// as 64 bits, sign-extended in a 64-bit build. The names of winreg.h are macros.
+// as 64 bits, sign-extended in a 64-bit build. winreg.h has their names as macros.
 namespace keyreap {
 
 using PredefinedRoot = std::uint64_t;

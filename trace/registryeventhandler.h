@@ -27,8 +27,8 @@ public:
     bool Accepts(const TraceEvent& event) const override;
     void OnDecodedEvent(const TraceEvent& event, const EventValues* values) override;
 
-    // Second chance for the names of keys that were open before the trace began: they come with the rundown
-    // at the end of the log, behind the operations that used them.
+    // Resolves the names that are still unresolved: those of keys that were open before the trace began come
+    // with the rundown at the end of the log, after the operations that used them.
     void OnFinished() override;
 
     // Puts the name of the operation's key handle, if it is known, in front of its path, and normalises a

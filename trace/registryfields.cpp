@@ -9,9 +9,9 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::size_t notThere = SIZE_MAX;
+constexpr std::size_t absent = SIZE_MAX;
 
-// Where the fields of a registry event stand in its payload, in bytes.
+// The offsets of the fields in the payload of a registry event, in bytes.
 struct FixedLayout {
     std::size_t status;
     std::size_t keyHandle;
@@ -27,8 +27,8 @@ struct LayoutOfVersion {
 
 // By the published MOF classes Registry_V0, Registry_V1 and Registry; later versions keep the last layout.
 constexpr std::array<LayoutOfVersion, 3> layouts{{
-    {{0, 4, 8, notThere, 16}, {0, 8, 16, notThere, 24}},
-    {{0, 4, notThere, 16, 20}, {0, 8, notThere, 24, 28}},
+    {{0, 4, 8, absent, 16}, {0, 8, 16, absent, 24}},
+    {{0, 4, absent, 16, 20}, {0, 8, absent, 24, 28}},
     {{8, 16, 0, 12, 20}, {8, 16, 0, 12, 24}},
 }};
 
@@ -41,7 +41,7 @@ const FixedLayout& LayoutFor(std::uint16_t version, std::uint32_t pointerSize) {
     return HasWidePointers(pointerSize) ? layout.wide : layout.narrow;
 }
 
-// A 32-bit kernel pointer keeps its high bits set, as the kernel's own addresses have them.
+// 32-bit kernel addresses are sign-extended, as the kernel itself does it.
 std::uint64_t SignExtended(std::uint64_t pointer) {
     return static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(pointer)});
 }

@@ -8,7 +8,7 @@
 
 namespace keyreap {
 
-// What a registry event says. `name` is a key's or a value's, by the event's type.
+// The fields of a registry event. Its type decides whether `name` is a key's or a value's.
 struct RegistryFields {
     std::uint64_t keyHandle = 0;
     std::wstring name;
@@ -18,8 +18,8 @@ struct RegistryFields {
 };
 
 // Reads the payload of a registry event by the fixed layout of its version (0, 1, or 2 and above) and of the
-// log's pointer size. A field that does not lie inside the payload whole, and a name without terminator, has
-// its default.
+// log's pointer size. A field that is not completely inside the payload has its default, and so has a name
+// without terminator.
 RegistryFields ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize);
 
 // Takes the same fields from the decoded properties "KeyHandle", "KeyName", "Status", "Index" and

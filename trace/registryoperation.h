@@ -8,11 +8,11 @@
 
 namespace keyreap {
 
-// One registry operation of a watched process. Its texts belong to whoever made it.
+// One registry operation of a watched process. It does not own its texts.
 struct RegistryOperation {
     std::uint32_t type = 0;       // the event's type, of registryevent
     PredefinedRoot root = noRoot; // noRoot until the name is normalised
-    std::wstring_view keyPath;    // below `root`; before normalisation the name as it came
+    std::wstring_view keyPath;    // below `root`; before normalisation the event's own name
     std::wstring_view valueName;  // for events that concern a value only
     std::uint32_t index = 0;
     std::uint32_t status = 0; // NTSTATUS of the operation
@@ -21,7 +21,7 @@ struct RegistryOperation {
     std::uint64_t keyHandle = 0; // 0 once the handle's name was applied
 };
 
-// True for an operation on a value: its event's name is the value's, and the key is told by its handle alone.
+// True for an operation on a value: its event's name is the value's, and only the handle identifies the key.
 constexpr bool ConcernsValue(std::uint32_t operationType) {
     return operationType >= registryevent::setValue && operationType <= registryevent::queryValue;
 }

@@ -46,12 +46,13 @@ std::vector<std::byte> BuildProperties(std::wstring_view loggerName, std::wstrin
 } // namespace
 
 RegistryTrace::RegistryTrace(std::wstring_view logFilePath, std::wstring_view loggerName,
-                             EventTracing& eventTracing)
-    : tracing(eventTracing), properties(BuildProperties(loggerName, logFilePath)) {}
+                             EventTracing& tracing)
+    : tracing(tracing), properties(BuildProperties(loggerName, logFilePath)) {}
 
 RegistryTrace::~RegistryTrace() {
     Stop();
-    // A session's handle is no consumer's, and 0 is nobody's: CloseTrace is called all the same.
+    // A session's handle is not a consumer's, and 0 is no handle. Deliberate: CloseTrace is called in any
+    // case, because it refuses both.
     tracing.Close(sessionHandle);
 }
 

@@ -13,25 +13,25 @@ namespace keyreap {
 inline constexpr std::wstring_view kernelLoggerSession = L"NT Kernel Logger";
 
 // Records the registry operations of the whole machine into a circular log file of at most 2048 megabytes,
-// from Start to Stop. Ends the session at the latest in its destructor, so that none outlives the run; a
-// session that somebody else started is left alone.
+// from Start to Stop. The destructor ends a session that still runs, so that none outlives the program. A
+// session of another program is left alone.
 class RegistryTrace {
 public:
-    // Builds the session's properties and touches nothing of the system.
+    // Builds the session's properties, without a call to the system.
     RegistryTrace(std::wstring_view logFilePath, std::wstring_view loggerName,
-                  EventTracing& eventTracing = HostEventTracing());
+                  EventTracing& tracing = HostEventTracing());
     ~RegistryTrace();
     RegistryTrace(const RegistryTrace&) = delete;
     RegistryTrace& operator=(const RegistryTrace&) = delete;
 
-    // The name as it stands in the properties.
+    // The name in the properties.
     std::wstring LoggerName() const;
 
-    // Starts the session and returns the status of StartTraceW, whatever it is; there is no second try.
+    // Starts the session and returns the status of StartTraceW. It does not try again.
     ULONG Start();
 
-    // Ends a running session, once: true if none runs or if the system ended it. A session that the system
-    // could not end counts as ended and isn't tried again.
+    // Ends the session. True if it was not running or if the system ended it. A session that the system could
+    // not end counts as ended, and is not tried again.
     bool Stop();
 
     bool Running() const { return running; }

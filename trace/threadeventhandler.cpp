@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint8_t threadStart = 1;
 constexpr std::uint8_t threadRundown = 3;
 
-// In every version of the payload.
+// The offsets are the same in every version of the payload.
 constexpr std::size_t processIdField = 0;
 constexpr std::size_t threadIdField = 4;
 
@@ -20,7 +20,7 @@ constexpr std::size_t threadIdField = 4;
 
 void ThreadProcessMap::Record(std::uint32_t threadId, std::int64_t time, std::uint32_t processId) {
     Owners& owners = threads[threadId];
-    // Of two processes at one time the one seen later counts.
+    // Of two processes at the same time, the one seen later counts.
     const auto entry = owners.insert_or_assign(time, processId).first;
     if (const auto next = std::next(entry); next != owners.end() && next->second == processId) {
         owners.erase(next);

@@ -9,15 +9,15 @@
 
 namespace keyreap {
 
-// Which process a thread id belonged to, and from when on. Holds one entry for each change.
+// The processes that a thread id belonged to, with an entry for the time of each change.
 class ThreadProcessMap {
 public:
     using Owners = std::map<std::int64_t, std::uint32_t>; // time stamp to process id
 
-    // Notes that the thread is seen in this process at this time.
+    // Records that the thread was seen in this process at this time.
     void Record(std::uint32_t threadId, std::int64_t time, std::uint32_t processId);
 
-    // The owners of a thread id in the order of time, or null for an unknown one.
+    // The processes of a thread id in the order of time, or null for an unknown id.
     const Owners* OwnersOf(std::uint32_t threadId) const;
 
 private:

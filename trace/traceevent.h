@@ -21,8 +21,8 @@ inline constexpr Guid SystemTraceControlGuid{
     0x9E814AAD, 0x3204, 0x11D2, {0x9A, 0x82, 0x00, 0x60, 0x08, 0xA8, 0x69, 0x39}};
 // NOLINTEND(readability-identifier-naming)
 
-// One event of a trace log: what the handlers read of EVENT_TRACE. The payload belongs to the reader and is
-// valid only for the call that hands the event over.
+// One event of a trace log: the fields of EVENT_TRACE that the handlers read. The payload belongs to the
+// reader, and is valid only during the call that passes the event.
 struct TraceEvent {
     Guid guid;                          // Header.Guid
     std::uint8_t type = 0;              // Header.Class.Type
@@ -33,7 +33,7 @@ struct TraceEvent {
     std::span<const std::byte> payload; // MofData, MofLength
 };
 
-// The log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
+// True for the log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
 inline bool IsLogHeader(const TraceEvent& event) {
     return event.type == 0 && event.guid == EventTraceGuid;
 }

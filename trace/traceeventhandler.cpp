@@ -11,7 +11,7 @@ namespace keyreap {
 
 namespace {
 
-// PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same place in both bitnesses.
+// The offset of PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same in both bitnesses.
 constexpr std::size_t pointerSizeField = 44;
 
 } // namespace

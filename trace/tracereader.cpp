@@ -4,8 +4,8 @@
 
 namespace keyreap {
 
-TraceReader::TraceReader(EventTracing& eventTracing)
-    : tracing(eventTracing), threadMap(std::make_shared<ThreadProcessMap>()),
+TraceReader::TraceReader(EventTracing& tracing)
+    : tracing(tracing), threadMap(std::make_shared<ThreadProcessMap>()),
       threadHandler(std::make_shared<ThreadEventHandler>()) {
     threadHandler->Attach(threadMap);
 }

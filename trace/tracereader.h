@@ -11,21 +11,21 @@ namespace keyreap {
 
 class EventTracing;
 
-// Runs a log file through the platform's trace consumer, event by event, and hands each to every handler.
-// Nothing of the log is kept. At most two reads can be under way at once.
+// Runs a log file through the platform's trace consumer and passes each event to every handler. The reader
+// keeps nothing of the log. At most two reads can run at the same time.
 class TraceReader {
 public:
-    explicit TraceReader(EventTracing& eventTracing);
+    explicit TraceReader(EventTracing& tracing);
 
-    // Appends to the list of handlers; the handler stays the caller's and must outlive the reader's reads.
+    // Appends to the list of handlers. The caller keeps the handler, which must outlive the reads.
     void AddHandler(TraceEventHandler& handler);
 
-    // True when the whole file was processed. A file that can't be opened finishes no handler; one that
-    // breaks off does. Windows only.
+    // True if the file was processed to its end. OnFinished is not called for a file that can't be opened,
+    // but is for one that breaks off. Windows only.
     bool Read(const std::wstring& logFilePath);
 
-    // What the consumer calls: an event goes to each handler in list order; after a buffer the consumer goes
-    // on while any handler is enabled.
+    // The consumer calls these. Each handler gets an event, in the order of the list; after a buffer the
+    // consumer goes on while any handler is enabled.
     void OnEvent(const TraceEvent& event);
     bool OnBuffer();
 

@@ -11,7 +11,7 @@ namespace keyreap {
 
 namespace {
 
-// The consumer's callbacks get no context, so each slot has callbacks of its own that know their reader.
+// The consumer's callbacks get no context, so each slot has its own callbacks, which know their reader.
 std::array<TraceReader*, 2> readers{};
 
 TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
@@ -29,12 +29,12 @@ TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
 }
 
 template <std::size_t index>
-void WINAPI HandEvent(EVENT_TRACE* event) {
+void WINAPI PassEvent(EVENT_TRACE* event) {
     readers[index]->OnEvent(ToTraceEvent(*event));
 }
 
 template <std::size_t index>
-ULONG WINAPI HandBuffer(EVENT_TRACE_LOGFILEW*) {
+ULONG WINAPI PassBuffer(EVENT_TRACE_LOGFILEW*) {
     return readers[index]->OnBuffer() ? TRUE : FALSE;
 }
 
@@ -44,8 +44,8 @@ struct Callbacks {
 };
 
 constexpr std::array<Callbacks, 2> slotCallbacks{{
-    {HandEvent<0>, HandBuffer<0>},
-    {HandEvent<1>, HandBuffer<1>},
+    {PassEvent<0>, PassBuffer<0>},
+    {PassEvent<1>, PassBuffer<1>},
 }};
 
 // Takes the first free slot for a reader, if there is one, and frees it at the end.
@@ -73,17 +73,17 @@ private:
     std::array<TraceReader*, 2>::iterator slot;
 };
 
-// A log opened for reading. The destructor closes whatever the handle is by then: a 0 that Close left, or the
-// value of a failed open.
+// A log opened for reading. Deliberate: the destructor calls CloseTrace in any case, also with the 0 that
+// Close left and with the value of a failed open, because it refuses both.
 class OpenLog {
 public:
-    OpenLog(EventTracing& eventTracing, EVENT_TRACE_LOGFILEW& logFile)
-        : tracing(eventTracing), handle(eventTracing.Open(logFile)) {}
+    OpenLog(EventTracing& tracing, EVENT_TRACE_LOGFILEW& logFile)
+        : tracing(tracing), handle(tracing.Open(logFile)) {}
     ~OpenLog() { tracing.Close(handle); }
     OpenLog(const OpenLog&) = delete;
     OpenLog& operator=(const OpenLog&) = delete;
 
-    // All bits set is a failure; in a 32-bit process, all those of a pointer, since systems differ there.
+    // A failure has all bits set. In a 32-bit process only those of a pointer count, since systems differ.
     bool Valid() const { return static_cast<ULONG_PTR>(handle) != ~ULONG_PTR{0}; }
     ULONG Process() { return tracing.Process(handle); }
     void Close() { tracing.Close(std::exchange(handle, 0)); }
@@ -100,7 +100,7 @@ bool TraceReader::Read(const std::wstring& logFilePath) {
     if (!slot.Valid()) {
         return false;
     }
-    std::wstring path = logFilePath; // the structure takes no constant text
+    std::wstring path = logFilePath; // the structure needs a text that is not constant
     EVENT_TRACE_LOGFILEW logFile{};
     logFile.LogFileName = path.data();
     logFile.EventCallback = slot.Functions().onEvent;

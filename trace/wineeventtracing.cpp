@@ -16,10 +16,10 @@ GUID ToGuid(const Guid& guid) {
     return converted;
 }
 
-// Hands the events of a log file to the callbacks that its opener gave.
+// Passes the events of a log file to the callbacks that were given when it was opened.
 class CallbackListener : public EtlListener {
 public:
-    explicit CallbackListener(EVENT_TRACE_LOGFILEW& opened) : logFile(opened) {}
+    explicit CallbackListener(EVENT_TRACE_LOGFILEW& logFile) : logFile(logFile) {}
 
     void OnEvent(const EtlEvent& event) override {
         EVENT_TRACE record{};
@@ -51,13 +51,13 @@ private:
 
 ULONG WineEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
                               EVENT_TRACE_PROPERTIES& properties) {
-    LoggerSession asked;
-    asked.name = loggerName;
-    asked.logFile = reinterpret_cast<const wchar_t*>(reinterpret_cast<const std::byte*>(&properties) +
-                                                     properties.LogFileNameOffset);
-    asked.maximumFileSize = properties.MaximumFileSize;
-    asked.logFileMode = properties.LogFileMode;
-    const ULONG status = logger.Start(asked);
+    LoggerSession wanted;
+    wanted.name = loggerName;
+    wanted.logFile = reinterpret_cast<const wchar_t*>(reinterpret_cast<const std::byte*>(&properties) +
+                                                      properties.LogFileNameOffset);
+    wanted.maximumFileSize = properties.MaximumFileSize;
+    wanted.logFileMode = properties.LogFileMode;
+    const ULONG status = logger.Start(wanted);
     if (status == ERROR_SUCCESS) {
         session = ++lastHandle;
     }

@@ -10,13 +10,13 @@
 
 namespace keyreap {
 
-// Event tracing on Wine, which has the entry points but no kernel logger: the request log of its server
-// stands behind Start and Control, our own reader of the log file behind the rest. Without a request log
-// Start gives ERROR_NOT_SUPPORTED, and a session falls back to the other way of capturing.
+// Event tracing on Wine, which has the entry points but no kernel logger. Start and Control use the request
+// log of Wine's server, the other operations our own reader of log files. Without a request log Start gives
+// ERROR_NOT_SUPPORTED, and a session captures by redirection instead.
 class WineEventTracing : public EventTracing {
 public:
     ULONG Start(TRACEHANDLE& session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
-    // Knows EVENT_TRACE_CONTROL_STOP alone.
+    // Supports EVENT_TRACE_CONTROL_STOP only.
     ULONG Control(TRACEHANDLE session, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
                   ULONG controlCode) override;
     TRACEHANDLE Open(EVENT_TRACE_LOGFILEW& logFile) override;

@@ -35,7 +35,7 @@ void TryRemoving(const std::wstring& path, std::wstring_view component) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // Random bytes seldom spell a prefix: the first byte may put one there.
+    // Random bytes are rarely a prefix: the first byte can choose one.
     static constexpr std::wstring_view fronts[] = {L"",
                                                    L"\\REGISTRY",
                                                    L"\\REGISTRY\\MACHINE",

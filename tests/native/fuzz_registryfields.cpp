@@ -7,7 +7,7 @@ using namespace keyreap;
 
 namespace {
 
-// The number at a place of the payload by the machine's own (little-endian) reading, or 0 if it sticks out.
+// The little-endian number at an offset of the payload, or 0 if it is not completely inside.
 template <typename Integer>
 Integer At(std::span<const std::byte> payload, std::size_t offset) {
     Integer number = 0;
@@ -17,7 +17,7 @@ Integer At(std::span<const std::byte> payload, std::size_t offset) {
     return number;
 }
 
-// The layout of version 2 told a second time.
+// A second statement of the layout of version 2.
 void CheckLastLayout(const RegistryFields& fields, std::span<const std::byte> payload, bool wide) {
     fuzz::Require(fields.initialTime == At<std::int64_t>(payload, 0));
     fuzz::Require(fields.status == At<std::uint32_t>(payload, 8));

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-// Plays arbitrary operations into an operation log and holds what its walk tells against a plain map of full
-// names; then merges, prunes and walks again.
+// Records arbitrary operations in an operation log and compares its walk with a plain map of full names; then
+// merges, prunes and walks again.
 
 using namespace keyreap;
 
@@ -110,7 +110,7 @@ std::wstring Path(fuzz::Input& input) {
     for (int depth = input.Byte() % 5; depth > 0; --depth) {
         path += (path.empty() ? L"" : L"\\") + Name(input);
     }
-    // As a value's key has it; it adds nothing.
+    // With the trailing backslash of a value's key, which adds nothing.
     return path.empty() || input.Byte() % 2 == 0 ? path : path + L'\\';
 }
 

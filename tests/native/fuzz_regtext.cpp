@@ -1,5 +1,5 @@
-// A small independent reader gets back from an entry the name, the type and the data, wherever the form keeps
-// them. Both ways into the encoders are taken: the harvest's and the replay's.
+// A small independent reader gets the name, the type and the data back from an entry, if its form keeps them.
+// The entries come from both conversions: the harvest's and the replay's.
 #include "regfile/regtext.h"
 #include "tests/native/fuzzinput.h"
 #include "tests/native/regreader.h"
@@ -17,7 +17,7 @@ constexpr std::uint32_t dword = 4;
 constexpr std::uint32_t multiSz = 7;
 constexpr std::uint32_t qword = 11;
 
-// A text whose only backslash or quote stands at its start comes back unescaped, which no reader understands.
+// A text whose only backslash or quote is its first character stays unescaped, and no reader understands it.
 bool SurvivesQuotes(std::wstring_view text) {
     constexpr std::wstring_view escaped = L"\\\"";
     const std::size_t last = text.find_last_of(escaped);

@@ -8,7 +8,7 @@ using namespace keyreap;
 
 namespace {
 
-// One event; its payload ends where its memory ends.
+// One event. Its payload ends with its memory, so that a sanitizer sees every read past the end.
 struct FuzzedEvent {
     explicit FuzzedEvent(fuzz::Input& input) {
         static constexpr Guid guids[] = {RegistryGuid, ThreadGuid, EventTraceGuid, Guid{}};
@@ -36,7 +36,7 @@ void CheckCounters(const EventCounters& counters, std::uint32_t events) {
 
 } // namespace
 
-// A whole log, header and all, through the handlers.
+// Passes a whole log, including its header, through the handlers.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     RegistryEventHandler registry(input.Byte() % 2 == 0);

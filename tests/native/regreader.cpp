@@ -4,7 +4,7 @@ namespace keyreap::fuzz {
 
 namespace {
 
-// Takes an entry apart from the front. Once something is not as it must be, nothing is taken any more.
+// Parses an entry from its front. After the first error nothing more is read.
 class Reader {
 public:
     explicit Reader(std::wstring_view entry) : rest(entry) {}

@@ -19,7 +19,7 @@ void* Counted(void* memory) {
     return memory;
 }
 
-// The same pointer, counted if it is one.
+// Returns the pointer, and counts it if it is not null.
 void* Released(void* memory) {
     if (memory) {
         ++releases;
@@ -27,16 +27,16 @@ void* Released(void* memory) {
     return memory;
 }
 
-// No function for this is in the C library of every system: the place of the whole piece stands ahead of its
-// aligned part.
-void* AlignedRoom(std::size_t size, std::size_t alignment) {
-    std::size_t room = size + alignment;
-    void* const whole = std::malloc(room + sizeof(void*));
+// Not every system's C library has a function for this. The address of the whole allocation is stored
+// directly before the aligned part.
+void* AllocateAligned(std::size_t size, std::size_t alignment) {
+    std::size_t space = size + alignment;
+    void* const whole = std::malloc(space + sizeof(void*));
     if (whole == nullptr) {
         return nullptr;
     }
     void* aligned = static_cast<void**>(whole) + 1;
-    std::align(alignment, size, aligned, room);
+    std::align(alignment, size, aligned, space);
     static_cast<void**>(aligned)[-1] = whole;
     return aligned;
 }
@@ -54,7 +54,7 @@ void* operator new(std::size_t size) {
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    return Counted(AlignedRoom(std::max<std::size_t>(size, 1), static_cast<std::size_t>(alignment)));
+    return Counted(AllocateAligned(std::max<std::size_t>(size, 1), static_cast<std::size_t>(alignment)));
 }
 
 void operator delete(void* memory, std::align_val_t) noexcept {

@@ -4,10 +4,10 @@
 
 namespace keyreap {
 
-// How often the program has asked operator new for memory so far. Linking this counts in the whole program.
+// The number of calls of operator new so far. A program that links this file counts all its allocations.
 std::size_t AllocationCount();
 
-// How many of these pieces of memory it has now.
+// The number of allocations that are not freed yet.
 std::size_t LiveAllocationCount();
 
 } // namespace keyreap

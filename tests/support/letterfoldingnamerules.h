@@ -5,7 +5,7 @@
 
 namespace keyreap {
 
-// The system's name rules for code that runs without Windows: A to Z folded and nothing else.
+// Name rules for code that runs without Windows: they fold A to Z and nothing else.
 class LetterFoldingNameRules : public NameRules {
 public:
     void Fold(std::wstring& text) const override {

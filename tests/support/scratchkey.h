@@ -7,7 +7,7 @@
 
 namespace keyreap::testsupport {
 
-// A key of the test's own under HKEY_CURRENT_USER, empty at the start and gone at the end.
+// A key under HKEY_CURRENT_USER for one test: empty at its start and deleted at its end.
 class ScratchKey {
 public:
     ScratchKey();
@@ -17,7 +17,7 @@ public:
 
     static constexpr wchar_t path[] = L"Software\\KeyreapScratch";
 
-    // Makes the subkey, with its parents.
+    // Creates the subkey, with its parents.
     void Make(const std::wstring& subkey) const;
     bool Has(const std::wstring& subkey) const;
     void SetValue(const std::wstring& subkey, const std::wstring& name, DWORD type, const void* data,
@@ -30,7 +30,7 @@ private:
     HKEY handle = nullptr;
 };
 
-// Denies everybody everything on a key but the rights that are left, for the life of the object.
+// Denies everybody all rights to a key except `left`, as long as the object lives.
 class DeniedKey {
 public:
     DeniedKey(HKEY parent, const wchar_t* subkey, ACCESS_MASK left = READ_CONTROL);

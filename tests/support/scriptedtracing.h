@@ -10,20 +10,20 @@
 
 namespace keyreap {
 
-// An EventTracing that answers as a script says, plays a synthetic log, and notes down what it was asked.
+// An EventTracing that answers by a script, plays a synthetic log, and records the calls.
 class ScriptedTracing : public EventTracing {
 public:
     // The script.
     ULONG startStatus = ERROR_SUCCESS;
     ULONG controlStatus = ERROR_SUCCESS;
     ULONG processStatus = ERROR_SUCCESS;
-    TRACEHANDLE session = 0x51;                                     // what Start hands out
-    TRACEHANDLE failedOpen = INVALID_PROCESSTRACE_HANDLE;           // what a failing Open gives
+    TRACEHANDLE session = 0x51;                                     // what Start returns
+    TRACEHANDLE failedOpen = INVALID_PROCESSTRACE_HANDLE;           // what a failing Open returns
     bool logExists = true;                                          // whether Open succeeds
     std::vector<TraceBuilder::Event> log = TraceBuilder().Events(); // what Process plays
     std::size_t eventsInBuffer = 100;                               // events between two buffer callbacks
 
-    // The account: each call with its arguments, such as "control 81 NT Kernel Logger 1".
+    // The record: each call with its arguments, such as "control 81 NT Kernel Logger 1".
     std::vector<std::wstring> calls;
     std::vector<std::byte> startProperties; // as Start saw them
     std::wstring openedPath;

@@ -67,8 +67,8 @@ std::vector<std::byte> RegistryPayload(const RegistryFields& fields, std::uint16
         AppendPointer(payload, fields.keyHandle, pointerSize);
         return payload.WideZ(fields.name).bytes;
     }
-    // The status is as wide as a pointer; then the handle and, a pointer and four bytes or eight further on,
-    // the rest.
+    // The status is as wide as a pointer. After it come the handle, eight bytes that are the time in version
+    // 0, in version 1 the index, and the name.
     AppendPointer(payload, fields.status, pointerSize);
     AppendPointer(payload, fields.keyHandle, pointerSize);
     payload.U64(version == 0 ? initialTime : 0);
@@ -82,8 +82,8 @@ TraceEvent TraceBuilder::Event::View() const {
     return {guid, type, version, processId, threadId, timeStamp, payload};
 }
 
-TraceBuilder::TraceBuilder(std::uint32_t pointerSizeOfLog) : pointerSize(pointerSizeOfLog) {
-    Add(EventTraceGuid, 0, HeaderPayload(pointerSizeOfLog));
+TraceBuilder::TraceBuilder(std::uint32_t pointerSize) : pointerSize(pointerSize) {
+    Add(EventTraceGuid, 0, HeaderPayload(pointerSize));
 }
 
 TraceBuilder& TraceBuilder::ByProcess(std::uint32_t id) {
@@ -158,7 +158,7 @@ TraceBuilder& TraceBuilder::Add(const Guid& guid, std::uint8_t type, std::vector
 
 std::vector<TraceBuilder::Event> TraceBuilder::Events() const {
     TraceBuilder whole = *this;
-    whole.ByProcess(0); // the rundown is nobody's doing
+    whole.ByProcess(0); // no process causes the rundown
     for (const NamedHandle& key : rundown) {
         whole.Operation(registryevent::kcbRundownEnd, key.handle, key.path, 0);
     }

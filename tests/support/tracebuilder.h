@@ -12,7 +12,7 @@
 
 namespace keyreap {
 
-// A payload laid out value by value, little-endian.
+// A payload built value by value, little-endian.
 class PayloadBuilder {
 public:
     PayloadBuilder& U8(std::uint8_t value) { return Append(value, 1); }
@@ -34,9 +34,8 @@ private:
 std::vector<std::byte> RegistryPayload(const RegistryFields& fields, std::uint16_t version,
                                        std::uint32_t pointerSize);
 
-// A synthetic log, told as a story: the log header comes first by itself, then the events in the order of the
-// calls, each made by the process and in the version set last, and at the end the rundown of the keys that
-// were open before.
+// A synthetic log. The builder adds the log header first, then the events in the order of the calls, each
+// with the process and the version set last, and at the end the rundown of the keys that were open before.
 //
 //     TraceBuilder trace;
 //     trace.OpenBefore(0x10, L"\\REGISTRY\\MACHINE\\SOFTWARE").ByProcess(77);
@@ -56,26 +55,27 @@ public:
         TraceEvent View() const;
     };
 
-    explicit TraceBuilder(std::uint32_t pointerSizeOfLog = 8);
+    explicit TraceBuilder(std::uint32_t pointerSize = 8);
 
-    // What holds for the events that follow.
+    // Properties of all later events.
     TraceBuilder& ByProcess(std::uint32_t id);
     TraceBuilder& ByThread(std::uint32_t id);
     TraceBuilder& InVersion(std::uint16_t number); // 2 at first
-    TraceBuilder& AtTime(std::int64_t time);       // each further event comes one tick later
+    TraceBuilder& AtTime(std::int64_t time);       // each later event has the next tick
 
-    // Operations on a key: the name is relative to the handle, or complete with the handle 0.
+    // Operations on a key: the name is relative to the handle, or complete and with handle 0.
     TraceBuilder& CreateKey(std::uint64_t handle, std::wstring_view name, std::uint32_t status = 0);
     TraceBuilder& OpenKey(std::uint64_t handle, std::wstring_view name, std::uint32_t status = 0);
     TraceBuilder& DeleteKey(std::uint64_t handle, std::wstring_view name = {}, std::uint32_t status = 0);
     TraceBuilder& QueryKey(std::uint64_t handle, std::wstring_view name = {}, std::uint32_t status = 0);
 
-    // Operations on a value of the key behind the handle.
+    // Operations on a value of the handle's key.
     TraceBuilder& SetValue(std::uint64_t handle, std::wstring_view name, std::uint32_t status = 0);
     TraceBuilder& DeleteValue(std::uint64_t handle, std::wstring_view name, std::uint32_t status = 0);
     TraceBuilder& QueryValue(std::uint64_t handle, std::wstring_view name, std::uint32_t status = 0);
 
-    // The name of a handle: told now, or by the rundown at the end, as for a key opened before the trace.
+    // The name of a handle: in an event now, or in the rundown at the end, as for a key opened before the
+    // trace.
     TraceBuilder& KeyHandleNamed(std::uint64_t handle, std::wstring_view path);
     TraceBuilder& KeyHandleDropped(std::uint64_t handle, std::wstring_view path);
     TraceBuilder& OpenBefore(std::uint64_t handle, std::wstring_view path);
@@ -87,7 +87,7 @@ public:
     // The whole log, header first and rundown last.
     std::vector<Event> Events() const;
 
-    // Hands the whole log to a handler and finishes it.
+    // Passes the whole log to a handler and finishes it.
     void Play(TraceEventHandler& handler) const;
 
 private:

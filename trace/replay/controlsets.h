@@ -6,12 +6,12 @@
 
 namespace keyreap {
 
-// What was done under the numbered control sets counts as done under the current one. Where both have the
-// same subkey, the second set's wins.
+// Moves the recorded operations of the numbered control sets to the current one. If both numbered sets have
+// the same subkey, the second set's replaces the first's.
 void FoldControlSets(RegistryLog& log);
 
-// Drops the current control set from the log if no value was recorded below it: the system's own noise.
-// `rootsRedirected` adds its place in the temporary tree below `temporaryPrefix`.
+// Removes the current control set from the log if no value was recorded below it: such keys are noise of the
+// system. With `rootsRedirected`, does the same for the set in the temporary tree below `temporaryPrefix`.
 void PruneControlSets(RegistryLog& log, bool rootsRedirected, const std::wstring& temporaryPrefix);
 
 } // namespace keyreap

@@ -22,7 +22,8 @@ bool ReadLiveValue(PredefinedRoot root, const std::wstring& keyPath, const std::
     if (key.Handle() == nullptr) {
         return false;
     }
-    // A buffer of no size, not a missing one: a value with no data then succeeds at once.
+    // Deliberate: a buffer of size 0 and not a null pointer, because a value without data then succeeds at
+    // once.
     BYTE nothing = 0;
     DWORD size = 0;
     DWORD liveType = 0;

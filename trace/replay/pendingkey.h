@@ -16,7 +16,7 @@ struct PendingValue {
     std::uint32_t type; // registry type code
 };
 
-// A key that waits, with its values, for its place in the .reg file.
+// A key, with its values, that is not sorted and written yet.
 struct PendingKey {
     PredefinedRoot root;
     std::wstring keyPath;
@@ -24,11 +24,11 @@ struct PendingKey {
 };
 
 // True if the left path sorts before the right one. A backslash counts as TAB and A to Z are folded, so that
-// a key stands directly ahead of its subkeys.
+// a key comes directly before its subkeys.
 bool ComparePendingKeys(std::wstring_view left, std::wstring_view right);
 
-// Puts the keys of one root in the order of ComparePendingKeys, and each key's values in that of their names'
-// 16-bit units, case included.
+// Sorts the keys of one root by ComparePendingKeys, and each key's values by the 16-bit units of their names,
+// case-sensitively.
 void SortPendingKeys(std::vector<PendingKey>& keys);
 
 } // namespace keyreap

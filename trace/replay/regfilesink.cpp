@@ -9,7 +9,8 @@ namespace keyreap {
 
 namespace {
 
-// What stands for a value that can't be read back: 20 bytes of 0x55, ten characters without a terminator.
+// The data written for a value that can't be read back: 20 bytes of 0x55, ten characters without a
+// terminator.
 constexpr std::size_t fillerSize = 20;
 constexpr std::uint8_t fillerByte = 0x55;
 
@@ -23,7 +24,7 @@ PendingValue ReadPendingValue(PredefinedRoot root, const std::wstring& keyPath, 
     return {name, ReplayValueText(type, data), type};
 }
 
-// The root's name with its backslash, as it stands in front of a key's path.
+// The root's name with its backslash, to be put in front of a key's path.
 std::wstring RootPrefix(PredefinedRoot root) {
     const std::wstring name = RootName(HandleOf(root));
     return name.empty() ? L"UNKNOWN!!" : name + L'\\';
@@ -43,7 +44,7 @@ void RegFileSink::AddReplacement(std::wstring_view from, std::wstring_view to) {
 
 void RegFileSink::OnKey(PredefinedRoot root, const std::wstring& keyPath, Outcome keyState,
                         std::uint32_t valueCount, std::uint32_t childCount) {
-    // Live values announce their key themselves, and subkeys imply it, even ones that were only opened.
+    // A live value announces its key, and a subkey implies it, even a subkey that was only opened.
     if (valueCount == 0 && childCount == 0) {
         AnnounceKey(root, keyPath, keyState == Outcome::created);
     }
@@ -99,7 +100,8 @@ void RegFileSink::WriteKey(PredefinedRoot root, const std::wstring& keyPath, boo
 void RegFileSink::Flush() {
     SortPendingKeys(pending);
     for (const PendingKey& key : pending) {
-        // A key that the target deleted is an ordinary header too: the deleted form is the unsorted way's.
+        // Deliberate: a key that the target deleted gets an ordinary header too, because only an unsorted
+        // file has the form for deleted keys.
         WriteKey(key.root, key.keyPath, true);
         for (const PendingValue& value : key.values) {
             writer.AddValue(value.name, value.text, value.type);

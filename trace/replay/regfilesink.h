@@ -22,11 +22,11 @@ enum class KeyOrder {
 // them now. Every operation raises what `RegFileWriter` raises.
 class RegFileSink : public RegistryLogVisitor {
 public:
-    // Opens the writer, on a path in the form that the file API takes.
+    // Creates the file. The path has the form that the file API takes.
     explicit RegFileSink(std::wstring_view regFilePath, KeyOrder order = KeyOrder::asReported);
 
-    // Appends a row of the table by which a key is written under another name than that under which its
-    // values are read. The first row that fits counts.
+    // Appends a row of the table that gives the name under which a key is written. Its values are read under
+    // the name in the log. The first row that fits counts.
     void AddKeyMapping(KeyMapping mapping);
 
     void AddReplacement(std::wstring_view from, std::wstring_view to);

@@ -7,9 +7,9 @@
 
 namespace keyreap {
 
-// Takes out of the live registry what a log says was put there: the values that lasted, and every key that is
-// left without subkeys, with all the values it has, up to the first parent that the system keeps. What was
-// overwritten or deleted doesn't come back. Failures are passed over.
+// Removes from the live registry what a log says was put there: the values that lasted, and every key without
+// subkeys, with all its values, and then its parents up to the first that the system refuses to delete.
+// Values that were overwritten or deleted are not restored. Failures are ignored.
 class RegistryRemover : public RegistryLogVisitor {
 public:
     void OnKey(PredefinedRoot root, const std::wstring& keyPath, Outcome keyState, std::uint32_t valueCount,

@@ -17,7 +17,7 @@ namespace keyreap {
 
 namespace {
 
-// With no process watched at all every process would count, so an id of 0 must not become one.
+// An id of 0 means that there is no such process.
 void WatchProcess(TraceEventHandler& handler, std::uint32_t processId) {
     if (processId != 0) {
         handler.AddWatchedProcess(processId);
@@ -29,7 +29,8 @@ void PrepareSink(RegFileSink& sink, const ReplayRequest& request) {
         sink.AddKeyMapping(std::move(mapping));
     }
     for (const PathPair& pair : request.formPathPairs()) {
-        // The strict form here; the harvest has the other.
+        // Deliberate: the strict form here and EscapeRegText in the harvest, because the files must not
+        // change.
         sink.AddReplacement(EscapeRegTextStrict(pair.temporaryPath), EscapeRegTextStrict(pair.finalPath));
     }
 }

@@ -13,11 +13,11 @@
 
 namespace keyreap {
 
-// What the decoder asks of a property's WMI qualifiers, read once when the schema is loaded. An empty
-// optional is a qualifier that isn't there.
+// The WMI qualifiers of a property that the decoder needs, read once when the schema is loaded. An empty
+// optional means that the qualifier is missing.
 struct PropertyQualifiers {
-    bool pointer = false;                          // "Pointer" or "PointerType", whatever it says
-    bool format = false;                           // "Format", whatever it says
+    bool pointer = false;                          // "Pointer" or "PointerType", with any value
+    bool format = false;                           // "Format", with any value
     std::optional<std::wstring> stringTermination; // "StringTermination"
     std::optional<std::wstring> extension;         // "Extension"
     std::optional<std::int32_t> max;               // "MAX", as a number
@@ -31,26 +31,26 @@ struct PropertyDescriptor {
     PropertyQualifiers qualifiers;
 };
 
-// The description of one kind of event: its properties in payload order.
+// The description of the events of one class, version and type: their properties in payload order.
 struct EventSchema {
     std::vector<PropertyDescriptor> properties;
-    std::uint32_t pointerSize = 0; // 4 or 8: the log's when the schema was made
+    std::uint32_t pointerSize = 0; // the log's when the schema was made: 4 or 8
 };
 
 // How a look-up of an event class ended.
 enum class SchemaLookup {
-    noClass,    // no class describes this kind of event
+    noClass,    // no class describes such an event
     loaded,     // the schema is filled
-    unreadable, // there is a class, but its properties can't be read; the schema has none
+    unreadable, // there is a class, but its properties can't be read; the schema is empty
 };
 
-// Where event classes come from: WMI (WmiConnection), or a table in a test.
+// A source of event classes: WMI (WmiConnection), or a table in a test.
 class EventClasses {
 public:
     virtual ~EventClasses() = default;
 
-    // Looks up the class of a kind of event by its GUID in the form of StringFromGUID2, and fills
-    // schema.properties from it.
+    // Looks up the class that describes an event, by its GUID in the form of StringFromGUID2, its version and
+    // type, and fills schema.properties from it.
     virtual SchemaLookup Load(std::wstring_view guidText, std::uint16_t version, std::uint8_t type,
                               EventSchema& schema) = 0;
 };
@@ -61,7 +61,7 @@ using SchemaCache = std::unordered_map<std::wstring, EventSchema, Fnv1aHash, std
 // A GUID in the form of StringFromGUID2: braces and upper-case hexadecimal.
 std::wstring GuidText(const Guid& guid);
 
-// The cache's key of a kind of event: GUID text, "-", version, "-", type, in decimal.
+// The cache's key for an event: GUID text, "-", version, "-", type, in decimal.
 std::wstring SchemaKey(const Guid& guid, std::uint16_t version, std::uint8_t type);
 
 } // namespace keyreap

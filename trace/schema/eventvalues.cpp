@@ -45,11 +45,11 @@ Result TextValue(std::wstring text) {
     return EventValue{ValueType::bstr, 0, std::move(text)};
 }
 
-bool Says(const std::optional<std::wstring>& qualifier, std::wstring_view word) {
+bool Equals(const std::optional<std::wstring>& qualifier, std::wstring_view word) {
     return qualifier && CompareFolded(*qualifier, word) == 0;
 }
 
-// The bytes of wide text ahead of its first zero byte: its length if it were narrow text.
+// The number of bytes before the first zero byte of a wide text: its length if it were read as narrow text.
 std::size_t LengthAsNarrowText(std::wstring_view text) {
     std::size_t length = 0;
     for (const wchar_t unit : text) {
@@ -65,8 +65,8 @@ std::size_t LengthAsNarrowText(std::wstring_view text) {
     return length;
 }
 
-// No event has more bytes than this, and no array more elements, whatever its schema says: some texts take no
-// byte and would never come to an end.
+// No event has more bytes than this, and so no array more elements. The limit is needed for texts that take
+// no byte: they would never reach the end of the payload.
 constexpr std::int32_t mostElements = 0x10000;
 
 // A count with its two bytes swapped.
@@ -74,8 +74,8 @@ std::uint16_t Swapped(std::uint16_t count) {
     return static_cast<std::uint16_t>((count & 0xFF) << 8 | count >> 8);
 }
 
-// Reads one payload from its start. The schema says how far each property moves the cursor; once it has left
-// the payload nothing is read any more.
+// Reads one payload from its start. The schema decides how far each property moves the cursor. After the
+// cursor has left the payload nothing more is read.
 class Decoder {
 public:
     explicit Decoder(std::span<const std::byte> payload) : rest(payload) {}
@@ -85,7 +85,7 @@ public:
 private:
     struct TextCount {
         std::size_t characters = 0;
-        bool toEnd = false; // what lies behind the payload's end does not belong to the text
+        bool toEnd = false; // the text ends with the payload
     };
 
     std::vector<EventValue> ReadElements(std::uint32_t cimType, const PropertyQualifiers& qualifiers,
@@ -106,7 +106,7 @@ private:
 std::vector<EventValue> Decoder::ReadProperty(const PropertyDescriptor& property, std::uint32_t pointerSize) {
     const PropertyQualifiers& qualifiers = property.qualifiers;
     if (qualifiers.pointer) {
-        // The qualifier wins over the CIM type, and over an array of them.
+        // The qualifier takes precedence over the CIM type, and over an array.
         return ReadElements(pointerSize == 4 ? cimUint32 : cimUint64, qualifiers, 1);
     }
     if ((property.cimType & cimArrayBit) == 0) {
@@ -123,7 +123,7 @@ std::vector<EventValue> Decoder::ReadElements(std::uint32_t cimType, const Prope
         if (Result value = ReadElement(cimType, qualifiers)) {
             values.push_back(std::move(*value));
         } else if (rest.empty() || rest.size() == before) {
-            break; // no further element can give a value
+            break; // no later element can have a value
         }
     }
     return values;
@@ -133,7 +133,7 @@ Result Decoder::ReadElement(std::uint32_t cimType, const PropertyQualifiers& qua
     if (cimType == cimString) {
         return ReadText(qualifiers);
     }
-    if (cimType == cimObject && Says(qualifiers.extension, L"Guid")) {
+    if (cimType == cimObject && Equals(qualifiers.extension, L"Guid")) {
         Move(guidSize);
         return std::nullopt;
     }
@@ -153,7 +153,7 @@ Result Decoder::ReadNumber(ValueType type, std::size_t size) {
 Result Decoder::ReadText(const PropertyQualifiers& qualifiers) {
     const bool wide = qualifiers.format;
     const std::optional<std::wstring>& termination = qualifiers.stringTermination;
-    if (!termination || Says(termination, L"NullTerminated")) {
+    if (!termination || Equals(termination, L"NullTerminated")) {
         return wide ? ReadTerminatedWide() : ReadTerminatedNarrow();
     }
     const std::optional<TextCount> count = ReadTextCount(*termination);
@@ -196,7 +196,8 @@ Result Decoder::ReadCountedWide(TextCount count) {
 Result Decoder::ReadTerminatedNarrow() {
     const Payload::NarrowRun run = Payload(rest).NarrowText(0);
     std::wstring text = WidenNarrowText(run.text);
-    // The cursor goes by the converted text's bytes, not by the narrow text's: two for any ASCII word.
+    // Deliberate: the converted text's bytes move the cursor, not the narrow text's (two for any ASCII word),
+    // because decoded values must not change.
     Move(LengthAsNarrowText(text) + 1);
     return run.terminated ? TextValue(std::move(text)) : std::nullopt;
 }

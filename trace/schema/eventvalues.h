@@ -11,7 +11,7 @@
 
 namespace keyreap {
 
-// Variant types that decoding makes; the numbers are those of VARENUM in wtypes.h.
+// The variant types of decoded values, with the numbers of VARENUM in wtypes.h.
 enum class ValueType : std::uint16_t {
     i2 = 2,
     i4 = 3,
@@ -25,24 +25,25 @@ enum class ValueType : std::uint16_t {
     integer = 22,
 };
 
-// One decoded value: a number as it stood in the payload, zero-extended whatever its sign, or a text.
+// One decoded value: a text, or a number from the payload, zero-extended even if its type is signed.
 struct EventValue {
     ValueType type = ValueType::ui4;
     std::uint64_t number = 0;
     std::wstring text;
 };
 
-// The result of schema-driven decoding: for each property of the schema a list of values, one, several for
-// an array, or none.
+// The result of schema-driven decoding: a list of values for each property of the schema. The list of an
+// array can have several values. The list of a property that could not be read is empty.
 struct EventValues {
-    explicit EventValues(const EventSchema& eventSchema) : schema(&eventSchema) {}
+    explicit EventValues(const EventSchema& schema) : schema(&schema) {}
 
     const EventSchema* schema; // not owned
     std::vector<std::vector<EventValue>> values;
 };
 
-// Reads the payload property by property into values. The schema alone moves the cursor, past the end of the
-// payload too; what does not lie inside the payload is never touched and yields no value. Always true.
+// Reads the payload property by property into values, with bounds-checked access. Only the schema moves the
+// cursor, also past the end of the payload; a property that is not inside the payload has no value. Always
+// true.
 bool DecodeValues(EventValues& values, std::span<const std::byte> payload);
 
 // The index of the property of this name, compared with A to Z folded, or -1.

@@ -42,8 +42,8 @@ OwnedInterface<IWbemQualifierSet> QualifiersOf(IWbemClassObject& eventClass) {
     return OwnedInterface<IWbemQualifierSet>(qualifiers);
 }
 
-// A class without "EventVersion" serves every version.
-bool ServesVersion(IWbemQualifierSet& qualifiers, std::uint16_t version) {
+// A class without "EventVersion" describes every version.
+bool DescribesVersion(IWbemQualifierSet& qualifiers, std::uint16_t version) {
     _variant_t value;
     const HRESULT status = ReadQualifier(qualifiers, L"EventVersion", value);
     return SUCCEEDED(status) ? NumberOf(value) == version : status == static_cast<HRESULT>(WBEM_E_NOT_FOUND);
@@ -53,10 +53,10 @@ bool IsVersionClass(IWbemClassObject& candidate, std::wstring_view guidText, std
     const OwnedInterface<IWbemQualifierSet> qualifiers = QualifiersOf(candidate);
     _variant_t guid;
     return qualifiers.Valid() && SUCCEEDED(ReadQualifier(*qualifiers.Get(), L"Guid", guid)) &&
-           CompareFolded(VariantToText(guid), guidText) == 0 && ServesVersion(*qualifiers.Get(), version);
+           CompareFolded(VariantToText(guid), guidText) == 0 && DescribesVersion(*qualifiers.Get(), version);
 }
 
-// One element of an array as a variant; an empty one if it can't be read or has no place in a variant.
+// One element of an array as a variant, which is empty if the element can't be read or doesn't fit.
 _variant_t ElementOf(SAFEARRAY& array, LONG index) {
     _variant_t element;
     VARTYPE type = VT_EMPTY;
@@ -72,7 +72,7 @@ _variant_t ElementOf(SAFEARRAY& array, LONG index) {
     return element;
 }
 
-bool ArrayHolds(SAFEARRAY& array, std::uint8_t type) {
+bool ArrayContains(SAFEARRAY& array, std::uint8_t type) {
     LONG first = 0;
     LONG last = -1;
     if (SafeArrayGetDim(&array) != 1 || FAILED(SafeArrayGetLBound(&array, 1, &first)) ||
@@ -87,7 +87,8 @@ bool ArrayHolds(SAFEARRAY& array, std::uint8_t type) {
     return false;
 }
 
-// A class whose event types can't be read counts as a match. Not to be mended.
+// Deliberate: a class whose event types can't be read counts as a match, because it may describe
+// the type.
 bool IsTypeClass(IWbemClassObject& candidate, std::uint8_t type) {
     const OwnedInterface<IWbemQualifierSet> qualifiers = QualifiersOf(candidate);
     _variant_t types;
@@ -97,7 +98,7 @@ bool IsTypeClass(IWbemClassObject& candidate, std::uint8_t type) {
     if ((V_VT(&types) & VT_ARRAY) == 0) {
         return NumberOf(types) == type;
     }
-    return V_ARRAY(&types) && ArrayHolds(*V_ARRAY(&types), type);
+    return V_ARRAY(&types) && ArrayContains(*V_ARRAY(&types), type);
 }
 
 } // namespace

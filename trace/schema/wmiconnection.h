@@ -21,13 +21,14 @@ using OwnedClass = OwnedInterface<IWbemClassObject>;
 // initialises COM for as long as it lives.
 class WmiConnection : public EventClasses {
 public:
-    // Connects. Never fails visibly: without a connection no event has a class.
+    // Connects. A failure is not reported: without a connection no event has a class.
     WmiConnection();
     ~WmiConnection() override;
     WmiConnection(const WmiConnection&) = delete;
     WmiConnection& operator=(const WmiConnection&) = delete;
 
-    // The class of a kind of event, or none. A subclass whose event types can't be read counts as a match.
+    // The class that describes an event, or an empty owner. A subclass whose event types can't be read counts
+    // as a match.
     OwnedClass FindEventClass(std::wstring_view guidText, std::uint16_t version, std::uint8_t type);
 
     SchemaLookup Load(std::wstring_view guidText, std::uint16_t version, std::uint8_t type,
@@ -40,7 +41,8 @@ private:
     OwnedClass FindTypeClass(IWbemClassObject& versionClass, std::uint8_t type) const;
 
     OwnedInterface<IWbemServices> services;
-    // Every version class that a look-up has returned, by GUID text, "#" and version. Nothing looks it up.
+    // Every version class that a look-up has found, by GUID text, "#" and version. Deliberate: nothing reads
+    // it; it keeps the classes alive as long as the connection.
     std::unordered_map<std::wstring, std::vector<OwnedClass>, Fnv1aHash, std::equal_to<>> classList;
 };
 

@@ -53,7 +53,7 @@ bool IsListOfTexts(SAFEARRAY* array) {
            type == VT_BSTR;
 }
 
-// The names that the class itself declares; none if it doesn't tell them.
+// The names that the class itself declares; empty if they can't be read.
 std::optional<std::vector<_bstr_t>> LocalNames(IWbemClassObject& eventClass) {
     SAFEARRAY* given = nullptr;
     eventClass.GetNames(nullptr, WBEM_FLAG_LOCAL_ONLY, nullptr, &given);
@@ -103,7 +103,7 @@ HRESULT ReadQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name, _varia
 
 std::optional<std::int32_t> NumberOf(const VARIANT& value) {
     _variant_t number;
-    VARIANT source = value; // the call reads it, but takes no constant one; not owned here
+    VARIANT source = value; // the call only reads it, but its parameter is not constant; not owned here
     if (V_VT(&value) == VT_EMPTY || FAILED(VariantChangeType(&number, &source, 0, VT_I4))) {
         return std::nullopt;
     }

@@ -29,7 +29,7 @@ TEST_F(RegFileWriterTest, FreshFileHoldsTheMarkAndTheHeaderLine) {
     EXPECT_EQ(Written(), headerLine);
 }
 
-TEST_F(RegFileWriterTest, KeyHasABlankLineAheadOfIt) {
+TEST_F(RegFileWriterTest, KeyHasABlankLineBeforeIt) {
     { RegFileWriter(path).AddKey(L"HKEY_CLASSES_ROOT"); }
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\r\n[HKEY_CLASSES_ROOT]\r\n");
 }
@@ -49,7 +49,7 @@ TEST_F(RegFileWriterTest, ValuesFollowTheirKeyWithoutBlankLines) {
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\r\n[K]\r\n@=\"x\"\r\n\"n\"=dword:00000001\r\n");
 }
 
-TEST_F(RegFileWriterTest, ValueWithoutAKeyStandsBehindTheHeader) {
+TEST_F(RegFileWriterTest, ValueWithoutAKeyFollowsTheHeader) {
     { RegFileWriter(path).AddValue(L"n", L"x", 1); }
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\"n\"=\"x\"\r\n");
 }

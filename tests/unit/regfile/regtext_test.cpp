@@ -64,7 +64,7 @@ TEST(EscapeRegText, NulAndSurrogatesAreCopied) {
     EXPECT_EQ(EscapeRegText(text), escaped);
 }
 
-TEST(EscapeRegTextStrict, KnowsNoExceptionForTheFirstCharacter) {
+TEST(EscapeRegTextStrict, EscapesTheFirstCharacterToo) {
     EXPECT_EQ(EscapeRegTextStrict(L"\\"), L"\\\\");
     EXPECT_EQ(EscapeRegTextStrict(L"\"foo"), L"\\\"foo");
     EXPECT_EQ(EscapeRegTextStrict(L"C:\\a\\\"b\""), L"C:\\\\a\\\\\\\"b\\\"");
@@ -87,7 +87,7 @@ TEST(EncodeWideHex, CarriageReturnIsLostAndLineFeedEndsAString) {
     EXPECT_EQ(EncodeWideHex(L"a\nb"), L"61,00,00,00,62,00,00,00");
 }
 
-TEST(EncodeWideHex, NulCharactersStandAsTheyAre) {
+TEST(EncodeWideHex, NulCharactersAreCopied) {
     EXPECT_EQ(EncodeWideHex(std::wstring(L"a\0b\0", 4)), L"61,00,00,00,62,00,00,00,00,00");
 }
 
@@ -101,7 +101,7 @@ TEST(EncodeHexPairs, EmptyTextGivesNothing) {
     EXPECT_EQ(EncodeHexPairs(L""), L"");
 }
 
-TEST(EncodeHexPairs, CopiesPiecesWithoutLookingAtThem) {
+TEST(EncodeHexPairs, CopiesPairsUnchecked) {
     EXPECT_EQ(EncodeHexPairs(L"C:\\x"), L"C:,\\x");
 }
 
@@ -110,7 +110,7 @@ TEST(EncodeHexPairs, OddLengthEndsInASingleCharacter) {
     EXPECT_EQ(EncodeHexPairs(L"a"), L"a");
 }
 
-TEST(EncodeHexPairs, WrapsBehindEveryTwentyFivePairs) {
+TEST(EncodeHexPairs, WrapsAfterEveryTwentyFivePairs) {
     EXPECT_EQ(LineCount(EncodeHexPairs(Pairs(25))), 1U);
     EXPECT_EQ(LineCount(EncodeHexPairs(Pairs(26))), 2U);
     EXPECT_EQ(LineCount(EncodeHexPairs(Pairs(50))), 2U);
@@ -122,7 +122,7 @@ TEST(EncodeHexPairs, WrappedLineEndsInCommaAndBackslash) {
     EXPECT_EQ(body.substr(body.size() - 10), L"ab,\\\r\n  ab");
 }
 
-TEST(EncodeHexPairs, NoContinuationDanglesBehindAFullLine) {
+TEST(EncodeHexPairs, AFullLastLineHasNoContinuation) {
     const std::wstring body = EncodeHexPairs(Pairs(50));
     EXPECT_EQ(body.substr(body.size() - 5), L"ab,ab");
 }
@@ -153,7 +153,7 @@ TEST(FormatValueEntry, EmptyNameIsTheDefaultValue) {
     EXPECT_EQ(Entry(L"", RegType::Sz, L""), L"@=\"\"\r\n");
 }
 
-TEST(FormatValueEntry, WorkedEntriesStandAsTheyAre) {
+TEST(FormatValueEntry, EntriesOfEveryFormAreWrittenAsKnown) {
     EXPECT_EQ(Entry(L"Flags", RegType::Dword, L"16"), L"\"Flags\"=dword:00000010\r\n");
     EXPECT_EQ(Entry(L"Path", RegType::ExpandSz, L"ab"), L"\"Path\"=hex(2):61,00,62,00,00,00\r\n");
     EXPECT_EQ(Entry(L"List", RegType::MultiSz, L"a\r\nb\r\n"),
@@ -172,7 +172,7 @@ TEST(FormatValueEntry, EmptyTextsHaveTheirForms) {
     EXPECT_EQ(Entry(L"d", RegType::Dword, L""), L"\"d\"=dword:00000000\r\n");
 }
 
-TEST(FormatValueEntry, TypesWithoutAFormEndBehindTheEqualsSign) {
+TEST(FormatValueEntry, TypesWithoutAFormEndAfterTheEqualsSign) {
     for (const std::uint32_t type : {0U, 5U, 6U, 8U, 9U, 10U, 12U, 13U, 0x12345U, 0xFFFFFFFFU}) {
         EXPECT_EQ(FormatValueEntry(L"n", L"text", type, {}), L"\"n\"=\r\n") << type;
     }

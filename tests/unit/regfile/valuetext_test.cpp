@@ -49,7 +49,7 @@ TEST(HarvestValueText, StringWithoutTerminatorEndsWithItsData) {
     EXPECT_EQ(Harvest(RegType::Sz, Wide(L"abc")), L"abc");
 }
 
-TEST(HarvestValueText, OddLastByteIsNoCharacter) {
+TEST(HarvestValueText, OddLastByteIsIgnored) {
     EXPECT_EQ(Harvest(RegType::Sz, {0x61, 0x00, 0x62}), L"a");
     EXPECT_EQ(Harvest(RegType::Sz, {0x61}), L"");
 }

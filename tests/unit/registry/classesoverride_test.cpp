@@ -11,9 +11,9 @@
 namespace keyreap {
 namespace {
 
-constexpr REGSAM EVERY_VIEW[] = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
-const std::wstring NAME = L"CLSID\\Keyreap override test"; // CLSID is a key of its own in each live view
-const std::wstring ELSEWHERE = L"Software\\Keyreap override test";
+constexpr REGSAM everyView[] = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
+const std::wstring testKey = L"CLSID\\Keyreap override test"; // the live views have different CLSID keys
+const std::wstring otherPlace = L"Software\\Keyreap override test";
 
 HKEY Create(HKEY root, const std::wstring& path, REGSAM view = 0) {
     HKEY key = nullptr;
@@ -31,11 +31,11 @@ bool Exists(HKEY root, const std::wstring& path, REGSAM view = 0) {
 }
 
 bool IsLive(const wchar_t* below) {
-    const std::wstring path = L"\\REGISTRY\\Machine\\Software\\Classes\\" + std::wstring(below) + NAME;
+    const std::wstring path = L"\\REGISTRY\\Machine\\Software\\Classes\\" + std::wstring(below) + testKey;
     return NativeTestKey::Open(nullptr, path, KEY_READ | KEY_WOW64_64KEY).IsOpen();
 }
 
-// In which of the live trees the test's key is: 32, 64, both added up, or 0.
+// The live trees that have the test's key: 32, 64, their sum for both, or 0.
 int LiveViews() {
     return (IsLive(L"Wow6432Node\\") ? 32 : 0) + (IsLive(L"") ? 64 : 0);
 }
@@ -46,9 +46,9 @@ protected:
 
     ~ClassesOverride() override {
         Lift();
-        RegDeleteTreeW(HKEY_CURRENT_USER, ELSEWHERE.c_str());
+        RegDeleteTreeW(HKEY_CURRENT_USER, otherPlace.c_str());
         for (const REGSAM view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
-            RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + NAME).c_str(), view, 0);
+            RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + testKey).c_str(), view, 0);
         }
     }
 
@@ -63,80 +63,80 @@ protected:
     }
 };
 
-TEST_F(ClassesOverride, HoldsForCallersThatNameAView) {
-    OverrideBy(ELSEWHERE);
-    for (const REGSAM view : EVERY_VIEW) {
-        const std::wstring name = NAME + L'\\' + std::to_wstring(view);
+TEST_F(ClassesOverride, AppliesToCallersThatNameAView) {
+    OverrideBy(otherPlace);
+    for (const REGSAM view : everyView) {
+        const std::wstring name = testKey + L'\\' + std::to_wstring(view);
         CreateClass(name, view);
-        EXPECT_TRUE(Exists(HKEY_CURRENT_USER, ELSEWHERE + L'\\' + name)) << view;
-        for (const REGSAM otherView : EVERY_VIEW) {
+        EXPECT_TRUE(Exists(HKEY_CURRENT_USER, otherPlace + L'\\' + name)) << view;
+        for (const REGSAM otherView : everyView) {
             EXPECT_TRUE(Exists(HKEY_CLASSES_ROOT, name, otherView)) << view << " " << otherView;
         }
     }
     EXPECT_EQ(LiveViews(), 0);
 }
 
-TEST_F(ClassesOverride, HoldsForEveryCallThatTakesAView) {
-    OverrideBy(ELSEWHERE);
-    for (const REGSAM view : EVERY_VIEW) {
-        CreateClass(NAME, 0);
-        EXPECT_EQ(RegDeleteKeyExW(HKEY_CLASSES_ROOT, NAME.c_str(), view, 0), ERROR_SUCCESS) << view;
-        EXPECT_FALSE(Exists(HKEY_CURRENT_USER, ELSEWHERE + L'\\' + NAME)) << view;
+TEST_F(ClassesOverride, AppliesToEveryCallThatTakesAView) {
+    OverrideBy(otherPlace);
+    for (const REGSAM view : everyView) {
+        CreateClass(testKey, 0);
+        EXPECT_EQ(RegDeleteKeyExW(HKEY_CLASSES_ROOT, testKey.c_str(), view, 0), ERROR_SUCCESS) << view;
+        EXPECT_FALSE(Exists(HKEY_CURRENT_USER, otherPlace + L'\\' + testKey)) << view;
     }
 }
 
-TEST_F(ClassesOverride, HoldsForANameOfAnyLength) {
-    const std::wstring deep = ELSEWHERE + L'\\' + std::wstring(255, L'd');
+TEST_F(ClassesOverride, AppliesToANameOfAnyLength) {
+    const std::wstring deep = otherPlace + L'\\' + std::wstring(255, L'd');
     OverrideBy(deep);
-    CreateClass(NAME, KEY_WOW64_32KEY);
-    CreateClass(NAME + L"\\64", KEY_WOW64_64KEY);
-    EXPECT_TRUE(Exists(HKEY_CURRENT_USER, deep + L'\\' + NAME));
-    EXPECT_TRUE(Exists(HKEY_CURRENT_USER, deep + L'\\' + NAME + L"\\64"));
+    CreateClass(testKey, KEY_WOW64_32KEY);
+    CreateClass(testKey + L"\\64", KEY_WOW64_64KEY);
+    EXPECT_TRUE(Exists(HKEY_CURRENT_USER, deep + L'\\' + testKey));
+    EXPECT_TRUE(Exists(HKEY_CURRENT_USER, deep + L'\\' + testKey + L"\\64"));
     EXPECT_EQ(LiveViews(), 0);
 }
 
 TEST_F(ClassesOverride, IsTheLatestOne) {
     for (const wchar_t* part : {L"\\first", L"\\second"}) {
-        OverrideBy(ELSEWHERE + part);
-        for (const REGSAM view : EVERY_VIEW) {
-            CreateClass(NAME, view);
+        OverrideBy(otherPlace + part);
+        for (const REGSAM view : everyView) {
+            CreateClass(testKey, view);
         }
-        EXPECT_TRUE(Exists(HKEY_CURRENT_USER, ELSEWHERE + part + L'\\' + NAME));
-        RegDeleteKeyExW(HKEY_CLASSES_ROOT, NAME.c_str(), 0, 0);
+        EXPECT_TRUE(Exists(HKEY_CURRENT_USER, otherPlace + part + L'\\' + testKey));
+        RegDeleteKeyExW(HKEY_CLASSES_ROOT, testKey.c_str(), 0, 0);
     }
-    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, ELSEWHERE + L"\\first\\" + NAME));
+    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, otherPlace + L"\\first\\" + testKey));
 }
 
 TEST_F(ClassesOverride, ThatIsLiftedLeavesEachViewItsOwnTree) {
-    OverrideBy(ELSEWHERE);
-    for (const REGSAM view : EVERY_VIEW) {
-        CreateClass(NAME, view);
+    OverrideBy(otherPlace);
+    for (const REGSAM view : everyView) {
+        CreateClass(testKey, view);
     }
-    RegDeleteKeyExW(HKEY_CLASSES_ROOT, NAME.c_str(), 0, 0);
+    RegDeleteKeyExW(HKEY_CLASSES_ROOT, testKey.c_str(), 0, 0);
     Lift();
     for (const auto& [view, number] : {std::pair<REGSAM, int>{KEY_WOW64_32KEY, 32}, {KEY_WOW64_64KEY, 64}}) {
-        CreateClass(NAME, view);
+        CreateClass(testKey, view);
         EXPECT_EQ(LiveViews(), number);
-        EXPECT_EQ(RegDeleteKeyExW(HKEY_CLASSES_ROOT, NAME.c_str(), view, 0), ERROR_SUCCESS);
+        EXPECT_EQ(RegDeleteKeyExW(HKEY_CLASSES_ROOT, testKey.c_str(), view, 0), ERROR_SUCCESS);
         EXPECT_EQ(LiveViews(), 0);
     }
-    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, ELSEWHERE + L'\\' + NAME));
+    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, otherPlace + L'\\' + testKey));
 }
 
-TEST_F(ClassesOverride, IsNoneForTheClassesBelowAnotherRoot) {
-    OverrideBy(ELSEWHERE);
+TEST_F(ClassesOverride, DoesNotApplyToTheClassesBelowAnotherRoot) {
+    OverrideBy(otherPlace);
     for (const auto& [view, number] : {std::pair<REGSAM, int>{KEY_WOW64_32KEY, 32}, {KEY_WOW64_64KEY, 64}}) {
-        RegCloseKey(Create(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + NAME, view));
+        RegCloseKey(Create(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + testKey, view));
         EXPECT_EQ(LiveViews(), number);
-        RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + NAME).c_str(), view, 0);
+        RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + testKey).c_str(), view, 0);
     }
-    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, ELSEWHERE + L'\\' + NAME));
+    EXPECT_FALSE(Exists(HKEY_CURRENT_USER, otherPlace + L'\\' + testKey));
 }
 
 TEST_F(ClassesOverride, OfAnotherRootLeavesTheClassesAlone) {
-    const HKEY key = Create(HKEY_CURRENT_USER, ELSEWHERE);
+    const HKEY key = Create(HKEY_CURRENT_USER, otherPlace);
     EXPECT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, key), ERROR_SUCCESS);
-    CreateClass(NAME, KEY_WOW64_32KEY);
+    CreateClass(testKey, KEY_WOW64_32KEY);
     EXPECT_EQ(RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr), ERROR_SUCCESS);
     RegCloseKey(key);
     EXPECT_EQ(LiveViews(), 32);

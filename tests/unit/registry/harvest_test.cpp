@@ -48,7 +48,7 @@ protected:
     RegKey hklm = Hive(L"HKLM\\");
 };
 
-TEST_F(HarvestTest, EmptyTreesStandAsFourRootsInTheirOrder) {
+TEST_F(HarvestTest, EmptyTreesAreFourRootsInTheirOrder) {
     {
         RegFileWriter writer(path);
         HarvestTrees(writer, Keys());

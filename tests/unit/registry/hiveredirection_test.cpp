@@ -61,7 +61,7 @@ TEST_F(HiveRedirectionTest, EveryRootLandsInItsOwnTree) {
     EXPECT_FALSE(Exists(HKEY_CURRENT_USER, L"InUser"));
 }
 
-TEST_F(HiveRedirectionTest, StaleSubkeysGoAndValuesOfTheRootKeysStay) {
+TEST_F(HiveRedirectionTest, StaleSubkeysAreDeletedAndValuesOfTheRootKeysStay) {
     for (const wchar_t* tree : {L"HKCR", L"HKCU", L"HKU", L"HKLM"}) {
         scratch.Make(std::wstring(tree) + L"\\stale\\deep");
     }
@@ -74,7 +74,7 @@ TEST_F(HiveRedirectionTest, StaleSubkeysGoAndValuesOfTheRootKeysStay) {
     EXPECT_EQ(RegQueryValueExW(hkcr.Handle(), L"left", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
 }
 
-TEST_F(HiveRedirectionTest, MachineClassesAreMadeAndSurviveTheRestoring) {
+TEST_F(HiveRedirectionTest, MachineClassesAreCreatedAndSurviveTheRestoring) {
     OverrideRoots(Keys());
     EXPECT_TRUE(Exists(HKEY_LOCAL_MACHINE, L"Software\\Classes"));
     LiftOverrides(Keys());
@@ -82,7 +82,7 @@ TEST_F(HiveRedirectionTest, MachineClassesAreMadeAndSurviveTheRestoring) {
     EXPECT_TRUE(Exists(HKEY_LOCAL_MACHINE, L"Software\\Classes"));
 }
 
-TEST_F(HiveRedirectionTest, BelowVersionSixNoMachineClassesAreMade) {
+TEST_F(HiveRedirectionTest, BelowVersionSixNoMachineClassesAreCreated) {
     OsVersion old;
     old.majorVersion = 5;
     old.minorVersion = 2;
@@ -92,7 +92,7 @@ TEST_F(HiveRedirectionTest, BelowVersionSixNoMachineClassesAreMade) {
     EXPECT_TRUE(hklm.EnumSubkeys().empty());
 }
 
-TEST_F(HiveRedirectionTest, BelowVersionSixAnEmptySoftwareKeyGoes) {
+TEST_F(HiveRedirectionTest, BelowVersionSixAnEmptySoftwareKeyIsDeleted) {
     OsVersion old;
     old.majorVersion = 5;
     OverrideRoots(Keys(), old);
@@ -125,7 +125,7 @@ TEST_F(HiveRedirectionTest, RestoringLeavesTheTreesAsTheyAre) {
     EXPECT_TRUE(scratch.Has(L"HKCR\\A\\B"));
 }
 
-// What the system is asked for, in its order.
+// The calls of the system, in their order.
 std::vector<std::wstring> calls;
 const ImportReplacement* replacedOverride = nullptr;
 const ImportReplacement* replacedDelete = nullptr;
@@ -161,7 +161,7 @@ TEST_F(HiveRedirectionCalls, RootsAreOverriddenInTheOrderOfTheTrees) {
     LiftOverrides(Keys());
 }
 
-TEST_F(HiveRedirectionCalls, RootsAreLiftedInThatOrderAndTheMachinesRealClassesAreAskedForLast) {
+TEST_F(HiveRedirectionCalls, RootsAreLiftedInThatOrderAndTheMachinesRealClassesAreDeletedLast) {
     OverrideRoots(Keys());
     calls.clear();
     LiftOverrides(Keys());
@@ -169,7 +169,7 @@ TEST_F(HiveRedirectionCalls, RootsAreLiftedInThatOrderAndTheMachinesRealClassesA
                                    L"lift HKEY_LOCAL_MACHINE", L"delete Classes"));
 }
 
-TEST_F(HiveRedirectionCalls, BelowVersionSixTheClassesAreNotAskedFor) {
+TEST_F(HiveRedirectionCalls, BelowVersionSixTheClassesAreNotDeleted) {
     OsVersion old;
     old.majorVersion = 5;
     OverrideRoots(Keys(), old);

@@ -5,10 +5,10 @@
 namespace keyreap {
 namespace {
 
-constexpr UINT ANOTHER_CODE_PAGE = 12345;
+constexpr UINT anotherCodePage = 12345;
 
 UINT WINAPI AnotherCodePage() {
-    return ANOTHER_CODE_PAGE;
+    return anotherCodePage;
 }
 
 FARPROC AddressOfAnother() {
@@ -28,7 +28,7 @@ TEST(ImportSlot, IsFoundByTheNameOfTheDllInAnyCase) {
               FindImportSlot(api, "ntdll.dll", "NtOpenKeyEx"));
 }
 
-TEST(ImportSlot, IsNoneForWhatIsNotImported) {
+TEST(ImportSlot, IsNullForAFunctionThatIsNotImported) {
     const HMODULE api = GetModuleHandleW(L"kernelbase.dll");
     EXPECT_EQ(FindImportSlot(api, "ntdll.dll", "NtOpenKeyE"), nullptr);
     EXPECT_EQ(FindImportSlot(api, "ntdll.dll", "ntopenkeyex"), nullptr);
@@ -42,7 +42,7 @@ TEST(ImportSlot, LeadsCallsElsewhereUntilItIsWrittenBack) {
     ASSERT_NE(slot, nullptr);
     const FARPROC original = *slot;
     EXPECT_TRUE(WriteImportSlot(slot, AddressOfAnother()));
-    EXPECT_EQ(GetOEMCP(), ANOTHER_CODE_PAGE);
+    EXPECT_EQ(GetOEMCP(), anotherCodePage);
     EXPECT_TRUE(WriteImportSlot(slot, original));
     EXPECT_EQ(GetOEMCP(), before);
 }

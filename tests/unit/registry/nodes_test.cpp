@@ -1,4 +1,4 @@
-// The temporary tree with keys called Wow6432Node in it, which are names like any other there.
+// Keys called Wow6432Node in the temporary tree, where this name has no special meaning.
 #include "registry/harvest.h"
 #include "registry/hiveredirection.h"
 #include "tests/support/temporaryfolder.h"
@@ -27,7 +27,7 @@ protected:
         RegKey(ownKey, HKEY_CURRENT_USER, true).DeleteSubtree(treeName);
     }
 
-    // Writes a key's name into its default value, without a look at the names on the way.
+    // Writes a key's name into its default value, and treats no name of the path specially.
     static void Write(const std::wstring& path) {
         HKEY key = nullptr;
         EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, (treePath + L"\\" + path).c_str(), 0, nullptr, 0,
@@ -66,7 +66,7 @@ TEST_F(NodesTest, AccessAndViewOfAKeyAreThoseThatWereAskedFor) {
     EXPECT_EQ(key.Access(), 0x2001FU);
 }
 
-TEST_F(NodesTest, ClearingTakesBothSidesOfEveryNode) {
+TEST_F(NodesTest, ClearingDeletesBothSidesOfEveryNode) {
     Write(L"Hive\\A\\Plain\\Wow6432Node\\Deep");
     Write(L"Hive\\A\\Wow6432Node\\Below\\Wow6432Node");
     Write(L"Hive\\Wow6432Node\\Wow6432Node\\A");
@@ -76,7 +76,7 @@ TEST_F(NodesTest, ClearingTakesBothSidesOfEveryNode) {
     EXPECT_FALSE(Has(L"Hive\\Wow6432Node"));
 }
 
-TEST_F(NodesTest, DeletingASubtreeOnceTakesAllOfItAndNothingBeside) {
+TEST_F(NodesTest, OneDeletionTakesTheWholeSubtreeAndNothingBesideIt) {
     Write(L"Tree\\Plain");
     Write(L"Tree\\Wow6432Node\\Below");
     Write(L"Wow6432Node\\Tree\\Beside");

@@ -51,7 +51,7 @@ TEST_F(RegKeyTest, AccessFollowsWritable) {
     EXPECT_EQ(RegKey(L"Software", HKEY_CURRENT_USER, false).Access(), 0x20019U);
 }
 
-TEST_F(RegKeyTest, CreateChildWorksFromTheRootAndMakesTheParents) {
+TEST_F(RegKeyTest, CreateChildStartsAtTheRootAndCreatesTheParents) {
     const RegKey parent = Opened(L"not\\there\\");
     const RegKey child = parent.CreateChild(L"child\\");
     EXPECT_NE(child.Handle(), nullptr);
@@ -59,7 +59,7 @@ TEST_F(RegKeyTest, CreateChildWorksFromTheRootAndMakesTheParents) {
     EXPECT_EQ(parent.Handle(), nullptr);
 }
 
-TEST_F(RegKeyTest, KeyMadeByCreateIfMissingHasFullAccess) {
+TEST_F(RegKeyTest, KeyOfCreateIfMissingHasFullAccess) {
     // Writing a security descriptor takes WRITE_DAC, which is no part of read and write access.
     SECURITY_DESCRIPTOR everybody{};
     ASSERT_TRUE(InitializeSecurityDescriptor(&everybody, SECURITY_DESCRIPTOR_REVISION));
@@ -83,7 +83,7 @@ TEST_F(RegKeyTest, ChildOfAPathWithATrailingBackslashHasADoubledOne) {
     EXPECT_EQ(RegKey(L"", HKEY_CURRENT_USER, false).OpenChild(L"b").Path(), L"b");
 }
 
-TEST_F(RegKeyTest, OpenChildIsReadOnlyAndMakesNothing) {
+TEST_F(RegKeyTest, OpenChildIsReadOnlyAndCreatesNothing) {
     const RegKey child = Opened(L"a").OpenChild(L"b");
     EXPECT_EQ(child.Handle(), nullptr);
     EXPECT_EQ(child.Access(), RegKey::readAccess);
@@ -99,7 +99,7 @@ TEST_F(RegKeyTest, FailedOpenLeavesAWorkingKeyUntouched) {
     EXPECT_EQ(key.EnumSubkeys().size(), 0U);
 }
 
-TEST_F(RegKeyTest, ViewFlagsAreThoseOfTheAccessAndGoWithClose) {
+TEST_F(RegKeyTest, ViewFlagsAreThoseOfTheAccessUntilClose) {
     RegKey key;
     ASSERT_EQ(key.Open(HKEY_CURRENT_USER, scratchPath, RegKey::readAccess | KEY_WOW64_64KEY), ERROR_SUCCESS);
     EXPECT_EQ(key.ViewFlags(), static_cast<std::uint32_t>(KEY_WOW64_64KEY));
@@ -254,7 +254,7 @@ protected:
     std::uint32_t type = 0;
 };
 
-TEST_F(EnumValueTest, FalseBehindTheLastValue) {
+TEST_F(EnumValueTest, FalseAfterTheLastValue) {
     scratch.SetText(L"", L"v", L"x");
     EXPECT_TRUE(Read(0));
     EXPECT_EQ(type, static_cast<std::uint32_t>(REG_SZ));
@@ -329,7 +329,7 @@ TEST_F(EmptyKeyChainTest, StopsAtTheFirstParentWithAnotherChild) {
     EXPECT_TRUE(scratch.Has(L"A\\other"));
 }
 
-TEST_F(EmptyKeyChainTest, TakesParentsWithValuesOfTheirOwn) {
+TEST_F(EmptyKeyChainTest, DeletesParentsWithValuesOfTheirOwn) {
     scratch.Make(L"stays");
     scratch.Make(L"A\\B");
     scratch.SetText(L"A", L"v", L"x");

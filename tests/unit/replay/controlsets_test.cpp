@@ -29,7 +29,7 @@ protected:
     RegistryLog log{rules};
 };
 
-TEST_F(ControlSetsTest, WhatWasDoneUnderANumberedSetCountsAsDoneUnderTheCurrentOne) {
+TEST_F(ControlSetsTest, OperationsUnderANumberedSetCountForTheCurrentOne) {
     AddValue(L"SYSTEM\\ControlSet001\\Services\\S", L"Start");
     AddValue(L"SYSTEM\\ControlSet002\\Control\\C", L"V");
     FoldControlSets(log);
@@ -39,7 +39,7 @@ TEST_F(ControlSetsTest, WhatWasDoneUnderANumberedSetCountsAsDoneUnderTheCurrentO
     EXPECT_FALSE(Has(L"SYSTEM\\ControlSet002"));
 }
 
-TEST_F(ControlSetsTest, OfTwoNumberedSetsTheSecondOnesSubkeyWinsWhole) {
+TEST_F(ControlSetsTest, OfTwoNumberedSetsTheSecondOnesSubkeyReplacesTheFirstOnes) {
     AddValue(L"SYSTEM\\CurrentControlSet\\Services\\Current", L"V");
     AddValue(L"SYSTEM\\ControlSet002\\Services\\Second", L"V");
     AddValue(L"SYSTEM\\ControlSet001\\Services\\First", L"V");
@@ -49,14 +49,14 @@ TEST_F(ControlSetsTest, OfTwoNumberedSetsTheSecondOnesSubkeyWinsWhole) {
     EXPECT_FALSE(Has(L"SYSTEM\\CurrentControlSet\\Services\\Current"));
 }
 
-TEST_F(ControlSetsTest, ANumberedSetsOwnValuesVanish) {
+TEST_F(ControlSetsTest, ANumberedSetsOwnValuesAreDropped) {
     AddValue(L"SYSTEM\\ControlSet001", L"Own");
     FoldControlSets(log);
     EXPECT_TRUE(Has(L"SYSTEM\\CurrentControlSet"));
-    EXPECT_EQ(0u, RegistryLog::CountValues(*log.FindNode(localMachineRoot, L"")));
+    EXPECT_EQ(RegistryLog::CountValues(*log.FindNode(localMachineRoot, L"")), 0u);
 }
 
-TEST_F(ControlSetsTest, WithoutNumberedSetsNoNodeIsMade) {
+TEST_F(ControlSetsTest, WithoutNumberedSetsNoNodeIsCreated) {
     AddKey(L"SYSTEM\\Setup");
     FoldControlSets(log);
     EXPECT_FALSE(Has(L"SYSTEM\\CurrentControlSet"));

@@ -20,38 +20,38 @@ protected:
     std::wstring path = L"untouched";
 };
 
-TEST_F(ReplayMappingsTest, EachTemporaryTreeStandsForItsRoot) {
+TEST_F(ReplayMappingsTest, EachTemporaryTreeIsTranslatedIntoItsRoot) {
     EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKCR\\CLSID\\{X}"));
-    EXPECT_EQ(classesRoot, root);
-    EXPECT_EQ(L"CLSID\\{X}", path);
+    EXPECT_EQ(root, classesRoot);
+    EXPECT_EQ(path, L"CLSID\\{X}");
     EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKLM\\Software\\A"));
-    EXPECT_EQ(localMachineRoot, root);
-    EXPECT_EQ(L"Software\\A", path);
+    EXPECT_EQ(root, localMachineRoot);
+    EXPECT_EQ(path, L"Software\\A");
     EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKCU\\Software\\A"));
-    EXPECT_EQ(currentUserRoot, root);
-    EXPECT_EQ(L"Software\\A", path);
+    EXPECT_EQ(root, currentUserRoot);
+    EXPECT_EQ(path, L"Software\\A");
     EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKU\\.DEFAULT\\A"));
-    EXPECT_EQ(usersRoot, root);
-    EXPECT_EQ(L".DEFAULT\\A", path);
+    EXPECT_EQ(root, usersRoot);
+    EXPECT_EQ(path, L".DEFAULT\\A");
 }
 
-TEST_F(ReplayMappingsTest, TheThirtyTwoBitViewOfTheMachineIsItsSoftware) {
+TEST_F(ReplayMappingsTest, TheThirtyTwoBitViewOfTheMachineBecomesItsSoftware) {
     EXPECT_TRUE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODE\\X"));
-    EXPECT_EQ(localMachineRoot, root);
-    EXPECT_EQ(L"Software\\X", path);
+    EXPECT_EQ(root, localMachineRoot);
+    EXPECT_EQ(path, L"Software\\X");
 }
 
-TEST_F(ReplayMappingsTest, OnlyWhatLiesBelowTheThirtyTwoBitNodeIsRenamed) {
+TEST_F(ReplayMappingsTest, OnlyKeysBelowTheThirtyTwoBitNodeAreRenamed) {
     EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODE"));
     EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODES\\X"));
-    EXPECT_EQ(noRoot, root);
-    EXPECT_EQ(L"untouched", path);
+    EXPECT_EQ(root, noRoot);
+    EXPECT_EQ(path, L"untouched");
 }
 
 TEST_F(ReplayMappingsTest, APrefixIsComparedWithLettersFolded) {
     EXPECT_TRUE(Substitute(currentUserRoot, L"SOFTWARE\\velmoro\\TESSELINK\\temporary\\hkcr\\A"));
-    EXPECT_EQ(classesRoot, root);
-    EXPECT_EQ(L"A", path);
+    EXPECT_EQ(root, classesRoot);
+    EXPECT_EQ(path, L"A");
 }
 
 TEST_F(ReplayMappingsTest, ATemporaryRootKeyItselfStaysUnderTheCurrentUser) {
@@ -60,8 +60,8 @@ TEST_F(ReplayMappingsTest, ATemporaryRootKeyItselfStaysUnderTheCurrentUser) {
         EXPECT_FALSE(Substitute(currentUserRoot, temporary + key)) << testing::PrintToString(key);
     }
     EXPECT_FALSE(Substitute(currentUserRoot, L"Software\\Velmoro\\Tesselink\\Temporary"));
-    EXPECT_EQ(noRoot, root);
-    EXPECT_EQ(L"untouched", path);
+    EXPECT_EQ(root, noRoot);
+    EXPECT_EQ(path, L"untouched");
 }
 
 TEST_F(ReplayMappingsTest, TheRootMustBeTheRowsOwn) {
@@ -71,7 +71,7 @@ TEST_F(ReplayMappingsTest, TheRootMustBeTheRowsOwn) {
 
 TEST_F(ReplayMappingsTest, NothingIsSubstitutedTwice) {
     EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKLM\\Software\\Wow6432Node\\X"));
-    EXPECT_EQ(L"Software\\Wow6432Node\\X", path);
+    EXPECT_EQ(path, L"Software\\Wow6432Node\\X");
 }
 
 TEST(SubstituteKey, TheFirstRowThatFitsWins) {
@@ -80,7 +80,7 @@ TEST(SubstituteKey, TheFirstRowThatFitsWins) {
     PredefinedRoot root = noRoot;
     std::wstring path;
     EXPECT_TRUE(SubstituteKey(mappings, usersRoot, L"A\\B\\C", root, path));
-    EXPECT_EQ(L"first\\B\\C", path);
+    EXPECT_EQ(path, L"first\\B\\C");
 }
 
 TEST(SubstituteKey, WithoutRowsNothingFits) {

@@ -50,8 +50,8 @@ std::wstring ContentsOf(HKEY parent, const std::wstring& subkey, const std::wstr
 
 } // namespace
 
-LiveKey::LiveKey(HKEY predefinedRoot, std::wstring keyPath) : root(predefinedRoot), path(std::move(keyPath)) {
-    RegDeleteTreeW(root, path.c_str());
+LiveKey::LiveKey(HKEY root, std::wstring path) : root(root), path(std::move(path)) {
+    RegDeleteTreeW(root, this->path.c_str());
 }
 
 LiveKey::~LiveKey() {
@@ -60,8 +60,9 @@ LiveKey::~LiveKey() {
 
 void LiveKey::Make(const std::wstring& subkey) const {
     HKEY key = nullptr;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(root, Path(subkey).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
-                                             nullptr, &key, nullptr));
+    EXPECT_EQ(
+        RegCreateKeyExW(root, Path(subkey).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+        ERROR_SUCCESS);
     RegCloseKey(key);
 }
 
@@ -74,11 +75,12 @@ void LiveKey::SetText(const std::wstring& subkey, const std::wstring& name, std:
 void LiveKey::SetValue(const std::wstring& subkey, const std::wstring& name, DWORD type,
                        std::string_view data) const {
     HKEY key = nullptr;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(root, Path(subkey).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
-                                             nullptr, &key, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS,
-              RegSetValueExW(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(data.data()),
-                             static_cast<DWORD>(data.size())));
+    EXPECT_EQ(
+        RegCreateKeyExW(root, Path(subkey).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+        ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExW(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                             static_cast<DWORD>(data.size())),
+              ERROR_SUCCESS);
     RegCloseKey(key);
 }
 

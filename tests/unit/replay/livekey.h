@@ -7,8 +7,8 @@
 
 namespace keyreap {
 
-// A key of the real registry that belongs to a test: not there at its start and gone at its end, with all
-// below it. Subkeys are named relative to it; the empty name is the key itself.
+// A key of the real registry for one test, which deletes it with its subtree at its start and its end.
+// Subkeys are named relative to it; the empty name is the key itself.
 class LiveKey {
 public:
     LiveKey(HKEY root, std::wstring path);
@@ -21,8 +21,8 @@ public:
     void SetValue(const std::wstring& subkey, const std::wstring& name, DWORD type,
                   std::string_view data) const;
 
-    // What the key holds, a line for each key and each value, in the system's order: "[A\B]", "name=text"
-    // (other types than REG_SZ as "name=type 4, 4 bytes"). Empty if the key isn't there.
+    // The content of the key, a line for each key and each value, in the system's order: "[A\B]", "name=text"
+    // (other types than REG_SZ as "name=type 4, 4 bytes"). Empty if the key doesn't exist.
     std::wstring Contents() const;
 
     const std::wstring& Path() const { return path; }

@@ -24,28 +24,28 @@ protected:
 TEST_F(ReadLiveValueTest, GivesTypeAndData) {
     key.SetValue(L"A", L"V", REG_DWORD, {"\x10\x20\x00\x00", 4});
     EXPECT_TRUE(Read(L"A", L"V"));
-    EXPECT_EQ(REG_DWORD, type);
-    EXPECT_EQ((std::vector<std::uint8_t>{0x10, 0x20, 0, 0}), data);
+    EXPECT_EQ(type, REG_DWORD);
+    EXPECT_EQ(data, (std::vector<std::uint8_t>{0x10, 0x20, 0, 0}));
 }
 
 TEST_F(ReadLiveValueTest, TheEmptyNameIsTheDefaultValue) {
     key.SetValue(L"A", L"", REG_BINARY, "\x01");
     EXPECT_TRUE(Read(L"A", L""));
-    EXPECT_EQ(std::vector<std::uint8_t>{1}, data);
+    EXPECT_EQ(data, std::vector<std::uint8_t>{1});
 }
 
 TEST_F(ReadLiveValueTest, AValueWithoutDataIsReadAsEmpty) {
     key.SetValue(L"A", L"V", REG_BINARY, {});
     data = {1, 2, 3};
     EXPECT_TRUE(Read(L"A", L"V"));
-    EXPECT_EQ(REG_BINARY, type);
+    EXPECT_EQ(type, REG_BINARY);
     EXPECT_TRUE(data.empty());
 }
 
-TEST_F(ReadLiveValueTest, ALargeValueComesWhole) {
+TEST_F(ReadLiveValueTest, ALargeValueIsReadCompletely) {
     key.SetValue(L"A", L"V", REG_BINARY, std::string(300000, '\x42'));
     EXPECT_TRUE(Read(L"A", L"V"));
-    EXPECT_EQ(std::vector<std::uint8_t>(300000, 0x42), data);
+    EXPECT_EQ(data, std::vector<std::uint8_t>(300000, 0x42));
 }
 
 TEST_F(ReadLiveValueTest, AMissingValueFails) {
@@ -69,17 +69,17 @@ TEST_F(ReadLiveValueTest, AKeyThatMayBeReadButNotWrittenFailsToo) {
     EXPECT_FALSE(Read(L"A", L"V"));
 }
 
-TEST_F(ReadLiveValueTest, ReadingAndWritingIsAllTheAccessThatItTakes) {
+TEST_F(ReadLiveValueTest, ReadAndWriteAccessIsEnough) {
     key.SetText(L"A", L"V", L"text");
     const testsupport::DeniedKey denied(HKEY_CURRENT_USER, key.Path(L"A").c_str(), 0x2001F);
     EXPECT_TRUE(Read(L"A", L"V"));
 }
 
 TEST(HandleOf, IsThePredefinedHandle) {
-    EXPECT_EQ(HKEY_CLASSES_ROOT, HandleOf(classesRoot));
-    EXPECT_EQ(HKEY_CURRENT_USER, HandleOf(currentUserRoot));
-    EXPECT_EQ(HKEY_LOCAL_MACHINE, HandleOf(localMachineRoot));
-    EXPECT_EQ(HKEY_USERS, HandleOf(usersRoot));
+    EXPECT_EQ(HandleOf(classesRoot), HKEY_CLASSES_ROOT);
+    EXPECT_EQ(HandleOf(currentUserRoot), HKEY_CURRENT_USER);
+    EXPECT_EQ(HandleOf(localMachineRoot), HKEY_LOCAL_MACHINE);
+    EXPECT_EQ(HandleOf(usersRoot), HKEY_USERS);
 }
 
 } // namespace

@@ -42,13 +42,13 @@ protected:
 
     LetterFoldingNameRules rules;
     NameStore store{rules, {}};
-    std::deque<Entry> made; // stay where they are
+    std::deque<Entry> made; // which never moves its elements
     NameMap<Entry> map{store};
 };
 
 TEST_F(NameMapTest, IsEmptyAtFirst) {
     EXPECT_TRUE(map.IsEmpty());
-    EXPECT_EQ(nullptr, map.Find(Hashed(L"A")));
+    EXPECT_EQ(map.Find(Hashed(L"A")), nullptr);
 }
 
 TEST_F(NameMapTest, FindsEachOfFewAndOfManyEntriesInAnyCase) {
@@ -57,12 +57,12 @@ TEST_F(NameMapTest, FindsEachOfFewAndOfManyEntriesInAnyCase) {
         for (int i = 0; i < count; ++i) {
             fresh.Add(Make(Name(i), i));
         }
-        EXPECT_EQ(static_cast<std::size_t>(count), fresh.Size());
+        EXPECT_EQ(fresh.Size(), static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
-            ASSERT_NE(nullptr, fresh.Find(Hashed(L"NAME" + std::to_wstring(i)))) << count << " " << i;
-            EXPECT_EQ(i, fresh.Find(Hashed(Name(i)))->number);
+            ASSERT_NE(fresh.Find(Hashed(L"NAME" + std::to_wstring(i))), nullptr) << count << " " << i;
+            EXPECT_EQ(fresh.Find(Hashed(Name(i)))->number, i);
         }
-        EXPECT_EQ(nullptr, fresh.Find(Hashed(Name(count))));
+        EXPECT_EQ(fresh.Find(Hashed(Name(count))), nullptr);
     }
 }
 
@@ -70,37 +70,37 @@ TEST_F(NameMapTest, TheEntryThatWasAddedIsFoundItself) {
     Entry& first = Make(L"First");
     map.Add(first);
     AddMany(1000);
-    EXPECT_EQ(&first, map.Find(Hashed(L"first")));
+    EXPECT_EQ(map.Find(Hashed(L"first")), &first);
 }
 
-TEST_F(NameMapTest, ARemovedEntryIsGoneAndTheOthersAreFoundAsBefore) {
+TEST_F(NameMapTest, ARemovedEntryIsNotFoundAndAllOtherEntriesAre) {
     AddMany(100);
     map.Remove(Hashed(L"name50"));
     map.Remove(Hashed(L"no such name"));
-    EXPECT_EQ(99U, map.Size());
+    EXPECT_EQ(map.Size(), 99U);
     for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(i != 50, map.Find(Hashed(Name(i))) != nullptr) << i;
+        EXPECT_EQ(map.Find(Hashed(Name(i))) != nullptr, i != 50) << i;
     }
     map.Add(Make(L"Another"));
-    EXPECT_EQ(nullptr, map.Find(Hashed(Name(50))));
-    EXPECT_EQ(99, map.Find(Hashed(Name(99)))->number);
-    EXPECT_NE(nullptr, map.Find(Hashed(L"another")));
+    EXPECT_EQ(map.Find(Hashed(Name(50))), nullptr);
+    EXPECT_EQ(map.Find(Hashed(Name(99)))->number, 99);
+    EXPECT_NE(map.Find(Hashed(L"another")), nullptr);
 }
 
-TEST_F(NameMapTest, AnEntryReplacesTheOneOfItsName) {
+TEST_F(NameMapTest, AnEntryReplacesTheOneOfTheSameName) {
     AddMany(20);
     map.AddOrReplace(Make(L"NAME7", 77));
     map.AddOrReplace(Make(L"New", 20));
-    EXPECT_EQ(21U, map.Size());
-    EXPECT_EQ(77, map.Find(Hashed(L"Name7"))->number);
-    EXPECT_EQ(20, map.Find(Hashed(L"New"))->number);
+    EXPECT_EQ(map.Size(), 21U);
+    EXPECT_EQ(map.Find(Hashed(L"Name7"))->number, 77);
+    EXPECT_EQ(map.Find(Hashed(L"New"))->number, 20);
 }
 
 TEST_F(NameMapTest, AWalkTakesTheEntriesInTheOrderOfTheirAddition) {
     AddMany(100);
     int expected = 0;
     for (const auto& entry : map.Entries()) {
-        EXPECT_EQ(expected++, entry->number);
+        EXPECT_EQ(entry->number, expected++);
     }
 }
 
@@ -108,12 +108,12 @@ TEST_F(NameMapTest, AClearedMapIsEmptyAndTakesEntriesAgain) {
     AddMany(20);
     map.Clear();
     EXPECT_TRUE(map.IsEmpty());
-    EXPECT_EQ(nullptr, map.Find(Hashed(Name(7))));
+    EXPECT_EQ(map.Find(Hashed(Name(7))), nullptr);
     map.Add(Make(L"Again"));
-    EXPECT_NE(nullptr, map.Find(Hashed(L"again")));
+    EXPECT_NE(map.Find(Hashed(L"again")), nullptr);
 }
 
-// Rules that hold all names equal, as the system's hold some whose folded forms differ.
+// Rules by which all names are equal, as by the system's rules some names with different folded forms are.
 class LooseNameRules : public LetterFoldingNameRules {
 public:
     bool AreEqual(std::wstring_view, std::wstring_view) const override {
@@ -128,17 +128,17 @@ TEST(NameMapRules, NamesAreComparedOnlyWhereTheWholeHashIsEqual) {
     NameStore store{rules, {}};
     std::deque<Entry> made;
     NameMap<Entry> map(store);
-    // One low half, and so one place in any search, for all of them.
+    // All hashes have the same low half, and so the same slot of the index.
     for (std::uint64_t i = 0; i < 100; ++i) {
         map.Add(made.emplace_back(Entry{L"name", i << 32 | 5, static_cast<int>(i)}));
     }
     for (std::uint64_t i = 0; i < 100; ++i) {
-        EXPECT_EQ(static_cast<int>(i), map.Find({L"name", i << 32 | 5})->number);
+        EXPECT_EQ(map.Find({L"name", i << 32 | 5})->number, static_cast<int>(i));
     }
-    EXPECT_EQ(nullptr, map.Find({L"name", 5ULL << 40 | 5}));
-    EXPECT_EQ(0, rules.comparisons);
-    EXPECT_EQ(7, map.Find({L"another", 7ULL << 32 | 5})->number);
-    EXPECT_EQ(1, rules.comparisons);
+    EXPECT_EQ(map.Find({L"name", 5ULL << 40 | 5}), nullptr);
+    EXPECT_EQ(rules.comparisons, 0);
+    EXPECT_EQ(map.Find({L"another", 7ULL << 32 | 5})->number, 7);
+    EXPECT_EQ(rules.comparisons, 1);
 }
 
 } // namespace

@@ -34,7 +34,7 @@ std::vector<std::wstring> SortedNames(const std::vector<std::wstring>& names) {
     return sorted;
 }
 
-TEST(SortPendingKeys, AKeyStandsDirectlyAheadOfItsSubkeys) {
+TEST(SortPendingKeys, AKeyComesDirectlyBeforeItsSubkeys) {
     EXPECT_THAT(SortedPaths({L"A-B", L"A B", L"A\\B", L"A", L"A!"}),
                 ElementsAre(L"A", L"A\\B", L"A B", L"A!", L"A-B"));
 }
@@ -44,11 +44,11 @@ TEST(SortPendingKeys, KeysSortWithLettersFolded) {
     EXPECT_THAT(SortedPaths({L"B", L"a"}), ElementsAre(L"a", L"B"));
 }
 
-TEST(SortPendingKeys, FoldingIsToLowerCaseSoAnUnderscoreComesAheadOfLetters) {
+TEST(SortPendingKeys, FoldingIsToLowerCaseSoAnUnderscoreComesBeforeLetters) {
     EXPECT_THAT(SortedPaths({L"AZ", L"A_"}), ElementsAre(L"A_", L"AZ"));
 }
 
-TEST(SortPendingKeys, NothingButLettersIsFolded) {
+TEST(SortPendingKeys, OnlyLettersAreFolded) {
     EXPECT_THAT(SortedPaths({L"\u00E0b", L"\u00C0c"}), ElementsAre(L"\u00C0c", L"\u00E0b"));
 }
 
@@ -62,13 +62,13 @@ TEST(SortPendingKeys, ValuesStayWithTheirKey) {
     std::vector<PendingKey> keys{{usersRoot, L"B", {{L"of B", L"text", 1}}},
                                  {usersRoot, L"A", {{L"of A", L"16", 4}}}};
     SortPendingKeys(keys);
-    EXPECT_EQ(L"of A", keys[0].values[0].name);
-    EXPECT_EQ(L"16", keys[0].values[0].text);
-    EXPECT_EQ(4u, keys[0].values[0].type);
-    EXPECT_EQ(L"of B", keys[1].values[0].name);
+    EXPECT_EQ(keys[0].values[0].name, L"of A");
+    EXPECT_EQ(keys[0].values[0].text, L"16");
+    EXPECT_EQ(keys[0].values[0].type, 4u);
+    EXPECT_EQ(keys[1].values[0].name, L"of B");
 }
 
-TEST(ComparePendingKeys, EqualPathsSortNeitherWay) {
+TEST(ComparePendingKeys, NeitherOfTwoEqualPathsComesFirst) {
     EXPECT_FALSE(ComparePendingKeys(L"A\\b", L"a\\B"));
     EXPECT_FALSE(ComparePendingKeys(L"a\\B", L"A\\b"));
 }

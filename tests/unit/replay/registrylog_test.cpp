@@ -20,7 +20,7 @@ using testing::UnorderedElementsAre;
 constexpr std::uint32_t nameNotFound = 0xC0000034;
 constexpr std::uint32_t accessDenied = 0xC0000022;
 
-// A copy of a text that stays as long as the tests.
+// A copy of a text that lives as long as the tests.
 std::wstring_view Kept(std::wstring_view text) {
     static Arena texts;
     return texts.Keep(text);
@@ -121,9 +121,9 @@ protected:
         return visitor;
     }
 
-    // A node that the test counts on: one that is missing fails it.
+    // A node that must exist: the test fails if it is missing.
     RegistryLogNode& Existing(std::wstring_view path, PredefinedRoot root = localMachineRoot) {
-        EXPECT_NE(nullptr, Node(path, root)) << testing::PrintToString(std::wstring(path));
+        EXPECT_NE(Node(path, root), nullptr) << testing::PrintToString(std::wstring(path));
         return log.GetOrAddNode(root, path);
     }
 
@@ -143,26 +143,26 @@ protected:
     RegistryLog log{rules};
 };
 
-// Which operations are kept.
+// The recorded operations.
 
 TEST_F(RegistryLogTest, AFailedOperationLeavesNoTrace) {
     Record({Open(L"A", accessDenied), SetValue(L"B", L"V", accessDenied), Create(L"C", accessDenied),
             Delete(L"D", nameNotFound), Open(L"E", nameNotFound)});
     for (const wchar_t* path : {L"A", L"B", L"C", L"D", L"E"}) {
-        EXPECT_EQ(nullptr, Node(path)) << path;
+        EXPECT_EQ(Node(path), nullptr) << path;
     }
 }
 
-TEST_F(RegistryLogTest, ACreateThatFailedForWantOfANameCountsAsACreate) {
+TEST_F(RegistryLogTest, ACreateThatFailedWithNameNotFoundCountsAsACreate) {
     Record({Create(L"A", nameNotFound)});
-    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
-    ASSERT_EQ(1U, OperationsOn(L"A").Entries().size());
-    EXPECT_EQ(nameNotFound, OperationsOn(L"A").Entries()[0].status);
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::created);
+    ASSERT_EQ(OperationsOn(L"A").Entries().size(), 1U);
+    EXPECT_EQ(OperationsOn(L"A").Entries()[0].status, nameNotFound);
 }
 
 TEST_F(RegistryLogTest, AnOperationWithoutAKeyNameIsDropped) {
     Record({SetValue(L"", L"V")});
-    EXPECT_EQ(0u, RegistryLog::CountValues(Existing(L"")));
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"")), 0u);
 }
 
 TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
@@ -171,53 +171,53 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
     operation.processId = 4711;
     Record({operation, QueryValue(L"A", L"V")});
     const auto& entries = OperationsOn(L"A", L"V").Entries();
-    ASSERT_EQ(2u, entries.size());
-    EXPECT_EQ(14u, entries[0].type);
-    EXPECT_EQ(0u, entries[0].status);
-    EXPECT_EQ(77, entries[0].initialTime);
-    EXPECT_EQ(4711u, entries[0].processId);
-    EXPECT_EQ(16u, entries[1].type);
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].type, 14u);
+    EXPECT_EQ(entries[0].status, 0u);
+    EXPECT_EQ(entries[0].initialTime, 77);
+    EXPECT_EQ(entries[0].processId, 4711u);
+    EXPECT_EQ(entries[1].type, 16u);
 }
 
 // Outcomes.
 
-TEST_F(RegistryLogTest, CreateThenDeleteComesToNothing) {
+TEST_F(RegistryLogTest, CreateThenDeleteHasNoOutcome) {
     Record({Create(L"A"), Delete(L"A")});
-    EXPECT_EQ(Outcome::none, OutcomeOf(L"A"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::none);
     EXPECT_THAT(Walk().keys, IsEmpty());
 }
 
 TEST_F(RegistryLogTest, DeletingWhatTheTargetDidNotCreateStaysADeletion) {
     Record({Open(L"A"), Delete(L"A")});
-    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::deleted);
     EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A", Outcome::deleted, 0, 0}));
 }
 
 TEST_F(RegistryLogTest, ASecondDeleteStaysADeletion) {
     Record({Delete(L"A"), Delete(L"A")});
-    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::deleted);
 }
 
-TEST_F(RegistryLogTest, ADeleteBehindACancelledPairIsADeletion) {
+TEST_F(RegistryLogTest, ADeleteAfterACancelledPairIsADeletion) {
     Record({Create(L"A"), Delete(L"A"), Delete(L"A")});
-    EXPECT_EQ(Outcome::deleted, OutcomeOf(L"A"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::deleted);
 }
 
 TEST_F(RegistryLogTest, DeleteThenCreateIsACreation) {
     Record({Delete(L"A"), Create(L"A")});
-    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::created);
 }
 
-TEST_F(RegistryLogTest, SetThenDeleteOfAValueComesToNothingYetTheValueIsCounted) {
+TEST_F(RegistryLogTest, SetThenDeleteOfAValueHasNoOutcomeButTheValueIsCounted) {
     Record({SetValue(L"A", L"V"), DeleteValue(L"A", L"V")});
-    EXPECT_EQ(Outcome::none, OutcomeOfValue(L"A", L"V"));
-    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"A")));
+    EXPECT_EQ(OutcomeOfValue(L"A", L"V"), Outcome::none);
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"A")), 1u);
     EXPECT_THAT(Walk().keys, IsEmpty());
 }
 
 TEST_F(RegistryLogTest, DeleteThenSetOfAValueIsSet) {
     Record({DeleteValue(L"A", L"V"), SetValue(L"A", L"V")});
-    EXPECT_EQ(Outcome::set, OutcomeOfValue(L"A", L"V"));
+    EXPECT_EQ(OutcomeOfValue(L"A", L"V"), Outcome::set);
 }
 
 TEST_F(RegistryLogTest, EveryOtherOperationLeavesTheOutcomeAsItIs) {
@@ -230,23 +230,23 @@ TEST_F(RegistryLogTest, EveryOtherOperationLeavesTheOutcomeAsItIs) {
     }
     operations.push_back(QueryValue(L"A", L"V"));
     Record(operations);
-    EXPECT_EQ(Outcome::created, OutcomeOf(L"A"));
-    EXPECT_EQ(Outcome::none, OutcomeOf(L"B"));
-    EXPECT_EQ(Outcome::none, OutcomeOfValue(L"A", L"V"));
+    EXPECT_EQ(OutcomeOf(L"A"), Outcome::created);
+    EXPECT_EQ(OutcomeOf(L"B"), Outcome::none);
+    EXPECT_EQ(OutcomeOfValue(L"A", L"V"), Outcome::none);
 }
 
 // Names and nodes.
 
-TEST_F(RegistryLogTest, OneKeyInTwoSpellingsIsOneNodeSpelledAsTheFirst) {
+TEST_F(RegistryLogTest, OneKeyInTwoSpellingsIsOneNodeWithTheFirstSpelling) {
     Record({Create(L"Software\\X"), Open(L"SOFTWARE\\x"), SetValue(L"software\\X", L"Val"),
             SetValue(L"Software\\X", L"VAL")});
     const RecordingVisitor visits = Walk();
     EXPECT_THAT(visits.keys, ElementsAre(KeyVisit{localMachineRoot, L"Software\\X", Outcome::created, 1, 0}));
     EXPECT_THAT(visits.values, ElementsAre(ValueVisit{L"Software\\X", L"Val", Outcome::set}));
-    EXPECT_EQ(2u, Existing(L"Software\\X").Operations().Entries().size());
+    EXPECT_EQ(Existing(L"Software\\X").Operations().Entries().size(), 2u);
 }
 
-TEST_F(RegistryLogTest, EachRootHasASlotOfItsOwnAndAnyOtherIsTheMachines) {
+TEST_F(RegistryLogTest, EachRootHasItsOwnSlotAndUnknownRootsShareTheMachines) {
     Record({KeyOperation(registryevent::createKey, L"M", 0, localMachineRoot),
             KeyOperation(registryevent::createKey, L"U", 0, currentUserRoot),
             KeyOperation(registryevent::createKey, L"C", 0, classesRoot),
@@ -272,8 +272,8 @@ TEST_F(RegistryLogTest, TheWalkTakesTheRootsInTheOrderOfTheirSlots) {
 }
 
 TEST_F(RegistryLogTest, AnEmptyPathFindsTheRootsNode) {
-    EXPECT_EQ(nullptr, Existing(L"").Parent());
-    EXPECT_EQ(L"", Existing(L"").Name().text);
+    EXPECT_EQ(Existing(L"").Parent(), nullptr);
+    EXPECT_EQ(Existing(L"").Name().text, L"");
 }
 
 TEST_F(RegistryLogTest, ATrailingBackslashAddsNothing) {
@@ -282,12 +282,12 @@ TEST_F(RegistryLogTest, ATrailingBackslashAddsNothing) {
 
 TEST_F(RegistryLogTest, TwoBackslashesMakeAComponentWithAnEmptyName) {
     const RegistryLogNode& node = log.GetOrAddNode(localMachineRoot, L"A\\\\B");
-    EXPECT_EQ(L"B", node.Name().text);
-    EXPECT_EQ(L"", node.Parent()->Name().text);
-    EXPECT_EQ(L"A", node.Parent()->Parent()->Name().text);
+    EXPECT_EQ(node.Name().text, L"B");
+    EXPECT_EQ(node.Parent()->Name().text, L"");
+    EXPECT_EQ(node.Parent()->Parent()->Name().text, L"A");
 }
 
-TEST_F(RegistryLogTest, AMissingComponentEndsASearchThatMayNotCreate) {
+TEST_F(RegistryLogTest, AMissingComponentEndsASearch) {
     Record({Create(L"A")});
     EXPECT_EQ(nullptr, Node(L"A\\B\\C"));
     EXPECT_EQ(nullptr, Node(L"A\\B"));
@@ -306,16 +306,16 @@ TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
     const auto operationsOf = [this](std::wstring_view path, PredefinedRoot root = localMachineRoot) {
         return Existing(path, root).Operations().Entries().size();
     };
-    EXPECT_EQ(2U, operationsOf(L"A"));
-    EXPECT_EQ(2U, operationsOf(L"A\\B"));
-    EXPECT_EQ(2U, operationsOf(L"A\\B\\C"));
-    EXPECT_EQ(1U, operationsOf(L"A\\B\\Cc"));
-    EXPECT_EQ(1U, operationsOf(L"A\\B\\C\\D"));
-    EXPECT_EQ(1U, operationsOf(L"A\\Bb"));
-    EXPECT_EQ(1U, operationsOf(L"A\\\\"));
-    EXPECT_EQ(1U, operationsOf(L"A\\\\B\\C"));
-    EXPECT_EQ(1U, operationsOf(L"Aa\\B"));
-    EXPECT_EQ(1U, operationsOf(L"Aa\\B", usersRoot));
+    EXPECT_EQ(operationsOf(L"A"), 2U);
+    EXPECT_EQ(operationsOf(L"A\\B"), 2U);
+    EXPECT_EQ(operationsOf(L"A\\B\\C"), 2U);
+    EXPECT_EQ(operationsOf(L"A\\B\\Cc"), 1U);
+    EXPECT_EQ(operationsOf(L"A\\B\\C\\D"), 1U);
+    EXPECT_EQ(operationsOf(L"A\\Bb"), 1U);
+    EXPECT_EQ(operationsOf(L"A\\\\"), 1U);
+    EXPECT_EQ(operationsOf(L"A\\\\B\\C"), 1U);
+    EXPECT_EQ(operationsOf(L"Aa\\B"), 1U);
+    EXPECT_EQ(operationsOf(L"Aa\\B", usersRoot), 1U);
 }
 
 TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
@@ -325,13 +325,13 @@ TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {
     RegistryLogNode& node = log.GetOrAddNode(classesRoot, path);
     log.GetOrAddValue(node, valueName);
     const std::size_t before = AllocationCount();
-    // So often that whatever is kept of each would take more than the memory that is there at first.
+    // Often enough that memory kept for each look-up would exceed what the arena has reserved.
     for (int i = 0; i < 10'000; ++i) {
-        ASSERT_EQ(&node, &log.GetOrAddNode(classesRoot, path));
-        ASSERT_EQ(&node, &log.GetOrAddNode(classesRoot, otherCase));
+        ASSERT_EQ(&log.GetOrAddNode(classesRoot, path), &node);
+        ASSERT_EQ(&log.GetOrAddNode(classesRoot, otherCase), &node);
         log.GetOrAddValue(node, valueName);
     }
-    EXPECT_EQ(before, AllocationCount());
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 // Walking.
@@ -359,12 +359,12 @@ TEST_F(RegistryLogTest, ASubkeyThatWasOnlyOpenedCountsAsAChild) {
     EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A", Outcome::created, 0, 1}));
 }
 
-TEST_F(RegistryLogTest, ValuesComeBehindTheirKeyTheDeletedOnesLast) {
+TEST_F(RegistryLogTest, ValuesComeAfterTheirKeyAndDeletedOnesLast) {
     Record({DeleteValue(L"A", L"gone"), SetValue(L"A", L"kept"), QueryValue(L"A", L"read"), Create(L"A\\B")});
     EXPECT_THAT(Walk().order, ElementsAre(L"A", L"A : kept", L"A : gone", L"A\\B"));
 }
 
-TEST_F(RegistryLogTest, EveryDeletedValueComesBehindEverySetOne) {
+TEST_F(RegistryLogTest, EveryDeletedValueComesAfterEverySetOne) {
     std::vector<RegistryOperation> operations;
     for (int i = 0; i < 50; ++i) {
         operations.push_back(SetValue(L"A", L"s" + std::to_wstring(i)));
@@ -372,9 +372,9 @@ TEST_F(RegistryLogTest, EveryDeletedValueComesBehindEverySetOne) {
     }
     Record(operations);
     const RecordingVisitor visits = Walk();
-    ASSERT_EQ(100u, visits.values.size());
+    ASSERT_EQ(visits.values.size(), 100u);
     for (std::size_t i = 0; i < 100; ++i) {
-        EXPECT_EQ(i < 50 ? Outcome::set : Outcome::deleted, visits.values[i].kind);
+        EXPECT_EQ(visits.values[i].kind, i < 50 ? Outcome::set : Outcome::deleted);
     }
 }
 
@@ -383,10 +383,10 @@ TEST_F(RegistryLogTest, KeysComeInTheOrderOfTheirFirstAppearance) {
     EXPECT_THAT(Walk().order, ElementsAre(L"C", L"C\\x", L"B\\2", L"B\\1", L"A"));
 }
 
-TEST_F(RegistryLogTest, AParentComesAheadOfItsSubkeysAndASubtreeStaysTogether) {
+TEST_F(RegistryLogTest, AParentComesBeforeItsSubkeysAndASubtreeStaysTogether) {
     Record({Create(L"A\\B\\C"), Create(L"A\\B\\D"), Create(L"A\\B"), Create(L"E")});
     const std::vector<std::wstring> order = Walk().order;
-    ASSERT_EQ(4u, order.size());
+    ASSERT_EQ(order.size(), 4u);
     const auto at = [&](std::wstring_view path) {
         return std::find(order.begin(), order.end(), path) - order.begin();
     };
@@ -406,22 +406,22 @@ TEST_F(RegistryLogTest, ThousandsOfLevelsNeedNoStack) {
         path += L"k\\";
     }
     Record({SetValue(path, L"V"), Create(path)});
-    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"k")));
-    EXPECT_EQ(1u, Walk().keys.size());
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"k")), 1u);
+    EXPECT_EQ(Walk().keys.size(), 1u);
 }
 
 // Merging and pruning.
 
-TEST_F(RegistryLogTest, MergedSubkeysReplaceThoseOfTheTargetWhole) {
+TEST_F(RegistryLogTest, MergedSubkeysReplaceWholeSubtreesOfTheTarget) {
     Record({SetValue(L"To\\Enum\\Old", L"V"), SetValue(L"To\\Enum", L"OfTarget"), Create(L"To\\Own"),
             SetValue(L"From\\ENUM\\New", L"W")});
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
     EXPECT_EQ(nullptr, Node(L"To\\Enum\\Old"));
-    EXPECT_EQ(1u, RegistryLog::CountValues(Existing(L"To\\Enum")));
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"To\\Enum")), 1u);
     EXPECT_NE(nullptr, Node(L"To\\Enum\\New"));
     EXPECT_NE(nullptr, Node(L"To\\Own"));
-    EXPECT_EQ(L"ENUM", Existing(L"To\\Enum").Name().text);
-    EXPECT_EQ(Node(L"To"), Existing(L"To\\Enum").Parent());
+    EXPECT_EQ(Existing(L"To\\Enum").Name().text, L"ENUM");
+    EXPECT_EQ(Existing(L"To\\Enum").Parent(), Node(L"To"));
 }
 
 TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
@@ -436,12 +436,12 @@ TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
     EXPECT_NE(nullptr, Node(L"To\\Own"));
     for (int i = 0; i < 100; ++i) {
         const std::wstring path = L"To\\K" + std::to_wstring(i);
-        EXPECT_NE(nullptr, Node(path + L"\\New")) << i;
-        EXPECT_EQ(&Existing(L"To"), Existing(path).Parent()) << i;
+        EXPECT_NE(Node(path + L"\\New"), nullptr) << i;
+        EXPECT_EQ(Existing(path).Parent(), &Existing(L"To")) << i;
     }
 }
 
-TEST_F(RegistryLogTest, TheSourceOfAMergeVanishesWithItsOwnValuesAndOperations) {
+TEST_F(RegistryLogTest, TheSourceOfAMergeIsRemovedWithItsOwnValuesAndOperations) {
     Record({Create(L"From"), SetValue(L"From", L"Lost"), Create(L"From\\A"), Create(L"To")});
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
     EXPECT_EQ(nullptr, Node(L"From"));
@@ -482,7 +482,7 @@ TEST_F(RegistryLogTest, AValueThatWasOnlyReadBlocksThePrune) {
     EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A\\B\\D", Outcome::created, 0, 0}));
 }
 
-TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootDoesNothingToTheRoot) {
+TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootLeavesTheRoot) {
     Record({Create(L"A")});
     log.PruneEmptyKey(localMachineRoot, L"B");
     EXPECT_NE(nullptr, Node(L"A"));
@@ -494,7 +494,7 @@ TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootDoesNothingToTheRoot) {
 TEST_F(RegistryLogTest, CountsTheValuesOfAllLevelsWhateverTheirOutcome) {
     Record({QueryValue(L"A", L"1"), SetValue(L"A\\B", L"2"), DeleteValue(L"A\\B\\C", L"3"),
             SetValue(L"A\\B\\C", L"4"), SetValue(L"Z", L"5")});
-    EXPECT_EQ(4u, RegistryLog::CountValues(Existing(L"A")));
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"A")), 4u);
 }
 
 } // namespace

@@ -11,7 +11,7 @@ class RegistryRemoverTest : public testing::Test {
 protected:
     RegistryRemoverTest() { key.SetText(L"Stays", L"V", L"keeps the test's key alive"); }
 
-    // What a walk tells of one key.
+    // The calls of a walk for one key.
     void Key(std::wstring_view subkey, std::uint32_t valueCount, std::uint32_t childCount = 0,
              Outcome state = Outcome::created) {
         path = key.Path(subkey);
@@ -28,63 +28,63 @@ protected:
     std::wstring path;
 };
 
-TEST_F(RegistryRemoverTest, ABareKeyGoesWithItsEmptyParents) {
+TEST_F(RegistryRemoverTest, AKeyWithoutValuesIsDeletedWithItsEmptyParents) {
     key.Make(L"A\\B\\C");
     Key(L"A\\B\\C", 0);
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
 TEST_F(RegistryRemoverTest, TheClimbStopsAtAParentWithAnotherSubkey) {
     key.Make(L"A\\B\\C");
     key.Make(L"A\\Other");
     Key(L"A\\B\\C", 0);
-    EXPECT_EQ(L"[]\n[A]\n[A\\Other]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\n[A\\Other]\n[Stays]\nV=keeps the test's key alive\n");
 }
 
 TEST_F(RegistryRemoverTest, TheClimbDoesNotStopAtAParentWithValues) {
     key.SetText(L"A", L"V", L"lost with its key");
     key.Make(L"A\\B");
     Key(L"A\\B", 0);
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
-TEST_F(RegistryRemoverTest, TheOutcomeOfAKeyPlaysNoPart) {
+TEST_F(RegistryRemoverTest, TheOutcomeOfAKeyDoesNotMatter) {
     key.Make(L"A");
     Key(L"A", 0, 0, Outcome::deleted);
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
 TEST_F(RegistryRemoverTest, AKeyWithSubkeysInTheLogIsLeftToThem) {
     key.Make(L"A");
     Key(L"A", 0, 1);
-    EXPECT_EQ(L"[]\n[A]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\n[Stays]\nV=keeps the test's key alive\n");
 }
 
-TEST_F(RegistryRemoverTest, ALeafKeyGoesWithItsLastValueNeighboursIncluded) {
+TEST_F(RegistryRemoverTest, ALeafKeyIsDeletedWithItsLastValueAndItsNeighbours) {
     key.SetText(L"A", L"Set", L"1");
     key.SetText(L"A", L"Neighbour", L"was there before");
     Key(L"A", 1);
     Value(L"Set");
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
-TEST_F(RegistryRemoverTest, ASetValueGoesAndANeighbourOfAKeyWithSubkeysStays) {
+TEST_F(RegistryRemoverTest, ASetValueIsDeletedAndItsNeighbourInAKeyWithSubkeysStays) {
     key.SetText(L"A", L"Set", L"1");
     key.SetText(L"A", L"Neighbour", L"2");
     key.Make(L"A\\B");
     Key(L"A", 1);
     Value(L"Set");
-    EXPECT_EQ(L"[]\n[A]\nNeighbour=2\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\nNeighbour=2\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n");
 }
 
-TEST_F(RegistryRemoverTest, TheKeyIsTriedOnlyBehindItsLastValue) {
+TEST_F(RegistryRemoverTest, TheKeyIsTriedOnlyAfterItsLastValue) {
     key.SetText(L"A", L"1", L"x");
     key.SetText(L"A", L"2", L"y");
     Key(L"A", 2);
     Value(L"1");
-    EXPECT_EQ(L"[]\n[A]\n2=y\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\n2=y\n[Stays]\nV=keeps the test's key alive\n");
     Value(L"2");
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
 TEST_F(RegistryRemoverTest, AValueThatTheTargetDeletedIsNotTouchedButCounts) {
@@ -92,19 +92,19 @@ TEST_F(RegistryRemoverTest, AValueThatTheTargetDeletedIsNotTouchedButCounts) {
     key.Make(L"A\\B");
     Key(L"A", 1);
     Value(L"Deleted", Outcome::deleted);
-    EXPECT_EQ(L"[]\n[A]\nDeleted=back again\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n",
-              key.Contents());
+    EXPECT_EQ(key.Contents(),
+              L"[]\n[A]\nDeleted=back again\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n");
     RegDeleteKeyW(HKEY_CURRENT_USER, key.Path(L"A\\B").c_str());
     Key(L"A", 1);
     Value(L"Deleted", Outcome::deleted);
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
-TEST_F(RegistryRemoverTest, WhatIsGoneAlreadyIsNoMatter) {
+TEST_F(RegistryRemoverTest, AMissingKeyOrValueIsIgnored) {
     Key(L"Gone\\Too", 1);
     Value(L"V");
     Key(L"Gone\\Too", 0);
-    EXPECT_EQ(nothingElse, key.Contents());
+    EXPECT_EQ(key.Contents(), nothingElse);
 }
 
 TEST_F(RegistryRemoverTest, AKeyThatMayNotBeOpenedKeepsItsValues) {
@@ -115,7 +115,7 @@ TEST_F(RegistryRemoverTest, AKeyThatMayNotBeOpenedKeepsItsValues) {
         Key(L"A", 1);
         Value(L"V");
     }
-    EXPECT_EQ(L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n");
 }
 
 TEST_F(RegistryRemoverTest, AKeyThatGrantsLessThanFullAccessKeepsItsValuesToo) {
@@ -126,7 +126,7 @@ TEST_F(RegistryRemoverTest, AKeyThatGrantsLessThanFullAccessKeepsItsValuesToo) {
         Key(L"A", 1);
         Value(L"V");
     }
-    EXPECT_EQ(L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n", key.Contents());
+    EXPECT_EQ(key.Contents(), L"[]\n[A]\nV=1\n[A\\B]\n[Stays]\nV=keeps the test's key alive\n");
 }
 
 } // namespace

@@ -10,16 +10,16 @@ namespace {
 TEST(SystemNameRules, FoldLettersOfEveryScript) {
     std::wstring text = L"CLSID \u00C4\u0416\u03A9 [_]\\";
     SystemNameRules().Fold(text);
-    EXPECT_EQ(L"clsid \u00E4\u0436\u03C9 [_]\\", text);
+    EXPECT_EQ(text, L"clsid \u00E4\u0436\u03C9 [_]\\");
 }
 
 TEST(SystemNameRules, FoldingAnEmptyTextIsHarmless) {
     std::wstring text;
     SystemNameRules().Fold(text);
-    EXPECT_EQ(L"", text);
+    EXPECT_EQ(text, L"");
 }
 
-TEST(SystemNameRules, NamesAreEqualWithoutRegardToCase) {
+TEST(SystemNameRules, NamesAreEqualInAnyCase) {
     const SystemNameRules rules;
     EXPECT_TRUE(rules.AreEqual(L"InprocServer32", L"INPROCSERVER32"));
     EXPECT_TRUE(rules.AreEqual(L"\u00C4rger", L"\u00E4RGER"));
@@ -27,12 +27,12 @@ TEST(SystemNameRules, NamesAreEqualWithoutRegardToCase) {
 }
 
 TEST(SystemNameRules, ComparisonEndsAtTheEndOfEachName) {
-    // The name looked up is a piece of a longer path.
+    // A look-up passes a part of a longer path.
     const std::wstring_view path = L"CLSID\\Sub";
     EXPECT_TRUE(SystemNameRules().AreEqual(path.substr(0, 5), L"clsid"));
 }
 
-TEST(SystemNameRules, NamesThatTheSystemHoldsEqualButFoldsApartAreTwoKeys) {
+TEST(SystemNameRules, EqualNamesWithDifferentFoldedFormsAreTwoKeys) {
     const SystemNameRules rules;
     RegistryLog log(rules);
     // lstrcmpiW ignores a soft hyphen; the folded forms, and so their hashes, differ.
@@ -46,10 +46,10 @@ TEST(SystemNameRules, ALookUpInAnotherCaseAllocatesNothing) {
     const SystemNameRules rules;
     RegistryLog log(rules);
     RegistryLogNode& node = log.GetOrAddNode(classesRoot, L"CLSID\\{AAAAAAAA-0000-0000}");
-    EXPECT_EQ(&node, &log.GetOrAddNode(classesRoot, L"clsid\\{aaaaaaaa-0000-0000}"));
+    EXPECT_EQ(&log.GetOrAddNode(classesRoot, L"clsid\\{aaaaaaaa-0000-0000}"), &node);
     const std::size_t before = AllocationCount();
-    EXPECT_EQ(&node, &log.GetOrAddNode(classesRoot, L"CLSid\\{AAAAaaaa-0000-0000}"));
-    EXPECT_EQ(before, AllocationCount());
+    EXPECT_EQ(&log.GetOrAddNode(classesRoot, L"CLSid\\{AAAAaaaa-0000-0000}"), &node);
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

@@ -32,10 +32,10 @@ std::wstring Classes(const std::wstring& path) {
     return Machine(L"SOFTWARE\\Classes\\" + path);
 }
 
-// The bytes of a .reg file whose lines behind the first are these.
-std::string RegFileBytes(const std::wstring& behindHeader) {
+// The bytes of a .reg file with these lines after its header line.
+std::string RegFileBytes(const std::wstring& linesAfterHeader) {
     std::string bytes = "\xFF\xFE";
-    for (const wchar_t unit : L"Windows Registry Editor Version 5.00\r\n" + behindHeader) {
+    for (const wchar_t unit : L"Windows Registry Editor Version 5.00\r\n" + linesAfterHeader) {
         bytes += static_cast<char>(unit & 0xFF);
         bytes += static_cast<char>(unit >> 8);
     }
@@ -46,8 +46,8 @@ std::wstring Fillers() {
     return std::wstring(10, L'\x5555');
 }
 
-// A trace of this process and what its replay comes to. What the target is said to have done, the test does
-// in the real registry, in keys made for it.
+// A trace of this process and the result of its replay. A test also makes the traced changes in the real
+// registry, in its own keys.
 class ReplayTraceTest : public testing::Test {
 protected:
     ReplayTraceTest() {
@@ -58,7 +58,7 @@ protected:
         trace.ByProcess(GetCurrentProcessId());
     }
 
-    // Events that tell the key's name by the way.
+    // Operations on a key with a complete name, or on a handle that is named before.
     void Created(const std::wstring& path, std::uint32_t status = 0) { trace.CreateKey(0, path, status); }
     void Opened(const std::wstring& path) { trace.OpenKey(0, path); }
     void Deleted(const std::wstring& path) { trace.DeleteKey(Named(path)); }
@@ -75,11 +75,11 @@ protected:
         return lastHandle;
     }
 
-    // Replays the trace and gives whether the file has these lines behind its first, byte by byte.
-    void ReplayWrites(const std::wstring& behindHeader) {
+    // Replays the trace and expects a file with these lines after its header line, byte by byte.
+    void ReplayWrites(const std::wstring& linesAfterHeader) {
         tracing.log = trace.Events();
         EXPECT_TRUE(ReplayTrace(tracing, request));
-        EXPECT_EQ(RegFileBytes(behindHeader), FileBytes(request.regFilePath))
+        EXPECT_EQ(FileBytes(request.regFilePath), RegFileBytes(linesAfterHeader))
             << testing::PrintToString(testsupport::Utf16Document(FileBytes(request.regFilePath)));
     }
 
@@ -94,7 +94,7 @@ protected:
     std::uint64_t lastHandle = 0xFFFFF8A000001000;
 };
 
-// What reaches the file, and what is left of the registry.
+// The content of the file, and the registry after the replay.
 
 TEST_F(ReplayTraceTest, ATraceWithoutAnyEventOfTheTargetGivesTheHeaderAlone) {
     trace.ByProcess(stranger);
@@ -104,10 +104,10 @@ TEST_F(ReplayTraceTest, ATraceWithoutAnyEventOfTheTargetGivesTheHeaderAlone) {
 
 TEST_F(ReplayTraceTest, ReadsTheLogThatTheSessionNames) {
     ReplayWrites(L"");
-    EXPECT_EQ(L"C:\\trace.etl", tracing.openedPath);
+    EXPECT_EQ(tracing.openedPath, L"C:\\trace.etl");
 }
 
-TEST_F(ReplayTraceTest, WhatTheTargetMadeIsWrittenAndTakenOutOfTheRegistry) {
+TEST_F(ReplayTraceTest, WhatTheTargetCreatedIsWrittenAndRemovedFromTheRegistry) {
     user.SetText(L"A", L"b", L"1");
     user.SetText(L"A", L"", L"default");
     user.Make(L"A\\Empty");
@@ -117,7 +117,7 @@ TEST_F(ReplayTraceTest, WhatTheTargetMadeIsWrittenAndTakenOutOfTheRegistry) {
     Created(User(L"Software\\KeyreapReplay\\A\\Empty"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n@=\"default\"\r\n\"b\"=\"1\"\r\n"
                  L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A\\Empty]\r\n");
-    EXPECT_EQ(L"", user.Contents());
+    EXPECT_EQ(user.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, EveryRootIsCapturedInTheOrderOfTheSlots) {
@@ -134,7 +134,7 @@ TEST_F(ReplayTraceTest, EveryRootIsCapturedInTheOrderOfTheSlots) {
                  L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\B]\r\n\"V\"=\"2\"\r\n"
                  L"\r\n[HKEY_CLASSES_ROOT\\KeyreapReplay.Class\\C]\r\n\"V\"=\"3\"\r\n"
                  L"\r\n[HKEY_USERS\\.DEFAULT\\Software\\KeyreapReplay\\D]\r\n\"V\"=\"4\"\r\n");
-    EXPECT_EQ(L"", machine.Contents() + user.Contents() + classes.Contents() + others.Contents());
+    EXPECT_EQ(machine.Contents() + user.Contents() + classes.Contents() + others.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, TheFinalDataIsWrittenHoweverOftenItWasSet) {
@@ -150,14 +150,14 @@ TEST_F(ReplayTraceTest, AValueSetInAKeyDeletedAfterwardsIsTheHeaderAndTheFiller)
     Deleted(User(L"Software\\KeyreapReplay\\Gone"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Gone]\r\n\"V\"=\"" + Fillers() +
                  L"\"\r\n");
-    EXPECT_EQ(L"[]\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n");
 }
 
 TEST_F(ReplayTraceTest, ADeletedLeafKeyIsAnOrdinaryKeyHeader) {
     user.SetText(L"", L"keeps", L"this key");
     Deleted(User(L"Software\\KeyreapReplay\\Gone"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Gone]\r\n");
-    EXPECT_EQ(L"[]\nkeeps=this key\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\nkeeps=this key\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithAValueSetAndDeletedAgainIsNotWritten) {
@@ -166,10 +166,10 @@ TEST_F(ReplayTraceTest, AKeyWithAValueSetAndDeletedAgainIsNotWritten) {
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
     ValueDeleted(User(L"Software\\KeyreapReplay\\A"), L"V");
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\nOwn=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nOwn=1\n");
 }
 
-TEST_F(ReplayTraceTest, ACreateThatFailedForWantOfANameCountsAndAnyOtherFailureDoesNot) {
+TEST_F(ReplayTraceTest, ACreateThatFailedWithNameNotFoundCountsAndNoOtherFailureDoes) {
     Created(User(L"Software\\KeyreapReplay\\A"), statusNameNotFound);
     Created(User(L"Software\\KeyreapReplay\\B"), statusAccessDenied);
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n");
@@ -192,9 +192,9 @@ TEST_F(ReplayTraceTest, KeysSortFoldedAndValuesByCodeUnit) {
         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\c-x]\r\n\"V\"=\"\"\r\n");
 }
 
-// What falls out, row by row.
+// Operations that are dropped.
 
-TEST_F(ReplayTraceTest, EventsOfOtherTypesFallOut) {
+TEST_F(ReplayTraceTest, EventsOfOtherTypesAreDropped) {
     for (const int type : {9, 30}) {
         trace.Registry(static_cast<std::uint8_t>(type), {.name = User(L"Software\\KeyreapReplay\\A")});
     }
@@ -202,48 +202,48 @@ TEST_F(ReplayTraceTest, EventsOfOtherTypesFallOut) {
     ReplayWrites(L"");
 }
 
-TEST_F(ReplayTraceTest, NamesOfHandlesAreNoOperations) {
+TEST_F(ReplayTraceTest, NamesOfHandlesAreNotOperations) {
     Named(User(L"Software\\KeyreapReplay\\A"));
     trace.KeyHandleDropped(lastHandle, User(L"Software\\KeyreapReplay\\A"));
     ReplayWrites(L"");
 }
 
-TEST_F(ReplayTraceTest, OperationsOfOtherProcessesFallOutAndTheirKeysStay) {
+TEST_F(ReplayTraceTest, OperationsOfOtherProcessesAreDroppedAndTheirKeysStay) {
     user.SetText(L"Ours", L"V", L"1");
     user.SetText(L"Theirs", L"V", L"2");
     Set(User(L"Software\\KeyreapReplay\\Ours"), L"V");
     trace.ByProcess(stranger);
     Set(User(L"Software\\KeyreapReplay\\Theirs"), L"V");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Ours]\r\n\"V\"=\"1\"\r\n");
-    EXPECT_EQ(L"[]\n[Theirs]\nV=2\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[Theirs]\nV=2\n");
 }
 
-TEST_F(ReplayTraceTest, FailedOperationsFallOut) {
+TEST_F(ReplayTraceTest, FailedOperationsAreDropped) {
     user.SetText(L"A", L"V", L"1");
     Set(User(L"Software\\KeyreapReplay\\A"), L"V", statusAccessDenied);
     trace.DeleteKey(Named(User(L"Software\\KeyreapReplay\\A")), L"", statusNameNotFound);
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\nV=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
-TEST_F(ReplayTraceTest, AnOperationWhoseKeyNeverGotANameFallsOut) {
+TEST_F(ReplayTraceTest, AnOperationWhoseKeyNeverGotANameIsDropped) {
     trace.SetValue(0xFFFFF8A0DEADBEE0, L"V");
     ReplayWrites(L"");
 }
 
-TEST_F(ReplayTraceTest, ARelativeNameThatWasNeverResolvedIsFiledUnderTheMachine) {
+TEST_F(ReplayTraceTest, ARelativeNameThatWasNeverResolvedIsRecordedUnderTheMachine) {
     trace.CreateKey(0xFFFFF8A0DEADBEE0, L"KeyreapReplayRelative");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\KeyreapReplayRelative]\r\n");
 }
 
-TEST_F(ReplayTraceTest, WhatWasOnlyOpenedReadOrMadeAndRemovedAgainFallsOut) {
+TEST_F(ReplayTraceTest, KeysOnlyOpenedReadOrRemovedAgainAreDropped) {
     user.SetText(L"Read", L"V", L"1");
     Opened(User(L"Software\\KeyreapReplay\\Read"));
     Queried(User(L"Software\\KeyreapReplay\\Read"), L"V");
     Created(User(L"Software\\KeyreapReplay\\Short"));
     Deleted(User(L"Software\\KeyreapReplay\\Short"));
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[Read]\nV=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[Read]\nV=1\n");
 }
 
 TEST_F(ReplayTraceTest, TheControlSetIsNoiseWithoutAValueBelowIt) {
@@ -258,7 +258,7 @@ TEST_F(ReplayTraceTest, AValueUnderANumberedControlSetIsReadWrittenAndRemovedUnd
     Set(Machine(L"SYSTEM\\ControlSet001\\Services\\KeyreapReplay"), L"ImagePath");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\KeyreapReplay]\r\n"
                  L"\"ImagePath\"=\"C:\\\\s.exe\"\r\n");
-    EXPECT_EQ(L"", service.Contents());
+    EXPECT_EQ(service.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, AValueOnlyReadBelowTheControlSetKeepsItFromBeingPruned) {
@@ -267,13 +267,13 @@ TEST_F(ReplayTraceTest, AValueOnlyReadBelowTheControlSetKeepsItFromBeingPruned) 
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\KeyreapReplay]\r\n");
 }
 
-TEST_F(ReplayTraceTest, ADeletedValueFallsOutAndDoesNotComeBack) {
+TEST_F(ReplayTraceTest, ADeletedValueIsDroppedAndNotRestored) {
     user.SetText(L"A", L"Own", L"1");
     user.Make(L"A\\Child");
     Opened(User(L"Software\\KeyreapReplay\\A"));
     ValueDeleted(User(L"Software\\KeyreapReplay\\A"), L"Old");
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\nOwn=1\n[A\\Child]\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nOwn=1\n[A\\Child]\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithSubkeysAndNoLiveValueIsImpliedByThem) {
@@ -281,7 +281,7 @@ TEST_F(ReplayTraceTest, AKeyWithSubkeysAndNoLiveValueIsImpliedByThem) {
     Created(User(L"Software\\KeyreapReplay\\A"));
     Created(User(L"Software\\KeyreapReplay\\A\\B"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A\\B]\r\n");
-    EXPECT_EQ(L"", user.Contents());
+    EXPECT_EQ(user.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, ACreatedKeyWhoseOnlyChildWasOpenedIsNeitherWrittenNorRemoved) {
@@ -289,7 +289,7 @@ TEST_F(ReplayTraceTest, ACreatedKeyWhoseOnlyChildWasOpenedIsNeitherWrittenNorRem
     Created(User(L"Software\\KeyreapReplay\\A"));
     Opened(User(L"Software\\KeyreapReplay\\A\\B"));
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithOnlyDeletedValuesIsNotWritten) {
@@ -298,24 +298,24 @@ TEST_F(ReplayTraceTest, AKeyWithOnlyDeletedValuesIsNotWritten) {
     ReplayWrites(L"");
 }
 
-// Losses.
+// Data that is lost.
 
-TEST_F(ReplayTraceTest, ANeighbourValueOfALeafKeyGoesWithTheValueThatTheTargetSet) {
+TEST_F(ReplayTraceTest, ANeighbourValueInALeafKeyIsDeletedWithTheValueThatTheTargetSet) {
     user.SetText(L"Leaf", L"Before", L"the user's");
     user.SetText(L"Leaf", L"Set", L"the target's");
     Set(User(L"Software\\KeyreapReplay\\Leaf"), L"Set");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Leaf]\r\n\"Set\"=\"the target's\"\r\n");
-    EXPECT_EQ(L"", user.Contents());
+    EXPECT_EQ(user.Contents(), L"");
 }
 
-TEST_F(ReplayTraceTest, AnOverwrittenValueGoes) {
+TEST_F(ReplayTraceTest, AnOverwrittenValueIsDeleted) {
     user.Make(L"A\\Child");
     user.SetText(L"A", L"Kept", L"the user's");
     user.SetText(L"A", L"V", L"the target's in place of the user's");
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
                  L"\"V\"=\"the target's in place of the user's\"\r\n");
-    EXPECT_EQ(L"[]\n[A]\nKept=the user's\n[A\\Child]\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nKept=the user's\n[A\\Child]\n");
 }
 
 // The two modes.
@@ -328,14 +328,14 @@ TEST_F(ReplayTraceTest, RedirectedKeysAreReadAtTheirPlaceWrittenAsMeantAndCleare
     Created(User(temporary + L"HKCR\\CLSID\\{X}"));
     tracing.log = trace.Events();
     EXPECT_TRUE(ReplayTrace(tracing, request));
-    // The subtrees' order among themselves has no meaning.
+    // The order of the two batches does not matter.
     const std::wstring machineBatch = L"\r\n[HKEY_LOCAL_MACHINE\\Software\\A]\r\n\"V\"=\"redirected\"\r\n";
     const std::wstring classesBatch = L"\r\n[HKEY_CLASSES_ROOT\\CLSID\\{X}]\r\n";
     const std::string bytes = FileBytes(request.regFilePath);
     EXPECT_TRUE(bytes == RegFileBytes(machineBatch + classesBatch) ||
                 bytes == RegFileBytes(classesBatch + machineBatch))
         << testing::PrintToString(testsupport::Utf16Document(bytes));
-    EXPECT_EQ(L"", tree.Contents());
+    EXPECT_EQ(tree.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, EachTemporaryTreeComesOutUnderItsRoot) {
@@ -357,7 +357,7 @@ TEST_F(ReplayTraceTest, WhatWentPastTheOverridesIsCapturedAndRemovedAtItsRealPla
     machine.SetText(L"Past", L"V", L"1");
     Set(Machine(L"Software\\KeyreapReplay\\Past"), L"V");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapReplay\\Past]\r\n\"V\"=\"1\"\r\n");
-    EXPECT_EQ(L"", machine.Contents());
+    EXPECT_EQ(machine.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, AValueOnATemporaryRootKeyAppearsUnderTheCurrentUser) {
@@ -399,11 +399,12 @@ class ThirtyTwoBitViewTest : public ReplayTraceTest {
 protected:
     static constexpr bool is64Bit = sizeof(void*) == 8;
 
-    // The key of the 32-bit view itself, whatever the process's own view.
+    // The key of the 32-bit view itself, for a process of either bitness.
     static OwnedRegistryKey View() {
         OwnedRegistryKey key;
-        EXPECT_EQ(ERROR_SUCCESS, CreateRegistryKey(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node",
-                                                   KEY_ALL_ACCESS | KEY_WOW64_64KEY, key));
+        EXPECT_EQ(CreateRegistryKey(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node",
+                                    KEY_ALL_ACCESS | KEY_WOW64_64KEY, key),
+                  ERROR_SUCCESS);
         return key;
     }
 
@@ -411,20 +412,20 @@ protected:
     LiveKey viewed{view.Get(), L"KeyreapReplay"};
 };
 
-TEST_F(ThirtyTwoBitViewTest, TheLiveReadLooksWithoutTheViewsName) {
+TEST_F(ThirtyTwoBitViewTest, TheLiveValueIsReadWithoutTheViewsName) {
     viewed.SetText(L"A", L"V", L"in the view");
     Set(Machine(L"SOFTWARE\\Wow6432Node\\KeyreapReplay\\A"), L"V");
-    // A 32-bit process finds that key there all the same.
+    // A 32-bit process finds that key under this name too.
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\KeyreapReplay\\A]\r\n\"V\"=\"" +
                  (is64Bit ? Fillers() : std::wstring(L"in the view")) + L"\"\r\n");
-    EXPECT_EQ(is64Bit ? L"[]\n[A]\nV=in the view\n" : L"", viewed.Contents());
+    EXPECT_EQ(viewed.Contents(), is64Bit ? L"[]\n[A]\nV=in the view\n" : L"");
 }
 
-TEST_F(ThirtyTwoBitViewTest, ItsNameInAnotherCaseIsKeptForTheReadAndWrittenAway) {
+TEST_F(ThirtyTwoBitViewTest, ItsNameInAnotherCaseIsUsedForTheReadAndNotWritten) {
     viewed.SetText(L"A", L"V", L"in the view");
     Set(Machine(L"SOFTWARE\\WOW6432NODE\\KeyreapReplay\\A"), L"V");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapReplay\\A]\r\n\"V\"=\"in the view\"\r\n");
-    EXPECT_EQ(L"", viewed.Contents());
+    EXPECT_EQ(viewed.Contents(), L"");
 }
 
 // Path pairs.
@@ -435,7 +436,7 @@ TEST_F(ReplayTraceTest, PathPairsAreEscapedStrictly) {
     user.SetText(L"A", L"W", L"\\temporary");
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
     Set(User(L"Software\\KeyreapReplay\\A"), L"W");
-    // A value's own lone leading backslash isn't escaped, so the strict pair doesn't match it.
+    // The lone leading backslash of a value isn't escaped, so the strict pair doesn't match it.
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
                  L"\"V\"=\"C:\\\\\\\\final\\\\x\"\r\n\"W\"=\"\\temporary\"\r\n");
 }
@@ -474,9 +475,9 @@ TEST_F(ReplayTraceTest, WithoutAFileNoPathPairIsFormed) {
     EXPECT_FALSE(wereFormed);
 }
 
-// A program that registers itself as a process of its own.
+// A program that registers itself in its own process.
 
-TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndTakenOutOfTheRealRegistry) {
+TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndRemovedFromTheRealRegistry) {
     constexpr std::uint64_t classesHandle = 0xFFFFF8A0000000A0;
     constexpr std::uint64_t userHandle = 0xFFFFF8A0000000B0;
     constexpr std::uint64_t classHandle = 0xFFFFF8A0000000C0;
@@ -506,8 +507,8 @@ TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndTakenOutOfTheReal
                  L"@=\"{11111111-2222-3333-4444-555555555555}\"\r\n"
                  L"\r\n[HKEY_CLASSES_ROOT\\KeyreapReplay.Class\\shell\\open\\command]\r\n"
                  L"@=\"C:\\\\acme.exe \\\"%1\\\"\"\r\n");
-    EXPECT_EQ(L"", classes.Contents());
-    EXPECT_EQ(L"[]\n[Kept]\nV=not the server's\n", user.Contents());
+    EXPECT_EQ(classes.Contents(), L"");
+    EXPECT_EQ(user.Contents(), L"[]\n[Kept]\nV=not the server's\n");
 }
 
 TEST_F(ReplayTraceTest, WithoutAServerProcessTheIdZeroIsNotWatched) {
@@ -523,7 +524,7 @@ TEST_F(ReplayTraceTest, ALogThatCannotBeOpenedGivesTheHeaderAloneAndIsASuccess) 
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
     tracing.logExists = false;
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\nV=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
 TEST_F(ReplayTraceTest, ALogThatBreaksOffGivesTheHeaderAloneAndIsASuccess) {
@@ -531,7 +532,7 @@ TEST_F(ReplayTraceTest, ALogThatBreaksOffGivesTheHeaderAloneAndIsASuccess) {
     Set(User(L"Software\\KeyreapReplay\\A"), L"V");
     tracing.processStatus = ERROR_CANCELLED;
     ReplayWrites(L"");
-    EXPECT_EQ(L"[]\n[A]\nV=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
 TEST_F(ReplayTraceTest, AFileThatCannotBeWrittenRaisesAndLeavesTheRegistryAlone) {
@@ -540,7 +541,7 @@ TEST_F(ReplayTraceTest, AFileThatCannotBeWrittenRaisesAndLeavesTheRegistryAlone)
     request.regFilePath = folder.File(L"missing\\out.reg");
     tracing.log = trace.Events();
     EXPECT_ANY_THROW(ReplayTrace(tracing, request));
-    EXPECT_EQ(L"[]\n[A]\nV=1\n", user.Contents());
+    EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
 } // namespace

@@ -60,8 +60,8 @@ PropertyDescriptor NarrowText(std::optional<std::wstring> termination = {}) {
     return Property(cim::string, qualifiers);
 }
 
-// What stands behind a property, to tell where it left the cursor.
-const PropertyDescriptor behind = Property(cim::uint8);
+// A property after the tested one: its value shows where the cursor is.
+const PropertyDescriptor next = Property(cim::uint8);
 
 // Decodes a payload that ends where its memory ends, so that a sanitizer sees a byte read too far.
 Values Decode(std::vector<PropertyDescriptor> properties, const PayloadBuilder& payload,
@@ -76,7 +76,7 @@ Values Decode(std::vector<PropertyDescriptor> properties, const PayloadBuilder& 
     return values.values;
 }
 
-// The bytes 0, 1, 2, ..., which tell their own place.
+// The bytes 0, 1, 2, ...: each is its own offset.
 PayloadBuilder Ruler(std::uint8_t size) {
     PayloadBuilder payload;
     for (std::uint8_t i = 0; i < size; ++i) {
@@ -87,14 +87,14 @@ PayloadBuilder Ruler(std::uint8_t size) {
 
 // How far a property moves the cursor over a ruler.
 std::uint64_t SizeOf(const PropertyDescriptor& property, std::uint32_t pointerSize = 8) {
-    return Decode({property, behind}, Ruler(64), pointerSize)[1].at(0).number;
+    return Decode({property, next}, Ruler(64), pointerSize)[1].at(0).number;
 }
 
 struct NumberRow {
     std::uint32_t cimType;
     std::uint64_t size;
     ValueType type;
-    std::uint64_t number; // of all bits set
+    std::uint64_t number; // if all bits are set
 };
 
 class NumberTypes : public testing::TestWithParam<NumberRow> {};
@@ -134,7 +134,7 @@ TEST(DecodeValues, OtherTypesMoveNothingAndGiveNoValue) {
     }
 }
 
-TEST(DecodeValues, ObjectMovesSixteenBytesOnlyIfItsExtensionIsGuid) {
+TEST(DecodeValues, ObjectMovesTheCursorBySixteenBytesOnlyIfItsExtensionIsGuid) {
     PropertyQualifiers qualifiers;
     EXPECT_EQ(SizeOf(Property(cim::object, qualifiers)), 0U);
     qualifiers.extension = L"gUID";
@@ -144,7 +144,7 @@ TEST(DecodeValues, ObjectMovesSixteenBytesOnlyIfItsExtensionIsGuid) {
     EXPECT_EQ(SizeOf(Property(cim::object, qualifiers)), 0U);
 }
 
-TEST(DecodeValues, ArrayOfObjectsMovesOverEachOfThem) {
+TEST(DecodeValues, ArrayOfObjectsMovesTheCursorForEachElement) {
     PropertyDescriptor guids = Array(cim::object, 2);
     guids.qualifiers.extension = L"Guid";
     EXPECT_EQ(SizeOf(guids), 32U);
@@ -166,23 +166,23 @@ TEST(DecodeValues, AnyPointerSizeBut4ReadsEightBytes) {
     }
 }
 
-TEST(DecodeValues, PointerBeatsTheCimType) {
+TEST(DecodeValues, PointerTakesPrecedenceOverTheCimType) {
     EXPECT_EQ(SizeOf(Pointer(cim::uint32), 8), 8U);
     EXPECT_EQ(Decode({Pointer(cim::uint32)}, Ruler(8), 8)[0].at(0).type, ValueType::ui8);
     EXPECT_EQ(SizeOf(Pointer(cim::string), 4), 4U);
     EXPECT_EQ(SizeOf(Pointer(cim::object), 4), 4U);
 }
 
-TEST(DecodeValues, PointerBeatsTheArray) {
+TEST(DecodeValues, PointerTakesPrecedenceOverTheArray) {
     PropertyDescriptor pointers = Array(cim::uint8, 3);
     pointers.qualifiers.pointer = true;
-    const Values values = Decode({pointers, behind}, Ruler(64), 8);
+    const Values values = Decode({pointers, next}, Ruler(64), 8);
     EXPECT_EQ(values[0].size(), 1U);
     EXPECT_EQ(values[1].at(0).number, 8U);
 }
 
 TEST(DecodeValues, ArrayHasAsManyValuesAsMaxSays) {
-    const Values values = Decode({Array(cim::uint16, 3), behind}, Ruler(64));
+    const Values values = Decode({Array(cim::uint16, 3), next}, Ruler(64));
     ASSERT_EQ(values[0].size(), 3U);
     EXPECT_EQ(values[0][0].number, 0x0100U);
     EXPECT_EQ(values[0][2].number, 0x0504U);
@@ -190,15 +190,15 @@ TEST(DecodeValues, ArrayHasAsManyValuesAsMaxSays) {
     EXPECT_EQ(values[1].at(0).number, 6U);
 }
 
-TEST(DecodeValues, ArrayWithoutReadableMaxHasNoValueAndStaysWhereItIs) {
-    const Values values = Decode({Array(cim::uint16, std::nullopt), behind}, Ruler(64));
+TEST(DecodeValues, ArrayWithoutReadableMaxHasNoValueAndMovesNothing) {
+    const Values values = Decode({Array(cim::uint16, std::nullopt), next}, Ruler(64));
     EXPECT_TRUE(values[0].empty());
     EXPECT_EQ(values[1].at(0).number, 0U);
 }
 
 TEST(DecodeValues, MaxBelowOneReadsNothing) {
     for (const std::int32_t max : {0, -1, INT32_MIN}) {
-        const Values values = Decode({Array(cim::uint16, max), behind}, Ruler(64));
+        const Values values = Decode({Array(cim::uint16, max), next}, Ruler(64));
         EXPECT_TRUE(values[0].empty()) << max;
         EXPECT_EQ(values[1].at(0).number, 0U) << max;
     }
@@ -210,8 +210,8 @@ TEST(DecodeValues, MaxWithoutTheArrayBitDoesNotCount) {
     EXPECT_EQ(Decode({Property(cim::uint16, qualifiers)}, Ruler(64))[0].size(), 1U);
 }
 
-TEST(DecodeValues, ArrayThatRunsPastTheEndKeepsWhatLiesInside) {
-    const Values values = Decode({Array(cim::uint16, 100), behind}, Ruler(5));
+TEST(DecodeValues, ArrayThatRunsPastTheEndKeepsItsCompleteElements) {
+    const Values values = Decode({Array(cim::uint16, 100), next}, Ruler(5));
     EXPECT_EQ(values[0].size(), 2U);
     EXPECT_TRUE(values[1].empty());
 }
@@ -234,9 +234,9 @@ TEST(DecodeValues, HugeArrayOfTextsThatTakeNoByteEnds) {
     }
 }
 
-TEST(DecodeValues, CursorMovesOnBehindAFieldThatIsNotWhole) {
-    // Four bytes do not hold the 64-bit number, and nothing behind it is read out of them.
-    const Values values = Decode({Property(cim::uint64), behind}, Ruler(4));
+TEST(DecodeValues, CursorMovesPastAnIncompleteField) {
+    // A 64-bit number does not fit in four bytes, and the next property must not read them.
+    const Values values = Decode({Property(cim::uint64), next}, Ruler(4));
     EXPECT_TRUE(values[0].empty());
     EXPECT_TRUE(values[1].empty());
 }
@@ -251,7 +251,7 @@ TEST(DecodeValues, EmptyPayloadGivesEachPropertyAnEmptyList) {
 TEST(DecodeValues, WideTextIsReadUpToItsNul) {
     for (const auto& termination :
          {std::optional<std::wstring>{}, std::optional<std::wstring>{L"nullTERMINATED"}}) {
-        const Values values = Decode({WideText(termination), behind}, PayloadBuilder().WideZ(L"Key").U8(7));
+        const Values values = Decode({WideText(termination), next}, PayloadBuilder().WideZ(L"Key").U8(7));
         EXPECT_EQ(values[0].at(0).type, ValueType::bstr);
         EXPECT_EQ(values[0].at(0).text, L"Key");
         EXPECT_EQ(values[1].at(0).number, 7U);
@@ -259,46 +259,46 @@ TEST(DecodeValues, WideTextIsReadUpToItsNul) {
 }
 
 TEST(DecodeValues, EmptyWideTextIsAValue) {
-    const Values values = Decode({WideText(), behind}, PayloadBuilder().WideZ(L"").U8(7));
+    const Values values = Decode({WideText(), next}, PayloadBuilder().WideZ(L"").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, WideTextWithoutNulGivesNoValueAndEndsThePayload) {
     for (const std::size_t odd : {0U, 1U}) {
-        const Values values = Decode({WideText(), behind}, PayloadBuilder().Wide(L"Key").Zeros(odd));
+        const Values values = Decode({WideText(), next}, PayloadBuilder().Wide(L"Key").Zeros(odd));
         EXPECT_TRUE(values[0].empty());
         EXPECT_TRUE(values[1].empty());
     }
 }
 
-TEST(DecodeValues, CountedWideTextHasItsCountAhead) {
-    const Values values = Decode({WideText(L"COUNTED"), behind}, PayloadBuilder().U16(3).Wide(L"KeyX").U8(7));
+TEST(DecodeValues, CountedWideTextBeginsWithItsCount) {
+    const Values values = Decode({WideText(L"COUNTED"), next}, PayloadBuilder().U16(3).Wide(L"KeyX").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'X'});
 }
 
-TEST(DecodeValues, CountedWideTextEndsAtItsNulButTheCursorGoesOverTheWholeCount) {
+TEST(DecodeValues, CountedWideTextEndsAtItsNulButTheCursorMovesByTheWholeCount) {
     const Values values =
-        Decode({WideText(L"Counted"), behind}, PayloadBuilder().U16(5).Wide(L"ab").U16(0).Wide(L"cd").U8(7));
+        Decode({WideText(L"Counted"), next}, PayloadBuilder().U16(5).Wide(L"ab").U16(0).Wide(L"cd").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"ab");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, ReverseCountedTextHasTheBytesOfItsCountSwapped) {
     const Values values =
-        Decode({WideText(L"reverseCounted"), behind}, PayloadBuilder().U8(0).U8(3).Wide(L"Key").U8(7));
+        Decode({WideText(L"reverseCounted"), next}, PayloadBuilder().U8(0).U8(3).Wide(L"Key").U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, 7U);
     const Values narrow =
-        Decode({NarrowText(L"ReverseCounted"), behind}, PayloadBuilder().U8(0).U8(3).Narrow("Key").U8(7));
+        Decode({NarrowText(L"ReverseCounted"), next}, PayloadBuilder().U8(0).U8(3).Narrow("Key").U8(7));
     EXPECT_EQ(narrow[0].at(0).text, L"Key");
     EXPECT_EQ(narrow[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, CountOfZeroIsAnEmptyText) {
     for (const PropertyDescriptor& text : {WideText(L"Counted"), NarrowText(L"Counted")}) {
-        const Values values = Decode({text, behind}, PayloadBuilder().U16(0).U8(7));
+        const Values values = Decode({text, next}, PayloadBuilder().U16(0).U8(7));
         ASSERT_EQ(values[0].size(), 1U);
         EXPECT_EQ(values[0][0].text, L"");
         EXPECT_EQ(values[1].at(0).number, 7U);
@@ -307,38 +307,37 @@ TEST(DecodeValues, CountOfZeroIsAnEmptyText) {
 
 TEST(DecodeValues, CountedTextThatRunsPastTheEndGivesNoValue) {
     for (const PropertyDescriptor& text : {WideText(L"Counted"), NarrowText(L"Counted")}) {
-        const Values values = Decode({text, behind}, PayloadBuilder().U16(9).Wide(L"Key"));
+        const Values values = Decode({text, next}, PayloadBuilder().U16(9).Wide(L"Key"));
         EXPECT_TRUE(values[0].empty());
         EXPECT_TRUE(values[1].empty());
     }
 }
 
-TEST(DecodeValues, CountedWideTextWithItsNulInsideIsWholeWhateverTheCount) {
-    const Values values = Decode({WideText(L"Counted"), behind}, PayloadBuilder().U16(0xFFFF).WideZ(L"Key"));
+TEST(DecodeValues, CountedWideTextWithItsNulInsideIsCompleteForAnyCount) {
+    const Values values = Decode({WideText(L"Counted"), next}, PayloadBuilder().U16(0xFFFF).WideZ(L"Key"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_TRUE(values[1].empty());
 }
 
-TEST(DecodeValues, CountThatIsNotWholeGivesNoValue) {
-    const Values values = Decode({WideText(L"Counted"), behind}, PayloadBuilder().U8(1));
+TEST(DecodeValues, IncompleteCountGivesNoValue) {
+    const Values values = Decode({WideText(L"Counted"), next}, PayloadBuilder().U8(1));
     EXPECT_TRUE(values[0].empty());
     EXPECT_TRUE(values[1].empty());
 }
 
 TEST(DecodeValues, NotCountedTextIsTheRestOfThePayload) {
-    const Values wide =
-        Decode({behind, WideText(L"notcounted"), behind}, PayloadBuilder().U8(1).Wide(L"Key"));
+    const Values wide = Decode({next, WideText(L"notcounted"), next}, PayloadBuilder().U8(1).Wide(L"Key"));
     EXPECT_EQ(wide[1].at(0).text, L"Key");
     EXPECT_TRUE(wide[2].empty());
     const Values narrow =
-        Decode({behind, NarrowText(L"NotCounted"), behind}, PayloadBuilder().U8(1).Narrow("Key"));
+        Decode({next, NarrowText(L"NotCounted"), next}, PayloadBuilder().U8(1).Narrow("Key"));
     EXPECT_EQ(narrow[1].at(0).text, L"Key");
     EXPECT_TRUE(narrow[2].empty());
 }
 
 TEST(DecodeValues, NotCountedWideTextEndsAtItsNulAndTheCursorAtTheEnd) {
     const Values values =
-        Decode({WideText(L"NotCounted"), behind}, PayloadBuilder().WideZ(L"Key").Wide(L"behind"));
+        Decode({WideText(L"NotCounted"), next}, PayloadBuilder().WideZ(L"Key").Wide(L"next"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_TRUE(values[1].empty());
 }
@@ -346,7 +345,7 @@ TEST(DecodeValues, NotCountedWideTextEndsAtItsNulAndTheCursorAtTheEnd) {
 TEST(DecodeValues, OtherTerminationIsACountOfZero) {
     for (const wchar_t* word : {L"Dollar", L"", L"Counted "}) {
         for (const PropertyDescriptor& text : {WideText(word), NarrowText(word)}) {
-            const Values values = Decode({text, behind}, PayloadBuilder().U8(9).Wide(L"Key"));
+            const Values values = Decode({text, next}, PayloadBuilder().U8(9).Wide(L"Key"));
             ASSERT_EQ(values[0].size(), 1U);
             EXPECT_EQ(values[0][0].text, L"");
             EXPECT_EQ(values[1].at(0).number, 9U);
@@ -354,26 +353,26 @@ TEST(DecodeValues, OtherTerminationIsACountOfZero) {
     }
 }
 
-TEST(DecodeValues, CountedNarrowTextHasSoManyBytes) {
-    const Values values = Decode({NarrowText(L"Counted"), behind}, PayloadBuilder().U16(3).Narrow("KeyX"));
+TEST(DecodeValues, CountedNarrowTextHasAsManyBytesAsItsCount) {
+    const Values values = Decode({NarrowText(L"Counted"), next}, PayloadBuilder().U16(3).Narrow("KeyX"));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'X'});
 }
 
 TEST(DecodeValues, NarrowTextUpToItsNulMovesByTwo) {
-    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().Narrow("Key").U8(0).U8(7));
+    const Values values = Decode({NarrowText(), next}, PayloadBuilder().Narrow("Key").U8(0).U8(7));
     EXPECT_EQ(values[0].at(0).text, L"Key");
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'y'});
 }
 
 TEST(DecodeValues, EmptyNarrowTextMovesByOne) {
-    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().U8(0).U8(7));
+    const Values values = Decode({NarrowText(), next}, PayloadBuilder().U8(0).U8(7));
     EXPECT_EQ(values[0].at(0).text, L"");
     EXPECT_EQ(values[1].at(0).number, 7U);
 }
 
 TEST(DecodeValues, NarrowTextWithoutNulGivesNoValueAndStillMovesByTwo) {
-    const Values values = Decode({NarrowText(), behind}, PayloadBuilder().Narrow("Key"));
+    const Values values = Decode({NarrowText(), next}, PayloadBuilder().Narrow("Key"));
     EXPECT_TRUE(values[0].empty());
     EXPECT_EQ(values[1].at(0).number, std::uint64_t{'y'});
 }
@@ -381,7 +380,7 @@ TEST(DecodeValues, NarrowTextWithoutNulGivesNoValueAndStillMovesByTwo) {
 TEST(DecodeValues, ArrayOfTextsIsReadTextByText) {
     PropertyDescriptor texts = Array(cim::string, 2);
     texts.qualifiers.format = true;
-    const Values values = Decode({texts, behind}, PayloadBuilder().WideZ(L"a").WideZ(L"bc").U8(7));
+    const Values values = Decode({texts, next}, PayloadBuilder().WideZ(L"a").WideZ(L"bc").U8(7));
     ASSERT_EQ(values[0].size(), 2U);
     EXPECT_EQ(values[0][0].text, L"a");
     EXPECT_EQ(values[0][1].text, L"bc");
@@ -402,7 +401,7 @@ TEST(DecodeValues, RegistryEventOfVersion2IsReadByItsClass) {
     EXPECT_EQ(values[4].at(0).text, L"Name");
 }
 
-TEST(FindProperty, FindsTheFirstOfTheNameWhateverItsCase) {
+TEST(FindProperty, FindsTheFirstOfTheNameInAnyCase) {
     EventSchema schema;
     for (const wchar_t* name : {L"Status", L"KEYHANDLE", L"KeyHandle"}) {
         PropertyDescriptor property;

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t cimString = 8; // by their published numbers, wbemcli.h
 constexpr std::uint32_t cimUint8 = 17;
 
-TEST(DecodeValues, NarrowTextMovesByTheBytesThatItsCharactersHaveInWideText) {
+TEST(DecodeValues, NarrowTextMovesTheCursorByItsBytesInWideText) {
     const std::wstring euro = L"\u20AC";
     const PayloadBuilder payload =
         PayloadBuilder().Narrow(WideToMultiByte(euro, CP_ACP)).U8(0).U32(0x04030201);

@@ -13,7 +13,7 @@ int liveObjects = 0;
 
 constexpr CLSID locatorClass = {0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
 
-// The counting of references, and the one interface besides IUnknown.
+// Counts references and implements QueryInterface for one interface besides IUnknown.
 template <typename Interface>
 class Counted : public Interface {
 public:
@@ -21,7 +21,7 @@ public:
     virtual ~Counted() { --liveObjects; }
 
     STDMETHODIMP QueryInterface(REFIID id, void** object) override {
-        // Every asker gets the object's only interface; what else it offers, a derived class tells first.
+        // The object has one interface; a derived class with more of them handles the others first.
         *object = nullptr;
         if (id != IID_IUnknown && !Offers(id)) {
             return E_NOINTERFACE;
@@ -48,7 +48,7 @@ private:
 
 class QualifierSet : public Counted<RefusingQualifierSet> {
 public:
-    explicit QualifierSet(FakeQualifierSet told) : description(std::move(told)) {}
+    explicit QualifierSet(FakeQualifierSet description) : description(std::move(description)) {}
 
     STDMETHODIMP Get(LPCWSTR name, LONG, VARIANT* value, LONG*) override {
         for (auto& [known, qualifier] : description.qualifiers) {
@@ -73,7 +73,7 @@ HRESULT Fetch(const FakeQualifierSet& description, IWbemQualifierSet** set) {
 
 class ClassObject : public Counted<RefusingClassObject> {
 public:
-    explicit ClassObject(FakeClass told) : description(std::move(told)) {}
+    explicit ClassObject(FakeClass description) : description(std::move(description)) {}
 
     STDMETHODIMP GetQualifierSet(IWbemQualifierSet** set) override {
         return Fetch(description.qualifiers, set);
@@ -82,8 +82,7 @@ public:
     STDMETHODIMP Get(LPCWSTR name, LONG, VARIANT* value, CIMTYPE* type, LONG*) override {
         if (std::wcscmp(name, L"__RELPATH") == 0) {
             _variant_t path(description.name.c_str());
-            return description.tellsItsPath ? VariantCopy(value, &path)
-                                            : static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+            return description.hasPath ? VariantCopy(value, &path) : static_cast<HRESULT>(WBEM_E_NOT_FOUND);
         }
         const FakeProperty* const property = Find(name);
         if (!property) {
@@ -95,7 +94,7 @@ public:
 
     STDMETHODIMP GetNames(LPCWSTR qualifier, LONG flags, VARIANT*, SAFEARRAY** names) override {
         *names = nullptr;
-        if (!description.tellsItsNames || qualifier || flags != WBEM_FLAG_LOCAL_ONLY) {
+        if (!description.hasNames || qualifier || flags != WBEM_FLAG_LOCAL_ONLY) {
             return static_cast<HRESULT>(WBEM_E_FAILED);
         }
         *names = SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(description.properties.size()));
@@ -126,8 +125,8 @@ private:
 
 class ClassEnum : public Counted<RefusingClassEnum> {
 public:
-    ClassEnum(std::vector<FakeClass> told, HRESULT statusAtEnd)
-        : classes(std::move(told)), endStatus(statusAtEnd) {}
+    ClassEnum(std::vector<FakeClass> classes, HRESULT endStatus)
+        : classes(std::move(classes)), endStatus(endStatus) {}
 
     STDMETHODIMP Next(LONG timeout, ULONG count, IWbemClassObject** objects, ULONG* returned) override {
         *returned = 0;
@@ -148,10 +147,10 @@ private:
     std::size_t next = 0;
 };
 
-// The part of the services that a proxy would have: it is asked for the proxy blanket.
+// The interface of a proxy that sets the proxy blanket.
 class Security : public Counted<IClientSecurity> {
 public:
-    explicit Security(FakeWmi& owner) : wmi(owner) {}
+    explicit Security(FakeWmi& wmi) : wmi(wmi) {}
 
     STDMETHODIMP QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**, DWORD*) override {
         return E_NOTIMPL;
@@ -176,7 +175,7 @@ private:
 
 class Services : public Counted<RefusingServices> {
 public:
-    explicit Services(FakeWmi& owner) : wmi(owner) {}
+    explicit Services(FakeWmi& wmi) : wmi(wmi) {}
 
     STDMETHODIMP QueryInterface(REFIID id, void** object) override {
         if (id == IID_IClientSecurity) {
@@ -207,7 +206,7 @@ private:
 
 class Locator : public Counted<IWbemLocator> {
 public:
-    explicit Locator(FakeWmi& owner) : wmi(owner) {}
+    explicit Locator(FakeWmi& wmi) : wmi(wmi) {}
 
     STDMETHODIMP ConnectServer(const BSTR resource, const BSTR user, const BSTR password, const BSTR locale,
                                LONG flags, const BSTR authority, IWbemContext* context,
@@ -232,7 +231,7 @@ private:
 
 class Factory : public Counted<IClassFactory> {
 public:
-    explicit Factory(FakeWmi& owner) : wmi(owner) {}
+    explicit Factory(FakeWmi& wmi) : wmi(wmi) {}
 
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) override {
         *object = nullptr;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// Event classes told in plain values, behind objects that implement WMI's own interfaces.
+// Event classes described by plain values, and objects that implement WMI's interfaces for them.
 namespace keyreap {
 
 struct FakeQualifierSet {
@@ -36,8 +36,8 @@ struct FakeClass {
     std::wstring name;
     FakeQualifierSet qualifiers;
     std::vector<FakeProperty> properties; // in the order of GetNames
-    bool tellsItsPath = true;
-    bool tellsItsNames = true;
+    bool hasPath = true;
+    bool hasNames = true;
 
     // A property with a place in the payload.
     FakeQualifierSet& AddProperty(std::wstring propertyName, CIMTYPE cimType, long wmiDataId);
@@ -47,7 +47,7 @@ struct FakeClass {
 _variant_t ArrayOf(VARTYPE elementType, std::initializer_list<long> elements);
 _variant_t ArrayOfTexts(std::initializer_list<const wchar_t*> elements);
 
-// A WMI with classes of the test's own: for its lifetime CoCreateInstance of WbemLocator leads to it.
+// A WMI with the classes of a test. As long as it lives, CoCreateInstance of WbemLocator gives its locator.
 class FakeWmi {
 public:
     FakeWmi();
@@ -55,7 +55,7 @@ public:
     FakeWmi(const FakeWmi&) = delete;
     FakeWmi& operator=(const FakeWmi&) = delete;
 
-    // Adds a class at the end of those that an enumeration below the superclass gives.
+    // Adds a class as the last one that an enumeration below the superclass gives.
     FakeClass& AddClass(const std::wstring& superclass, std::wstring name);
 
     // The class object itself, with one reference.
@@ -67,7 +67,7 @@ public:
     HRESULT createStatus = S_OK;                            // of creating the locator
     HRESULT connectStatus = S_OK;                           // of ConnectServer
     HRESULT blanketStatus = S_OK;                           // of setting the proxy blanket
-    HRESULT nextStatus = WBEM_S_FALSE;                      // with which an enumeration ends
+    HRESULT nextStatus = WBEM_S_FALSE;                      // at the end of an enumeration
     std::map<std::wstring, std::vector<FakeClass>> classes; // by superclass
     std::vector<std::wstring>
         calls; // "connect root\wmi", "blanket 10 0 4 3 0", "enumerate EventTrace 131104"

@@ -10,11 +10,11 @@ TEST(WidenNarrowText, KeepsAsciiAndNuls) {
     EXPECT_EQ(WidenNarrowText(std::string_view("a\0b", 3)), std::wstring(L"a\0b", 3));
 }
 
-TEST(WidenNarrowText, OfNothingIsNothing) {
+TEST(WidenNarrowText, OfAnEmptyTextIsEmpty) {
     EXPECT_EQ(WidenNarrowText(""), L"");
 }
 
-TEST(OpenEventClasses, GivesClassesThatDoNotKnowAnUnheardOfEvent) {
+TEST(OpenEventClasses, GivesClassesThatDoNotDescribeAnUnknownEvent) {
     EventSchema schema;
     EXPECT_EQ(OpenEventClasses()->Load(L"{00000000-0000-0000-0000-00000000BEEF}", 2, 14, schema),
               SchemaLookup::noClass);

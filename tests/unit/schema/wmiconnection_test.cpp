@@ -16,7 +16,7 @@ using Calls = std::vector<std::wstring>;
 constexpr wchar_t registryGuidText[] = L"{AE53722E-C863-11D2-8659-00C04FA321A1}";
 constexpr wchar_t otherGuid[] = L"{3D6FA8D1-FE05-11D0-9DDA-00C04FD7BA7C}";
 
-// Every WMI of these tests must be left without a reference.
+// After each test no object of the fake WMI may have a reference.
 class WmiTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(FakeWmi::LiveObjects(), 1); } // the class factory of `wmi`
@@ -36,7 +36,7 @@ protected:
         return added;
     }
 
-    // The name of the class found for an event of the registry, or nothing.
+    // The name of the class found for a registry event, or an empty text.
     std::wstring Find(std::uint16_t version, std::uint8_t type, std::wstring_view guid = registryGuidText) {
         WmiConnection connection;
         const OwnedClass found = connection.FindEventClass(guid, version, type);
@@ -54,7 +54,7 @@ using Connecting = WmiTest;
 using FindEventClass = WmiTest;
 using SchemaPath = WmiTest;
 
-TEST_F(Connecting, GoesToTheEventClassesAsItsOwnUser) {
+TEST_F(Connecting, ConnectsToTheEventClassesAsItsOwnUser) {
     { const WmiConnection connection; }
     EXPECT_EQ(wmi.calls, (Calls{L"connect root\\wmi", L"blanket 10 0 4 3 0"}));
 }
@@ -72,7 +72,7 @@ TEST_F(Connecting, FailureIsNotReportedAndNoEventHasAClass) {
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
 }
 
-TEST_F(Connecting, FailedProxyBlanketGivesTheServicesUp) {
+TEST_F(Connecting, FailedProxyBlanketReleasesTheServices) {
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     wmi.blanketStatus = E_FAIL;
@@ -89,13 +89,13 @@ TEST_F(FindEventClass, EnumeratesDeepBelowEventTraceAndThenShallowBelowTheVersio
                      L"enumerate Registry " + std::to_wstring(0x20021)}));
 }
 
-TEST_F(FindEventClass, GuidIsComparedWhateverItsCase) {
+TEST_F(FindEventClass, GuidIsComparedInAnyCase) {
     AddVersionClass(L"Registry", L"{ae53722e-c863-11d2-8659-00c04fa321a1}", 2);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
 }
 
-TEST_F(FindEventClass, ClassOfAnotherGuidIsPassedOver) {
+TEST_F(FindEventClass, ClassOfAnotherGuidIsSkipped) {
     AddVersionClass(L"Thread", otherGuid, 2);
     AddVersionClass(L"Registry", registryGuidText, 2);
     AddTypeClass(L"Thread", L"Thread_TypeGroup1", 14L);
@@ -103,7 +103,7 @@ TEST_F(FindEventClass, ClassOfAnotherGuidIsPassedOver) {
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
 }
 
-TEST_F(FindEventClass, ClassWithoutReadableGuidOrQualifiersIsPassedOver) {
+TEST_F(FindEventClass, ClassWithoutReadableGuidOrQualifiersIsSkipped) {
     wmi.AddClass(L"EventTrace", L"Bare");
     wmi.AddClass(L"EventTrace", L"Closed").qualifiers.status = E_FAIL;
     wmi.AddClass(L"EventTrace", L"Broken").qualifiers.AddUnreadable(L"Guid", E_FAIL);
@@ -115,7 +115,7 @@ TEST_F(FindEventClass, ClassWithoutReadableGuidOrQualifiersIsPassedOver) {
     EXPECT_EQ(Find(2, 14), L"Registry_TypeGroup1");
 }
 
-TEST_F(FindEventClass, ClassOfAnotherVersionIsPassedOver) {
+TEST_F(FindEventClass, ClassOfAnotherVersionIsSkipped) {
     AddVersionClass(L"Registry_V1", registryGuidText, 1);
     AddVersionClass(L"Registry_V2", registryGuidText, 2);
     AddTypeClass(L"Registry_V1", L"Old", 14L);
@@ -125,7 +125,7 @@ TEST_F(FindEventClass, ClassOfAnotherVersionIsPassedOver) {
     EXPECT_EQ(Find(3, 14), L"");
 }
 
-TEST_F(FindEventClass, ClassWithoutEventVersionServesEveryVersion) {
+TEST_F(FindEventClass, ClassWithoutEventVersionDescribesEveryVersion) {
     AddVersionClass(L"Registry", registryGuidText, std::nullopt);
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(0, 14), L"Registry_TypeGroup1");
@@ -141,7 +141,7 @@ TEST_F(FindEventClass, FirstClassInEnumerationOrderWins) {
     EXPECT_EQ(Find(2, 14), L"OfAny");
 }
 
-TEST_F(FindEventClass, EventVersionThatIsThereAndCannotBeReadIsNoMatch) {
+TEST_F(FindEventClass, UnreadableEventVersionIsNotAMatch) {
     AddVersionClass(L"Broken", registryGuidText, std::nullopt)
         .qualifiers.AddUnreadable(L"EventVersion", E_FAIL);
     AddVersionClass(L"Registry", registryGuidText, 2);
@@ -151,7 +151,7 @@ TEST_F(FindEventClass, EventVersionThatIsThereAndCannotBeReadIsNoMatch) {
 }
 
 TEST_F(FindEventClass, VersionClassWithoutPathHasNoTypes) {
-    AddVersionClass(L"Registry", registryGuidText, 2).tellsItsPath = false;
+    AddVersionClass(L"Registry", registryGuidText, 2).hasPath = false;
     AddTypeClass(L"Registry", L"Registry_TypeGroup1", 14L);
     EXPECT_EQ(Find(2, 14), L"");
 }
@@ -161,7 +161,7 @@ TEST_F(FindEventClass, VersionClassWithoutSubclassesHasNoTypes) {
     EXPECT_EQ(Find(2, 14), L"");
 }
 
-TEST_F(FindEventClass, NoClassesAtAllIsNoClass) {
+TEST_F(FindEventClass, WithoutClassesNoneIsFound) {
     EXPECT_EQ(Find(2, 14), L"");
     EXPECT_EQ(wmi.calls.size(), 3U);
 }
@@ -218,7 +218,7 @@ TEST_F(FindEventClass, EmptyArrayMatchesNothing) {
     EXPECT_EQ(Find(2, 0), L"");
 }
 
-TEST_F(FindEventClass, ElementsWithoutAPlaceInAVariantMatchNothing) {
+TEST_F(FindEventClass, ElementsTooLargeForAVariantMatchNothing) {
     _variant_t decimals;
     V_ARRAY(&decimals) = SafeArrayCreateVector(VT_DECIMAL, 0, 2);
     V_VT(&decimals) = VT_ARRAY | VT_DECIMAL;
@@ -289,7 +289,7 @@ TEST_F(FindEventClass, VersionClassesOfEveryLookUpAreKeptForTheLifeOfTheConnecti
     EXPECT_EQ(FakeWmi::LiveObjects(), before + 3);
 }
 
-// The class of registry events of version 2, as the system publishes it, in another order of names.
+// The class of registry events of version 2, as the system publishes it, but with its names in another order.
 void AddRegistryClass(FakeWmi& wmi) {
     FakeClass& version = wmi.AddClass(L"EventTrace", L"Registry");
     version.qualifiers.Add(L"Guid", registryGuidText).Add(L"EventVersion", 2L);
@@ -304,7 +304,7 @@ void AddRegistryClass(FakeWmi& wmi) {
     types.AddProperty(L"Status", CIM_UINT32, 2);
 }
 
-// Decodes by the classes and keeps the fields.
+// Decodes by the event classes and keeps the fields.
 class FieldsHandler : public TraceEventHandler {
 public:
     FieldsHandler() : TraceEventHandler(EventDecoding::schema) {}
@@ -324,19 +324,19 @@ std::size_t Enumerations(const FakeWmi& wmi) {
 TEST_F(SchemaPath, ReadsRegistryEventsLikeTheFixedLayoutInBothPointerSizes) {
     AddRegistryClass(wmi);
     for (const std::uint32_t pointerSize : {4U, 8U}) {
-        const RegistryFields told{0xFFFFFFFFE1234567, L"Name", 0xC0000034, 7, 9};
+        const RegistryFields given{0xFFFFFFFFE1234567, L"Name", 0xC0000034, 7, 9};
         FieldsHandler handler;
-        TraceBuilder(pointerSize).Registry(registryevent::setValue, told).Play(handler);
+        TraceBuilder(pointerSize).Registry(registryevent::setValue, given).Play(handler);
         ASSERT_EQ(handler.fields.size(), 1U);
-        EXPECT_EQ(handler.fields[0].keyHandle, told.keyHandle);
-        EXPECT_EQ(handler.fields[0].name, told.name);
-        EXPECT_EQ(handler.fields[0].status, told.status);
-        EXPECT_EQ(handler.fields[0].index, told.index);
-        EXPECT_EQ(handler.fields[0].initialTime, told.initialTime);
+        EXPECT_EQ(handler.fields[0].keyHandle, given.keyHandle);
+        EXPECT_EQ(handler.fields[0].name, given.name);
+        EXPECT_EQ(handler.fields[0].status, given.status);
+        EXPECT_EQ(handler.fields[0].index, given.index);
+        EXPECT_EQ(handler.fields[0].initialTime, given.initialTime);
     }
 }
 
-TEST_F(SchemaPath, TwoEventsOfOneKindMakeOneSearch) {
+TEST_F(SchemaPath, TwoEventsOfTheSameClassMakeOneSearch) {
     AddRegistryClass(wmi);
     FieldsHandler handler;
     TraceBuilder().SetValue(1, L"A").SetValue(1, L"B").Play(handler);
@@ -345,7 +345,7 @@ TEST_F(SchemaPath, TwoEventsOfOneKindMakeOneSearch) {
     EXPECT_EQ(handler.fields[1].name, L"B");
 }
 
-TEST_F(SchemaPath, TwoEventsOfAnUnknownKindMakeTwoSearches) {
+TEST_F(SchemaPath, TwoEventsWithoutClassMakeTwoSearches) {
     AddRegistryClass(wmi);
     FieldsHandler handler;
     TraceBuilder().DeleteValue(1, L"A").DeleteValue(1, L"B").Play(handler);
@@ -358,7 +358,7 @@ TEST_F(SchemaPath, TwoEventsOfAnUnknownKindMakeTwoSearches) {
 
 TEST_F(SchemaPath, UnreadableClassIsSearchedOnceAndCounted) {
     AddRegistryClass(wmi);
-    wmi.classes[L"Registry"][0].tellsItsNames = false;
+    wmi.classes[L"Registry"][0].hasNames = false;
     FieldsHandler handler;
     TraceBuilder().SetValue(1, L"A").SetValue(1, L"B").Play(handler);
     EXPECT_EQ(Enumerations(wmi), 1U);
@@ -388,7 +388,7 @@ TEST(RealWmi, InitialisesComOnItsThreadForAsLongAsItLives) {
     }).join();
 }
 
-TEST(RealWmi, KnowsNoClassForAGuidThatNobodyHas) {
+TEST(RealWmi, HasNoClassForAnUnknownGuid) {
     WmiConnection connection;
     EXPECT_FALSE(connection.FindEventClass(L"{00000000-0000-0000-0000-00000000BEEF}", 2, 14).Valid());
 }

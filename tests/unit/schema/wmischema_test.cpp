@@ -17,7 +17,7 @@ struct Loaded {
     EventSchema schema;
 };
 
-// The schema of a class, loaded over one that held something else.
+// The schema of a class, loaded into one that had other content.
 Loaded Load(const FakeClass& description) {
     const OwnedInterface<IWbemClassObject> eventClass(FakeWmi::Object(description));
     Loaded loaded;
@@ -26,14 +26,14 @@ Loaded Load(const FakeClass& description) {
     return loaded;
 }
 
-// The qualifiers that the decoder sees of a property that has this one.
+// The decoder's qualifiers of a property that has this qualifier.
 PropertyQualifiers QualifiersWith(const wchar_t* name, const _variant_t& value) {
     FakeClass description;
     description.AddProperty(L"P", CIM_UINT32, 1).Add(name, value);
     return Load(description).schema.properties.at(0).qualifiers;
 }
 
-TEST(LoadSchema, PropertiesStandInTheOrderOfTheirWmiDataId) {
+TEST(LoadSchema, PropertiesAreInTheOrderOfTheirWmiDataId) {
     FakeClass description;
     description.AddProperty(L"Third", CIM_UINT32, 3);
     description.AddProperty(L"First", CIM_STRING, 1);
@@ -57,10 +57,10 @@ TEST(LoadSchema, ClassWithoutPropertiesIsAnEmptySchema) {
     EXPECT_TRUE(loaded.schema.properties.empty());
 }
 
-TEST(LoadSchema, ClassThatTellsNoNamesFails) {
+TEST(LoadSchema, ClassWithoutReadableNamesFails) {
     FakeClass description;
     description.AddProperty(L"A", CIM_UINT8, 1);
-    description.tellsItsNames = false;
+    description.hasNames = false;
     const Loaded loaded = Load(description);
     EXPECT_FALSE(loaded.result);
     EXPECT_TRUE(loaded.schema.properties.empty());
@@ -105,7 +105,7 @@ TEST(LoadSchema, WmiDataIdOutsideTheListFails) {
     }
 }
 
-TEST(LoadSchema, PlaceThatNoPropertyTakesKeepsItsInitialValues) {
+TEST(LoadSchema, UnusedPlaceKeepsItsInitialValues) {
     FakeClass description;
     description.AddProperty(L"A", CIM_UINT8, 2);
     description.AddProperty(L"B", CIM_UINT8, 2);
@@ -140,7 +140,7 @@ TEST(LoadSchema, TerminationAndExtensionAreTexts) {
     EXPECT_EQ(QualifiersWith(L"Extension", _variant_t(L"Guid")).extension, L"Guid");
 }
 
-TEST(LoadSchema, MaxIsChangedToANumber) {
+TEST(LoadSchema, MaxIsConvertedToANumber) {
     _variant_t asInt(5L);
     V_VT(&asInt) = VT_INT;
     EXPECT_EQ(QualifiersWith(L"MAX", asInt).max, 5);
@@ -149,7 +149,7 @@ TEST(LoadSchema, MaxIsChangedToANumber) {
     EXPECT_EQ(QualifiersWith(L"MAX", _variant_t(-3L)).max, -3);
 }
 
-TEST(LoadSchema, MaxThatIsNoNumberIsUnreadable) {
+TEST(LoadSchema, MaxThatIsNotANumberIsIgnored) {
     EXPECT_FALSE(QualifiersWith(L"MAX", _variant_t(L"many")).max);
     EXPECT_FALSE(QualifiersWith(L"MAX", ArrayOf(VT_I4, {1})).max);
 }
@@ -162,7 +162,7 @@ TEST(NumberOf, ReadsEveryIntegerType) {
     }
 }
 
-TEST(NumberOf, WhatIsNoNumberOrTooLargeIsNone) {
+TEST(NumberOf, IsEmptyForWhatIsNotANumberOrTooLarge) {
     EXPECT_FALSE(NumberOf(_variant_t(L"text")));
     EXPECT_FALSE(NumberOf(_variant_t()));
     EXPECT_FALSE(NumberOf(ArrayOf(VT_I4, {1})));

@@ -14,7 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(Arena, ATextIsKeptAfterItsOriginalIsGone) {
+TEST(Arena, ATextOutlivesItsOriginal) {
     Arena arena;
     std::vector<std::wstring_view> kept;
     for (int i = 0; i < 10'000; ++i) {
@@ -32,7 +32,7 @@ TEST(Arena, NulsInsideATextBelongToIt) {
     EXPECT_EQ(arena.Keep(withNul), withNul);
 }
 
-TEST(Arena, WhatIsMadeStaysAtItsAddress) {
+TEST(Arena, ObjectsStayAtTheirAddress) {
     Arena arena;
     std::vector<const int*> made;
     for (int i = 0; i < 100'000; ++i) {
@@ -43,7 +43,7 @@ TEST(Arena, WhatIsMadeStaysAtItsAddress) {
     }
 }
 
-TEST(Arena, ThingsOfAnySizeLieAsTheyMust) {
+TEST(Arena, ObjectsOfAnySizeAreAligned) {
     Arena arena;
     for (int i = 0; i < 100; ++i) {
         arena.Make<char>('a');
@@ -75,7 +75,7 @@ TEST_F(ArenaListTest, HoldsWhatWasAddedInItsOrder) {
     EXPECT_EQ(list[999], 999);
 }
 
-TEST_F(ArenaListTest, AThingOfItsOwnCanBeAddedWhileItGrows) {
+TEST_F(ArenaListTest, AnElementOfTheListCanBeAddedWhileItGrows) {
     list.Add(7, arena);
     for (int i = 0; i < 100; ++i) {
         list.Add(list[0], arena);
@@ -83,7 +83,7 @@ TEST_F(ArenaListTest, AThingOfItsOwnCanBeAddedWhileItGrows) {
     EXPECT_THAT(list, testing::Each(7));
 }
 
-TEST_F(ArenaListTest, TheLastOneCanBeRemovedAndAllOfThem) {
+TEST_F(ArenaListTest, TheLastElementOrAllElementsCanBeRemoved) {
     list.Add(1, arena);
     list.Add(2, arena);
     list.RemoveLast();
@@ -94,7 +94,7 @@ TEST_F(ArenaListTest, TheLastOneCanBeRemovedAndAllOfThem) {
     EXPECT_THAT(list, ElementsAre(3));
 }
 
-TEST_F(ArenaListTest, FillingLeavesNothingOfWhatWasThere) {
+TEST_F(ArenaListTest, FillingReplacesAllElements) {
     list.Add(1, arena);
     list.Fill(3, 9, arena);
     EXPECT_THAT(list, ElementsAre(9, 9, 9));

@@ -19,7 +19,7 @@ TEST(HostEventTracing, IsOneObject) {
     EXPECT_EQ(&HostEventTracing(), &HostEventTracing());
 }
 
-// The system's own entry points are asked for what fails on every host.
+// These calls fail on every host.
 TEST(SystemEventTracing, PassesTheSystemsFailuresOn) {
     SystemEventTracing system;
     EVENT_TRACE_LOGFILEW log{};

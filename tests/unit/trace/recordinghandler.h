@@ -15,7 +15,7 @@ public:
     struct Decoded {
         std::uint8_t type = 0;
         std::uint32_t pointerSize = 0;
-        std::optional<std::vector<std::vector<EventValue>>> values; // none with the fixed layouts
+        std::optional<std::vector<std::vector<EventValue>>> values; // empty with fixed layouts
     };
 
     using TraceEventHandler::Decoding;

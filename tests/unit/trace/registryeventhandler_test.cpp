@@ -59,7 +59,7 @@ TEST_F(RegistryEventHandlerTest, AcceptsRegistryEventsAndTheLogHeaderAndNothingE
     EXPECT_FALSE(handler.Accepts(EventOf(ThreadGuid, 10)));
 }
 
-// Whose events, and which.
+// The accepted processes and events.
 
 TEST_F(RegistryEventHandlerTest, OnlyWatchedProcessesCount) {
     handler.AddWatchedProcess(server);
@@ -70,8 +70,8 @@ TEST_F(RegistryEventHandlerTest, OnlyWatchedProcessesCount) {
     trace.ByProcess(ours).CreateKey(0, acmeKernelPath);
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(server, handler.Operations()[0].processId);
-    EXPECT_EQ(ours, handler.Operations()[1].processId);
+    EXPECT_EQ(handler.Operations()[0].processId, server);
+    EXPECT_EQ(handler.Operations()[1].processId, ours);
 }
 
 TEST_F(RegistryEventHandlerTest, WithNoProcessWatchedEveryOneCounts) {
@@ -88,32 +88,32 @@ TEST_F(RegistryEventHandlerTest, TypesBelow10AndAbove29AreIgnored) {
     EXPECT_THAT(Play(trace), IsEmpty());
 }
 
-TEST_F(RegistryEventHandlerTest, EveryTypeFrom10To29ButTheNamesOfHandlesIsAnOperation) {
+TEST_F(RegistryEventHandlerTest, EveryTypeFrom10To29ExceptNamesOfHandlesIsAnOperation) {
     TraceBuilder trace = OurTrace();
     for (std::uint8_t type = 10; type <= 29; ++type) {
         trace.Registry(type, {.keyHandle = 0, .name = acmeKernelPath});
     }
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(16));
-    EXPECT_EQ(10u, handler.Operations().front().type);
-    EXPECT_EQ(21u, handler.Operations()[11].type);
-    EXPECT_EQ(26u, handler.Operations()[12].type);
-    EXPECT_EQ(29u, handler.Operations().back().type);
+    EXPECT_EQ(handler.Operations().front().type, 10u);
+    EXPECT_EQ(handler.Operations()[11].type, 21u);
+    EXPECT_EQ(handler.Operations()[12].type, 26u);
+    EXPECT_EQ(handler.Operations().back().type, 29u);
 }
 
-TEST_F(RegistryEventHandlerTest, TheNameIsAValuesForTypes14To16AndAKeysForAllOthers) {
+TEST_F(RegistryEventHandlerTest, TheNameIsAValuesForTypes14To16AndAKeysForAllOtherTypes) {
     TraceBuilder trace = OurTrace();
     for (std::uint8_t type = 10; type <= 29; ++type) {
         trace.Registry(type, {.name = L"Name"});
     }
     for (const RegistryOperation& operation : Play(trace)) {
         const bool concernsValue = operation.type >= 14 && operation.type <= 16;
-        EXPECT_EQ(concernsValue ? L"Name" : L"", operation.valueName) << operation.type;
-        EXPECT_EQ(concernsValue ? L"" : L"Name", operation.keyPath) << operation.type;
+        EXPECT_EQ(operation.valueName, concernsValue ? L"Name" : L"") << operation.type;
+        EXPECT_EQ(operation.keyPath, concernsValue ? L"" : L"Name") << operation.type;
     }
 }
 
-TEST_F(RegistryEventHandlerTest, AnOperationKeepsWhatItsEventSays) {
+TEST_F(RegistryEventHandlerTest, AnOperationKeepsTheFieldsOfItsEvent) {
     TraceBuilder trace = OurTrace();
     trace.Registry(registryevent::openKey, {.keyHandle = handle,
                                             .name = L"Relative",
@@ -121,12 +121,12 @@ TEST_F(RegistryEventHandlerTest, AnOperationKeepsWhatItsEventSays) {
                                             .index = 5,
                                             .initialTime = 123456789012});
     const RegistryOperation operation = PlayOne(trace);
-    EXPECT_EQ(registryevent::openKey, operation.type);
-    EXPECT_EQ(0xC0000022u, operation.status);
-    EXPECT_EQ(5u, operation.index);
-    EXPECT_EQ(123456789012, operation.initialTime);
-    EXPECT_EQ(ours, operation.processId);
-    EXPECT_EQ(handle, operation.keyHandle);
+    EXPECT_EQ(operation.type, registryevent::openKey);
+    EXPECT_EQ(operation.status, 0xC0000022u);
+    EXPECT_EQ(operation.index, 5u);
+    EXPECT_EQ(operation.initialTime, 123456789012);
+    EXPECT_EQ(operation.processId, ours);
+    EXPECT_EQ(operation.keyHandle, handle);
 }
 
 TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties) {
@@ -140,32 +140,32 @@ TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties
     event.processId = ours;
     handler.OnDecodedEvent(event, &values);
     ASSERT_THAT(handler.Operations(), SizeIs(1));
-    EXPECT_EQ(L"SOFTWARE\\Acme", handler.Operations()[0].keyPath);
-    EXPECT_EQ(7u, handler.Operations()[0].status);
-    EXPECT_EQ(0xFFFFFFFFu, handler.Operations()[0].index);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme");
+    EXPECT_EQ(handler.Operations()[0].status, 7u);
+    EXPECT_EQ(handler.Operations()[0].index, 0xFFFFFFFFu);
 }
 
 // Names.
 
 TEST_F(RegistryEventHandlerTest, ACompleteNameIsNormalisedAtOnce) {
     const RegistryOperation operation = PlayOne(OurTrace().CreateKey(0, acmeKernelPath));
-    EXPECT_EQ(localMachineRoot, operation.root);
-    EXPECT_EQ(L"SOFTWARE\\Acme", operation.keyPath);
+    EXPECT_EQ(operation.root, localMachineRoot);
+    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme");
 }
 
-TEST_F(RegistryEventHandlerTest, ARelativeNameGoesBehindTheNameOfItsHandle) {
+TEST_F(RegistryEventHandlerTest, ARelativeNameIsAppendedToTheNameOfItsHandle) {
     const RegistryOperation operation =
         PlayOne(OurTrace().KeyHandleNamed(handle, acmeKernelPath).CreateKey(handle, L"Sub\\Key"));
-    EXPECT_EQ(localMachineRoot, operation.root);
-    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub\\Key", operation.keyPath);
-    EXPECT_EQ(0u, operation.keyHandle);
+    EXPECT_EQ(operation.root, localMachineRoot);
+    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme\\Sub\\Key");
+    EXPECT_EQ(operation.keyHandle, 0u);
 }
 
 TEST_F(RegistryEventHandlerTest, AValuesKeyIsItsHandlesNameWithATrailingBackslash) {
     const RegistryOperation operation =
         PlayOne(OurTrace().KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"Version"));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", operation.keyPath);
-    EXPECT_EQ(L"Version", operation.valueName);
+    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme\\");
+    EXPECT_EQ(operation.valueName, L"Version");
 }
 
 TEST_F(RegistryEventHandlerTest, NamesOfHandlesAreTakenFromAnyProcess) {
@@ -176,8 +176,8 @@ TEST_F(RegistryEventHandlerTest, NamesOfHandlesAreTakenFromAnyProcess) {
     trace.ByProcess(ours).SetValue(handle, L"A").SetValue(handle + 1, L"B");
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
-    EXPECT_EQ(L"SYSTEM\\", handler.Operations()[1].keyPath);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
+    EXPECT_EQ(handler.Operations()[1].keyPath, L"SYSTEM\\");
 }
 
 TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
@@ -187,7 +187,7 @@ TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
         trace.Registry(type, {.keyHandle = handle, .name = acmeKernelPath}).SetValue(handle, L"V");
         trace.Play(fresh);
         ASSERT_THAT(fresh.Operations(), SizeIs(1)) << int{type};
-        EXPECT_EQ(L"SOFTWARE\\Acme\\", fresh.Operations()[0].keyPath) << int{type};
+        EXPECT_EQ(fresh.Operations()[0].keyPath, L"SOFTWARE\\Acme\\") << int{type};
     }
 }
 
@@ -195,20 +195,20 @@ TEST_F(RegistryEventHandlerTest, TheEndOfAHandleDoesNotForgetItsName) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).KeyHandleDropped(handle, acmeKernelPath);
     trace.SetValue(handle, L"V");
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", PlayOne(trace).keyPath);
+    EXPECT_EQ(PlayOne(trace).keyPath, L"SOFTWARE\\Acme\\");
 }
 
-TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleWinsAndEarlierRecordsKeepTheirs) {
+TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleCountsAndEarlierOperationsKeepTheirs) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V");
     trace.KeyHandleNamed(handle, L"\\REGISTRY\\MACHINE\\SYSTEM").SetValue(handle, L"V");
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
-    EXPECT_EQ(L"SYSTEM\\", handler.Operations()[1].keyPath);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
+    EXPECT_EQ(handler.Operations()[1].keyPath, L"SYSTEM\\");
 }
 
-TEST_F(RegistryEventHandlerTest, RecordsThatNameNothingButOneHandleShareOnePath) {
+TEST_F(RegistryEventHandlerTest, OperationsThatNameOnlyTheSameHandleShareOnePath) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V").SetValue(handle, L"W");
     Play(trace);
@@ -218,14 +218,14 @@ TEST_F(RegistryEventHandlerTest, RecordsThatNameNothingButOneHandleShareOnePath)
     EXPECT_EQ(first.data(), second.data());
 }
 
-TEST_F(RegistryEventHandlerTest, AHandleNamedByNoKernelPathGivesNoRoot) {
+TEST_F(RegistryEventHandlerTest, AHandleWhoseNameIsNotAKernelPathGivesNoRoot) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, L"Odd").SetValue(handle, L"V").SetValue(handle, L"W");
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
     for (const RegistryOperation& operation : handler.Operations()) {
-        EXPECT_EQ(noRoot, operation.root);
-        EXPECT_EQ(L"Odd\\", operation.keyPath);
+        EXPECT_EQ(operation.root, noRoot);
+        EXPECT_EQ(operation.keyPath, L"Odd\\");
     }
 }
 
@@ -233,22 +233,22 @@ TEST_F(RegistryEventHandlerTest, AnEmptyNameOfAHandleReplacesTheOneBefore) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).KeyHandleNamed(handle, L"").SetValue(handle, L"V");
     const RegistryOperation operation = PlayOne(trace);
-    EXPECT_EQ(L"", operation.keyPath);
-    EXPECT_EQ(handle, operation.keyHandle);
+    EXPECT_EQ(operation.keyPath, L"");
+    EXPECT_EQ(operation.keyHandle, handle);
 }
 
-TEST_F(RegistryEventHandlerTest, AnUnknownHandleLeavesItsRecordUnresolved) {
+TEST_F(RegistryEventHandlerTest, AnUnknownHandleLeavesItsOperationUnresolved) {
     const RegistryOperation operation = PlayOne(OurTrace().CreateKey(handle, L"Relative"));
-    EXPECT_EQ(noRoot, operation.root);
-    EXPECT_EQ(L"Relative", operation.keyPath);
-    EXPECT_EQ(handle, operation.keyHandle);
+    EXPECT_EQ(operation.root, noRoot);
+    EXPECT_EQ(operation.keyPath, L"Relative");
+    EXPECT_EQ(operation.keyHandle, handle);
 }
 
 TEST_F(RegistryEventHandlerTest, ACompleteNameWithAnUnknownHandleKeepsItsRoot) {
     const RegistryOperation operation = PlayOne(OurTrace().OpenKey(handle, acmeKernelPath));
-    EXPECT_EQ(localMachineRoot, operation.root);
-    EXPECT_EQ(L"SOFTWARE\\Acme", operation.keyPath);
-    EXPECT_EQ(handle, operation.keyHandle);
+    EXPECT_EQ(operation.root, localMachineRoot);
+    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme");
+    EXPECT_EQ(operation.keyHandle, handle);
 }
 
 TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
@@ -256,10 +256,10 @@ TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
     trace.OpenBefore(handle, acmeKernelPath).SetValue(handle, L"V").CreateKey(handle, L"Sub");
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(localMachineRoot, handler.Operations()[0].root);
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
-    EXPECT_EQ(0u, handler.Operations()[0].keyHandle);
-    EXPECT_EQ(L"SOFTWARE\\Acme\\Sub", handler.Operations()[1].keyPath);
+    EXPECT_EQ(handler.Operations()[0].root, localMachineRoot);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
+    EXPECT_EQ(handler.Operations()[0].keyHandle, 0u);
+    EXPECT_EQ(handler.Operations()[1].keyPath, L"SOFTWARE\\Acme\\Sub");
 }
 
 TEST_F(RegistryEventHandlerTest, TheEndOfTheLogForgetsAllNames) {
@@ -267,22 +267,22 @@ TEST_F(RegistryEventHandlerTest, TheEndOfTheLogForgetsAllNames) {
     trace.KeyHandleNamed(handle, acmeKernelPath).Play(handler);
     OurTrace().SetValue(handle, L"V").Play(handler);
     ASSERT_THAT(handler.Operations(), SizeIs(1));
-    EXPECT_EQ(L"", handler.Operations()[0].keyPath);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"");
 }
 
-TEST_F(RegistryEventHandlerTest, AHandleIsNamedAheadOfACompleteNameToo) {
-    // The handle counts whatever the name looks like.
+TEST_F(RegistryEventHandlerTest, TheNameOfAHandleIsPutBeforeACompleteNameToo) {
+    // The handle counts, even if the name is complete.
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).OpenKey(handle, L"\\REGISTRY\\USER\\.DEFAULT");
-    EXPECT_EQ(L"SOFTWARE\\Acme\\\\REGISTRY\\USER\\.DEFAULT", PlayOne(trace).keyPath);
+    EXPECT_EQ(PlayOne(trace).keyPath, L"SOFTWARE\\Acme\\\\REGISTRY\\USER\\.DEFAULT");
 }
 
-TEST_F(RegistryEventHandlerTest, AHandlesNameThatIsNoKernelPathIsAppliedAllTheSame) {
+TEST_F(RegistryEventHandlerTest, AHandlesNameThatIsNotAKernelPathIsAppliedToo) {
     const RegistryOperation operation =
         PlayOne(OurTrace().KeyHandleNamed(handle, L"Odd").CreateKey(handle, L"Sub"));
-    EXPECT_EQ(noRoot, operation.root);
-    EXPECT_EQ(L"Odd\\Sub", operation.keyPath);
-    EXPECT_EQ(0u, operation.keyHandle);
+    EXPECT_EQ(operation.root, noRoot);
+    EXPECT_EQ(operation.keyPath, L"Odd\\Sub");
+    EXPECT_EQ(operation.keyHandle, 0u);
 }
 
 TEST_F(RegistryEventHandlerTest, WithoutClassesAsRootClassesStayWhereTheyAre) {
@@ -292,10 +292,10 @@ TEST_F(RegistryEventHandlerTest, WithoutClassesAsRootClassesStayWhereTheyAre) {
         .CreateKey(0, L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\.acme")
         .Play(plain);
     ASSERT_THAT(plain.Operations(), SizeIs(2));
-    EXPECT_EQ(localMachineRoot, plain.Operations()[0].root);
-    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.Operations()[0].keyPath);
-    EXPECT_EQ(currentUserRoot, plain.Operations()[1].root);
-    EXPECT_EQ(L"SOFTWARE\\Classes\\.acme", plain.Operations()[1].keyPath);
+    EXPECT_EQ(plain.Operations()[0].root, localMachineRoot);
+    EXPECT_EQ(plain.Operations()[0].keyPath, L"SOFTWARE\\Classes\\.acme");
+    EXPECT_EQ(plain.Operations()[1].root, currentUserRoot);
+    EXPECT_EQ(plain.Operations()[1].keyPath, L"SOFTWARE\\Classes\\.acme");
 }
 
 TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedValue) {
@@ -304,26 +304,26 @@ TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedVal
     trace.SetValue(0x8A123454, L"W");
     Play(trace);
     ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(L"SOFTWARE\\Acme\\", handler.Operations()[0].keyPath);
-    EXPECT_EQ(0xFFFFFFFF8A123454u, handler.Operations()[1].keyHandle);
+    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
+    EXPECT_EQ(handler.Operations()[1].keyHandle, 0xFFFFFFFF8A123454u);
 }
 
 // Cost.
 
-TEST_F(RegistryEventHandlerTest, AnEventThatDoesNotCountAllocatesNothing) {
+TEST_F(RegistryEventHandlerTest, AnEventOfAnotherProcessAllocatesNothing) {
     TraceBuilder trace;
     trace.ByProcess(stranger).SetValue(handle, L"A value name beyond any small buffer");
     trace.ByProcess(ours).Add(ThreadGuid, 10, RegistryPayload({.name = acmeKernelPath}, 2, 8));
     trace.Registry(9, {.name = acmeKernelPath});
     const std::vector<TraceBuilder::Event> events = trace.Events();
     const std::size_t before = AllocationCount();
-    // So often that whatever is kept of each would take more than the memory that is there at first.
+    // Often enough that memory kept for each event would exceed what the handler has reserved.
     for (int i = 0; i < 10'000; ++i) {
         for (const TraceBuilder::Event& event : events) {
             handler.OnEvent(event.View());
         }
     }
-    EXPECT_EQ(before, AllocationCount());
+    EXPECT_EQ(AllocationCount(), before);
 }
 
 } // namespace

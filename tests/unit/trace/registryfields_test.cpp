@@ -7,7 +7,7 @@
 namespace keyreap {
 namespace {
 
-// A registry event with a payload laid out by hand.
+// A registry event with a hand-written payload.
 struct LaidOut {
     LaidOut(std::uint16_t version, const PayloadBuilder& payload) : bytes(payload.bytes) {
         event.guid = RegistryGuid;
@@ -117,12 +117,12 @@ TEST(ReadFixedFields, NameWithoutTerminatorIsEmpty) {
     EXPECT_EQ(fields.keyHandle, 0x1000U);
 }
 
-TEST(ReadFixedFields, HalfATerminatorIsNone) {
+TEST(ReadFixedFields, HalfATerminatorDoesNotCount) {
     const LaidOut it(2, LastLayout().U64(0x1000).Wide(L"Name").U8(0));
     EXPECT_EQ(ReadFixedFields(it.event, 8).name, L"");
 }
 
-// The fields of an event cut off after so many bytes.
+// The fields of an event that is cut off after `size` bytes.
 RegistryFields ReadCut(std::uint16_t version, std::uint32_t pointerSize, std::size_t size) {
     RegistryFields whole;
     whole.keyHandle = 0x11223344;
@@ -140,7 +140,7 @@ RegistryFields ReadCut(std::uint16_t version, std::uint32_t pointerSize, std::si
     return ReadFixedFields(event, pointerSize);
 }
 
-TEST(ReadFixedFields, FieldThatIsNotWholeHasItsDefaultAndTheOthersStay) {
+TEST(ReadFixedFields, IncompleteFieldHasItsDefaultAndAllOtherFieldsStay) {
     EXPECT_EQ(ReadCut(2, 8, 23).keyHandle, 0U);
     EXPECT_EQ(ReadCut(2, 8, 23).status, 5U);
     EXPECT_EQ(ReadCut(2, 8, 24).keyHandle, 0x11223344U);
@@ -168,7 +168,7 @@ TEST(ReadFixedFields, NoLengthReadsPastTheEnd) {
     }
 }
 
-// A table of properties with one list of values each.
+// A schema with a list of values for each property.
 struct Decoded {
     void Add(std::wstring name, std::vector<EventValue> list) {
         PropertyDescriptor property;
@@ -196,7 +196,7 @@ TEST(ReadSchemaFields, FieldsComeFromThePropertiesOfTheirNames) {
     EXPECT_EQ(fields.name, L"Name");
 }
 
-TEST(ReadSchemaFields, PropertyNamesAreFoundWhateverTheirCase) {
+TEST(ReadSchemaFields, PropertyNamesAreFoundInAnyCase) {
     Decoded it;
     it.Add(L"KEYNAME", {{ValueType::bstr, 0, L"Name"}});
     it.Add(L"keyhandle", {{ValueType::ui8, 5, {}}});
@@ -242,7 +242,7 @@ TEST(ReadSchemaFields, HandleIsSignExtendedForAnyPointerSizeBut8) {
     EXPECT_EQ(ReadSchemaFields(it.values, 0).keyHandle, 0xFFFFFFFFE1234567U);
 }
 
-TEST(ReadSchemaFields, NumberWiderThan32BitsGivesItsLowHalf) {
+TEST(ReadSchemaFields, NumberWiderThan32BitsIsTruncatedToItsLowHalf) {
     Decoded it;
     it.Add(L"Status", {{ValueType::ui8, 0x1122334455667788, {}}});
     it.Add(L"Index", {{ValueType::ui8, 0x1122334455667788, {}}});

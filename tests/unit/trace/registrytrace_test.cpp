@@ -13,7 +13,7 @@ using Calls = std::vector<std::wstring>;
 
 constexpr wchar_t logPath[] = L"C:\\Temp\\ETL1.tmp";
 
-// What Start hands to the system for these names.
+// The properties that Start passes to the system for these names.
 std::vector<std::byte> PropertiesFor(std::wstring_view path, std::wstring_view name) {
     ScriptedTracing tracing;
     RegistryTrace trace(path, name, tracing);
@@ -31,7 +31,7 @@ std::wstring TextAt(const std::vector<std::byte>& block, std::size_t offset) {
     return reinterpret_cast<const wchar_t*>(block.data() + offset);
 }
 
-TEST(RegistryTrace, PropertiesAskForTheRegistryEventsOfTheKernelLogger) {
+TEST(RegistryTrace, PropertiesRequestTheRegistryEventsOfTheKernelLogger) {
     const EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     EXPECT_EQ(properties.Wnode.Flags, 0x20000U);
     EXPECT_EQ(properties.Wnode.ClientContext, 1U);
@@ -47,7 +47,7 @@ TEST(RegistryTrace, LogIsCircularOfAtMost2048MegabytesWith20To2020Buffers) {
     EXPECT_EQ(properties.MaximumBuffers, 2020U);
 }
 
-TEST(RegistryTrace, EverythingElseOfThePropertiesIsZero) {
+TEST(RegistryTrace, AllOtherPropertiesAreZero) {
     EVENT_TRACE_PROPERTIES properties = StructureOf(PropertiesFor(logPath, kernelLoggerSession));
     properties.Wnode.BufferSize = 0;
     properties.Wnode.Flags = 0;
@@ -88,7 +88,7 @@ TEST(RegistryTrace, LoggerNameIsTheOneInTheProperties) {
     EXPECT_EQ(RegistryTrace(logPath, L"", tracing).LoggerName(), L"");
 }
 
-TEST(RegistryTrace, ConstructionTouchesNothing) {
+TEST(RegistryTrace, ConstructionCallsNothing) {
     ScriptedTracing tracing;
     const RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     EXPECT_TRUE(tracing.calls.empty());
@@ -101,7 +101,7 @@ TEST(RegistryTrace, CloseTraceIsCalledOnceWith0WithoutAStart) {
     EXPECT_EQ(tracing.calls, Calls{L"close 0"});
 }
 
-TEST(RegistryTrace, StartStopAndEndAreOneCallEach) {
+TEST(RegistryTrace, StartStopAndDestructionAreOneCallEach) {
     ScriptedTracing tracing;
     {
         RegistryTrace trace(logPath, kernelLoggerSession, tracing);
@@ -143,7 +143,7 @@ TEST(RegistryTrace, FailedStartIsReturnedAndNotTriedAgain) {
     }
 }
 
-TEST(RegistryTrace, ForeignSessionIsNeverStopped) {
+TEST(RegistryTrace, SessionOfAnotherProgramIsNeverStopped) {
     ScriptedTracing tracing;
     tracing.startStatus = ERROR_ALREADY_EXISTS;
     {
@@ -168,7 +168,7 @@ TEST(RegistryTrace, FailedStopIsFalseOnceAndNotTriedAgain) {
               (Calls{L"start NT Kernel Logger", L"control 81 NT Kernel Logger 1", L"close 81"}));
 }
 
-TEST(RegistryTrace, ExceptionOnTheWayOutStopsTheSession) {
+TEST(RegistryTrace, AnExceptionStopsTheSession) {
     ScriptedTracing tracing;
     try {
         RegistryTrace trace(logPath, kernelLoggerSession, tracing);
@@ -180,7 +180,7 @@ TEST(RegistryTrace, ExceptionOnTheWayOutStopsTheSession) {
               (Calls{L"start NT Kernel Logger", L"control 81 NT Kernel Logger 1", L"close 81"}));
 }
 
-TEST(RegistryTrace, SecondStartThatFailsLeavesTheSessionToBeStopped) {
+TEST(RegistryTrace, SecondStartThatFailsLeavesTheSessionRunning) {
     ScriptedTracing tracing;
     RegistryTrace trace(logPath, kernelLoggerSession, tracing);
     trace.Start();

@@ -38,7 +38,7 @@ TEST(ThreadProcessMap, HoldsOneEntryForEachChangeOfProcess) {
     EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 100}, {20, 200}, {30, 100}}));
 }
 
-TEST(ThreadProcessMap, EntryInForceThatNamesTheProcessStays) {
+TEST(ThreadProcessMap, EntryOfTheSameProcessStays) {
     ThreadProcessMap map;
     map.Record(1, 10, 100);
     map.Record(1, 20, 100);
@@ -52,7 +52,7 @@ TEST(ThreadProcessMap, FollowingEntryOfTheSameProcessMovesForward) {
     EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 100}}));
 }
 
-TEST(ThreadProcessMap, EarlierEntryOfAnotherProcessGoesAhead) {
+TEST(ThreadProcessMap, EarlierEntryOfAnotherProcessComesFirst) {
     ThreadProcessMap map;
     map.Record(1, 30, 100);
     map.Record(1, 10, 200);
@@ -66,7 +66,7 @@ TEST(ThreadProcessMap, LastProcessSeenAtOneTimeCounts) {
     EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 200}}));
 }
 
-TEST(ThreadProcessMap, ProcessThatReplacesTheOnlyOtherLeavesOneEntry) {
+TEST(ThreadProcessMap, ReplacingTheOnlyOtherProcessLeavesOneEntry) {
     ThreadProcessMap map;
     map.Record(1, 10, 100);
     map.Record(1, 20, 200);
@@ -75,7 +75,7 @@ TEST(ThreadProcessMap, ProcessThatReplacesTheOnlyOtherLeavesOneEntry) {
     EXPECT_EQ(*map.OwnersOf(1), (Owners{{10, 100}}));
 }
 
-TEST(ThreadProcessMap, ThreadsAreKeptApart) {
+TEST(ThreadProcessMap, EachThreadHasItsOwnEntries) {
     ThreadProcessMap map;
     map.Record(1, 10, 100);
     map.Record(2, 10, 200);
@@ -97,7 +97,7 @@ TEST(ThreadEventHandler, AcceptsThreadEventsAndTheLogHeaderOnly) {
     EXPECT_FALSE(handler.Accepts(event));
 }
 
-TEST(ThreadEventHandler, LearnsThreadsFromStartAndRundownOfAnyVersion) {
+TEST(ThreadEventHandler, RecordsThreadsFromStartAndRundownOfAnyVersion) {
     TraceBuilder trace;
     trace.InVersion(1).AtTime(10).Add(ThreadGuid, threadStart, ThreadPayload(100, 1));
     trace.InVersion(3).AtTime(20).Add(ThreadGuid, threadRundown, ThreadPayload(200, 2));
@@ -108,7 +108,7 @@ TEST(ThreadEventHandler, LearnsThreadsFromStartAndRundownOfAnyVersion) {
     EXPECT_EQ(*map->OwnersOf(2), (Owners{{20, 200}}));
 }
 
-TEST(ThreadEventHandler, OtherThreadEventsTeachNothing) {
+TEST(ThreadEventHandler, OtherThreadEventsAreIgnored) {
     TraceBuilder trace;
     for (const std::uint8_t type : std::initializer_list<std::uint8_t>{0, 2, 4, 36}) {
         trace.Add(ThreadGuid, type, ThreadPayload(100, 1));
@@ -116,7 +116,7 @@ TEST(ThreadEventHandler, OtherThreadEventsTeachNothing) {
     EXPECT_EQ(MapOf(trace)->OwnersOf(1), nullptr);
 }
 
-TEST(ThreadEventHandler, PayloadWithoutBothIdsTeachesNothing) {
+TEST(ThreadEventHandler, PayloadWithoutBothIdsIsIgnored) {
     TraceBuilder trace;
     trace.Add(ThreadGuid, threadStart, PayloadBuilder().U32(100).U16(1).U8(0).bytes);
     const auto map = MapOf(trace);
@@ -124,7 +124,7 @@ TEST(ThreadEventHandler, PayloadWithoutBothIdsTeachesNothing) {
     EXPECT_EQ(map->OwnersOf(1), nullptr);
 }
 
-TEST(ThreadEventHandler, WithoutAMapEventsPassBy) {
+TEST(ThreadEventHandler, WithoutAMapEventsAreIgnored) {
     ThreadEventHandler handler;
     TraceBuilder().Add(ThreadGuid, threadStart, ThreadPayload(100, 1)).Play(handler);
     EXPECT_EQ(handler.Counters().eventsWithData, 2U);

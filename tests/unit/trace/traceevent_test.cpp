@@ -13,7 +13,7 @@ TEST(TraceEventGuids, AreThosePublished) {
     EXPECT_EQ(SystemTraceControlGuid, ParseGuid(L"{9E814AAD-3204-11D2-9A82-006008A86939}"));
 }
 
-TEST(IsLogHeader, WantsTheLogsOwnClassAndTypeZero) {
+TEST(IsLogHeader, NeedsTheLogsOwnClassAndTypeZero) {
     TraceEvent event;
     event.guid = ParseGuid(L"{68FDD900-4A3E-11D1-84F4-0000F80464E3}");
     EXPECT_TRUE(IsLogHeader(event));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t cimUint32 = 19;
 
-// Event classes out of a table, which counts the look-ups.
+// Event classes from a table, which records the look-ups.
 class TableOfClasses : public EventClasses {
 public:
     SchemaLookup Load(std::wstring_view guidText, std::uint16_t version, std::uint8_t type,
@@ -21,7 +21,7 @@ public:
         searches.emplace_back(guidText);
         const auto found = classes.find({version, type});
         if (found == classes.end()) {
-            schema.properties.resize(3); // whatever a failed search leaves must not be kept
+            schema.properties.resize(3); // left over from a failed search; must not be kept
             return SchemaLookup::noClass;
         }
         schema.properties = found->second.properties;
@@ -85,7 +85,7 @@ TEST(TraceEventHandler, StartsEnabledWithPointerSize8AndFixedLayouts) {
     EXPECT_EQ(handler.ThreadMap(), nullptr);
 }
 
-TEST(TraceEventHandler, DisabledHandlerSaysSo) {
+TEST(TraceEventHandler, DisabledHandlerIsNotEnabled) {
     RecordingHandler handler;
     handler.Disable();
     EXPECT_FALSE(handler.IsEnabled());
@@ -119,7 +119,7 @@ TEST(TraceEventHandler, OnlyTheAddedProcessesAreWatched) {
     EXPECT_FALSE(handler.IsWatchedProcess(0));
 }
 
-TEST(OnEvent, LogHeaderSetsThePointerSizeOfEverythingBehindIt) {
+TEST(OnEvent, LogHeaderSetsThePointerSizeOfAllLaterEvents) {
     RecordingHandler handler;
     TraceBuilder(4).SetValue(1, L"V").Play(handler);
     EXPECT_EQ(handler.PointerSize(), 4U);
@@ -153,7 +153,7 @@ TEST(OnEvent, HeaderTooShortForThePointerSizeLeavesIt) {
     EXPECT_EQ(handler.PointerSize(), 8U);
 }
 
-TEST(OnEvent, OtherEventsOfTheLogItselfAreNoHeader) {
+TEST(OnEvent, OtherEventsOfTheLogItselfAreNotTheHeader) {
     RecordingHandler handler;
     TraceBuilder trace(8);
     trace.Add(EventTraceGuid, 32, PayloadBuilder().Zeros(44).U32(4).bytes);
@@ -162,7 +162,7 @@ TEST(OnEvent, OtherEventsOfTheLogItselfAreNoHeader) {
     EXPECT_EQ(handler.PointerSize(), 8U);
 }
 
-TEST(OnEvent, RejectedEventIsSeenAndNoMore) {
+TEST(OnEvent, RejectedEventIsOnlyCounted) {
     RecordingHandler handler;
     handler.onlyGuid = RegistryGuid;
     TraceBuilder().Add(ThreadGuid, 1, PayloadBuilder().U32(1).bytes).Play(handler);
@@ -182,7 +182,7 @@ TEST(OnEvent, EventWithoutPayloadIsCountedAndNotDecoded) {
     EXPECT_TRUE(handler.decoded.empty());
 }
 
-TEST(OnEvent, FixedLayoutsHandOverNoValues) {
+TEST(OnEvent, FixedLayoutsPassNoValues) {
     RecordingHandler handler;
     handler.onlyGuid = RegistryGuid;
     TraceBuilder().SetValue(1, L"V").Play(handler);
@@ -192,7 +192,7 @@ TEST(OnEvent, FixedLayoutsHandOverNoValues) {
     EXPECT_FALSE(handler.HasOpenedClasses());
 }
 
-// Rejects everything; unlike RecordingHandler it notes nothing down.
+// Rejects every event; unlike RecordingHandler it records nothing.
 class RejectingHandler : public TraceEventHandler {
 public:
     bool Accepts(const TraceEvent&) const override { return false; }
@@ -214,7 +214,7 @@ TEST(OnEvent, RejectedEventAllocatesNothing) {
     EXPECT_EQ(handler.taken, 0);
 }
 
-TEST(OnEvent, SchemaPathHandsOverOneListForEachProperty) {
+TEST(OnEvent, SchemaPassesOneListForEachProperty) {
     SchemaHandler handler;
     handler.Describe(2, registryevent::setValue, {NumberProperty(L"A"), NumberProperty(L"B")});
     TraceBuilder trace;
@@ -229,7 +229,7 @@ TEST(OnEvent, SchemaPathHandsOverOneListForEachProperty) {
     EXPECT_EQ(handler.Counters().decodeFailures, 0U);
 }
 
-TEST(OnEvent, SchemaPathReadsPointersInTheWidthOfTheLog) {
+TEST(OnEvent, SchemaReadsPointersInTheWidthOfTheLog) {
     for (const std::uint32_t pointerSize : {4U, 8U}) {
         SchemaHandler handler;
         handler.Describe(2, registryevent::setValue, {PointerProperty(L"P"), NumberProperty(L"B")});
@@ -246,7 +246,7 @@ TEST(OnEvent, SchemaPathReadsPointersInTheWidthOfTheLog) {
     }
 }
 
-TEST(OnEvent, EventWithoutClassDecodesToNoValuesAtAll) {
+TEST(OnEvent, EventWithoutClassHasNoValues) {
     SchemaHandler handler;
     TraceBuilder().SetValue(1, L"V").Play(handler);
     ASSERT_EQ(handler.decoded.size(), 1U);
@@ -262,7 +262,7 @@ TEST(SchemaFor, SearchesByTheTextOfTheGuid) {
     EXPECT_EQ(handler.table->searches, std::vector<std::wstring>{L"{AE53722E-C863-11D2-8659-00C04FA321A1}"});
 }
 
-TEST(SchemaFor, OneKindOfEventIsSearchedOnce) {
+TEST(SchemaFor, EqualEventsAreSearchedOnce) {
     SchemaHandler handler;
     handler.Describe(2, 14, {NumberProperty(L"A")});
     const EventSchema* const first = handler.SchemaFor(RegistryEvent(14));
@@ -272,7 +272,7 @@ TEST(SchemaFor, OneKindOfEventIsSearchedOnce) {
     EXPECT_EQ(handler.table->searches.size(), 1U);
 }
 
-TEST(SchemaFor, VersionsAndTypesAreKindsOfTheirOwn) {
+TEST(SchemaFor, EachVersionAndTypeHasItsOwnSchema) {
     SchemaHandler handler;
     handler.Describe(2, 14, {NumberProperty(L"A")});
     handler.Describe(1, 14, {NumberProperty(L"B")});
@@ -283,7 +283,7 @@ TEST(SchemaFor, VersionsAndTypesAreKindsOfTheirOwn) {
     EXPECT_EQ(handler.table->searches.size(), 3U);
 }
 
-TEST(SchemaFor, UnknownKindIsSearchedAnewEachTimeAndGetsTheEmptySchema) {
+TEST(SchemaFor, EventWithoutClassIsSearchedEachTimeAndGetsTheEmptySchema) {
     SchemaHandler handler;
     const EventSchema* const first = handler.SchemaFor(RegistryEvent(14));
     ASSERT_NE(first, nullptr);
@@ -304,7 +304,7 @@ TEST(SchemaFor, UnreadableClassIsAFailureThatIsNotTriedAgain) {
     EXPECT_EQ(handler.Counters().schemaFailures, 1U);
 }
 
-TEST(SchemaFor, SchemaKeepsThePointerSizeOfItsMaking) {
+TEST(SchemaFor, SchemaKeepsThePointerSizeOfItsCreation) {
     SchemaHandler handler;
     handler.Describe(2, 14, {});
     handler.SchemaFor(RegistryEvent(14));
@@ -313,7 +313,7 @@ TEST(SchemaFor, SchemaKeepsThePointerSizeOfItsMaking) {
     EXPECT_EQ(handler.SchemaFor(RegistryEvent(15))->pointerSize, 4U);
 }
 
-TEST(SchemaFor, EmptySchemaTakesThePresentPointerSizeEachTime) {
+TEST(SchemaFor, EmptySchemaHasTheCurrentPointerSize) {
     SchemaHandler handler;
     EXPECT_EQ(handler.SchemaFor(RegistryEvent(14))->pointerSize, 8U);
     TraceBuilder(4).Play(handler);

@@ -13,10 +13,10 @@ using Calls = std::vector<std::wstring>;
 
 constexpr wchar_t logPath[] = L"C:\\Temp\\ETL1.tmp";
 
-// Writes the calls that handlers get into one list, in the order in which they come.
+// Records the calls of all handlers in one list, in their order.
 class SharedHandler : public TraceEventHandler {
 public:
-    SharedHandler(std::wstring ownName, Calls& list) : name(std::move(ownName)), calls(list) {}
+    SharedHandler(std::wstring name, Calls& calls) : name(std::move(name)), calls(calls) {}
 
     void Attach(std::shared_ptr<ThreadProcessMap> map) override {
         calls.push_back(name + L" attached");
@@ -41,10 +41,10 @@ private:
     Calls& calls;
 };
 
-// Does something for each event that reaches it.
+// Calls a function for each event.
 class ActingHandler : public TraceEventHandler {
 public:
-    explicit ActingHandler(std::function<void()> toDo) : act(std::move(toDo)) {}
+    explicit ActingHandler(std::function<void()> act) : act(std::move(act)) {}
     void OnDecodedEvent(const TraceEvent&, const EventValues*) override { act(); }
 
 private:
@@ -81,7 +81,7 @@ TEST(TraceReader, HandlersGetEachEventInListOrderAndThenFinish) {
                      L"first event 14", L"second event 14", L"first finished", L"second finished"}));
 }
 
-TEST(TraceReader, HandlersAreAttachedAheadOfTheOpeningAndFinishBetweenTheTwoClosings) {
+TEST(TraceReader, HandlersAreAttachedBeforeTheOpeningAndFinishBetweenTheTwoClosings) {
     ScriptedTracing tracing;
     SharedHandler handler(L"handler", tracing.calls);
     TraceReader reader(tracing);
@@ -107,7 +107,7 @@ TEST(TraceReader, ThreadEventsDoNotFillTheMap) {
     EXPECT_EQ(it.first.ThreadMap()->OwnersOf(1), nullptr);
 }
 
-TEST(TraceReader, MissingLogIsFalseAndFinishesNobody) {
+TEST(TraceReader, MissingLogIsFalseAndFinishesNoHandler) {
     TwoHandlers it;
     it.tracing.logExists = false;
     EXPECT_FALSE(it.reader.Read(logPath));
@@ -185,7 +185,7 @@ TEST(TraceReader, ConsumerGoesOnWhileAnyHandlerIsEnabled) {
     EXPECT_EQ(it.first.Counters().eventsSeen, 2U);
 }
 
-TEST(TraceReader, ConsumerStopsBehindABufferWhenEveryHandlerIsDisabled) {
+TEST(TraceReader, ConsumerStopsAfterABufferWhenEveryHandlerIsDisabled) {
     TwoHandlers it;
     it.first.Disable();
     it.second.Disable();
@@ -196,13 +196,13 @@ TEST(TraceReader, ConsumerStopsBehindABufferWhenEveryHandlerIsDisabled) {
     EXPECT_EQ(it.calls.back(), L"second finished");
 }
 
-TEST(TraceReader, WithoutHandlersTheConsumerStopsBehindTheFirstBuffer) {
+TEST(TraceReader, WithoutHandlersTheConsumerStopsAfterTheFirstBuffer) {
     ScriptedTracing tracing;
     tracing.eventsInBuffer = 1;
     EXPECT_FALSE(TraceReader(tracing).Read(logPath));
 }
 
-TEST(TraceReader, TwoReadsCanRunAtOnceAndEachGetsItsOwnEvents) {
+TEST(TraceReader, TwoReadsCanRunAtTheSameTimeAndEachGetsItsOwnEvents) {
     ScriptedTracing outerTracing;
     ScriptedTracing innerTracing;
     innerTracing.log = TraceBuilder().SetValue(1, L"V").SetValue(1, L"W").Events();
@@ -219,7 +219,7 @@ TEST(TraceReader, TwoReadsCanRunAtOnceAndEachGetsItsOwnEvents) {
     EXPECT_EQ(acting.Counters().eventsSeen, 1U);
 }
 
-TEST(TraceReader, ThirdReadAtOnceFailsWithoutTouchingTheSystem) {
+TEST(TraceReader, ThirdReadAtTheSameTimeFailsWithoutACallToTheSystem) {
     ScriptedTracing tracing;
     ScriptedTracing thirdTracing;
     bool thirdResult = true;
@@ -235,7 +235,7 @@ TEST(TraceReader, ThirdReadAtOnceFailsWithoutTouchingTheSystem) {
     EXPECT_TRUE(thirdTracing.calls.empty());
 }
 
-TEST(TraceReader, ExceptionOfAHandlerLeavesLogAndSlotFree) {
+TEST(TraceReader, ExceptionOfAHandlerFreesLogAndSlot) {
     for (int i = 0; i < 3; ++i) { // more often than there are slots
         ScriptedTracing tracing;
         ActingHandler throwing([] { throw 1; });

@@ -6,7 +6,7 @@
 namespace keyreap {
 namespace {
 
-// The session of these tests keeps no request log.
+// The session of these tests has no request log.
 TEST(WineEventTracing, NothingStartsWithoutARequestLog) {
     WineEventTracing tracing;
     RegistryTrace trace(L"C:\\log", kernelLoggerSession, tracing);
@@ -22,7 +22,7 @@ TEST(WineEventTracing, AFailedStartLeavesTheHandleAlone) {
     EXPECT_EQ(session, 7U);
 }
 
-TEST(WineEventTracing, WhatDoesNotRunIsNotStopped) {
+TEST(WineEventTracing, ASessionThatDoesNotRunIsNotStopped) {
     WineEventTracing tracing;
     EVENT_TRACE_PROPERTIES properties{};
     EXPECT_EQ(tracing.Control(1, L"", properties, EVENT_TRACE_CONTROL_STOP),
@@ -35,7 +35,7 @@ TEST(WineEventTracing, StopIsTheOnlyControl) {
     EXPECT_EQ(tracing.Control(1, L"", properties, EVENT_TRACE_CONTROL_QUERY), ULONG{ERROR_NOT_SUPPORTED});
 }
 
-TEST(WineEventTracing, NoLogOpensWithoutAName) {
+TEST(WineEventTracing, ALogWithoutANameDoesNotOpen) {
     WineEventTracing tracing;
     EVENT_TRACE_LOGFILEW log{};
     EXPECT_EQ(tracing.Open(log), INVALID_PROCESSTRACE_HANDLE);
@@ -49,7 +49,7 @@ TEST(WineEventTracing, AMissingLogDoesNotOpen) {
     EXPECT_EQ(tracing.Open(log), INVALID_PROCESSTRACE_HANDLE);
 }
 
-TEST(WineEventTracing, WhatIsNotOpenIsNeitherRunNorClosed) {
+TEST(WineEventTracing, ALogThatIsNotOpenIsNeitherProcessedNorClosed) {
     WineEventTracing tracing;
     EXPECT_EQ(tracing.Process(1), ULONG{ERROR_INVALID_HANDLE});
     EXPECT_EQ(tracing.Close(1), ULONG{ERROR_INVALID_HANDLE});
