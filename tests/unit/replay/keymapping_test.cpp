@@ -3,75 +3,70 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace keyreap {
 namespace {
 
 const std::wstring temporary = L"Software\\Velmoro\\Tesselink\\Temporary\\";
 
+using Key = std::pair<PredefinedRoot, std::wstring>;
+
+const Key untouched{noRoot, L"untouched"};
+
 class ReplayMappingsTest : public testing::Test {
 protected:
-    bool Substitute(PredefinedRoot from, std::wstring_view fromPath) {
-        return SubstituteKey(mappings, from, fromPath, root, path);
+    // The substituted key, or `untouched` if no row fits.
+    Key Substituted(PredefinedRoot from, std::wstring_view fromPath) const {
+        Key result = untouched;
+        const bool fits = SubstituteKey(mappings, from, fromPath, result.first, result.second);
+        EXPECT_EQ(fits, result != untouched);
+        return result;
     }
 
     std::vector<KeyMapping> mappings = ReplayMappings(temporary);
-    PredefinedRoot root = noRoot;
-    std::wstring path = L"untouched";
 };
 
 TEST_F(ReplayMappingsTest, EachTemporaryTreeIsTranslatedIntoItsRoot) {
-    EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKCR\\CLSID\\{X}"));
-    EXPECT_EQ(root, classesRoot);
-    EXPECT_EQ(path, L"CLSID\\{X}");
-    EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKLM\\Software\\A"));
-    EXPECT_EQ(root, localMachineRoot);
-    EXPECT_EQ(path, L"Software\\A");
-    EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKCU\\Software\\A"));
-    EXPECT_EQ(root, currentUserRoot);
-    EXPECT_EQ(path, L"Software\\A");
-    EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKU\\.DEFAULT\\A"));
-    EXPECT_EQ(root, usersRoot);
-    EXPECT_EQ(path, L".DEFAULT\\A");
+    EXPECT_EQ(Substituted(currentUserRoot, temporary + L"HKCR\\CLSID\\{X}"), Key(classesRoot, L"CLSID\\{X}"));
+    EXPECT_EQ(Substituted(currentUserRoot, temporary + L"HKLM\\Software\\A"),
+              Key(localMachineRoot, L"Software\\A"));
+    EXPECT_EQ(Substituted(currentUserRoot, temporary + L"HKCU\\Software\\A"),
+              Key(currentUserRoot, L"Software\\A"));
+    EXPECT_EQ(Substituted(currentUserRoot, temporary + L"HKU\\.DEFAULT\\A"), Key(usersRoot, L".DEFAULT\\A"));
 }
 
 TEST_F(ReplayMappingsTest, TheThirtyTwoBitViewOfTheMachineBecomesItsSoftware) {
-    EXPECT_TRUE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODE\\X"));
-    EXPECT_EQ(root, localMachineRoot);
-    EXPECT_EQ(path, L"Software\\X");
+    EXPECT_EQ(Substituted(localMachineRoot, L"SOFTWARE\\WOW6432NODE\\X"),
+              Key(localMachineRoot, L"Software\\X"));
 }
 
 TEST_F(ReplayMappingsTest, OnlyKeysBelowTheThirtyTwoBitNodeAreRenamed) {
-    EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODE"));
-    EXPECT_FALSE(Substitute(localMachineRoot, L"SOFTWARE\\WOW6432NODES\\X"));
-    EXPECT_EQ(root, noRoot);
-    EXPECT_EQ(path, L"untouched");
+    EXPECT_EQ(Substituted(localMachineRoot, L"SOFTWARE\\WOW6432NODE"), untouched);
+    EXPECT_EQ(Substituted(localMachineRoot, L"SOFTWARE\\WOW6432NODES\\X"), untouched);
 }
 
 TEST_F(ReplayMappingsTest, APrefixIsComparedWithLettersFolded) {
-    EXPECT_TRUE(Substitute(currentUserRoot, L"SOFTWARE\\velmoro\\TESSELINK\\temporary\\hkcr\\A"));
-    EXPECT_EQ(root, classesRoot);
-    EXPECT_EQ(path, L"A");
+    EXPECT_EQ(Substituted(currentUserRoot, L"SOFTWARE\\velmoro\\TESSELINK\\temporary\\hkcr\\A"),
+              Key(classesRoot, L"A"));
 }
 
 TEST_F(ReplayMappingsTest, ATemporaryRootKeyItselfStaysUnderTheCurrentUser) {
     for (const wchar_t* key :
          {L"HKCR", L"HKLM", L"HKCU", L"HKU", L"HKCRS\\A", L"HKLMS\\A", L"HKCUS\\A", L"HKUS\\A"}) {
-        EXPECT_FALSE(Substitute(currentUserRoot, temporary + key)) << testing::PrintToString(key);
+        EXPECT_EQ(Substituted(currentUserRoot, temporary + key), untouched) << testing::PrintToString(key);
     }
-    EXPECT_FALSE(Substitute(currentUserRoot, L"Software\\Velmoro\\Tesselink\\Temporary"));
-    EXPECT_EQ(root, noRoot);
-    EXPECT_EQ(path, L"untouched");
+    EXPECT_EQ(Substituted(currentUserRoot, L"Software\\Velmoro\\Tesselink\\Temporary"), untouched);
 }
 
 TEST_F(ReplayMappingsTest, TheRootMustBeTheRowsOwn) {
-    EXPECT_FALSE(Substitute(localMachineRoot, temporary + L"HKCR\\A"));
-    EXPECT_FALSE(Substitute(currentUserRoot, L"Software\\Wow6432Node\\X"));
+    EXPECT_EQ(Substituted(localMachineRoot, temporary + L"HKCR\\A"), untouched);
+    EXPECT_EQ(Substituted(currentUserRoot, L"Software\\Wow6432Node\\X"), untouched);
 }
 
 TEST_F(ReplayMappingsTest, NothingIsSubstitutedTwice) {
-    EXPECT_TRUE(Substitute(currentUserRoot, temporary + L"HKLM\\Software\\Wow6432Node\\X"));
-    EXPECT_EQ(path, L"Software\\Wow6432Node\\X");
+    EXPECT_EQ(Substituted(currentUserRoot, temporary + L"HKLM\\Software\\Wow6432Node\\X"),
+              Key(localMachineRoot, L"Software\\Wow6432Node\\X"));
 }
 
 TEST(SubstituteKey, TheFirstRowThatFitsWins) {

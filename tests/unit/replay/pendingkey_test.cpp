@@ -7,6 +7,7 @@ namespace keyreap {
 namespace {
 
 using testing::ElementsAre;
+using testing::FieldsAre;
 
 std::vector<std::wstring> SortedPaths(const std::vector<std::wstring>& paths) {
     std::vector<PendingKey> keys;
@@ -62,10 +63,8 @@ TEST(SortPendingKeys, ValuesStayWithTheirKey) {
     std::vector<PendingKey> keys{{usersRoot, L"B", {{L"of B", L"text", 1}}},
                                  {usersRoot, L"A", {{L"of A", L"16", 4}}}};
     SortPendingKeys(keys);
-    EXPECT_EQ(keys[0].values[0].name, L"of A");
-    EXPECT_EQ(keys[0].values[0].text, L"16");
-    EXPECT_EQ(keys[0].values[0].type, 4u);
-    EXPECT_EQ(keys[1].values[0].name, L"of B");
+    EXPECT_THAT(keys[0].values, ElementsAre(FieldsAre(L"of A", L"16", 4U)));
+    EXPECT_THAT(keys[1].values, ElementsAre(FieldsAre(L"of B", L"text", 1U)));
 }
 
 TEST(ComparePendingKeys, NeitherOfTwoEqualPathsComesFirst) {

@@ -13,7 +13,9 @@
 namespace keyreap {
 namespace {
 
+using testing::_;
 using testing::ElementsAre;
+using testing::FieldsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
@@ -156,8 +158,7 @@ TEST_F(RegistryLogTest, AFailedOperationLeavesNoTrace) {
 TEST_F(RegistryLogTest, ACreateThatFailedWithNameNotFoundCountsAsACreate) {
     Record({Create(L"A", nameNotFound)});
     EXPECT_EQ(OutcomeOf(L"A"), Outcome::created);
-    ASSERT_EQ(OperationsOn(L"A").Entries().size(), 1U);
-    EXPECT_EQ(OperationsOn(L"A").Entries()[0].status, nameNotFound);
+    EXPECT_THAT(OperationsOn(L"A").Entries(), ElementsAre(FieldsAre(_, nameNotFound, _, _)));
 }
 
 TEST_F(RegistryLogTest, AnOperationWithoutAKeyNameIsDropped) {
@@ -170,13 +171,8 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
     operation.initialTime = 77;
     operation.processId = 4711;
     Record({operation, QueryValue(L"A", L"V")});
-    const auto& entries = OperationsOn(L"A", L"V").Entries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[0].type, 14u);
-    EXPECT_EQ(entries[0].status, 0u);
-    EXPECT_EQ(entries[0].initialTime, 77);
-    EXPECT_EQ(entries[0].processId, 4711u);
-    EXPECT_EQ(entries[1].type, 16u);
+    EXPECT_THAT(OperationsOn(L"A", L"V").Entries(),
+                ElementsAre(FieldsAre(14U, 0U, 77, 4711U), FieldsAre(16U, 0U, 0, 0U)));
 }
 
 // Outcomes.

@@ -75,6 +75,15 @@ protected:
         return lastHandle;
     }
 
+    // A key of the test below HKEY_CURRENT_USER, as the kernel names it.
+    std::wstring OwnKey(const std::wstring& subkey = {}) const { return User(user.Path(subkey)); }
+
+    // Sets a text of such a key, in the registry and in the trace.
+    void SetText(const std::wstring& subkey, const std::wstring& name, std::wstring_view text) {
+        user.SetText(subkey, name, text);
+        Set(OwnKey(subkey), name);
+    }
+
     // Replays the trace and expects a file with these lines after its header line, byte by byte.
     void ReplayWrites(const std::wstring& linesAfterHeader) {
         tracing.log = trace.Events();
@@ -98,7 +107,7 @@ protected:
 
 TEST_F(ReplayTraceTest, ATraceWithoutAnyEventOfTheTargetGivesTheHeaderAlone) {
     trace.ByProcess(stranger);
-    Set(User(L"Software\\KeyreapReplay"), L"V");
+    Set(OwnKey(), L"V");
     ReplayWrites(L"");
 }
 
@@ -111,10 +120,10 @@ TEST_F(ReplayTraceTest, WhatTheTargetCreatedIsWrittenAndRemovedFromTheRegistry) 
     user.SetText(L"A", L"b", L"1");
     user.SetText(L"A", L"", L"default");
     user.Make(L"A\\Empty");
-    Created(User(L"Software\\KeyreapReplay\\A"));
-    Set(User(L"Software\\KeyreapReplay\\A"), L"b");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"");
-    Created(User(L"Software\\KeyreapReplay\\A\\Empty"));
+    Created(OwnKey(L"A"));
+    Set(OwnKey(L"A"), L"b");
+    Set(OwnKey(L"A"), L"");
+    Created(OwnKey(L"A\\Empty"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n@=\"default\"\r\n\"b\"=\"1\"\r\n"
                  L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A\\Empty]\r\n");
     EXPECT_EQ(user.Contents(), L"");
@@ -128,7 +137,7 @@ TEST_F(ReplayTraceTest, EveryRootIsCapturedInTheOrderOfTheSlots) {
     machine.SetText(L"A", L"V", L"1");
     Set(L"\\REGISTRY\\USER\\.DEFAULT\\Software\\KeyreapReplay\\D", L"V");
     Set(Classes(L"KeyreapReplay.Class\\C"), L"V");
-    Set(User(L"Software\\KeyreapReplay\\B"), L"V");
+    Set(OwnKey(L"B"), L"V");
     Set(Machine(L"Software\\KeyreapReplay\\A"), L"V");
     ReplayWrites(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapReplay\\A]\r\n\"V\"=\"1\"\r\n"
                  L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\B]\r\n\"V\"=\"2\"\r\n"
@@ -138,16 +147,15 @@ TEST_F(ReplayTraceTest, EveryRootIsCapturedInTheOrderOfTheSlots) {
 }
 
 TEST_F(ReplayTraceTest, TheFinalDataIsWrittenHoweverOftenItWasSet) {
-    user.SetText(L"A", L"V", L"final");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"v");
+    SetText(L"A", L"V", L"final");
+    Set(OwnKey(L"A"), L"v");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n\"V\"=\"final\"\r\n");
 }
 
 TEST_F(ReplayTraceTest, AValueSetInAKeyDeletedAfterwardsIsTheHeaderAndTheFiller) {
     user.Make();
-    Set(User(L"Software\\KeyreapReplay\\Gone"), L"V");
-    Deleted(User(L"Software\\KeyreapReplay\\Gone"));
+    Set(OwnKey(L"Gone"), L"V");
+    Deleted(OwnKey(L"Gone"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Gone]\r\n\"V\"=\"" + Fillers() +
                  L"\"\r\n");
     EXPECT_EQ(user.Contents(), L"[]\n");
@@ -155,34 +163,32 @@ TEST_F(ReplayTraceTest, AValueSetInAKeyDeletedAfterwardsIsTheHeaderAndTheFiller)
 
 TEST_F(ReplayTraceTest, ADeletedLeafKeyIsAnOrdinaryKeyHeader) {
     user.SetText(L"", L"keeps", L"this key");
-    Deleted(User(L"Software\\KeyreapReplay\\Gone"));
+    Deleted(OwnKey(L"Gone"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Gone]\r\n");
     EXPECT_EQ(user.Contents(), L"[]\nkeeps=this key\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithAValueSetAndDeletedAgainIsNotWritten) {
     user.SetText(L"A", L"Own", L"1");
-    Opened(User(L"Software\\KeyreapReplay\\A"));
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
-    ValueDeleted(User(L"Software\\KeyreapReplay\\A"), L"V");
+    Opened(OwnKey(L"A"));
+    Set(OwnKey(L"A"), L"V");
+    ValueDeleted(OwnKey(L"A"), L"V");
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nOwn=1\n");
 }
 
 TEST_F(ReplayTraceTest, ACreateThatFailedWithNameNotFoundCountsAndNoOtherFailureDoes) {
-    Created(User(L"Software\\KeyreapReplay\\A"), statusNameNotFound);
-    Created(User(L"Software\\KeyreapReplay\\B"), statusAccessDenied);
+    Created(OwnKey(L"A"), statusNameNotFound);
+    Created(OwnKey(L"B"), statusAccessDenied);
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n");
 }
 
 TEST_F(ReplayTraceTest, KeysSortFoldedAndValuesByCodeUnit) {
     for (const wchar_t* subkey : {L"b", L"A", L"c", L"c\\x", L"c-x"}) {
-        user.SetText(subkey, L"V", L"");
-        Set(User(L"Software\\KeyreapReplay\\" + std::wstring(subkey)), L"V");
+        SetText(subkey, L"V", L"");
     }
     for (const wchar_t* name : {L"a", L"B"}) {
-        user.SetText(L"b", name, L"");
-        Set(User(L"Software\\KeyreapReplay\\b"), name);
+        SetText(L"b", name, L"");
     }
     ReplayWrites(
         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n\"V\"=\"\"\r\n"
@@ -196,32 +202,32 @@ TEST_F(ReplayTraceTest, KeysSortFoldedAndValuesByCodeUnit) {
 
 TEST_F(ReplayTraceTest, EventsOfOtherTypesAreDropped) {
     for (const int type : {9, 30}) {
-        trace.Registry(static_cast<std::uint8_t>(type), {.name = User(L"Software\\KeyreapReplay\\A")});
+        trace.Registry(static_cast<std::uint8_t>(type), {.name = OwnKey(L"A")});
     }
-    trace.Add(ThreadGuid, 10, RegistryPayload({.name = User(L"Software\\KeyreapReplay\\A")}, 2, 8));
+    trace.Add(ThreadGuid, 10, RegistryPayload({.name = OwnKey(L"A")}, 2, 8));
     ReplayWrites(L"");
 }
 
 TEST_F(ReplayTraceTest, NamesOfHandlesAreNotOperations) {
-    Named(User(L"Software\\KeyreapReplay\\A"));
-    trace.KeyHandleDropped(lastHandle, User(L"Software\\KeyreapReplay\\A"));
+    Named(OwnKey(L"A"));
+    trace.KeyHandleDropped(lastHandle, OwnKey(L"A"));
     ReplayWrites(L"");
 }
 
 TEST_F(ReplayTraceTest, OperationsOfOtherProcessesAreDroppedAndTheirKeysStay) {
     user.SetText(L"Ours", L"V", L"1");
     user.SetText(L"Theirs", L"V", L"2");
-    Set(User(L"Software\\KeyreapReplay\\Ours"), L"V");
+    Set(OwnKey(L"Ours"), L"V");
     trace.ByProcess(stranger);
-    Set(User(L"Software\\KeyreapReplay\\Theirs"), L"V");
+    Set(OwnKey(L"Theirs"), L"V");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Ours]\r\n\"V\"=\"1\"\r\n");
     EXPECT_EQ(user.Contents(), L"[]\n[Theirs]\nV=2\n");
 }
 
 TEST_F(ReplayTraceTest, FailedOperationsAreDropped) {
     user.SetText(L"A", L"V", L"1");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V", statusAccessDenied);
-    trace.DeleteKey(Named(User(L"Software\\KeyreapReplay\\A")), L"", statusNameNotFound);
+    Set(OwnKey(L"A"), L"V", statusAccessDenied);
+    trace.DeleteKey(Named(OwnKey(L"A")), L"", statusNameNotFound);
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
@@ -238,10 +244,10 @@ TEST_F(ReplayTraceTest, ARelativeNameThatWasNeverResolvedIsRecordedUnderTheMachi
 
 TEST_F(ReplayTraceTest, KeysOnlyOpenedReadOrRemovedAgainAreDropped) {
     user.SetText(L"Read", L"V", L"1");
-    Opened(User(L"Software\\KeyreapReplay\\Read"));
-    Queried(User(L"Software\\KeyreapReplay\\Read"), L"V");
-    Created(User(L"Software\\KeyreapReplay\\Short"));
-    Deleted(User(L"Software\\KeyreapReplay\\Short"));
+    Opened(OwnKey(L"Read"));
+    Queried(OwnKey(L"Read"), L"V");
+    Created(OwnKey(L"Short"));
+    Deleted(OwnKey(L"Short"));
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[Read]\nV=1\n");
 }
@@ -270,31 +276,31 @@ TEST_F(ReplayTraceTest, AValueOnlyReadBelowTheControlSetKeepsItFromBeingPruned) 
 TEST_F(ReplayTraceTest, ADeletedValueIsDroppedAndNotRestored) {
     user.SetText(L"A", L"Own", L"1");
     user.Make(L"A\\Child");
-    Opened(User(L"Software\\KeyreapReplay\\A"));
-    ValueDeleted(User(L"Software\\KeyreapReplay\\A"), L"Old");
+    Opened(OwnKey(L"A"));
+    ValueDeleted(OwnKey(L"A"), L"Old");
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nOwn=1\n[A\\Child]\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithSubkeysAndNoLiveValueIsImpliedByThem) {
     user.Make(L"A\\B");
-    Created(User(L"Software\\KeyreapReplay\\A"));
-    Created(User(L"Software\\KeyreapReplay\\A\\B"));
+    Created(OwnKey(L"A"));
+    Created(OwnKey(L"A\\B"));
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A\\B]\r\n");
     EXPECT_EQ(user.Contents(), L"");
 }
 
 TEST_F(ReplayTraceTest, ACreatedKeyWhoseOnlyChildWasOpenedIsNeitherWrittenNorRemoved) {
     user.Make(L"A");
-    Created(User(L"Software\\KeyreapReplay\\A"));
-    Opened(User(L"Software\\KeyreapReplay\\A\\B"));
+    Created(OwnKey(L"A"));
+    Opened(OwnKey(L"A\\B"));
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\n");
 }
 
 TEST_F(ReplayTraceTest, AKeyWithOnlyDeletedValuesIsNotWritten) {
-    Created(User(L"Software\\KeyreapReplay\\A"));
-    ValueDeleted(User(L"Software\\KeyreapReplay\\A"), L"V");
+    Created(OwnKey(L"A"));
+    ValueDeleted(OwnKey(L"A"), L"V");
     ReplayWrites(L"");
 }
 
@@ -302,8 +308,7 @@ TEST_F(ReplayTraceTest, AKeyWithOnlyDeletedValuesIsNotWritten) {
 
 TEST_F(ReplayTraceTest, ANeighbourValueInALeafKeyIsDeletedWithTheValueThatTheTargetSet) {
     user.SetText(L"Leaf", L"Before", L"the user's");
-    user.SetText(L"Leaf", L"Set", L"the target's");
-    Set(User(L"Software\\KeyreapReplay\\Leaf"), L"Set");
+    SetText(L"Leaf", L"Set", L"the target's");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Leaf]\r\n\"Set\"=\"the target's\"\r\n");
     EXPECT_EQ(user.Contents(), L"");
 }
@@ -311,8 +316,7 @@ TEST_F(ReplayTraceTest, ANeighbourValueInALeafKeyIsDeletedWithTheValueThatTheTar
 TEST_F(ReplayTraceTest, AnOverwrittenValueIsDeleted) {
     user.Make(L"A\\Child");
     user.SetText(L"A", L"Kept", L"the user's");
-    user.SetText(L"A", L"V", L"the target's in place of the user's");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
+    SetText(L"A", L"V", L"the target's in place of the user's");
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
                  L"\"V\"=\"the target's in place of the user's\"\r\n");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nKept=the user's\n[A\\Child]\n");
@@ -434,8 +438,8 @@ TEST_F(ReplayTraceTest, PathPairsAreEscapedStrictly) {
     request.formPathPairs = [] { return PathPairs{{L"\\temporary", L"\\final"}}; };
     user.SetText(L"A", L"V", L"C:\\\\temporary\\x");
     user.SetText(L"A", L"W", L"\\temporary");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"W");
+    Set(OwnKey(L"A"), L"V");
+    Set(OwnKey(L"A"), L"W");
     // The lone leading backslash of a value isn't escaped, so the strict pair doesn't match it.
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
                  L"\"V\"=\"C:\\\\\\\\final\\\\x\"\r\n\"W\"=\"\\temporary\"\r\n");
@@ -447,8 +451,8 @@ TEST_F(ReplayTraceTest, PathPairsApplyInTheirOrder) {
     };
     user.SetText(L"A", L"File", L"C:\\tmp\\x.dll");
     user.SetText(L"A", L"Neighbour", L"C:\\tmp\\y.dll");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"File");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"Neighbour");
+    Set(OwnKey(L"A"), L"File");
+    Set(OwnKey(L"A"), L"Neighbour");
     ReplayWrites(
         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\A]\r\n"
         L"\"File\"=\"\\\\\\\\share\\\\dir\\\\x.dll\"\r\n\"Neighbour\"=\"\\\\\\\\share\\\\dir\\\\y.dll\"\r\n");
@@ -490,7 +494,7 @@ TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndRemovedFromTheRea
 
     trace.ByProcess(serverProcess)
         .OpenBefore(classesHandle, Machine(L"SOFTWARE\\Classes"))
-        .OpenBefore(userHandle, User(L"Software\\KeyreapReplay"));
+        .OpenBefore(userHandle, OwnKey());
     trace.CreateKey(classesHandle, L"KeyreapReplay.Class")
         .OpenBefore(classHandle, Classes(L"KeyreapReplay.Class"));
     trace.SetValue(classHandle, L"");
@@ -498,7 +502,7 @@ TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndRemovedFromTheRea
     trace.CreateKey(classHandle, L"shell\\open\\command")
         .SetValue(Named(Classes(L"KeyreapReplay.Class\\shell\\open\\command")), L"");
     trace.OpenKey(userHandle, L"Kept").CreateKey(userHandle, L"Acme");
-    trace.SetValue(Named(User(L"Software\\KeyreapReplay\\Acme")), L"Runs");
+    trace.SetValue(Named(OwnKey(L"Acme")), L"Runs");
     trace.ByProcess(stranger).CreateKey(userHandle, L"Strange");
 
     ReplayWrites(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapReplay\\Acme]\r\n\"Runs\"=\"1\"\r\n"
@@ -513,31 +517,28 @@ TEST_F(ReplayTraceTest, ARegserverProgramsEntriesAreCapturedAndRemovedFromTheRea
 
 TEST_F(ReplayTraceTest, WithoutAServerProcessTheIdZeroIsNotWatched) {
     trace.ByProcess(0);
-    Created(User(L"Software\\KeyreapReplay\\A"));
+    Created(OwnKey(L"A"));
     ReplayWrites(L"");
 }
 
 // A log that fails.
 
 TEST_F(ReplayTraceTest, ALogThatCannotBeOpenedGivesTheHeaderAloneAndIsASuccess) {
-    user.SetText(L"A", L"V", L"1");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
+    SetText(L"A", L"V", L"1");
     tracing.logExists = false;
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
 TEST_F(ReplayTraceTest, ALogThatBreaksOffGivesTheHeaderAloneAndIsASuccess) {
-    user.SetText(L"A", L"V", L"1");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
+    SetText(L"A", L"V", L"1");
     tracing.processStatus = ERROR_CANCELLED;
     ReplayWrites(L"");
     EXPECT_EQ(user.Contents(), L"[]\n[A]\nV=1\n");
 }
 
 TEST_F(ReplayTraceTest, AFileThatCannotBeWrittenRaisesAndLeavesTheRegistryAlone) {
-    user.SetText(L"A", L"V", L"1");
-    Set(User(L"Software\\KeyreapReplay\\A"), L"V");
+    SetText(L"A", L"V", L"1");
     request.regFilePath = folder.File(L"missing\\out.reg");
     tracing.log = trace.Events();
     EXPECT_ANY_THROW(ReplayTrace(tracing, request));

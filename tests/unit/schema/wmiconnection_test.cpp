@@ -4,12 +4,16 @@
 #include "trace/registryfields.h"
 #include "trace/schema/wmiconnection.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
 
 namespace keyreap {
 namespace {
+
+using testing::ElementsAre;
+using testing::FieldsAre;
 
 using Calls = std::vector<std::wstring>;
 
@@ -327,12 +331,8 @@ TEST_F(SchemaPath, ReadsRegistryEventsLikeTheFixedLayoutInBothPointerSizes) {
         const RegistryFields given{0xFFFFFFFFE1234567, L"Name", 0xC0000034, 7, 9};
         FieldsHandler handler;
         TraceBuilder(pointerSize).Registry(registryevent::setValue, given).Play(handler);
-        ASSERT_EQ(handler.fields.size(), 1U);
-        EXPECT_EQ(handler.fields[0].keyHandle, given.keyHandle);
-        EXPECT_EQ(handler.fields[0].name, given.name);
-        EXPECT_EQ(handler.fields[0].status, given.status);
-        EXPECT_EQ(handler.fields[0].index, given.index);
-        EXPECT_EQ(handler.fields[0].initialTime, given.initialTime);
+        EXPECT_THAT(handler.fields, ElementsAre(FieldsAre(given.keyHandle, given.name, given.status,
+                                                          given.index, given.initialTime)));
     }
 }
 

@@ -10,6 +10,10 @@
 namespace keyreap {
 namespace {
 
+using testing::AllOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Field;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -37,6 +41,14 @@ protected:
 
     RegistryEventHandler handler{true};
 };
+
+auto HasPath(std::wstring_view path) {
+    return Field("keyPath", &RegistryOperation::keyPath, path);
+}
+
+auto IsKey(PredefinedRoot root, std::wstring_view path) {
+    return AllOf(Field("root", &RegistryOperation::root, root), HasPath(path));
+}
 
 TraceBuilder OurTrace() {
     TraceBuilder trace;
@@ -149,15 +161,13 @@ TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties
 
 TEST_F(RegistryEventHandlerTest, ACompleteNameIsNormalisedAtOnce) {
     const RegistryOperation operation = PlayOne(OurTrace().CreateKey(0, acmeKernelPath));
-    EXPECT_EQ(operation.root, localMachineRoot);
-    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme");
+    EXPECT_THAT(operation, IsKey(localMachineRoot, L"SOFTWARE\\Acme"));
 }
 
 TEST_F(RegistryEventHandlerTest, ARelativeNameIsAppendedToTheNameOfItsHandle) {
     const RegistryOperation operation =
         PlayOne(OurTrace().KeyHandleNamed(handle, acmeKernelPath).CreateKey(handle, L"Sub\\Key"));
-    EXPECT_EQ(operation.root, localMachineRoot);
-    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme\\Sub\\Key");
+    EXPECT_THAT(operation, IsKey(localMachineRoot, L"SOFTWARE\\Acme\\Sub\\Key"));
     EXPECT_EQ(operation.keyHandle, 0u);
 }
 
@@ -175,9 +185,7 @@ TEST_F(RegistryEventHandlerTest, NamesOfHandlesAreTakenFromAnyProcess) {
     trace.ByProcess(0).KeyHandleNamed(handle + 1, L"\\REGISTRY\\MACHINE\\SYSTEM");
     trace.ByProcess(ours).SetValue(handle, L"A").SetValue(handle + 1, L"B");
     Play(trace);
-    ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
-    EXPECT_EQ(handler.Operations()[1].keyPath, L"SYSTEM\\");
+    EXPECT_THAT(handler.Operations(), ElementsAre(HasPath(L"SOFTWARE\\Acme\\"), HasPath(L"SYSTEM\\")));
 }
 
 TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
@@ -186,8 +194,7 @@ TEST_F(RegistryEventHandlerTest, EachOfTheTypes22To25NamesAHandle) {
         TraceBuilder trace = OurTrace();
         trace.Registry(type, {.keyHandle = handle, .name = acmeKernelPath}).SetValue(handle, L"V");
         trace.Play(fresh);
-        ASSERT_THAT(fresh.Operations(), SizeIs(1)) << int{type};
-        EXPECT_EQ(fresh.Operations()[0].keyPath, L"SOFTWARE\\Acme\\") << int{type};
+        EXPECT_THAT(fresh.Operations(), ElementsAre(HasPath(L"SOFTWARE\\Acme\\"))) << int{type};
     }
 }
 
@@ -203,9 +210,7 @@ TEST_F(RegistryEventHandlerTest, TheLastNameOfAHandleCountsAndEarlierOperationsK
     trace.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"V");
     trace.KeyHandleNamed(handle, L"\\REGISTRY\\MACHINE\\SYSTEM").SetValue(handle, L"V");
     Play(trace);
-    ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
-    EXPECT_EQ(handler.Operations()[1].keyPath, L"SYSTEM\\");
+    EXPECT_THAT(handler.Operations(), ElementsAre(HasPath(L"SOFTWARE\\Acme\\"), HasPath(L"SYSTEM\\")));
 }
 
 TEST_F(RegistryEventHandlerTest, OperationsThatNameOnlyTheSameHandleShareOnePath) {
@@ -222,11 +227,7 @@ TEST_F(RegistryEventHandlerTest, AHandleWhoseNameIsNotAKernelPathGivesNoRoot) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, L"Odd").SetValue(handle, L"V").SetValue(handle, L"W");
     Play(trace);
-    ASSERT_THAT(handler.Operations(), SizeIs(2));
-    for (const RegistryOperation& operation : handler.Operations()) {
-        EXPECT_EQ(operation.root, noRoot);
-        EXPECT_EQ(operation.keyPath, L"Odd\\");
-    }
+    EXPECT_THAT(handler.Operations(), ElementsAre(IsKey(noRoot, L"Odd\\"), IsKey(noRoot, L"Odd\\")));
 }
 
 TEST_F(RegistryEventHandlerTest, AnEmptyNameOfAHandleReplacesTheOneBefore) {
@@ -239,15 +240,13 @@ TEST_F(RegistryEventHandlerTest, AnEmptyNameOfAHandleReplacesTheOneBefore) {
 
 TEST_F(RegistryEventHandlerTest, AnUnknownHandleLeavesItsOperationUnresolved) {
     const RegistryOperation operation = PlayOne(OurTrace().CreateKey(handle, L"Relative"));
-    EXPECT_EQ(operation.root, noRoot);
-    EXPECT_EQ(operation.keyPath, L"Relative");
+    EXPECT_THAT(operation, IsKey(noRoot, L"Relative"));
     EXPECT_EQ(operation.keyHandle, handle);
 }
 
 TEST_F(RegistryEventHandlerTest, ACompleteNameWithAnUnknownHandleKeepsItsRoot) {
     const RegistryOperation operation = PlayOne(OurTrace().OpenKey(handle, acmeKernelPath));
-    EXPECT_EQ(operation.root, localMachineRoot);
-    EXPECT_EQ(operation.keyPath, L"SOFTWARE\\Acme");
+    EXPECT_THAT(operation, IsKey(localMachineRoot, L"SOFTWARE\\Acme"));
     EXPECT_EQ(operation.keyHandle, handle);
 }
 
@@ -255,19 +254,16 @@ TEST_F(RegistryEventHandlerTest, TheRundownNamesWhatWasOpenBeforeTheTrace) {
     TraceBuilder trace = OurTrace();
     trace.OpenBefore(handle, acmeKernelPath).SetValue(handle, L"V").CreateKey(handle, L"Sub");
     Play(trace);
-    ASSERT_THAT(handler.Operations(), SizeIs(2));
-    EXPECT_EQ(handler.Operations()[0].root, localMachineRoot);
-    EXPECT_EQ(handler.Operations()[0].keyPath, L"SOFTWARE\\Acme\\");
-    EXPECT_EQ(handler.Operations()[0].keyHandle, 0u);
-    EXPECT_EQ(handler.Operations()[1].keyPath, L"SOFTWARE\\Acme\\Sub");
+    EXPECT_THAT(handler.Operations(), ElementsAre(IsKey(localMachineRoot, L"SOFTWARE\\Acme\\"),
+                                                  IsKey(localMachineRoot, L"SOFTWARE\\Acme\\Sub")));
+    EXPECT_THAT(handler.Operations(), Each(Field("keyHandle", &RegistryOperation::keyHandle, 0U)));
 }
 
 TEST_F(RegistryEventHandlerTest, TheEndOfTheLogForgetsAllNames) {
     TraceBuilder trace = OurTrace();
     trace.KeyHandleNamed(handle, acmeKernelPath).Play(handler);
     OurTrace().SetValue(handle, L"V").Play(handler);
-    ASSERT_THAT(handler.Operations(), SizeIs(1));
-    EXPECT_EQ(handler.Operations()[0].keyPath, L"");
+    EXPECT_THAT(handler.Operations(), ElementsAre(HasPath(L"")));
 }
 
 TEST_F(RegistryEventHandlerTest, TheNameOfAHandleIsPutBeforeACompleteNameToo) {
@@ -280,8 +276,7 @@ TEST_F(RegistryEventHandlerTest, TheNameOfAHandleIsPutBeforeACompleteNameToo) {
 TEST_F(RegistryEventHandlerTest, AHandlesNameThatIsNotAKernelPathIsAppliedToo) {
     const RegistryOperation operation =
         PlayOne(OurTrace().KeyHandleNamed(handle, L"Odd").CreateKey(handle, L"Sub"));
-    EXPECT_EQ(operation.root, noRoot);
-    EXPECT_EQ(operation.keyPath, L"Odd\\Sub");
+    EXPECT_THAT(operation, IsKey(noRoot, L"Odd\\Sub"));
     EXPECT_EQ(operation.keyHandle, 0u);
 }
 
@@ -291,11 +286,8 @@ TEST_F(RegistryEventHandlerTest, WithoutClassesAsRootClassesStayWhereTheyAre) {
         .CreateKey(0, L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\.acme")
         .CreateKey(0, L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\.acme")
         .Play(plain);
-    ASSERT_THAT(plain.Operations(), SizeIs(2));
-    EXPECT_EQ(plain.Operations()[0].root, localMachineRoot);
-    EXPECT_EQ(plain.Operations()[0].keyPath, L"SOFTWARE\\Classes\\.acme");
-    EXPECT_EQ(plain.Operations()[1].root, currentUserRoot);
-    EXPECT_EQ(plain.Operations()[1].keyPath, L"SOFTWARE\\Classes\\.acme");
+    EXPECT_THAT(plain.Operations(), ElementsAre(IsKey(localMachineRoot, L"SOFTWARE\\Classes\\.acme"),
+                                                IsKey(currentUserRoot, L"SOFTWARE\\Classes\\.acme")));
 }
 
 TEST_F(RegistryEventHandlerTest, A32BitLogsHandlesAreFoundByTheirSignExtendedValue) {

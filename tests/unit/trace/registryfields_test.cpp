@@ -84,10 +84,10 @@ TEST(ReadFixedFields, Version2WithPointerSize8HasItsNameAt24) {
 TEST(ReadFixedFields, Version3AndAboveTakeTheLayoutOfVersion2) {
     for (const std::uint16_t version : std::initializer_list<std::uint16_t>{3, 4, 0xFFFF}) {
         const LaidOut it(version, LastLayout().U64(0x1000).WideZ(L"Name"));
-        const RegistryFields fields = ReadFixedFields(it.event, 8);
-        EXPECT_EQ(fields.keyHandle, 0x1000U);
-        EXPECT_EQ(fields.name, L"Name");
-        EXPECT_EQ(fields.status, 5U);
+        EXPECT_THAT(
+            ReadFixedFields(it.event, 8),
+            HasFields(
+                {.keyHandle = 0x1000, .name = L"Name", .status = 5, .index = 7, .initialTime = someTime}));
     }
 }
 
@@ -188,12 +188,11 @@ TEST(ReadSchemaFields, FieldsComeFromThePropertiesOfTheirNames) {
     it.Add(L"Index", {{ValueType::ui4, 7, {}}});
     it.Add(L"KeyHandle", {{ValueType::ui8, 0xFFFFF80012345678, {}}});
     it.Add(L"KeyName", {{ValueType::bstr, 0, L"Name"}});
-    const RegistryFields fields = ReadSchemaFields(it.values, 8);
-    EXPECT_EQ(fields.initialTime, 9);
-    EXPECT_EQ(fields.status, 0xC0000034U);
-    EXPECT_EQ(fields.index, 7U);
-    EXPECT_EQ(fields.keyHandle, 0xFFFFF80012345678U);
-    EXPECT_EQ(fields.name, L"Name");
+    EXPECT_THAT(ReadSchemaFields(it.values, 8), HasFields({.keyHandle = 0xFFFFF80012345678,
+                                                           .name = L"Name",
+                                                           .status = 0xC0000034,
+                                                           .index = 7,
+                                                           .initialTime = 9}));
 }
 
 TEST(ReadSchemaFields, PropertyNamesAreFoundInAnyCase) {
@@ -207,12 +206,7 @@ TEST(ReadSchemaFields, PropertyNamesAreFoundInAnyCase) {
 
 TEST(ReadSchemaFields, MissingPropertiesHaveTheirDefaults) {
     const Decoded it;
-    const RegistryFields fields = ReadSchemaFields(it.values, 8);
-    EXPECT_EQ(fields.keyHandle, 0U);
-    EXPECT_EQ(fields.name, L"");
-    EXPECT_EQ(fields.status, 0U);
-    EXPECT_EQ(fields.index, 0xFFFFFFFFU);
-    EXPECT_EQ(fields.initialTime, 0);
+    EXPECT_THAT(ReadSchemaFields(it.values, 8), HasFields({.name = L"", .index = 0xFFFFFFFF}));
 }
 
 TEST(ReadSchemaFields, PropertiesWithoutValueHaveTheirDefaults) {
@@ -220,12 +214,7 @@ TEST(ReadSchemaFields, PropertiesWithoutValueHaveTheirDefaults) {
     for (const wchar_t* name : {L"InitialTime", L"Status", L"Index", L"KeyHandle", L"KeyName"}) {
         it.Add(name, {});
     }
-    const RegistryFields fields = ReadSchemaFields(it.values, 8);
-    EXPECT_EQ(fields.keyHandle, 0U);
-    EXPECT_EQ(fields.name, L"");
-    EXPECT_EQ(fields.status, 0U);
-    EXPECT_EQ(fields.index, 0xFFFFFFFFU);
-    EXPECT_EQ(fields.initialTime, 0);
+    EXPECT_THAT(ReadSchemaFields(it.values, 8), HasFields({.name = L"", .index = 0xFFFFFFFF}));
 }
 
 TEST(ReadSchemaFields, FirstValueOfAListCounts) {
