@@ -32,10 +32,10 @@ public:
     void OnFinished() override;
 
     // Puts the name of the operation's key handle, if it is known, in front of its path, and normalises a
-    // kernel path. Any other name stays as it is. Copies what it keeps of the path.
+    // kernel path. Any other name stays unchanged. The handler owns the text of the new path.
     void ResolveKeyName(RegistryOperation& operation);
 
-    // In the order of the events, with texts that this holds.
+    // In the order of the events. The handler owns their texts.
     const std::vector<RegistryOperation>& Operations() const { return operations; }
 
 private:
@@ -61,7 +61,7 @@ private:
 
     bool classesAsRoot;
     std::vector<RegistryOperation> operations;
-    // The names of all handles, whichever process made them. Nothing is removed before the end.
+    // The names of the handles of all processes. Nothing is removed before the end of the log.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
     Arena texts; // of operations and places
     // Kept from name to name, so that only results are allocated.

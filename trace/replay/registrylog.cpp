@@ -201,7 +201,7 @@ RegistryLogNode& RegistryLog::GetOrAddNode(PredefinedRoot root, std::wstring_vie
 }
 
 // Follows the components of the path from a position on, with nextNode(node, name, end of the component) as
-// each step. Null where a step gives null.
+// each step. Stops with null when a step returns null.
 template <typename NextNode>
 RegistryLogNode* RegistryLog::Descend(RegistryLogNode& start, std::wstring_view path, std::size_t position,
                                       NextNode nextNode) {

@@ -107,7 +107,7 @@ public:
 };
 
 // The tree of net outcomes: what became of each key and each value that a trace's operations touched. It
-// holds no data of values. Only the injected rules compare names. One thread at a time.
+// has no data of values. Only the injected rules compare names. One thread at a time.
 class RegistryLog {
 public:
     // `nameRules` outlives the log.
@@ -129,7 +129,7 @@ public:
     // and values.
     void MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source);
 
-    // How many values the node and all nodes below it have an entry for, whatever their outcome.
+    // The number of values recorded for the node and all nodes below it, with any outcome.
     static std::size_t CountValues(const RegistryLogNode& node);
 
     // Removes a key if no operation on a value, not even a read, was recorded at it or below it, and then

@@ -153,7 +153,7 @@ TEST(FormatValueEntry, EmptyNameIsTheDefaultValue) {
     EXPECT_EQ(Entry(L"", RegType::Sz, L""), L"@=\"\"\r\n");
 }
 
-TEST(FormatValueEntry, EntriesOfEveryFormAreWrittenAsKnown) {
+TEST(FormatValueEntry, EveryFormOfEntryIsWrittenExactly) {
     EXPECT_EQ(Entry(L"Flags", RegType::Dword, L"16"), L"\"Flags\"=dword:00000010\r\n");
     EXPECT_EQ(Entry(L"Path", RegType::ExpandSz, L"ab"), L"\"Path\"=hex(2):61,00,62,00,00,00\r\n");
     EXPECT_EQ(Entry(L"List", RegType::MultiSz, L"a\r\nb\r\n"),
