@@ -28,7 +28,7 @@ class MarkFinder : public KeyRequestListener {
 public:
     MarkFinder(KeyRequestListener* listener, std::wstring_view wanted) : next(listener), mark(wanted) {}
 
-    bool TakesKeyRequests() const override { return next && !found; }
+    bool WantsKeyRequests() const override { return next && !found; }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
     void OnLostLines() override { lost = true; }
     void OnMissingKey(const std::wstring& name) override { found = name == mark; }
@@ -108,7 +108,7 @@ bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark)
         start = end + 1;
     }
     unread.erase(0, start);
-    whole = whole && !finder.Lost();
+    complete = complete && !finder.Lost();
     return finder.Found();
 }
 

@@ -34,7 +34,7 @@ public:
     bool ReadToNow(KeyRequestListener* listener);
 
     // False once lines were missing in what was read: handles may be unknown from there on.
-    bool Whole() const { return whole; }
+    bool IsComplete() const { return complete; }
 
     const RequestTracker& Tracker() const { return tracker; }
     LiveKeyFacts& Facts() { return facts; }
@@ -48,7 +48,7 @@ private:
     RequestTracker tracker;
     OwnedFile file;
     std::string unread; // from the log, not fed yet
-    bool whole = true;
+    bool complete = true;
 };
 
 } // namespace keyreap

@@ -92,7 +92,7 @@ std::uint32_t RequestLogger::CatchUp(KeyRequestListener* listener) {
     if (!requests.ReadToNow(listener)) {
         return ERROR_TIMEOUT;
     }
-    return requests.Whole() ? ERROR_SUCCESS : ERROR_DISK_FULL;
+    return requests.IsComplete() ? ERROR_SUCCESS : ERROR_DISK_FULL;
 }
 
 std::uint32_t RequestLogger::Stop() {

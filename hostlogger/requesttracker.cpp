@@ -19,9 +19,9 @@ constexpr std::uint32_t duplicateCloseSource = 0x1;    // winnt.h
 constexpr std::uint32_t duplicateSameAttributes = 0x4; // ntobapi
 constexpr std::uint32_t comPlusNativeReady = 0x1;      // of SECTION_IMAGE_INFORMATION's ImageFlags, ntmmapi
 
-// A key found below one that isn't looked up yet, and so on: no more than so many of them, so that no program
-// can make them a danger to the stack.
-constexpr std::size_t mostUnknown = 32;
+// The longest chain of keys of unknown paths, each the parent of the next. It is looked up recursively, so a
+// limit keeps programs from exhausting the stack.
+constexpr std::size_t longestUnknownChain = 32;
 
 constexpr std::string_view createRequest = "create_key";
 constexpr std::string_view deleteRequest = "delete_key";
@@ -29,7 +29,7 @@ constexpr std::string_view setRequest = "set_key_value";
 constexpr std::string_view deleteValueRequest = "delete_key_value";
 constexpr std::string_view firstThreadRequest = "init_first_thread";
 
-std::uint8_t ChangeType(std::string_view name) {
+std::uint8_t TypeOfUse(std::string_view name) {
     if (name == deleteRequest) {
         return registryevent::deleteKey;
     }
@@ -39,13 +39,12 @@ std::uint8_t ChangeType(std::string_view name) {
     return name == deleteValueRequest ? registryevent::deleteValue : registryevent::queryValue;
 }
 
-std::shared_ptr<const OpenKey> KeyBehind(const ServerProcess& process, std::uint32_t handle) {
+std::shared_ptr<const OpenKey> KeyOfHandle(const ServerProcess& process, std::uint32_t handle) {
     const auto found = process.handles.find(handle);
     return found == process.handles.end() ? nullptr : found->second.key;
 }
 
-// A request about the key of a handle that the process has.
-KeyRequest RequestAbout(const ServerProcess& process, std::uint32_t handle) {
+KeyRequest RequestAboutKeyOf(const ServerProcess& process, std::uint32_t handle) {
     KeyRequest request;
     if (const auto found = process.handles.find(handle); found != process.handles.end()) {
         request.key = found->second.key;
@@ -60,8 +59,8 @@ ServerHandle ProcessHandle(std::uint32_t processId) {
     return handle;
 }
 
-bool TakesKeyRequests(const KeyRequestListener* listener) {
-    return listener && listener->TakesKeyRequests();
+bool WantsKeyRequests(const KeyRequestListener* listener) {
+    return listener && listener->WantsKeyRequests();
 }
 
 std::int64_t ParseTime(std::string_view digits) {
@@ -76,19 +75,19 @@ RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
     static constexpr std::array<std::pair<std::string_view, Action>, 15> actions{{
         {createRequest, &RequestTracker::CreateOrOpenKey},
         {"open_key", &RequestTracker::CreateOrOpenKey},
-        {deleteRequest, &RequestTracker::ChangeKey},
-        {setRequest, &RequestTracker::ChangeKey},
-        {deleteValueRequest, &RequestTracker::ChangeKey},
-        {"get_key_value", &RequestTracker::ChangeKey},
+        {deleteRequest, &RequestTracker::UseKey},
+        {setRequest, &RequestTracker::UseKey},
+        {deleteValueRequest, &RequestTracker::UseKey},
+        {"get_key_value", &RequestTracker::UseKey},
         {"rename_key", &RequestTracker::RenameKey},
         {"close_handle", &RequestTracker::CloseHandle},
         {"dup_handle", &RequestTracker::DuplicateHandle},
-        {"set_handle_info", &RequestTracker::MarkHandle},
+        {"set_handle_info", &RequestTracker::MarkInheritable},
         {"new_process", &RequestTracker::StartProcess},
         {"new_thread", &RequestTracker::StartThread},
         {"open_process", &RequestTracker::OpenProcess},
-        {"get_mapping_info", &RequestTracker::MapImage},
-        {"get_process_debug_info", &RequestTracker::EndStart},
+        {"get_mapping_info", &RequestTracker::TakeMachine},
+        {"get_process_debug_info", &RequestTracker::MarkStarted},
     }};
     for (const auto& [known, action] : actions) {
         if (known == name) {
@@ -98,6 +97,14 @@ RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
     return nullptr;
 }
 
+std::uint32_t RequestTracker::Call::ProcessOf(std::uint32_t handle) const {
+    if (handle == currentProcess) {
+        return processId;
+    }
+    const auto found = process.handles.find(handle);
+    return found == process.handles.end() ? 0 : found->second.processId;
+}
+
 void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     const auto parsed = ParseRequestLine(line);
     if (!parsed) {
@@ -105,16 +112,16 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     }
     switch (parsed->kind) {
     case RequestLine::Kind::request:
-        TakeRequest(*parsed, listener);
+        OnRequest(*parsed, listener);
         break;
     case RequestLine::Kind::reply:
-        TakeReply(*parsed, listener);
+        OnReply(*parsed, listener);
         break;
     case RequestLine::Kind::keyPath:
-        TakeRealPath(parsed->fields);
+        exchanges.AddRealPath(parsed->fields);
         break;
     case RequestLine::Kind::threadEnd:
-        pending.erase(parsed->id);
+        exchanges.EndThread(parsed->id);
         processes.EndThread(parsed->id);
         break;
     case RequestLine::Kind::processEnd:
@@ -131,131 +138,117 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     }
 }
 
-void RequestTracker::TakeRequest(const RequestLine& line, const KeyRequestListener* listener) {
-    Pending& waiting = pending[line.id];
-    waiting.waits = TakesKeyRequests(listener) || ActionFor(line.name) != &RequestTracker::ChangeKey;
-    if (!waiting.waits) {
-        return; // it changes nothing that is followed
-    }
-    waiting.name = line.name;
-    waiting.fields = line.fields;
-    waiting.realPath.clear();
-    lastThread = line.id;
-}
-
-void RequestTracker::TakeRealPath(std::string_view path) {
-    if (const auto waiting = pending.find(lastThread); waiting != pending.end()) {
-        waiting->second.realPath = path;
+void RequestTracker::OnRequest(const RequestLine& request, const KeyRequestListener* listener) {
+    if (WantsKeyRequests(listener) || ActionFor(request.name) != &RequestTracker::UseKey) {
+        exchanges.AddRequest(request);
+    } else {
+        exchanges.SkipRequest(request.id); // it changes nothing that is tracked
     }
 }
 
-void RequestTracker::TakeReply(const RequestLine& line, KeyRequestListener* listener) {
-    const auto waiting = pending.find(line.id);
-    if (waiting == pending.end() || !waiting->second.waits || waiting->second.name != line.name) {
+void RequestTracker::OnReply(const RequestLine& reply, KeyRequestListener* listener) {
+    const auto exchange = exchanges.TakeReply(reply);
+    if (!exchange) {
         return;
     }
-    Pending& request = waiting->second;
-    request.waits = false;
-    if (line.name == firstThreadRequest) {
-        StartFirstThread(line);
+    if (exchange->name == firstThreadRequest) {
+        StartFirstThread(*exchange);
     }
-    const Action action = ActionFor(line.name);
-    const std::uint32_t processId = processes.ProcessOf(line.id);
+    const Action action = ActionFor(exchange->name);
+    const std::uint32_t processId = processes.ProcessOf(exchange->threadId);
     ServerProcess* const process = processes.Find(processId);
     if (action && process) {
-        (this->*action)({request, line, *process, processId, ServerStatus(line.status), listener});
+        (this->*action)({*exchange, *process, processId, listener});
     }
 }
 
-bool RequestTracker::IsTold(const Answered& answered) const {
-    return TakesKeyRequests(answered.listener) &&
-           (answered.process.started || systemStart.Knows(answered.process.machine));
+bool RequestTracker::IsReported(const Call& call) const {
+    return WantsKeyRequests(call.listener) &&
+           (call.process.started || systemStart.Knows(call.process.machine));
 }
 
-bool RequestTracker::BelongsToStart(const Answered& answered, const KeyRequest& request) const {
-    if (answered.process.started) {
+bool RequestTracker::BelongsToStart(const Call& call, const KeyRequest& request) const {
+    if (call.process.started) {
         return false;
     }
     if (!SystemStart::IsChange(request)) {
-        return true; // the loader reads for every module that it loads; nothing is made of that
+        return true; // the loader reads for every module that it loads, and no capture needs that
     }
     const std::string line = SystemStart::LineOf(request, facts);
     const unsigned most = systemStart.CountOf(line);
-    return most != 0 && answered.process.startChanges[line]++ < most;
+    return most != 0 && call.process.startChanges[line]++ < most;
 }
 
-void RequestTracker::Tell(const Answered& answered, KeyRequest request) const {
-    request.machine = answered.process.machine;
-    if (!IsTold(answered) || BelongsToStart(answered, request)) {
+void RequestTracker::Report(const Call& call, KeyRequest request) const {
+    request.machine = call.process.machine;
+    if (!IsReported(call) || BelongsToStart(call, request)) {
         return;
     }
-    request.processId = answered.processId;
-    request.threadId = answered.reply.id;
-    request.status = answered.status == statusObjectNameExists ? 0 : answered.status;
+    request.processId = call.processId;
+    request.threadId = call.threadId;
+    request.status = call.status == statusObjectNameExists ? 0 : call.status;
     request.time = time;
-    answered.listener->OnKeyRequest(request);
+    call.listener->OnKeyRequest(request);
 }
 
-void RequestTracker::CreateOrOpenKey(const Answered& answered) {
-    const bool creates = answered.request.name == createRequest;
-    const AskedKey asked = ReadAskedKey(answered.request.fields, creates);
-    const KeyOrigin origin = OriginOf(answered.process, asked);
-    const bool finds = origin != KeyOrigin::program && answered.status == statusObjectNameExists;
+void RequestTracker::CreateOrOpenKey(const Call& call) {
+    const bool creates = call.name == createRequest;
+    const AskedKey asked = ReadAskedKey(call.requestFields, creates);
+    const KeyOrigin origin = OriginOf(call.process, asked);
+    const bool opens = origin != KeyOrigin::program && call.status == statusObjectNameExists;
     KeyRequest request;
-    request.type = creates && !finds ? registryevent::createKey : registryevent::openKey;
+    request.type = creates && !opens ? registryevent::createKey : registryevent::openKey;
     request.origin = origin;
-    request.parent = KeyBehind(answered.process, asked.parent);
-    request.view = ViewOf(answered.process, asked);
-    const std::uint32_t handle = NumberField(answered.reply.fields, "hkey");
+    request.parent = KeyOfHandle(call.process, asked.parent);
+    request.view = ViewOf(call.process, asked);
+    const std::uint32_t handle = NumberField(call.replyFields, "hkey");
     if (handle != 0) {
-        request.key = FoundKey(answered, asked);
-        answered.process.handles[handle] = {request.key, 0, AsksForInheritance(asked.attributes), origin,
-                                            asked.access};
-    } else if (!creates && asked.parent == 0 && answered.listener) {
-        answered.listener->OnMissingKey(UnescapeServerText(asked.name));
+        request.key = FoundKey(call, asked);
+        call.process.handles[handle] = {request.key, 0, AsksForInheritance(asked.attributes), origin,
+                                        asked.access};
+    } else if (!creates && asked.parent == 0 && call.listener) {
+        call.listener->OnMissingKey(UnescapeServerText(asked.name));
     }
-    if (IsTold(answered)) {
+    if (IsReported(call)) {
         request.name = UnescapeServerText(asked.name);
-        Tell(answered, std::move(request));
+        Report(call, std::move(request));
     }
 }
 
-std::shared_ptr<const OpenKey> RequestTracker::FoundKey(const Answered& answered,
-                                                        const AskedKey& asked) const {
-    if (!answered.request.realPath.empty()) {
-        return std::make_shared<const OpenKey>(L'\\' + UnescapeServerText(answered.request.realPath));
+std::shared_ptr<const OpenKey> RequestTracker::FoundKey(const Call& call, const AskedKey& asked) const {
+    if (!call.realPath.empty()) {
+        return std::make_shared<const OpenKey>(L'\\' + UnescapeServerText(call.realPath));
     }
-    auto key =
-        std::make_shared<const OpenKey>(KeyBehind(answered.process, asked.parent),
-                                        UnescapeServerText(asked.name), ViewOf(answered.process, asked));
-    if (key->Depth() >= mostUnknown) {
+    auto key = std::make_shared<const OpenKey>(KeyOfHandle(call.process, asked.parent),
+                                               UnescapeServerText(asked.name), ViewOf(call.process, asked));
+    if (key->Depth() >= longestUnknownChain) {
         key->Path(facts);
     }
     return key;
 }
 
-void RequestTracker::ChangeKey(const Answered& answered) {
-    if (!IsTold(answered)) {
+void RequestTracker::UseKey(const Call& call) {
+    if (!IsReported(call)) {
         return;
     }
-    KeyRequest request = RequestAbout(answered.process, NumberField(answered.request.fields, "hkey"));
-    request.type = ChangeType(answered.request.name);
-    request.name = TextField(answered.request.fields, "name");
+    KeyRequest request = RequestAboutKeyOf(call.process, NumberField(call.requestFields, "hkey"));
+    request.type = TypeOfUse(call.name);
+    request.name = TextField(call.requestFields, "name");
     if (request.key) {
-        Tell(answered, std::move(request));
+        Report(call, std::move(request));
     }
 }
 
-void RequestTracker::RenameKey(const Answered& answered) {
-    KeyRequest request = RequestAbout(answered.process, NumberField(answered.request.fields, "hkey"));
+void RequestTracker::RenameKey(const Call& call) {
+    KeyRequest request = RequestAboutKeyOf(call.process, NumberField(call.requestFields, "hkey"));
     request.type = registryevent::setInformation;
     if (!request.key) {
         return;
     }
-    Tell(answered, request);
-    if (answered.status == 0) {
+    Report(call, request);
+    if (call.status == 0) {
         const std::wstring from = request.key->Path(facts);
-        MoveKeys(from, from.substr(0, from.rfind(L'\\') + 1) + TextField(answered.request.fields, "name"));
+        MoveKeys(from, from.substr(0, from.rfind(L'\\') + 1) + TextField(call.requestFields, "name"));
     }
 }
 
@@ -269,39 +262,31 @@ void RequestTracker::MoveKeys(const std::wstring& from, const std::wstring& to) 
     }
 }
 
-void RequestTracker::CloseHandle(const Answered& answered) {
-    const auto handle = answered.process.handles.find(NumberField(answered.request.fields, "handle"));
-    if (answered.status != 0 || handle == answered.process.handles.end()) {
+void RequestTracker::CloseHandle(const Call& call) {
+    const auto handle = call.process.handles.find(NumberField(call.requestFields, "handle"));
+    if (call.status != 0 || handle == call.process.handles.end()) {
         return;
     }
     KeyRequest request;
     request.type = registryevent::close;
     request.key = handle->second.key;
-    answered.process.handles.erase(handle);
+    call.process.handles.erase(handle);
     if (request.key) {
-        Tell(answered, std::move(request));
+        Report(call, std::move(request));
     }
 }
 
-std::uint32_t RequestTracker::ProcessBehind(const Answered& answered, std::uint32_t handle) const {
-    if (handle == currentProcess) {
-        return answered.processId;
-    }
-    const auto found = answered.process.handles.find(handle);
-    return found == answered.process.handles.end() ? 0 : found->second.processId;
-}
-
-void RequestTracker::DuplicateHandle(const Answered& answered) {
-    const std::string_view fields = answered.request.fields;
-    const std::uint32_t sourceId = ProcessBehind(answered, NumberField(fields, "src_process"));
+void RequestTracker::DuplicateHandle(const Call& call) {
+    const std::string_view fields = call.requestFields;
+    const std::uint32_t sourceId = call.ProcessOf(NumberField(fields, "src_process"));
     ServerProcess* const source = processes.Find(sourceId);
     if (!source) {
         return;
     }
     const std::uint32_t options = NumberField(fields, "options");
     const std::uint32_t sourceHandle = NumberField(fields, "src_handle");
-    const std::uint32_t copy = NumberField(answered.reply.fields, "handle");
-    ServerProcess* const target = processes.Find(ProcessBehind(answered, NumberField(fields, "dst_process")));
+    const std::uint32_t copy = NumberField(call.replyFields, "handle");
+    ServerProcess* const target = processes.Find(call.ProcessOf(NumberField(fields, "dst_process")));
     const auto found = source->handles.find(sourceHandle);
     ServerHandle handle;
     if (found != source->handles.end()) {
@@ -320,65 +305,64 @@ void RequestTracker::DuplicateHandle(const Answered& answered) {
     }
 }
 
-void RequestTracker::MarkHandle(const Answered& answered) {
-    const std::string_view fields = answered.request.fields;
-    const auto handle = answered.process.handles.find(NumberField(fields, "handle"));
-    if (handle != answered.process.handles.end() && (NumberField(fields, "mask") & handleFlagInherit) != 0) {
+void RequestTracker::MarkInheritable(const Call& call) {
+    const std::string_view fields = call.requestFields;
+    const auto handle = call.process.handles.find(NumberField(fields, "handle"));
+    if (handle != call.process.handles.end() && (NumberField(fields, "mask") & handleFlagInherit) != 0) {
         handle->second.inheritable = (NumberField(fields, "flags") & handleFlagInherit) != 0;
     }
 }
 
-void RequestTracker::StartProcess(const Answered& answered) {
-    const std::uint32_t child = NumberField(answered.reply.fields, "pid");
+void RequestTracker::StartProcess(const Call& call) {
+    const std::uint32_t child = NumberField(call.replyFields, "pid");
     if (child == 0) {
         return;
     }
-    const std::uint32_t parentHandle = NumberField(answered.request.fields, "parent_process");
-    const std::uint32_t parent =
-        parentHandle == 0 ? answered.processId : ProcessBehind(answered, parentHandle);
-    const bool inherits = (NumberField(answered.request.fields, "flags") & inheritHandles) != 0;
+    const std::uint32_t parentHandle = NumberField(call.requestFields, "parent_process");
+    const std::uint32_t parent = parentHandle == 0 ? call.processId : call.ProcessOf(parentHandle);
+    const bool inherits = (NumberField(call.requestFields, "flags") & inheritHandles) != 0;
     processes.Start(child, inherits ? processes.Find(parent) : nullptr,
-                    NumbersField(answered.request.fields, "handles"));
-    if (const std::uint32_t handle = NumberField(answered.reply.fields, "handle")) {
-        answered.process.handles[handle] = ProcessHandle(child);
+                    NumbersField(call.requestFields, "handles"));
+    if (const std::uint32_t handle = NumberField(call.replyFields, "handle")) {
+        call.process.handles[handle] = ProcessHandle(child);
     }
 }
 
-void RequestTracker::StartThread(const Answered& answered) {
-    const std::uint32_t thread = NumberField(answered.reply.fields, "tid");
-    const std::uint32_t owner = ProcessBehind(answered, NumberField(answered.request.fields, "process"));
+void RequestTracker::StartThread(const Call& call) {
+    const std::uint32_t thread = NumberField(call.replyFields, "tid");
+    const std::uint32_t owner = call.ProcessOf(NumberField(call.requestFields, "process"));
     if (thread != 0 && owner != 0) {
         processes.StartThread(thread, owner);
     }
 }
 
-void RequestTracker::StartFirstThread(const RequestLine& reply) {
-    if (const std::uint32_t processId = NumberField(reply.fields, "pid")) {
-        processes.StartThread(reply.id, processId);
+void RequestTracker::StartFirstThread(const Exchange& exchange) {
+    if (const std::uint32_t processId = NumberField(exchange.replyFields, "pid")) {
+        processes.StartThread(exchange.threadId, processId);
         processes.Process(processId);
     }
 }
 
-void RequestTracker::OpenProcess(const Answered& answered) {
-    if (const std::uint32_t handle = NumberField(answered.reply.fields, "handle")) {
-        answered.process.handles[handle] = ProcessHandle(NumberField(answered.request.fields, "pid"));
+void RequestTracker::OpenProcess(const Call& call) {
+    if (const std::uint32_t handle = NumberField(call.replyFields, "handle")) {
+        call.process.handles[handle] = ProcessHandle(NumberField(call.requestFields, "pid"));
     }
 }
 
-void RequestTracker::MapImage(const Answered& answered) {
-    if (answered.process.machine != 0) {
+void RequestTracker::TakeMachine(const Call& call) {
+    if (call.process.machine != 0) {
         return; // the first image that a process maps is its own
     }
-    const std::string_view image = FindField(answered.reply.fields, "image").value_or(std::string_view());
+    const std::string_view image = FindField(call.replyFields, "image").value_or(std::string_view());
     const auto machine = static_cast<std::uint16_t>(NumberField(image, "machine"));
-    const bool ofEither = (NumberField(image, "image_flags") & comPlusNativeReady) != 0;
-    answered.process.machine = machine == machineI386 && ofEither ? machineAmd64 : machine;
+    const bool forEither = (NumberField(image, "image_flags") & comPlusNativeReady) != 0;
+    call.process.machine = machine == machineI386 && forEither ? machineAmd64 : machine;
 }
 
-void RequestTracker::EndStart(const Answered& answered) {
-    if (NumberField(answered.request.fields, "handle") == currentProcess) {
-        answered.process.started = true;
-        answered.process.startChanges = {};
+void RequestTracker::MarkStarted(const Call& call) {
+    if (NumberField(call.requestFields, "handle") == currentProcess) {
+        call.process.started = true;
+        call.process.startChanges = {};
     }
 }
 

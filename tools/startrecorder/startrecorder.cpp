@@ -123,7 +123,7 @@ bool Record(RequestLog& log, const std::wstring& program, Changes& recorded) {
     }
     const std::uint32_t processId = RunProbe(program, process);
     ChangeCollector collector(processId, log.Facts());
-    if (processId == 0 || !log.ReadToNow(&collector) || !log.Whole()) {
+    if (processId == 0 || !log.ReadToNow(&collector) || !log.IsComplete()) {
         return false;
     }
     for (const auto& [line, count] : collector.Seen()) {

@@ -13,7 +13,7 @@ namespace keyreap {
 // Keeps what a tracker tells.
 class RecordingRequests : public KeyRequestListener {
 public:
-    bool TakesKeyRequests() const override { return takes; }
+    bool WantsKeyRequests() const override { return takes; }
     void OnKeyRequest(const KeyRequest& request) override { requests.push_back(request); }
     void OnLostLines() override { ++lost; }
     void OnMissingKey(const std::wstring& name) override { missing.push_back(name); }
