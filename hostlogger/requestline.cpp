@@ -1,17 +1,13 @@
 #include "hostlogger/requestline.h"
 
+#include "hostlogger/requestwords.h"
+
 #include <charconv>
 #include <cstddef>
 
 namespace keyreap {
 
 namespace {
-
-constexpr std::string_view opened = "Open key ";
-constexpr std::string_view created = "Create key ";
-constexpr std::string_view clockPrefix = "time ";
-constexpr std::string_view threadEnded = "*killed*";
-constexpr std::string_view processEnded = "*process killed*";
 
 std::optional<std::uint32_t> ParseHex(std::string_view text) {
     std::uint32_t number = 0;
@@ -54,11 +50,11 @@ std::optional<RequestLine> ParseReply(RequestLine line, std::string_view rest) {
 std::optional<RequestLine> ParseThreadLine(std::uint32_t id, std::string_view text) {
     RequestLine line;
     line.id = id;
-    if (text.starts_with(threadEnded)) {
+    if (text.starts_with(requestword::threadEnd)) {
         line.kind = RequestLine::Kind::threadEnd;
         return line;
     }
-    if (text.starts_with(processEnded)) {
+    if (text.starts_with(requestword::processEnd)) {
         line.kind = RequestLine::Kind::processEnd;
         return line;
     }
@@ -80,16 +76,18 @@ std::optional<RequestLine> ParseThreadLine(std::uint32_t id, std::string_view te
     return line;
 }
 
-// What the server and the filter tell of no thread.
+// A line of the server or the filter that names no thread.
 std::optional<RequestLine> ParseServerLine(std::string_view line) {
     RequestLine parsed;
-    if (line == "lost") {
+    if (line == requestword::lost) {
         parsed.kind = RequestLine::Kind::lost;
         return parsed;
     }
-    for (const std::string_view prefix : {opened, created, clockPrefix}) {
+    for (const std::string_view prefix :
+         {requestword::openedKey, requestword::createdKey, requestword::clock}) {
         if (line.starts_with(prefix)) {
-            parsed.kind = prefix == clockPrefix ? RequestLine::Kind::clock : RequestLine::Kind::keyPath;
+            parsed.kind =
+                prefix == requestword::clock ? RequestLine::Kind::clock : RequestLine::Kind::keyPath;
             parsed.fields = line.substr(prefix.size());
             return parsed;
         }

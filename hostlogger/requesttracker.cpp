@@ -2,6 +2,7 @@
 
 #include "etl/registryevent.h"
 #include "hostlogger/requeststatus.h"
+#include "hostlogger/requestwords.h"
 #include "platform/core/text/compare.h"
 
 #include <array>
@@ -23,20 +24,14 @@ constexpr std::uint32_t comPlusNativeReady = 0x1;      // of SECTION_IMAGE_INFOR
 // limit keeps programs from exhausting the stack.
 constexpr std::size_t longestUnknownChain = 32;
 
-constexpr std::string_view createRequest = "create_key";
-constexpr std::string_view deleteRequest = "delete_key";
-constexpr std::string_view setRequest = "set_key_value";
-constexpr std::string_view deleteValueRequest = "delete_key_value";
-constexpr std::string_view firstThreadRequest = "init_first_thread";
-
 std::uint8_t TypeOfUse(std::string_view name) {
-    if (name == deleteRequest) {
+    if (name == requestword::deleteKey) {
         return registryevent::deleteKey;
     }
-    if (name == setRequest) {
+    if (name == requestword::setValue) {
         return registryevent::setValue;
     }
-    return name == deleteValueRequest ? registryevent::deleteValue : registryevent::queryValue;
+    return name == requestword::deleteValue ? registryevent::deleteValue : registryevent::queryValue;
 }
 
 std::shared_ptr<const OpenKey> KeyOfHandle(const ServerProcess& process, std::uint32_t handle) {
@@ -73,21 +68,21 @@ std::int64_t ParseTime(std::string_view digits) {
 
 RequestTracker::Action RequestTracker::ActionFor(std::string_view name) {
     static constexpr std::array<std::pair<std::string_view, Action>, 15> actions{{
-        {createRequest, &RequestTracker::CreateOrOpenKey},
-        {"open_key", &RequestTracker::CreateOrOpenKey},
-        {deleteRequest, &RequestTracker::UseKey},
-        {setRequest, &RequestTracker::UseKey},
-        {deleteValueRequest, &RequestTracker::UseKey},
-        {"get_key_value", &RequestTracker::UseKey},
-        {"rename_key", &RequestTracker::RenameKey},
-        {"close_handle", &RequestTracker::CloseHandle},
-        {"dup_handle", &RequestTracker::DuplicateHandle},
-        {"set_handle_info", &RequestTracker::MarkInheritable},
-        {"new_process", &RequestTracker::StartProcess},
-        {"new_thread", &RequestTracker::StartThread},
-        {"open_process", &RequestTracker::OpenProcess},
-        {"get_mapping_info", &RequestTracker::TakeMachine},
-        {"get_process_debug_info", &RequestTracker::MarkStarted},
+        {requestword::createKey, &RequestTracker::CreateOrOpenKey},
+        {requestword::openKey, &RequestTracker::CreateOrOpenKey},
+        {requestword::deleteKey, &RequestTracker::UseKey},
+        {requestword::setValue, &RequestTracker::UseKey},
+        {requestword::deleteValue, &RequestTracker::UseKey},
+        {requestword::queryValue, &RequestTracker::UseKey},
+        {requestword::renameKey, &RequestTracker::RenameKey},
+        {requestword::closeHandle, &RequestTracker::CloseHandle},
+        {requestword::duplicateHandle, &RequestTracker::DuplicateHandle},
+        {requestword::setHandleInfo, &RequestTracker::MarkInheritable},
+        {requestword::newProcess, &RequestTracker::StartProcess},
+        {requestword::newThread, &RequestTracker::StartThread},
+        {requestword::openProcess, &RequestTracker::OpenProcess},
+        {requestword::mappingInfo, &RequestTracker::TakeMachine},
+        {requestword::debugInfo, &RequestTracker::MarkStarted},
     }};
     for (const auto& [known, action] : actions) {
         if (known == name) {
@@ -151,7 +146,7 @@ void RequestTracker::OnReply(const RequestLine& reply, KeyRequestListener* liste
     if (!exchange) {
         return;
     }
-    if (exchange->name == firstThreadRequest) {
+    if (exchange->name == requestword::firstThread) {
         StartFirstThread(*exchange);
     }
     const Action action = ActionFor(exchange->name);
@@ -192,7 +187,7 @@ void RequestTracker::Report(const Call& call, KeyRequest request) const {
 }
 
 void RequestTracker::CreateOrOpenKey(const Call& call) {
-    const bool creates = call.name == createRequest;
+    const bool creates = call.name == requestword::createKey;
     const AskedKey asked = ReadAskedKey(call.requestFields, creates);
     const KeyOrigin origin = OriginOf(call.process, asked);
     const bool opens = origin != KeyOrigin::program && call.status == statusObjectNameExists;

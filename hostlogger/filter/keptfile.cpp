@@ -1,5 +1,7 @@
 #include "hostlogger/filter/keptfile.h"
 
+#include "hostlogger/requestwords.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +13,7 @@
 namespace keyreap {
 namespace {
 
-// Not so a device, which somebody who tries the filter may name.
+// False for a device, which may be named to try the filter.
 bool IsOrdinaryFile(int file) {
     struct stat status = {};
     return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
@@ -19,7 +21,7 @@ bool IsOrdinaryFile(int file) {
 
 } // namespace
 
-KeptFile::KeptFile(std::string pathOfFile) : path(std::move(pathOfFile)) {}
+KeptFile::KeptFile(std::string path) : path(std::move(path)) {}
 
 KeptFile::~KeptFile() {
     if (file == -1) {
@@ -44,14 +46,14 @@ void KeptFile::Write(std::string_view lines) {
     }
     std::string marked;
     if (lost) {
-        marked.append(LOST_LINES).append(lines);
+        marked.append(requestword::lost).append(1, '\n').append(lines);
         lines = marked;
     }
     const std::size_t written = Open() ? WriteWhatFits(lines) : 0;
     const std::size_t whole = lines.substr(0, written).rfind('\n') + 1;
     length += static_cast<std::int64_t>(whole);
     if (whole < written) {
-        // To take back a part of a line needs no room; only a device refuses it.
+        // This cuts off a partial line, which needs no room; only a device refuses it.
         [[maybe_unused]] const int status = ftruncate(file, length);
     }
     lost = whole < lines.size();
@@ -71,8 +73,8 @@ std::size_t KeptFile::WriteWhatFits(std::string_view text) {
 }
 
 void KeptFile::ForEachLine(const std::function<void(std::string_view)>& take) const {
-    constexpr std::size_t PIECE_SIZE = 1 << 20;
-    std::string buffer(PIECE_SIZE, '\0');
+    constexpr std::size_t pieceSize = 1 << 20;
+    std::string buffer(pieceSize, '\0');
     std::string begun;
     std::int64_t offset = 0;
     for (std::string_view piece = ReadPiece(offset, buffer); !piece.empty();

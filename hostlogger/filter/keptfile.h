@@ -9,11 +9,11 @@
 namespace keyreap {
 
 // The file that the kept lines go to: emptied or created with the first of them, and removed with this
-// object. It holds whole lines only. Lines that could not be written are dropped, and the line LOST_LINES
-// stands in their place as soon as something can be written again.
+// object. It contains whole lines only. Lines that could not be written are dropped, and a line that says so
+// (requestword::lost) takes their place as soon as something can be written again.
 class KeptFile {
 public:
-    explicit KeptFile(std::string pathOfFile);
+    explicit KeptFile(std::string path);
     ~KeptFile();
     KeptFile(const KeptFile&) = delete;
     KeptFile& operator=(const KeptFile&) = delete;
@@ -24,8 +24,6 @@ public:
     // What was written so far, line by line and without the line breaks.
     void ForEachLine(const std::function<void(std::string_view)>& take) const;
 
-    static constexpr std::string_view LOST_LINES = "lost\n";
-
 private:
     bool Open();
     // The next piece of the file; empty after the last whole line.
@@ -34,8 +32,7 @@ private:
 
     std::string path;
     int file = -1;
-    // Of the whole lines in the file, in bytes.
-    std::int64_t length = 0;
+    std::int64_t length = 0; // bytes, of the whole lines in the file
     bool lost = false;
 };
 

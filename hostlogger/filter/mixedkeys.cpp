@@ -1,6 +1,7 @@
 #include "hostlogger/filter/mixedkeys.h"
 
 #include "etl/registryevent.h"
+#include "hostlogger/requestwords.h"
 #include "platform/core/text/compare.h"
 
 #include <algorithm>
@@ -225,11 +226,10 @@ std::vector<std::wstring> MixedKeys::Names() const {
 }
 
 bool MakesMixingNode(std::string_view line) {
-    static constexpr std::string_view making = "Create key ";
-    if (!line.starts_with(making)) {
+    if (!line.starts_with(requestword::createdKey)) {
         return false;
     }
-    const std::wstring path = L'\\' + UnescapeServerText(line.substr(making.size()));
+    const std::wstring path = L'\\' + UnescapeServerText(line.substr(requestword::createdKey.size()));
     return NodesIn(path).strange > 0;
 }
 

@@ -1,10 +1,11 @@
 // requestfilter FILE [REPORT]: reads the request log of Wine's server and writes what the trace needs of it
-// to FILE. Its end would be the server's end, and its waiting the server's waiting, so it reads on whatever
-// becomes of FILE. At the end of the input it writes the keys that the host mixed up to REPORT, a line each,
-// if there are any, and ends with 0. It ends with 2 if it was called otherwise.
+// to FILE. The server would end if the filter ended, and wait while the filter waits, so the filter reads on
+// whatever becomes of FILE. At the end of the input it writes the keys that the host mixed up to REPORT, a
+// line each, if there are any. Exits with 0, or with 2 if the arguments are others.
 #include "hostlogger/filter/keptfile.h"
 #include "hostlogger/filter/mixedreport.h"
 #include "hostlogger/filter/requestlines.h"
+#include "hostlogger/requestwords.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -20,7 +21,7 @@
 namespace {
 
 // As much as a pipe may hold without privileges.
-constexpr int PIECE_SIZE = 1 << 20;
+constexpr int pieceSize = 1 << 20;
 
 void IgnoreSignals() {
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ}) {
@@ -37,41 +38,41 @@ std::size_t ReadPiece(std::vector<char>& piece) {
     return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
-// The server writes each request in many small pieces. Who wakes for all of them takes the core from those
-// that work.
+// The server writes each request in many small pieces. To wake for each of them would take processor time
+// from the programs that are traced.
 void LetPiecesGather() {
-    constexpr timespec PAUSE = {0, 1'000'000}; // nanoseconds
-    nanosleep(&PAUSE, nullptr);
+    constexpr timespec pause = {0, 1'000'000}; // nanoseconds
+    nanosleep(&pause, nullptr);
 }
 
 // By the clock and in the unit of Wine's performance counter.
 std::int64_t Now() {
-    constexpr std::int64_t TICKS_A_SECOND = 10'000'000;
+    constexpr std::int64_t ticksPerSecond = 10'000'000;
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC_RAW, &now);
-    return now.tv_sec * TICKS_A_SECOND + now.tv_nsec * TICKS_A_SECOND / 1'000'000'000;
+    return now.tv_sec * ticksPerSecond + now.tv_nsec * ticksPerSecond / 1'000'000'000;
 }
 
-// Tells when the lines behind it were read, but not for every few lines anew.
+// The time at which the lines after it were read. There is one at most every millisecond.
 class ClockLine {
 public:
     std::string Next() {
-        constexpr std::int64_t STEP = 10'000; // a millisecond
+        constexpr std::int64_t step = 10'000; // a millisecond
         const std::int64_t now = Now();
-        if (now - told < STEP) {
+        if (now - written < step) {
             return {};
         }
-        told = now;
-        return "time " + std::to_string(now) + '\n';
+        written = now;
+        return std::string(keyreap::requestword::clock) + std::to_string(now) + '\n';
     }
 
 private:
-    std::int64_t told = 0;
+    std::int64_t written = 0;
 };
 
 void Filter(keyreap::KeptFile& file) {
     keyreap::RequestLines requests;
-    std::vector<char> piece(PIECE_SIZE);
+    std::vector<char> piece(pieceSize);
     std::string kept;
     ClockLine clock;
     while (const std::size_t length = ReadPiece(piece)) {
@@ -94,7 +95,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     IgnoreSignals();
-    fcntl(STDIN_FILENO, F_SETPIPE_SZ, PIECE_SIZE);
+    fcntl(STDIN_FILENO, F_SETPIPE_SZ, pieceSize);
     keyreap::KeptFile file(argv[1]);
     Filter(file);
     if (argc == 3) {

@@ -1,5 +1,7 @@
 #include "hostlogger/filter/requestlines.h"
 
+#include "hostlogger/requestwords.h"
+
 #include <algorithm>
 #include <array>
 
@@ -12,49 +14,49 @@ struct KeptRequest {
     std::string_view privateFrom = {};
 };
 
-// By name, for the search.
-constexpr std::array<KeptRequest, 16> KEPT_REQUESTS = {{
-    {"close_handle"},
-    {"create_key"},
-    {"delete_key"},
-    {"delete_key_value"},
-    {"dup_handle"},
-    {"get_key_value", ", data={"},
-    {"get_mapping_info"},
-    {"get_process_debug_info"},
-    {"init_first_thread"},
-    {"new_process", ", info={"},
-    {"new_thread"},
-    {"open_key"},
-    {"open_process"},
-    {"rename_key"},
-    {"set_handle_info"},
-    {"set_key_value", ", data={"},
+// Sorted by name, for the binary search.
+constexpr std::array<KeptRequest, 16> keptRequests = {{
+    {requestword::closeHandle},
+    {requestword::createKey},
+    {requestword::deleteKey},
+    {requestword::deleteValue},
+    {requestword::duplicateHandle},
+    {requestword::queryValue, ", data={"},
+    {requestword::mappingInfo},
+    {requestword::debugInfo},
+    {requestword::firstThread},
+    {requestword::newProcess, ", info={"},
+    {requestword::newThread},
+    {requestword::openKey},
+    {requestword::openProcess},
+    {requestword::renameKey},
+    {requestword::setHandleInfo},
+    {requestword::setValue, ", data={"},
 }};
-static_assert(std::ranges::is_sorted(KEPT_REQUESTS, {}, &KeptRequest::name));
+static_assert(std::ranges::is_sorted(keptRequests, {}, &KeptRequest::name));
 
 // What the server reports by itself.
-constexpr std::array<std::string_view, 2> KEPT_EVENTS = {"*killed*", "*process killed*"};
+constexpr std::array<std::string_view, 2> keptEvents = {requestword::threadEnd, requestword::processEnd};
 
-// What it says of a key that it opened or made, under its real name, between the request and the reply.
-constexpr std::array<std::string_view, 2> KEPT_PATHS = {"Open key ", "Create key "};
+// Between a request and its reply: the real path of the key that was opened or made.
+constexpr std::array<std::string_view, 2> keptPaths = {requestword::openedKey, requestword::createdKey};
 
-// What it says when programs can reach it.
-constexpr std::string_view SERVER_IS_UP = "wineserver: starting";
+// Written when programs can reach it.
+constexpr std::string_view serverIsUp = "wineserver: starting";
 
-// Behind the id of the thread.
-std::string_view BehindThread(std::string_view line) {
+// What follows the id of the thread; empty for a line without one.
+std::string_view AfterThread(std::string_view line) {
     const std::size_t end = line.find_first_not_of("0123456789abcdef");
     const bool isThread = end != 0 && end != std::string_view::npos && line.substr(end, 2) == ": ";
     return isThread ? line.substr(end + 2) : std::string_view{};
 }
 
 const KeptRequest* FindKept(std::string_view name) {
-    const auto found = std::ranges::lower_bound(KEPT_REQUESTS, name, {}, &KeptRequest::name);
-    return found != KEPT_REQUESTS.end() && found->name == name ? &*found : nullptr;
+    const auto found = std::ranges::lower_bound(keptRequests, name, {}, &KeptRequest::name);
+    return found != keptRequests.end() && found->name == name ? &*found : nullptr;
 }
 
-// Where `mark` begins outside of quoted names, in which a backslash takes away the next character's meaning;
+// Where `mark` begins outside of quoted names, in which a backslash escapes the next character;
 // the text's length if nowhere.
 std::size_t FindOutsideNames(std::string_view text, std::string_view mark) {
     bool quoted = false;
@@ -71,12 +73,12 @@ std::size_t FindOutsideNames(std::string_view text, std::string_view mark) {
 }
 
 bool IsKeptEvent(std::string_view text) {
-    return std::ranges::any_of(KEPT_EVENTS, [&](std::string_view event) { return text.starts_with(event); });
+    return std::ranges::any_of(keptEvents, [&](std::string_view event) { return text.starts_with(event); });
 }
 
 bool IsKeptLine(std::string_view line) {
-    return line.starts_with(SERVER_IS_UP) ||
-           std::ranges::any_of(KEPT_PATHS, [&](std::string_view start) { return line.starts_with(start); });
+    return line.starts_with(serverIsUp) ||
+           std::ranges::any_of(keptPaths, [&](std::string_view start) { return line.starts_with(start); });
 }
 
 void AppendWithoutPrivatePart(std::string_view line, std::string_view privateFrom, std::string& kept) {
@@ -91,7 +93,7 @@ void AppendWithoutPrivatePart(std::string_view line, std::string_view privateFro
 } // namespace
 
 void AppendKeptPart(std::string_view line, std::string& kept) {
-    const std::string_view text = BehindThread(line);
+    const std::string_view text = AfterThread(line);
     const KeptRequest* request = FindKept(text.substr(0, text.find('(')));
     if (request != nullptr && !request->privateFrom.empty()) {
         AppendWithoutPrivatePart(line, request->privateFrom, kept);
@@ -103,7 +105,7 @@ void AppendKeptPart(std::string_view line, std::string& kept) {
 void RequestLines::Take(std::string_view piece, std::string& kept) {
     for (std::size_t end = piece.find('\n'); end != std::string_view::npos; end = piece.find('\n')) {
         if (begun.empty()) {
-            AppendKeptPart(piece.substr(0, std::min(end, MAX_LINE_LENGTH)), kept);
+            AppendKeptPart(piece.substr(0, std::min(end, maximumLineLength)), kept);
         } else {
             Begin(piece.substr(0, end));
             AppendKeptPart(begun, kept);
@@ -115,7 +117,7 @@ void RequestLines::Take(std::string_view piece, std::string& kept) {
 }
 
 void RequestLines::Begin(std::string_view head) {
-    begun += head.substr(0, MAX_LINE_LENGTH - begun.size());
+    begun += head.substr(0, maximumLineLength - begun.size());
 }
 
 } // namespace keyreap

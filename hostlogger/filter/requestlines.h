@@ -6,17 +6,17 @@
 
 namespace keyreap {
 
-// The most of a line that is looked at. A longer one counts as its first MAX_LINE_LENGTH bytes.
-inline constexpr std::size_t MAX_LINE_LENGTH = 1 << 20;
+// Of a longer line only the first maximumLineLength bytes count.
+inline constexpr std::size_t maximumLineLength = 1 << 20;
 
-// Appends what is kept of a line of the server's request log, without its line break, to `kept` and ends it
-// with one; appends nothing if the line isn't kept. Kept are requests and replies about keys, handles,
-// processes, threads and image mappings, the real names of the keys that they opened, the ends of threads and
-// processes, and the server's word that it is up. The data of values and what a new process gets to know (its
-// environment, its command line) are left out.
+// Appends what is kept of a line of the server's request log, given without its line break, to `kept` and
+// ends it with one; appends nothing if the line isn't kept. Kept are requests and replies about keys,
+// handles, processes, threads and image mappings, the real names of the keys that they opened, the ends of
+// threads and processes, and the server's word that it is up. The data of values and what a new process is
+// given (its environment, its command line) are left out.
 void AppendKeptPart(std::string_view line, std::string& kept);
 
-// Parts the log, which comes in pieces of any size, into its lines.
+// Splits the log, which comes in pieces of any size, into its lines.
 class RequestLines {
 public:
     // Appends what is kept of the lines that `piece` ends to `kept`.
@@ -25,7 +25,7 @@ public:
 private:
     void Begin(std::string_view head);
 
-    // The beginning of a line whose end has not come.
+    // The beginning of a line whose end has not been read yet.
     std::string begun;
 };
 

@@ -142,10 +142,11 @@ TEST(RequestLines, ALineWithoutItsEndWaits) {
 
 TEST(RequestLines, AnOverlongLineCountsAsItsBeginning) {
     const std::string begin = "0024: open_key( parent=0000, name=L\"";
-    const std::string line = begin + std::string(3 * MAX_LINE_LENGTH, 'a') + "\n" + "0024: open_key() = 0\n";
+    const std::string line =
+        begin + std::string(3 * maximumLineLength, 'a') + "\n" + "0024: open_key() = 0\n";
     for (const std::size_t size : {line.size(), std::size_t{65536}}) {
         const std::string kept = KeptOf(line, size);
-        EXPECT_EQ(kept.size(), MAX_LINE_LENGTH + 1 + std::string("0024: open_key() = 0\n").size());
+        EXPECT_EQ(kept.size(), maximumLineLength + 1 + std::string("0024: open_key() = 0\n").size());
         EXPECT_TRUE(kept.starts_with(begin + "aaa"));
         EXPECT_TRUE(kept.ends_with("a\n0024: open_key() = 0\n"));
     }
@@ -153,7 +154,7 @@ TEST(RequestLines, AnOverlongLineCountsAsItsBeginning) {
 
 TEST(RequestLines, AnOverlongLinesPrivatePartGoesAllTheSame) {
     const std::string line = "0024: set_key_value( hkey=0034, name=L\"V\", data={" +
-                             std::string(3 * MAX_LINE_LENGTH, '0') + "} )\n";
+                             std::string(3 * maximumLineLength, '0') + "} )\n";
     EXPECT_EQ(KeptOf(line, 65536), "0024: set_key_value( hkey=0034, name=L\"V\" )\n");
 }
 
