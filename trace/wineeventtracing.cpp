@@ -72,7 +72,7 @@ TRACEHANDLE WineEventTracing::Open(EVENT_TRACE_LOGFILEW& logFile) {
     if (!logFile.LogFileName) {
         return INVALID_PROCESSTRACE_HANDLE;
     }
-    OpenLog log;
+    LogConsumer log;
     log.callbacks = logFile;
     log.source = std::make_unique<EtlFileSource>(std::filesystem::path(logFile.LogFileName));
     log.reader = std::make_unique<EtlReader>(*log.source);

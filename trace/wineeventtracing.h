@@ -24,14 +24,14 @@ public:
     ULONG Close(TRACEHANDLE handle) override;
 
 private:
-    struct OpenLog {
+    struct LogConsumer {
         EVENT_TRACE_LOGFILEW callbacks{};
         std::unique_ptr<EtlFileSource> source;
         std::unique_ptr<EtlReader> reader;
     };
 
     RequestLogger logger;
-    std::map<TRACEHANDLE, OpenLog> logs;
+    std::map<TRACEHANDLE, LogConsumer> logs;
     TRACEHANDLE lastHandle = 0;
 };
 
