@@ -250,8 +250,7 @@ void RequestTracker::RenameKey(const Call& call) {
 void RequestTracker::MoveKeys(const std::wstring& from, const std::wstring& to) {
     for (const auto& [address, key] : OpenKeys()) {
         const std::wstring path = key->Path(facts);
-        const std::wstring_view start = std::wstring_view(path).substr(0, from.size());
-        if (EqualFolded(start, from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
+        if (StartsWithFolded(path, from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
             key->Move(to + path.substr(from.size()));
         }
     }

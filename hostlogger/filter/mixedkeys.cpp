@@ -31,24 +31,20 @@ constexpr std::array<std::pair<std::wstring_view, std::wstring_view>, 2> liveRoo
     {L"\\REGISTRY\\User", L"HKEY_USERS"},
 }};
 
-bool BeginsWith(std::wstring_view text, std::wstring_view prefix) {
-    return EqualFolded(text.substr(0, prefix.size()), prefix);
-}
-
 bool IsAtOrBelow(std::wstring_view path, std::wstring_view above) {
-    return BeginsWith(path, above) && (path.size() == above.size() || path[above.size()] == L'\\');
+    return StartsWithFolded(path, above) && (path.size() == above.size() || path[above.size()] == L'\\');
 }
 
 // What follows a user's own key; empty for a key outside of them.
 std::wstring_view BelowUser(std::wstring_view path) {
-    return BeginsWith(path, users) ? path.substr(std::min(path.find(L'\\', users.size()), path.size()))
-                                   : std::wstring_view();
+    return StartsWithFolded(path, users) ? path.substr(std::min(path.find(L'\\', users.size()), path.size()))
+                                         : std::wstring_view();
 }
 
 // What follows the tree's own path; empty for a key outside of it.
 std::wstring_view InTree(std::wstring_view path) {
     path = BelowUser(path);
-    return BeginsWith(path, tree) ? path.substr(tree.size()) : std::wstring_view();
+    return StartsWithFolded(path, tree) ? path.substr(tree.size()) : std::wstring_view();
 }
 
 // Whether the views part at this key on Windows, too. What a 32-bit process gets below its node is no other
@@ -113,7 +109,7 @@ std::wstring NameOf(const std::wstring& path) {
             return std::wstring(root).append(inTree.substr(child.size()));
         }
     }
-    if (BeginsWith(path, ordinaryUsers)) {
+    if (StartsWithFolded(path, ordinaryUsers)) {
         return std::wstring(L"HKEY_CURRENT_USER").append(BelowUser(path));
     }
     for (const auto& [start, root] : liveRoots) {

@@ -7,13 +7,13 @@
 // can make the system do: a module that a program imports is initialised before the program's entry point,
 // and does the same when it is loaded later. Then the process ends without any module's taking leave.
 #include "hostlogger/requestlog.h"
+#include "platform/core/text/compare.h"
 #include "platform/os/ownedhandle.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
-#include <cwctype>
 #include <iostream>
 #include <map>
 #include <string>
@@ -27,19 +27,13 @@ namespace {
 constexpr wchar_t probeWord[] = L"--probe";
 
 // Extensions of what programs import or load. Drivers of the kernel (sys) aren't among them.
-constexpr std::array<std::wstring_view, 6> moduleKinds = {L".dll", L".drv", L".ocx",
-                                                          L".acm", L".ax",  L".cpl"};
+constexpr std::array<std::wstring_view, 6> moduleExtensions = {L".dll", L".drv", L".ocx",
+                                                               L".acm", L".ax",  L".cpl"};
 
-bool IsModule(std::wstring name) {
-    for (wchar_t& letter : name) {
-        letter = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(letter)));
-    }
-    for (const std::wstring_view kind : moduleKinds) {
-        if (name.ends_with(kind)) {
-            return true;
-        }
-    }
-    return false;
+bool IsModule(const std::wstring& name) {
+    return std::ranges::any_of(moduleExtensions, [folded = FoldedText(name)](std::wstring_view extension) {
+        return folded.ends_with(extension);
+    });
 }
 
 std::wstring SystemFolder() {
