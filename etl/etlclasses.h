@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// Class GUIDs of the kernel logger's events, as the MOF class documentation has them.
+// Class GUIDs of the kernel logger's events, from the MOF class documentation.
 namespace etlclass {
 inline constexpr Guid eventTrace{
     0x68FDD900, 0x4A3E, 0x11D1, {0x84, 0xF4, 0x00, 0x00, 0xF8, 0x04, 0x64, 0xE3}};
@@ -27,9 +27,9 @@ inline constexpr Guid alpc{0x45D8CCCD, 0x539F, 0x4B72, {0xA8, 0xB7, 0x5C, 0x68, 
 inline constexpr Guid splitIo{0xD837CA92, 0x12B9, 0x44A5, {0xAD, 0x6A, 0x3A, 0x65, 0xB3, 0x57, 0x8A, 0xA8}};
 } // namespace etlclass
 
-// The class behind a kernel event's hook id: its group in the high byte (EVENT_TRACE_GROUP_...) decides, but
-// for the loading of an image, which is logged in the process group. All zero for a group without a published
-// class.
+// The class of a kernel event, by its hook id. The group in the high byte (EVENT_TRACE_GROUP_...) decides,
+// except for the loading of an image, which is logged in the process group. All zero for a group without a
+// published class.
 const Guid& KernelClass(std::uint16_t hookId);
 
 } // namespace keyreap

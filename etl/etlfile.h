@@ -21,14 +21,14 @@ private:
     std::uint64_t size = 0;
 };
 
-// A log file to write, made anew. Every write fails if it can't be made.
+// A log file to write; an existing file is replaced. If it can't be created every write fails.
 class EtlFileSink : public EtlSink {
 public:
     explicit EtlFileSink(const std::filesystem::path& path);
 
     bool Write(std::uint64_t offset, std::span<const std::byte> bytes) override;
 
-    // False if a byte is not where it should be, from this or an earlier call.
+    // False if this or an earlier write failed.
     bool Close();
 
 private:

@@ -7,10 +7,10 @@
 // bytes, numbers are little-endian.
 namespace keyreap::etl {
 
-// WMI_BUFFER_HEADER (ntwmi.h): what each buffer of a log begins with.
+// WMI_BUFFER_HEADER (ntwmi.h), at the beginning of each buffer of a log.
 namespace buffer {
-inline constexpr std::size_t bufferSize = 0;      // u32: of the whole buffer, the same in all of a log
-inline constexpr std::size_t savedOffset = 4;     // u32: behind the last record, or 0 for "look for the end"
+inline constexpr std::size_t bufferSize = 0;  // u32: of the whole buffer, the same in all of a log
+inline constexpr std::size_t savedOffset = 4; // u32: the end of the last record, or 0 if the records mark it
 inline constexpr std::size_t currentOffset = 8;   // u32
 inline constexpr std::size_t timeStamp = 16;      // i64: when it was flushed, in the log's clock
 inline constexpr std::size_t sequenceNumber = 24; // i64: counts the buffers in the order of flushing
@@ -26,7 +26,7 @@ inline constexpr std::uint16_t flagCompressed = 0x40;
 inline constexpr std::uint16_t typeGeneric = 0;
 inline constexpr std::uint16_t typeHeader = 4;
 
-// EVENT_TRACE_PROPERTIES.BufferSize (evntrace.h) is told in kilobytes, from 1 to 16384.
+// EVENT_TRACE_PROPERTIES.BufferSize (evntrace.h) is in kilobytes, from 1 to 16384.
 inline constexpr std::uint32_t sizeUnit = 1024;
 inline constexpr std::uint32_t maximumSize = 16384 * sizeUnit;
 } // namespace buffer
@@ -64,12 +64,12 @@ inline constexpr std::uint8_t manifest64 = 0x13;
 inline constexpr std::uint8_t full64 = 0x14;
 inline constexpr std::uint8_t instance64 = 0x15;
 
-// Where all headers but perfinfo have them.
+// In all headers but perfinfo.
 inline constexpr std::size_t threadId = 8;   // u32
 inline constexpr std::size_t processId = 12; // u32
 inline constexpr std::size_t timeStamp = 16; // i64
 
-inline constexpr std::uint32_t noId = 0xFFFFFFFF; // of the process and thread behind a perfinfo header
+inline constexpr std::uint32_t noId = 0xFFFFFFFF; // process and thread of an event with a perfinfo header
 } // namespace record
 
 // SYSTEM_TRACE_HEADER, whole and compact, and PERFINFO_TRACE_HEADER: what the kernel itself logs.
@@ -86,8 +86,8 @@ inline constexpr std::uint16_t logHeaderHook = 0x0000; // the log's first event
 inline constexpr std::uint16_t eventVersion = 2;       // of what the writer logs
 } // namespace kernelheader
 
-// EVENT_TRACE_HEADER (evntrace.h): classic events, each with its class GUID. An instance header goes on with
-// InstanceId, ParentInstanceId and ParentGuid, as EVENT_TRACE has them behind this header.
+// EVENT_TRACE_HEADER (evntrace.h): classic events, each with its class GUID. An instance header
+// continues with InstanceId, ParentInstanceId and ParentGuid, as EVENT_TRACE does after its header.
 namespace classicheader {
 inline constexpr std::size_t type = 4;    // u8
 inline constexpr std::size_t level = 5;   // u8
@@ -110,19 +110,20 @@ inline constexpr std::size_t size = 80;
 inline constexpr std::uint16_t flagExtendedInfo = 0x0001; // EVENT_HEADER_FLAG_EXTENDED_INFO
 } // namespace manifestheader
 
-// EVENT_HEADER_EXTENDED_DATA_ITEM (evntcons.h) as it stands in a log: the data follows at once, and the next
-// item at a multiple of 8.
+// EVENT_HEADER_EXTENDED_DATA_ITEM (evntcons.h) as it is in a log: the data follows at once, and the next item
+// begins at a multiple of 8.
 namespace extendeditem {
-inline constexpr std::size_t linkage = 4;  // u16: bit 0 tells that another one follows
+inline constexpr std::size_t linkage = 4;  // u16: bit 0 is set if another item follows
 inline constexpr std::size_t dataSize = 6; // u16
 inline constexpr std::size_t headerSize = 8;
 } // namespace extendeditem
 
-// TRACE_LOGFILE_HEADER (evntrace.h): the payload of the log's first event. From `loggerName` on, places
-// depend on the pointer size; behind it stand the logger's and the file's name, each with its terminator.
+// TRACE_LOGFILE_HEADER (evntrace.h): the payload of the log's first event. From `loggerName` on,
+// offsets depend on the pointer size. The names of the logger and of the file follow, each with its
+// terminator.
 namespace logheader {
 inline constexpr std::size_t bufferSize = 0;   // u32
-inline constexpr std::size_t majorVersion = 4; // u8, and so the next three
+inline constexpr std::size_t majorVersion = 4; // u8, as are the next three
 inline constexpr std::size_t minorVersion = 5;
 inline constexpr std::size_t subVersion = 6;
 inline constexpr std::size_t subMinorVersion = 7;
@@ -137,11 +138,11 @@ inline constexpr std::size_t startBuffers = 40;       // u32: buffers at the sta
 inline constexpr std::size_t pointerSize = 44;        // u32: 4 or 8
 inline constexpr std::size_t eventsLost = 48;         // u32
 inline constexpr std::size_t cpuSpeedInMHz = 52;      // u32
-inline constexpr std::size_t loggerName = 56;         // two pointers, of no meaning in a file
+inline constexpr std::size_t loggerName = 56;         // two pointers, meaningless in a file
 
 inline constexpr std::size_t timeZoneSize = 172; // TIME_ZONE_INFORMATION, which begins with the bias
 
-// Behind the time zone, from a multiple of 8 on:
+// After the time zone, from a multiple of 8 on:
 inline constexpr std::size_t bootTime = 0;       // i64: system time
 inline constexpr std::size_t perfFreq = 8;       // i64: ticks a second
 inline constexpr std::size_t startTime = 16;     // i64: system time

@@ -25,11 +25,11 @@ constexpr std::size_t NamesAt(std::size_t pointers) {
     return TailAt(pointers) + layout::tailSize;
 }
 
-constexpr std::size_t UNIT = 2;
+constexpr std::size_t unitSize = 2;
 static_assert(NamesAt(4) == 272 && NamesAt(8) == 280);
-static_assert(EtlLogHeaderMinimum == NamesAt(8) + 2 * UNIT);
+static_assert(minimumLogHeaderSize == NamesAt(8) + 2 * unitSize);
 
-// Hands each field and its place to an action, for reading and writing alike.
+// Calls an action with each field and its offset, both for reading and for writing.
 template <typename Header, typename Action>
 void ForEachField(Header& header, std::size_t pointers, Action action) {
     action(header.bufferSize, layout::bufferSize);
@@ -56,7 +56,7 @@ void ForEachField(Header& header, std::size_t pointers, Action action) {
     action(header.buffersLost, TailAt(pointers) + layout::buffersLost);
 }
 
-// The pointer size that the payload tells and has room for, or 0.
+// The pointer size that the payload states, or 0 if that is invalid or the payload is too short for it.
 std::size_t PointersOf(std::span<const std::byte> payload) {
     if (payload.size() < NamesAt(4)) {
         return 0;
@@ -66,12 +66,12 @@ std::size_t PointersOf(std::span<const std::byte> payload) {
     return known && payload.size() >= NamesAt(pointers) ? pointers : 0;
 }
 
-// Takes one name and moves the offset behind its terminator.
+// Takes one name and moves the offset past its terminator.
 std::wstring TakeName(std::span<const std::byte> payload, std::size_t& offset) {
     std::wstring name;
-    while (payload.size() - offset >= UNIT) {
+    while (payload.size() - offset >= unitSize) {
         const auto unit = static_cast<wchar_t>(LoadNumber<std::uint16_t>(payload, offset));
-        offset += UNIT;
+        offset += unitSize;
         if (unit == L'\0') {
             break;
         }
@@ -80,15 +80,15 @@ std::wstring TakeName(std::span<const std::byte> payload, std::size_t& offset) {
     return name;
 }
 
-// Puts as much of a name as leaves `reserved` bytes behind its terminator.
+// Stores as much of a name as leaves `reserved` bytes after its terminator.
 void PutName(std::wstring_view name, std::span<std::byte> room, std::size_t& offset, std::size_t reserved) {
-    const std::size_t units = (room.size() - offset - reserved) / UNIT - 1;
+    const std::size_t units = (room.size() - offset - reserved) / unitSize - 1;
     for (const wchar_t unit : name.substr(0, units)) {
         StoreNumber(room, offset, static_cast<std::uint16_t>(unit));
-        offset += UNIT;
+        offset += unitSize;
     }
     StoreNumber(room, offset, std::uint16_t{0});
-    offset += UNIT;
+    offset += unitSize;
 }
 
 } // namespace
@@ -114,7 +114,7 @@ std::size_t WriteLogHeader(const EtlLogHeader& header, std::span<std::byte> room
                  [&room](const auto& field, std::size_t offset) { StoreNumber(room, offset, field); });
     StoreNumber(room, layout::pointerSize, std::uint32_t{8});
     std::size_t offset = NamesAt(8);
-    PutName(header.loggerName, room, offset, UNIT);
+    PutName(header.loggerName, room, offset, unitSize);
     PutName(header.logFileName, room, offset, 0);
     return offset;
 }

@@ -8,13 +8,13 @@
 
 namespace keyreap {
 
-// What a log tells of itself: TRACE_LOGFILE_HEADER (evntrace.h) and the names behind it. System times are in
-// units of 100 ns since 1601.
+// The header of a log: TRACE_LOGFILE_HEADER (evntrace.h) and the names after it. System times are in units of
+// 100 ns since 1601.
 struct EtlLogHeader {
     std::uint32_t bufferSize = 64 * 1024; // bytes
     std::uint8_t majorVersion = 10;       // of the system
     std::uint8_t minorVersion = 0;
-    std::uint8_t subVersion = 1; // of the log; what current systems write
+    std::uint8_t subVersion = 1; // of the log's format; current systems write 1.5
     std::uint8_t subMinorVersion = 5;
     std::uint32_t providerVersion = 0; // build of the system
     std::uint32_t numberOfProcessors = 1;
@@ -37,13 +37,13 @@ struct EtlLogHeader {
     std::wstring logFileName;
 };
 
-// Reads the payload of a log header event. Nothing if it is too short or its pointer size is neither 4 nor 8;
-// a name without terminator ends with the payload.
+// Reads the payload of a log header event. No header if it is too short or its pointer size is neither 4 nor
+// 8; a name without terminator ends with the payload.
 std::optional<EtlLogHeader> ReadLogHeader(std::span<const std::byte> payload);
 
 // Writes the payload for pointer size 8, whatever the field says, and returns its size. Names that don't fit
-// are cut short. There must be room for at least EtlLogHeaderMinimum bytes.
+// are truncated. There must be room for at least minimumLogHeaderSize bytes.
 std::size_t WriteLogHeader(const EtlLogHeader& header, std::span<std::byte> room);
-inline constexpr std::size_t EtlLogHeaderMinimum = 284;
+inline constexpr std::size_t minimumLogHeaderSize = 284;
 
 } // namespace keyreap

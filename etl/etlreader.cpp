@@ -14,7 +14,7 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::size_t CHUNK_SIZE = 1024 * 1024;
+constexpr std::size_t chunkSize = 1024 * 1024;
 
 bool IsPossibleBufferSize(std::uint32_t size) {
     return size != 0 && size <= etl::buffer::maximumSize && size % etl::buffer::sizeUnit == 0;
@@ -24,8 +24,8 @@ bool IsLogHeader(const EtlEvent& event) {
     return event.provider == etlclass::eventTrace && event.type == 0;
 }
 
-// The bytes of a buffer that hold its records; none at all of a damaged one. A saved offset of 0 leaves it to
-// the records to tell where they end.
+// The bytes of a buffer's records; nothing for a damaged buffer. With a saved offset of 0 the records
+// themselves mark their end.
 std::optional<std::span<const std::byte>> RecordsOf(std::span<const std::byte> buffer) {
     namespace layout = etl::buffer;
     const std::size_t saved = LoadNumber<std::uint32_t>(buffer, layout::savedOffset);
@@ -40,23 +40,23 @@ std::optional<std::span<const std::byte>> RecordsOf(std::span<const std::byte> b
 
 } // namespace
 
-EtlReader::EtlReader(EtlSource& origin) : source(origin) {}
+EtlReader::EtlReader(EtlSource& source) : source(source) {}
 
 bool EtlReader::Open() {
     return ReadFirstBuffer() && TakeLogHeader();
 }
 
-// Every buffer of a log has the size that the first one tells.
+// The first buffer states the size of every buffer.
 bool EtlReader::ReadFirstBuffer() {
     std::array<std::byte, sizeof(std::uint32_t)> size;
     if (source.Size() < etl::buffer::headerSize || !source.Read(0, size)) {
         return false;
     }
-    const auto told = LoadNumber<std::uint32_t>(size, 0);
-    if (!IsPossibleBufferSize(told) || source.Size() < told) {
+    const auto stated = LoadNumber<std::uint32_t>(size, 0);
+    if (!IsPossibleBufferSize(stated) || source.Size() < stated) {
         return false;
     }
-    bufferSize = told;
+    bufferSize = stated;
     bufferCount = source.Size() / bufferSize;
     chunk.resize(bufferSize);
     return source.Read(0, chunk);
@@ -73,7 +73,7 @@ bool EtlReader::TakeLogHeader() {
         return false;
     }
     header = *read;
-    const std::uint64_t buffersAtOnce = std::max<std::size_t>(CHUNK_SIZE / bufferSize, 1);
+    const std::uint64_t buffersAtOnce = std::max<std::size_t>(chunkSize / bufferSize, 1);
     chunk.resize(static_cast<std::size_t>(std::min(buffersAtOnce, bufferCount)) * bufferSize);
     return true;
 }
@@ -111,7 +111,7 @@ EtlReader::Step EtlReader::ProcessRange(std::uint64_t first, std::uint64_t end, 
     return Step::goOn;
 }
 
-// False if the listener wants no more.
+// False if the listener ends the reading.
 bool EtlReader::ProcessBuffer(std::span<const std::byte> buffer, EtlListener& listener) {
     ++statistics.buffers;
     const std::optional<std::span<const std::byte>> records = RecordsOf(buffer);
@@ -121,7 +121,7 @@ bool EtlReader::ProcessBuffer(std::span<const std::byte> buffer, EtlListener& li
     return listener.OnBuffer();
 }
 
-// False if they break off at a damaged one.
+// False if a damaged record ends them.
 bool EtlReader::DeliverRecords(std::span<const std::byte> records, EtlListener& listener) {
     EtlEvent event;
     while (true) {
@@ -129,7 +129,7 @@ bool EtlReader::DeliverRecords(std::span<const std::byte> records, EtlListener& 
         if (record.kind == EtlRecordKind::event) {
             ++statistics.events;
             listener.OnEvent(event);
-        } else if (record.kind != EtlRecordKind::passedOver) {
+        } else if (record.kind != EtlRecordKind::skipped) {
             return record.kind == EtlRecordKind::end;
         }
         records = records.subspan(std::min(etl::record::Aligned(record.size), records.size()));

@@ -11,27 +11,27 @@
 
 namespace keyreap {
 
-// What the last reading of a log came across.
+// Counts of the last reading of a log.
 struct EtlStatistics {
-    std::uint64_t buffers = 0;        // that were looked at, damaged ones included
-    std::uint64_t damagedBuffers = 0; // passed over, whole or from a damaged record on
+    std::uint64_t buffers = 0;        // that were read, damaged ones included
+    std::uint64_t damagedBuffers = 0; // skipped, entirely or from a damaged record on
     std::uint64_t events = 0;
 };
 
-// Reads an event trace log buffer by buffer, holding about a megabyte of it. Events come in the order in
-// which they stand in the file; of a circular log that has come round, the oldest buffer that is left follows
-// those at the start. A short last buffer is passed over, and so is a damaged one, from the damaged place on.
-// No byte outside the source is asked for.
+// Reads an event trace log buffer by buffer, about a megabyte at a time. Events come in file order. In a
+// circular log that has wrapped around, the oldest remaining buffer follows the buffers that are kept at the
+// start. A short last buffer is skipped, and so is the rest of a damaged buffer. No byte outside of the
+// source is read.
 class EtlReader {
 public:
-    explicit EtlReader(EtlSource& origin);
+    explicit EtlReader(EtlSource& source);
 
-    // Reads the head. False if this is no log: its first buffer is not whole, or does not begin with a log
-    // header event.
+    // Reads the log header. False if this is no log: its first buffer is incomplete, or does not begin with a
+    // log header event.
     bool Open();
 
-    // Hands every event to the listener, the log header event first. Needs a log that opened; may be called
-    // again. False if the source failed on the way.
+    // Delivers every event to the listener, the log header event first. Needs a successful Open; may be
+    // called again. False if the source failed.
     bool Process(EtlListener& listener);
 
     const EtlLogHeader& Header() const { return header; }
@@ -49,9 +49,9 @@ private:
     EtlSource& source;
     EtlLogHeader header;
     EtlStatistics statistics;
-    std::uint64_t bufferCount = 0; // whole ones in the file
+    std::uint64_t bufferCount = 0; // complete ones in the file
     std::size_t bufferSize = 0;
-    std::vector<std::byte> chunk; // some buffers
+    std::vector<std::byte> chunk; // a few buffers
 };
 
 } // namespace keyreap

@@ -13,7 +13,7 @@ namespace {
 
 enum class Family { unknown, system, perfInfo, classic, manifest };
 
-// What a header type says of the record.
+// What the header type determines.
 struct Form {
     Family family = Family::unknown;
     std::size_t headerSize = etl::record::smallest;
@@ -99,8 +99,8 @@ void ReadClassic(std::span<const std::byte> record, EtlEvent& event) {
     event.version = LoadNumber<std::uint16_t>(record, version);
 }
 
-// Where the payload of a manifest event begins: behind its extended items, if any. 0 if they don't lie inside
-// the record.
+// Where the payload of a manifest event begins: after its extended items, if any. 0 if they exceed the
+// record.
 std::size_t PayloadOfManifest(std::span<const std::byte> record) {
     namespace manifestheader = etl::manifestheader;
     namespace extendeditem = etl::extendeditem;
@@ -133,7 +133,7 @@ void ReadManifest(std::span<const std::byte> record, EtlEvent& event) {
     event.version = LoadNumber<std::uint8_t>(record, version);
 }
 
-// Reads a record that its header fits into. False if its inside is damaged.
+// Reads a record that is as large as its header or larger. False if its inside is damaged.
 bool ReadEvent(const Form& form, std::span<const std::byte> record, EtlEvent& event) {
     event = {};
     event.pointerSize = form.pointerSize;
@@ -180,7 +180,7 @@ EtlRecord ReadEtlRecord(std::span<const std::byte> bytes, EtlEvent& event) {
         return {EtlRecordKind::damaged, 0};
     }
     const bool readable = ReadEvent(form, bytes.first(size), event);
-    return {readable ? EtlRecordKind::event : EtlRecordKind::passedOver, size};
+    return {readable ? EtlRecordKind::event : EtlRecordKind::skipped, size};
 }
 
 } // namespace keyreap

@@ -15,9 +15,9 @@ using SequenceNumber = std::optional<std::int64_t>;
 
 class BufferHeaders {
 public:
-    BufferHeaders(EtlSource& origin, std::size_t size) : source(origin), bufferSize(size) {}
+    BufferHeaders(EtlSource& source, std::size_t bufferSize) : source(source), bufferSize(bufferSize) {}
 
-    // Of one buffer, unless its header is damaged.
+    // The number of one buffer, unless its header is damaged.
     SequenceNumber At(std::uint64_t index) {
         std::array<std::byte, etl::buffer::headerSize> header;
         if (!source.Read(index * bufferSize, header) ||
@@ -27,7 +27,7 @@ public:
         return LoadNumber<std::int64_t>(header, etl::buffer::sequenceNumber);
     }
 
-    // Of the first buffer in a range that has one.
+    // The number of the first buffer in a range that has one.
     SequenceNumber First(std::uint64_t first, std::uint64_t end) {
         for (; first < end; ++first) {
             if (const SequenceNumber number = At(first)) {
@@ -37,7 +37,7 @@ public:
         return std::nullopt;
     }
 
-    // Of the last one.
+    // The number of the last one.
     SequenceNumber Last(std::uint64_t first, std::uint64_t end) {
         for (; first < end; --end) {
             if (const SequenceNumber number = At(end - 1)) {
@@ -62,9 +62,9 @@ std::uint64_t OldestBuffer(EtlSource& source, std::size_t bufferSize, std::uint6
     if (!ofFirst || !ofLast || *ofFirst <= *ofLast) {
         return first;
     }
-    // The last round fills the front, what is left of the round before it the back: the border is searched by
-    // halves. Processors may flush side by side, so neighbours can be out of order by a little; across the
-    // border numbers differ by a whole round.
+    // The front is from the last round, the rest from the round before it. A binary search finds the border.
+    // Processors flush in parallel, so that neighbours may be slightly out of order; across the border
+    // numbers differ by a whole round.
     std::uint64_t low = first;
     std::uint64_t high = end;
     while (low < high) {

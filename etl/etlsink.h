@@ -6,13 +6,13 @@
 
 namespace keyreap {
 
-// Where a log's bytes go.
+// The destination of a log's bytes.
 class EtlSink {
 public:
     virtual ~EtlSink() = default;
 
-    // Puts the bytes there: at the end of what was written so far, or over it. False if not all of them could
-    // be written.
+    // Writes the bytes at the end of what was written so far, or over it. False if not all of them could be
+    // written.
     virtual bool Write(std::uint64_t offset, std::span<const std::byte> bytes) = 0;
 };
 

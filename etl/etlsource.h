@@ -6,7 +6,7 @@
 
 namespace keyreap {
 
-// Where a log's bytes come from.
+// The source of a log's bytes.
 class EtlSource {
 public:
     virtual ~EtlSource() = default;
@@ -14,7 +14,7 @@ public:
     // Bytes in the whole log.
     virtual std::uint64_t Size() const = 0;
 
-    // Fills the whole span with the bytes from there on, which lie below Size(). False if that fails.
+    // Fills the span with the bytes from the offset on, all of which are below Size(). False if that fails.
     virtual bool Read(std::uint64_t offset, std::span<std::byte> bytes) = 0;
 };
 

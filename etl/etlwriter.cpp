@@ -10,9 +10,9 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::uint64_t MEGABYTE = 1024 * 1024;
-constexpr std::uint32_t KEPT_BUFFERS = 1;   // the log header's
-constexpr std::uint64_t SMALLEST_COUNT = 2; // it and one that is written over and over
+constexpr std::uint64_t megabyte = 1024 * 1024;
+constexpr std::uint32_t keptBuffers = 1;   // the one with the log header
+constexpr std::uint64_t smallestCount = 2; // the kept one and one that is overwritten
 
 constexpr std::uint32_t SystemMarker() {
     return etl::record::headerFlag | etl::record::eventTraceFlag |
@@ -39,9 +39,9 @@ void FillPayload(const EtlRegistryEvent& event, std::span<std::byte> payload) {
 
 } // namespace
 
-EtlWriter::EtlWriter(EtlSink& destination, EtlLogHeader logHeader)
-    : sink(destination), header(std::move(logHeader)), buffer(header.bufferSize) {
-    header.startBuffers = KEPT_BUFFERS;
+EtlWriter::EtlWriter(EtlSink& sink, EtlLogHeader logHeader)
+    : sink(sink), header(std::move(logHeader)), buffer(header.bufferSize) {
+    header.startBuffers = keptBuffers;
     header.buffersWritten = 0;
     header.eventsLost = 0;
     header.endTime = 0;
@@ -50,9 +50,9 @@ EtlWriter::EtlWriter(EtlSink& destination, EtlLogHeader logHeader)
 bool EtlWriter::Begin(std::int64_t time, std::uint32_t processId, std::uint32_t threadId) {
     beginning = {time, processId, threadId};
     lastTime = time;
-    header.buffersWritten = KEPT_BUFFERS;
+    header.buffersWritten = keptBuffers;
     const bool written = WriteHeaderBuffer();
-    bufferNumber = KEPT_BUFFERS;
+    bufferNumber = keptBuffers;
     StartBuffer();
     return written;
 }
@@ -86,14 +86,14 @@ bool EtlWriter::IsCircular() const {
     return (header.logFileMode & etl::logheader::modeCircular) != 0 && header.maximumFileSize != 0;
 }
 
-// The buffers behind the kept ones take turns.
+// After the kept buffers, the file has room for some that are overwritten in turn.
 std::uint64_t EtlWriter::PlaceOf(std::uint64_t number) const {
-    if (number < KEPT_BUFFERS || !IsCircular()) {
+    if (number < keptBuffers || !IsCircular()) {
         return number;
     }
-    const std::uint64_t ceiling = header.maximumFileSize * MEGABYTE / header.bufferSize;
-    const std::uint64_t turning = std::max(ceiling, SMALLEST_COUNT) - KEPT_BUFFERS;
-    return KEPT_BUFFERS + (number - KEPT_BUFFERS) % turning;
+    const std::uint64_t limit = header.maximumFileSize * megabyte / header.bufferSize;
+    const std::uint64_t rotating = std::max(limit, smallestCount) - keptBuffers;
+    return keptBuffers + (number - keptBuffers) % rotating;
 }
 
 void EtlWriter::StartBuffer() {
@@ -101,7 +101,7 @@ void EtlWriter::StartBuffer() {
     std::fill_n(buffer.begin(), used, std::byte{0});
 }
 
-// Adds a record's header and gives the place of its payload. There must be room for both.
+// Adds a record's header and returns the room for its payload. The buffer must have room for both.
 std::span<std::byte> EtlWriter::BeginRecord(const Origin& origin, std::uint16_t hookId,
                                             std::size_t payloadSize) {
     namespace layout = etl::kernelheader;
@@ -147,7 +147,7 @@ bool EtlWriter::FlushEvents(std::uint16_t flags) {
     return written;
 }
 
-// Written at the start, so that the log has its head, and at the end with what is known then.
+// Written at the start, so that the log has a header, and again at the end with the final numbers.
 bool EtlWriter::WriteHeaderBuffer() {
     std::vector<std::byte> payload(
         std::min<std::size_t>(buffer.size() - etl::buffer::headerSize, etl::record::largest) -

@@ -11,10 +11,10 @@
 
 namespace keyreap {
 
-// One registry operation, as the kernel logger tells it.
+// One registry operation, as the kernel logger records it.
 struct EtlRegistryEvent {
     std::uint8_t type = 0; // EVENT_TRACE_TYPE_REGCREATE and its neighbours (evntrace.h)
-    std::int64_t time = 0; // in the log's clock, as initialTime
+    std::int64_t time = 0; // in the log's clock, like initialTime
     std::uint32_t processId = 0;
     std::uint32_t threadId = 0;
     std::int64_t initialTime = 0; // when the operation began
@@ -24,25 +24,26 @@ struct EtlRegistryEvent {
     std::wstring_view keyName;
 };
 
-// Writes an event trace log: a row of buffers of one size, the log header alone in the first, then registry
-// events of version 2 in system headers, 64 bit, in the order of the calls. A circular log stays below its
-// ceiling by letting whole buffers of the oldest events go; the first is kept. Memory is one buffer.
+// Writes an event trace log: buffers of one size, with the log header alone in the first, then registry
+// events of version 2 with 64-bit system headers, in the order of the calls. A circular log stays below its
+// size limit by overwriting the buffers with the oldest events; the first buffer is kept. Needs memory for
+// one buffer.
 class EtlWriter {
 public:
-    // Of the header these fields are the writer's own: buffersWritten, startBuffers, pointerSize, eventsLost
-    // and endTime. The log is circular if logFileMode says EVENT_TRACE_FILE_MODE_CIRCULAR and there is a
-    // maximumFileSize. The buffer size is a multiple of 1024, from 1024 to 16 MB; at least two buffers are
-    // kept, however low the ceiling.
-    EtlWriter(EtlSink& destination, EtlLogHeader logHeader);
+    // The writer sets these fields of the header itself: buffersWritten, startBuffers, pointerSize,
+    // eventsLost and endTime. The log is circular if logFileMode contains EVENT_TRACE_FILE_MODE_CIRCULAR and
+    // there is a maximumFileSize. The buffer size is a multiple of 1024, from 1024 to 16 MB. A circular log
+    // has at least two buffers, however low its limit.
+    EtlWriter(EtlSink& sink, EtlLogHeader logHeader);
 
-    // Writes the log header event, told as this thread's at this time. Call it first, and once.
+    // Writes the log header event with this time, process and thread. Call it first, and once.
     bool Begin(std::int64_t time, std::uint32_t processId, std::uint32_t threadId);
 
-    // Adds one event. One whose name leaves it no place in a buffer is lost and counted. False once the sink
-    // has failed; nothing is written from then on.
+    // Adds one event. An event whose name is too long for a buffer is lost and counted. False after the sink
+    // has failed; nothing more is written then.
     bool Write(const EtlRegistryEvent& event);
 
-    // Writes what is left and the final log header with the end in system time. False if the sink has failed
+    // Writes the last events and the final log header, with the end in system time. False if the sink failed
     // now or earlier.
     bool Finish(std::int64_t endTime);
 
@@ -68,7 +69,7 @@ private:
     Origin beginning;               // of the log header event
     std::vector<std::byte> buffer;  // the one being filled
     std::size_t used = 0;           // bytes of it
-    std::uint64_t bufferNumber = 0; // its place in the order of flushing
+    std::uint64_t bufferNumber = 0; // in the order of flushing
     std::int64_t lastTime = 0;      // of the last event
     bool failed = false;
 };

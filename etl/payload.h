@@ -11,19 +11,19 @@
 
 namespace keyreap {
 
-// A look into an event's bytes at places told from outside. Never touches a byte beyond them.
+// Bounds-checked access to an event's bytes.
 class Payload {
 public:
     explicit Payload(std::span<const std::byte> content) : bytes(content) {}
 
     std::size_t Size() const { return bytes.size(); }
 
-    // Whether so many bytes from there on lie inside.
+    // Whether `size` bytes from the offset on are within the payload.
     bool Holds(std::size_t offset, std::size_t size) const {
         return offset <= bytes.size() && size <= bytes.size() - offset;
     }
 
-    // The little-endian number there, or 0 if it does not lie inside whole.
+    // The little-endian number at the offset, or 0 if it isn't entirely within the payload.
     template <std::integral Integer>
     Integer Number(std::size_t offset) const {
         return Holds(offset, sizeof(Integer)) ? LoadNumber<Integer>(bytes, offset) : Integer{0};
@@ -46,7 +46,7 @@ public:
     };
     NarrowRun NarrowText(std::size_t offset) const;
 
-    // So many bytes from there on, which must lie inside.
+    // The `size` bytes from the offset on, which must be within the payload.
     std::string Bytes(std::size_t offset, std::size_t size) const;
 
 private:

@@ -1,5 +1,5 @@
-// etldump [--events] FILE: prints what an event trace log holds. Ends with 0, with 1 if the file is no log or
-// can't be read to its end, with 2 if it was called otherwise.
+// etldump [--events] FILE: prints what an event trace log contains. Exits with 0; with 1 if the file is no
+// log or can't be read to its end; with 2 if the arguments are others.
 #include "etl/etlfile.h"
 #include "tools/etlprinter.h"
 

@@ -37,7 +37,7 @@ std::string GuidText(const Guid& guid) {
     return '{' + text + '}';
 }
 
-// Printable ASCII as it is, every other unit as an escape.
+// Printable ASCII verbatim, every other unit as an escape.
 std::string PlainText(std::wstring_view text) {
     std::string plain;
     for (const wchar_t unit : text) {
@@ -92,7 +92,7 @@ std::string KindText(const EventKind& kind) {
 
 class Printer : public EtlListener {
 public:
-    Printer(std::ostream& output, bool printEvents) : out(output), eachEvent(printEvents) {}
+    Printer(std::ostream& out, bool eachEvent) : out(out), eachEvent(eachEvent) {}
 
     void OnEvent(const EtlEvent& event) override {
         const EventKind kind{event.provider, event.id, event.type, event.version, event.pointerSize};
@@ -139,15 +139,15 @@ bool PrintLog(EtlSource& source, bool eachEvent, std::ostream& out) {
     }
     PrintHeader(reader.Header(), out);
     Printer printer(out, eachEvent);
-    const bool whole = reader.Process(printer);
+    const bool complete = reader.Process(printer);
     printer.PrintCounts();
     const EtlStatistics& found = reader.Statistics();
     out << found.events << " events in " << found.buffers << " buffers, " << found.damagedBuffers
         << " of them damaged\n";
-    if (!whole) {
+    if (!complete) {
         out << "the log could not be read to its end\n";
     }
-    return whole;
+    return complete;
 }
 
 } // namespace keyreap

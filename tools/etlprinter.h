@@ -6,9 +6,9 @@ namespace keyreap {
 
 class EtlSource;
 
-// Prints what an event trace log holds: what its header says, each event in a line of its own if asked for,
-// and how many events of each kind there are. False, after a line that says so, if it is no log or can't be
-// read to its end.
+// Prints what an event trace log contains: its header, each event in a line of its own if `eachEvent`, and
+// the number of events of each kind. False, after a line that says so, if it is no log or its end can't be
+// read.
 bool PrintLog(EtlSource& source, bool eachEvent, std::ostream& out);
 
 } // namespace keyreap

@@ -11,9 +11,9 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-constexpr std::size_t BUFFER_SIZE = 1024;
+constexpr std::size_t bufferSize = 1024;
 
-// A log that ends where its memory ends, and of which nothing else may be asked for.
+// A log that ends where its memory ends. Reading anything else fails.
 class FuzzedSource : public EtlSource {
 public:
     explicit FuzzedSource(std::span<const std::byte> content) : bytes(content.begin(), content.end()) {}
@@ -40,7 +40,7 @@ public:
     Bytes bytes;
 };
 
-// Looks at every byte of what it is given.
+// Reads every byte that it gets.
 class Examiner : public EtlListener {
 public:
     void OnEvent(const EtlEvent& event) override {
@@ -77,26 +77,26 @@ void ReadLog(std::span<const std::byte> log) {
     }
 }
 
-// A good first buffer before the input's, of which each has the right size, so that inputs get behind the
-// checks that most bytes fail.
-Bytes WithGoodHead(std::span<const std::byte> buffers, bool circular) {
+// A valid first buffer, then the input as buffers of the right size, so that inputs get past the checks that
+// most bytes fail.
+Bytes WithValidHead(std::span<const std::byte> buffers, bool circular) {
     AppendingSink sink;
     EtlLogHeader header;
-    header.bufferSize = BUFFER_SIZE;
+    header.bufferSize = bufferSize;
     header.logFileMode = circular ? 2 : 1;
     EtlWriter(sink, header).Begin(1, 2, 3);
     Bytes log = sink.bytes;
     log.insert(log.end(), buffers.begin(), buffers.end());
-    for (std::size_t at = BUFFER_SIZE; at + 4 <= log.size(); at += BUFFER_SIZE) {
+    for (std::size_t at = bufferSize; at + 4 <= log.size(); at += bufferSize) {
         log[at] = log[at + 2] = log[at + 3] = std::byte{0};
-        log[at + 1] = std::byte{BUFFER_SIZE >> 8};
+        log[at + 1] = std::byte{bufferSize >> 8};
     }
     return log;
 }
 
 } // namespace
 
-// A whole log, or the buffers behind a good head.
+// The input is a complete log, or the buffers after a valid first one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     const std::uint8_t form = input.Byte() % 3;
@@ -104,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (form == 0) {
         ReadLog(rest);
     } else {
-        ReadLog(WithGoodHead(rest, form == 1));
+        ReadLog(WithValidHead(rest, form == 1));
     }
     return 0;
 }

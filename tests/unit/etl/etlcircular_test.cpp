@@ -10,9 +10,9 @@
 namespace keyreap {
 namespace {
 
-constexpr std::size_t MEGABYTE = 1024 * 1024;
+constexpr std::size_t megabyte = 1024 * 1024;
 
-// Four buffers under a ceiling of one megabyte: the log header's and three that take turns.
+// Four buffers within a limit of one megabyte: the one with the log header, and three overwritten in turn.
 EtlLogHeader TinyRing() {
     EtlLogHeader header;
     header.bufferSize = 256 * 1024;
@@ -21,11 +21,11 @@ EtlLogHeader TinyRing() {
     return header;
 }
 
-// Five events fill a buffer of that size.
-const std::wstring NAME(25'000, L'n');
-constexpr std::uint32_t EVENTS_OF_BUFFER = 5;
+// Five events with this name fill a buffer.
+const std::wstring longName(25'000, L'n');
+constexpr std::uint32_t eventsPerBuffer = 5;
 
-// A log of so many events that tell their number, from 1 on, as their process id.
+// A log of `count` events. The process id of each is its number, from 1 on.
 Bytes LogOfEvents(std::uint32_t count, const EtlLogHeader& header = TinyRing()) {
     MemorySink sink;
     EtlWriter writer(sink, header);
@@ -35,41 +35,41 @@ Bytes LogOfEvents(std::uint32_t count, const EtlLogHeader& header = TinyRing()) 
         event.type = 10;
         event.time = number;
         event.processId = number;
-        event.keyName = NAME;
+        event.keyName = longName;
         EXPECT_TRUE(writer.Write(event));
     }
     EXPECT_TRUE(writer.Finish(1));
     return sink.bytes;
 }
 
-TEST(CircularLog, StaysBelowItsCeilingAndLetsTheOldestGo) {
+TEST(CircularLog, StaysBelowItsLimitAndOverwritesTheOldest) {
     for (std::uint32_t count = 0; count <= 50; ++count) {
         const Bytes log = LogOfEvents(count);
-        ASSERT_LE(log.size(), MEGABYTE) << count;
+        ASSERT_LE(log.size(), megabyte) << count;
         const std::vector<std::uint32_t> ids = ProcessIds(ReadAll(log));
         ASSERT_EQ(ids.empty(), count == 0);
         for (std::size_t i = 0; i < ids.size(); ++i) {
             ASSERT_EQ(ids[ids.size() - 1 - i], count - i) << "of " << count;
         }
-        // Two buffers are always whole; of the third, the newest, there is at least one event.
-        const std::size_t least = std::min(count, 2 * EVENTS_OF_BUFFER + 1);
+        // Two buffers are always full; the third, which is the newest, has at least one event.
+        const std::size_t least = std::min(count, 2 * eventsPerBuffer + 1);
         ASSERT_GE(ids.size(), least);
-        ASSERT_LE(ids.size(), 3 * EVENTS_OF_BUFFER);
+        ASSERT_LE(ids.size(), 3 * eventsPerBuffer);
     }
 }
 
-TEST(CircularLog, NothingGoesBeforeTheCeilingIsReached) {
+TEST(CircularLog, NothingIsOverwrittenBelowTheLimit) {
     EXPECT_EQ(ProcessIds(ReadAll(LogOfEvents(15))).size(), 15U);
     EXPECT_EQ(ProcessIds(ReadAll(LogOfEvents(16))).size(), 11U);
 }
 
-TEST(CircularLog, TheLogHeaderStaysInItsPlace) {
+TEST(CircularLog, TheLogHeaderIsKept) {
     const independent::Log log = independent::Decode(LogOfEvents(48));
     EXPECT_EQ(log.buffers[0].records.size(), 1U);
     EXPECT_EQ(log.header.LogFileMode, 2U);
     EXPECT_EQ(log.header.MaximumFileSize, 1U);
     EXPECT_EQ(log.header.StartBuffers, 1U);
-    EXPECT_EQ(log.header.BuffersWritten, 11U); // those overwritten count
+    EXPECT_EQ(log.header.BuffersWritten, 11U); // overwritten ones count, too
     EXPECT_EQ(log.buffers.size(), 4U);
 }
 
@@ -84,21 +84,21 @@ TEST(CircularLog, BuffersAreNumberedInTheOrderOfWriting) {
     EXPECT_EQ(log.buffers[3].records[0].header.ProcessId, 11U);
 }
 
-TEST(CircularLog, KeepsOneBufferOfEventsHoweverLowTheCeiling) {
+TEST(CircularLog, KeepsOneBufferOfEventsHoweverLowTheLimit) {
     EtlLogHeader header = TinyRing();
     header.bufferSize = 1024 * 1024;
     const Bytes log = LogOfEvents(50, header);
-    EXPECT_EQ(log.size(), 2 * MEGABYTE);
+    EXPECT_EQ(log.size(), 2 * megabyte);
     EXPECT_EQ(ProcessIds(ReadAll(log)).back(), 50U);
 }
 
-TEST(CircularLog, WithoutACeilingGrows) {
+TEST(CircularLog, WithoutALimitGrows) {
     EtlLogHeader header = TinyRing();
     header.maximumFileSize = 0;
     EXPECT_EQ(ProcessIds(ReadAll(LogOfEvents(50, header))).size(), 50U);
 }
 
-TEST(CircularLog, ASequentialOneGrowsPastItsCeiling) {
+TEST(CircularLog, ASequentialLogGrowsPastItsLimit) {
     EtlLogHeader header = TinyRing();
     header.logFileMode = 1;
     EXPECT_EQ(ProcessIds(ReadAll(LogOfEvents(50, header))).size(), 50U);

@@ -11,16 +11,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// A log with a record of each kind; only the last of the three buffers is left whole by the tests.
+// A log with a record of each kind in three buffers. The tests leave only the last one intact.
 Bytes LogOfAllKinds(std::uint32_t logFileMode) {
     const Bytes payload = Layout().U64(1).U64(2).bytes;
-    Layout behind;
-    behind.U16(0).U16(1).U16(0).U16(8).U64(3).Raw(payload);
+    Layout content;
+    content.U16(0).U16(1).U16(0).U16(8).U64(3).Raw(payload);
     return LogOf({BufferOf({NumberedRecord(1), CompactRecord(4, 0x0503, 3, payload),
                             PerfInfoRecord(0x11, 0x0F2E, 1, payload), ClassicRecord(0x14, 1, 2, 3, payload)},
                            {.sequenceNumber = 3}),
                   BufferOf({InstanceRecord(0x15, 1, 2, 3, payload),
-                            ManifestRecord(0x13, {.id = 5, .flags = 1}, behind.bytes),
+                            ManifestRecord(0x13, {.id = 5, .flags = 1}, content.bytes),
                             Layout().U16(20).U8(0).U8(0x90).Zeros(16).bytes, NumberedRecord(2)},
                            {.sequenceNumber = 1}),
                   BufferOf({NumberedRecord(3)}, {.sequenceNumber = 2})},
@@ -33,9 +33,9 @@ struct Outcome {
     EtlStatistics statistics;
 };
 
-// Reads whatever it is. Every payload is copied, so that a sanitizer sees a byte outside.
+// Reads any bytes. Every payload is copied, so that a sanitizer sees an access outside of the log.
 Outcome ReadDamaged(std::span<const std::byte> log) {
-    const Bytes exactly(log.begin(), log.end()); // nothing behind the last byte
+    const Bytes exactly(log.begin(), log.end()); // no memory after the last byte
     MemorySource source(exactly);
     EtlReader reader(source);
     Outcome outcome;
@@ -49,7 +49,7 @@ Outcome ReadDamaged(std::span<const std::byte> log) {
     return outcome;
 }
 
-TEST(DamagedLog, CutAnywhereGivesTheEventsOfItsWholeBuffers) {
+TEST(DamagedLog, TruncatedAnywhereGivesTheEventsOfItsCompleteBuffers) {
     const Bytes log = LogOfAllKinds(1);
     const std::size_t eventsOfBuffers[] = {0, 1, 5, 8, 9};
     for (std::size_t length = 0; length <= log.size(); ++length) {
@@ -59,7 +59,7 @@ TEST(DamagedLog, CutAnywhereGivesTheEventsOfItsWholeBuffers) {
     }
 }
 
-TEST(DamagedLog, AFlippedByteNeverTakesMoreThanItsBuffer) {
+TEST(DamagedLog, AFlippedByteDamagesOnlyItsBuffer) {
     for (const std::uint32_t mode : {1U, 2U}) {
         const Bytes intact = LogOfAllKinds(mode);
         for (std::size_t at = 0; at < intact.size(); ++at) {
@@ -78,7 +78,7 @@ TEST(DamagedLog, AFlippedByteNeverTakesMoreThanItsBuffer) {
     }
 }
 
-TEST(DamagedLog, AnyTwoBytesOfABufferHeaderMayLie) {
+TEST(DamagedLog, AnyTwoBytesOfABufferHeaderMayBeWrong) {
     const Bytes intact = LogOfAllKinds(2);
     for (std::size_t buffer = 1024; buffer < intact.size(); buffer += 1024) {
         for (std::size_t first = 0; first < 72; ++first) {
@@ -92,7 +92,7 @@ TEST(DamagedLog, AnyTwoBytesOfABufferHeaderMayLie) {
     }
 }
 
-TEST(DamagedLog, ABufferThatLiesAboutItsSizeIsPassedOver) {
+TEST(DamagedLog, ABufferWithAWrongSizeIsSkipped) {
     for (const std::uint32_t size : {0U, 72U, 1023U, 2048U, 0xFFFFFFFFU}) {
         const Bytes log =
             LogOf({BufferOf({NumberedRecord(1)}, {.bufferSize = size}), BufferOf({NumberedRecord(2)})});
@@ -102,7 +102,7 @@ TEST(DamagedLog, ABufferThatLiesAboutItsSizeIsPassedOver) {
     }
 }
 
-TEST(DamagedLog, ABufferThatLiesAboutItsEndIsPassedOver) {
+TEST(DamagedLog, ABufferWithAnInvalidEndIsSkipped) {
     for (const std::uint32_t end : {1U, 71U, 1025U, 0x80000000U, 0xFFFFFFF0U}) {
         const Bytes log =
             LogOf({BufferOf({NumberedRecord(1)}, {.savedOffset = end}), BufferOf({NumberedRecord(2)})});
@@ -118,7 +118,7 @@ TEST(DamagedLog, AnEmptyBufferIsNotDamaged) {
     EXPECT_EQ(outcome.statistics.damagedBuffers, 0U);
 }
 
-TEST(DamagedLog, ARecordOfNoLengthEndsItsBuffer) {
+TEST(DamagedLog, ARecordOfSizeZeroEndsItsBuffer) {
     Bytes none = NumberedRecord(2);
     none[4] = none[5] = std::byte{0};
     const Bytes log =
@@ -128,7 +128,7 @@ TEST(DamagedLog, ARecordOfNoLengthEndsItsBuffer) {
     EXPECT_EQ(outcome.statistics.damagedBuffers, 1U);
 }
 
-TEST(DamagedLog, ARecordThatLeavesItsBufferEndsIt) {
+TEST(DamagedLog, ARecordThatExceedsItsBufferEndsIt) {
     Bytes lying = NumberedRecord(2);
     lying[5] = std::byte{0x04}; // 1024 bytes more
     const Bytes log = LogOf({BufferOf({NumberedRecord(1), lying}), BufferOf({NumberedRecord(4)})});
@@ -147,15 +147,15 @@ TEST(DamagedLog, ASavedOffsetInsideARecordLosesThatRecord) {
 
 TEST(DamagedLog, ALastRecordThatFillsItsBufferIsRead) {
     const std::size_t room = 1024 - 72 - 32;
-    const Bytes whole = SystemRecord(2, 0x090A, 2, Layout().Zeros(room).bytes, 7);
-    EXPECT_THAT(ProcessIds(ReadDamaged(LogOf({BufferOf({whole})})).heard), ElementsAre(7));
-    // Unpadded, the last record ends before the boundary that the next would begin at.
+    const Bytes full = SystemRecord(2, 0x090A, 2, Layout().Zeros(room).bytes, 7);
+    EXPECT_THAT(ProcessIds(ReadDamaged(LogOf({BufferOf({full})})).heard), ElementsAre(7));
+    // Unpadded, the last record ends ahead of the boundary at which the next one would begin.
     const Bytes unpadded = SystemRecord(2, 0x090A, 2, Layout().Zeros(room - 3).bytes, 8);
     const Bytes log = LogOf({BufferOf({unpadded}, {.savedOffset = 1024 - 3})});
     EXPECT_THAT(ProcessIds(ReadDamaged(log).heard), ElementsAre(8));
 }
 
-TEST(DamagedLog, ALogOfZerosBehindItsHeaderHasNoEvents) {
+TEST(DamagedLog, ALogOfZerosAfterItsHeaderHasNoEvents) {
     Bytes log = LogOf({});
     log.resize(10 * 1024);
     const Outcome outcome = ReadDamaged(log);

@@ -8,7 +8,7 @@
 namespace keyreap {
 namespace {
 
-// A file of its own for each test, gone afterwards.
+// Each test has a file of its own, which is removed afterwards.
 class EtlFile : public ::testing::Test {
 protected:
     EtlFile() {
@@ -24,7 +24,7 @@ protected:
     std::filesystem::path path;
 };
 
-TEST_F(EtlFile, GivesBackWhatWasWritten) {
+TEST_F(EtlFile, ReturnsWhatWasWritten) {
     EtlFileSink sink(path);
     EXPECT_TRUE(sink.Write(0, Layout().U32(1).U32(2).bytes));
     EXPECT_TRUE(sink.Write(8, Layout().U32(3).U32(4).bytes));
@@ -37,7 +37,7 @@ TEST_F(EtlFile, GivesBackWhatWasWritten) {
     EXPECT_EQ(bytes, Layout().U32(1).U32(5).U32(3).U32(4).bytes);
 }
 
-TEST_F(EtlFile, IsMadeAnew) {
+TEST_F(EtlFile, ReplacesAnExistingFile) {
     for (const std::size_t size : {std::size_t{100}, std::size_t{50}}) {
         EtlFileSink sink(path);
         EXPECT_TRUE(sink.Write(0, Bytes(size)));
@@ -46,16 +46,16 @@ TEST_F(EtlFile, IsMadeAnew) {
     }
 }
 
-TEST_F(EtlFile, ReadsBytesThatLieBeyondTwoGigabytes) {
-    constexpr std::uint64_t FAR = 0x8000'0010;
+TEST_F(EtlFile, ReadsBytesBeyondTwoGigabytes) {
+    constexpr std::uint64_t farOffset = 0x8000'0010;
     EtlFileSink sink(path);
     EXPECT_TRUE(sink.Write(0, Layout().U32(1).bytes));
-    EXPECT_TRUE(sink.Write(FAR, Layout().U32(7).bytes));
+    EXPECT_TRUE(sink.Write(farOffset, Layout().U32(7).bytes));
     EXPECT_TRUE(sink.Close());
     EtlFileSource source(path);
-    EXPECT_EQ(source.Size(), FAR + 4);
+    EXPECT_EQ(source.Size(), farOffset + 4);
     Bytes bytes(4);
-    EXPECT_TRUE(source.Read(FAR, bytes));
+    EXPECT_TRUE(source.Read(farOffset, bytes));
     EXPECT_EQ(bytes, Layout().U32(7).bytes);
     EXPECT_TRUE(source.Read(0, bytes));
     EXPECT_EQ(bytes, Layout().U32(1).bytes);
@@ -73,14 +73,14 @@ TEST_F(EtlFile, AReadThatFailsDoesNotSpoilTheNext) {
     EXPECT_EQ(bytes, Layout().U32(1).bytes);
 }
 
-TEST_F(EtlFile, OneThatIsNotThereIsEmpty) {
+TEST_F(EtlFile, AMissingFileIsEmpty) {
     EtlFileSource source(path);
     EXPECT_EQ(source.Size(), 0U);
     Bytes bytes(1);
     EXPECT_FALSE(source.Read(0, bytes));
 }
 
-TEST_F(EtlFile, OneThatCannotBeMadeTakesNothing) {
+TEST_F(EtlFile, WritesToAFileThatCannotBeCreatedFail) {
     EtlFileSink sink(path / "inside a file that is not there");
     EXPECT_FALSE(sink.Write(0, Layout().U32(1).bytes));
     EXPECT_FALSE(sink.Close());

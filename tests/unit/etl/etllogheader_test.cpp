@@ -52,7 +52,7 @@ TEST(ReadLogHeader, TakesEveryFieldAtPointerSize4) {
     ExpectFieldsOfTheBuilder(*header);
 }
 
-TEST(ReadLogHeader, NeedsTheWholeFixedPart) {
+TEST(ReadLogHeader, NeedsTheCompleteFixedPart) {
     for (const std::uint32_t pointerSize : {4U, 8U}) {
         Bytes payload = PayloadOf(pointerSize);
         payload.resize(264 + 2 * pointerSize);
@@ -70,30 +70,30 @@ TEST(ReadLogHeader, KnowsPointerSizes4And8Only) {
 
 TEST(ReadLogHeader, ANameWithoutTerminatorEndsWithThePayload) {
     Bytes payload = PayloadOf(8);
-    payload.resize(payload.size() - 3); // half a unit is no unit
+    payload.resize(payload.size() - 3); // half a unit is dropped
     EXPECT_EQ(ReadLogHeader(payload)->logFileName, L"C:\\the.et");
     payload.resize(280 + 6);
     EXPECT_EQ(ReadLogHeader(payload)->loggerName, L"The");
     EXPECT_EQ(ReadLogHeader(payload)->logFileName, L"");
 }
 
-TEST(WriteLogHeader, GivesBackWhatItTook) {
+TEST(WriteLogHeader, WritesWhatWasRead) {
     EtlLogHeader header = *ReadLogHeader(PayloadOf(4));
     Bytes room(1000, std::byte{0xEE});
     room.resize(WriteLogHeader(header, room));
     EXPECT_EQ(room, PayloadOf(8));
 }
 
-TEST(WriteLogHeader, CutsNamesThatDontFit) {
+TEST(WriteLogHeader, TruncatesNamesThatDoNotFit) {
     EtlLogHeader header;
     header.loggerName = L"logger";
     header.logFileName = L"C:\\some\\file.etl";
-    Bytes room(EtlLogHeaderMinimum + 2 * 10);
+    Bytes room(minimumLogHeaderSize + 2 * 10);
     EXPECT_EQ(WriteLogHeader(header, room), room.size());
     EXPECT_EQ(ReadLogHeader(room)->loggerName, L"logger");
     EXPECT_EQ(ReadLogHeader(room)->logFileName, L"C:\\s");
 
-    room.resize(EtlLogHeaderMinimum + 2 * 3);
+    room.resize(minimumLogHeaderSize + 2 * 3);
     EXPECT_EQ(WriteLogHeader(header, room), room.size());
     EXPECT_EQ(ReadLogHeader(room)->loggerName, L"log");
     EXPECT_EQ(ReadLogHeader(room)->logFileName, L"");
@@ -102,8 +102,8 @@ TEST(WriteLogHeader, CutsNamesThatDontFit) {
 TEST(WriteLogHeader, NeedsTheMinimumAndNoMore) {
     EtlLogHeader header;
     header.loggerName = L"logger";
-    Bytes room(EtlLogHeaderMinimum);
-    EXPECT_EQ(WriteLogHeader(header, room), EtlLogHeaderMinimum);
+    Bytes room(minimumLogHeaderSize);
+    EXPECT_EQ(WriteLogHeader(header, room), minimumLogHeaderSize);
     EXPECT_EQ(ReadLogHeader(room)->loggerName, L"");
 }
 

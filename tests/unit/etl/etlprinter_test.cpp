@@ -13,20 +13,20 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 struct Printed {
-    bool whole = false;
+    bool complete = false;
     std::string text;
 };
 
 Printed Print(const Bytes& log, bool eachEvent) {
     MemorySource source(log);
     std::ostringstream out;
-    const bool whole = PrintLog(source, eachEvent, out);
-    return {whole, out.str()};
+    const bool complete = PrintLog(source, eachEvent, out);
+    return {complete, out.str()};
 }
 
-TEST(PrintLog, TellsWhatTheHeaderSays) {
+TEST(PrintLog, PrintsTheHeader) {
     const Printed printed = Print(LogOf({}), false);
-    EXPECT_TRUE(printed.whole);
+    EXPECT_TRUE(printed.complete);
     EXPECT_THAT(printed.text, HasSubstr("logger The logger\n"));
     EXPECT_THAT(printed.text, HasSubstr("file C:\\the.etl\n"));
     EXPECT_THAT(printed.text, HasSubstr("pointer size 8, processors 4, system 6.1.7601\n"));
@@ -43,7 +43,7 @@ TEST(PrintLog, CountsEventsByTheirKind) {
     EXPECT_THAT(printed.text, Not(HasSubstr(" thread ")));
 }
 
-TEST(PrintLog, ListsEachEventIfAskedAndTellsWhatRegistryEventsSay) {
+TEST(PrintLog, ListsEachEventOnRequestWithTheContentOfRegistryEvents) {
     Layout payload;
     payload.U64(1).U32(0xC0000034).U32(2).U64(0xFFFFF80000001000).Text(L"N\x00E4me");
     const Bytes log = LogOf({BufferOf({SystemRecord(2, 0x090B, 2, payload.bytes, 44)})});
@@ -52,19 +52,19 @@ TEST(PrintLog, ListsEachEventIfAskedAndTellsWhatRegistryEventsSay) {
     EXPECT_THAT(printed.text, HasSubstr(" status c0000034 key fffff80000001000 name N\\u00e4me\n"));
 }
 
-TEST(PrintLog, SaysSoIfItCannotBeReadToItsEnd) {
+TEST(PrintLog, ReportsALogThatCannotBeReadToItsEnd) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(1)})});
     MemorySource source(log);
-    source.failFrom = 2; // the size and the first buffer, which hold what the header says
+    source.failFrom = 2; // after the size and the first buffer, which contain the header
     std::ostringstream out;
     EXPECT_FALSE(PrintLog(source, false, out));
     EXPECT_THAT(out.str(), HasSubstr("logger The logger\n"));
     EXPECT_THAT(out.str(), HasSubstr("the log could not be read to its end\n"));
 }
 
-TEST(PrintLog, SaysSoIfItIsNoLog) {
+TEST(PrintLog, ReportsAFileThatIsNoLog) {
     const Printed printed = Print(Layout().Zeros(100).bytes, false);
-    EXPECT_FALSE(printed.whole);
+    EXPECT_FALSE(printed.complete);
     EXPECT_EQ(printed.text, "not an event trace log\n");
 }
 

@@ -31,7 +31,7 @@ TEST(EtlReader, TheLogHeaderEventComesFirst) {
     EXPECT_EQ(heard.events[1].provider, etlclass::registry);
 }
 
-TEST(EtlReader, TellsWhatTheLogHeaderSays) {
+TEST(EtlReader, HasTheFieldsOfTheLogHeader) {
     const Bytes log = LogOf({}, {.pointerSize = 4});
     MemorySource source(log);
     EtlReader reader(source);
@@ -68,21 +68,21 @@ TEST(EtlReader, BuffersAtTheStartOfACircularLogKeepTheirPlace) {
     EXPECT_THAT(IdsIn(log), ElementsAre(1, 3, 4, 5));
 }
 
-TEST(EtlReader, MoreStartBuffersThanThereAreMeansAll) {
+TEST(EtlReader, MoreStartBuffersThanBuffersMeansAll) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(2)}, {.sequenceNumber = 2}),
                              BufferOf({NumberedRecord(1)}, {.sequenceNumber = 1})},
                             {.logFileMode = 2, .startBuffers = 1000});
     EXPECT_THAT(IdsIn(log), ElementsAre(2, 1));
 }
 
-TEST(EtlReader, NoStartBuffersMeansTheLogHeaders) {
+TEST(EtlReader, NoStartBuffersMeansTheOneWithTheLogHeader) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(2)}, {.sequenceNumber = 2}),
                              BufferOf({NumberedRecord(1)}, {.sequenceNumber = 1})},
                             {.logFileMode = 2, .startBuffers = 0});
     EXPECT_THAT(IdsIn(log), ElementsAre(1, 2));
 }
 
-TEST(EtlReader, ASavedOffsetOf0LeavesTheEndToTheRecords) {
+TEST(EtlReader, WithASavedOffsetOf0TheRecordsMarkTheirEnd) {
     for (const std::byte fill : {std::byte{0}, std::byte{0xFF}}) {
         const Bytes log = LogOf({BufferOf({NumberedRecord(1)}, {.savedOffset = 0, .fill = fill})});
         EXPECT_THAT(IdsIn(log), ElementsAre(1));
@@ -95,25 +95,25 @@ TEST(EtlReader, RecordsEndAtTheSavedOffset) {
     EXPECT_THAT(IdsIn(log), ElementsAre(1));
 }
 
-TEST(EtlReader, RecordsOfOtherKindsAreNoEvents) {
+TEST(EtlReader, RecordsOfOtherTypesAreNoEvents) {
     const Bytes message = Layout().U16(20).U8(0).U8(0x90).Zeros(16).bytes;
     const Bytes log = LogOf({BufferOf({NumberedRecord(1), message, NumberedRecord(2)})});
     EXPECT_THAT(IdsIn(log), ElementsAre(1, 2));
 }
 
-TEST(EtlReader, AShortLastBufferIsPassedOver) {
+TEST(EtlReader, AShortLastBufferIsSkipped) {
     Bytes log = LogOf({BufferOf({NumberedRecord(1)}), BufferOf({NumberedRecord(2)})});
     log.pop_back();
     EXPECT_THAT(IdsIn(log), ElementsAre(1));
 }
 
-TEST(EtlReader, ACompressedBufferIsPassedOver) {
+TEST(EtlReader, ACompressedBufferIsSkipped) {
     const Bytes log = LogOf(
         {BufferOf({NumberedRecord(1)}, {.flags = 0x40}), BufferOf({NumberedRecord(2)}, {.flags = 0x21})});
     EXPECT_THAT(IdsIn(log), ElementsAre(2));
 }
 
-TEST(EtlReader, IsAskedForMoreBufferByBuffer) {
+TEST(EtlReader, TheListenerCanStopAfterEachBuffer) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(1)}), BufferOf({NumberedRecord(2)})});
     MemorySource source(log);
     EtlReader reader(source);
@@ -138,7 +138,7 @@ TEST(EtlReader, ALogCanBeReadTwice) {
     }
 }
 
-TEST(EtlReader, ASourceThatFailsIsTold) {
+TEST(EtlReader, AFailureOfTheSourceIsReported) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(1)})});
     for (std::size_t calls = 0; calls < 2; ++calls) {
         MemorySource source(log);
@@ -154,7 +154,7 @@ TEST(EtlReader, ASourceThatFailsIsTold) {
     EXPECT_THAT(listener.events, IsEmpty());
 }
 
-TEST(EtlReader, ALogThatDoesNotBeginWithALogHeaderIsNone) {
+TEST(EtlReader, AFileThatDoesNotBeginWithALogHeaderIsNoLog) {
     EXPECT_TRUE(Opens(LogOf({})));
     EXPECT_FALSE(Opens({}));
     EXPECT_FALSE(Opens(Layout().U32(1024).bytes));
@@ -164,7 +164,7 @@ TEST(EtlReader, ALogThatDoesNotBeginWithALogHeaderIsNone) {
     EXPECT_FALSE(Opens(BufferOf({SystemRecord(2, 0x0000, 2, Layout().Zeros(200).bytes)})));
 }
 
-TEST(EtlReader, TheFirstBufferTellsASizeInKilobytesOfAtMost16384) {
+TEST(EtlReader, TheBufferSizeIsInKilobytesAndAtMost16384) {
     for (const std::uint32_t size : {0U, 512U, 1023U, 1025U, 16385U * 1024, 0x80000000U}) {
         Bytes log = BufferOf({LogHeaderRecord()}, {.bufferSize = size});
         EXPECT_FALSE(Opens(log)) << size;
@@ -175,12 +175,12 @@ TEST(EtlReader, TheFirstBufferTellsASizeInKilobytesOfAtMost16384) {
     EXPECT_TRUE(Opens(log));
 }
 
-// More buffers than are held at once.
+// More buffers than are read at a time.
 TEST(EtlReader, ReadsManyBuffersAtOnce) {
-    constexpr std::uint32_t COUNT = 2500;
+    constexpr std::uint32_t count = 2500;
     Layout log;
     log.Raw(LogOf({}));
-    for (std::uint32_t i = 0; i < COUNT; ++i) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         log.Raw(BufferOf({NumberedRecord(i)}));
     }
     MemorySource source(log.bytes);
@@ -190,8 +190,8 @@ TEST(EtlReader, ReadsManyBuffersAtOnce) {
     RecordingListener listener;
     EXPECT_TRUE(reader.Process(listener));
     EXPECT_LE(source.calls - before, 4U);
-    ASSERT_EQ(listener.events.size(), COUNT + 1);
-    for (std::uint32_t i = 0; i < COUNT; ++i) {
+    ASSERT_EQ(listener.events.size(), count + 1);
+    for (std::uint32_t i = 0; i < count; ++i) {
         ASSERT_EQ(listener.events[i + 1].processId, i);
     }
 }

@@ -7,9 +7,9 @@
 namespace keyreap {
 namespace {
 
-const Bytes PAYLOAD = Layout().U32(0xAABBCCDD).U16(0xEEFF).bytes;
+const Bytes samplePayload = Layout().U32(0xAABBCCDD).U16(0xEEFF).bytes;
 
-// Reads the record that the bytes begin with, which must be an event.
+// Reads the record at the beginning of the bytes, which must be an event.
 RecordingListener::Event ReadOne(const Bytes& bytes) {
     EtlEvent event;
     const EtlRecord record = ReadEtlRecord(bytes, event);
@@ -24,44 +24,44 @@ EtlRecordKind KindOf(const Bytes& bytes) {
 }
 
 void ExpectOrigin(const EtlEvent& event) {
-    EXPECT_EQ(event.threadId, THREAD);
-    EXPECT_EQ(event.processId, PROCESS);
-    EXPECT_EQ(event.timeStamp, TIME);
+    EXPECT_EQ(event.threadId, recordThread);
+    EXPECT_EQ(event.processId, recordProcess);
+    EXPECT_EQ(event.timeStamp, recordTime);
 }
 
 TEST(ReadEtlRecord, SystemHeadersOfBothWidths) {
     for (const bool wide : {false, true}) {
-        const auto event = ReadOne(SystemRecord(wide ? 2 : 1, 0x0916, 2, PAYLOAD));
+        const auto event = ReadOne(SystemRecord(wide ? 2 : 1, 0x0916, 2, samplePayload));
         EXPECT_EQ(event.provider, etlclass::registry);
         EXPECT_EQ(event.type, 0x16U);
         EXPECT_EQ(event.version, 2U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.bytes, samplePayload);
         ExpectOrigin(event);
     }
 }
 
 TEST(ReadEtlRecord, CompactHeadersOfBothWidths) {
     for (const bool wide : {false, true}) {
-        const auto event = ReadOne(CompactRecord(wide ? 4 : 3, 0x0503, 3, PAYLOAD));
+        const auto event = ReadOne(CompactRecord(wide ? 4 : 3, 0x0503, 3, samplePayload));
         EXPECT_EQ(event.provider, etlclass::thread);
         EXPECT_EQ(event.type, 3U);
         EXPECT_EQ(event.version, 3U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.bytes, samplePayload);
         ExpectOrigin(event);
     }
 }
 
-TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsTellNoProcessAndNoThread) {
+TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsHaveNoProcessAndNoThread) {
     for (const bool wide : {false, true}) {
-        const auto event = ReadOne(PerfInfoRecord(wide ? 0x11 : 0x10, 0x0F2E, 1, PAYLOAD));
+        const auto event = ReadOne(PerfInfoRecord(wide ? 0x11 : 0x10, 0x0F2E, 1, samplePayload));
         EXPECT_EQ(event.provider, etlclass::perfInfo);
         EXPECT_EQ(event.type, 0x2EU);
         EXPECT_EQ(event.version, 1U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
-        EXPECT_EQ(event.timeStamp, TIME);
+        EXPECT_EQ(event.bytes, samplePayload);
+        EXPECT_EQ(event.timeStamp, recordTime);
         EXPECT_EQ(event.processId, 0xFFFFFFFFU);
         EXPECT_EQ(event.threadId, 0xFFFFFFFFU);
     }
@@ -69,26 +69,26 @@ TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsTellNoProcessAndNoThread) {
 
 TEST(ReadEtlRecord, FullHeadersOfBothWidthsHaveTheirGuid) {
     for (const bool wide : {false, true}) {
-        const auto event = ReadOne(ClassicRecord(wide ? 0x14 : 0x0A, 10, 4, 2, PAYLOAD));
+        const auto event = ReadOne(ClassicRecord(wide ? 0x14 : 0x0A, 10, 4, 2, samplePayload));
         EXPECT_EQ(event.provider, GuidOf(0x20));
         EXPECT_EQ(event.type, 10U);
         EXPECT_EQ(event.level, 4U);
         EXPECT_EQ(event.version, 2U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.bytes, samplePayload);
         ExpectOrigin(event);
     }
 }
 
 TEST(ReadEtlRecord, InstanceHeadersOfBothWidthsHaveTheirOwnGuidNotTheParents) {
     for (const bool wide : {false, true}) {
-        const auto event = ReadOne(InstanceRecord(wide ? 0x15 : 0x0B, 1, 5, 7, PAYLOAD));
+        const auto event = ReadOne(InstanceRecord(wide ? 0x15 : 0x0B, 1, 5, 7, samplePayload));
         EXPECT_EQ(event.provider, GuidOf(0x20));
         EXPECT_EQ(event.type, 1U);
         EXPECT_EQ(event.level, 5U);
         EXPECT_EQ(event.version, 7U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.bytes, samplePayload);
         ExpectOrigin(event);
     }
 }
@@ -96,51 +96,51 @@ TEST(ReadEtlRecord, InstanceHeadersOfBothWidthsHaveTheirOwnGuidNotTheParents) {
 TEST(ReadEtlRecord, ManifestHeadersOfBothWidthsGiveIdAndOpcode) {
     for (const bool wide : {false, true}) {
         const ManifestFields fields{.id = 0x1234, .version = 3, .level = 4, .opcode = 0x21};
-        const auto event = ReadOne(ManifestRecord(wide ? 0x13 : 0x12, fields, PAYLOAD));
+        const auto event = ReadOne(ManifestRecord(wide ? 0x13 : 0x12, fields, samplePayload));
         EXPECT_EQ(event.provider, GuidOf(0x40));
         EXPECT_EQ(event.id, 0x1234U);
         EXPECT_EQ(event.type, 0x21U);
         EXPECT_EQ(event.level, 4U);
         EXPECT_EQ(event.version, 3U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
-        EXPECT_EQ(event.bytes, PAYLOAD);
+        EXPECT_EQ(event.bytes, samplePayload);
         ExpectOrigin(event);
     }
 }
 
-// Extended items: reserved, kind, whether another follows, size, data.
+// An extended item: reserved, type, whether another follows, size, data.
 Layout& Item(Layout& layout, bool another, std::uint16_t size) {
     return layout.U16(0).U16(1).U16(another ? 1 : 0).U16(size).Fill(size, std::byte{0x77});
 }
 
-TEST(ReadEtlRecord, ThePayloadOfAManifestEventStandsBehindItsExtendedItems) {
-    Layout behind;
-    Item(behind, true, 5).PadTo8();
-    Item(behind, false, 16).Raw(PAYLOAD);
-    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, behind.bytes)).bytes, PAYLOAD);
+TEST(ReadEtlRecord, ThePayloadOfAManifestEventFollowsItsExtendedItems) {
+    Layout content;
+    Item(content, true, 5).PadTo8();
+    Item(content, false, 16).Raw(samplePayload);
+    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, content.bytes)).bytes, samplePayload);
 }
 
-TEST(ReadEtlRecord, ExtendedItemsCountOnlyIfTheFlagTellsOfThem) {
-    Layout behind;
-    Item(behind, false, 8);
-    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0040}, behind.bytes)).bytes, behind.bytes);
+TEST(ReadEtlRecord, ExtendedItemsCountOnlyWithTheirFlag) {
+    Layout content;
+    Item(content, false, 8);
+    EXPECT_EQ(ReadOne(ManifestRecord(0x13, {.flags = 0x0040}, content.bytes)).bytes, content.bytes);
 }
 
 TEST(ReadEtlRecord, ALastExtendedItemMayEndWithTheRecordUnpadded) {
-    Layout behind;
-    Item(behind, false, 5);
-    EXPECT_TRUE(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, behind.bytes)).bytes.empty());
+    Layout content;
+    Item(content, false, 5);
+    EXPECT_TRUE(ReadOne(ManifestRecord(0x13, {.flags = 0x0001}, content.bytes)).bytes.empty());
 }
 
-TEST(ReadEtlRecord, AnExtendedItemThatLeavesItsRecordIsPassedOver) {
+TEST(ReadEtlRecord, ARecordWithAnExtendedItemThatExceedsItIsSkipped) {
     Layout tooLong;
     tooLong.U16(0).U16(1).U16(0).U16(9).Zeros(8);
-    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, tooLong.bytes)), EtlRecordKind::passedOver);
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, tooLong.bytes)), EtlRecordKind::skipped);
     Layout chained;
     Item(chained, true, 8);
-    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, chained.bytes)), EtlRecordKind::passedOver);
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, chained.bytes)), EtlRecordKind::skipped);
     const Bytes half = Layout().Zeros(7).bytes;
-    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, half)), EtlRecordKind::passedOver);
+    EXPECT_EQ(KindOf(ManifestRecord(0x13, {.flags = 0x0001}, half)), EtlRecordKind::skipped);
 }
 
 TEST(ReadEtlRecord, AnEventMayHaveNoPayload) {
@@ -149,13 +149,13 @@ TEST(ReadEtlRecord, AnEventMayHaveNoPayload) {
     EXPECT_TRUE(ReadOne(ClassicRecord(0x14, 1, 0, 0, {})).bytes.empty());
 }
 
-TEST(ReadEtlRecord, RecordsOfOtherKindsArePassedOverByTheirSize) {
+TEST(ReadEtlRecord, RecordsOfOtherTypesAreSkippedByTheirSize) {
     EtlEvent event;
-    // A trace message: its size, nothing, the flags of a message; then number and options.
+    // A trace message: its size, a zero, the flags of a message; then number and options.
     const Bytes message = Layout().U16(20).U8(0).U8(0x90).U16(11).U16(2).Zeros(12 + 4).bytes;
-    const EtlRecord passed = ReadEtlRecord(message, event);
-    EXPECT_EQ(passed.kind, EtlRecordKind::passedOver);
-    EXPECT_EQ(passed.size, 20U);
+    const EtlRecord skipped = ReadEtlRecord(message, event);
+    EXPECT_EQ(skipped.kind, EtlRecordKind::skipped);
+    EXPECT_EQ(skipped.size, 20U);
 }
 
 TEST(ReadEtlRecord, TheEndIsZerosOrFillersOrNoRoomForARecord) {
@@ -166,7 +166,7 @@ TEST(ReadEtlRecord, TheEndIsZerosOrFillersOrNoRoomForARecord) {
 }
 
 TEST(ReadEtlRecord, AMarkerWithoutTheHeaderFlagIsDamage) {
-    Bytes record = SystemRecord(2, 0x0901, 2, PAYLOAD);
+    Bytes record = SystemRecord(2, 0x0901, 2, samplePayload);
     record[3] = std::byte{0x40};
     EXPECT_EQ(KindOf(record), EtlRecordKind::damaged);
 }
@@ -189,7 +189,7 @@ TEST(ReadEtlRecord, ASizeBelowTheHeadersOrBeyondTheBytesIsDamage) {
         for (const std::size_t size : {std::size_t{0}, it.headerSize - 1, it.headerSize + 1}) {
             Bytes lying = it.record;
             lying[it.sizeAt] = static_cast<std::byte>(size);
-            EXPECT_EQ(KindOf(lying), EtlRecordKind::damaged) << it.headerSize << " told as " << size;
+            EXPECT_EQ(KindOf(lying), EtlRecordKind::damaged) << it.headerSize << " stated as " << size;
         }
     }
 }

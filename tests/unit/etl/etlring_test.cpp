@@ -6,14 +6,14 @@
 namespace keyreap {
 namespace {
 
-constexpr std::int64_t DAMAGED = -1;
+constexpr std::int64_t damaged = -1;
 
-// The oldest of the buffers with these numbers, behind one that is kept.
+// The oldest of the buffers with these numbers, which follow one kept buffer.
 std::uint64_t OldestOf(const std::vector<std::int64_t>& numbers) {
     Layout log;
     log.Raw(BufferOf({}));
     for (const std::int64_t number : numbers) {
-        const std::uint32_t size = number == DAMAGED ? 512 : 1024;
+        const std::uint32_t size = number == damaged ? 512 : 1024;
         log.Raw(BufferOf({}, {.bufferSize = size, .sequenceNumber = number}));
     }
     MemorySource source(log.bytes);
@@ -26,11 +26,11 @@ TEST(OldestBuffer, IsTheFirstWhereNothingWasOverwritten) {
     EXPECT_EQ(OldestOf({1, 2, 3, 4, 5}), 1U);
 }
 
-TEST(OldestBuffer, IsTheFirstAgainWhenARoundIsFull) {
+TEST(OldestBuffer, IsTheFirstAgainAfterACompleteRound) {
     EXPECT_EQ(OldestOf({11, 12, 13, 14, 15}), 1U);
 }
 
-TEST(OldestBuffer, StandsWhereTheNumbersFallBack) {
+TEST(OldestBuffer, IsWhereTheNumbersDecrease) {
     for (std::int64_t newest = 1; newest <= 40; ++newest) {
         std::vector<std::int64_t> ring(7);
         for (std::int64_t number = 1; number <= newest; ++number) {
@@ -52,16 +52,16 @@ TEST(OldestBuffer, NeighboursMayBeOutOfOrderByALittle) {
 }
 
 TEST(OldestBuffer, ADamagedOneCountsAsItsSuccessor) {
-    EXPECT_EQ(OldestOf({DAMAGED, 22, DAMAGED, 14, 15, 16}), 3U);
-    EXPECT_EQ(OldestOf({21, 22, 23, 14, 15, DAMAGED}), 4U);
-    EXPECT_EQ(OldestOf({21, DAMAGED, DAMAGED, DAMAGED, 15}), 2U);
+    EXPECT_EQ(OldestOf({damaged, 22, damaged, 14, 15, 16}), 3U);
+    EXPECT_EQ(OldestOf({21, 22, 23, 14, 15, damaged}), 4U);
+    EXPECT_EQ(OldestOf({21, damaged, damaged, damaged, 15}), 2U);
 }
 
 TEST(OldestBuffer, IsTheFirstIfAllAreDamaged) {
-    EXPECT_EQ(OldestOf({DAMAGED, DAMAGED, DAMAGED}), 1U);
+    EXPECT_EQ(OldestOf({damaged, damaged, damaged}), 1U);
 }
 
-TEST(OldestBuffer, LooksAtFewHeadersOnly) {
+TEST(OldestBuffer, ReadsFewHeadersOnly) {
     Layout log;
     for (std::int64_t i = 0; i < 1000; ++i) {
         log.Raw(BufferOf({}, {.sequenceNumber = i < 300 ? 5000 + i : i}));

@@ -27,7 +27,7 @@ EtlRegistryEvent CreateKey(std::wstring_view name) {
     return event;
 }
 
-// A log with these events, read by the second decoder.
+// A log with these events, read by the independent decoder.
 independent::Log Written(const std::vector<EtlRegistryEvent>& events,
                          const EtlLogHeader& header = SmallLog()) {
     MemorySink sink;
@@ -55,7 +55,7 @@ TEST(EtlWriter, TheLogHeaderHasABufferOfItsOwn) {
     EXPECT_EQ(log.header.StartBuffers, 1U);
 }
 
-TEST(EtlWriter, TheLogHeaderEventIsToldAsTheStartersAtTheStart) {
+TEST(EtlWriter, TheLogHeaderEventHasTheTimeAndTheIdsGivenToBegin) {
     const independent::SystemTraceHeader header = Written({}).buffers[0].records[0].header;
     EXPECT_EQ(header.SystemTime, 4000);
     EXPECT_EQ(header.ProcessId, 11U);
@@ -63,7 +63,7 @@ TEST(EtlWriter, TheLogHeaderEventIsToldAsTheStartersAtTheStart) {
     EXPECT_EQ(header.Version, 2U);
 }
 
-TEST(EtlWriter, TheLogHeaderSaysWhatItWasGiven) {
+TEST(EtlWriter, TheLogHeaderHasTheFieldsGiven) {
     EtlLogHeader given = SmallLog();
     given.majorVersion = 6;
     given.minorVersion = 1;
@@ -99,7 +99,7 @@ TEST(EtlWriter, TheLogHeaderSaysWhatItWasGiven) {
     EXPECT_EQ(log.logFileName, L"C:\\temp\\ETL1.etl");
 }
 
-TEST(EtlWriter, FinishTellsTheEndTheBuffersAndTheLostEvents) {
+TEST(EtlWriter, FinishRecordsTheEndTheBuffersAndTheLostEvents) {
     const std::wstring long_(600, L'x');
     const independent::Log log = Written({CreateKey(L"A"), CreateKey(long_), CreateKey(long_)});
     EXPECT_EQ(log.header.EndTime, 9000);
@@ -107,7 +107,7 @@ TEST(EtlWriter, FinishTellsTheEndTheBuffersAndTheLostEvents) {
     EXPECT_EQ(log.header.EventsLost, 2U);
 }
 
-TEST(EtlWriter, BeginWritesAHeadThatNamesNoEndYet) {
+TEST(EtlWriter, BeginWritesALogHeaderWithoutAnEnd) {
     MemorySink sink;
     EtlWriter writer(sink, SmallLog());
     EXPECT_TRUE(writer.Begin(4000, 11, 12));
@@ -155,7 +155,7 @@ TEST(EtlWriter, NamesAreUnitsOfAnyValueAndAnyLength) {
     }
 }
 
-// The second decoder checks that no record leaves its buffer, and how buffers and records are padded.
+// The independent decoder checks that no record exceeds its buffer, and the padding of buffers and records.
 TEST(EtlWriter, EventsFillBuffersInTheOrderOfTheCalls) {
     std::vector<std::wstring> names;
     for (std::size_t i = 0; i < 300; ++i) {
@@ -210,7 +210,7 @@ TEST(EtlWriter, ABufferIsStampedWithItsLastEventsTime) {
     EXPECT_EQ(log.buffers[1].header.BufferFlag, 1U);
 }
 
-TEST(EtlWriter, AFileNameThatDoesNotFitIsCut) {
+TEST(EtlWriter, AFileNameThatDoesNotFitIsTruncated) {
     EtlLogHeader header = SmallLog();
     header.logFileName = std::wstring(2000, L'p');
     const independent::Log log = Written({CreateKey(L"A")}, header);
@@ -220,7 +220,7 @@ TEST(EtlWriter, AFileNameThatDoesNotFitIsCut) {
     EXPECT_FALSE(log.logFileName.empty());
 }
 
-TEST(EtlWriter, NothingIsWrittenOnceTheSinkHasFailed) {
+TEST(EtlWriter, NothingIsWrittenAfterTheSinkHasFailed) {
     MemorySink sink;
     sink.failFrom = 2;
     EtlWriter writer(sink, SmallLog());
@@ -237,7 +237,7 @@ TEST(EtlWriter, NothingIsWrittenOnceTheSinkHasFailed) {
     EXPECT_EQ(sink.calls, 3U);
 }
 
-TEST(EtlWriter, ASinkThatFailsAtTheEndIsTold) {
+TEST(EtlWriter, AFailureOfTheSinkAtTheEndIsReported) {
     MemorySink sink;
     EtlWriter writer(sink, SmallLog());
     EXPECT_TRUE(writer.Begin(4000, 11, 12));

@@ -14,8 +14,7 @@ void Require(bool regular, const char* rule) {
 
 template <typename Structure>
 Structure Copied(const std::vector<std::byte>& bytes, std::size_t offset, std::size_t end) {
-    Require(end <= bytes.size() && offset <= end && end - offset >= sizeof(Structure),
-            "structure lies inside");
+    Require(end <= bytes.size() && offset <= end && end - offset >= sizeof(Structure), "structure is inside");
     Structure structure;
     std::memcpy(&structure, bytes.data() + offset, sizeof(structure));
     return structure;
@@ -48,7 +47,7 @@ Record DecodeRecord(const std::vector<std::byte>& bytes, std::size_t at, std::si
     Require(record.header.HeaderType == 2, "the header is a system header, 64 bit");
     Require(record.header.Flags == 0xC0, "the marker has TRACE_HEADER_FLAG and TRACE_HEADER_EVENT_TRACE");
     const std::size_t size = record.header.PacketSize;
-    Require(size >= sizeof(SystemTraceHeader) && size <= end - at, "the record lies inside its buffer");
+    Require(size >= sizeof(SystemTraceHeader) && size <= end - at, "the record is inside its buffer");
     record.payload.assign(bytes.begin() + static_cast<std::ptrdiff_t>(at + sizeof(SystemTraceHeader)),
                           bytes.begin() + static_cast<std::ptrdiff_t>(at + size));
     return record;
@@ -58,8 +57,8 @@ Buffer DecodeBuffer(const std::vector<std::byte>& bytes, std::size_t at, std::si
     Buffer buffer;
     buffer.header = Copied<WmiBufferHeader>(bytes, at, bytes.size());
     Require(buffer.header.BufferSize == size, "all buffers have one size");
-    Require(buffer.header.SavedOffset >= 72 && buffer.header.SavedOffset <= size, "records lie inside");
-    Require(buffer.header.ReferenceCount == 0, "nobody holds the buffer");
+    Require(buffer.header.SavedOffset >= 72 && buffer.header.SavedOffset <= size, "records are inside");
+    Require(buffer.header.ReferenceCount == 0, "the buffer is not in use");
     const std::size_t end = at + buffer.header.SavedOffset;
     std::size_t offset = at + 72;
     while (offset < end) {
@@ -68,8 +67,8 @@ Buffer DecodeBuffer(const std::vector<std::byte>& bytes, std::size_t at, std::si
         offset += (buffer.records.back().header.PacketSize + std::size_t{7}) / 8 * 8;
         Require(offset <= end && AllAre(bytes, recordEnd, offset, std::byte{0}), "records are padded to 8");
     }
-    Require(offset == end, "the saved offset stands behind the last record");
-    Require(AllAre(bytes, end, at + size, std::byte{0xFF}), "what is left of a buffer is filled up");
+    Require(offset == end, "the saved offset is the end of the last record");
+    Require(AllAre(bytes, end, at + size, std::byte{0xFF}), "the rest of a buffer is filled");
     return buffer;
 }
 
@@ -86,7 +85,7 @@ std::vector<Record> Log::Events() const {
 
 Log Decode(const std::vector<std::byte>& bytes) {
     const std::size_t size = Copied<WmiBufferHeader>(bytes, 0, bytes.size()).BufferSize;
-    Require(size != 0 && bytes.size() % size == 0, "a log is a row of whole buffers");
+    Require(size != 0 && bytes.size() % size == 0, "a log consists of complete buffers");
     Log log;
     for (std::size_t at = 0; at < bytes.size(); at += size) {
         log.buffers.push_back(DecodeBuffer(bytes, at, size));
@@ -96,11 +95,11 @@ Log Decode(const std::vector<std::byte>& bytes) {
     Require(first.header.PacketGroup == 0 && first.header.PacketType == 0, "the log header comes first");
     log.header = Copied<TraceLogfileHeader>(first.payload, 0, first.payload.size());
     Require(log.header.PointerSize == 8, "the log is one of a 64-bit system");
-    Require(log.header.BufferSize == size, "the log header tells the size of the buffers");
+    Require(log.header.BufferSize == size, "the log header has the size of the buffers");
     std::size_t offset = sizeof(TraceLogfileHeader);
     log.loggerName = TextWithTerminator(first.payload, offset);
     log.logFileName = TextWithTerminator(first.payload, offset);
-    Require(offset == first.payload.size(), "nothing stands behind the names");
+    Require(offset == first.payload.size(), "nothing follows the names");
     return log;
 }
 
@@ -114,7 +113,7 @@ RegistryPayload DecodeRegistry(const Record& record) {
     payload.KeyHandle = Copied<std::uint64_t>(bytes, 16, bytes.size());
     std::size_t offset = 24;
     payload.KeyName = TextWithTerminator(bytes, offset);
-    Require(offset == bytes.size(), "nothing stands behind the name");
+    Require(offset == bytes.size(), "nothing follows the name");
     return payload;
 }
 

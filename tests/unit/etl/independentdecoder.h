@@ -8,9 +8,9 @@
 
 namespace keyreap::independent {
 
-// A second opinion on what a written log says. It knows the format from its published structures alone,
-// shares nothing with the room that writes and reads logs, takes logs of 64-bit system events only, and is
-// strict: whatever is not as it must be is an Irregularity.
+// An independent decoder of written logs. It follows the published structures alone, shares no code with the
+// room that writes and reads logs, accepts only logs of 64-bit system events, and is strict: every violation
+// of the format is an Irregularity.
 class Irregularity : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -10,8 +10,8 @@ Layout KernelHeader(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t
     return header;
 }
 
-Layout& Origin(Layout& header, std::uint32_t processId = PROCESS) {
-    return header.U32(THREAD).U32(processId).U64(TIME);
+Layout& Origin(Layout& header, std::uint32_t processId = recordProcess) {
+    return header.U32(recordThread).U32(processId).U64(recordTime);
 }
 
 Layout ClassicHeader(std::uint8_t headerType, std::uint8_t type, std::uint8_t level, std::uint16_t version,
@@ -82,7 +82,7 @@ Bytes CompactRecord(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t
 
 Bytes PerfInfoRecord(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t version,
                      const Bytes& payload) {
-    return KernelHeader(headerType, hookId, version, 16 + payload.size()).U64(TIME).Raw(payload).bytes;
+    return KernelHeader(headerType, hookId, version, 16 + payload.size()).U64(recordTime).Raw(payload).bytes;
 }
 
 Bytes ClassicRecord(std::uint8_t headerType, std::uint8_t type, std::uint8_t level, std::uint16_t version,
@@ -96,12 +96,12 @@ Bytes InstanceRecord(std::uint8_t headerType, std::uint8_t type, std::uint8_t le
     return record.U32(7).U32(6).Raw(GuidBytes(0x60)).Raw(payload).bytes;
 }
 
-Bytes ManifestRecord(std::uint8_t headerType, const ManifestFields& fields, const Bytes& behind) {
+Bytes ManifestRecord(std::uint8_t headerType, const ManifestFields& fields, const Bytes& content) {
     Layout record;
-    record.U16(static_cast<std::uint16_t>(80 + behind.size())).U8(headerType).U8(0xC0);
+    record.U16(static_cast<std::uint16_t>(80 + content.size())).U8(headerType).U8(0xC0);
     Origin(record.U16(fields.flags).U16(0)).Raw(GuidBytes(0x40));
     record.U16(fields.id).U8(fields.version).U8(0x0B).U8(fields.level).U8(fields.opcode).U16(0x99).U64(0);
-    return record.U64(0).Raw(GuidBytes(0xA0)).Raw(behind).bytes;
+    return record.U64(0).Raw(GuidBytes(0xA0)).Raw(content).bytes;
 }
 
 Bytes NumberedRecord(std::uint32_t number) {
@@ -116,7 +116,7 @@ Bytes BufferOf(const std::vector<Bytes>& records, const BufferFields& fields) {
     const auto end = static_cast<std::uint32_t>(72 + content.bytes.size());
     const std::uint32_t saved = fields.savedOffset == UINT32_MAX ? end : fields.savedOffset;
     Layout buffer;
-    buffer.U32(fields.bufferSize).U32(saved).U32(end).U32(0).U64(TIME);
+    buffer.U32(fields.bufferSize).U32(saved).U32(end).U32(0).U64(recordTime);
     buffer.U64(static_cast<std::uint64_t>(fields.sequenceNumber)).Zeros(12).U32(3).U32(end).U16(fields.flags);
     buffer.U16(0).Zeros(16).Raw(content.bytes);
     return buffer.Fill(1024 - buffer.bytes.size(), fields.fill).bytes;

@@ -28,18 +28,18 @@ private:
     Layout& Append(std::uint64_t value, std::size_t size);
 };
 
-// Where every record of a test comes from, unless its header can't tell.
-inline constexpr std::uint32_t THREAD = 0x11223344;
-inline constexpr std::uint32_t PROCESS = 0x55667788;
-inline constexpr std::int64_t TIME = 0x0102030405060708;
+// The origin of every record of a test whose header has these fields.
+inline constexpr std::uint32_t recordThread = 0x11223344;
+inline constexpr std::uint32_t recordProcess = 0x55667788;
+inline constexpr std::int64_t recordTime = 0x0102030405060708;
 
-// The bytes of a GUID as they stand in a record: 00 01 02 and so on, from a first value.
+// The bytes of a GUID as they are in a record: 00 01 02 and so on, from `first` on.
 Bytes GuidBytes(std::uint8_t first);
 Guid GuidOf(std::uint8_t first);
 
 // Records of each kind, unpadded. `headerType` is the value in bits 16 to 23 of the marker.
 Bytes SystemRecord(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t version, const Bytes& payload,
-                   std::uint32_t processId = PROCESS);
+                   std::uint32_t processId = recordProcess);
 Bytes CompactRecord(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t version,
                     const Bytes& payload);
 Bytes PerfInfoRecord(std::uint8_t headerType, std::uint16_t hookId, std::uint16_t version,
@@ -56,16 +56,16 @@ struct ManifestFields {
     std::uint8_t opcode = 0;
     std::uint16_t flags = 0;
 };
-// `behind` is all that follows the header: extended items, if the flags tell of them, and the payload.
-Bytes ManifestRecord(std::uint8_t headerType, const ManifestFields& fields, const Bytes& behind);
+// `content` is all that follows the header: extended items, if the flags say so, and the payload.
+Bytes ManifestRecord(std::uint8_t headerType, const ManifestFields& fields, const Bytes& content);
 
-// A registry event that tells its number as its process id.
+// A registry event whose process id is its number.
 Bytes NumberedRecord(std::uint32_t number);
 
 // A buffer with these records, each padded.
 struct BufferFields {
     std::uint32_t bufferSize = 1024;
-    std::uint32_t savedOffset = UINT32_MAX; // behind the last record, if not told
+    std::uint32_t savedOffset = UINT32_MAX; // the end of the last record, unless set
     std::int64_t sequenceNumber = 0;
     std::uint16_t flags = 0;
     std::byte fill{0xFF};
@@ -80,7 +80,7 @@ struct LogFields {
 };
 Bytes LogHeaderRecord(const LogFields& fields = {});
 
-// A log whose first buffer holds the log header alone.
+// A log whose first buffer contains the log header alone.
 Bytes LogOf(const std::vector<Bytes>& buffers, const LogFields& fields = {});
 
 } // namespace keyreap

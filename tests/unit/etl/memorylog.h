@@ -14,7 +14,7 @@ namespace keyreap {
 
 using Bytes = std::vector<std::byte>;
 
-// A log in memory. Writing beyond its end fails the test; from the call `failFrom` on writing fails.
+// A log in memory. Writing beyond its end fails the test. Writing fails after `failFrom` calls.
 class MemorySink : public EtlSink {
 public:
     bool Write(std::uint64_t offset, std::span<const std::byte> from) override;
@@ -24,8 +24,7 @@ public:
     std::size_t failFrom = SIZE_MAX;
 };
 
-// Gives a log's bytes. Asking for one that isn't there fails the test; from the call `failFrom` on reading
-// fails.
+// Gives a log's bytes. Reading beyond them fails the test. Reading fails after `failFrom` calls.
 class MemorySource : public EtlSource {
 public:
     explicit MemorySource(std::span<const std::byte> content) : bytes(content) {}
@@ -40,7 +39,7 @@ private:
     std::span<const std::byte> bytes;
 };
 
-// Keeps a copy of each event; the payloads too. Ends the reading after so many buffers.
+// Keeps a copy of each event with its payload. Ends the reading after `stopAfter` buffers.
 class RecordingListener : public EtlListener {
 public:
     struct Event : EtlEvent {
@@ -60,7 +59,7 @@ public:
 // Reads a log that must open and be read to its end.
 RecordingListener ReadAll(std::span<const std::byte> log);
 
-// The process ids of a log's events behind the log header: tests number events by them.
+// The process ids of a log's events after the log header: tests number events by them.
 std::vector<std::uint32_t> ProcessIds(const RecordingListener& listener);
 
 } // namespace keyreap

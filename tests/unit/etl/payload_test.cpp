@@ -27,21 +27,21 @@ TEST(Payload, NumbersAreLittleEndian) {
     EXPECT_EQ(bytes.View().Number<std::uint16_t>(2), 0x1234U);
 }
 
-TEST(Payload, NumberThatEndsBehindTheBytesIsZero) {
+TEST(Payload, NumberThatExceedsTheBytesIsZero) {
     const Exactly bytes(PayloadBuilder().U32(0xFFFFFFFF));
     EXPECT_EQ(bytes.View().Number<std::uint32_t>(1), 0U);
     EXPECT_EQ(bytes.View().Number<std::uint64_t>(0), 0U);
     EXPECT_EQ(bytes.View().Number<std::uint32_t>(0), 0xFFFFFFFFU);
 }
 
-TEST(Payload, NumberOfAnySizeIsZeroIfItEndsBehindTheBytes) {
+TEST(Payload, NumberOfAnySizeIsZeroIfItExceedsTheBytes) {
     const Exactly bytes(PayloadBuilder().U32(0xFFFFFFFF));
     EXPECT_EQ(bytes.View().NumberOf(1, 4), 0U);
     EXPECT_EQ(bytes.View().NumberOf(0, 5), 0U);
     EXPECT_EQ(bytes.View().NumberOf(1, 3), 0xFFFFFFU);
 }
 
-TEST(Payload, OffsetNearTheEndOfAllNumbersIsOutside) {
+TEST(Payload, OffsetNearTheLargestNumberIsOutside) {
     const Exactly bytes(PayloadBuilder().U64(1));
     EXPECT_FALSE(bytes.View().Holds(SIZE_MAX, 4));
     EXPECT_FALSE(bytes.View().Holds(4, SIZE_MAX));
@@ -50,7 +50,7 @@ TEST(Payload, OffsetNearTheEndOfAllNumbersIsOutside) {
 }
 
 TEST(Payload, WideTextEndsAtItsNul) {
-    const Exactly bytes(PayloadBuilder().WideZ(L"Key").Wide(L"behind"));
+    const Exactly bytes(PayloadBuilder().WideZ(L"Key").Wide(L"after"));
     const Payload::WideRun run = bytes.View().WideText(0);
     EXPECT_EQ(run.text, L"Key");
     EXPECT_TRUE(run.terminated);
@@ -63,7 +63,7 @@ TEST(Payload, WideTextWithoutNulIsNotTerminated) {
     EXPECT_FALSE(run.terminated);
 }
 
-TEST(Payload, WideTextAtTheEndOrBehindItIsNotTerminated) {
+TEST(Payload, WideTextAtTheEndOrBeyondItIsNotTerminated) {
     const Exactly bytes(PayloadBuilder().WideZ(L"Key"));
     EXPECT_FALSE(bytes.View().WideText(8).terminated);
     EXPECT_FALSE(bytes.View().WideText(9).terminated);
