@@ -11,7 +11,7 @@ constexpr std::uint32_t keyWow64_32Key = 0x0200; // winnt.h
 constexpr std::uint32_t objInherit = 0x2;        // ntdef.h
 constexpr std::uint32_t objOpenLink = 0x100;     // ntdef.h
 
-// A create_key has the last three of these in its structure `objattr`, an open_key all side by side.
+// A create_key has the last three of these in its structure `objattr`, an open_key has all side by side.
 void TakeFields(std::string_view fields, AskedKey& asked) {
     for (RequestFields field(fields); field.Next();) {
         if (field.Name() == "access") {
@@ -51,9 +51,9 @@ KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked) {
     if (parent.origin == KeyOrigin::innerPart) {
         return KeyOrigin::innerPart;
     }
-    const bool goesOn = asked.creates && parent.origin == KeyOrigin::root &&
-                        (asked.access & keyWow64_32Key) != 0 && asked.access == parent.access;
-    return goesOn ? KeyOrigin::root : KeyOrigin::program;
+    const bool continuesRoot = asked.creates && parent.origin == KeyOrigin::root &&
+                               (asked.access & keyWow64_32Key) != 0 && asked.access == parent.access;
+    return continuesRoot ? KeyOrigin::root : KeyOrigin::program;
 }
 
 bool AsksForInheritance(std::uint32_t attributes) {

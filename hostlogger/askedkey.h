@@ -17,16 +17,16 @@ struct AskedKey {
     std::string_view name; // a part of the fields, in the server's escapes
 };
 
-// Reads the fields of a create_key or an open_key, which tell it in different places.
+// Reads the fields of a create_key or an open_key, which have them in different places.
 AskedKey ReadAskedKey(std::string_view fields, bool creates);
 
-// How the process that asks looks at the registry, by its machine and by the access that it asks for.
+// Which view of the registry the request is made in, by the machine of its process and the access asked for.
 KeyView ViewOf(const ServerProcess& process, const AskedKey& asked);
 
-// Who asks, by the history of the parent's handle; RequestTracker tells the rule.
+// Who makes the request, by the history of the parent's handle; the rule is at RequestTracker.
 KeyOrigin OriginOf(const ServerProcess& process, const AskedKey& asked);
 
-// Whether the handle that the request gives is to be inherited.
+// Whether the request asks for a handle that is inherited.
 bool AsksForInheritance(std::uint32_t attributes);
 
 } // namespace keyreap

@@ -12,9 +12,9 @@ namespace {
 
 constexpr std::wstring_view node = L"Wow6432Node";
 constexpr std::wstring_view sharedNode = L"\\REGISTRY\\Machine\\Software\\Classes\\Wow6432Node";
-constexpr int mostLinks = 64; // of one lookup: links that lead round in a circle end here
+constexpr int mostLinks = 64; // followed by one lookup, so that links in a circle end
 
-// Takes the first component off the front of a name, with the backslashes behind it.
+// Takes the first component off the front of a name, with the backslashes after it.
 std::wstring_view TakeComponent(std::wstring_view& name) {
     const std::size_t end = std::min(name.find(L'\\'), name.size());
     const std::wstring_view component = name.substr(0, end);
@@ -48,7 +48,7 @@ bool HasNode(const std::wstring& path, KeyFacts& facts) {
     return !isNode && facts.Exists(Join(path, node));
 }
 
-// The place in the 32-bit tree that corresponds to a key, which is the key itself if there is none.
+// The key of the 32-bit tree that corresponds to a key, or the key itself if none does.
 std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
     std::wstring above = path;
     std::wstring below;
@@ -75,7 +75,7 @@ std::wstring StartingKey(const std::wstring& parent, std::wstring_view name, Key
     return view.asks32 || IsShared(inNode) ? inNode : parent;
 }
 
-// One component further; what the shared node of the classes hasn't got is looked for beside it.
+// One component further; what the shared node of the classes lacks is looked up next to the node.
 std::wstring Step(const std::wstring& path, std::wstring_view component, bool redirected, KeyFacts& facts) {
     if (redirected && IsShared(path) && !facts.Exists(Join(path, component))) {
         return Join(ParentPath(path), component);
@@ -83,10 +83,10 @@ std::wstring Step(const std::wstring& path, std::wstring_view component, bool re
     return Join(path, component);
 }
 
-// The way from a key down a name, and on where links lead.
+// A walk from a key down a name, following links.
 class Walk {
 public:
-    explicit Walk(KeyFacts& registry) : facts(registry) {}
+    explicit Walk(KeyFacts& facts) : facts(facts) {}
 
     std::wstring Down(std::wstring path, std::wstring_view name, bool redirected) {
         name.remove_prefix(std::min(name.find_first_not_of(L'\\'), name.size()));
@@ -99,7 +99,7 @@ public:
         return path;
     }
 
-    // Where a link leads in the end, or the key itself if it is none. Links are of no view.
+    // Where a chain of links ends; the key itself if it is no link. Targets of links are not redirected.
     std::wstring Target(std::wstring path) {
         while (linksLeft > 0) {
             const auto target = facts.LinkTarget(path);
@@ -117,7 +117,7 @@ private:
     int linksLeft = mostLinks;
 };
 
-// A redirected request that a link leads to the shared node of the classes is at the classes themselves.
+// Where a redirected request is led to the shared node of the classes by a link, it gets the classes.
 std::wstring LastTarget(Walk& walk, const std::wstring& path, bool redirected) {
     std::wstring target = walk.Target(path);
     return redirected && target != path && IsShared(target) ? ParentPath(target) : target;
@@ -128,7 +128,7 @@ std::wstring LastTarget(Walk& walk, const std::wstring& path, bool redirected) {
 std::wstring FindRealPath(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
     Walk walk(facts);
     std::wstring path = walk.Down(StartingKey(parent, name, view, facts), name, view.redirected);
-    if (!view.opensLink && !name.empty()) { // by no name at all a link is found itself
+    if (!view.opensLink && !name.empty()) { // an empty name finds the link itself
         path = LastTarget(walk, path, view.redirected);
     }
     if (view.redirected && HasNode(path, facts) && !IsShared(Join(path, node))) {

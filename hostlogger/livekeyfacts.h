@@ -7,8 +7,8 @@
 
 namespace keyreap {
 
-// Answers from the registry as it is, by the native calls: an override of a predefined root doesn't matter.
-// Answers are kept until Forget. Windows only.
+// The facts of the live registry. Asked by native calls, so that an override of a predefined root has no
+// effect. Answers are cached until Forget. Windows only.
 class LiveKeyFacts : public KeyFacts {
 public:
     bool Exists(const std::wstring& path) override { return Ask(path).exists; }

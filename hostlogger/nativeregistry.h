@@ -5,8 +5,8 @@
 
 namespace keyreap {
 
-// What NtOpenKey says of a complete name: NT status, and of a symbolic link that was opened as such, its
-// target. The 64-bit view. Windows only.
+// What NtOpenKey returns for a complete name in the 64-bit view: its NT status, and the target if the key is
+// a symbolic link. Windows only.
 struct NativeKey {
     long status = 0;
     std::optional<std::wstring> linkTarget;

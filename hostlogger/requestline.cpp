@@ -29,7 +29,7 @@ std::string_view Trim(std::string_view text) {
     return text;
 }
 
-// The fields of a reply, which has none where it says only its status.
+// The fields of a reply; none if the reply is only a status.
 std::string_view ReplyFields(std::string_view rest) {
     if (rest.size() < 2 || rest.front() != '{' || rest.back() != '}') {
         return {};
@@ -95,7 +95,7 @@ std::optional<RequestLine> ParseServerLine(std::string_view line) {
     return {};
 }
 
-// Where the text that begins at `start` has its closing quote; the length if nowhere.
+// Where the closing quote is of the text that begins at `start`; the length if there is none.
 std::size_t QuoteEnd(std::string_view fields, std::size_t start) {
     std::size_t at = start;
     while (at < fields.size() && fields[at] != '"') {
@@ -104,7 +104,7 @@ std::size_t QuoteEnd(std::string_view fields, std::size_t start) {
     return at;
 }
 
-// Where the value that begins at `start` ends: at a comma of its own level, or with the text.
+// Where the value that begins at `start` ends: at a comma outside of its braces and quotes, or at the end.
 std::size_t ValueEnd(std::string_view fields, std::size_t start) {
     std::size_t depth = 0;
     for (std::size_t at = start; at < fields.size(); ++at) {
@@ -129,7 +129,7 @@ std::string_view WithoutBraces(std::string_view value) {
     return value;
 }
 
-// Takes up to `most` digits of the base at the front of the text.
+// Takes up to `most` digits of the base off the front of the text.
 std::uint32_t TakeNumber(std::string_view& text, std::size_t most, int base) {
     std::uint32_t number = 0;
     const char* const end = text.data() + (most < text.size() ? most : text.size());
@@ -138,7 +138,7 @@ std::uint32_t TakeNumber(std::string_view& text, std::size_t most, int base) {
     return number;
 }
 
-// The unit behind a backslash, which is gone already.
+// The unit that an escape means. The text begins after the backslash.
 wchar_t TakeEscape(std::string_view& text) {
     constexpr std::string_view letters = "abtnvfre";
     constexpr std::string_view codes = "\a\b\t\n\v\f\r\x1b";

@@ -11,11 +11,11 @@ namespace keyreap {
 namespace {
 
 constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
-constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // likewise
-constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line
-constexpr DWORD pause = 1;                                       // milliseconds between two looks
+constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // in the system's folder
+constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line in the log
+constexpr DWORD pause = 1;                                       // milliseconds between two reads
 
-// A name that nobody opens but to be found in the log. Process ids come back within a log, times don't.
+// A name that is opened only to be found in the log. Process ids are reused within a log, times are not.
 std::wstring NextMark() {
     LARGE_INTEGER now{};
     QueryPerformanceCounter(&now);
@@ -23,10 +23,10 @@ std::wstring NextMark() {
            std::to_wstring(now.QuadPart);
 }
 
-// Hands everything on up to the mark.
+// Forwards everything ahead of the mark.
 class MarkFinder : public KeyRequestListener {
 public:
-    MarkFinder(KeyRequestListener* listener, std::wstring_view wanted) : next(listener), mark(wanted) {}
+    MarkFinder(KeyRequestListener* next, std::wstring_view mark) : next(next), mark(mark) {}
 
     bool WantsKeyRequests() const override { return next && !found; }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
@@ -55,7 +55,7 @@ OwnedFile OpenToRead(const std::wstring& path) {
                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// Appends what comes next to the text. False at the end of the file.
+// Appends the next part of the file to the text. False at the end of the file.
 bool AppendChunk(HANDLE file, std::string& text) {
     constexpr std::size_t chunk = 256 * 1024;
     const std::size_t size = text.size();
@@ -68,7 +68,7 @@ bool AppendChunk(HANDLE file, std::string& text) {
     return got != 0;
 }
 
-// Without such a file no start is known.
+// Without the file no start is known.
 SystemStart ReadSystemStart() {
     const OwnedFile file = OpenToRead(SystemStartPath());
     std::string text;

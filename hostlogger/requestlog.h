@@ -10,30 +10,29 @@
 
 namespace keyreap {
 
-// Where the session that started Wine's server keeps its filtered request log: one place in every prefix.
+// Where a session with a request log keeps the filtered log; the same place in every prefix.
 std::wstring RequestLogPath();
 
-// Where the prefix keeps how the system starts programs in it, in the form of SystemStart; such a file
-// needn't be there.
+// Where a prefix keeps the recording of how programs are started (SystemStart). The file may be missing.
 std::wstring SystemStartPath();
 
-// Such a request log, and what was understood of it so far. Windows only.
+// A request log that is being written, and what it has reported so far. Windows only.
 class RequestLog {
 public:
-    explicit RequestLog(std::wstring logPath) : path(std::move(logPath)), tracker(facts) {}
+    explicit RequestLog(std::wstring path) : path(std::move(path)), tracker(facts) {}
 
-    // False where no session keeps such a log. Reads how the system starts programs in this prefix.
+    // False if there is no request log. Also reads the recording of how the system starts programs.
     bool Open();
 
-    // Takes another start of programs than the one that was read.
+    // Replaces the recording that Open has read.
     void SetSystemStart(SystemStart start) { tracker.SetSystemStart(std::move(start)); }
 
-    // Marks the present place of the log and reads up to it, handing what happened since the last call to the
-    // listener, if there is one. Waits for as long as the log grows, and then ten seconds more: false if the
-    // mark isn't there by then.
+    // Writes a mark at the present end of the log and reads up to it. The listener, if there is one, receives
+    // what happened since the last call. False if the log doesn't grow for ten seconds and the mark isn't
+    // there.
     bool ReadToNow(KeyRequestListener* listener);
 
-    // False once lines were missing in what was read: handles may be unknown from there on.
+    // False after lines were missing in what was read: handles may be unknown from there on.
     bool IsComplete() const { return complete; }
 
     const RequestTracker& Tracker() const { return tracker; }
@@ -47,7 +46,7 @@ private:
     LiveKeyFacts facts;
     RequestTracker tracker;
     OwnedFile file;
-    std::string unread; // from the log, not fed yet
+    std::string unread; // read from the log, not yet fed to the tracker
     bool complete = true;
 };
 

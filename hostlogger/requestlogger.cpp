@@ -40,7 +40,7 @@ EtlLogHeader HeaderOf(const LoggerSession& session, std::int64_t startSystemTime
     return header;
 }
 
-// The mutex that stands for a session of this name, or null with the system's error if one runs.
+// The mutex that represents a session of this name, or null with the system's error if such a session runs.
 OwnedHandle TakeSession(std::wstring name) {
     std::ranges::replace(name, L'\\', L'/');
     OwnedHandle mutex(CreateMutexW(nullptr, FALSE, (L"Global\\Keyreap logger " + name).c_str()));
@@ -51,8 +51,8 @@ OwnedHandle TakeSession(std::wstring name) {
     return mutex;
 }
 
-// The file is there from the start, as on Windows, but open only while it is written: no child of a target
-// inherits it.
+// The file exists from the start, as on Windows, but is open only while it is written, so that no child of a
+// target inherits it.
 DWORD MakeFile(const std::wstring& path) {
     const OwnedFile file(
         CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -87,7 +87,7 @@ std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
     return ERROR_SUCCESS;
 }
 
-// Of all that was asked up to now. What is open is known when this has succeeded.
+// Reads all requests up to now. After a success every open key is known.
 std::uint32_t RequestLogger::CatchUp(KeyRequestListener* listener) {
     if (!requests.ReadToNow(listener)) {
         return ERROR_TIMEOUT;

@@ -11,12 +11,11 @@ namespace keyreap {
 
 namespace {
 
-// Made up, in the shape of the addresses of the kernel's paged pool.
+// Invented addresses of control blocks, which look like those of the kernel's paged pool.
 constexpr std::uint64_t firstBlock = 0xFFFFA000'00000000;
 constexpr std::uint64_t blockSize = 0x100;
 
-// Whether the name below the parent, as asked, is the whole way to the path: no link and no Wow6432Node lies
-// between.
+// Whether the path is the name below the parent as asked for: no link and no Wow6432Node is in between.
 bool IsPlainName(const std::wstring& parent, const std::wstring& name, const std::wstring& path) {
     return EqualFolded(path, parent + L'\\' + name);
 }

@@ -10,27 +10,27 @@
 
 namespace keyreap {
 
-// Writes requests about the registry as the events that the kernel logger would write for them. As there, a
-// key has one control block, whose address stands for it in every event; its name is told by an event of its
-// own when the block is made, or at the end if the key was open before. A failure of the writer is told when
-// that finishes.
+// Writes requests about the registry as the events that the kernel logger would write for them. As in its
+// logs, a key has one control block, whose address identifies it in every event. Another event gives the name
+// of the block: when the block is made, or at the end if the key was open before. The writer reports its
+// failures when it finishes.
 class RequestRecorder : public KeyRequestListener {
 public:
-    // No event is older than the start, given in the log's clock.
-    RequestRecorder(EtlWriter& destination, KeyFacts& registry, std::int64_t start)
-        : writer(destination), facts(registry), startTime(start) {}
+    // No event is older than the start time, which is in the log's clock.
+    RequestRecorder(EtlWriter& writer, KeyFacts& facts, std::int64_t startTime)
+        : writer(writer), facts(facts), startTime(startTime) {}
 
     void OnKeyRequest(const KeyRequest& request) override;
     void OnLostLines() override {}
     void OnMissingKey(const std::wstring&) override {}
 
-    // Names the control blocks that no event has named yet, and those of all keys open now. Ends the record.
+    // Names the control blocks that no event has named yet, and those of all open keys. Call it last.
     void RunDown(const RequestTracker& tracker);
 
 private:
     struct ControlBlock {
         std::uint64_t address = 0;
-        std::wstring path; // as it was spelled first
+        std::wstring path; // in the spelling of its first use
         bool named = false;
     };
 

@@ -15,7 +15,7 @@ struct NamedStatus {
     std::uint32_t value;
 };
 
-// What requests about keys and handles can end with; values of ntstatus.h.
+// The statuses of requests about keys and handles; values of ntstatus.h.
 constexpr std::array statuses{
     NamedStatus{"ACCESS_DENIED", 0xC0000022},
     NamedStatus{"ACCESS_VIOLATION", 0xC0000005},

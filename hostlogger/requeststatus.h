@@ -7,8 +7,8 @@ namespace keyreap {
 
 inline constexpr std::uint32_t statusObjectNameExists = 0x40000000; // ntstatus.h
 
-// The NT status behind the name or the hexadecimal digits with which the server's log tells it;
-// STATUS_UNSUCCESSFUL for a name that requests about keys don't get.
+// The NT status for a name or for hexadecimal digits, as the server's log has it; STATUS_UNSUCCESSFUL for an
+// unknown name.
 std::uint32_t ServerStatus(std::string_view text);
 
 } // namespace keyreap

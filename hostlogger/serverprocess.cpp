@@ -4,10 +4,10 @@
 
 namespace keyreap {
 
-OpenKey::OpenKey(std::shared_ptr<const OpenKey> parentKey, std::wstring askedName, KeyView askedView)
-    : parent(std::move(parentKey)), name(std::move(askedName)), view(askedView) {
-    if (parent && !parent->path) {
-        depth = parent->depth + 1;
+OpenKey::OpenKey(std::shared_ptr<const OpenKey> parent, std::wstring name, KeyView view)
+    : parent(std::move(parent)), name(std::move(name)), view(view) {
+    if (this->parent && !this->parent->path) {
+        depth = this->parent->depth + 1;
     }
 }
 
@@ -27,13 +27,13 @@ ServerProcess* ServerProcesses::Find(std::uint32_t processId) {
 
 void ServerProcesses::Start(std::uint32_t processId, const ServerProcess* parent,
                             std::span<const std::uint32_t> listed) {
-    const auto isMeant = [&](std::uint32_t value) {
+    const auto isListed = [&](std::uint32_t value) {
         return listed.empty() || std::ranges::find(listed, value) != listed.end();
     };
     ServerProcess child;
     if (parent) {
         for (const auto& [value, handle] : parent->handles) {
-            if (handle.inheritable && isMeant(value)) {
+            if (handle.inheritable && isListed(value)) {
                 child.handles.emplace(value, handle);
             }
         }

@@ -13,32 +13,32 @@
 
 namespace keyreap {
 
-// A key that somebody has open, as it was asked for. Its real path is known at once if the log told it, and
-// looked up at its first use otherwise.
+// An open key, as it was asked for. Its real path is known at once if the log reports it, and is looked up at
+// its first use otherwise.
 class OpenKey {
 public:
-    explicit OpenKey(std::wstring realPath) : path(std::move(realPath)) {}
-    OpenKey(std::shared_ptr<const OpenKey> parentKey, std::wstring askedName, KeyView askedView);
+    explicit OpenKey(std::wstring path) : path(std::move(path)) {}
+    OpenKey(std::shared_ptr<const OpenKey> parent, std::wstring name, KeyView view);
 
     const std::wstring& Path(KeyFacts& facts) const;
-    // How many keys above it may have to be looked up for its path.
+    // How many keys above it may have to be looked up to find its path.
     std::size_t Depth() const { return depth; }
-    // Gives the key another place.
+    // The key was renamed, or one above it.
     void Move(std::wstring newPath) const { path = std::move(newPath); }
 
 private:
     mutable std::shared_ptr<const OpenKey> parent; // until the path is known
-    mutable std::wstring name;                     // likewise
+    mutable std::wstring name;                     // until the path is known
     KeyView view;
     std::size_t depth = 0;
     mutable std::optional<std::wstring> path;
 };
 
-// Who got a handle of a key, as its history tells: a program through the API, the API itself on its way to
-// one of its roots, or an inner part of Wine.
+// Who got a handle of a key, by the history of the handle: a program through the API, the API itself on its
+// way to one of its roots, or an inner part of Wine.
 enum class KeyOrigin : std::uint8_t { program, root, innerPart };
 
-// What a handle stands for: a key, or a process by its id.
+// What a handle refers to: a key, or a process by its id.
 struct ServerHandle {
     std::shared_ptr<const OpenKey> key;
     std::uint32_t processId = 0;
@@ -58,20 +58,20 @@ struct ServerProcess {
     ServerHandles handles;
     std::uint16_t machine = 0; // of its image (IMAGE_FILE_MACHINE_..., winnt.h); 0 until known
     bool started = false;      // its own code runs
-    // How often it made which of the changes of SystemStart; empty once it is started.
+    // How often it made each change of SystemStart; empty after it has started.
     std::unordered_map<std::string, unsigned> startChanges = {};
 };
 
 // Every process and thread of the prefix.
 class ServerProcesses {
 public:
-    // The process with this id, made if there is none.
+    // The process with this id, added if there is none.
     ServerProcess& Process(std::uint32_t processId) { return processes[processId]; }
     // The process with this id, or null.
     ServerProcess* Find(std::uint32_t processId);
 
-    // A new process takes the place of an earlier one with its id. It inherits the marked handles of its
-    // parent if it inherits any: all of them, or those among `listed` if that isn't empty.
+    // A new process replaces an earlier one with its id. With a parent it inherits the inheritable handles of
+    // the parent: all of them, or those that are also in `listed` if that isn't empty.
     void Start(std::uint32_t processId, const ServerProcess* parent, std::span<const std::uint32_t> listed);
     void End(std::uint32_t processId) { processes.erase(processId); }
 

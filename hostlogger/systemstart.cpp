@@ -50,8 +50,7 @@ std::string_view NameOfChange(std::uint8_t type) {
     }
 }
 
-// Of a creation that failed too: the loader makes some keys level by level when the whole path isn't there
-// yet.
+// A failed creation has a path, too: the loader creates some keys level by level after the full path failed.
 std::wstring PathOf(const KeyRequest& request, KeyFacts& facts) {
     if (request.key) {
         return request.key->Path(facts);

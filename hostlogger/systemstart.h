@@ -15,24 +15,24 @@ struct KeyRequest;
 
 // What Wine itself changes in the registry while it starts a program: the loader and the modules of the
 // system, in the program's process and before the program's first instruction. It is recorded when the prefix
-// is made (tools/startrecorder), in a text of one line a request:
+// is made (tools/startrecorder), as a text with one line per request:
 //
 //   8664<TAB>set<TAB>\registry\machine\system\...<TAB>standardname
 //   inner<TAB>\registry\machine\software\microsoft\windows nt\currentversion\fonts
 //
-// The first kind has the machine of the process's image, what the request does, the key's real path, and the
-// name of the value, if it is about one. It occurs as often as a start makes the request.
+// A line of the first form has the machine of the process's image, what the request does, the key's real
+// path, and the value's name if the request is about a value. It occurs once per request of a start.
 //
-// The second kind is of Wine's inner parts (KeyOrigin). They write names that depend on the machine's fonts
-// and on what ran before. So only the key is recorded, for programs of all machines, and a start may change
-// it as often as it likes.
+// A line of the second form is about Wine's inner parts (KeyOrigin). They write names that depend on the
+// machine's fonts and on what ran before. So only the key is recorded, for programs of all machines, and a
+// start may change it any number of times.
 //
-// Letters are small, and units outside of ASCII are escaped, so that equal requests have equal lines.
+// Letters are in lower case, and units outside of ASCII are escaped, so that equal requests have equal lines.
 class SystemStart {
 public:
     static constexpr unsigned anyCount = std::numeric_limits<unsigned>::max();
 
-    // Reads such a text. Lines of any other form have no effect. Without a line of the first kind no machine
+    // Reads such a text. Lines of any other form have no effect. Without a line of the first form no machine
     // is known.
     static SystemStart Parse(std::string_view text);
 
@@ -42,10 +42,10 @@ public:
     // Whether starts of programs of this machine were recorded.
     bool Knows(std::uint16_t machine) const { return machines.contains(machine); }
 
-    // How often a start makes the request that this line is about.
+    // How often a start makes the request of this line.
     unsigned CountOf(const std::string& line) const;
 
-    // Whether the request changes the registry. Others are in no recording.
+    // Whether the request changes the registry. Other requests are in no recording.
     static bool IsChange(const KeyRequest& request);
 
     // The line of such a request, without its line break.

@@ -1,12 +1,12 @@
 # shellcheck shell=bash
-# The request log of Wine's server: what all processes of a prefix ask of it, as far as a trace needs that. Sourced
+# The request log of Wine's server: the requests of all processes of a prefix, as far as a trace needs them. Sourced
 # after common.sh and wine.sh.
 #
 #   wineserver -f -d2  ->  a pipe  ->  requestfilter  ->  drive_c/windows/keyreap-requests.log in the prefix
 #
-# -d2 and not -d, since then the server also tells which key it found or made under the name that was asked for.
-# What the pipe carries holds every process's environment and is never on disk. The server ends if nobody reads the
-# pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
+# -d2 and not -d, since then the server also reports which key it found or made under the name that was asked for.
+# The pipe carries the environment of every process, which must never be on disk. The server ends if nobody reads
+# the pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
 
 REQUEST_FILTER=$WINE_HOME/requestfilter
 REQUEST_FILTER_SOURCES=(
@@ -25,7 +25,7 @@ make_filter() {
     filter_version >"$REQUEST_FILTER.version"
 }
 
-# filter_ready: it was built from the sources as they are.
+# filter_ready: it was built from the current sources.
 filter_ready() {
     filter_there && [[ $(<"$REQUEST_FILTER.version") == "$(filter_version)" ]]
 }
@@ -44,7 +44,7 @@ mixed_keys_file() {
     printf '%s/mixedkeys' "$1"
 }
 
-# start_logging_server PREFIX: it stays until it is ended, however many programs come and go.
+# start_logging_server PREFIX: the server runs until it is ended, also while no program runs.
 start_logging_server() {
     local environment
     mapfile -t environment < <(wine_environment "$1")
@@ -53,7 +53,7 @@ start_logging_server() {
         "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" >/dev/null 2>&1 7>&- 9>&- &
 }
 
-# await_logging_server PREFIX: the log begins with the server's word that it is up.
+# await_logging_server PREFIX: the log begins with the server's line that it is up.
 await_logging_server() {
     local round
     for ((round = 0; round < 1000; round++)); do

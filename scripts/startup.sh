@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-# The recording of how Wine starts programs, which lies beside the base and comes into every prefix. A trace reports what a program's
-# own DLLs do ahead of the program's entry point; what the system does there, too, it leaves out by this recording
-# (hostlogger/systemstart.h). A prefix without one is of use all the same: a trace then reports nothing of what a
-# program does ahead of its entry point. Sourced after isolation.sh; to record, build.sh is needed too.
+# The recording of how Wine starts programs. It is stored with the base and copied into every prefix. A trace reports what a
+# program's own DLLs do ahead of the program's entry point, and leaves out what the recording says that the system does there
+# (hostlogger/systemstart.h). A prefix works without a recording: a trace then reports nothing that a program does ahead of its
+# entry point. Sourced after isolation.sh; recording needs build.sh, too.
 
 START_RECORDING=$WINE_HOME/start/recording.txt
 START_VERSION=$WINE_HOME/start/version
@@ -37,7 +37,7 @@ make_start_recording() {
     start_version >"$START_VERSION"
 }
 
-# place_start_recording PREFIX: all times stay as they are, so that every session finds the same.
+# place_start_recording PREFIX: keeps all times, so that every session finds the same ones.
 place_start_recording() {
     [[ -f $START_RECORDING ]] || return 0
     cp --preserve=timestamps "$START_RECORDING" "$(placed_start_recording "$1")"

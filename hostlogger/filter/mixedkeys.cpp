@@ -35,27 +35,27 @@ bool IsAtOrBelow(std::wstring_view path, std::wstring_view above) {
     return StartsWithFolded(path, above) && (path.size() == above.size() || path[above.size()] == L'\\');
 }
 
-// What follows a user's own key; empty for a key outside of them.
+// What follows the key of a user's hive; empty for a key outside of the hives.
 std::wstring_view BelowUser(std::wstring_view path) {
     return StartsWithFolded(path, users) ? path.substr(std::min(path.find(L'\\', users.size()), path.size()))
                                          : std::wstring_view();
 }
 
-// What follows the tree's own path; empty for a key outside of it.
+// What follows the path of the temporary tree; empty for a key outside of it.
 std::wstring_view InTree(std::wstring_view path) {
     path = BelowUser(path);
     return StartsWithFolded(path, tree) ? path.substr(tree.size()) : std::wstring_view();
 }
 
-// Whether the views part at this key on Windows, too. What a 32-bit process gets below its node is no other
-// key there.
-bool PartsViews(std::wstring_view path) {
+// Whether Windows has a view for each bitness at this key, too. What a 32-bit process gets below its node is
+// the key that it means there.
+bool HasTwoViews(std::wstring_view path) {
     return EqualFolded(path, L"\\REGISTRY\\Machine\\Software") ||
            EqualFolded(path, L"\\REGISTRY\\Machine\\Software\\Classes") ||
            EqualFolded(BelowUser(path), L"\\Software\\Classes");
 }
 
-// Appends the components of a name, each with one backslash ahead of it.
+// Appends the components of a name, each after one backslash.
 std::wstring Joined(std::wstring path, std::wstring_view name) {
     while (!name.empty()) {
         const std::size_t end = std::min(name.find(L'\\'), name.size());
@@ -67,11 +67,11 @@ std::wstring Joined(std::wstring path, std::wstring_view name) {
     return path;
 }
 
-// The nodes of a path.
+// The Wow6432Node components of a path.
 struct Nodes {
     std::size_t all = 0;
-    std::size_t strange = 0; // where Windows has none
-    bool doubled = false;    // one is right below another one
+    std::size_t foreign = 0; // where Windows has none
+    bool doubled = false;    // one is directly below another
 };
 
 Nodes NodesIn(std::wstring_view path) {
@@ -81,7 +81,7 @@ Nodes NodesIn(std::wstring_view path) {
         const std::size_t end = std::min(path.find(L'\\', begin + 1), path.size());
         const bool isNode = EqualFolded(path.substr(begin + 1, end - begin - 1), node);
         nodes.all += isNode ? 1U : 0U;
-        nodes.strange += isNode && !PartsViews(path.substr(0, begin)) ? 1U : 0U;
+        nodes.foreign += isNode && !HasTwoViews(path.substr(0, begin)) ? 1U : 0U;
         nodes.doubled = nodes.doubled || (isNode && previous);
         previous = isNode;
         begin = end;
@@ -89,19 +89,20 @@ Nodes NodesIn(std::wstring_view path) {
     return nodes;
 }
 
-bool LiesElsewhere(std::wstring_view realPath, std::wstring_view path) {
+bool IsElsewhere(std::wstring_view realPath, std::wstring_view path) {
     return NodesIn(realPath).all > NodesIn(path).all;
 }
 
 bool IsPastANode(std::wstring_view realPath, std::wstring_view path) {
-    return NodesIn(realPath).strange > NodesIn(path).strange;
+    return NodesIn(realPath).foreign > NodesIn(path).foreign;
 }
 
 bool IsInASecondNode(std::wstring_view realPath, std::wstring_view path) {
     return NodesIn(realPath).doubled && !NodesIn(path).doubled;
 }
 
-// The name by which people know a key; for one of the tree the name that it stands for.
+// The name by which people know a key. A key of the temporary tree has the name of the key that it
+// represents.
 std::wstring NameOf(const std::wstring& path) {
     const std::wstring_view inTree = InTree(path);
     for (const auto& [child, root] : roots) {
@@ -152,19 +153,19 @@ void MixedKeys::OnNamedKey(const KeyRequest& request) {
         return;
     }
     const std::wstring& realPath = request.key->Path(keys);
-    const bool wasThere = keys.Exists(realPath);
+    const bool existed = keys.Exists(realPath);
     keys.Add(realPath);
-    // Without the parent's name, which lost lines may have held, nothing is known of what was asked for.
+    // After lost lines the parent may be unknown, and so the path that was asked for.
     if (!IsAtOrBelow(path, registry)) {
         return;
     }
-    if (LiesElsewhere(realPath, path)) {
+    if (IsElsewhere(realPath, path)) {
         elsewhere[request.key.get()] = {request.key, path};
     }
     if (!IsPastANode(realPath, path)) {
         return;
     }
-    if (IsInASecondNode(realPath, path) || !wasThere || !keys.Exists(path)) {
+    if (IsInASecondNode(realPath, path) || !existed || !keys.Exists(path)) {
         Report(path);
     }
 }
@@ -226,7 +227,7 @@ bool MakesMixingNode(std::string_view line) {
         return false;
     }
     const std::wstring path = L'\\' + UnescapeServerText(line.substr(requestword::createdKey.size()));
-    return NodesIn(path).strange > 0;
+    return NodesIn(path).foreign > 0;
 }
 
 } // namespace keyreap

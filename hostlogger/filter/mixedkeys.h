@@ -13,13 +13,13 @@
 
 namespace keyreap {
 
-// The keys that a request log names, as far as it shows that they are there, by real paths.
+// The keys that exist as far as a request log shows, by real paths.
 class LoggedKeys : public KeyFacts {
 public:
     bool Exists(const std::wstring& path) override { return keys.contains(FoldedText(path)); }
     std::optional<std::wstring> LinkTarget(const std::wstring&) override { return {}; }
 
-    // With those above it.
+    // Adds the keys above it, too.
     void Add(const std::wstring& path);
     void Remove(const std::wstring& path) { keys.erase(FoldedText(path)); }
 
@@ -27,27 +27,28 @@ private:
     std::unordered_set<std::wstring> keys; // A to Z folded
 };
 
-// Finds in the request log of Wine's server which keys the host mixed up. Wine sends a 32-bit process's path
-// through any key that has a child Wow6432Node, in two ways that matter:
+// Finds in the request log of Wine's server which keys the host mixed up. Wine redirects the path of a 32-bit
+// process at any key that has a child Wow6432Node. Two cases matter:
 //
-// A server that writes both `Software\Wow6432Node\A` and `Software\A` where the views don't part on Windows,
-// that is into the temporary tree, and in the live registry anywhere but below the machine's Software and the
-// classes, gets the first key for the second one. What it writes is found under a name that it didn't mean.
+// A server that writes both `Software\Wow6432Node\A` and `Software\A` where Windows has one view gets the
+// first key for the second one. Windows has one view in the temporary tree, and in the live registry
+// everywhere but below the machine's Software and the classes. What the server writes ends up under a name
+// that it didn't use.
 //
-// A server that makes `Software\Wow6432Node\A\B` where a node is there and A isn't gets a second node in the
-// first one, in the temporary tree as in the live registry: Wine makes such a path level by level, and
-// `Software` by itself leads to the node.
+// A server that creates `Software\Wow6432Node\A\B` where the node exists and A doesn't gets a second node in
+// the first one, both in the temporary tree and in the live registry: Wine creates such a path level by
+// level, and `Software` alone leads to the node.
 //
-// A key counts as mixed up when the server got another one for its name and something came of
-// that: a key was made or found that would not have been, a value was written, deleted or found in it, or a
-// key that is there wasn't found. To pass through such a key is nothing.
+// A key counts as mixed up when the server got another key for its name and that had an effect: a key was
+// created or found that would not have been, a value was written, deleted or found in it, or a key that
+// exists was not found. Passing through such a key has no effect.
 class MixedKeys : public KeyRequestListener {
 public:
-    // One line without its end, from the log's first one on.
+    // One line without its line break. Needs every line from the log's first one on.
     void Feed(std::string_view line) { tracker.Feed(line, this); }
 
     // The names that the server asked for (HKEY_LOCAL_MACHINE\Software\A), in the order in which they were
-    // mixed up, without those above another one of them.
+    // mixed up, without keys above other mixed up keys.
     std::vector<std::wstring> Names() const;
 
     void OnKeyRequest(const KeyRequest& request) override;
@@ -55,7 +56,7 @@ public:
     void OnMissingKey(const std::wstring&) override {}
 
 private:
-    // A key with the path by which it was asked for, where that isn't its own.
+    // A key with the path that was asked for, which isn't the key's own.
     struct Asked {
         std::shared_ptr<const OpenKey> key;
         std::wstring path;
@@ -72,12 +73,12 @@ private:
     std::unordered_map<const OpenKey*, Asked> elsewhere;
     std::unordered_set<std::wstring> written; // keys in which values were set, A to Z folded
     std::vector<std::wstring> names;
-    std::unordered_set<std::wstring> named; // the same, A to Z folded
-    std::unordered_set<std::wstring> above; // what lies above them, likewise
+    std::unordered_set<std::wstring> named; // the names, A to Z folded
+    std::unordered_set<std::wstring> above; // the keys above them, A to Z folded
 };
 
-// Whether a line of the log reports that a Wow6432Node was made, or a key in one, where Windows has none.
-// Without such a line no key is mixed up.
+// Whether a line of the log reports the creation of a Wow6432Node, or of a key in one, where Windows has
+// none. Without such a line no key is mixed up.
 bool MakesMixingNode(std::string_view line);
 
 } // namespace keyreap

@@ -11,8 +11,8 @@ using namespace keyreap;
 
 namespace {
 
-// Lines that mean something, in which % stands for a digit and @ for a name.
-constexpr std::array<std::string_view, 16> TEMPLATES = {
+// Templates of meaningful lines. A digit replaces each % and a name each @.
+constexpr std::array<std::string_view, 16> lineTemplates = {
     "20: create_key( access=0002001f, objattr={rootdir=000%,attributes=00000040,sd={},name=L\"@\"}, "
     "class=L\"\" )",
     "20: create_key( access=000f013f, objattr={rootdir=000%,attributes=00000040,sd={},name=L\"@\"}, "
@@ -33,7 +33,7 @@ constexpr std::array<std::string_view, 16> TEMPLATES = {
     "20: delete_key() = 0",
 };
 
-constexpr std::array<std::string_view, 8> NAMES = {
+constexpr std::array<std::string_view, 8> lineNames = {
     "",
     "A",
     "a\\\\B",
@@ -44,13 +44,13 @@ constexpr std::array<std::string_view, 8> NAMES = {
     "\\\\REGISTRY\\\\User\\\\S-1\\\\Software\\\\Velmoro\\\\Tesselink\\\\Temporary\\\\HKLM"};
 
 std::string FilledLine(fuzz::Input& input) {
-    return fuzz::FilledLine(input, TEMPLATES, NAMES);
+    return fuzz::FilledLine(input, lineTemplates, lineNames);
 }
 
 } // namespace
 
-// The requests of a 32-bit process in and near the temporary tree: each name is found once and none above
-// another one.
+// Requests of a 32-bit process in and near the temporary tree: each name is reported once, and no name is
+// above another.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     MixedKeys mixed;

@@ -16,12 +16,12 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-constexpr std::size_t KEY_HANDLE = 16; // in a registry event's payload
+constexpr std::size_t keyHandleOffset = 16; // in a registry event's payload
 
-// A registry in which any path may be a key or a link, and links may lead anywhere, also in circles.
+// A registry in which any path may be a key or a link. Links lead anywhere, also in circles.
 class FuzzedRegistry : public KeyFacts {
 public:
-    explicit FuzzedRegistry(std::uint8_t startingValue) : seed(startingValue) {}
+    explicit FuzzedRegistry(std::uint8_t seed) : seed(seed) {}
 
     bool Exists(const std::wstring& path) override { return Number(path) % 3 != 0; }
 
@@ -44,10 +44,10 @@ private:
     std::size_t seed;
 };
 
-// What a tracker may tell.
+// Checks what a tracker reports.
 class CheckingListener : public KeyRequestListener {
 public:
-    explicit CheckingListener(KeyRequestListener& listener) : next(listener) {}
+    explicit CheckingListener(KeyRequestListener& next) : next(next) {}
 
     void OnKeyRequest(const KeyRequest& request) override {
         const bool finds = request.type == registryevent::createKey || request.type == registryevent::openKey;
@@ -83,14 +83,14 @@ private:
     Bytes bytes;
 };
 
-// Every control block that an event goes back to has a name somewhere in the log.
+// Checks that every control block of an event has a name somewhere in the log.
 class BlockNames : public EtlListener {
 public:
     void OnEvent(const EtlEvent& event) override {
         if (count++ == 0) {
             return; // the log header
         }
-        const auto block = LoadNumber<std::uint64_t>(event.payload, KEY_HANDLE);
+        const auto block = LoadNumber<std::uint64_t>(event.payload, keyHandleOffset);
         (event.type == registryevent::kcbCreate || event.type == registryevent::kcbRundownEnd ? named : used)
             .insert(block);
     }
@@ -118,8 +118,8 @@ void CheckLog(MemoryLog& log, const EtlWriter& writer) {
     }
 }
 
-// Lines that mean something, in which % stands for a digit and @ for a name.
-constexpr std::array<std::string_view, 36> TEMPLATES = {
+// Templates of meaningful lines. A digit replaces each % and a name each @.
+constexpr std::array<std::string_view, 36> lineTemplates = {
     "2%: init_first_thread( unix_pid=1 )",
     "2%: init_first_thread() = 0 { pid=1%, tid=2% }",
     "2%: get_mapping_info( handle=000% )",
@@ -159,17 +159,17 @@ constexpr std::array<std::string_view, 36> TEMPLATES = {
     "1%: *process killed*",
 };
 
-constexpr std::array<std::string_view, 8> NAMES = {"",
-                                                   "A",
-                                                   "\\\\Registry\\\\Machine",
-                                                   "\\\\REGISTRY\\\\Machine\\\\Software\\\\Classes",
-                                                   "Wow6432Node",
-                                                   "4",
-                                                   "Software\\\\A",
-                                                   "\\\\A\\\\4\\\\\\\\B"};
+constexpr std::array<std::string_view, 8> lineNames = {"",
+                                                       "A",
+                                                       "\\\\Registry\\\\Machine",
+                                                       "\\\\REGISTRY\\\\Machine\\\\Software\\\\Classes",
+                                                       "Wow6432Node",
+                                                       "4",
+                                                       "Software\\\\A",
+                                                       "\\\\A\\\\4\\\\\\\\B"};
 
 std::string FilledLine(fuzz::Input& input) {
-    return fuzz::FilledLine(input, TEMPLATES, NAMES);
+    return fuzz::FilledLine(input, lineTemplates, lineNames);
 }
 
 std::string RawLine(fuzz::Input& input) {
@@ -186,8 +186,8 @@ std::string RawLine(fuzz::Input& input) {
 
 } // namespace
 
-// A registry, then the lines of a request log: as they are, or filled in templates; with or without a known
-// start.
+// The input is a registry, then the lines of a request log: verbatim, or as fillings of templates; with or
+// without a known start.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     FuzzedRegistry registry(input.Byte());
@@ -195,7 +195,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool raw = choices % 2 == 0;
     MemoryLog log;
     EtlLogHeader header;
-    header.bufferSize = 8192; // little to fill, and few names that don't fit
+    header.bufferSize = 8192; // soon full, but large enough for most names
     EtlWriter writer(log, header);
     fuzz::Require(writer.Begin(1, 2, 3));
     RequestRecorder recorder(writer, registry, 1);

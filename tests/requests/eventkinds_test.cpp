@@ -1,4 +1,4 @@
-// Which kinds of registry events a log has here. Windows' own logger has more: docs/tracing.md lists what is
+// Which types of registry events a log has here. Windows' own logger has more: docs/tracing.md lists what is
 // missing.
 #include "etl/registryevent.h"
 #include "tests/requests/loggertest.h"
@@ -13,7 +13,7 @@
 namespace keyreap {
 namespace {
 
-constexpr std::uint8_t REGISTRY_GROUP = 9; // EVENT_TRACE_GROUP_REGISTRY, ntwmi.h
+constexpr std::uint8_t registryGroup = 9; // EVENT_TRACE_GROUP_REGISTRY, ntwmi.h
 
 class EventKinds : public LoggerTest {
 protected:
@@ -21,7 +21,7 @@ protected:
         std::set<int> kinds;
         for (const independent::Buffer& buffer : log.log.buffers) {
             for (const independent::Record& record : buffer.records) {
-                if (record.header.PacketGroup == REGISTRY_GROUP) {
+                if (record.header.PacketGroup == registryGroup) {
                     kinds.insert(record.header.PacketType);
                 }
             }
@@ -51,7 +51,7 @@ void ReadAndSetSecurity(HKEY key) {
     EXPECT_EQ(RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor.data()), ERROR_SUCCESS);
 }
 
-TEST_F(EventKinds, OfReadingWithoutAValuesNameOfFlushingAndOfSecurityAreNotInALog) {
+TEST_F(EventKinds, ForReadingWithoutAValueNameForFlushingAndForSecurityAreNotInALog) {
     scratch.SetText(L"A", L"Value", L"text");
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExW(scratch.Handle(), L"A", 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
@@ -68,7 +68,7 @@ TEST_F(EventKinds, OfReadingWithoutAValuesNameOfFlushingAndOfSecurityAreNotInALo
     }
 }
 
-TEST_F(EventKinds, OfALogAreThese) {
+TEST_F(EventKinds, InALogAreThese) {
     Start();
     HKEY key = nullptr;
     RegCreateKeyExW(scratch.Handle(), L"A", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);

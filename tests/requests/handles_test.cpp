@@ -12,7 +12,7 @@ extern "C" NTSTATUS NTAPI NtRenameKey(HANDLE key, UNICODE_STRING* name);
 namespace keyreap {
 namespace {
 
-// Which key a value was set in, however its handle came about.
+// In which key a value was set, whatever the history of the handle.
 class Handles : public LoggerTest {
 protected:
     Handles() {
@@ -35,9 +35,9 @@ protected:
         return OwnedRegistryKey(static_cast<HKEY>(copy));
     }
 
-    // Below the scratch key, of the one event that sets the value.
+    // The key of the one event that sets the value, relative to the scratch key.
     std::wstring KeyOf(const RecordedLog& log, const std::wstring& value) const {
-        const std::wstring top = CURRENT_USER + testsupport::ScratchKey::path + L'\\';
+        const std::wstring top = currentUser + testsupport::ScratchKey::path + L'\\';
         const auto events = log.Setting(value);
         EXPECT_EQ(events.size(), 1U) << value;
         const std::wstring path = events.empty() ? std::wstring() : events[0].path;
@@ -138,7 +138,7 @@ TEST_F(Handles, OfAPredefinedRootThatIsOverridden) {
     EXPECT_EQ(KeyOf(Stop(), L"Value"), L"A");
 }
 
-TEST_F(Handles, ThatAreNoneAreNoEvents) {
+TEST_F(Handles, ThatAreInvalidMakeNoEvents) {
     Start();
     const DWORD data = 1;
     EXPECT_EQ(RegSetValueExW(reinterpret_cast<HKEY>(ULONG_PTR{0x7770}), L"Value", 0, REG_DWORD,

@@ -13,8 +13,8 @@
 namespace keyreap {
 namespace {
 
-constexpr std::int64_t MILLISECOND = 10'000;    // of Wine's counter; finer the request log's clock isn't
-constexpr std::uint32_t NOT_FOUND = 0xC0000034; // STATUS_OBJECT_NAME_NOT_FOUND, ntstatus.h
+constexpr std::int64_t millisecond = 10'000; // of Wine's counter: the resolution of the request log's clock
+constexpr std::uint32_t statusNotFound = 0xC0000034; // STATUS_OBJECT_NAME_NOT_FOUND, ntstatus.h
 
 std::int64_t Counter() {
     LARGE_INTEGER now{};
@@ -41,16 +41,16 @@ public:
 class LogContent : public LoggerTest {
 protected:
     testsupport::ScratchKey scratch;
-    const std::wstring scratchPath = CURRENT_USER + testsupport::ScratchKey::path;
+    const std::wstring scratchPath = currentUser + testsupport::ScratchKey::path;
 };
 
-TEST_F(LogContent, ALogOfNothingIsALog) {
+TEST_F(LogContent, ALogWithoutRequestsIsValid) {
     Start();
     const RecordedLog log = Stop();
     EXPECT_TRUE(log.Of(registryevent::setValue, GetCurrentProcessId()).empty());
 }
 
-TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
+TEST_F(LogContent, TheHeaderHasTheSessionAndItsTimes) {
     LoggerSession session = Session();
     session.maximumFileSize = 20;
     session.logFileMode = EVENT_TRACE_FILE_MODE_CIRCULAR;
@@ -59,7 +59,7 @@ TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
     ASSERT_EQ(logger.Start(session), ERROR_SUCCESS);
     const RecordedLog log = Stop();
     const independent::TraceLogfileHeader& header = log.log.header;
-    EXPECT_EQ(log.log.loggerName, NAME);
+    EXPECT_EQ(log.log.loggerName, sessionName);
     EXPECT_EQ(log.log.logFileName, LogFile());
     EXPECT_EQ(header.PointerSize, 8U);
     EXPECT_EQ(header.MaximumFileSize, 20U);
@@ -76,7 +76,7 @@ TEST_F(LogContent, TheHeaderTellsWhoLoggedWhatAndWhen) {
     EXPECT_EQ(header.BuffersWritten, log.log.buffers.size());
 }
 
-TEST_F(LogContent, AnEventTellsItsProcessItsThreadItsTimeAndItsStatus) {
+TEST_F(LogContent, AnEventHasItsProcessItsThreadItsTimeAndItsStatus) {
     Start();
     const std::int64_t before = Counter();
     SetOne(scratch.Handle(), L"Value");
@@ -85,13 +85,13 @@ TEST_F(LogContent, AnEventTellsItsProcessItsThreadItsTimeAndItsStatus) {
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0].processId, GetCurrentProcessId());
     EXPECT_EQ(events[0].threadId, GetCurrentThreadId());
-    EXPECT_GE(events[0].time, before - MILLISECOND);
+    EXPECT_GE(events[0].time, before - millisecond);
     EXPECT_LE(events[0].time, Counter());
     EXPECT_EQ(events[0].status, 0U);
     EXPECT_EQ(events[0].path, scratchPath);
 }
 
-TEST_F(LogContent, OnlyWhatHappensBetweenStartAndStopIsInIt) {
+TEST_F(LogContent, OnlyRequestsBetweenStartAndStopAreInIt) {
     SetOne(scratch.Handle(), L"before");
     Start();
     SetOne(scratch.Handle(), L"during");
@@ -146,14 +146,14 @@ TEST_F(LogContent, AFailureKeepsItsStatus) {
     const RecordedLog log = Stop();
     const auto opened = log.Of(registryevent::openKey, GetCurrentProcessId());
     ASSERT_EQ(opened.size(), 1U);
-    EXPECT_EQ(opened[0].status, NOT_FOUND);
+    EXPECT_EQ(opened[0].status, statusNotFound);
     EXPECT_EQ(opened[0].path, scratchPath + L"\\Missing");
     const auto deleted = log.Of(registryevent::deleteValue, GetCurrentProcessId());
     ASSERT_EQ(deleted.size(), 1U);
-    EXPECT_EQ(deleted[0].status, NOT_FOUND);
+    EXPECT_EQ(deleted[0].status, statusNotFound);
 }
 
-TEST_F(LogContent, TheCreationOfAKeyThatWasThereHasSucceeded) {
+TEST_F(LogContent, TheCreationOfAnExistingKeyHasSucceeded) {
     scratch.Make(L"A");
     Start();
     scratch.Make(L"A");
@@ -164,7 +164,7 @@ TEST_F(LogContent, TheCreationOfAKeyThatWasThereHasSucceeded) {
     EXPECT_EQ(created[0].path, scratchPath + L"\\A");
 }
 
-TEST_F(LogContent, NamesOfAnyLetterAreKept) {
+TEST_F(LogContent, NamesOfAnyCharactersAreKept) {
     const std::wstring name = L"\x00E4\x6F22\xD83D\xDE00 \"quoted\" [x] {y}, z=1 (a) \\ \x1b\x01"
                               L"7";
     scratch.Make(L"key " + name.substr(0, name.find(L'\\')));

@@ -6,7 +6,7 @@
 namespace keyreap {
 namespace {
 
-// A process that holds a session of the tests' name.
+// A process that runs a session of this name.
 class Holder {
 public:
     explicit Holder(const std::wstring& name, const std::wstring& log)
@@ -43,7 +43,7 @@ TEST_F(LoggerSessionTest, TheLogFileIsThereFromTheStart) {
     EXPECT_TRUE(testsupport::Exists(LogFile()));
 }
 
-TEST_F(LoggerSessionTest, ASecondOneOfTheNameIsRefused) {
+TEST_F(LoggerSessionTest, ASecondSessionOfTheNameIsRefused) {
     Start();
     EXPECT_EQ(logger.Start(Session()), ERROR_ALREADY_EXISTS);
     RequestLogger second;
@@ -51,7 +51,7 @@ TEST_F(LoggerSessionTest, ASecondOneOfTheNameIsRefused) {
     EXPECT_EQ(logger.Stop(), ERROR_SUCCESS);
 }
 
-TEST_F(LoggerSessionTest, ARefusedStartLeavesTheOthersLogAlone) {
+TEST_F(LoggerSessionTest, ARefusedStartLeavesTheRunningSessionsLogAlone) {
     Start();
     testsupport::WriteBytes(LogFile(), "as it was");
     RequestLogger second;
@@ -59,7 +59,7 @@ TEST_F(LoggerSessionTest, ARefusedStartLeavesTheOthersLogAlone) {
     EXPECT_EQ(testsupport::FileBytes(LogFile()), "as it was");
 }
 
-TEST_F(LoggerSessionTest, OneOfAnotherNameRunsInAnotherLogger) {
+TEST_F(LoggerSessionTest, ASessionOfAnotherNameRunsInAnotherLogger) {
     Start();
     EXPECT_EQ(logger.Start(Session(L"Keyreap other logger")), ERROR_NO_SYSTEM_RESOURCES);
     RequestLogger second;
@@ -70,25 +70,25 @@ TEST_F(LoggerSessionTest, OneOfAnotherNameRunsInAnotherLogger) {
     EXPECT_EQ(logger.Stop(), ERROR_SUCCESS);
 }
 
-TEST_F(LoggerSessionTest, OneOfAnotherProcessIsInTheWay) {
-    const Holder holder(NAME, folder.File(L"b.etl"));
+TEST_F(LoggerSessionTest, ASessionOfAnotherProcessIsRespected) {
+    const Holder holder(sessionName, folder.File(L"b.etl"));
     EXPECT_EQ(logger.Start(Session()), ERROR_ALREADY_EXISTS);
 }
 
-TEST_F(LoggerSessionTest, OneWhoseProcessDiedIsFree) {
-    Holder holder(NAME, folder.File(L"b.etl"));
+TEST_F(LoggerSessionTest, TheNameOfADeadProcesssSessionIsFree) {
+    Holder holder(sessionName, folder.File(L"b.etl"));
     holder.Kill();
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
 }
 
-TEST_F(LoggerSessionTest, OneThatStoppedIsFree) {
+TEST_F(LoggerSessionTest, TheNameOfAStoppedSessionIsFree) {
     Start();
     Stop();
     Start();
     Stop();
 }
 
-TEST_F(LoggerSessionTest, OneWhoseLoggerIsGoneIsFree) {
+TEST_F(LoggerSessionTest, TheNameOfADestroyedLoggersSessionIsFree) {
     {
         RequestLogger first;
         ASSERT_EQ(first.Start(Session()), ERROR_SUCCESS);
@@ -96,28 +96,28 @@ TEST_F(LoggerSessionTest, OneWhoseLoggerIsGoneIsFree) {
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
 }
 
-TEST_F(LoggerSessionTest, AnyNameWillDo) {
+TEST_F(LoggerSessionTest, AnyNameIsAccepted) {
     for (const wchar_t* name : {L"", L"back\\slash", L"NT Kernel Logger"}) {
         EXPECT_EQ(logger.Start(Session(name)), ERROR_SUCCESS) << name;
         EXPECT_EQ(logger.Stop(), ERROR_SUCCESS) << name;
     }
 }
 
-TEST_F(LoggerSessionTest, WhatDoesNotRunIsNotStopped) {
+TEST_F(LoggerSessionTest, OnlyARunningSessionIsStopped) {
     EXPECT_EQ(logger.Stop(), DWORD{ERROR_WMI_INSTANCE_NOT_FOUND});
     Start();
     Stop();
     EXPECT_EQ(logger.Stop(), DWORD{ERROR_WMI_INSTANCE_NOT_FOUND});
 }
 
-TEST_F(LoggerSessionTest, ALogFileThatCannotBeMadeStartsNothing) {
+TEST_F(LoggerSessionTest, ALogFileThatCannotBeCreatedStartsNothing) {
     LoggerSession session = Session();
     session.logFile = folder.File(L"missing\\a.etl");
     EXPECT_EQ(logger.Start(session), DWORD{ERROR_PATH_NOT_FOUND});
     Start();
 }
 
-TEST_F(LoggerSessionTest, ALogFileThatCannotBeWrittenInTheEndIsAFailure) {
+TEST_F(LoggerSessionTest, ALogFileThatCannotBeWrittenAtTheEndIsAFailure) {
     Start();
     const OwnedFile inTheWay(
         CreateFileW(LogFile().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -13,15 +13,15 @@
 
 namespace keyreap {
 
-// HKEY_CURRENT_USER in a Wine prefix, with a backslash behind it.
-inline const std::wstring CURRENT_USER = L"\\REGISTRY\\User\\S-1-5-21-0-0-0-1000\\";
+// HKEY_CURRENT_USER in a Wine prefix, with a backslash at the end.
+inline const std::wstring currentUser = L"\\REGISTRY\\User\\S-1-5-21-0-0-0-1000\\";
 
-// A logger of the tests' own and a folder for its logs.
+// A logger with a session of its own name, and a folder for its logs.
 class LoggerTest : public testing::Test {
 protected:
-    static constexpr wchar_t NAME[] = L"Keyreap test logger";
+    static constexpr wchar_t sessionName[] = L"Keyreap test logger";
 
-    LoggerSession Session(const std::wstring& name = NAME) const;
+    LoggerSession Session(const std::wstring& name = sessionName) const;
     std::wstring LogFile() const { return folder.File(L"a.etl"); }
 
     void Start() { ASSERT_EQ(logger.Start(Session()), ERROR_SUCCESS); }

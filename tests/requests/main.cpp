@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// The tests, or with the word `child` in front what a test lets a process of its own do.
+// Runs the tests, or with `child` as the first argument what a test does in a child process.
 int main(int argc, char** argv) {
     int count = 0;
     wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);

@@ -9,9 +9,9 @@
 namespace keyreap {
 namespace {
 
-const std::wstring SOFTWARE = L"\\REGISTRY\\Machine\\Software";
+const std::wstring softwareKey = L"\\REGISTRY\\Machine\\Software";
 
-// Opens and creates many keys in every view, and keeps what the system calls each.
+// Opens and creates many keys in every view, and keeps the path that the system gives for each.
 class RealPaths : public LoggerTest {
 protected:
     void Ask(const NativeTestKey& parent, const std::wstring& name) {
@@ -52,23 +52,23 @@ std::vector<std::wstring> PathsOf(const RecordedLog& log) {
 
 TEST_F(RealPaths, AreTheSystemsOwn) {
     Start();
-    AskAll(SOFTWARE, 50);
-    AskAll(SOFTWARE + L"\\Classes", 100);
-    AskAll(SOFTWARE + L"\\Classes\\CLSID", 100);
-    AskAll(SOFTWARE + L"\\Wow6432Node", 50);
-    AskAll(SOFTWARE + L"\\Classes\\Wow6432Node", 50);
-    AskAll(CURRENT_USER + L"Software", 50);
-    const std::vector<std::wstring> told = PathsOf(Stop());
-    EXPECT_GT(told.size(), 2000U);
-    ASSERT_EQ(told.size(), paths.size());
+    AskAll(softwareKey, 50);
+    AskAll(softwareKey + L"\\Classes", 100);
+    AskAll(softwareKey + L"\\Classes\\CLSID", 100);
+    AskAll(softwareKey + L"\\Wow6432Node", 50);
+    AskAll(softwareKey + L"\\Classes\\Wow6432Node", 50);
+    AskAll(currentUser + L"Software", 50);
+    const std::vector<std::wstring> logged = PathsOf(Stop());
+    EXPECT_GT(logged.size(), 2000U);
+    ASSERT_EQ(logged.size(), paths.size());
     for (std::size_t at = 0; at < paths.size(); ++at) {
-        EXPECT_TRUE(EqualFolded(told[at], paths[at])) << told[at] << " is " << paths[at];
+        EXPECT_TRUE(EqualFolded(logged[at], paths[at])) << logged[at] << " is " << paths[at];
     }
 }
 
 TEST_F(RealPaths, AreThoseOfTheirOwnSession) {
     const testsupport::ScratchKey scratch;
-    const std::wstring path = CURRENT_USER + testsupport::ScratchKey::path;
+    const std::wstring path = currentUser + testsupport::ScratchKey::path;
     scratch.Make(L"Place\\Key");
     scratch.Make(L"Other\\Key");
     Start();

@@ -9,19 +9,19 @@
 
 namespace keyreap {
 
-// One registry event of a log, with its key's name made whole by the names of the control blocks.
+// One registry event of a log, with the full path of its key by the names of the control blocks.
 struct RecordedEvent {
     int type = 0;
     std::uint32_t processId = 0;
     std::uint32_t threadId = 0;
     std::int64_t time = 0;
     std::uint32_t status = 0;
-    std::wstring path;  // of the key; of a creation or opening of the key that was asked for
+    std::wstring path;  // of the key; in a creation or opening, of the key that was asked for
     std::wstring value; // name of the value, of an event that has one
 };
 
-// A log file, read by the second decoder; what is irregular in it throws. Events that only name control
-// blocks are not among the events.
+// A log file, read by the independent decoder, which throws at an irregularity. Events that only name control
+// blocks are not in `events`.
 class RecordedLog {
 public:
     explicit RecordedLog(const std::wstring& file);

@@ -65,9 +65,9 @@ void RelayedLog::CopyLines() {
     DWORD got = 0;
     while (ReadFile(source.Get(), piece.data(), static_cast<DWORD>(piece.size()), &got, nullptr) && got > 0) {
         begun.append(piece.data(), got);
-        const std::size_t whole = begun.rfind('\n') + 1;
-        Write(std::string_view(begun).substr(0, whole));
-        begun.erase(0, whole);
+        const std::size_t complete = begun.rfind('\n') + 1;
+        Write(std::string_view(begun).substr(0, complete));
+        begun.erase(0, complete);
     }
 }
 

@@ -7,8 +7,7 @@
 
 namespace keyreap {
 
-// A copy of the session's request log that a thread keeps up to date, line by line, until it is told to leave
-// it.
+// A copy of the session's request log that a thread keeps up to date, line by line, until Leave.
 class RelayedLog {
 public:
     explicit RelayedLog(const std::wstring& copyPath);
@@ -16,9 +15,9 @@ public:
     RelayedLog& operator=(const RelayedLog&) = delete;
     ~RelayedLog();
 
-    // From now on nothing of the request log reaches the copy.
+    // Stops the copying.
     void Leave();
-    // Here the copy says that lines are missing.
+    // Adds the line to the copy that says that lines are missing.
     void LoseLines();
 
 private:
@@ -29,7 +28,7 @@ private:
 
     OwnedFile source;
     OwnedFile target;
-    std::string begun; // a line whose end isn't there yet
+    std::string begun; // a line whose end has not been read yet
     OwnedHandle end;
     OwnedHandle lose;
     OwnedHandle lost;

@@ -16,7 +16,7 @@ protected:
     testsupport::ScratchKey scratch;
 };
 
-TEST_F(RequestLogDamage, NoneIsSeenInACopy) {
+TEST_F(RequestLogDamage, AnIntactCopyHasNone) {
     ASSERT_EQ(relayed.Start(Session()), ERROR_SUCCESS);
     SetOne(scratch.Handle(), L"Value");
     EXPECT_EQ(relayed.Stop(), ERROR_SUCCESS);
@@ -42,8 +42,8 @@ TEST_F(RequestLogDamage, OnALogWithMissingLinesNothingStarts) {
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
 }
 
-// These two wait for as long as the program does.
-TEST_F(RequestLogDamage, ALogThatStandsStillIsGivenUp) {
+// The next two take the program's own timeout.
+TEST_F(RequestLogDamage, ALogThatStopsGrowingEndsTheSession) {
     ASSERT_EQ(relayed.Start(Session()), ERROR_SUCCESS);
     relay.Leave();
     EXPECT_EQ(relayed.Stop(), DWORD{ERROR_TIMEOUT});
@@ -51,7 +51,7 @@ TEST_F(RequestLogDamage, ALogThatStandsStillIsGivenUp) {
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
 }
 
-TEST_F(RequestLogDamage, ALogThatStandsStillStartsNothing) {
+TEST_F(RequestLogDamage, ALogThatDoesNotGrowStartsNothing) {
     relay.Leave();
     EXPECT_EQ(relayed.Start(Session()), DWORD{ERROR_TIMEOUT});
     EXPECT_FALSE(testsupport::Exists(LogFile()));

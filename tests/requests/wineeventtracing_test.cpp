@@ -11,7 +11,7 @@
 namespace keyreap {
 namespace {
 
-// What the callbacks, which have no context, are called with.
+// Counts of the callbacks, which have no context.
 struct Called {
     int events = 0;
     int logHeaders = 0;
@@ -48,7 +48,7 @@ protected:
         return handle;
     }
 
-    // Runs the log through the callbacks and gives the status.
+    // Reads the log through the callbacks and returns the status.
     ULONG Process() {
         const TRACEHANDLE handle = Open();
         const ULONG status = tracing.Process(handle);

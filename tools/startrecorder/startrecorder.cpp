@@ -1,11 +1,11 @@
 // startrecorder PROBE...: prints what the system itself changes in the registry when it starts a program, in
 // the form of SystemStart. Each PROBE is this program in a build for another machine. The session must have a
-// request log. Ends with 0; with 1 if the log can't be read or a probe fails; as a probe with the status of
-// the loading.
+// request log. Exits with 0, or with 1 if the log can't be read or a probe fails.
 //
-// startrecorder --probe: loads every module of the system folder. That is all that the start of any program
-// can make the system do: a module that a program imports is initialised before the program's entry point,
-// and does the same when it is loaded later. Then the process ends without any module's taking leave.
+// startrecorder --probe: loads every module of the system folder. That covers everything that the start of
+// any program can make the system do: a module that a program imports is initialised before the program's
+// entry point, and does the same when it is loaded later. Then the process ends without unloading any module.
+// Exits with 0, or with 1 if no module could be loaded.
 #include "hostlogger/requestlog.h"
 #include "platform/core/text/compare.h"
 #include "platform/os/ownedhandle.h"
@@ -26,7 +26,7 @@ namespace {
 
 constexpr wchar_t probeWord[] = L"--probe";
 
-// Extensions of what programs import or load. Drivers of the kernel (sys) aren't among them.
+// Extensions of modules that programs import or load. Kernel drivers (sys) aren't among them.
 constexpr std::array<std::wstring_view, 6> moduleExtensions = {L".dll", L".drv", L".ocx",
                                                                L".acm", L".ax",  L".cpl"};
 
@@ -66,13 +66,13 @@ std::vector<std::wstring> SystemModules() {
     ExitProcess(1);
 }
 
-// How often a start makes which change, by its line.
+// How often a start makes each change, by the line of the change.
 using Changes = std::map<std::string, unsigned>;
 
-// The changes that a process makes.
+// Collects the changes that one process makes.
 class ChangeCollector : public KeyRequestListener {
 public:
-    ChangeCollector(std::uint32_t process, KeyFacts& registry) : processId(process), facts(registry) {}
+    ChangeCollector(std::uint32_t processId, KeyFacts& facts) : processId(processId), facts(facts) {}
 
     void OnKeyRequest(const KeyRequest& request) override {
         if (request.processId == processId && SystemStart::IsChange(request)) {
@@ -109,7 +109,7 @@ std::uint32_t RunProbe(const std::wstring& program, OwnedHandle& process) {
     return status == 0 ? started.dwProcessId : 0;
 }
 
-// Adds what the start of this probe makes more often than those recorded so far.
+// Raises each count to that of this probe's start if that is higher.
 bool Record(RequestLog& log, const std::wstring& program, Changes& recorded) {
     OwnedHandle process;
     if (!log.ReadToNow(nullptr)) {
@@ -140,9 +140,9 @@ bool Print(const Changes& recorded) {
            written == text.size();
 }
 
-// What a start does depends on what ran before: the first of a session makes keys that the next ones find,
-// and the first after a program of the other machine writes the names of the fonts anew. So each probe runs
-// twice, the second time after all the others.
+// What a start does depends on what ran before: the first start of a session creates keys that later ones
+// find, and the first one after a program of the other machine writes the names of the fonts again. So each
+// probe runs twice, the second time after all other probes.
 int RecordAll(const std::vector<std::wstring>& probes) {
     RequestLog log(RequestLogPath());
     if (!log.Open()) {

@@ -27,7 +27,7 @@ protected:
     const fs::path path = folder / "kept.log";
 };
 
-TEST_F(KeptFileTest, IsMadeWithItsFirstLine) {
+TEST_F(KeptFileTest, IsCreatedWithItsFirstLine) {
     KeptFile file(path.string());
     EXPECT_FALSE(fs::exists(path));
     file.Write("");
@@ -38,20 +38,20 @@ TEST_F(KeptFileTest, IsMadeWithItsFirstLine) {
     EXPECT_EQ(Content(), "one\ntwo\nthree\n");
 }
 
-TEST_F(KeptFileTest, IsEmptiedIfItWasThere) {
+TEST_F(KeptFileTest, IsEmptiedIfItExisted) {
     std::ofstream(path) << "of an earlier server\n";
     KeptFile file(path.string());
     file.Write("one\n");
     EXPECT_EQ(Content(), "one\n");
 }
 
-TEST_F(KeptFileTest, IsReadByNobodyElse) {
+TEST_F(KeptFileTest, IsReadableToItsOwnerAlone) {
     KeptFile file(path.string());
     file.Write("one\n");
     EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
-TEST_F(KeptFileTest, GoesWithItsObject) {
+TEST_F(KeptFileTest, IsRemovedWithItsObject) {
     {
         KeptFile file(path.string());
         file.Write("one\n");
@@ -59,13 +59,13 @@ TEST_F(KeptFileTest, GoesWithItsObject) {
     EXPECT_FALSE(fs::exists(path));
 }
 
-TEST_F(KeptFileTest, ThatWasNeverMadeTakesNothingAway) {
+TEST_F(KeptFileTest, ThatWasNeverCreatedRemovesNothing) {
     std::ofstream(path) << "somebody's\n";
     { KeptFile file(path.string()); }
     EXPECT_EQ(Content(), "somebody's\n");
 }
 
-TEST_F(KeptFileTest, ThatCannotBeMadeLosesItsLinesUntilItCan) {
+TEST_F(KeptFileTest, ThatCannotBeCreatedLosesItsLinesUntilItCan) {
     const fs::path deeper = folder / "later" / "kept.log";
     KeptFile file(deeper.string());
     file.Write("one\n");

@@ -8,41 +8,43 @@ namespace {
 
 using Names = std::vector<std::wstring>;
 
-constexpr std::uint32_t THREAD = 0x24;
-constexpr std::uint32_t HIVE = 4;
-constexpr std::uint32_t FULL_64 = 0x000F013F; // KEY_ALL_ACCESS in the 64-bit view
+constexpr std::uint32_t thread = 0x24;
+constexpr std::uint32_t machineHandle = 4;
+constexpr std::uint32_t fullAccess64 = 0x000F013F; // KEY_ALL_ACCESS in the 64-bit view
 
-const std::string TREE = R"(REGISTRY\User\S-1-5-21-0-0-0-1000\Software\Velmoro\Tesselink\Temporary\)";
+const std::string tree = R"(REGISTRY\User\S-1-5-21-0-0-0-1000\Software\Velmoro\Tesselink\Temporary\)";
 
-// A process that runs and has the machine's key of the tree open, with the key Software below it.
+// A running process that has the machine's key of the temporary tree open, with the key Software below it.
 class MixedKeysTest : public testing::Test {
 protected:
-    MixedKeysTest() { Begin(RequestStory::I386); }
+    MixedKeysTest() { Begin(RequestStory::machine32); }
 
     void Begin(const char* machine) {
-        story.Process(0x20, THREAD, machine);
-        story.Open(THREAD, '\\' + TREE + "HKLM", HIVE, {.access = FULL_64, .realPath = TREE + "HKLM"});
+        story.Process(0x20, thread, machine);
+        story.Open(thread, '\\' + tree + "HKLM", machineHandle,
+                   {.access = fullAccess64, .realPath = tree + "HKLM"});
         Make("Software");
     }
 
-    // A key that is made under the very name.
+    // Creates a key under its own name.
     void Make(const std::string& name) { MakeAs(name, name); }
-    // A key that is made elsewhere in the machine's key.
-    void MakeAs(const std::string& name, const std::string& place, std::uint32_t parent = HIVE) {
-        story.Create(THREAD, name, 8, {.parent = parent, .realPath = TREE + "HKLM\\" + place});
+    // Creates a key elsewhere in the machine's key.
+    void MakeAs(const std::string& name, const std::string& place, std::uint32_t parent = machineHandle) {
+        story.Create(thread, name, 8, {.parent = parent, .realPath = tree + "HKLM\\" + place});
     }
-    // A key that is there, wherever the server finds it.
+    // Creates a key that exists, wherever the server finds it.
     void Find(const std::string& name, std::uint32_t handle = 8, std::uint32_t access = 0x2001F) {
-        story.Create(THREAD, name, handle,
-                     {.parent = HIVE, .access = access, .status = "OBJECT_NAME_EXISTS"});
+        story.Create(thread, name, handle,
+                     {.parent = machineHandle, .access = access, .status = "OBJECT_NAME_EXISTS"});
     }
     void OpenInVain(const std::string& name, std::uint32_t access = 0x20019) {
-        story.Open(THREAD, name, 0, {.parent = HIVE, .access = access, .status = "OBJECT_NAME_NOT_FOUND"});
+        story.Open(thread, name, 0,
+                   {.parent = machineHandle, .access = access, .status = "OBJECT_NAME_NOT_FOUND"});
     }
     void Delete(const std::string& place) {
-        story.Open(THREAD, place, 8,
-                   {.parent = HIVE, .access = FULL_64, .realPath = TREE + "HKLM\\" + place});
-        story.DeleteKey(THREAD, 8);
+        story.Open(thread, place, 8,
+                   {.parent = machineHandle, .access = fullAccess64, .realPath = tree + "HKLM\\" + place});
+        story.DeleteKey(thread, 8);
     }
 
     Names Mixed() const {
@@ -58,13 +60,13 @@ protected:
 
 const Names A = {L"HKEY_LOCAL_MACHINE\\Software\\A"};
 
-TEST_F(MixedKeysTest, PlainKeysAheadOfTheNodeAreThemselves) {
+TEST_F(MixedKeysTest, PlainKeysUsedAheadOfTheNodeAreNotMixedUp) {
     Make("Software\\A");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     Find("Software\\A");
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\A");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 
@@ -74,24 +76,24 @@ TEST_F(MixedKeysTest, APlainKeyMadeBelowTheNodeIsMixedUp) {
     EXPECT_EQ(Mixed(), A);
 }
 
-TEST_F(MixedKeysTest, SoIsOneThatIsFoundThereAndNotUnderItsOwnName) {
+TEST_F(MixedKeysTest, AKeyFoundOnlyBelowTheNodeIsMixedUp) {
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\A");
     Find("Software\\A");
     EXPECT_EQ(Mixed(), A);
 }
 
-TEST_F(MixedKeysTest, SoIsOneThatIsMadeLevelByLevel) {
+TEST_F(MixedKeysTest, AKeyMadeBelowTheNodeLevelByLevelIsMixedUp) {
     Make("Software\\Wow6432Node");
     Find("Software", 0x10);
     MakeAs("A", "Software\\Wow6432Node\\A", 0x10);
     EXPECT_EQ(Mixed(), A);
 }
 
-TEST_F(MixedKeysTest, ToPassThroughTheNodeIsNothing) {
+TEST_F(MixedKeysTest, PassingThroughTheNodeHasNoEffect) {
     Make("Software\\Wow6432Node");
     Find("Software");
-    story.Close(THREAD, 8);
+    story.Close(thread, 8);
     OpenInVain("Software\\A");
     EXPECT_EQ(Mixed(), Names());
 }
@@ -102,9 +104,9 @@ TEST_F(MixedKeysTest, OfTwoKeysTheWrongOneCountsOnceItIsUsed) {
     Make("Software\\Wow6432Node\\A");
     Find("Software\\A");
     EXPECT_EQ(Mixed(), Names());
-    story.SetValue(THREAD, 8, "", "ACCESS_DENIED");
+    story.SetValue(thread, 8, "", "ACCESS_DENIED");
     EXPECT_EQ(Mixed(), Names());
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), A);
 }
 
@@ -113,11 +115,11 @@ TEST_F(MixedKeysTest, AValueThatIsReadInTheWrongKeyCounts) {
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\A");
     Find("Software\\A");
-    story.QueryValue(THREAD, 8, "");
+    story.QueryValue(thread, 8, "");
     EXPECT_EQ(Mixed(), A);
 }
 
-TEST_F(MixedKeysTest, AKeyThatIsThereAndMissedIsMixedUp) {
+TEST_F(MixedKeysTest, AnExistingKeyThatIsNotFoundIsMixedUp) {
     Make("Software\\A");
     Make("Software\\Wow6432Node");
     OpenInVain("Software\\A");
@@ -128,19 +130,19 @@ TEST_F(MixedKeysTest, InThe64BitViewNoNameLeadsThroughTheNode) {
     Make("Software\\A");
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\A");
-    Find("Software\\A", 8, FULL_64);
-    story.SetValue(THREAD, 8, "");
-    OpenInVain("Software\\A", FULL_64);
+    Find("Software\\A", 8, fullAccess64);
+    story.SetValue(thread, 8, "");
+    OpenInVain("Software\\A", fullAccess64);
     EXPECT_EQ(Mixed(), Names());
 }
 
 TEST_F(MixedKeysTest, Of64BitProcessesNothingIsMixedUp) {
-    Begin(RequestStory::AMD64);
+    Begin(RequestStory::machine64);
     story.KillProcess(0x20);
-    Begin(RequestStory::AMD64);
+    Begin(RequestStory::machine64);
     Make("Software\\Wow6432Node");
     Find("Software\\A");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 
@@ -152,54 +154,54 @@ TEST_F(MixedKeysTest, ASecondNodeThatTheHostMakesUpCountsToo) {
     EXPECT_EQ(Mixed(), Names{L"HKEY_LOCAL_MACHINE\\Software\\Wow6432Node\\B"});
 }
 
-TEST_F(MixedKeysTest, SoDoesOneInTheLiveRegistry) {
-    story.Open(THREAD, R"(\REGISTRY\Machine)", HIVE, {.realPath = R"(REGISTRY\Machine)"});
-    story.Open(THREAD, "Software", 0x10,
-               {.parent = HIVE, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node)"});
-    story.Create(THREAD, "Wow6432Node", 0x14,
+TEST_F(MixedKeysTest, ASecondNodeInTheLiveRegistryCountsToo) {
+    story.Open(thread, R"(\REGISTRY\Machine)", machineHandle, {.realPath = R"(REGISTRY\Machine)"});
+    story.Open(thread, "Software", 0x10,
+               {.parent = machineHandle, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node)"});
+    story.Create(thread, "Wow6432Node", 0x14,
                  {.parent = 0x10, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node)"});
-    story.Create(THREAD, "B", 8,
+    story.Create(thread, "B", 8,
                  {.parent = 0x14, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node\B)"});
     EXPECT_EQ(Mixed(), Names{L"HKEY_LOCAL_MACHINE\\Software\\Wow6432Node\\B"});
 }
 
-TEST_F(MixedKeysTest, ASecondNodeThatTheServerMeansIsNoMixture) {
+TEST_F(MixedKeysTest, ASecondNodeThatTheServerAsksForIsNotMixedUp) {
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\Wow6432Node");
     Make("Software\\Wow6432Node\\Wow6432Node\\B");
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST_F(MixedKeysTest, KeysAboveAMixedUpOneAreNotNamedBesideIt) {
+TEST_F(MixedKeysTest, KeysAboveAMixedUpKeyAreNotNamed) {
     Make("Software\\Wow6432Node");
     MakeAs("Software\\A", "Software\\Wow6432Node\\A");
     MakeAs("Software\\a\\B", "Software\\Wow6432Node\\A\\B");
     MakeAs("Software\\AB", "Software\\Wow6432Node\\AB");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), (Names{L"HKEY_LOCAL_MACHINE\\Software\\a\\B", L"HKEY_LOCAL_MACHINE\\Software\\AB"}));
 }
 
-TEST_F(MixedKeysTest, ANodeThatIsGoneMixesNothingUp) {
+TEST_F(MixedKeysTest, ADeletedNodeMixesNothingUp) {
     Make("Software\\Wow6432Node");
     Delete("Software\\Wow6432Node");
     Make("Software\\A");
     Find("Software\\A");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST_F(MixedKeysTest, ANameBelowAnUnknownHandleSaysNothing) {
-    story.Create(THREAD, "A", 8,
+TEST_F(MixedKeysTest, ANameBelowAnUnknownHandleIsIgnored) {
+    story.Create(thread, "A", 8,
                  {.parent = 0x40, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\Wow6432Node\A)"});
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNoMixture) {
-    story.Open(THREAD, R"(\REGISTRY\Machine)", HIVE, {.realPath = R"(REGISTRY\Machine)"});
-    story.Create(THREAD, "Software\\A", 8,
-                 {.parent = HIVE, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\A)"});
-    story.SetValue(THREAD, 8, "");
+TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNotMixedUp) {
+    story.Open(thread, R"(\REGISTRY\Machine)", machineHandle, {.realPath = R"(REGISTRY\Machine)"});
+    story.Create(thread, "Software\\A", 8,
+                 {.parent = machineHandle, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node\A)"});
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 
@@ -207,26 +209,26 @@ TEST_F(MixedKeysTest, OutsideOfTheTreeThe32BitViewIsNoMixture) {
 class LiveMixedKeysTest : public MixedKeysTest {
 protected:
     LiveMixedKeysTest() {
-        story.Open(THREAD, '\\' + USER, LIVE, {.realPath = USER});
+        story.Open(thread, '\\' + userPath, userHandle, {.realPath = userPath});
         MakeLive("Software\\A", "Software\\A");
         MakeLive("Software\\Wow6432Node", "Software\\Wow6432Node");
         MakeLive("Software\\Wow6432Node\\A", "Software\\Wow6432Node\\A");
     }
     void MakeLive(const std::string& name, const std::string& place) {
-        story.Create(THREAD, name, 8, {.parent = LIVE, .realPath = USER + '\\' + place});
+        story.Create(thread, name, 8, {.parent = userHandle, .realPath = userPath + '\\' + place});
     }
     void FindLive(const std::string& name) {
-        story.Create(THREAD, name, 8, {.parent = LIVE, .status = "OBJECT_NAME_EXISTS"});
+        story.Create(thread, name, 8, {.parent = userHandle, .status = "OBJECT_NAME_EXISTS"});
     }
 
-    static constexpr std::uint32_t LIVE = 0x40;
-    const std::string USER = R"(REGISTRY\User\S-1-5-21-0-0-0-1000)";
+    static constexpr std::uint32_t userHandle = 0x40;
+    const std::string userPath = R"(REGISTRY\User\S-1-5-21-0-0-0-1000)";
 };
 
 TEST_F(LiveMixedKeysTest, TheWrongOneOfTwoCountsOnceItIsRead) {
     FindLive("Software\\A");
     EXPECT_EQ(Mixed(), Names());
-    story.QueryValue(THREAD, 8, "");
+    story.QueryValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names{L"HKEY_CURRENT_USER\\Software\\A"});
 }
 
@@ -235,15 +237,15 @@ TEST_F(LiveMixedKeysTest, AKeyMadeBelowTheNodeCounts) {
     EXPECT_EQ(Mixed(), Names{L"HKEY_CURRENT_USER\\Software\\B"});
 }
 
-TEST_F(LiveMixedKeysTest, ToPassThroughTheNodeIsNothing) {
+TEST_F(LiveMixedKeysTest, PassingThroughTheNodeHasNoEffect) {
     FindLive("Software");
     EXPECT_EQ(Mixed(), Names());
 }
 
-TEST_F(LiveMixedKeysTest, TheUsersClassesPartOnWindowsToo) {
+TEST_F(LiveMixedKeysTest, TheUsersClassesHaveTwoViewsOnWindowsToo) {
     MakeLive("Software\\Classes\\Wow6432Node", "Software\\Classes\\Wow6432Node");
     MakeLive("Software\\Classes\\CLSID", "Software\\Classes\\Wow6432Node\\CLSID");
-    story.SetValue(THREAD, 8, "");
+    story.SetValue(thread, 8, "");
     EXPECT_EQ(Mixed(), Names());
 }
 

@@ -57,7 +57,7 @@ TEST(LineOfName, JoinsThePairsOfUtf16AndReplacesLoneHalves) {
     EXPECT_EQ(LineOfName(std::wstring{high, L'a', low, high}), "?a??");
 }
 
-TEST(LineOfName, IsOneLineWhateverTheNameHolds) {
+TEST(LineOfName, IsOneLineWhateverTheNameContains) {
     EXPECT_EQ(LineOfName(std::wstring{L'a', L'\n', L'\r', L'\x1B', 0x85, 0x2028, 0x2029, L'b'}), "a??????b");
 }
 

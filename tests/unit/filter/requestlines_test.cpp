@@ -14,11 +14,11 @@ std::string Kept(std::string_view line) {
     return kept;
 }
 
-std::string Whole(std::string_view line) {
+std::string WithLineBreak(std::string_view line) {
     return std::string(line) + '\n';
 }
 
-TEST(AppendKeptPart, RequestsAboutKeysAndHandlesAndProcessesStay) {
+TEST(AppendKeptPart, RequestsAboutKeysHandlesAndProcessesAreKept) {
     for (const char* line :
          {R"(0024: create_key( access=000f003f, objattr={rootdir=0028,name=L"A"}, class=L"" ))",
           R"(0024: open_key( parent=0000, access=00020019, attributes=00000040, name=L"\\Registry" ))",
@@ -28,28 +28,28 @@ TEST(AppendKeptPart, RequestsAboutKeysAndHandlesAndProcessesStay) {
           "0024: set_handle_info( handle=0004, flags=1, mask=1 )", "0024: open_process( pid=0020 )",
           "0024: new_thread( process=0060, flags=00000001 )", "0024: get_mapping_info( handle=0008 )",
           "0024: get_process_debug_info( handle=ffffffff )", "0024: init_first_thread( unix_pid=986 )"}) {
-        EXPECT_EQ(Kept(line), Whole(line));
+        EXPECT_EQ(Kept(line), WithLineBreak(line));
     }
 }
 
-TEST(AppendKeptPart, TheirRepliesStay) {
+TEST(AppendKeptPart, TheirRepliesAreKept) {
     for (const char* line :
          {"0024: create_key() = OBJECT_NAME_EXISTS { hkey=0004 }", "0024: close_handle() = 0",
           "0024: new_process() = 0 { info=005c, pid=00ec, handle=0060 }",
           "0024: set_key_value() = ACCESS_DENIED"}) {
-        EXPECT_EQ(Kept(line), Whole(line));
+        EXPECT_EQ(Kept(line), WithLineBreak(line));
     }
 }
 
-TEST(AppendKeptPart, WhatTheServerSaysByItselfOfThreadsAndProcessesAndKeysStays) {
+TEST(AppendKeptPart, TheServersOwnLinesAboutThreadsProcessesAndKeysAreKept) {
     for (const char* line :
          {"00e0: *killed* exit_code=0", "00d4: *process killed*", R"(Open key REGISTRY\\Machine)",
           R"(Create key REGISTRY\\Machine\\A)", "wineserver: starting (pid=17)"}) {
-        EXPECT_EQ(Kept(line), Whole(line));
+        EXPECT_EQ(Kept(line), WithLineBreak(line));
     }
 }
 
-TEST(AppendKeptPart, AllElseGoes) {
+TEST(AppendKeptPart, AllOtherLinesAreDropped) {
     for (const char* line : {"",
                              " ",
                              "time 5",
@@ -76,35 +76,35 @@ TEST(AppendKeptPart, AllElseGoes) {
     }
 }
 
-TEST(AppendKeptPart, AValuesDataGoes) {
+TEST(AppendKeptPart, TheDataOfAValueIsRemoved) {
     EXPECT_EQ(Kept(R"(0024: set_key_value( hkey=0034, type=4, namelen=8, name=L"V", data={05,00,00,00} ))"),
-              Whole(R"(0024: set_key_value( hkey=0034, type=4, namelen=8, name=L"V" ))"));
+              WithLineBreak(R"(0024: set_key_value( hkey=0034, type=4, namelen=8, name=L"V" ))"));
     EXPECT_EQ(Kept("0024: get_key_value() = 0 { type=1, total=4, data={41,00} }"),
-              Whole("0024: get_key_value() = 0 { type=1, total=4 }"));
+              WithLineBreak("0024: get_key_value() = 0 { type=1, total=4 }"));
 }
 
-TEST(AppendKeptPart, WhatAProcessIsGivenGoes) {
+TEST(AppendKeptPart, TheEnvironmentOfAProcessIsRemoved) {
     EXPECT_EQ(
         Kept(R"(0024: new_process( token=0000, flags=00000004, objattr={name=L""}, handles={0004}, jobs={}, )"
              R"(info={debug_flags=0,cmdline=L"secret"}, env=L"A=secret\0" ))"),
-        Whole(
+        WithLineBreak(
             R"(0024: new_process( token=0000, flags=00000004, objattr={name=L""}, handles={0004}, jobs={} ))"));
 }
 
-TEST(AppendKeptPart, AValuesNameCannotHideItsData) {
+TEST(AppendKeptPart, TheNameOfAValueCannotHideItsData) {
     EXPECT_EQ(Kept(R"(0024: set_key_value( hkey=0034, name=L"a\", data={b", data={05} ))"),
-              Whole(R"(0024: set_key_value( hkey=0034, name=L"a\", data={b" ))"));
+              WithLineBreak(R"(0024: set_key_value( hkey=0034, name=L"a\", data={b" ))"));
     EXPECT_EQ(Kept(R"(0024: set_key_value( hkey=0034, name=L"a\\", data={05} ))"),
-              Whole(R"(0024: set_key_value( hkey=0034, name=L"a\\" ))"));
+              WithLineBreak(R"(0024: set_key_value( hkey=0034, name=L"a\\" ))"));
 }
 
-TEST(AppendKeptPart, ItGoesOnBehindWhatIsThere) {
+TEST(AppendKeptPart, ItAppends) {
     std::string kept = "before\n";
     AppendKeptPart("0024: close_handle() = 0", kept);
     EXPECT_EQ(kept, "before\n0024: close_handle() = 0\n");
 }
 
-// What is kept of a text that comes in pieces of a size.
+// What is kept of a text that comes in pieces of this size.
 std::string KeptOf(std::string_view text, std::size_t size) {
     RequestLines lines;
     std::string kept;
@@ -114,20 +114,20 @@ std::string KeptOf(std::string_view text, std::size_t size) {
     return kept;
 }
 
-constexpr std::string_view LOG = "0024: close_handle( handle=0034 )\n"
-                                 "0024: select( flags=2 )\n"
-                                 "\n"
-                                 "0024: close_handle() = 0\n"
-                                 "0024: set_key_value( hkey=0034, name=L\"V\", data={05,00} )\n"
-                                 "Open key REGISTRY\n";
-constexpr std::string_view KEPT_LOG = "0024: close_handle( handle=0034 )\n"
-                                      "0024: close_handle() = 0\n"
-                                      "0024: set_key_value( hkey=0034, name=L\"V\" )\n"
-                                      "Open key REGISTRY\n";
+constexpr std::string_view sampleLog = "0024: close_handle( handle=0034 )\n"
+                                       "0024: select( flags=2 )\n"
+                                       "\n"
+                                       "0024: close_handle() = 0\n"
+                                       "0024: set_key_value( hkey=0034, name=L\"V\", data={05,00} )\n"
+                                       "Open key REGISTRY\n";
+constexpr std::string_view keptSample = "0024: close_handle( handle=0034 )\n"
+                                        "0024: close_handle() = 0\n"
+                                        "0024: set_key_value( hkey=0034, name=L\"V\" )\n"
+                                        "Open key REGISTRY\n";
 
 TEST(RequestLines, LinesMayBeSplitAnywhere) {
-    for (std::size_t size = 1; size <= LOG.size(); ++size) {
-        EXPECT_EQ(KeptOf(LOG, size), KEPT_LOG) << size;
+    for (std::size_t size = 1; size <= sampleLog.size(); ++size) {
+        EXPECT_EQ(KeptOf(sampleLog, size), keptSample) << size;
     }
 }
 
@@ -152,13 +152,13 @@ TEST(RequestLines, AnOverlongLineCountsAsItsBeginning) {
     }
 }
 
-TEST(RequestLines, AnOverlongLinesPrivatePartGoesAllTheSame) {
+TEST(RequestLines, ThePrivatePartOfAnOverlongLineIsRemovedToo) {
     const std::string line = "0024: set_key_value( hkey=0034, name=L\"V\", data={" +
                              std::string(3 * maximumLineLength, '0') + "} )\n";
     EXPECT_EQ(KeptOf(line, 65536), "0024: set_key_value( hkey=0034, name=L\"V\" )\n");
 }
 
-TEST(RequestLines, AnythingIsTaken) {
+TEST(RequestLines, RandomBytesAreAccepted) {
     std::mt19937 random(1);
     constexpr std::string_view letters = "0: *(){}=\"\\,\nacdekloprsty_\xff";
     std::string text;

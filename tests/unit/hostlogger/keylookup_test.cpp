@@ -6,16 +6,16 @@
 namespace keyreap {
 namespace {
 
-const std::wstring MACHINE = L"\\REGISTRY\\Machine";
-const std::wstring SOFTWARE = MACHINE + L"\\Software";
-const std::wstring CLASSES = SOFTWARE + L"\\Classes";
-const std::wstring NODE = SOFTWARE + L"\\Wow6432Node";
-const std::wstring SHARED = CLASSES + L"\\Wow6432Node";
+const std::wstring machineKey = L"\\REGISTRY\\Machine";
+const std::wstring softwareKey = machineKey + L"\\Software";
+const std::wstring classesKey = softwareKey + L"\\Classes";
+const std::wstring nodeKey = softwareKey + L"\\Wow6432Node";
+const std::wstring sharedNode = classesKey + L"\\Wow6432Node";
 
-constexpr KeyView PLAIN{};
-constexpr KeyView REDIRECTED{true, false};
-constexpr KeyView ASKS_32{true, true};
-constexpr KeyView OPENS_LINK{false, false, true};
+constexpr KeyView plainView{};
+constexpr KeyView redirectedView{true, false};
+constexpr KeyView view32{true, true};
+constexpr KeyView linkView{false, false, true};
 
 class FindRealPathTest : public testing::Test {
 protected:
@@ -28,141 +28,141 @@ protected:
 };
 
 TEST_F(FindRealPathTest, ANameIsRelativeToItsParent) {
-    EXPECT_EQ(Find(SOFTWARE, L"A\\B", PLAIN), SOFTWARE + L"\\A\\B");
+    EXPECT_EQ(Find(softwareKey, L"A\\B", plainView), softwareKey + L"\\A\\B");
 }
 
 TEST_F(FindRealPathTest, ANameWithoutParentIsComplete) {
-    EXPECT_EQ(Find(L"\\REGISTRY\\Machine\\Software\\A", PLAIN), SOFTWARE + L"\\A");
+    EXPECT_EQ(Find(L"\\REGISTRY\\Machine\\Software\\A", plainView), softwareKey + L"\\A");
 }
 
 TEST_F(FindRealPathTest, AnEmptyNameIsTheParent) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", L"", PLAIN), SOFTWARE + L"\\A");
+    EXPECT_EQ(Find(softwareKey + L"\\A", L"", plainView), softwareKey + L"\\A");
 }
 
-TEST_F(FindRealPathTest, BackslashesMoreThanNeededPartTheSameComponents) {
-    EXPECT_EQ(Find(SOFTWARE, L"A\\\\\\B\\", PLAIN), SOFTWARE + L"\\A\\B");
+TEST_F(FindRealPathTest, RepeatedBackslashesCountAsOne) {
+    EXPECT_EQ(Find(softwareKey, L"A\\\\\\B\\", plainView), softwareKey + L"\\A\\B");
 }
 
 TEST_F(FindRealPathTest, A64BitViewIsNeverRedirected) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", PLAIN), SOFTWARE + L"\\A");
-    EXPECT_EQ(Find(SOFTWARE, PLAIN), SOFTWARE);
-    EXPECT_EQ(Find(CLASSES + L"\\CLSID\\{1}", PLAIN), CLASSES + L"\\CLSID\\{1}");
+    EXPECT_EQ(Find(softwareKey + L"\\A", plainView), softwareKey + L"\\A");
+    EXPECT_EQ(Find(softwareKey, plainView), softwareKey);
+    EXPECT_EQ(Find(classesKey + L"\\CLSID\\{1}", plainView), classesKey + L"\\CLSID\\{1}");
 }
 
-TEST_F(FindRealPathTest, ARedirectedNameGoesOnBelowTheNode) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\A\\B", REDIRECTED), NODE + L"\\A\\B");
+TEST_F(FindRealPathTest, ARedirectedNameContinuesBelowTheNode) {
+    EXPECT_EQ(Find(softwareKey + L"\\A\\B", redirectedView), nodeKey + L"\\A\\B");
 }
 
 TEST_F(FindRealPathTest, ARedirectedNameThatEndsAtAKeyWithANodeEndsAtTheNode) {
-    EXPECT_EQ(Find(SOFTWARE, REDIRECTED), NODE);
+    EXPECT_EQ(Find(softwareKey, redirectedView), nodeKey);
 }
 
-TEST_F(FindRealPathTest, ANameThatSaysTheNodeIsNotRedirectedAgain) {
-    EXPECT_EQ(Find(NODE + L"\\A", REDIRECTED), NODE + L"\\A");
-    EXPECT_EQ(Find(SOFTWARE + L"\\wow6432node\\A", REDIRECTED), SOFTWARE + L"\\wow6432node\\A");
+TEST_F(FindRealPathTest, ANameThatContainsTheNodeIsNotRedirectedAgain) {
+    EXPECT_EQ(Find(nodeKey + L"\\A", redirectedView), nodeKey + L"\\A");
+    EXPECT_EQ(Find(softwareKey + L"\\wow6432node\\A", redirectedView), softwareKey + L"\\wow6432node\\A");
 }
 
 TEST_F(FindRealPathTest, OutsideOfNodesNothingIsRedirected) {
-    EXPECT_EQ(Find(MACHINE + L"\\System\\A", REDIRECTED), MACHINE + L"\\System\\A");
+    EXPECT_EQ(Find(machineKey + L"\\System\\A", redirectedView), machineKey + L"\\System\\A");
 }
 
 TEST_F(FindRealPathTest, BelowAHandleOfThe64BitTreeARedirectedNameStays) {
-    registry.Add(NODE + L"\\A");
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", L"B", REDIRECTED), SOFTWARE + L"\\A\\B");
+    registry.Add(nodeKey + L"\\A");
+    EXPECT_EQ(Find(softwareKey + L"\\A", L"B", redirectedView), softwareKey + L"\\A\\B");
 }
 
-TEST_F(FindRealPathTest, WhoAsksForThe32BitViewGoesToItFromAHandleOfTheOther) {
-    registry.Add(NODE + L"\\A");
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", L"B", ASKS_32), NODE + L"\\A\\B");
-    EXPECT_EQ(Find(SOFTWARE, L"B", ASKS_32), NODE + L"\\B");
+TEST_F(FindRealPathTest, AskingForThe32BitViewLeadsThereFromA64BitHandle) {
+    registry.Add(nodeKey + L"\\A");
+    EXPECT_EQ(Find(softwareKey + L"\\A", L"B", view32), nodeKey + L"\\A\\B");
+    EXPECT_EQ(Find(softwareKey, L"B", view32), nodeKey + L"\\B");
 }
 
-TEST_F(FindRealPathTest, WhatTheNodeHasNotGotIsNotAskedForThere) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", L"B", ASKS_32), SOFTWARE + L"\\A\\B");
+TEST_F(FindRealPathTest, AKeyThatTheNodeLacksIsNotLookedUpThere) {
+    EXPECT_EQ(Find(softwareKey + L"\\A", L"B", view32), softwareKey + L"\\A\\B");
 }
 
-TEST_F(FindRealPathTest, AHandleOfTheNodeIsWhereItIs) {
-    EXPECT_EQ(Find(NODE + L"\\A", L"B", ASKS_32), NODE + L"\\A\\B");
-    EXPECT_EQ(Find(NODE, L"B", ASKS_32), NODE + L"\\B");
+TEST_F(FindRealPathTest, AHandleInTheNodeStaysInTheNode) {
+    EXPECT_EQ(Find(nodeKey + L"\\A", L"B", view32), nodeKey + L"\\A\\B");
+    EXPECT_EQ(Find(nodeKey, L"B", view32), nodeKey + L"\\B");
 }
 
-TEST_F(FindRealPathTest, ANodeBelowANodeIsNone) {
-    registry.Add(NODE + L"\\Wow6432Node");
-    EXPECT_EQ(Find(NODE, L"", REDIRECTED), NODE);
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", REDIRECTED), NODE + L"\\A");
+TEST_F(FindRealPathTest, ANodeBelowANodeDoesNotRedirect) {
+    registry.Add(nodeKey + L"\\Wow6432Node");
+    EXPECT_EQ(Find(nodeKey, L"", redirectedView), nodeKey);
+    EXPECT_EQ(Find(softwareKey + L"\\A", redirectedView), nodeKey + L"\\A");
 }
 
 TEST_F(FindRealPathTest, TheClassesAreReachedThroughTheLinkInTheNode) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\Classes\\CLSID\\{1}", REDIRECTED), SHARED + L"\\CLSID\\{1}");
+    EXPECT_EQ(Find(softwareKey + L"\\Classes\\CLSID\\{1}", redirectedView), sharedNode + L"\\CLSID\\{1}");
 }
 
-TEST_F(FindRealPathTest, WhatTheSharedNodeHasNotGotIsBesideIt) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\Classes\\A.File", REDIRECTED), CLASSES + L"\\A.File");
-    EXPECT_EQ(Find(SHARED, L"A.File\\shell", REDIRECTED), CLASSES + L"\\A.File\\shell");
+TEST_F(FindRealPathTest, AKeyThatTheSharedNodeLacksIsNextToIt) {
+    EXPECT_EQ(Find(softwareKey + L"\\Classes\\A.File", redirectedView), classesKey + L"\\A.File");
+    EXPECT_EQ(Find(sharedNode, L"A.File\\shell", redirectedView), classesKey + L"\\A.File\\shell");
 }
 
 TEST_F(FindRealPathTest, TheClassesThemselvesAreTheSameForBothViews) {
-    EXPECT_EQ(Find(SOFTWARE + L"\\Classes", REDIRECTED), CLASSES);
+    EXPECT_EQ(Find(softwareKey + L"\\Classes", redirectedView), classesKey);
 }
 
 TEST_F(FindRealPathTest, AnEmptyNameBelowTheClassesIsTheSharedNode) {
-    EXPECT_EQ(Find(CLASSES, L"", REDIRECTED), SHARED);
+    EXPECT_EQ(Find(classesKey, L"", redirectedView), sharedNode);
 }
 
 TEST_F(FindRealPathTest, BelowAHandleOfTheClassesASharedNameIsInTheNode) {
-    EXPECT_EQ(Find(CLASSES, L"CLSID\\{1}", REDIRECTED), SHARED + L"\\CLSID\\{1}");
-    EXPECT_EQ(Find(CLASSES, L"A.File", REDIRECTED), CLASSES + L"\\A.File");
+    EXPECT_EQ(Find(classesKey, L"CLSID\\{1}", redirectedView), sharedNode + L"\\CLSID\\{1}");
+    EXPECT_EQ(Find(classesKey, L"A.File", redirectedView), classesKey + L"\\A.File");
 }
 
 TEST_F(FindRealPathTest, LinksLeadToTheirTarget) {
-    registry.AddLink(SOFTWARE + L"\\Link", MACHINE + L"\\System");
-    EXPECT_EQ(Find(SOFTWARE + L"\\Link\\A", PLAIN), MACHINE + L"\\System\\A");
-    EXPECT_EQ(Find(SOFTWARE + L"\\Link", PLAIN), MACHINE + L"\\System");
-    EXPECT_EQ(Find(SOFTWARE + L"\\Link", L"A", PLAIN), MACHINE + L"\\System\\A");
+    registry.AddLink(softwareKey + L"\\Link", machineKey + L"\\System");
+    EXPECT_EQ(Find(softwareKey + L"\\Link\\A", plainView), machineKey + L"\\System\\A");
+    EXPECT_EQ(Find(softwareKey + L"\\Link", plainView), machineKey + L"\\System");
+    EXPECT_EQ(Find(softwareKey + L"\\Link", L"A", plainView), machineKey + L"\\System\\A");
 }
 
 TEST_F(FindRealPathTest, ALinkMayLeadThroughAnother) {
-    registry.AddLink(SOFTWARE + L"\\First", SOFTWARE + L"\\Second\\A");
-    registry.AddLink(SOFTWARE + L"\\Second", MACHINE + L"\\System");
-    EXPECT_EQ(Find(SOFTWARE + L"\\First\\B", PLAIN), MACHINE + L"\\System\\A\\B");
+    registry.AddLink(softwareKey + L"\\First", softwareKey + L"\\Second\\A");
+    registry.AddLink(softwareKey + L"\\Second", machineKey + L"\\System");
+    EXPECT_EQ(Find(softwareKey + L"\\First\\B", plainView), machineKey + L"\\System\\A\\B");
 }
 
-TEST_F(FindRealPathTest, ALinksTargetIsOfNoView) {
-    registry.AddLink(MACHINE + L"\\Link", SOFTWARE + L"\\A");
-    EXPECT_EQ(Find(MACHINE + L"\\Link\\B", REDIRECTED), SOFTWARE + L"\\A\\B");
+TEST_F(FindRealPathTest, TheTargetOfALinkIsNotRedirected) {
+    registry.AddLink(machineKey + L"\\Link", softwareKey + L"\\A");
+    EXPECT_EQ(Find(machineKey + L"\\Link\\B", redirectedView), softwareKey + L"\\A\\B");
 }
 
-TEST_F(FindRealPathTest, WhoOpensLinksEndsWithThem) {
-    registry.AddLink(SOFTWARE + L"\\First", SOFTWARE + L"\\Second");
-    registry.AddLink(SOFTWARE + L"\\Second\\Third", MACHINE);
-    EXPECT_EQ(Find(SOFTWARE + L"\\First", OPENS_LINK), SOFTWARE + L"\\First");
-    EXPECT_EQ(Find(SOFTWARE + L"\\First\\Third", OPENS_LINK), SOFTWARE + L"\\Second\\Third");
+TEST_F(FindRealPathTest, ARequestThatOpensLinksEndsAtALink) {
+    registry.AddLink(softwareKey + L"\\First", softwareKey + L"\\Second");
+    registry.AddLink(softwareKey + L"\\Second\\Third", machineKey);
+    EXPECT_EQ(Find(softwareKey + L"\\First", linkView), softwareKey + L"\\First");
+    EXPECT_EQ(Find(softwareKey + L"\\First\\Third", linkView), softwareKey + L"\\Second\\Third");
 }
 
-TEST_F(FindRealPathTest, ByNoNameALinkIsFoundItself) {
-    registry.AddLink(NODE + L"\\Policies", SOFTWARE + L"\\Policies");
-    EXPECT_EQ(Find(NODE + L"\\Policies", L"", PLAIN), NODE + L"\\Policies");
-    EXPECT_EQ(Find(SOFTWARE + L"\\Policies", L"", ASKS_32), NODE + L"\\Policies");
+TEST_F(FindRealPathTest, AnEmptyNameFindsTheLinkItself) {
+    registry.AddLink(nodeKey + L"\\Policies", softwareKey + L"\\Policies");
+    EXPECT_EQ(Find(nodeKey + L"\\Policies", L"", plainView), nodeKey + L"\\Policies");
+    EXPECT_EQ(Find(softwareKey + L"\\Policies", L"", view32), nodeKey + L"\\Policies");
 }
 
 TEST_F(FindRealPathTest, LinksInACircleEndSomewhere) {
-    registry.AddLink(SOFTWARE + L"\\A", SOFTWARE + L"\\B\\B");
-    registry.AddLink(SOFTWARE + L"\\B", SOFTWARE + L"\\A\\A");
-    EXPECT_FALSE(Find(SOFTWARE + L"\\A\\A", PLAIN).empty());
+    registry.AddLink(softwareKey + L"\\A", softwareKey + L"\\B\\B");
+    registry.AddLink(softwareKey + L"\\B", softwareKey + L"\\A\\A");
+    EXPECT_FALSE(Find(softwareKey + L"\\A\\A", plainView).empty());
 }
 
 TEST_F(FindRealPathTest, ARegistryWithoutNodesHasOneView) {
     registry = RegistryModel();
-    registry.Add(SOFTWARE);
-    EXPECT_EQ(Find(SOFTWARE + L"\\A", ASKS_32), SOFTWARE + L"\\A");
-    EXPECT_EQ(Find(SOFTWARE, L"A", ASKS_32), SOFTWARE + L"\\A");
+    registry.Add(softwareKey);
+    EXPECT_EQ(Find(softwareKey + L"\\A", view32), softwareKey + L"\\A");
+    EXPECT_EQ(Find(softwareKey, L"A", view32), softwareKey + L"\\A");
 }
 
 TEST_F(FindRealPathTest, AnythingHasAnAnswer) {
     for (const wchar_t* parent : {L"", L"\\", L"A", L"A\\B", L"\\\\", L"Wow6432Node"}) {
         for (const wchar_t* name :
              {L"", L"\\", L"\\\\", L"A", L"\\A\\", L"Wow6432Node", L"\\Wow6432Node\\"}) {
-            for (const KeyView view : {PLAIN, REDIRECTED, ASKS_32, OPENS_LINK}) {
+            for (const KeyView view : {plainView, redirectedView, view32, linkView}) {
                 EXPECT_GE(Find(parent, name, view).size(), std::wstring_view(parent).size());
             }
         }

@@ -7,25 +7,25 @@
 namespace keyreap {
 namespace {
 
-constexpr ULONG OPEN_LINK = 0x100; // OBJ_OPENLINK, ntdef.h
-constexpr bool IS_64_BIT = sizeof(void*) == 8;
+constexpr ULONG openLink = 0x100; // OBJ_OPENLINK, ntdef.h
+constexpr bool is64Bit = sizeof(void*) == 8;
 
-const std::wstring MACHINE = L"\\REGISTRY\\Machine";
-const std::wstring SOFTWARE = MACHINE + L"\\Software";
+const std::wstring machineKey = L"\\REGISTRY\\Machine";
+const std::wstring softwareKey = machineKey + L"\\Software";
 
-// How a request of this process with such an access looks at the registry.
+// The view of a request of this process with such an access.
 KeyView ViewOf(ACCESS_MASK access, ULONG attributes) {
-    return {!IS_64_BIT && (access & KEY_WOW64_64KEY) == 0, (access & KEY_WOW64_32KEY) != 0,
-            (attributes & OPEN_LINK) != 0};
+    return {!is64Bit && (access & KEY_WOW64_64KEY) == 0, (access & KEY_WOW64_32KEY) != 0,
+            (attributes & openLink) != 0};
 }
 
-// Asks the system for keys in every view and compares where it finds them with where they are said to be.
+// Opens keys in every view and compares the real paths that the system gives with those that are predicted.
 class FoundKeys : public testing::Test {
 protected:
     void Compare(const NativeTestKey& parent, const std::wstring& name) {
         const std::wstring parentPath = parent.IsOpen() ? parent.RealPath() : std::wstring();
         for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
-            for (const ULONG attributes : {ULONG{0}, OPEN_LINK}) {
+            for (const ULONG attributes : {ULONG{0}, openLink}) {
                 const auto key =
                     NativeTestKey::Open(parent.Handle(), name, KEY_QUERY_VALUE | view, attributes);
                 if (key.IsOpen()) {
@@ -44,7 +44,7 @@ protected:
         ++compared;
     }
 
-    // All that lies below a key, to some depth and width, asked for from above in one and in several steps.
+    // All keys below a key, to some depth and width, opened by complete names and by relative ones.
     void CompareTree(const std::wstring& path, int depth, unsigned width) {
         const auto key = NativeTestKey::Open(nullptr, path, KEY_READ | KEY_WOW64_64KEY);
         ASSERT_TRUE(key.IsOpen()) << path;
@@ -58,7 +58,7 @@ protected:
         }
     }
 
-    // From a key to another, by a name of several components.
+    // A key below another, opened by a name of several components.
     void CompareFrom(const std::wstring& path, const std::wstring& name) {
         const auto key = NativeTestKey::Open(nullptr, path, KEY_READ | KEY_WOW64_64KEY);
         ASSERT_TRUE(key.IsOpen()) << path;
@@ -70,42 +70,42 @@ protected:
 };
 
 TEST_F(FoundKeys, InTheSoftwareOfTheMachine) {
-    CompareTree(SOFTWARE, 3, 12);
-    CompareTree(SOFTWARE + L"\\Wow6432Node", 3, 12);
+    CompareTree(softwareKey, 3, 12);
+    CompareTree(softwareKey + L"\\Wow6432Node", 3, 12);
     EXPECT_GT(compared, 1000);
 }
 
 TEST_F(FoundKeys, AmongTheClasses) {
     for (const wchar_t* name : {L"", L"\\CLSID", L"\\Interface", L"\\Wow6432Node", L"\\Wow6432Node\\CLSID"}) {
-        CompareTree(SOFTWARE + L"\\Classes" + name, 2, 40);
+        CompareTree(softwareKey + L"\\Classes" + name, 2, 40);
     }
     EXPECT_GT(compared, 1000);
 }
 
 TEST_F(FoundKeys, OfUsersAndOfTheSystem) {
     CompareTree(L"\\REGISTRY\\User", 4, 10);
-    CompareTree(MACHINE + L"\\System", 3, 10);
+    CompareTree(machineKey + L"\\System", 3, 10);
     EXPECT_GT(compared, 500);
 }
 
 TEST_F(FoundKeys, ByNamesOfSeveralComponents) {
     const auto classes =
-        NativeTestKey::Open(nullptr, SOFTWARE + L"\\Classes\\CLSID", KEY_READ | KEY_WOW64_64KEY);
+        NativeTestKey::Open(nullptr, softwareKey + L"\\Classes\\CLSID", KEY_READ | KEY_WOW64_64KEY);
     for (const std::wstring& clsid : classes.Subkeys(100)) {
-        CompareFrom(MACHINE, L"Software\\Classes\\CLSID\\" + clsid);
-        CompareFrom(SOFTWARE, L"Classes\\CLSID\\" + clsid);
-        CompareFrom(SOFTWARE, L"Wow6432Node\\Classes\\CLSID\\" + clsid);
-        CompareFrom(SOFTWARE + L"\\Classes", L"CLSID\\" + clsid);
-        CompareFrom(SOFTWARE + L"\\Classes", L"wow6432node\\CLSID\\" + clsid);
-        CompareFrom(SOFTWARE + L"\\Wow6432Node", L"Classes\\CLSID\\" + clsid);
-        CompareFrom(SOFTWARE + L"\\Classes\\Wow6432Node", L"CLSID\\" + clsid);
+        CompareFrom(machineKey, L"Software\\Classes\\CLSID\\" + clsid);
+        CompareFrom(softwareKey, L"Classes\\CLSID\\" + clsid);
+        CompareFrom(softwareKey, L"Wow6432Node\\Classes\\CLSID\\" + clsid);
+        CompareFrom(softwareKey + L"\\Classes", L"CLSID\\" + clsid);
+        CompareFrom(softwareKey + L"\\Classes", L"wow6432node\\CLSID\\" + clsid);
+        CompareFrom(softwareKey + L"\\Wow6432Node", L"Classes\\CLSID\\" + clsid);
+        CompareFrom(softwareKey + L"\\Classes\\Wow6432Node", L"CLSID\\" + clsid);
     }
-    CompareFrom(MACHINE, L"Software\\\\Microsoft\\\\\\Windows\\");
+    CompareFrom(machineKey, L"Software\\\\Microsoft\\\\\\Windows\\");
     EXPECT_GT(compared, 500);
 }
 
 TEST_F(FoundKeys, WhereLinksLead) {
-    const std::wstring top = MACHINE + L"\\System\\Keyreap link test";
+    const std::wstring top = machineKey + L"\\System\\Keyreap link test";
     const ACCESS_MASK all = KEY_ALL_ACCESS | KEY_WOW64_64KEY;
     const auto test = NativeTestKey::Create(nullptr, top, all);
     const auto target = NativeTestKey::Create(test.Handle(), L"Target", all);
@@ -129,32 +129,32 @@ TEST_F(FoundKeys, WhereLinksLead) {
 }
 
 TEST_F(FoundKeys, WhenACreationFindsThemThere) {
-    const auto software = NativeTestKey::Open(nullptr, SOFTWARE, KEY_READ | KEY_WOW64_64KEY);
+    const auto software = NativeTestKey::Open(nullptr, softwareKey, KEY_READ | KEY_WOW64_64KEY);
     for (const std::wstring& name : software.Subkeys(50)) {
         for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
             if (NativeTestKey::Open(software.Handle(), name, KEY_QUERY_VALUE | view).IsOpen()) {
                 const auto key = NativeTestKey::Create(software.Handle(), name, KEY_QUERY_VALUE | view);
-                ASSERT_TRUE(key.WasThere()) << name;
-                Check(key, SOFTWARE, name, ViewOf(view, 0));
+                ASSERT_TRUE(key.Existed()) << name;
+                Check(key, softwareKey, name, ViewOf(view, 0));
             }
         }
     }
     EXPECT_GT(compared, 10);
 }
 
-TEST(LiveKeyFacts, TellsWhatIsThere) {
+TEST(LiveKeyFacts, ReportsWhichKeysExist) {
     LiveKeyFacts facts;
-    EXPECT_TRUE(facts.Exists(SOFTWARE));
-    EXPECT_FALSE(facts.Exists(SOFTWARE + L"\\Keyreap no such key"));
+    EXPECT_TRUE(facts.Exists(softwareKey));
+    EXPECT_FALSE(facts.Exists(softwareKey + L"\\Keyreap no such key"));
     EXPECT_FALSE(facts.Exists(L""));
-    EXPECT_FALSE(facts.Exists(SOFTWARE + L'\\' + std::wstring(0x10000, L'a')));
-    EXPECT_FALSE(facts.LinkTarget(SOFTWARE));
-    // Its opening succeeds with a status of its own (STATUS_PREDEFINED_HANDLE).
-    EXPECT_TRUE(facts.Exists(SOFTWARE + L"\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\009"));
+    EXPECT_FALSE(facts.Exists(softwareKey + L'\\' + std::wstring(0x10000, L'a')));
+    EXPECT_FALSE(facts.LinkTarget(softwareKey));
+    // Opening it succeeds with a special status (STATUS_PREDEFINED_HANDLE).
+    EXPECT_TRUE(facts.Exists(softwareKey + L"\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\009"));
 }
 
-TEST(LiveKeyFacts, AnswersAreKeptUntilTheyAreForgotten) {
-    const std::wstring path = SOFTWARE + L"\\Keyreap facts test";
+TEST(LiveKeyFacts, AnswersAreCachedUntilForget) {
+    const std::wstring path = softwareKey + L"\\Keyreap facts test";
     LiveKeyFacts facts;
     EXPECT_FALSE(facts.Exists(path));
     const auto key = NativeTestKey::Create(nullptr, path, KEY_ALL_ACCESS | KEY_WOW64_64KEY);
@@ -164,8 +164,8 @@ TEST(LiveKeyFacts, AnswersAreKeptUntilTheyAreForgotten) {
     key.Delete();
 }
 
-TEST(LiveKeyFacts, ALinkIsOneAndHasItsTarget) {
-    const std::wstring path = SOFTWARE + L"\\Keyreap facts test";
+TEST(LiveKeyFacts, ALinkHasItsTarget) {
+    const std::wstring path = softwareKey + L"\\Keyreap facts test";
     const auto link =
         NativeTestKey::Create(nullptr, path, KEY_ALL_ACCESS | KEY_WOW64_64KEY, REG_OPTION_CREATE_LINK);
     link.SetLinkTarget(L"\\REGISTRY\\No such key");
@@ -176,13 +176,13 @@ TEST(LiveKeyFacts, ALinkIsOneAndHasItsTarget) {
 }
 
 TEST(LiveKeyFacts, AValueOfTheTargetsNameAloneMakesNoLink) {
-    const auto key =
-        NativeTestKey::Create(nullptr, SOFTWARE + L"\\Keyreap facts test", KEY_ALL_ACCESS | KEY_WOW64_64KEY);
+    const auto key = NativeTestKey::Create(nullptr, softwareKey + L"\\Keyreap facts test",
+                                           KEY_ALL_ACCESS | KEY_WOW64_64KEY);
     const wchar_t target[] = L"\\REGISTRY\\User";
     EXPECT_EQ(RegSetValueExW(static_cast<HKEY>(key.Handle()), L"SymbolicLinkValue", 0, REG_SZ,
                              reinterpret_cast<const BYTE*>(target), sizeof(target)),
               ERROR_SUCCESS);
-    EXPECT_FALSE(LiveKeyFacts().LinkTarget(SOFTWARE + L"\\Keyreap facts test"));
+    EXPECT_FALSE(LiveKeyFacts().LinkTarget(softwareKey + L"\\Keyreap facts test"));
     key.Delete();
 }
 

@@ -23,8 +23,8 @@ namespace keyreap {
 
 namespace {
 
-constexpr int KEY_BASIC_INFORMATION = 0; // KEY_INFORMATION_CLASS, wdm.h
-constexpr int KEY_NAME_INFORMATION = 3;
+constexpr int keyBasicInformation = 0; // KEY_INFORMATION_CLASS, wdm.h
+constexpr int keyNameInformation = 3;
 
 struct BasicInformation {
     LARGE_INTEGER lastWriteTime;
@@ -38,7 +38,7 @@ struct NameInformation {
     std::array<wchar_t, 4096> name;
 };
 
-// An OBJECT_ATTRIBUTES with the name that it points to.
+// An OBJECT_ATTRIBUTES and the name that it points to.
 struct NamedAttributes {
     NamedAttributes(HANDLE parent, std::wstring& text, ULONG flags)
         : name{static_cast<USHORT>(text.size() * sizeof(wchar_t)),
@@ -58,7 +58,7 @@ struct NamedAttributes {
 NativeTestKey NativeTestKey::Open(HANDLE parent, std::wstring name, ACCESS_MASK access, ULONG attributes) {
     NativeTestKey key;
     NamedAttributes asked(parent, name, attributes);
-    key.wasThere = NtOpenKey(&key.handle, access, &asked.attributes) == 0;
+    key.existed = NtOpenKey(&key.handle, access, &asked.attributes) == 0;
     return key;
 }
 
@@ -67,16 +67,16 @@ NativeTestKey NativeTestKey::Create(HANDLE parent, std::wstring name, ACCESS_MAS
     NamedAttributes asked(parent, name, 0);
     ULONG disposition = 0;
     NtCreateKey(&key.handle, access, &asked.attributes, 0, nullptr, options, &disposition);
-    key.wasThere = disposition == REG_OPENED_EXISTING_KEY;
+    key.existed = disposition == REG_OPENED_EXISTING_KEY;
     return key;
 }
 
 NativeTestKey::NativeTestKey(NativeTestKey&& other) noexcept
-    : handle(std::exchange(other.handle, nullptr)), wasThere(other.wasThere) {}
+    : handle(std::exchange(other.handle, nullptr)), existed(other.existed) {}
 
 NativeTestKey& NativeTestKey::operator=(NativeTestKey&& other) noexcept {
     std::swap(handle, other.handle);
-    wasThere = other.wasThere;
+    existed = other.existed;
     return *this;
 }
 
@@ -89,7 +89,7 @@ NativeTestKey::~NativeTestKey() {
 std::wstring NativeTestKey::RealPath() const {
     NameInformation information{};
     ULONG needed = 0;
-    EXPECT_EQ(NtQueryKey(handle, KEY_NAME_INFORMATION, &information, sizeof(information), &needed), 0);
+    EXPECT_EQ(NtQueryKey(handle, keyNameInformation, &information, sizeof(information), &needed), 0);
     return std::wstring(information.name.data(), information.nameLength / sizeof(wchar_t));
 }
 
@@ -98,7 +98,7 @@ std::vector<std::wstring> NativeTestKey::Subkeys(unsigned most) const {
     BasicInformation information{};
     ULONG needed = 0;
     while (names.size() < most &&
-           NtEnumerateKey(handle, static_cast<ULONG>(names.size()), KEY_BASIC_INFORMATION, &information,
+           NtEnumerateKey(handle, static_cast<ULONG>(names.size()), keyBasicInformation, &information,
                           sizeof(information), &needed) == 0) {
         names.emplace_back(information.name.data(), information.nameLength / sizeof(wchar_t));
     }

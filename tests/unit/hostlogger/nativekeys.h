@@ -7,14 +7,13 @@
 
 namespace keyreap {
 
-// Registry keys by the system's native calls, for tests of what predicts their answers.
-
-// A key asked for by a name relative to another, or by a complete one. No handle if it isn't there.
+// A registry key opened by the system's native calls, for tests of predicted results: by a name relative to
+// another key, or by a complete one. Without a handle if it doesn't exist.
 class NativeTestKey {
 public:
     NativeTestKey() = default;
     static NativeTestKey Open(HANDLE parent, std::wstring name, ACCESS_MASK access, ULONG attributes = 0);
-    // Makes it if it isn't there.
+    // Creates the key if it doesn't exist.
     static NativeTestKey Create(HANDLE parent, std::wstring name, ACCESS_MASK access, ULONG options = 0);
 
     NativeTestKey(NativeTestKey&& other) noexcept;
@@ -23,10 +22,10 @@ public:
 
     HANDLE Handle() const { return handle; }
     bool IsOpen() const { return handle != nullptr; }
-    // False if this object made it.
-    bool WasThere() const { return wasThere; }
+    // False if this object created the key.
+    bool Existed() const { return existed; }
 
-    // What the system calls it.
+    // Its path, from the system.
     std::wstring RealPath() const;
     // The names of its first subkeys.
     std::vector<std::wstring> Subkeys(unsigned most) const;
@@ -36,7 +35,7 @@ public:
 
 private:
     HANDLE handle = nullptr;
-    bool wasThere = false;
+    bool existed = false;
 };
 
 } // namespace keyreap

@@ -9,8 +9,7 @@
 
 namespace keyreap {
 
-// A registry made of a list of keys and links, for tests of what asks about real paths. Names are compared as
-// they are spelled.
+// A registry made of a list of keys and links, for tests of code that asks about real paths. Case matters.
 class RegistryModel : public KeyFacts {
 public:
     bool Exists(const std::wstring& path) override {
@@ -23,7 +22,7 @@ public:
         return link == links.end() ? std::nullopt : std::optional(link->second);
     }
 
-    // Adds the keys above it too.
+    // Adds the keys above it, too.
     void Add(const std::wstring& path) {
         for (std::size_t end = path.find(L'\\', 1); end != std::wstring::npos;
              end = path.find(L'\\', end + 1)) {

@@ -15,7 +15,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// The lines of a log with something of everything.
+// The lines of a log with every kind of request.
 Lines GoodLog() {
     RequestStory story;
     story.Line("time 1000");
@@ -24,19 +24,19 @@ Lines GoodLog() {
     story.Create(0x24, R"(Software\A)", 8, {.parent = 4, .attributes = 0x42, .status = "OBJECT_NAME_EXISTS"});
     story.Create(0x24, "B", 12, {.parent = 8, .realPath = R"(REGISTRY\Machine\Software\A\B)"});
     story.SetValue(0x24, 12, "V[\"1\"]");
-    story.Duplicate(0x24, RequestStory::SELF, 12, RequestStory::SELF, 16, 1);
-    story.Mark(0x24, 16, 1, 1);
+    story.Duplicate(0x24, RequestStory::self, 12, RequestStory::self, 16, 1);
+    story.SetHandleInfo(0x24, 16, 1, 1);
     story.NewProcess(0x24, 0x30, 20, 4, "00000008,00000010");
     story.NewThread(0x24, 20, 0x34);
-    story.MapImage(0x34, RequestStory::I386);
-    story.EndStart(0x34);
+    story.MapImage(0x34, RequestStory::machine32);
+    story.ReachEntryPoint(0x34);
     story.Line("time 2000");
     story.Create(0x34, R"(Software\C)", 24, {.parent = 8, .access = 0x2023F, .status = "OBJECT_NAME_EXISTS"});
     story.Rename(0x34, 16, "New");
     story.DeleteValue(0x34, 16, "V");
     story.QueryValue(0x34, 16, "V");
     story.OpenProcess(0x34, 0x20, 28);
-    story.Duplicate(0x34, 28, 8, RequestStory::SELF, 32);
+    story.Duplicate(0x34, 28, 8, RequestStory::self, 32);
     story.DeleteKey(0x34, 32);
     story.Open(0x34, R"(\REGISTRY\Missing)", 0, {.status = "OBJECT_NAME_NOT_FOUND"});
     story.Close(0x34, 16);
@@ -54,7 +54,7 @@ std::uint64_t BlockOf(const EtlEvent& event) {
     return LoadNumber<std::uint64_t>(event.payload, keyHandle);
 }
 
-// The log that is recorded of any lines can be read, and every block that it goes back to has a name.
+// Whatever the lines, the recorded log can be read, and every control block in it has a name.
 void RecordAndRead(const Lines& lines) {
     RegistryModel registry = MachineWithNodes();
     MemorySink sink;
@@ -81,7 +81,7 @@ void RecordAndRead(const Lines& lines) {
     EXPECT_TRUE(std::ranges::includes(named, used));
 }
 
-TEST(DamagedRequestLog, AGoodOneIsRecorded) {
+TEST(DamagedRequestLog, AnIntactLogIsRecorded) {
     RecordAndRead(GoodLog());
 }
 
@@ -94,7 +94,7 @@ TEST(DamagedRequestLog, EveryLineMayBeMissing) {
     }
 }
 
-TEST(DamagedRequestLog, EveryLineMayBeCutShort) {
+TEST(DamagedRequestLog, EveryLineMayBeTruncated) {
     const Lines good = GoodLog();
     for (std::size_t cut = 0; cut < good.size(); ++cut) {
         Lines lines = good;

@@ -40,21 +40,21 @@ TEST(ParseRequestLine, AReplyHasItsStatusAndItsFields) {
     EXPECT_EQ(NumberField(line->fields, "hkey"), 4U);
 }
 
-TEST(ParseRequestLine, AReplyMayBeAStatusAlone) {
+TEST(ParseRequestLine, AReplyMayBeOnlyAStatus) {
     const auto line = ParseRequestLine("0024: set_key_value() = c0000022");
     ASSERT_TRUE(line);
     EXPECT_EQ(line->status, "c0000022");
     EXPECT_TRUE(line->fields.empty());
 }
 
-TEST(ParseRequestLine, AReplyThatWasCutShortKeepsItsStatus) {
+TEST(ParseRequestLine, ATruncatedReplyKeepsItsStatus) {
     const auto line = ParseRequestLine("0024: create_key() = 0 { hkey=00");
     ASSERT_TRUE(line);
     EXPECT_EQ(line->status, "0");
     EXPECT_TRUE(line->fields.empty());
 }
 
-TEST(ParseRequestLine, AKeysRealPathStandsInALineOfItsOwn) {
+TEST(ParseRequestLine, AKeysRealPathIsALineOfItsOwn) {
     for (const char* text : {R"(Open key REGISTRY\\Machine)", R"(Create key REGISTRY\\Machine)"}) {
         const auto line = ParseRequestLine(text);
         ASSERT_TRUE(line) << text;
@@ -77,7 +77,7 @@ TEST(ParseRequestLine, TheEndOfAProcessHasItsId) {
     EXPECT_EQ(line->id, 0xD4U);
 }
 
-TEST(ParseRequestLine, TheFilterAddsTheTimeAndWhereLinesAreLost) {
+TEST(ParseRequestLine, TheFilterAddsTimesAndMarksLostLines) {
     const auto clock = ParseRequestLine("time 123456789012345");
     ASSERT_TRUE(clock);
     EXPECT_EQ(clock->kind, Kind::clock);
@@ -87,7 +87,7 @@ TEST(ParseRequestLine, TheFilterAddsTheTimeAndWhereLinesAreLost) {
     EXPECT_EQ(lost->kind, Kind::lost);
 }
 
-TEST(ParseRequestLine, AnyOtherLineIsNone) {
+TEST(ParseRequestLine, AnyOtherLineIsRejected) {
     for (const char* text : {"",
                              " ",
                              ":",
@@ -113,11 +113,11 @@ TEST(ParseRequestLine, AnyOtherLineIsNone) {
     }
 }
 
-TEST(ParseRequestLine, EveryBeginningOfALineIsTakenOrLeft) {
-    const std::string_view whole =
+TEST(ParseRequestLine, EveryBeginningOfALineIsARequestOrRejected) {
+    const std::string_view complete =
         R"(0024: create_key( access=000f003f, objattr={rootdir=0028,sd={},name=L"a\"}\x123"}, class=L"" ))";
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        const auto line = ParseRequestLine(whole.substr(0, length));
+    for (std::size_t length = 0; length < complete.size(); ++length) {
+        const auto line = ParseRequestLine(complete.substr(0, length));
         if (line) {
             EXPECT_EQ(line->kind, Kind::request);
             EXPECT_EQ(NumberField(line->fields, "hkey"), 0U);
@@ -125,24 +125,24 @@ TEST(ParseRequestLine, EveryBeginningOfALineIsTakenOrLeft) {
     }
 }
 
-constexpr std::string_view CREATE =
+constexpr std::string_view createFields =
     R"( access=000f003f, options=00000000, objattr={rootdir=0028,attributes=000000c0,sd={},name=L"T1,x={"}, class=L"c")";
 
-TEST(FindField, FieldsArePartedByCommasOfTheirOwnLevel) {
-    EXPECT_EQ(FindField(CREATE, "access"), "000f003f");
-    EXPECT_EQ(FindField(CREATE, "options"), "00000000");
-    EXPECT_EQ(FindField(CREATE, "class"), R"(L"c")");
+TEST(FindField, FieldsAreSeparatedByCommasOfTheirOwnLevel) {
+    EXPECT_EQ(FindField(createFields, "access"), "000f003f");
+    EXPECT_EQ(FindField(createFields, "options"), "00000000");
+    EXPECT_EQ(FindField(createFields, "class"), R"(L"c")");
 }
 
-TEST(FindField, AStructureIsGivenWithoutItsBraces) {
-    const auto structure = FindField(CREATE, "objattr");
+TEST(FindField, AStructureHasNoBraces) {
+    const auto structure = FindField(createFields, "objattr");
     ASSERT_TRUE(structure);
     EXPECT_EQ(FindField(*structure, "rootdir"), "0028");
     EXPECT_EQ(FindField(*structure, "sd"), "");
     EXPECT_EQ(FindField(*structure, "name"), R"(L"T1,x={")");
 }
 
-TEST(RequestFields, AreGivenOneByOneAndWithoutBraces) {
+TEST(RequestFields, AreIteratedWithoutBraces) {
     RequestFields fields(R"(a=1, b={c=2,d=3}, name=L"x, y=1")");
     ASSERT_TRUE(fields.Next());
     EXPECT_EQ(fields.Name(), "a");
@@ -156,19 +156,19 @@ TEST(RequestFields, AreGivenOneByOneAndWithoutBraces) {
     EXPECT_FALSE(fields.Next());
 }
 
-TEST(RequestFields, WhatHasNoSignIsPassedOver) {
+TEST(RequestFields, TextWithoutAnEqualsSignIsSkipped) {
     RequestFields fields("a, b=1,, c");
     ASSERT_TRUE(fields.Next());
     EXPECT_EQ(fields.Name(), "b");
     EXPECT_FALSE(fields.Next());
 }
 
-TEST(FindField, AFieldOfAStructureIsNoneOfTheOuterOnes) {
-    EXPECT_FALSE(FindField(CREATE, "rootdir"));
-    EXPECT_FALSE(FindField(CREATE, "name"));
+TEST(FindField, AFieldOfAStructureIsNoOuterField) {
+    EXPECT_FALSE(FindField(createFields, "rootdir"));
+    EXPECT_FALSE(FindField(createFields, "name"));
 }
 
-TEST(FindField, ANameMustBeWhole) {
+TEST(FindField, OnlyTheWholeNameMatches) {
     EXPECT_FALSE(FindField("hkey=0004", "key"));
     EXPECT_FALSE(FindField("hkey=0004", "hke"));
     EXPECT_FALSE(FindField("hkey=0004", "hkey0"));
@@ -180,12 +180,12 @@ TEST(FindField, TheFirstOfTwoCounts) {
     EXPECT_EQ(FindField("a=1, a=2", "a"), "1");
 }
 
-TEST(FindField, ATextThatNeverEndsReachesToTheEnd) {
+TEST(FindField, AnUnterminatedTextExtendsToTheEnd) {
     EXPECT_EQ(FindField(R"(name=L"a, b=1)", "name"), R"(L"a, b=1)");
     EXPECT_FALSE(FindField(R"(name=L"a, b=1)", "b"));
 }
 
-TEST(FindField, BracesThatNeverEndReachToTheEnd) {
+TEST(FindField, UnclosedBracesExtendToTheEnd) {
     EXPECT_EQ(FindField("a={b=1, c=2", "a"), "{b=1, c=2");
     EXPECT_EQ(FindField("a=}, c=2", "c"), "2");
 }
@@ -195,7 +195,7 @@ TEST(NumberField, NumbersAreHexadecimal) {
     EXPECT_EQ(NumberField("src_process=ffffffff", "src_process"), 0xFFFFFFFFU);
 }
 
-TEST(NumberField, WhatIsNoNumberIsZero) {
+TEST(NumberField, AnInvalidNumberIsZero) {
     EXPECT_EQ(NumberField("a=", "a"), 0U);
     EXPECT_EQ(NumberField("a=1ffffffff", "a"), 0U);
     EXPECT_EQ(NumberField("a=12g", "a"), 0U);
@@ -210,27 +210,27 @@ TEST(NumbersField, AListHasItsNumbersInOrder) {
     EXPECT_TRUE(NumbersField("handles={00000034}", "jobs").empty());
 }
 
-TEST(NumbersField, WhatIsNoNumberStandsAsZero) {
+TEST(NumbersField, AnInvalidNumberInAListIsZero) {
     EXPECT_EQ(NumbersField("handles={x,00000010,}", "handles"), (std::vector<std::uint32_t>{0, 0x10}));
 }
 
-TEST(TextField, ATextIsGivenPlain) {
+TEST(TextField, ATextHasNoEscapes) {
     EXPECT_EQ(TextField(R"(name=L"Software\\T1")", "name"), L"Software\\T1");
     EXPECT_EQ(TextField(R"(name=L"")", "name"), L"");
 }
 
-TEST(TextField, WhatIsNoWholeTextIsEmpty) {
+TEST(TextField, AnInvalidTextIsEmpty) {
     for (const char* fields :
          {"", "name=", "name=L", R"(name=L")", R"(name="a")", R"(name=L"a)", R"(name=l"a")", "name=a"}) {
         EXPECT_TRUE(TextField(fields, "name").empty()) << fields;
     }
 }
 
-TEST(UnescapeServerText, ABackslashTakesAwayAMeaning) {
+TEST(UnescapeServerText, ABackslashMakesTheNextCharacterLiteral) {
     EXPECT_EQ(UnescapeServerText(R"(a\\b\"c\[d\])"), L"a\\b\"c[d]");
 }
 
-TEST(UnescapeServerText, LettersStandForControlCharacters) {
+TEST(UnescapeServerText, LettersMeanControlCharacters) {
     EXPECT_EQ(UnescapeServerText(R"(\a\b\t\n\v\f\r\e)"), L"\a\b\t\n\v\f\r\x1b");
 }
 
@@ -243,20 +243,20 @@ TEST(UnescapeServerText, AZeroInsideIsKept) {
     EXPECT_EQ(UnescapeServerText(R"(a\0b)"), (std::wstring{L'a', 0, L'b'}));
 }
 
-TEST(UnescapeServerText, WhatIsNotAsciiIsHexadecimal) {
+TEST(UnescapeServerText, UnitsOutsideOfAsciiAreHexadecimal) {
     EXPECT_EQ(UnescapeServerText(R"(\xe9x)"), (std::wstring{0xE9, L'x'}));
     EXPECT_EQ(UnescapeServerText(R"(\xd83d\xde00)"), (std::wstring{0xD83D, 0xDE00}));
     EXPECT_EQ(UnescapeServerText(R"(\x00e9e)"), (std::wstring{0xE9, L'e'}));
 }
 
-TEST(UnescapeServerText, AnEscapeCutShortIsNoDanger) {
+TEST(UnescapeServerText, ATruncatedEscapeIsHarmless) {
     EXPECT_EQ(UnescapeServerText("a\\"), L"a\\");
     EXPECT_EQ(UnescapeServerText("\\x"), (std::wstring{0}));
     EXPECT_EQ(UnescapeServerText("\\xg"), (std::wstring{0, L'g'}));
     EXPECT_EQ(UnescapeServerText("\\8"), L"8");
 }
 
-TEST(UnescapeServerText, BytesAboveAsciiStandForThemselves) {
+TEST(UnescapeServerText, BytesAboveAsciiAreKept) {
     EXPECT_EQ(UnescapeServerText("\xe9\xff"), (std::wstring{0xE9, 0xFF}));
 }
 

@@ -11,36 +11,37 @@
 namespace keyreap {
 namespace {
 
-constexpr std::uint32_t PROCESS = 0x20;
-constexpr std::uint32_t THREAD = 0x24;
+constexpr std::uint32_t firstProcess = 0x20;
+constexpr std::uint32_t firstThread = 0x24;
 
-const std::wstring SOFTWARE = L"\\REGISTRY\\Machine\\Software";
+const std::wstring softwareKey = L"\\REGISTRY\\Machine\\Software";
 
 struct Event {
     independent::SystemTraceHeader header;
     independent::RegistryPayload payload;
 };
 
-// Records what a story tells, and reads the log with the second decoder.
+// Records the requests of a story, and reads the log with the independent decoder.
 class RequestRecorderTest : public testing::Test {
 protected:
-    static constexpr std::int64_t START = 5000;
+    static constexpr std::int64_t startTime = 5000;
 
     RequestRecorderTest() {
-        story.Process(PROCESS, THREAD);
-        story.Open(THREAD, R"(\Registry\Machine\Software)", 4, {.realPath = R"(REGISTRY\Machine\Software)"});
+        story.Process(firstProcess, firstThread);
+        story.Open(firstThread, R"(\Registry\Machine\Software)", 4,
+                   {.realPath = R"(REGISTRY\Machine\Software)"});
         Record();
     }
 
-    // Hands over what was told since the last time.
+    // Records what was reported since the last call.
     void Record() {
-        for (const KeyRequest& request : story.told.requests) {
+        for (const KeyRequest& request : story.reported.requests) {
             if (started) {
                 recorder.OnKeyRequest(request);
             }
         }
         started = true;
-        story.told.requests.clear();
+        story.reported.requests.clear();
     }
 
     std::vector<Event> Events() {
@@ -76,8 +77,8 @@ protected:
     RequestStory story;
     MemorySink sink;
     EtlWriter writer{sink, Header()};
-    RequestRecorder recorder{writer, story.registry, START};
-    bool started = writer.Begin(START, 1, 2) && false;
+    RequestRecorder recorder{writer, story.registry, startTime};
+    bool started = writer.Begin(startTime, 1, 2) && false;
 };
 
 std::wstring NameOfBlock(const std::vector<Event>& events, std::uint64_t handle) {
@@ -93,10 +94,10 @@ std::wstring NameOfBlock(const std::vector<Event>& events, std::uint64_t handle)
 
 TEST_F(RequestRecorderTest, AnEventHasItsThreadsIdsItsTimeAndItsStatus) {
     story.Line("time 7000");
-    story.SetValue(THREAD, 4, "Value", "ACCESS_DENIED");
+    story.SetValue(firstThread, 4, "Value", "ACCESS_DENIED");
     const Event event = EventOfType(registryevent::setValue);
-    EXPECT_EQ(event.header.ProcessId, PROCESS);
-    EXPECT_EQ(event.header.ThreadId, THREAD);
+    EXPECT_EQ(event.header.ProcessId, firstProcess);
+    EXPECT_EQ(event.header.ThreadId, firstThread);
     EXPECT_EQ(event.header.SystemTime, 7000);
     EXPECT_EQ(event.header.Version, 2U);
     EXPECT_EQ(event.payload.InitialTime, 7000);
@@ -107,23 +108,23 @@ TEST_F(RequestRecorderTest, AnEventHasItsThreadsIdsItsTimeAndItsStatus) {
 
 TEST_F(RequestRecorderTest, NoEventIsOlderThanTheStart) {
     story.Line("time 4000");
-    story.SetValue(THREAD, 4, "Value");
-    EXPECT_EQ(EventOfType(registryevent::setValue).header.SystemTime, START);
+    story.SetValue(firstThread, 4, "Value");
+    EXPECT_EQ(EventOfType(registryevent::setValue).header.SystemTime, startTime);
 }
 
-TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedBeforeTheEventThatMadeIt) {
-    story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedAheadOfTheEventThatMadeIt) {
+    story.Create(firstThread, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     const std::vector<Event> events = Events();
     ASSERT_GE(events.size(), 2U);
     EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
-    EXPECT_EQ(events[0].payload.KeyName, SOFTWARE + L"\\A");
+    EXPECT_EQ(events[0].payload.KeyName, softwareKey + L"\\A");
     EXPECT_NE(events[0].payload.KeyHandle, 0U);
     EXPECT_EQ(events[0].payload.Status, 0U);
     EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
 }
 
-TEST_F(RequestRecorderTest, TheNameOfABlockIsASuccessWhateverTheOpeningCameTo) {
-    story.Open(THREAD, "009", 8,
+TEST_F(RequestRecorderTest, TheNameOfABlockIsASuccessWhateverTheStatusOfTheOpening) {
+    story.Open(firstThread, "009", 8,
                {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\009)", .status = "PREDEFINED_HANDLE"});
     const std::vector<Event> events = Events();
     ASSERT_GE(events.size(), 2U);
@@ -133,34 +134,34 @@ TEST_F(RequestRecorderTest, TheNameOfABlockIsASuccessWhateverTheOpeningCameTo) {
     EXPECT_EQ(events[1].payload.Status, 0x40000016U);
 }
 
-TEST_F(RequestRecorderTest, ARelativeNameGoesWithItsParentsBlock) {
-    story.Open(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+TEST_F(RequestRecorderTest, ARelativeNameHasTheBlockOfItsParent) {
+    story.Open(firstThread, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     const std::vector<Event> events = Events();
     const auto open = std::ranges::find(events, registryevent::openKey,
                                         [](const Event& event) { return event.header.PacketType; });
     ASSERT_NE(open, events.end());
     EXPECT_EQ(open->payload.KeyName, L"A");
-    EXPECT_EQ(NameOfBlock(events, open->payload.KeyHandle), SOFTWARE);
+    EXPECT_EQ(NameOfBlock(events, open->payload.KeyHandle), softwareKey);
 }
 
-TEST_F(RequestRecorderTest, ACompleteNameGoesWithNoBlock) {
-    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+TEST_F(RequestRecorderTest, ACompleteNameHasNoBlock) {
+    story.Open(firstThread, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
     const Event event = EventOfType(registryevent::openKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\User");
 }
 
-TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameSaysIsToldUnderItsRealName) {
-    story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\System)"});
+TEST_F(RequestRecorderTest, AKeyElsewhereThanItsNameIsRecordedUnderItsRealPath) {
+    story.Open(firstThread, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\System)"});
     const Event event = EventOfType(registryevent::openKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, L"\\REGISTRY\\Machine\\System");
 }
 
-TEST_F(RequestRecorderTest, AKeyElsewhereIsToldSoThoughItsRealNameIsAsLong) {
-    story.Open(THREAD, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\Real)"});
-    story.Open(THREAD, "Link", 12, {.parent = 4, .realPath = R"(REGISTRY\Machine\Hardware\Link)"});
-    story.Open(THREAD, "Link", 16, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software.Link)"});
+TEST_F(RequestRecorderTest, AKeyElsewhereIsRecordedSoEvenIfItsRealPathIsAsLong) {
+    story.Open(firstThread, "Link", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\Real)"});
+    story.Open(firstThread, "Link", 12, {.parent = 4, .realPath = R"(REGISTRY\Machine\Hardware\Link)"});
+    story.Open(firstThread, "Link", 16, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software.Link)"});
     const std::vector<Event> events = EventsOfType(registryevent::openKey);
     ASSERT_EQ(events.size(), 3U);
     EXPECT_EQ(events[0].payload.KeyName, L"\\REGISTRY\\Machine\\Software\\Real");
@@ -168,33 +169,33 @@ TEST_F(RequestRecorderTest, AKeyElsewhereIsToldSoThoughItsRealNameIsAsLong) {
     EXPECT_EQ(events[2].payload.KeyName, L"\\REGISTRY\\Machine\\Software.Link");
 }
 
-TEST_F(RequestRecorderTest, TheViewOfA32BitProcessIsToldUnderItsRealName) {
-    story.Process(0x30, 0x34, RequestStory::I386);
+TEST_F(RequestRecorderTest, ARedirectedKeyIsRecordedUnderItsRealPath) {
+    story.Process(0x30, 0x34, RequestStory::machine32);
     story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
     const Event event = EventOfType(registryevent::createKey);
     EXPECT_EQ(event.payload.KeyHandle, 0U);
-    EXPECT_EQ(event.payload.KeyName, SOFTWARE + L"\\Wow6432Node\\A");
+    EXPECT_EQ(event.payload.KeyName, softwareKey + L"\\Wow6432Node\\A");
     EXPECT_EQ(event.payload.Status, 0U);
 }
 
-TEST_F(RequestRecorderTest, AFailureIsToldAsItWasAsked) {
-    story.Open(THREAD, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
+TEST_F(RequestRecorderTest, AFailureIsRecordedAsAskedFor) {
+    story.Open(firstThread, "Missing", 0, {.parent = 4, .status = "OBJECT_NAME_NOT_FOUND"});
     const std::vector<Event> events = Events();
     ASSERT_FALSE(events.empty());
     EXPECT_EQ(events[0].header.PacketType, registryevent::openKey);
     EXPECT_EQ(events[0].payload.Status, 0xC0000034U);
     EXPECT_EQ(events[0].payload.KeyName, L"Missing");
-    EXPECT_EQ(NameOfBlock(events, events[0].payload.KeyHandle), SOFTWARE);
+    EXPECT_EQ(NameOfBlock(events, events[0].payload.KeyHandle), softwareKey);
 }
 
-TEST_F(RequestRecorderTest, EveryKindOfRequestHasItsEvent) {
-    story.Create(THREAD, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
-    story.SetValue(THREAD, 8, "V");
-    story.QueryValue(THREAD, 8, "V");
-    story.DeleteValue(THREAD, 8, "V");
-    story.Rename(THREAD, 8, "B");
-    story.DeleteKey(THREAD, 8);
-    story.Close(THREAD, 8);
+TEST_F(RequestRecorderTest, EveryTypeOfRequestHasItsEvent) {
+    story.Create(firstThread, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    story.SetValue(firstThread, 8, "V");
+    story.QueryValue(firstThread, 8, "V");
+    story.DeleteValue(firstThread, 8, "V");
+    story.Rename(firstThread, 8, "B");
+    story.DeleteKey(firstThread, 8);
+    story.Close(firstThread, 8);
     std::vector<int> types;
     for (const Event& event : Events()) {
         types.push_back(event.header.PacketType);
@@ -204,58 +205,59 @@ TEST_F(RequestRecorderTest, EveryKindOfRequestHasItsEvent) {
 }
 
 TEST_F(RequestRecorderTest, AllEventsOfAKeyHaveOneBlock) {
-    story.SetValue(THREAD, 4, "A");
-    story.Open(THREAD, R"(\registry\MACHINE\software)", 8, {.realPath = R"(REGISTRY\MACHINE\software)"});
-    story.SetValue(THREAD, 8, "B");
+    story.SetValue(firstThread, 4, "A");
+    story.Open(firstThread, R"(\registry\MACHINE\software)", 8, {.realPath = R"(REGISTRY\MACHINE\software)"});
+    story.SetValue(firstThread, 8, "B");
     const std::vector<Event> events = EventsOfType(registryevent::setValue);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
 }
 
 TEST_F(RequestRecorderTest, OtherKeysHaveOtherBlocks) {
-    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
-    story.SetValue(THREAD, 4, "A");
-    story.SetValue(THREAD, 8, "B");
+    story.Open(firstThread, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    story.SetValue(firstThread, 4, "A");
+    story.SetValue(firstThread, 8, "B");
     const std::vector<Event> events = EventsOfType(registryevent::setValue);
     ASSERT_EQ(events.size(), 2U);
     EXPECT_NE(events[0].payload.KeyHandle, events[1].payload.KeyHandle);
 }
 
 TEST_F(RequestRecorderTest, ABlockIsMadeOnce) {
-    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
-    story.Close(THREAD, 8);
-    story.Open(THREAD, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    story.Open(firstThread, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
+    story.Close(firstThread, 8);
+    story.Open(firstThread, R"(\REGISTRY\User)", 8, {.realPath = R"(REGISTRY\User)"});
     EXPECT_EQ(EventsOfType(registryevent::kcbCreate).size(), 1U);
 }
 
-TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBefore) {
-    story.SetValue(THREAD, 4, "A");
+TEST_F(RequestRecorderTest, TheRundownNamesKeysThatWereOpenBefore) {
+    story.SetValue(firstThread, 4, "A");
     const std::vector<Event> events = Events();
-    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), SOFTWARE);
+    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), softwareKey);
     EXPECT_EQ(events.back().header.PacketType, registryevent::kcbRundownEnd);
 }
 
-TEST_F(RequestRecorderTest, TheRundownNamesWhatWasOpenBeforeAndIsClosed) {
-    story.SetValue(THREAD, 4, "A");
-    story.Close(THREAD, 4);
+TEST_F(RequestRecorderTest, TheRundownNamesKeysThatWereOpenBeforeAndAreClosed) {
+    story.SetValue(firstThread, 4, "A");
+    story.Close(firstThread, 4);
     const std::vector<Event> events = Events();
-    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), SOFTWARE);
+    EXPECT_EQ(NameOfBlock(events, events.at(0).payload.KeyHandle), softwareKey);
 }
 
 TEST_F(RequestRecorderTest, TheRundownNamesEveryOpenKeyOnce) {
-    story.Duplicate(THREAD, RequestStory::SELF, 4, RequestStory::SELF, 8);
-    story.Open(THREAD, R"(\Registry\Machine\Software)", 12, {.realPath = R"(REGISTRY\Machine\Software)"});
-    story.Open(THREAD, R"(\REGISTRY\User)", 16, {.realPath = R"(REGISTRY\User)"});
+    story.Duplicate(firstThread, RequestStory::self, 4, RequestStory::self, 8);
+    story.Open(firstThread, R"(\Registry\Machine\Software)", 12,
+               {.realPath = R"(REGISTRY\Machine\Software)"});
+    story.Open(firstThread, R"(\REGISTRY\User)", 16, {.realPath = R"(REGISTRY\User)"});
     const std::vector<Event> events = EventsOfType(registryevent::kcbRundownEnd);
     ASSERT_EQ(events.size(), 2U);
-    EXPECT_EQ(events[0].payload.KeyName, SOFTWARE);
+    EXPECT_EQ(events[0].payload.KeyName, softwareKey);
     EXPECT_EQ(events[1].payload.KeyName, L"\\REGISTRY\\User");
 }
 
-TEST_F(RequestRecorderTest, WhatIsOpenAndWasNeverUsedIsNamedToo) {
+TEST_F(RequestRecorderTest, AnOpenKeyThatWasNeverUsedIsNamedToo) {
     const Event event = EventOfType(registryevent::kcbRundownEnd);
-    EXPECT_EQ(event.payload.KeyName, SOFTWARE);
-    EXPECT_EQ(event.header.SystemTime, START);
+    EXPECT_EQ(event.payload.KeyName, softwareKey);
+    EXPECT_EQ(event.header.SystemTime, startTime);
 }
 
 TEST_F(RequestRecorderTest, NamesAreKeptUnitByUnit) {

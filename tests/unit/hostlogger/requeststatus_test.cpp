@@ -19,12 +19,12 @@ TEST(ServerStatus, NamesAreThoseOfNtStatuses) {
     EXPECT_EQ(ServerStatus("PREDEFINED_HANDLE"), 0x40000016U);
 }
 
-TEST(ServerStatus, OthersAreHexadecimal) {
+TEST(ServerStatus, StatusesWithoutANameAreHexadecimal) {
     EXPECT_EQ(ServerStatus("c0000123"), 0xC0000123U);
     EXPECT_EQ(ServerStatus("103"), 0x103U);
 }
 
-TEST(ServerStatus, WhatIsNeitherIsAFailure) {
+TEST(ServerStatus, AnInvalidStatusIsAFailure) {
     for (const char* text :
          {"", " ", "SOMETHING_ELSE", "0x1", "-1", "1ffffffff", "12 ", "object_name_exists"}) {
         EXPECT_EQ(ServerStatus(text), 0xC0000001U) << '"' << text << '"';

@@ -33,7 +33,7 @@ std::string Quoted(std::string_view text) {
 
 void RequestStory::Line(std::string_view line) {
     lines.emplace_back(line);
-    tracker.Feed(line, listening ? &told : nullptr);
+    tracker.Feed(line, listening ? &reported : nullptr);
 }
 
 void RequestStory::Ask(std::uint32_t thread, std::string_view name, std::string_view fields) {
@@ -49,7 +49,7 @@ void RequestStory::Answer(std::uint32_t thread, std::string_view name, std::stri
 void RequestStory::Process(std::uint32_t process, std::uint32_t thread, const char* machine) {
     FirstThread(process, thread);
     MapImage(thread, machine);
-    EndStart(thread);
+    ReachEntryPoint(thread);
 }
 
 void RequestStory::FirstThread(std::uint32_t process, std::uint32_t thread) {
@@ -65,7 +65,7 @@ void RequestStory::MapImage(std::uint32_t thread, const char* machine, const cha
                ",contains_code=1,image_flags=" + flags + "}, name=L\"\"");
 }
 
-void RequestStory::EndStart(std::uint32_t thread, std::uint32_t process) {
+void RequestStory::ReachEntryPoint(std::uint32_t thread, std::uint32_t process) {
     Ask(thread, "get_process_debug_info", "handle=" + Hex(process));
     Answer(thread, "get_process_debug_info", "0", "debug=0000, debug_children=1, image={}");
 }
@@ -97,7 +97,7 @@ void RequestStory::KillProcess(std::uint32_t process) {
     Line(Hex(process) + ": *process killed*");
 }
 
-void RequestStory::TellPath(std::string_view verb, const KeyQuestion& question) {
+void RequestStory::ReportPath(std::string_view verb, const KeyQuestion& question) {
     if (!question.realPath.empty()) {
         Line(std::string(verb) + " key " + Escaped(question.realPath));
     }
@@ -108,7 +108,7 @@ void RequestStory::Create(std::uint32_t thread, std::string_view name, std::uint
     Ask(thread, "create_key",
         "access=" + Hex(question.access) + ", options=00000000, objattr={rootdir=" + Hex(question.parent) +
             ",attributes=" + Hex(question.attributes) + ",sd={},name=" + Quoted(name) + "}, class=L\"\"");
-    TellPath("Create", question);
+    ReportPath("Create", question);
     Answer(thread, "create_key", question.status, "hkey=" + Hex(handle));
 }
 
@@ -117,7 +117,7 @@ void RequestStory::Open(std::uint32_t thread, std::string_view name, std::uint32
     Ask(thread, "open_key",
         "parent=" + Hex(question.parent) + ", access=" + Hex(question.access) +
             ", attributes=" + Hex(question.attributes) + ", name=" + Quoted(name));
-    TellPath("Open", question);
+    ReportPath("Open", question);
     Answer(thread, "open_key", question.status, "hkey=" + Hex(handle));
 }
 
@@ -157,7 +157,7 @@ void RequestStory::Close(std::uint32_t thread, std::uint32_t handle, std::string
     Answer(thread, "close_handle", status);
 }
 
-void RequestStory::Mark(std::uint32_t thread, std::uint32_t handle, int flags, int mask) {
+void RequestStory::SetHandleInfo(std::uint32_t thread, std::uint32_t handle, int flags, int mask) {
     Ask(thread, "set_handle_info",
         "handle=" + Hex(handle) + ", flags=" + std::to_string(flags) + ", mask=" + std::to_string(mask));
     Answer(thread, "set_handle_info", "0", "old_flags=0");
@@ -173,10 +173,10 @@ void RequestStory::Duplicate(std::uint32_t thread, std::uint32_t source, std::ui
 }
 
 std::wstring RequestStory::LastPath() {
-    if (told.requests.empty() || !told.requests.back().key) {
+    if (reported.requests.empty() || !reported.requests.back().key) {
         return {};
     }
-    return told.requests.back().key->Path(registry);
+    return reported.requests.back().key->Path(registry);
 }
 
 } // namespace keyreap

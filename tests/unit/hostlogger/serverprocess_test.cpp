@@ -38,7 +38,7 @@ TEST(OpenKey, ItsParentIsKeptNoLongerThanNeeded) {
     EXPECT_EQ(parent.use_count(), 1);
 }
 
-TEST(OpenKey, ItsDepthCountsTheUnknownAboveIt) {
+TEST(OpenKey, ItsDepthCountsTheUnknownPathsAboveIt) {
     RegistryModel registry;
     const auto known = Key(L"\\REGISTRY");
     const auto first = std::make_shared<const OpenKey>(known, L"A", KeyView());
@@ -89,19 +89,19 @@ protected:
     ServerProcess parent;
 };
 
-TEST_F(Inheritance, AChildHasTheMarkedHandlesOfItsParent) {
+TEST_F(Inheritance, AChildHasTheInheritableHandlesOfItsParent) {
     EXPECT_EQ(HandlesOfChild(&parent), (std::vector<std::uint32_t>{4, 12}));
 }
 
-TEST_F(Inheritance, OfAListOnlyTheMarkedOnes) {
+TEST_F(Inheritance, OfAListOnlyInheritableHandles) {
     EXPECT_EQ(HandlesOfChild(&parent, {8, 12}), (std::vector<std::uint32_t>{12}));
 }
 
-TEST_F(Inheritance, AChildThatInheritsNothingHasNone) {
+TEST_F(Inheritance, AChildThatInheritsNothingHasNoHandles) {
     EXPECT_TRUE(HandlesOfChild(nullptr).empty());
 }
 
-TEST_F(Inheritance, AChildKnowsNothingOfTheProcessThatHadItsId) {
+TEST_F(Inheritance, AChildReplacesTheProcessThatHadItsId) {
     processes.Process(7).handles[16] = {Key(L"\\D"), 0, true};
     processes.Process(7).started = true;
     EXPECT_EQ(HandlesOfChild(&parent), (std::vector<std::uint32_t>{4, 12}));

@@ -7,40 +7,40 @@
 namespace keyreap {
 namespace {
 
-constexpr std::uint32_t PROCESS = 0x20;
-constexpr std::uint32_t THREAD = 0x24;
-constexpr std::uint32_t OTHER = 0x30;
-constexpr std::uint32_t OTHER_THREAD = 0x34;
+constexpr std::uint32_t firstProcess = 0x20;
+constexpr std::uint32_t firstThread = 0x24;
+constexpr std::uint32_t secondProcess = 0x30;
+constexpr std::uint32_t secondThread = 0x34;
 
-// Handles that each process of these tests has.
-constexpr std::uint32_t MACHINE_ROOT = 4; // HKLM, as the API makes it
-constexpr std::uint32_t ZONE = 8;         // HKLM\Software\Zone
-constexpr std::uint32_t FONTS = 12;       // HKLM\Software\Fonts, opened by its complete name
+// The handles of each process of these tests.
+constexpr std::uint32_t machineRoot = 4; // HKLM, as the API gets it
+constexpr std::uint32_t zone = 8;        // HKLM\Software\Zone
+constexpr std::uint32_t fonts = 12;      // HKLM\Software\Fonts, opened by its complete name
 
-const std::string ZONE_PATH = R"(\registry\machine\software\zone)";
-const std::string CREATES_ZONE = "8664\tcreate\t" + ZONE_PATH;
-const std::string SETS_NAME = "8664\tset\t" + ZONE_PATH + "\tname";
+const std::string zonePath = R"(\registry\machine\software\zone)";
+const std::string createsZone = "8664\tcreate\t" + zonePath;
+const std::string setsName = "8664\tset\t" + zonePath + "\tname";
 
 class SystemStartTest : public testing::Test {
 protected:
     void Recorded(const std::string& text) { story.tracker.SetSystemStart(SystemStart::Parse(text)); }
 
-    // A process ahead of its entry point: it has created Zone, which was there.
-    void Begin(std::uint32_t process = PROCESS, std::uint32_t thread = THREAD,
-               const char* machine = RequestStory::AMD64) {
+    // A process ahead of its entry point. It has created Zone, which existed.
+    void Begin(std::uint32_t process = firstProcess, std::uint32_t thread = firstThread,
+               const char* machine = RequestStory::machine64) {
         story.FirstThread(process, thread);
         story.MapImage(thread, machine);
-        story.Create(thread, R"(\REGISTRY\Machine)", MACHINE_ROOT, {.status = "OBJECT_NAME_EXISTS"});
-        story.Create(thread, R"(Software\Zone)", ZONE,
-                     {.parent = MACHINE_ROOT, .status = "OBJECT_NAME_EXISTS"});
-        story.Open(thread, R"(\Registry\Machine\Software\Fonts)", FONTS,
+        story.Create(thread, R"(\REGISTRY\Machine)", machineRoot, {.status = "OBJECT_NAME_EXISTS"});
+        story.Create(thread, R"(Software\Zone)", zone,
+                     {.parent = machineRoot, .status = "OBJECT_NAME_EXISTS"});
+        story.Open(thread, R"(\Registry\Machine\Software\Fonts)", fonts,
                    {.realPath = R"(REGISTRY\Machine\Software\Fonts)"});
     }
 
     // The requests that were reported, as lines.
     std::vector<std::string> Reported() {
         std::vector<std::string> lines;
-        for (const KeyRequest& request : story.told.requests) {
+        for (const KeyRequest& request : story.reported.requests) {
             lines.push_back(SystemStart::IsChange(request) ? SystemStart::LineOf(request, story.registry)
                                                            : "read");
         }
@@ -51,149 +51,150 @@ protected:
     RequestStory story;
 };
 
-TEST_F(SystemStartTest, WhatIsRecordedIsNotReportedAheadOfTheEntryPoint) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n');
+TEST_F(SystemStartTest, ARecordedRequestIsNotReportedAheadOfTheEntryPoint) {
+    Recorded(createsZone + '\n' + setsName + '\n');
     Begin();
-    story.SetValue(THREAD, ZONE, "Name");
+    story.SetValue(firstThread, zone, "Name");
     EXPECT_EQ(Reported(), Lines{});
 }
 
-TEST_F(SystemStartTest, WhatIsNotRecordedIsReportedAheadOfTheEntryPoint) {
-    Recorded(CREATES_ZONE + '\n');
+TEST_F(SystemStartTest, AnUnrecordedChangeIsReportedAheadOfTheEntryPoint) {
+    Recorded(createsZone + '\n');
     Begin();
-    story.Create(THREAD, "New", 16, {.parent = ZONE, .realPath = R"(REGISTRY\Machine\Software\Zone\New)"});
-    story.SetValue(THREAD, ZONE, "Name");
-    story.DeleteValue(THREAD, ZONE, "Name");
-    story.DeleteKey(THREAD, 16);
-    story.Rename(THREAD, ZONE, "Newer");
-    ASSERT_EQ(story.told.requests.size(), 5U);
-    EXPECT_EQ(story.told.requests[0].type, registryevent::createKey);
-    EXPECT_EQ(story.told.requests[1].type, registryevent::setValue);
-    EXPECT_EQ(story.told.requests[1].name, L"Name");
-    EXPECT_EQ(story.told.requests[2].type, registryevent::deleteValue);
-    EXPECT_EQ(story.told.requests[3].type, registryevent::deleteKey);
-    EXPECT_EQ(story.told.requests[4].type, registryevent::setInformation);
-    for (const KeyRequest& request : story.told.requests) {
-        EXPECT_EQ(request.processId, PROCESS);
+    story.Create(firstThread, "New", 16,
+                 {.parent = zone, .realPath = R"(REGISTRY\Machine\Software\Zone\New)"});
+    story.SetValue(firstThread, zone, "Name");
+    story.DeleteValue(firstThread, zone, "Name");
+    story.DeleteKey(firstThread, 16);
+    story.Rename(firstThread, zone, "Newer");
+    ASSERT_EQ(story.reported.requests.size(), 5U);
+    EXPECT_EQ(story.reported.requests[0].type, registryevent::createKey);
+    EXPECT_EQ(story.reported.requests[1].type, registryevent::setValue);
+    EXPECT_EQ(story.reported.requests[1].name, L"Name");
+    EXPECT_EQ(story.reported.requests[2].type, registryevent::deleteValue);
+    EXPECT_EQ(story.reported.requests[3].type, registryevent::deleteKey);
+    EXPECT_EQ(story.reported.requests[4].type, registryevent::setInformation);
+    for (const KeyRequest& request : story.reported.requests) {
+        EXPECT_EQ(request.processId, firstProcess);
     }
 }
 
 TEST_F(SystemStartTest, ARequestIsTheSystemsAsOftenAsItIsRecorded) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n' + SETS_NAME + '\n');
+    Recorded(createsZone + '\n' + setsName + '\n' + setsName + '\n');
     Begin();
-    story.SetValue(THREAD, ZONE, "Name");
-    story.SetValue(THREAD, ZONE, "Name");
+    story.SetValue(firstThread, zone, "Name");
+    story.SetValue(firstThread, zone, "Name");
     EXPECT_EQ(Reported(), Lines{});
-    story.SetValue(THREAD, ZONE, "Name");
-    story.SetValue(THREAD, ZONE, "Name");
-    EXPECT_EQ(Reported(), (Lines{SETS_NAME, SETS_NAME}));
+    story.SetValue(firstThread, zone, "Name");
+    story.SetValue(firstThread, zone, "Name");
+    EXPECT_EQ(Reported(), (Lines{setsName, setsName}));
 }
 
-TEST_F(SystemStartTest, EachStartIsCountedForItself) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n');
+TEST_F(SystemStartTest, EachStartHasACountOfItsOwn) {
+    Recorded(createsZone + '\n' + setsName + '\n');
     Begin();
-    Begin(OTHER, OTHER_THREAD);
-    story.SetValue(THREAD, ZONE, "Name");
-    story.SetValue(OTHER_THREAD, ZONE, "Name");
+    Begin(secondProcess, secondThread);
+    story.SetValue(firstThread, zone, "Name");
+    story.SetValue(secondThread, zone, "Name");
     EXPECT_EQ(Reported(), Lines{});
-    story.SetValue(OTHER_THREAD, ZONE, "Name");
-    ASSERT_EQ(story.told.requests.size(), 1U);
-    EXPECT_EQ(story.told.requests[0].processId, OTHER);
+    story.SetValue(secondThread, zone, "Name");
+    ASSERT_EQ(story.reported.requests.size(), 1U);
+    EXPECT_EQ(story.reported.requests[0].processId, secondProcess);
 }
 
-TEST_F(SystemStartTest, AnIdThatIsUsedAgainBeginsItsCountAgain) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n');
+TEST_F(SystemStartTest, AReusedIdBeginsANewCount) {
+    Recorded(createsZone + '\n' + setsName + '\n');
     for (int round = 0; round < 2; ++round) {
         Begin();
-        story.SetValue(THREAD, ZONE, "Name");
+        story.SetValue(firstThread, zone, "Name");
         EXPECT_EQ(Reported(), Lines{});
-        story.KillThread(THREAD);
-        story.KillProcess(PROCESS);
+        story.KillThread(firstThread);
+        story.KillProcess(firstProcess);
     }
 }
 
-TEST_F(SystemStartTest, FromTheEntryPointOnNothingIsTheSystems) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n');
+TEST_F(SystemStartTest, FromTheEntryPointOnEverythingIsReported) {
+    Recorded(createsZone + '\n' + setsName + '\n');
     Begin();
-    story.EndStart(THREAD);
-    story.SetValue(THREAD, ZONE, "Name");
-    story.QueryValue(THREAD, ZONE, "Name");
-    EXPECT_EQ(Reported(), (Lines{SETS_NAME, "read"}));
+    story.ReachEntryPoint(firstThread);
+    story.SetValue(firstThread, zone, "Name");
+    story.QueryValue(firstThread, zone, "Name");
+    EXPECT_EQ(Reported(), (Lines{setsName, "read"}));
 }
 
-TEST_F(SystemStartTest, WhatIsReadAheadOfTheEntryPointIsNotReported) {
-    Recorded(CREATES_ZONE + '\n');
+TEST_F(SystemStartTest, ReadingAheadOfTheEntryPointIsNotReported) {
+    Recorded(createsZone + '\n');
     Begin();
-    story.QueryValue(THREAD, ZONE, "Name");
-    story.Open(THREAD, "New", 16, {.parent = ZONE});
-    story.Close(THREAD, ZONE);
+    story.QueryValue(firstThread, zone, "Name");
+    story.Open(firstThread, "New", 16, {.parent = zone});
+    story.Close(firstThread, zone);
     EXPECT_EQ(Reported(), Lines{});
 }
 
 TEST_F(SystemStartTest, WhereNoStartOfTheMachineIsRecordedNothingIsReportedAheadOfTheEntryPoint) {
-    Recorded(CREATES_ZONE + '\n');
-    Begin(PROCESS, THREAD, RequestStory::I386);
-    story.SetValue(THREAD, ZONE, "Name");
+    Recorded(createsZone + '\n');
+    Begin(firstProcess, firstThread, RequestStory::machine32);
+    story.SetValue(firstThread, zone, "Name");
     EXPECT_EQ(Reported(), Lines{});
-    story.EndStart(THREAD);
-    story.SetValue(THREAD, ZONE, "Name");
+    story.ReachEntryPoint(firstThread);
+    story.SetValue(firstThread, zone, "Name");
     EXPECT_EQ(Reported().size(), 1U);
 }
 
 TEST_F(SystemStartTest, BeforeItsImageIsMappedNothingOfAProcessIsReported) {
-    Recorded(CREATES_ZONE + '\n');
-    story.FirstThread(PROCESS, THREAD);
-    story.Create(THREAD, R"(\Registry\Machine\Software\New)", 4,
+    Recorded(createsZone + '\n');
+    story.FirstThread(firstProcess, firstThread);
+    story.Create(firstThread, R"(\Registry\Machine\Software\New)", 4,
                  {.realPath = R"(REGISTRY\Machine\Software\New)"});
     EXPECT_EQ(Reported(), Lines{});
 }
 
-TEST_F(SystemStartTest, AStartOfNoChangesLeavesEveryChangeToBeReported) {
+TEST_F(SystemStartTest, WithAStartOfNoChangesEveryChangeIsReported) {
     story.tracker.SetSystemStart(SystemStart::OfNoChanges());
     Begin();
-    Begin(OTHER, OTHER_THREAD, RequestStory::I386);
-    story.SetValue(THREAD, FONTS, "Arial");
-    EXPECT_EQ(Reported(), (Lines{CREATES_ZONE, R"(014c	create	\registry\machine\software\wow6432node\zone)",
+    Begin(secondProcess, secondThread, RequestStory::machine32);
+    story.SetValue(firstThread, fonts, "Arial");
+    EXPECT_EQ(Reported(), (Lines{createsZone, R"(014c	create	\registry\machine\software\wow6432node\zone)",
                                  R"(inner	\registry\machine\software\fonts)"}));
 }
 
-TEST_F(SystemStartTest, InnerPartsMayChangeARecordedKeyAsOftenAndUnderAnyNameAsTheyLike) {
-    Recorded(CREATES_ZONE + "\ninner\t\\registry\\machine\\software\\fonts\n");
+TEST_F(SystemStartTest, InnerPartsMayChangeAnyValueOfARecordedKeyAnyNumberOfTimes) {
+    Recorded(createsZone + "\ninner\t\\registry\\machine\\software\\fonts\n");
     Begin();
-    story.SetValue(THREAD, FONTS, "Arial");
-    story.SetValue(THREAD, FONTS, "Arial");
-    story.DeleteValue(THREAD, FONTS, "Courier");
+    story.SetValue(firstThread, fonts, "Arial");
+    story.SetValue(firstThread, fonts, "Arial");
+    story.DeleteValue(firstThread, fonts, "Courier");
     EXPECT_EQ(Reported(), Lines{});
 }
 
-TEST_F(SystemStartTest, OfAKeyThatIsNotRecordedWhatInnerPartsChangeIsReported) {
-    Recorded(CREATES_ZONE + '\n');
+TEST_F(SystemStartTest, AChangeOfAnUnrecordedKeyByInnerPartsIsReported) {
+    Recorded(createsZone + '\n');
     Begin();
-    story.SetValue(THREAD, FONTS, "Arial");
+    story.SetValue(firstThread, fonts, "Arial");
     EXPECT_EQ(Reported(), Lines{R"(inner	\registry\machine\software\fonts)"});
 }
 
-TEST_F(SystemStartTest, AKeyOfInnerPartsIsNoneOfTheProgram) {
-    Recorded(CREATES_ZONE + "\ninner\t" + ZONE_PATH + '\n');
+TEST_F(SystemStartTest, AKeyRecordedForInnerPartsIsReportedForAProgram) {
+    Recorded(createsZone + "\ninner\t" + zonePath + '\n');
     Begin();
-    story.SetValue(THREAD, ZONE, "Name");
-    EXPECT_EQ(Reported(), Lines{SETS_NAME});
+    story.SetValue(firstThread, zone, "Name");
+    EXPECT_EQ(Reported(), Lines{setsName});
 }
 
 TEST_F(SystemStartTest, TheCaseOfLettersDoesNotCount) {
-    Recorded(CREATES_ZONE + '\n' + SETS_NAME + '\n');
+    Recorded(createsZone + '\n' + setsName + '\n');
     Begin();
-    story.SetValue(THREAD, ZONE, "NAME");
+    story.SetValue(firstThread, zone, "NAME");
     EXPECT_EQ(Reported(), Lines{});
 }
 
-TEST_F(SystemStartTest, AFailedCreationGoesByTheNameThatWasAskedFor) {
-    Recorded(CREATES_ZONE + "\n8664\tcreate\t" + ZONE_PATH + "\\deep\\er\n");
+TEST_F(SystemStartTest, AFailedCreationIsRecordedByTheNameAskedFor) {
+    Recorded(createsZone + "\n8664\tcreate\t" + zonePath + "\\deep\\er\n");
     Begin();
-    story.Create(THREAD, R"(Deep\Er)", 0, {.parent = ZONE, .status = "OBJECT_NAME_NOT_FOUND"});
+    story.Create(firstThread, R"(Deep\Er)", 0, {.parent = zone, .status = "OBJECT_NAME_NOT_FOUND"});
     EXPECT_EQ(Reported(), Lines{});
-    story.Create(THREAD, R"(Deep\Est)", 0, {.parent = ZONE, .status = "OBJECT_NAME_NOT_FOUND"});
-    EXPECT_EQ(Reported(), Lines{"8664\tcreate\t" + ZONE_PATH + R"(\deep\est)"});
+    story.Create(firstThread, R"(Deep\Est)", 0, {.parent = zone, .status = "OBJECT_NAME_NOT_FOUND"});
+    EXPECT_EQ(Reported(), Lines{"8664\tcreate\t" + zonePath + R"(\deep\est)"});
 }
 
 TEST_F(SystemStartTest, UnitsOutsideOfAsciiAreEscaped) {
@@ -207,15 +208,15 @@ TEST_F(SystemStartTest, UnitsOutsideOfAsciiAreEscaped) {
 }
 
 TEST(SystemStart, KnowsTheMachinesOfItsLines) {
-    const SystemStart start = SystemStart::Parse(CREATES_ZONE);
+    const SystemStart start = SystemStart::Parse(createsZone);
     EXPECT_TRUE(start.Knows(machineAmd64));
     EXPECT_FALSE(start.Knows(machineI386));
     EXPECT_FALSE(start.Knows(0));
-    EXPECT_EQ(start.CountOf(CREATES_ZONE), 1U);
-    EXPECT_EQ(start.CountOf(SETS_NAME), 0U);
+    EXPECT_EQ(start.CountOf(createsZone), 1U);
+    EXPECT_EQ(start.CountOf(setsName), 0U);
 }
 
-TEST(SystemStart, OtherTextsKnowNoMachine) {
+TEST(SystemStart, InvalidTextsKnowNoMachine) {
     for (const char* text :
          {"", "\n", "\n\n", "0000\tset", "8664g\tset", "x", "inner\t\\registry", "\t8664"}) {
         const SystemStart start = SystemStart::Parse(text);
