@@ -36,7 +36,6 @@ public:
 
 private:
     struct StartBlock;
-    struct Target;
 
     void StageUncSource();
 
@@ -44,12 +43,6 @@ private:
     static DWORD WINAPI RegisterThreadEntry(void* block);
     void RegisterOnThread();
     void RegisterTarget();
-
-    Target ClassifyTarget();
-    bool IsExecutable() const;
-    void RunTarget(const Target& target, OwnedModule& module);
-    void CallRegisterExport(OwnedModule& module);
-    bool RegisterExecutable();
 
     void RedirectHives();
     void RestoreHives();
