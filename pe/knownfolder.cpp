@@ -1,11 +1,11 @@
 #include "pe/knownfolder.h"
 
 #include "platform/core/text/platformguid.h"
+#include "platform/os/comapartment.h"
 #include "platform/os/ownedinterface.h"
 
 #include <windows.h>
 
-#include <objbase.h>
 #include <shobjidl.h>
 
 namespace keyreap {
@@ -15,23 +15,6 @@ namespace {
 constexpr std::wstring_view managerClass = L"{4DF0C730-DF9D-4AE3-9153-AA6B82E9795A}";
 constexpr std::wstring_view managerInterface = L"{8BE2D872-86AA-4D47-B776-32CCA40C7018}";
 constexpr DWORD defaultPathUnverified = 0x4400; // KF_FLAG_DONT_VERIFY and KF_FLAG_DEFAULT_PATH of shlobj.h
-
-// COM on this thread for the length of one lookup, left again only if it was entered anew: an apartment of
-// the same kind that was there stays entered once more.
-class ComOnThread {
-public:
-    ComOnThread() : entered(CoInitialize(nullptr) == S_OK) {}
-    ComOnThread(const ComOnThread&) = delete;
-    ComOnThread& operator=(const ComOnThread&) = delete;
-    ~ComOnThread() {
-        if (entered) {
-            CoUninitialize();
-        }
-    }
-
-private:
-    bool entered;
-};
 
 struct TaskMemoryPolicy {
     using Handle = wchar_t*;
@@ -64,7 +47,7 @@ std::wstring WithTrailingBackslash(std::wstring path) {
 } // namespace
 
 bool FindKnownFolder(std::wstring_view identifier, std::wstring& path) {
-    const ComOnThread com;
+    const ComApartment apartment;
     const OwnedInterface<IKnownFolderManager> manager = CreateManager();
     if (!manager.Valid()) {
         return false;

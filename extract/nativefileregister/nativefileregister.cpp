@@ -3,12 +3,11 @@
 #include "extract/nativefileregister/droppedfailures.h"
 #include "platform/core/exceptiontranslation.h"
 #include "platform/core/unhandledexception.h"
+#include "platform/os/comapartment.h"
 #include "platform/os/file/temporaryfiles.h"
 #include "platform/os/quietly.h"
 #include "registry/harvest.h"
 #include "trace/replay/tracereplay.h"
-
-#include <objbase.h>
 
 #include <memory>
 
@@ -23,22 +22,6 @@ WidePath ReserveTracePath() {
     std::wstring name;
     return ReserveTempName(L"ETL", name) ? WidePath(name) : WidePath();
 }
-
-// A single-threaded COM apartment for the life of the object, left again only if it was entered anew.
-class ComApartment {
-public:
-    ComApartment() : entered(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED) == S_OK) {}
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-    ~ComApartment() {
-        if (entered) {
-            CoUninitialize();
-        }
-    }
-
-private:
-    bool entered;
-};
 
 } // namespace
 

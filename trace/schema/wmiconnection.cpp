@@ -104,14 +104,7 @@ bool IsTypeClass(IWbemClassObject& candidate, std::uint8_t type) {
 } // namespace
 
 WmiConnection::WmiConnection() {
-    CoInitialize(nullptr);
     Connect();
-}
-
-WmiConnection::~WmiConnection() {
-    classList.clear();
-    services.Reset();
-    CoUninitialize();
 }
 
 void WmiConnection::Connect() {

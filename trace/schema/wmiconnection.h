@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/core/text/hash.h"
+#include "platform/os/comapartment.h"
 #include "platform/os/ownedinterface.h"
 #include "trace/schema/eventschema.h"
 
@@ -23,7 +24,6 @@ class WmiConnection : public EventClasses {
 public:
     // Connects. A failure is not reported: without a connection no event has a class.
     WmiConnection();
-    ~WmiConnection() override;
     WmiConnection(const WmiConnection&) = delete;
     WmiConnection& operator=(const WmiConnection&) = delete;
 
@@ -40,6 +40,7 @@ private:
     OwnedClass FindVersionClass(std::wstring_view guidText, std::uint16_t version) const;
     OwnedClass FindTypeClass(IWbemClassObject& versionClass, std::uint8_t type) const;
 
+    ComApartment apartment{ApartmentExit::always}; // left last, when the interfaces below are released
     OwnedInterface<IWbemServices> services;
     // Every version class that a look-up has found, by GUID text, "#" and version. Deliberate: nothing reads
     // it; it keeps the classes alive as long as the connection.

@@ -1,0 +1,79 @@
+#include "platform/os/comapartment.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace keyreap {
+namespace {
+
+// Runs a test on a thread that no one has initialised COM on.
+template <typename Body>
+void OnFreshThread(Body body) {
+    std::thread(body).join();
+}
+
+// What a second initialisation as a thread of the multithreaded apartment gives; it is balanced.
+HRESULT EnterMultithreaded() {
+    const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    if (SUCCEEDED(result)) {
+        CoUninitialize();
+    }
+    return result;
+}
+
+bool IsSingleThreaded() {
+    return EnterMultithreaded() == RPC_E_CHANGED_MODE;
+}
+
+TEST(ComApartment, LastsAsLongAsTheObject) {
+    OnFreshThread([] {
+        {
+            const ComApartment apartment;
+            EXPECT_TRUE(IsSingleThreaded());
+        }
+        EXPECT_EQ(EnterMultithreaded(), S_OK);
+    });
+}
+
+TEST(ComApartment, ThatWasThereKeepsTheEntry) {
+    OnFreshThread([] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        { const ComApartment apartment; }
+        CoUninitialize();
+        EXPECT_TRUE(IsSingleThreaded());
+        CoUninitialize();
+        EXPECT_EQ(EnterMultithreaded(), S_OK);
+    });
+}
+
+TEST(ComApartment, ThatWasThereLosesTheEntryIfItIsAlwaysLeft) {
+    OnFreshThread([] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        { const ComApartment apartment(ApartmentExit::always); }
+        EXPECT_TRUE(IsSingleThreaded());
+        CoUninitialize();
+        EXPECT_EQ(EnterMultithreaded(), S_OK);
+    });
+}
+
+TEST(ComApartment, OfAnotherKindIsLeftAlone) {
+    OnFreshThread([] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        { const ComApartment apartment; }
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
+        CoUninitialize();
+    });
+}
+
+TEST(ComApartment, OfAnotherKindLosesAnEntryIfItIsAlwaysLeft) {
+    OnFreshThread([] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        { const ComApartment apartment(ApartmentExit::always); }
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        CoUninitialize();
+    });
+}
+
+} // namespace
+} // namespace keyreap
