@@ -1,12 +1,13 @@
 #include "hostlogger/nativeregistry.h"
 
+#include "platform/os/entrypoint.h"
+
 #include <windows.h>
 
 #include <winternl.h>
 
 #include <array>
 #include <cstddef>
-#include <cstring>
 
 namespace keyreap {
 
@@ -32,11 +33,7 @@ using CloseFunction = NTSTATUS(NTAPI*)(HANDLE);
 
 template <typename Function>
 Function NativeFunction(const char* name) {
-    const FARPROC address = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), name);
-    Function function = nullptr;
-    static_assert(sizeof(function) == sizeof(address));
-    std::memcpy(&function, &address, sizeof(function));
-    return function;
+    return FindEntryPoint<Function>(GetModuleHandleW(L"ntdll.dll"), name);
 }
 
 UNICODE_STRING NativeText(std::wstring& text) {

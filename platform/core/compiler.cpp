@@ -3,6 +3,8 @@
 #if defined(_MSC_VER)
 #include <eh.h>
 #else
+#include "platform/os/entrypoint.h"
+
 #include <cstdlib>
 #include <exception>
 #endif
@@ -64,10 +66,8 @@ bool IsCompilerExceptionCode(DWORD code) {
 }
 
 bool SetThreadTranslator(StructuredExceptionTranslator translator) {
-    const HMODULE runTime = GetModuleHandleW(L"msvcrt.dll");
-    const auto setTranslator = runTime ? reinterpret_cast<SetTranslatorEntry>(reinterpret_cast<void*>(
-                                             GetProcAddress(runTime, setTranslatorName)))
-                                       : nullptr;
+    const auto setTranslator =
+        FindEntryPoint<SetTranslatorEntry>(GetModuleHandleW(L"msvcrt.dll"), setTranslatorName);
     if (!setTranslator) {
         return false;
     }

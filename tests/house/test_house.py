@@ -25,7 +25,7 @@ ARROWS = {
     "file": {"core", "text", "os"},
     "core": {"errorreport", "stacktrace", "text", "os"},
     "errorreport": {"os"},
-    "stacktrace": {"text"},
+    "stacktrace": {"text", "os"},
     "text": {"os"},
     "os": set(),
 }

@@ -1,5 +1,6 @@
 #include "platform/core/errorreport/erroricon.h"
 
+#include "platform/os/entrypoint.h"
 #include "platform/os/ownedhandle.h"
 
 namespace keyreap {
@@ -13,11 +14,7 @@ using LoadIconMetricEntry = HRESULT(WINAPI*)(HINSTANCE, PCWSTR, int, HICON*);
 
 HICON LoadScaledIcon(const wchar_t* name, const wchar_t* library) {
     const OwnedModule module(LoadLibraryW(library));
-    if (!module.Valid()) {
-        return nullptr;
-    }
-    const auto loadIconMetric = reinterpret_cast<LoadIconMetricEntry>(
-        reinterpret_cast<void*>(GetProcAddress(module.Get(), "LoadIconMetric")));
+    const auto loadIconMetric = FindEntryPoint<LoadIconMetricEntry>(module.Get(), "LoadIconMetric");
     HICON icon = nullptr;
     if (!loadIconMetric || FAILED(loadIconMetric(nullptr, name, largeMetric, &icon))) {
         return nullptr;

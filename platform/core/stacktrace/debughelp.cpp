@@ -1,20 +1,19 @@
 #include "platform/core/stacktrace/debughelp.h"
 
+#include "platform/os/entrypoint.h"
+
 namespace keyreap {
 
 namespace {
 
 template <typename EntryPoint>
 void Resolve(HMODULE library, const char* name, EntryPoint& entryPoint) {
-    entryPoint = reinterpret_cast<EntryPoint>(reinterpret_cast<void*>(GetProcAddress(library, name)));
+    entryPoint = FindEntryPoint<EntryPoint>(library, name);
 }
 
 DebugHelp ResolveDebugHelp() {
     DebugHelp help;
     const HMODULE library = LoadLibraryA("Dbghelp.dll");
-    if (!library) {
-        return help;
-    }
     Resolve(library, "SymSetOptions", help.setOptions);
     Resolve(library, "SymInitialize", help.initialize);
     Resolve(library, "SymLoadModuleEx", help.loadModule);

@@ -1,5 +1,6 @@
 #include "platform/os/ownkeys.h"
 #include "platform/os/registryopener.h"
+#include "platform/os/winehost.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,7 @@ namespace keyreap {
 namespace {
 
 bool IsRedirected() {
-    return sizeof(void*) == 4 && GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version");
+    return sizeof(void*) == 4 && RunsOnWine();
 }
 
 // What every test expects of an own key.
