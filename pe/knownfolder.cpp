@@ -16,12 +16,7 @@ constexpr std::wstring_view managerClass = L"{4DF0C730-DF9D-4AE3-9153-AA6B82E979
 constexpr std::wstring_view managerInterface = L"{8BE2D872-86AA-4D47-B776-32CCA40C7018}";
 constexpr DWORD defaultPathUnverified = 0x4400; // KF_FLAG_DONT_VERIFY and KF_FLAG_DEFAULT_PATH of shlobj.h
 
-struct TaskMemoryPolicy {
-    using Handle = wchar_t*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle text) { return text != nullptr; }
-    static void Close(Handle text) { CoTaskMemFree(text); }
-};
+using OwnedTaskText = Owned<ClosedBy<wchar_t*, CoTaskMemFree>>;
 
 OwnedInterface<IKnownFolderManager> CreateManager() {
     const GUID classId = ToPlatformGuid(ParseGuid(managerClass));
@@ -55,7 +50,7 @@ bool FindKnownFolder(std::wstring_view identifier, std::wstring& path) {
     const OwnedInterface<IKnownFolder> folder = GetFolder(*manager.Get(), identifier);
     wchar_t* text = nullptr;
     if (folder.Valid() && SUCCEEDED(folder.Get()->GetPath(defaultPathUnverified, &text))) {
-        const Owned<TaskMemoryPolicy> owned(text);
+        const OwnedTaskText owned(text);
         path = WithTrailingBackslash(text);
     }
     return true;

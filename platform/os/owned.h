@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
+
 namespace keyreap {
 
-// Owns one handle and closes it at the end of its life. A policy tells what the handle is:
+// Owns one handle and closes it at the end of its life. The policy defines the handle:
 //     using Handle = ...;                      the raw type
-//     static Handle Empty();                   the value that stands for none
+//     static Handle Empty();                   the value of an owner without a handle
 //     static bool IsValid(Handle handle);      whether there is something to close
 //     static void Close(Handle handle);        called for valid handles only
 template <typename Policy>
@@ -23,7 +25,7 @@ public:
     }
     ~Owned() { Reset(); }
 
-    // Closes what is held and takes the given handle, if any, in its place.
+    // Closes the handle and takes the given one, if any, in its place.
     void Reset(Handle taken = Policy::Empty()) noexcept {
         if (Policy::IsValid(handle)) {
             Policy::Close(handle);
@@ -45,6 +47,16 @@ public:
 
 private:
     Handle handle = Policy::Empty();
+};
+
+// The policy of a pointer that one function closes. The pointer of an empty owner is the number `empty`. Null
+// is never valid.
+template <typename Pointer, auto close, std::intptr_t empty = 0>
+struct ClosedBy {
+    using Handle = Pointer;
+    static Handle Empty() { return reinterpret_cast<Handle>(empty); }
+    static bool IsValid(Handle handle) { return handle != nullptr && handle != Empty(); }
+    static void Close(Handle handle) { close(handle); }
 };
 
 } // namespace keyreap

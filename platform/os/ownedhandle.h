@@ -7,64 +7,24 @@
 // The owners of the system's handles, one for each kind.
 namespace keyreap {
 
-struct KernelHandlePolicy {
-    using Handle = HANDLE;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { CloseHandle(handle); }
-};
+inline constexpr std::intptr_t invalidHandle = -1; // INVALID_HANDLE_VALUE
 
-struct FilePolicy {
-    using Handle = HANDLE;
-    static Handle Empty() { return INVALID_HANDLE_VALUE; }
-    static bool IsValid(Handle handle) { return handle != nullptr && handle != INVALID_HANDLE_VALUE; }
-    static void Close(Handle handle) { CloseHandle(handle); }
-};
+// A process, a thread, an event, a file mapping: handles that are null if there is none.
+using OwnedHandle = Owned<ClosedBy<HANDLE, CloseHandle>>;
 
-struct FindHandlePolicy {
-    using Handle = HANDLE;
-    static Handle Empty() { return INVALID_HANDLE_VALUE; }
-    static bool IsValid(Handle handle) { return handle != nullptr && handle != INVALID_HANDLE_VALUE; }
-    static void Close(Handle handle) { FindClose(handle); }
-};
-
-struct MappedViewPolicy {
-    using Handle = const void*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { UnmapViewOfFile(handle); }
-};
-
-struct ModulePolicy {
-    using Handle = HMODULE;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { FreeLibrary(handle); }
-};
-
-struct RegistryKeyPolicy {
-    using Handle = HKEY;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { RegCloseKey(handle); }
-};
-
-// A process, a thread, an event, a file mapping: whatever null stands for none and CloseHandle closes.
-using OwnedHandle = Owned<KernelHandlePolicy>;
-
-// A file from CreateFileW, whose failure is INVALID_HANDLE_VALUE.
-using OwnedFile = Owned<FilePolicy>;
+// A file from CreateFileW.
+using OwnedFile = Owned<ClosedBy<HANDLE, CloseHandle, invalidHandle>>;
 
 // A search from FindFirstFileW.
-using OwnedFindHandle = Owned<FindHandlePolicy>;
+using OwnedFindHandle = Owned<ClosedBy<HANDLE, FindClose, invalidHandle>>;
 
 // The start of a view from MapViewOfFile.
-using OwnedMappedView = Owned<MappedViewPolicy>;
+using OwnedMappedView = Owned<ClosedBy<const void*, UnmapViewOfFile>>;
 
 // A module from LoadLibraryW or LoadLibraryExW.
-using OwnedModule = Owned<ModulePolicy>;
+using OwnedModule = Owned<ClosedBy<HMODULE, FreeLibrary>>;
 
 // An open registry key.
-using OwnedRegistryKey = Owned<RegistryKeyPolicy>;
+using OwnedRegistryKey = Owned<ClosedBy<HKEY, RegCloseKey>>;
 
 } // namespace keyreap

@@ -7,15 +7,12 @@
 namespace keyreap {
 
 template <typename Interface>
-struct InterfacePolicy {
-    using Handle = Interface*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle object) { return object != nullptr; }
-    static void Close(Handle object) { object->Release(); }
-};
+void ReleaseInterface(Interface* object) {
+    object->Release();
+}
 
 // One reference to a COM object, released at the end.
 template <typename Interface>
-using OwnedInterface = Owned<InterfacePolicy<Interface>>;
+using OwnedInterface = Owned<ClosedBy<Interface*, ReleaseInterface<Interface>>>;
 
 } // namespace keyreap

@@ -67,7 +67,7 @@ TEST_F(OwnedTest, ResetClosesTheOldHandleAndTakesTheNew) {
     EXPECT_THAT(closed, ElementsAre(1, 2));
 }
 
-TEST_F(OwnedTest, ReleaseGivesTheHandleAwayUnclosed) {
+TEST_F(OwnedTest, ReleaseReturnsTheHandleUnclosed) {
     {
         OwnedNumber number(5);
         EXPECT_EQ(number.Release(), 5);
@@ -76,7 +76,7 @@ TEST_F(OwnedTest, ReleaseGivesTheHandleAwayUnclosed) {
     EXPECT_THAT(closed, IsEmpty());
 }
 
-TEST_F(OwnedTest, MovingHandsTheHandleOver) {
+TEST_F(OwnedTest, MovingTransfersTheHandle) {
     OwnedNumber first(3);
     const OwnedNumber second(std::move(first));
     EXPECT_EQ(second.Get(), 3);
@@ -84,7 +84,7 @@ TEST_F(OwnedTest, MovingHandsTheHandleOver) {
     EXPECT_THAT(closed, IsEmpty());
 }
 
-TEST_F(OwnedTest, MoveAssignmentClosesWhatItReplaces) {
+TEST_F(OwnedTest, MoveAssignmentClosesTheReplacedHandle) {
     OwnedNumber target(1);
     OwnedNumber source(2);
     target = std::move(source);
@@ -104,6 +104,33 @@ TEST_F(OwnedTest, MovingToItselfKeepsTheHandleOpen) {
 TEST_F(OwnedTest, CannotBeCopied) {
     EXPECT_FALSE(std::is_copy_constructible_v<OwnedNumber>);
     EXPECT_FALSE(std::is_copy_assignable_v<OwnedNumber>);
+}
+
+std::vector<const char*> freed;
+
+void Free(const char* text) {
+    freed.push_back(text);
+}
+
+TEST(ClosedBy, OwnerClosesItsPointerThroughTheFunction) {
+    freed.clear();
+    const char* const text = "x";
+    { const Owned<ClosedBy<const char*, Free>> owner(text); }
+    EXPECT_THAT(freed, ElementsAre(text));
+}
+
+TEST(ClosedBy, OwnerIsEmptyWithTheGivenNumber) {
+    const Owned<ClosedBy<const char*, Free>> null;
+    EXPECT_EQ(null.Get(), nullptr);
+    const Owned<ClosedBy<const char*, Free, -1>> minusOne;
+    EXPECT_EQ(reinterpret_cast<std::intptr_t>(minusOne.Get()), -1);
+    EXPECT_FALSE(minusOne.Valid());
+}
+
+TEST(ClosedBy, NullIsNeverClosed) {
+    freed.clear();
+    { const Owned<ClosedBy<const char*, Free, -1>> owner(nullptr); }
+    EXPECT_THAT(freed, IsEmpty());
 }
 
 } // namespace
