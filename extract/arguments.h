@@ -14,11 +14,11 @@ struct FilePair {
     WidePath regFile;
 };
 
-// The words behind the verb, taken two by two; an odd last word is no part of a pair.
+// The pairs in the words after the verb; an odd last word is not part of a pair.
 std::vector<FilePair> ParsePairs(std::span<const wchar_t* const> words);
 
-// The mode of the run. Only the position tells a mode word from a file: the last of an odd number of words is
-// one, whatever it says, and one that says nothing known is quietly the default.
+// The mode of the run. Only its position makes a word the mode word: it is the last of an odd number of
+// words, whatever it says. An unknown mode word silently means the default.
 CaptureMode ParseMode(std::span<const wchar_t* const> words);
 
 } // namespace keyreap

@@ -10,7 +10,7 @@ std::wstring Quoted(const WidePath& path) {
     return L'"' + path.ExtendedLengthForm() + L'"';
 }
 
-// Every pair starts with a blank, so that two blanks stand behind the verb.
+// Every pair starts with a blank, so there are two blanks after the verb.
 std::wstring PairText(const std::vector<FilePair>& pairs) {
     std::wstring text;
     for (const FilePair& pair : pairs) {

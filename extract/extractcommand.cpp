@@ -13,7 +13,7 @@ namespace {
 constexpr std::int32_t failure = -1;
 
 bool IsForThisProcess(const WidePath& file) {
-    // Only the 64-bit build has a companion; what it hands on, whatever it is, ends here.
+    // Only the 64-bit build has a companion: the 32-bit build must take whatever it is given.
     if constexpr (sizeof(void*) == 8) {
         return PeImage(file.ExtendedLengthForm()).Is64Bit();
     } else {

@@ -12,15 +12,16 @@ namespace keyreap {
 // failure.
 class ExtractCommand {
 public:
-    // Sorts the pairs of the words behind the verb: those that this process can load, and those for the
-    // companion. Opens every input for that, and refuses none. The 32-bit build takes them all itself.
+    // Sorts the pairs in the words after the verb: those that this process can load, and those for the
+    // companion. Opens every input for that, and refuses none. The 32-bit build takes all of them itself.
     explicit ExtractCommand(std::span<const wchar_t* const> words);
 
-    // Captures the pairs of this process, one session after another. 0, or -1 at the first that fails.
+    // Captures the pairs of this process, one session after another. 0; -1 if one fails, and later pairs are
+    // skipped.
     std::int32_t RegisterNativeFiles() const;
 
-    // Hands all other pairs to the companion and waits for it. Its exit status as it stands; 0 without such
-    // pairs; -1 if it can't be started.
+    // Passes all other pairs to the companion, waits for it and returns its exit status unchanged. 0 without
+    // such pairs; -1 if it can't be started.
     std::int32_t RunCompanion() const;
 
 private:

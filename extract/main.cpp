@@ -22,7 +22,7 @@ int wmain(int argumentCount, wchar_t* arguments[]) {
     if (argumentCount < 2) {
         return noVerb;
     }
-    // Another verb, in another case too, is no failure: nothing is done.
+    // Any other verb, and this verb in another case, does nothing and is no failure.
     if (std::wcscmp(arguments[1], L"extreg") != 0) {
         return 0;
     }

@@ -2,8 +2,8 @@
 
 namespace keyreap {
 
-// Loads, for the life of the process, the modules that must never be loaded while the roots are redirected:
-// the common controls, IPHLPAPI and MPR. A failure changes nothing.
+// Loads, for the life of the process, the modules that must not be loaded for the first time while the roots
+// are redirected: the common controls, IPHLPAPI and MPR. A failure is ignored.
 void LoadStartModules();
 
 } // namespace keyreap

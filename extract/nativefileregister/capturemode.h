@@ -2,15 +2,15 @@
 
 namespace keyreap {
 
-// How a run captures; one mode holds for all its pairs.
+// How a run captures. All its pairs have the same mode.
 enum class CaptureMode {
     keyRedir = 1, // redirect the predefined roots and harvest the temporary trees
-    trace = 2,    // trace the kernel's registry events alone
-    both = 3,     // redirect and trace; the trace gives the result, or the trees if it couldn't be started
+    trace = 2,    // only trace the kernel's registry events
+    both = 3, // redirect and trace; the result comes from the trace, or from the trees if it couldn't start
 };
 
-// Whether a session's result comes from its trace. Otherwise it comes from the temporary trees, in `trace`
-// mode from trees that nothing was redirected to.
+// Whether a session's result comes from its trace. Otherwise it comes from the temporary trees, which are
+// empty in mode `trace`, because nothing was redirected to them.
 constexpr bool ReplaysTrace(CaptureMode mode, bool traceFailed) {
     return mode != CaptureMode::keyRedir && !traceFailed;
 }

@@ -9,11 +9,11 @@
 
 namespace keyreap {
 
-// What a session's failures name as their place.
+// The place that a session's failures name.
 inline constexpr wchar_t sessionSource[] = L"nativefileregister";
 inline constexpr std::uint32_t sessionCatchLine = 176;
 
-// Turns a foreign exception into an object that is dropped at once: a failure on this road shows nothing.
+// Makes this system's object of a foreign exception and drops it at once: a session's failure is not shown.
 inline void DropFailure(const CAtlException& error) {
     WindowsException(sessionSource, sessionCatchLine).SetWin32Error(static_cast<std::uint32_t>(error.m_hr));
 }
@@ -26,7 +26,7 @@ inline void DropUnknownFailure() {
     const Exception unknown(sessionSource, sessionCatchLine, std::wstring(L"Unknown exception"));
 }
 
-// The result of `body`, or false whatever it throws.
+// The result of `body`; false if it throws anything.
 template <typename Body>
 bool SucceedsOrDrops(Body&& body) noexcept {
     try {
@@ -42,7 +42,7 @@ bool SucceedsOrDrops(Body&& body) noexcept {
             DropUnknownFailure();
         }
     } catch (...) {
-        // Not even the object to be dropped could be made.
+        // The object to be dropped could not be made either.
     }
     return false;
 }

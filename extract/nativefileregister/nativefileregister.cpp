@@ -30,18 +30,17 @@ struct NativeFileRegister::StartBlock {
     NativeFileRegister* session;
 };
 
-NativeFileRegister::NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode,
-                                       EventTracing& eventTracing)
-    : tracing(eventTracing), filePath(std::move(inputFile)), regFilePath(std::move(outputFile)),
-      captureMode(mode),
-      // Only opened: on a machine's first run there is none, and that run's tree stays for the next session.
+NativeFileRegister::NativeFileRegister(WidePath filePath, WidePath regFilePath, CaptureMode captureMode,
+                                       EventTracing& tracing)
+    : tracing(tracing), filePath(std::move(filePath)), regFilePath(std::move(regFilePath)),
+      captureMode(captureMode),
+      // Only opened: on a machine's first run it does not exist, and that run's tree stays for the next
+      // session.
       productKey(productPath, HKEY_CURRENT_USER, true), temporaryKey(productKey.CreateChild(temporaryName)),
       hkcrKey(temporaryKey.CreateChild(L"HKCR\\")), hkcuKey(temporaryKey.CreateChild(L"HKCU\\")),
       hkuKey(temporaryKey.CreateChild(L"HKU\\")), hklmKey(temporaryKey.CreateChild(L"HKLM\\")) {
     traceFilePath = ReserveTracePath();
-    if (IsUncPath(filePath.Text())) {
-        StageUncSource();
-    }
+    StageUncSource();
 }
 
 NativeFileRegister::~NativeFileRegister() {
@@ -51,6 +50,9 @@ NativeFileRegister::~NativeFileRegister() {
 }
 
 void NativeFileRegister::StageUncSource() {
+    if (!IsUncPath(filePath.Text())) {
+        return;
+    }
     std::wstring name;
     WidePath directory;
     if (ReserveTempName(L"UNC", name) &&
@@ -58,7 +60,7 @@ void NativeFileRegister::StageUncSource() {
         directory = WidePath(name);
     }
     stagedTemps.directories.push_back(directory);
-    // Without a folder this is the bare file name: the copy then goes to the current directory.
+    // Without a folder this is only the file name, and the copy goes to the current directory.
     WidePath copy = directory;
     copy.Append(filePath.FileName());
     CopyFileW(filePath.ExtendedLengthForm().c_str(), copy.ExtendedLengthForm().c_str(), FALSE);

@@ -14,24 +14,24 @@
 
 namespace keyreap {
 
-// One registration session: one input, one .reg file. It owns all that the capture needs, the temporary key
-// tree, the trace log, copies and staged files, and its destructor takes all of it away again (on a machine's
-// first run the key tree stays for the next session's destructor).
+// One registration session: one input, one .reg file. It owns everything that the capture needs: the
+// temporary key tree, the trace log, copies and staged files. Its destructor removes them. (On a machine's
+// first run the key tree stays for the next session's destructor.)
 //
-// The input registers itself on a worker thread; the main thread only waits meanwhile, so that the fields,
-// written there and read here, need no lock.
+// The input registers itself on a worker thread. The main thread only waits for its end, so the fields need
+// no lock: the worker writes them, and the main thread reads them afterwards.
 class NativeFileRegister {
 public:
-    // Copies an input that lies on a share. Nothing fails here: what couldn't be made shows in Register.
-    NativeFileRegister(WidePath inputFile, WidePath outputFile, CaptureMode mode,
-                       EventTracing& eventTracing = HostEventTracing());
+    // Copies an input that is on a share. Nothing fails here: Register fails if something could not be made.
+    NativeFileRegister(WidePath filePath, WidePath regFilePath, CaptureMode captureMode,
+                       EventTracing& tracing = HostEventTracing());
     NativeFileRegister(const NativeFileRegister&) = delete;
     NativeFileRegister& operator=(const NativeFileRegister&) = delete;
     ~NativeFileRegister();
 
     // Makes the input register itself and writes the .reg file. False, and no file, if the input couldn't be
-    // registered; false, perhaps with a part of the file, if writing it failed. Waits for the input's own
-    // code however long that takes.
+    // registered; false, perhaps with a part of the file, if writing failed. Waits for the input's own code,
+    // however long that takes.
     bool Register();
 
 private:
@@ -39,7 +39,7 @@ private:
 
     void StageUncSource();
 
-    // The worker, outermost first.
+    // On the worker thread; each calls the next.
     static DWORD WINAPI RegisterThreadEntry(void* block);
     void RegisterOnThread();
     void RegisterTarget();
@@ -55,18 +55,18 @@ private:
     bool HarvestHives();
 
     EventTracing& tracing;
-    WidePath filePath;         // what is registered: the input, or its local copy
+    WidePath filePath;         // the file to register: the input, or its local copy
     WidePath originalFilePath; // the input as it was given if it was copied, else empty
     WidePath regFilePath;
     TemporaryPaths typeLibTemps; // staged type libraries
     TemporaryPaths stagedTemps;  // the local copy and its folder
-    PathPairs pathPairs;         // filled once the .reg file is there
+    PathPairs pathPairs;         // filled once the .reg file exists
     WidePath traceFilePath;      // the name reserved for the trace log
     bool succeeded = false;
-    CaptureMode captureMode;  // the worker changes it to `trace` for a program
+    CaptureMode captureMode;  // RegisterTarget sets it to `trace` for a program
     bool redirected = false;  // the overrides are in force
     bool traceFailed = false; // the kernel logger could not be started
-    RegKey productKey;        // these are closed from the last to the first
+    RegKey productKey;        // the keys are closed from the last to the first
     RegKey temporaryKey;
     RegKey hkcrKey;
     RegKey hkcuKey;

@@ -16,19 +16,20 @@ void NativeFileRegister::RegisterTarget() {
         traceFailed = registryTrace.Start() != ERROR_SUCCESS;
     }
 
-    // Each outcome is stored at once: the code that runs next may end this thread.
+    // Stored at once, because the type library's registration may end this thread.
     TargetRun run = RunTarget(target, filePath);
     succeeded = run.succeeded;
     serverProcessId = run.serverProcessId;
     if (!target.typeLibFile.IsEmpty()) {
-        // A type library decides alone: it fails a good server, and makes up for a failed one.
+        // Deliberate: the type library alone decides. Its failure fails a good server, and its success makes
+        // up for a failed one.
         succeeded = RegisterTypeLib(target.typeLibFile);
     }
 
     // The overrides are in place for as long as events are recorded.
     registryTrace.Stop();
     RestoreHives();
-    // Only now: what the target does on unloading is no part of the capture.
+    // Only now, because what the target does on unloading is not part of the capture.
     run.module.Reset();
 }
 

@@ -6,9 +6,9 @@
 
 namespace keyreap {
 
-// Things on the disk that go together. Whoever makes them adds them to the lists; the destructor removes what
-// they name: first the files (a name with "*" is a pattern that directories never match), then the
-// directories from last to first, then the trees with all that they hold. Nothing is reported.
+// Entries on the disk that are removed together. Their maker adds them to the lists. The destructor removes
+// first the files (a name with "*" is a pattern, which never matches directories), then the directories from
+// last to first, then the trees with everything in them. Failures are not reported.
 struct TemporaryPaths {
     std::vector<WidePath> files;
     std::vector<WidePath> directories;

@@ -73,7 +73,7 @@ WidePath StageResource(HMODULE module, const TypeLibResourceId& resource, Tempor
         return {};
     }
     const WidePath staged = CreateTempFileWithExtension(L"tlb", L"tlb");
-    // Listed before it is written, so that a half-written file goes too.
+    // Listed before it is written, so that a half-written file is removed too.
     typeLibTemps.files.push_back(staged);
     return WriteWholeFile(staged, bytes) ? staged : WidePath();
 }
@@ -91,12 +91,13 @@ WidePath ExtractTypeLib(const WidePath& filePath, TemporaryPaths& typeLibTemps) 
     }
     std::vector<TypeLibResourceId> resources;
     EnumResourceNamesW(module.Get(), typeLibType, AppendResourceId, reinterpret_cast<LONG_PTR>(&resources));
-    // Only the first, as enumerated, is registered.
+    // Only the first one enumerated is registered.
     return resources.empty() ? WidePath() : StageResource(module.Get(), resources.front(), typeLibTemps);
 }
 
 bool IsTypeLibFile(const WidePath& path) {
-    // FILE_GENERIC_READ in the place of the attributes: so it has always been opened, and so it stays.
+    // Deliberate: FILE_GENERIC_READ in the place of the attributes, because the file has always been opened
+    // so.
     constexpr DWORD flagsAndAttributes = 0x120089;
     const OwnedFile file(CreateFileW(path.ExtendedLengthForm().c_str(), GENERIC_READ, 0, nullptr,
                                      OPEN_EXISTING, flagsAndAttributes, nullptr));

@@ -33,7 +33,7 @@ constexpr DWORD throwCode = 0x20474343;
 constexpr DWORD unwindCode = 0x21474343;
 constexpr DWORD forcedUnwindCode = 0x22474343;
 
-// Exported by msvcrt.dll under its decorated name only.
+// msvcrt.dll exports it only under its decorated name.
 #if defined(_WIN64)
 constexpr char setTranslatorName[] = "?_set_se_translator@@YAP6AXIPEAU_EXCEPTION_POINTERS@@@ZP6AXI0@Z@Z";
 #else
@@ -44,8 +44,8 @@ using SetTranslatorEntry = StructuredExceptionTranslator(__cdecl*)(StructuredExc
 
 LPTOP_LEVEL_EXCEPTION_FILTER uncaughtFilter = nullptr;
 
-// The run time comes here on its own without raising anything where it finds no handler, so that what a
-// filter expects has to be made up.
+// Where the run time finds no handler, it calls this without raising anything, so the filter's argument must
+// be made here.
 [[noreturn]] void OnTerminate() {
     if (std::current_exception()) {
         CONTEXT context = {};

@@ -8,9 +8,9 @@
 
 namespace keyreap {
 
-static_assert(std::endian::native == std::endian::little, "numbers are copied as they stand in files");
+static_assert(std::endian::native == std::endian::little, "numbers are copied as they are in files");
 
-// The little-endian number that stands at an offset and must lie inside whole. It may be unaligned.
+// The little-endian number at an offset, all of whose bytes must be inside. It may be unaligned.
 template <std::integral Integer>
 Integer LoadNumber(std::span<const std::byte> bytes, std::size_t offset) {
     Integer number;
@@ -18,7 +18,7 @@ Integer LoadNumber(std::span<const std::byte> bytes, std::size_t offset) {
     return number;
 }
 
-// Writes a number there likewise.
+// Writes a number there, under the same conditions.
 template <std::integral Integer>
 void StoreNumber(std::span<std::byte> bytes, std::size_t offset, Integer number) {
     std::memcpy(bytes.data() + offset, &number, sizeof(number));

@@ -35,7 +35,7 @@ bool BeginsWith(std::wstring_view text, std::wstring_view prefix) {
                                 static_cast<int>(prefix.size()), TRUE) == CSTR_EQUAL;
 }
 
-// The name of an open key as the host has it; empty for what is none.
+// The host's full name of an open key; empty for an invalid handle.
 std::wstring CompleteName(HKEY key) {
     static const auto query = FindEntryPoint<QueryKeyFunction>(GetModuleHandleW(L"ntdll.dll"), "NtQueryKey");
     std::vector<std::uint8_t> information(usualSize);
@@ -60,7 +60,7 @@ std::wstring CompleteName(HKEY key) {
     return name;
 }
 
-// The name of a key below the current user's; empty for a key of any other place.
+// The name of a key relative to its user's key; empty for a key anywhere else.
 std::wstring NameBelowUser(HKEY key) {
     const std::wstring name = CompleteName(key);
     if (!BeginsWith(name, usersKey)) {
@@ -70,10 +70,12 @@ std::wstring NameBelowUser(HKEY key) {
     return end == std::wstring::npos ? std::wstring() : name.substr(end + 1);
 }
 
-// Several backslashes in a row part a path like one.
+// Several backslashes in a row separate names as one does.
 std::wstring WithSingleBackslashes(std::wstring path) {
-    const auto both = [](wchar_t first, wchar_t second) { return first == L'\\' && second == L'\\'; };
-    path.erase(std::unique(path.begin(), path.end(), both), path.end());
+    const auto areBackslashes = [](wchar_t first, wchar_t second) {
+        return first == L'\\' && second == L'\\';
+    };
+    path.erase(std::unique(path.begin(), path.end(), areBackslashes), path.end());
     return path;
 }
 

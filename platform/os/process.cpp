@@ -20,17 +20,16 @@ bool Create(const std::wstring& application, std::wstring commandLine, DWORD fla
 std::optional<StartedProcess> StartProcess(const std::wstring& application, const std::wstring& commandLine,
                                            DWORD flags) {
     if (application.empty() && commandLine.empty()) {
-        // Wine's call would read the command line that isn't there.
+        // Wine would read the missing command line.
         SetLastError(ERROR_INVALID_PARAMETER);
         return std::nullopt;
     }
-    // Of some thousand starts under Wine one comes to nothing before any code of the program ran, with this
-    // error.
-    constexpr DWORD cameToNothing = ERROR_INTERNAL_ERROR;
+    // Under Wine, one start in some thousands fails with this error before any code of the program has run.
+    constexpr DWORD passingFailure = ERROR_INTERNAL_ERROR;
     constexpr int attempts = 3;
     PROCESS_INFORMATION information{};
     for (int attempt = 1; !Create(application, commandLine, flags, information); ++attempt) {
-        if (GetLastError() != cameToNothing || attempt == attempts) {
+        if (GetLastError() != passingFailure || attempt == attempts) {
             return std::nullopt;
         }
     }
@@ -59,7 +58,7 @@ bool StartAndWait(const std::wstring& application, const std::wstring& commandLi
 } // namespace
 
 bool RunAndWait(const std::wstring& application, const std::wstring& commandLine, DWORD* exitStatus) {
-    // Reverted at the end as in the copy of a system file, though nothing is ever suspended here.
+    // Reverted as after the copy of a system file, although nothing is suspended here.
     FsRedirectionGuard guard;
     const bool started = StartAndWait(application, commandLine, exitStatus);
     RevertFsRedirection(guard);

@@ -2,8 +2,8 @@
 
 namespace keyreap {
 
-// Runs a step that must not throw, in a destructor or below a callback of the system: what it throws, for
-// want of memory, is dropped, and the steps behind it still run.
+// Runs a step that must not throw, in a destructor or in a callback of the system: an exception, such as that
+// of missing memory, is dropped, and later steps still run.
 template <typename Step>
 void Quietly(Step&& step) noexcept {
     try {

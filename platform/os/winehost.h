@@ -4,7 +4,7 @@
 
 namespace keyreap {
 
-// Whether the host is Wine: its ntdll.dll alone exports wine_get_version.
+// Whether the host is Wine: only its ntdll.dll exports wine_get_version.
 inline bool RunsOnWine() {
     return FindEntryPoint<FARPROC>(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }

@@ -27,7 +27,7 @@ void EnsureWow64Entry(Wow64Entry& entry) {
     entry.disable = FindEntryPoint<Wow64DisableEntry>(kernel, "Wow64DisableWow64FsRedirection");
     entry.revert = FindEntryPoint<Wow64RevertEntry>(kernel, "Wow64RevertWow64FsRedirection");
     if (const auto isWow64Process = FindEntryPoint<IsWow64ProcessEntry>(kernel, "IsWow64Process")) {
-        // Asked as part of the lookup; nothing depends on the answer.
+        // Called as a part of the look-up; nothing depends on the result.
         BOOL isWow64 = FALSE;
         isWow64Process(GetCurrentProcess(), &isWow64);
     }

@@ -2,13 +2,13 @@
 
 #include "platform/os/ownedhandle.h"
 
-// The file system redirection of the 64-bit compatibility layer, whose entry points are not on every system.
+// File system redirection for 32-bit programs on 64-bit Windows. Some systems lack its entry points.
 namespace keyreap {
 
 using Wow64DisableEntry = BOOL(WINAPI*)(PVOID* savedValue);
 using Wow64RevertEntry = BOOL(WINAPI*)(PVOID savedValue);
 
-// What a lookup found; an entry that the system lacks stays null.
+// The result of a look-up; an entry that the system lacks stays null.
 struct Wow64Entry {
     bool isResolved = false;
     OwnedModule kernel;
@@ -23,13 +23,13 @@ struct FsRedirectionGuard {
     bool suspended = false;
 };
 
-// Resolves the process-wide entry points, once, and gives them.
+// The process-wide entry points, looked up once.
 const Wow64Entry& EnsureWow64Entry();
 
-// Ends a suspension and clears its flag; does nothing on a guard that is not set or without the entry.
+// Ends a suspension and clears its flag. Does nothing if the guard is not set or the entry is missing.
 void RevertFsRedirection(FsRedirectionGuard& guard);
 
-// The same two on a record of the caller's own.
+// The same two functions on the caller's own record.
 void EnsureWow64Entry(Wow64Entry& entry);
 void RevertFsRedirection(FsRedirectionGuard& guard, const Wow64Entry& entry);
 

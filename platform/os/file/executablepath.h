@@ -4,7 +4,7 @@
 
 namespace keyreap {
 
-// The path of the running program; of one longer than 1024 characters, what fits in them.
+// The path of the running program, cut after 1024 characters.
 WidePath GetExecutablePath();
 
 } // namespace keyreap

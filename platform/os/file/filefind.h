@@ -15,7 +15,7 @@ public:
     // as the last error if the pattern has no directory.
     bool FindFile(const wchar_t* pattern);
 
-    // Goes to the next entry; false behind the last one.
+    // Goes to the next entry; false after the last one.
     bool FindNext();
 
     // The full path of the found entry; one of 260 characters or more has the extended-length prefix.
@@ -37,7 +37,7 @@ private:
     std::wstring root;
 };
 
-// The directory of a full path: what stands before its last backslash or forward slash; none without either.
+// The directory of a full path: the part before its last backslash or forward slash; none without either.
 std::optional<std::wstring> SearchRoot(std::wstring_view fullPath);
 
 } // namespace keyreap

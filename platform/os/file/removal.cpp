@@ -47,7 +47,7 @@ bool IsDotEntry(std::wstring_view name) {
 
 void RemoveTree(std::wstring_view directory) {
     if (directory.empty()) {
-        // What a failed name leaves; its pattern would be the root of the current drive.
+        // The result of a failed name. Its pattern would be the root of the current drive.
         return;
     }
     const std::wstring pattern = ExtendedLengthForm(InDirectory(directory, L"*"));

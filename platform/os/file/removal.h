@@ -4,8 +4,9 @@
 
 namespace keyreap {
 
-// Removes all that a directory holds, read-only entries too, and leaves the directory itself. A failure on
-// one entry is not reported and does not stop the others. A link to a directory counts as a directory.
+// Removes everything in a directory, read-only entries too, but not the directory itself. A failure on one
+// entry is not reported and does not stop the removal of the rest. A link to a directory counts as a
+// directory.
 void RemoveTree(std::wstring_view directory);
 
 // Remove one empty directory, or one file. Paths of 260 characters or more get the extended-length prefix.

@@ -22,7 +22,7 @@ void CreateEmptyFile(const WidePath& path) {
                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// Makes an empty file with a free name and gives that name; empty on failure.
+// Creates an empty file with a free name and returns the name; empty on failure.
 std::wstring CreateTempFile(const std::wstring& directory, const std::wstring& prefix) {
     std::array<wchar_t, MAX_PATH> name{};
     return GetTempFileNameW(directory.c_str(), prefix.c_str(), 0, name.data()) != 0 ? name.data() : L"";

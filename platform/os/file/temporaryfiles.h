@@ -9,18 +9,19 @@ namespace keyreap {
 // The user's temporary directory; empty if the system gives none.
 WidePath GetTempDirectory();
 
-// Gives a name in the temporary directory (first three characters of the prefix, hexadecimal digits, ".tmp")
-// that was free a moment ago; no file of it stays. On failure gives false and leaves the name alone.
+// Sets `name` to a path in the temporary directory (first three characters of the prefix, hexadecimal digits,
+// ".tmp") that was free a moment ago; no file of that name remains. On failure, false and an unchanged
+// `name`.
 bool ReserveTempName(const std::wstring& prefix, std::wstring& name);
 
-// Makes an empty file in the temporary directory and gives its path. An empty extension means the system's
-// own (tmp). Failures are not reported: the path is given whether or not the file could be made.
+// Creates an empty file in the temporary directory and returns its path. An empty extension means the
+// system's own (tmp). Failures are not reported: the path is returned even if the file could not be created.
 WidePath CreateTempFileWithExtension(const std::wstring& prefix, const std::wstring& extension);
 
-// The part of it behind the system's name, which is `created` in `directory`, and whose file is gone: makes
-// an empty file under that name with the extension, or, if that is taken, under the name with the next
-// number. If that is taken too, the path given lies beneath a directory that does not exist, and no file is
-// made.
+// The second half of CreateTempFileWithExtension: `created` is the name that the system chose in `directory`,
+// and its file is gone. Creates an empty file of that name with the extension, or with the next number if
+// that is taken. If the next number is taken too, the returned path is in a directory that does not exist,
+// and no file is created.
 WidePath CreateFileWithExtension(const std::wstring& created, const WidePath& directory,
                                  const std::wstring& prefix, const std::wstring& extension);
 

@@ -40,9 +40,9 @@ WidePath NextFreeName(const WidePath& taken, WidePath directory, std::wstring_vi
     std::uint32_t number = TemporaryNumber(taken, prefix);
     WidePath candidate;
     do {
-        ++number;
-        // Combine lengthens the directory too. That the second try thus lands beneath the first is kept.
-        candidate = directory.Combine(ShortPrefix(prefix) + HexToText(number));
+        // Deliberate: Combine lengthens the directory too, because the second try has always been below the
+        // first.
+        candidate = directory.Combine(ShortPrefix(prefix) + HexToText(++number));
         if (!extension.empty()) {
             candidate = WidePath(WithExtension(candidate.Text(), extension));
         }

@@ -9,20 +9,20 @@
 
 namespace keyreap {
 
-// The name with what follows its last dot (one behind the last backslash) replaced; without such a dot, the
-// name with a dot and the extension added.
+// The name with the part after its last dot replaced; only a dot after the last backslash counts. Without
+// such a dot, the name with a dot and the extension added.
 std::wstring ReplaceExtension(std::wstring_view name, std::wstring_view extension);
 
-// The first three characters of a prefix, which are what GetTempFileNameW puts in front of its number.
+// The first three characters of a prefix, which GetTempFileNameW puts before its number.
 std::wstring ShortPrefix(std::wstring_view prefix);
 
-// The number behind the short prefix in the stem of a temporary name, read as hexadecimal up to the first
-// character that is no digit of it.
+// The number after the short prefix in the stem of a temporary name, read as hexadecimal up to the first
+// character that is no hexadecimal digit.
 std::uint32_t TemporaryNumber(const WidePath& name, std::wstring_view prefix);
 
-// Goes on from a name that is taken: counts its number up and puts short prefix, number and extension
-// together beneath the directory, until `exists` denies the path. The directory is lengthened by every try,
-// so that the second one already looks beneath the first one's name, where nothing can be.
+// The first free name after a taken one: adds 1 to the number and puts short prefix, number and extension
+// together in the directory, until `exists` is false for the path. Each try also appends its name to the
+// directory, so the second try is in a directory of the first name, which usually does not exist.
 WidePath NextFreeName(const WidePath& taken, WidePath directory, std::wstring_view prefix,
                       std::wstring_view extension, const std::function<bool(const WidePath&)>& exists);
 

@@ -31,7 +31,7 @@ std::optional<std::uint32_t> CodePageOf(TextEncoding encoding);
 // any other.
 std::string EncodeUnits(std::wstring_view text, TextEncoding encoding);
 
-// The text in the encoding, its byte order mark in front; empty if it has no bytes there. Windows only.
+// The text in the encoding after its byte order mark; empty if both are. Windows only.
 std::string EncodeText(std::wstring_view text, TextEncoding encoding);
 
 } // namespace keyreap

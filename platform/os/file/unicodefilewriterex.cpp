@@ -19,13 +19,13 @@ bool IsEmptyFile(HANDLE file) {
     return low == 0 && high == 0;
 }
 
-// The text's memory, which is UTF-16 little endian as it stands.
+// The text's memory, which is already UTF-16 little endian.
 std::string_view BytesOf(std::wstring_view text) {
     static_assert(sizeof(wchar_t) == 2);
     return {reinterpret_cast<const char*>(text.data()), text.size() * 2};
 }
 
-// The lines are part of what is reported, so they are fixed and no longer those of this file.
+// Deliberate: constant line numbers, because reports contain them. They are not lines of this file.
 [[noreturn]] void Raise(TextFileWriteResult result, const std::wstring& path) {
     switch (result) {
     case TextFileWriteResult::noBytes:
@@ -41,8 +41,8 @@ std::string_view BytesOf(std::wstring_view text) {
 
 } // namespace
 
-UnicodeFileWriterEx::UnicodeFileWriterEx(std::wstring filePath, TextFileSettings fileSettings)
-    : path(std::move(filePath)), settings(fileSettings) {
+UnicodeFileWriterEx::UnicodeFileWriterEx(std::wstring path, TextFileSettings settings)
+    : path(std::move(path)), settings(settings) {
     OpenFile();
 }
 
@@ -83,7 +83,7 @@ bool UnicodeFileWriterEx::HasCodePage() const {
     return settings.codePage != TextFileSettings::noCodePage;
 }
 
-// Such text needs no copy once the byte order mark is there.
+// Such text needs no copy once the byte order mark is written. Most writes are of this kind.
 bool UnicodeFileWriterEx::WritesTextMemory() const {
     return !HasCodePage() && settings.encoding == TextEncoding::utf16LittleEndianWithMark;
 }

@@ -25,16 +25,16 @@ enum class TextFileWriteResult {
     writeFailed = 4,
 };
 
-// Writes text to a file, each Write at once and in one piece. Others may read the file meanwhile.
+// Writes text to a file, each Write at once and in one piece. Others may read the file at the same time.
 class UnicodeFileWriterEx {
 public:
-    // Opens the file, cut to nothing unless `append` is set. A file that can't be opened shows at the first
-    // Write. `path` is in the form for the file API.
+    // Opens the file, and empties it unless `append` is set. If it can't be opened, the first Write reports
+    // that. `path` is in the form for the file API.
     explicit UnicodeFileWriterEx(std::wstring path, TextFileSettings settings = {});
 
-    // Writes the text as it is; the first text in an empty file brings the byte order mark. Raises Exception
-    // with a message that names the file if there is no open file or the system wrote less than asked, and
-    // with another if the text has no bytes in the encoding. What was written by then stays.
+    // Writes the text as it is; in an empty file the byte order mark comes first. Raises Exception with a
+    // message that names the file if there is no open file or the system wrote less than asked, and with a
+    // message without the name if the text has no bytes in the encoding. What was written before stays.
     void Write(std::wstring_view text);
 
     // The same with the outcome as a value.

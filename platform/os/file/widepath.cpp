@@ -44,7 +44,7 @@ std::wstring NormalizePath(std::wstring_view text) {
 }
 
 std::wstring ExtendedLengthForm(std::wstring_view text) {
-    // A path on a share gets the plain prefix in front of its two backslashes, never the "UNC" form.
+    // A path on a share also gets the plain prefix before its two backslashes, never the "UNC" form.
     if (text.size() >= extendedLengthThreshold && IsAbsolute(text) && !HasExtendedPrefix(text)) {
         return WithExtendedPrefix(text);
     }
@@ -83,7 +83,7 @@ WidePath WidePath::Combine(std::wstring_view component) {
 std::wstring WidePath::FileName() const {
     std::size_t separator = text.rfind(L'\\');
     if (separator == std::wstring::npos) {
-        // ">" is a second separator on purpose.
+        // Deliberate: ">" is a second separator.
         separator = text.rfind(L'>');
     }
     return separator == std::wstring::npos ? text : text.substr(separator + 1);

@@ -18,11 +18,11 @@ std::wstring_view StripExtendedPrefix(std::wstring_view text);
 // more, exactly two. Forward slashes, dots and drive letters stay: `C:\` gives `C:`, `\a` gives `a`.
 std::wstring NormalizePath(std::wstring_view text);
 
-// What the file API takes: an absolute path (two leading backslashes, or a colon second) of 248 characters or
-// more gets the extended-length prefix, unless it has it; any other text comes back as it is.
+// The form for the file API: an absolute path (two leading backslashes, or a colon second) of 248 characters
+// or more gets the extended-length prefix, unless it has it; any other text is unchanged.
 std::wstring ExtendedLengthForm(std::wstring_view text);
 
-// The second, later threshold, used by removal and search alone: any text of 260 characters or more gets the
+// The higher threshold, used by removal and search only: any text of 260 characters or more gets the
 // extended-length prefix, unless it has it.
 std::wstring PrefixedFromMaxPath(std::wstring_view text);
 
@@ -40,15 +40,15 @@ public:
     const std::wstring& Text() const { return text; }
     bool IsEmpty() const { return text.empty(); }
 
-    // Adds one component in place, behind one backslash if the path is not empty. An empty component (after
+    // Adds one component in place, after one backslash if the path is not empty. An empty component (after
     // normalisation) adds nothing.
     void Append(std::wstring_view component);
 
-    // Appends, and gives a copy of the result. This path STAYS lengthened: a second Combine counts from
-    // there.
+    // Appends, and returns a copy of the result. This path STAYS lengthened: a second Combine appends to the
+    // result of the first.
     WidePath Combine(std::wstring_view component);
 
-    // What follows the last backslash; without one, what follows the last ">"; without either, the whole
+    // The part after the last backslash; without one, the part after the last ">"; without either, the whole
     // text.
     std::wstring FileName() const;
 
@@ -58,7 +58,7 @@ public:
     // The part before the last backslash; empty without a backslash, and for a name like `\\x`.
     WidePath Parent() const;
 
-    // The form for the file API; see the function of this name.
+    // See the function of this name.
     std::wstring ExtendedLengthForm() const;
 
     friend bool operator==(const WidePath& left, const WidePath& right) = default;

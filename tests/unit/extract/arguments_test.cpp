@@ -14,7 +14,7 @@ TEST(ParsePairs, NoneOrOneWordMakesNoPair) {
     EXPECT_TRUE(ParsePairs(Words{L"both"}).empty());
 }
 
-TEST(ParsePairs, WordsGoTwoByTwoInTheirOrder) {
+TEST(ParsePairs, WordsArePairedInTheirOrder) {
     const std::vector<FilePair> pairs = ParsePairs(Words{L"a.dll", L"a.reg", L"b.dll", L"b.reg"});
     ASSERT_EQ(pairs.size(), 2U);
     EXPECT_EQ(pairs[0].sourceFile.Text(), L"a.dll");
@@ -31,7 +31,7 @@ TEST(ParsePairs, PathsAreNormalised) {
     EXPECT_EQ(ParsePairs(Words{L"\\\\?\\C:\\a\\", L"\\b"})[0].sourceFile.Text(), L"C:\\a");
 }
 
-TEST(ParseMode, EvenNumberOfWordsIsBoth) {
+TEST(ParseMode, EvenNumberOfWordsMeansBoth) {
     EXPECT_EQ(ParseMode(Words{}), CaptureMode::both);
     EXPECT_EQ(ParseMode(Words{L"keyRedir", L"trace"}), CaptureMode::both);
 }
@@ -48,7 +48,7 @@ TEST(ParseMode, CaseOfTheModeWordDoesNotCount) {
     EXPECT_EQ(ParseMode(Words{L"a", L"b", L"KEYREDIR"}), CaptureMode::keyRedir);
 }
 
-TEST(ParseMode, UnknownWordIsQuietlyBoth) {
+TEST(ParseMode, UnknownWordSilentlyMeansBoth) {
     EXPECT_EQ(ParseMode(Words{L"a", L"b", L"garbage"}), CaptureMode::both);
     EXPECT_EQ(ParseMode(Words{L"a", L"b", L""}), CaptureMode::both);
     EXPECT_EQ(ParseMode(Words{L"a", L"b", L"b.dll"}), CaptureMode::both);

@@ -11,14 +11,14 @@ TEST(ModeWord, EveryModeHasItsWord) {
     EXPECT_EQ(ModeWord(CaptureMode::both), L"both");
 }
 
-TEST(ModeWord, ValueThatIsNoModeHasNone) {
+TEST(ModeWord, InvalidModeHasNoWord) {
     EXPECT_EQ(ModeWord(static_cast<CaptureMode>(0)), L"");
     EXPECT_EQ(ModeWord(static_cast<CaptureMode>(4)), L"");
 }
 
 TEST(ParseModeWord, OnlyLettersAToZAreFolded) {
     EXPECT_EQ(ParseModeWord(L"tRaCe"), CaptureMode::trace);
-    // U+212A, which other foldings take for a K.
+    // U+212A, which other foldings treat as a K.
     EXPECT_EQ(ParseModeWord(L"\x212A"
                             L"eyRedir"),
               CaptureMode::both);

@@ -17,7 +17,7 @@ BOOL WINAPI NoteControls(const INITCOMMONCONTROLSEX* controls) {
     return FALSE;
 }
 
-TEST(LoadStartModules, AsksForTheClassesOfControlsAndLoadsBothModulesWhateverTheAnswer) {
+TEST(LoadStartModules, RequestsTheControlClassesAndLoadsBothModulesWhateverTheResult) {
     const ImportReplacement replacement("InitCommonControlsEx", reinterpret_cast<const void*>(&NoteControls));
     LoadStartModules();
     EXPECT_EQ(asked.dwSize, 8U);

@@ -19,7 +19,7 @@ std::vector<std::wstring> PathsFound(const std::wstring& pattern) {
     return paths;
 }
 
-// Makes a directory current for the length of a test.
+// Makes a directory the current one for one test.
 class CurrentDirectory {
 public:
     explicit CurrentDirectory(const std::wstring& directory) {
@@ -64,7 +64,7 @@ TEST(FileFind, NullPatternMeansAllInTheCurrentDirectory) {
     EXPECT_THAT(names, UnorderedElementsAre(L".", L"..", L"only.dll"));
 }
 
-TEST(FileFind, FlagTellsWhetherTheLastStepFoundSomething) {
+TEST(FileFind, FlagReportsWhetherTheLastStepFoundSomething) {
     const TemporaryFolder folder;
     folder.MakeFile(L"a.txt");
     FileFind find;
@@ -82,7 +82,7 @@ TEST(FileFind, WithoutAMatchIsFalse) {
     EXPECT_FALSE(find.FindNext());
 }
 
-TEST(FileFind, NewSearchEndsTheFormerOne) {
+TEST(FileFind, NewSearchEndsTheOldOne) {
     const TemporaryFolder folder;
     folder.MakeFile(L"one\\a.txt");
     folder.MakeFile(L"two\\b.txt");
@@ -94,7 +94,7 @@ TEST(FileFind, NewSearchEndsTheFormerOne) {
     EXPECT_FALSE(find.HasFound());
 }
 
-TEST(FileFind, CloseForgetsTheDirectoryAndTheFlag) {
+TEST(FileFind, CloseClearsTheDirectoryAndTheFlag) {
     const TemporaryFolder folder;
     folder.MakeFile(L"a.txt");
     FileFind find;
@@ -112,7 +112,7 @@ TEST(FileFind, ResultOf260CharactersHasThePrefix) {
     EXPECT_THAT(PathsFound(directory + L"\\n*"), UnorderedElementsAre(L"\\\\?\\" + path));
 }
 
-TEST(FileFind, ResultOf259CharactersHasNone) {
+TEST(FileFind, ResultOf259CharactersHasNoPrefix) {
     const TemporaryFolder folder;
     const std::wstring path = folder.MakeFile(folder.NameForLength(259));
     EXPECT_THAT(PathsFound(path), UnorderedElementsAre(path));

@@ -38,7 +38,7 @@ TEST(RemoveTree, TakesADirectoryThatEndsInABackslash) {
     EXPECT_THAT(testsupport::NamesIn(folder.File(L"top")), IsEmpty());
 }
 
-TEST(RemoveTree, OneEntryThatStaysDoesNotStopTheOthers) {
+TEST(RemoveTree, EntryThatStaysDoesNotStopTheRemovalOfTheRest) {
     const TemporaryFolder folder;
     folder.MakeFile(L"top\\a.txt");
     const std::wstring open = folder.MakeFile(L"top\\m\\open.txt");
@@ -95,7 +95,7 @@ TEST(DeleteFileLong, IsFalseForADirectoryOrAMissingFile) {
     EXPECT_FALSE(DeleteFileLong(folder.File(L"missing")));
 }
 
-TEST(DeleteFileLong, TakesPathsFrom260CharactersOnAndAPrefixThatIsThere) {
+TEST(DeleteFileLong, TakesPathsFrom260CharactersOnWithAndWithoutAPrefix) {
     const TemporaryFolder folder;
     const std::wstring path = folder.MakeFile(folder.NameForLength(298));
     EXPECT_TRUE(DeleteFileLong(path));

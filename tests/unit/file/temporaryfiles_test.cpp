@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testsupport::Exists;
 using testsupport::TemporaryFolder;
 
-// Makes another directory the temporary one, for this process and the length of a test.
+// Makes another directory the temporary one of this process for one test.
 class TemporaryDirectoryChange {
 public:
     explicit TemporaryDirectoryChange(const std::wstring& directory) {
@@ -31,7 +31,7 @@ class TemporaryFiles : public testing::Test {
 protected:
     std::vector<std::wstring> Names() const { return testsupport::NamesIn(folder.Path()); }
 
-    std::wstring MakeBehind(const wchar_t* systemName) const {
+    std::wstring CreateAfter(const wchar_t* systemName) const {
         return CreateFileWithExtension(folder.File(systemName), WidePath(folder.Path()), L"tlb", L"tlb")
             .Text();
     }
@@ -44,7 +44,7 @@ TEST_F(TemporaryFiles, DirectoryHasNoTrailingBackslash) {
     EXPECT_EQ(GetTempDirectory().Text(), folder.Path());
 }
 
-TEST_F(TemporaryFiles, ReservedNameLeavesNoFileBehind) {
+TEST_F(TemporaryFiles, ReservedNameLeavesNoFile) {
     std::wstring name;
     ASSERT_TRUE(ReserveTempName(L"ETL", name));
     EXPECT_EQ(WidePath(name).Parent().Text(), folder.Path());
@@ -66,7 +66,7 @@ TEST_F(TemporaryFiles, ReservingInAMissingDirectoryFailsAndLeavesTheNameAlone) {
     EXPECT_EQ(name, L"before");
 }
 
-TEST_F(TemporaryFiles, DirectoryThatTheSystemCanNotNameIsEmptyAndNothingIsReservedThere) {
+TEST_F(TemporaryFiles, DirectoryThatTheSystemCannotNameIsEmptyAndReservingThereFails) {
     const TemporaryDirectoryChange tooLong(folder.File(std::wstring(300, L'd')));
     EXPECT_EQ(GetTempDirectory().Text(), L"");
     std::wstring name = L"before";
@@ -74,7 +74,7 @@ TEST_F(TemporaryFiles, DirectoryThatTheSystemCanNotNameIsEmptyAndNothingIsReserv
     EXPECT_EQ(name, L"before");
 }
 
-TEST_F(TemporaryFiles, ExtensionTakesThePlaceOfTmp) {
+TEST_F(TemporaryFiles, ExtensionReplacesTmp) {
     const WidePath path = CreateTempFileWithExtension(L"tlb", L"tlb");
     EXPECT_TRUE(path.Text().ends_with(L".tlb"));
     EXPECT_THAT(Names(), ElementsAre(path.FileName()));
@@ -89,19 +89,19 @@ TEST_F(TemporaryFiles, EmptyExtensionKeepsTmp) {
 
 TEST_F(TemporaryFiles, TakenNameGivesTheNextNumberInTheSameDirectory) {
     folder.MakeFile(L"tlb1A2B.tlb", "taken");
-    EXPECT_EQ(MakeBehind(L"tlb1A2B.tmp"), folder.File(L"tlb1a2c.tlb"));
+    EXPECT_EQ(CreateAfter(L"tlb1A2B.tmp"), folder.File(L"tlb1a2c.tlb"));
     EXPECT_THAT(Names(), ElementsAre(L"tlb1A2B.tlb", L"tlb1a2c.tlb"));
     EXPECT_EQ(testsupport::FileBytes(folder.File(L"tlb1A2B.tlb")), "taken");
 }
 
-TEST_F(TemporaryFiles, SecondTakenNameGivesAPathBeneathAMissingDirectoryAndNoFile) {
+TEST_F(TemporaryFiles, SecondTakenNameGivesAPathInAMissingDirectoryAndNoFile) {
     folder.MakeFile(L"tlb1A2B.tlb");
     folder.MakeFile(L"tlb1a2c.tlb");
-    EXPECT_EQ(MakeBehind(L"tlb1A2B.tmp"), folder.File(L"tlb1a2c\\tlb1a2d.tlb"));
+    EXPECT_EQ(CreateAfter(L"tlb1A2B.tmp"), folder.File(L"tlb1a2c\\tlb1a2d.tlb"));
     EXPECT_THAT(Names(), ElementsAre(L"tlb1A2B.tlb", L"tlb1a2c.tlb"));
 }
 
-TEST_F(TemporaryFiles, InAMissingDirectoryNothingIsMadeAndThePathIsGivenAllTheSame) {
+TEST_F(TemporaryFiles, WithoutATemporaryDirectoryTheExtensionAloneNamesAFileInTheCurrentOne) {
     const TemporaryFolder current;
     wchar_t former[MAX_PATH];
     GetCurrentDirectoryW(MAX_PATH, former);
@@ -109,7 +109,6 @@ TEST_F(TemporaryFiles, InAMissingDirectoryNothingIsMadeAndThePathIsGivenAllTheSa
     const TemporaryDirectoryChange missing(folder.File(L"missing"));
     const WidePath path = CreateTempFileWithExtension(L"tlb", L"tlb");
     SetCurrentDirectoryW(former);
-    // With no name from the system only the extension is left, in the current directory.
     EXPECT_EQ(path.Text(), L".tlb");
     EXPECT_THAT(testsupport::NamesIn(current.Path()), ElementsAre(L".tlb"));
 }

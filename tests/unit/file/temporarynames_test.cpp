@@ -27,7 +27,7 @@ TEST(ShortPrefix, HasAtMostThreeCharacters) {
     EXPECT_EQ(ShortPrefix(L"tl"), L"tl");
 }
 
-TEST(TemporaryNumber, IsReadAsHexadecimalBehindTheShortPrefix) {
+TEST(TemporaryNumber, IsReadAsHexadecimalAfterTheShortPrefix) {
     EXPECT_EQ(TemporaryNumber(WidePath(L"C:\\temp\\tlb1a2B.tlb"), L"tlb"), 0x1A2BU);
     EXPECT_EQ(TemporaryNumber(WidePath(L"C:\\temp\\shiFF.tlb"), L"shim_clone"), 0xFFU);
 }
@@ -38,7 +38,7 @@ TEST(TemporaryNumber, EndsAtTheFirstCharacterThatIsNoDigit) {
     EXPECT_EQ(TemporaryNumber(WidePath(L""), L"tlb"), 0U);
 }
 
-// Runs the search against a set of taken names and keeps what was asked.
+// Runs the search against a set of taken names and records the paths that it asks for.
 struct Search {
     explicit Search(std::vector<std::wstring> takenNames) : taken(std::move(takenNames)) {}
 
@@ -65,7 +65,7 @@ TEST(NextFreeName, WritesTheNumberInLowerCaseWithoutLeadingZeros) {
     EXPECT_EQ(search.Run(L"C:\\temp\\tlbABCD.tlb", L"tlb"), L"C:\\temp\\tlbabce.tlb");
 }
 
-TEST(NextFreeName, SecondTryLandsBeneathTheFirstWithoutItsExtension) {
+TEST(NextFreeName, SecondTryIsBelowTheFirstWithoutItsExtension) {
     Search search({L"C:\\temp\\tlb1a3.tlb"});
     EXPECT_EQ(search.Run(L"C:\\temp\\tlb1A2.tlb", L"tlb"), L"C:\\temp\\tlb1a3\\tlb1a4.tlb");
     EXPECT_THAT(search.asked, ElementsAre(L"C:\\temp\\tlb1a3.tlb", L"C:\\temp\\tlb1a3\\tlb1a4.tlb"));

@@ -20,7 +20,7 @@ TEST(TextEncoding, HasTheNumbersThatCallersPass) {
     EXPECT_EQ(static_cast<int>(TextEncoding::westernEuropeanToo), 9);
 }
 
-TEST(ByteOrderMark, StandsInFrontOfThreeEncodings) {
+TEST(ByteOrderMark, BeginsThreeEncodings) {
     EXPECT_EQ(ByteOrderMark(TextEncoding::utf8WithMark), "\xEF\xBB\xBF");
     EXPECT_EQ(ByteOrderMark(TextEncoding::utf16LittleEndianWithMark), "\xFF\xFE");
     EXPECT_EQ(ByteOrderMark(TextEncoding::utf16BigEndianWithMark), "\xFE\xFF");
@@ -60,7 +60,7 @@ TEST(EncodeUnits, LowBytesCutsEachUnit) {
     EXPECT_EQ(EncodeUnits(L"A\x20AC\xFF", TextEncoding::lowBytes), "A\xAC\xFF");
 }
 
-TEST(EncodeUnits, LetsLoneSurrogatesAndNulsPass) {
+TEST(EncodeUnits, KeepsLoneSurrogatesAndNuls) {
     const std::wstring text{static_cast<wchar_t>(0xD800), L'\0', static_cast<wchar_t>(0xDC00)};
     EXPECT_EQ(EncodeUnits(text, TextEncoding::utf16LittleEndian), std::string("\0\xD8\0\0\0\xDC", 6));
 }

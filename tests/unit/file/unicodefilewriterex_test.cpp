@@ -17,7 +17,7 @@ class UnicodeFileWriter : public testing::Test {
 protected:
     std::string Bytes() const { return FileBytes(path); }
 
-    // What a file holds after two texts, each written by itself.
+    // The contents of a file after two separate writes.
     std::string TwoWrites(TextFileSettings settings, std::wstring_view first,
                           std::wstring_view second) const {
         UnicodeFileWriterEx writer(path, settings);
@@ -30,7 +30,7 @@ protected:
     std::wstring path = folder.File(L"out.reg");
 };
 
-// Runs a failing write and gives what it raised.
+// The exception of a failing write.
 Exception RaisedBy(UnicodeFileWriterEx& writer, std::wstring_view text) {
     try {
         writer.Write(text);
@@ -57,7 +57,7 @@ TEST_F(UnicodeFileWriter, LaterTextsGrowTheFileByTwiceTheirLength) {
     EXPECT_EQ(Bytes().substr(before), "s\0e\0c\0o\0n\0d\0\r\0\n\0"s);
 }
 
-TEST_F(UnicodeFileWriter, ExistingFileIsCutAndStartsWithTheMarkAgain) {
+TEST_F(UnicodeFileWriter, ExistingFileIsEmptiedAndStartsWithTheMarkAgain) {
     testsupport::WriteBytes(path, std::string(1000, 'x'));
     UnicodeFileWriterEx writer(path);
     EXPECT_EQ(Bytes(), "");
@@ -66,7 +66,7 @@ TEST_F(UnicodeFileWriter, ExistingFileIsCutAndStartsWithTheMarkAgain) {
                        "A\0"s);
 }
 
-TEST_F(UnicodeFileWriter, EmptyTextLeavesAFreshFileEmptyAndTheMarkStillComes) {
+TEST_F(UnicodeFileWriter, EmptyTextWritesNoMarkAndTheNextTextDoes) {
     UnicodeFileWriterEx writer(path);
     writer.Write(L"");
     EXPECT_EQ(Bytes(), "");
@@ -75,14 +75,14 @@ TEST_F(UnicodeFileWriter, EmptyTextLeavesAFreshFileEmptyAndTheMarkStillComes) {
                        "A\0"s);
 }
 
-TEST_F(UnicodeFileWriter, LineEndsNulsAndLoneSurrogatesPass) {
+TEST_F(UnicodeFileWriter, LineEndsNulsAndLoneSurrogatesAreKept) {
     UnicodeFileWriterEx writer(path);
     writer.Write(L"\n");
     writer.Write(L"\r\xD800\0"sv);
     EXPECT_EQ(Bytes(), "\xFF\xFE\n\0\r\0\0\xD8\0\0"s);
 }
 
-TEST_F(UnicodeFileWriter, OthersReadTheFileWhileItIsWrittenAndCannotWrite) {
+TEST_F(UnicodeFileWriter, OthersMayReadTheFileButNotWriteIt) {
     UnicodeFileWriterEx writer(path);
     writer.Write(L"A");
     const OwnedFile reader(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -109,7 +109,7 @@ TEST_F(UnicodeFileWriter, EmptyTextWithoutAnOpenFileIsRaisedToo) {
 }
 
 TEST_F(UnicodeFileWriter, FailedWriteNamesTheFile) {
-    // A pipe whose other end has gone takes no more bytes.
+    // A pipe whose other end is closed takes no more bytes.
     const std::wstring pipe = L"\\\\.\\pipe\\keyreap" + std::to_wstring(GetCurrentProcessId());
     OwnedFile otherEnd(
         CreateNamedPipeW(pipe.c_str(), PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE, 1, 0, 0, 0, nullptr));
@@ -156,7 +156,7 @@ TEST_F(UnicodeFileWriter, AppendMakesAMissingFileWithItsMark) {
                                                "A\0B\0"s);
 }
 
-TEST_F(UnicodeFileWriter, EveryEncodingBringsItsMarkOnce) {
+TEST_F(UnicodeFileWriter, EveryEncodingWritesItsMarkOnce) {
     const struct {
         TextEncoding encoding;
         std::string expected;
@@ -189,7 +189,7 @@ TEST_F(UnicodeFileWriter, SystemCodePageConvertsThroughTheSystem) {
     EXPECT_EQ(TwoWrites(settings, L"A", L"z"), "Az");
 }
 
-TEST_F(UnicodeFileWriter, CodePageStandsInForTheEncodingAndHasNoMark) {
+TEST_F(UnicodeFileWriter, CodePageReplacesTheEncodingAndHasNoMark) {
     TextFileSettings settings;
     settings.codePage = 65001;
     EXPECT_EQ(TwoWrites(settings, L"\xE9", L"\x20AC"), "\xC3\xA9\xE2\x82\xAC");

@@ -112,12 +112,12 @@ TEST(Combine, LengthensItsLeftSideToo) {
     EXPECT_EQ(left.Combine(L"two").Text(), L"C:\\temp\\one\\two");
 }
 
-TEST(FileName, IsWhatFollowsTheLastBackslash) {
+TEST(FileName, IsThePartAfterTheLastBackslash) {
     EXPECT_EQ(WidePath(L"C:\\a>b\\c.dll").FileName(), L"c.dll");
     EXPECT_EQ(WidePath(L"C:\\a\\b>c").FileName(), L"b>c");
 }
 
-TEST(FileName, WithoutABackslashIsWhatFollowsTheLastAngle) {
+TEST(FileName, WithoutABackslashIsThePartAfterTheLastAngle) {
     EXPECT_EQ(WidePath(L"one>two>three.dll").FileName(), L"three.dll");
 }
 
@@ -156,7 +156,7 @@ TEST(Parent, OfABareServerNameIsEmpty) {
     EXPECT_TRUE(WidePath(L"\\\\x").Parent().IsEmpty());
 }
 
-TEST(Parent, WithItsOnlyBackslashAtIndexOneIsWhatStandsBefore) {
+TEST(Parent, WithItsOnlyBackslashAtIndexOneIsThePartBeforeIt) {
     EXPECT_EQ(WidePath(L"a\\b").Parent().Text(), L"a");
 }
 
@@ -204,7 +204,7 @@ TEST(PrefixedFromMaxPath, NeverPrefixesTwice) {
     EXPECT_EQ(PrefixedFromMaxPath(once), once);
 }
 
-TEST(IsUncPath, WantsTwoBackslashesAndAThirdCharacter) {
+TEST(IsUncPath, NeedsTwoBackslashesAndAThirdCharacter) {
     EXPECT_TRUE(IsUncPath(L"\\\\server\\share\\a.dll"));
     EXPECT_TRUE(IsUncPath(L"\\\\s"));
     EXPECT_FALSE(IsUncPath(L"\\\\"));
@@ -214,12 +214,12 @@ TEST(IsUncPath, WantsTwoBackslashesAndAThirdCharacter) {
     EXPECT_FALSE(IsUncPath(L""));
 }
 
-TEST(IsUncPath, ExtendedLengthNameIsNone) {
+TEST(IsUncPath, ExtendedLengthNameIsNotOnAShare) {
     EXPECT_FALSE(IsUncPath(L"\\\\?\\C:\\a.dll"));
     EXPECT_FALSE(IsUncPath(L"\\\\?\\UNC\\server\\share"));
 }
 
-TEST(IsUncPath, DeviceNameCountsAsOne) {
+TEST(IsUncPath, DeviceNameCountsAsOnAShare) {
     EXPECT_TRUE(IsUncPath(L"\\\\.\\C:"));
 }
 

@@ -37,7 +37,7 @@ bool IsOpen(const std::wstring& call) {
     return call.starts_with(L"open");
 }
 
-// The redirected HKEY_LOCAL_MACHINE has an empty Software\\Classes, the real one never has.
+// The redirected HKEY_LOCAL_MACHINE has an empty Software\\Classes; the real one is never empty.
 bool RootsAreRedirected() {
     const RegKey classes(L"Software\\Classes", HKEY_LOCAL_MACHINE, false);
     return classes.Handle() != nullptr && classes.EnumSubkeys().empty();
@@ -47,7 +47,7 @@ bool IsHandleOf(HANDLE handle, DWORD threadId) {
     return GetThreadId(handle) == threadId;
 }
 
-// All of this process's handles of a thread that runs.
+// All handles of a running thread in this process.
 std::vector<HANDLE> HandlesOf(DWORD threadId) {
     std::vector<HANDLE> handles;
     constexpr ULONG_PTR mostHandles = 0x4000;
@@ -59,8 +59,8 @@ std::vector<HANDLE> HandlesOf(DWORD threadId) {
     return handles;
 }
 
-// A logger that makes its log file, as the real one does, and notes down whether the roots were redirected
-// when it was started and stopped, and whether the file was there to be read.
+// A logger that creates its log file, as the real one does, and records whether the roots were redirected
+// when it was started and stopped, and whether the file existed when it was opened.
 class WatchingTracing : public ScriptedTracing {
 public:
     bool redirectedAtStart = false;
@@ -112,7 +112,7 @@ protected:
 
     std::wstring Written() const { return Utf16Document(FileBytes(output)); }
 
-    // As the kernel names a key of the temporary tree.
+    // The kernel's name of a key in the temporary tree.
     static std::wstring KernelName(const std::wstring& below) {
         return L"\\REGISTRY\\USER\\S-1-5-21-1-2-3-1000\\Software\\Velmoro\\Tesselink\\Temporary\\" + below;
     }
@@ -149,13 +149,13 @@ TEST_F(SessionTest, FailedStopStillReplays) {
     EXPECT_EQ(Written(), headerAlone);
 }
 
-TEST_F(SessionTest, LogThatCannotBeReadGivesTheHeaderAloneAndSuccess) {
+TEST_F(SessionTest, UnreadableLogGivesOnlyTheHeaderAndSuccess) {
     tracing.logExists = false;
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_EQ(Written(), headerAlone);
 }
 
-TEST_F(SessionTest, ReplayReadsTheTemporaryTreeAndNamesTheRootThatWasMeant) {
+TEST_F(SessionTest, ReplayReadsTheTemporaryTreeAndNamesTheOriginalRoot) {
     const std::wstring name = KernelName(std::wstring(L"HKCR\\") + serverClass);
     tracing.log = TraceBuilder()
                       .ByProcess(GetCurrentProcessId())
@@ -186,7 +186,7 @@ TEST_F(SessionTest, ProgramIsTracedInModeKeyRedirTooAndNothingIsRedirected) {
 }
 
 TEST_F(SessionTest, EventsOfTheProgramAreReplayedToo) {
-    // Nobody can know the program's id beforehand: each of many processes writes a key of its own.
+    // The program's id is not known before, so each of many processes writes its own key.
     TraceBuilder trace;
     constexpr DWORD lastId = 0x8000;
     for (DWORD id = 4; id < lastId; id += 4) {
@@ -201,8 +201,8 @@ TEST_F(SessionTest, EventsOfTheProgramAreReplayedToo) {
     EXPECT_EQ(Written().find(key), Written().rfind(key)) << "one process alone";
 }
 
-TEST_F(SessionTest, ReplayNamesTheFileWhereItLayInsteadOfItsCopy) {
-    // A path of devices counts as one on a share.
+TEST_F(SessionTest, ReplayNamesTheOriginalFileInsteadOfItsCopy) {
+    // A device path counts as a path on a share.
     const std::wstring original = L"\\\\.\\" + SystemFile(L"hlink.dll");
     const std::wstring name = KernelName(std::wstring(L"HKCR\\") + serverClass + L"\\InprocServer32");
     tracing.log = TraceBuilder()
@@ -216,27 +216,27 @@ TEST_F(SessionTest, ReplayNamesTheFileWhereItLayInsteadOfItsCopy) {
     EXPECT_THAT(Written(), HasSubstr(L"@=\"" + EscapeRegText(original) + L"\""));
 }
 
-TEST_F(SessionTest, SessionsHaveTraceLogsOfDifferentNames) {
+TEST_F(SessionTest, SessionsNameTheirTraceLogsDifferently) {
     EXPECT_TRUE(Capture(CaptureMode::both));
     const std::wstring first = tracing.openedPath;
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_NE(tracing.openedPath, first);
 }
 
-TEST_F(SessionTest, WorkersHandleIsClosedOnceTheResultIsThere) {
+TEST_F(SessionTest, WorkersHandleIsClosedAfterTheResultIsMade) {
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_TRUE(tracing.workerWasOpen);
     EXPECT_FALSE(tracing.WorkerIsOpen());
 }
 
-TEST_F(SessionTest, RootsAreRestoredOnceThoughTheEndAsksForItAgain) {
+TEST_F(SessionTest, RootsAreRestoredOnlyOnce) {
     const ScratchKey elsewhere;
     elsewhere.Make(L"Mark");
     for (const CaptureMode mode : {CaptureMode::keyRedir, CaptureMode::both}) {
         {
             NativeFileRegister session(WidePath(SystemFile(L"hlink.dll")), WidePath(output), mode, tracing);
             EXPECT_TRUE(session.Register());
-            // A restoring of every root would take this away.
+            // Restoring every root again would remove this.
             RegOverridePredefKey(HKEY_USERS, elsewhere.Handle());
         }
         EXPECT_NE(RegKey(L"Mark", HKEY_USERS, false).Handle(), nullptr);
@@ -253,13 +253,13 @@ TEST_F(SessionTest, RootsThatWereNotRedirectedAreNotRestored) {
     RegOverridePredefKey(HKEY_USERS, nullptr);
 }
 
-// A logger whose start ends the thread that asks for it, as a target may.
+// A logger whose start ends the calling thread, as a target may.
 class EndingTracing : public ScriptedTracing {
 public:
     ULONG Start(TRACEHANDLE&, const wchar_t*, EVENT_TRACE_PROPERTIES&) override { ExitThread(0); }
 };
 
-TEST_F(SessionTest, WorkerThatIsEndedFailsTheSessionWhichRestoresTheRoots) {
+TEST_F(SessionTest, WorkerThatEndsEarlyFailsTheSessionAndTheSessionRestoresTheRoots) {
     EndingTracing ending;
     {
         NativeFileRegister session(WidePath(SystemFile(L"hlink.dll")), WidePath(output), CaptureMode::both,
@@ -271,7 +271,7 @@ TEST_F(SessionTest, WorkerThatIsEndedFailsTheSessionWhichRestoresTheRoots) {
     EXPECT_FALSE(testsupport::Exists(output));
 }
 
-// The flags of each start of a process, in their order.
+// The flags of all starts of processes, in order.
 std::vector<DWORD> starts;
 const ImportReplacement* replacedStart = nullptr;
 
@@ -295,18 +295,18 @@ protected:
 };
 
 constexpr DWORD suspended = 0x24;
-constexpr DWORD inEarnest = 0x20;
+constexpr DWORD unsuspended = 0x20;
 
-TEST_F(SessionStarts, TypeLibraryIsTriedSuspendedAndNeverStartedInEarnest) {
+TEST_F(SessionStarts, TypeLibraryIsStartedOnlySuspended) {
     const std::wstring library = folder.MakeFile(L"a.tlb", "MSFT" + std::string(0x400, '\0'));
     EXPECT_FALSE(
         NativeFileRegister(WidePath(library), WidePath(output), CaptureMode::both, tracing).Register());
     EXPECT_THAT(starts, ElementsAre(suspended));
 }
 
-TEST_F(SessionStarts, ProgramIsTriedSuspendedAndThenStartedOnce) {
+TEST_F(SessionStarts, ProgramIsStartedSuspendedAndThenOnceUnsuspended) {
     EXPECT_TRUE(Capture(CaptureMode::both, L"hostname.exe"));
-    EXPECT_THAT(starts, ElementsAre(suspended, inEarnest));
+    EXPECT_THAT(starts, ElementsAre(suspended, unsuspended));
 }
 
 TEST_F(SessionStarts, ServerWithTheExportIsNotStarted) {
@@ -314,7 +314,7 @@ TEST_F(SessionStarts, ServerWithTheExportIsNotStarted) {
     EXPECT_THAT(starts, IsEmpty());
 }
 
-TEST_F(SessionTest, EveryEndTakesTheTraceLogAway) {
+TEST_F(SessionTest, SessionRemovesItsTraceLog) {
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_TRUE(tracing.logWasThere);
     EXPECT_EQ(GetFileAttributesW(tracing.openedPath.c_str()), INVALID_FILE_ATTRIBUTES);

@@ -22,7 +22,7 @@ using testing::Pair;
 using testsupport::ImportReplacement;
 using testsupport::TemporaryFolder;
 
-// What a session asks of the system for its target, where no result shows it.
+// A session's calls of the system for its target, where no result shows them.
 class TargetCalls : public testing::Test {
 protected:
     bool Capture(const std::wstring& file) {
@@ -40,7 +40,7 @@ protected:
     TemporaryFolder folder;
 };
 
-// Type libraries that were to be loaded, and what comes of it.
+// The type libraries that were loaded, and the result of loading.
 std::vector<std::pair<std::wstring, int>> typeLibs;
 HRESULT typeLibResult = S_OK;
 
@@ -68,10 +68,10 @@ TEST_F(TypeLibCalls, OnlySOkIsASuccess) {
     EXPECT_FALSE(CaptureWith(E_FAIL));
 }
 
-TEST_F(TypeLibCalls, LibraryIsLoadedToBeRegistered) {
-    constexpr int toBeRegistered = 1;
+TEST_F(TypeLibCalls, LibraryIsLoadedForRegistration) {
+    constexpr int forRegistration = 1;
     CaptureWith(S_OK);
-    EXPECT_THAT(typeLibs, ElementsAre(Pair(folder.File(L"a.tlb"), toBeRegistered)));
+    EXPECT_THAT(typeLibs, ElementsAre(Pair(folder.File(L"a.tlb"), forRegistration)));
 }
 
 TEST_F(TypeLibCalls, LongPathHasItsPrefix) {
@@ -100,19 +100,19 @@ protected:
     ImportReplacement replacement{"LoadLibraryExW", reinterpret_cast<const void*>(&NoteLoad)};
 };
 
-TEST_F(LoadCalls, ServersOwnFolderIsSearchedForWhatItNeeds) {
+TEST_F(LoadCalls, ServersOwnFolderIsSearchedForItsDependencies) {
     constexpr DWORD alteredSearchPath = 8;
     EXPECT_TRUE(Capture(SystemFile(L"hlink.dll")));
     EXPECT_THAT(loads, ElementsAre(Pair(SystemFile(L"hlink.dll"), alteredSearchPath)));
 }
 
-TEST_F(LoadCalls, ProgramIsLoadedForItsResourcesAlone) {
+TEST_F(LoadCalls, ProgramIsLoadedOnlyForItsResources) {
     constexpr DWORD asImageResource = 0x20;
     EXPECT_TRUE(Capture(SystemFile(L"hostname.exe")));
     EXPECT_THAT(loads, ElementsAre(Pair(SystemFile(L"hostname.exe"), asImageResource)));
 }
 
-TEST_F(LoadCalls, FileThatHasNothingToRunIsNotLoaded) {
+TEST_F(LoadCalls, FileWithNothingToRunIsNotLoaded) {
     EXPECT_FALSE(Capture(folder.MakeFile(L"a.dll", "no server")));
     EXPECT_THAT(loads, IsEmpty());
 }
@@ -136,7 +136,7 @@ BOOL WINAPI KeepSuspended(LPCWSTR application, LPWSTR commandLine, LPSECURITY_AT
     return started;
 }
 
-TEST_F(TargetCalls, ProgramThatIsTriedIsEndedWithZero) {
+TEST_F(TargetCalls, SuspendedProgramIsEndedWithStatusZero) {
     const ImportReplacement replacement("CreateProcessW", reinterpret_cast<const void*>(&KeepSuspended));
     replacedStart = &replacement;
     EXPECT_TRUE(Capture(SystemFile(L"hostname.exe")));

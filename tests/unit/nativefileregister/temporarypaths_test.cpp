@@ -39,7 +39,7 @@ TEST_F(TemporaryPathsTest, RemovesNestedDirectoriesBeforeTheirParents) {
     EXPECT_THAT(Left(), IsEmpty());
 }
 
-TEST_F(TemporaryPathsTest, DirectoryThatHoldsSomethingStays) {
+TEST_F(TemporaryPathsTest, DirectoryThatIsNotEmptyStays) {
     {
         TemporaryPaths paths;
         paths.directories.push_back(Directory(L"outer"));
@@ -69,7 +69,7 @@ TEST_F(TemporaryPathsTest, PatternWithoutAMatchDoesNothing) {
     EXPECT_THAT(Left(), ElementsAre(L"one.dll"));
 }
 
-TEST_F(TemporaryPathsTest, RemovesTreesWithAllThatTheyHold) {
+TEST_F(TemporaryPathsTest, RemovesTreesWithTheirContents) {
     {
         TemporaryPaths paths;
         File(L"tree\\a\\b.txt");

@@ -21,7 +21,7 @@ protected:
     std::wstring path = folder.File(L"a.tlb");
 };
 
-TEST_F(IsTypeLibFileTest, NeedsMoreThanTheMagicAlone) {
+TEST_F(IsTypeLibFileTest, NeedsMoreThanTheMagic) {
     EXPECT_FALSE(Holds(""));
     EXPECT_FALSE(Holds("MSF"));
     EXPECT_FALSE(Holds("MSFT"));
@@ -35,11 +35,11 @@ TEST_F(IsTypeLibFileTest, MagicIsExact) {
     EXPECT_FALSE(Holds(std::string("MS\0T and more", 13)));
 }
 
-TEST_F(IsTypeLibFileTest, MissingFileIsNone) {
+TEST_F(IsTypeLibFileTest, MissingFileIsNoTypeLibrary) {
     EXPECT_FALSE(IsTypeLibFile(WidePath(folder.File(L"missing.tlb"))));
 }
 
-TEST_F(IsTypeLibFileTest, FileThatSomebodyElseHasOpenIsNone) {
+TEST_F(IsTypeLibFileTest, FileThatIsAlreadyOpenIsNoTypeLibrary) {
     WriteBytes(path, "MSFT.");
     const OwnedFile other(
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -7,13 +7,13 @@
 namespace keyreap {
 namespace {
 
-// Runs a test on a thread that no one has initialised COM on.
+// Runs a test on a thread without COM.
 template <typename Body>
 void OnFreshThread(Body body) {
     std::thread(body).join();
 }
 
-// What a second initialisation as a thread of the multithreaded apartment gives; it is balanced.
+// The result of entering the multithreaded apartment, which is left again.
 HRESULT EnterMultithreaded() {
     const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (SUCCEEDED(result)) {
@@ -36,7 +36,7 @@ TEST(ComApartment, LastsAsLongAsTheObject) {
     });
 }
 
-TEST(ComApartment, ThatWasThereKeepsTheEntry) {
+TEST(ComApartment, EarlierApartmentKeepsTheAddedEntry) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         { const ComApartment apartment; }
@@ -47,7 +47,7 @@ TEST(ComApartment, ThatWasThereKeepsTheEntry) {
     });
 }
 
-TEST(ComApartment, ThatWasThereLosesTheEntryIfItIsAlwaysLeft) {
+TEST(ComApartment, EarlierApartmentLosesTheAddedEntryIfAlwaysLeft) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         { const ComApartment apartment(ApartmentExit::always); }
@@ -57,7 +57,7 @@ TEST(ComApartment, ThatWasThereLosesTheEntryIfItIsAlwaysLeft) {
     });
 }
 
-TEST(ComApartment, OfAnotherKindIsLeftAlone) {
+TEST(ComApartment, EarlierMultithreadedApartmentIsLeftAlone) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         { const ComApartment apartment; }
@@ -66,7 +66,7 @@ TEST(ComApartment, OfAnotherKindIsLeftAlone) {
     });
 }
 
-TEST(ComApartment, OfAnotherKindLosesAnEntryIfItIsAlwaysLeft) {
+TEST(ComApartment, EarlierMultithreadedApartmentLosesAnEntryIfAlwaysLeft) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         { const ComApartment apartment(ApartmentExit::always); }

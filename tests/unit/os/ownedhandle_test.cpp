@@ -7,7 +7,7 @@
 namespace keyreap {
 namespace {
 
-// A handle that is closed while it is owned no longer answers.
+// A closed handle gives an error.
 bool IsOpen(HANDLE handle) {
     DWORD flags = 0;
     return GetHandleInformation(handle, &flags) != FALSE;

@@ -13,12 +13,12 @@ bool IsRedirected() {
     return sizeof(void*) == 4 && RunsOnWine();
 }
 
-// What every test expects of an own key.
+// The expected view of each of the program's own keys.
 REGSAM OwnView() {
     return IsRedirected() ? KEY_WOW64_64KEY : 0;
 }
 
-TEST(OwnKeys, AreNamedInThe64BitViewBy32BitProgramsUnderWineAlone) {
+TEST(OwnKeys, AreNamedInThe64BitViewOnlyBy32BitProgramsUnderWine) {
     EXPECT_EQ(ViewOfOwnKey(HKEY_CURRENT_USER, L"Software\\Velmoro"), OwnView());
     EXPECT_EQ(ViewOfOwnKey(HKEY_CURRENT_USER, L"Software\\Velmoro\\Tesselink\\Temporary\\HKLM"), OwnView());
 }
@@ -28,21 +28,21 @@ TEST(OwnKeys, AreKnownInAnyCaseAndWithDoubledBackslashes) {
     EXPECT_EQ(ViewOfOwnKey(HKEY_CURRENT_USER, L"Software\\\\Velmoro\\\\Tesselink\\\\"), OwnView());
 }
 
-TEST(OwnKeys, AreNoOtherKeysOfTheUser) {
+TEST(OwnKeys, DoNotIncludeOtherKeysOfTheUser) {
     for (const wchar_t* other : {L"", L"Software", L"Software\\Velmoros", L"Software\\Velmor",
                                  L"Software\\Other\\Software\\Velmoro", L"Velmoro"}) {
         EXPECT_EQ(ViewOfOwnKey(HKEY_CURRENT_USER, other), 0U) << other;
     }
 }
 
-TEST(OwnKeys, AreNowhereBelowAnotherRoot) {
+TEST(OwnKeys, AreNotBelowAnyOtherRoot) {
     for (const HKEY root : {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_USERS}) {
         EXPECT_EQ(ViewOfOwnKey(root, L"Software\\Velmoro\\Tesselink"), 0U);
     }
     EXPECT_EQ(ViewOfOwnKey(nullptr, L"Software\\Velmoro\\Tesselink"), 0U);
 }
 
-// A key of the program's, with a Wow6432Node in the way.
+// One of the program's own keys, with a Wow6432Node inside.
 class OwnKeysTest : public testing::Test {
 protected:
     static constexpr wchar_t path[] = L"Software\\Velmoro\\KeyreapScratch";
@@ -77,7 +77,7 @@ protected:
     OwnedRegistryKey key;
 };
 
-TEST_F(OwnKeysTest, AreOpenedPastANode) {
+TEST_F(OwnKeysTest, AreOpenedDespiteANode) {
     Make(L"\\Key\\Below");
     EXPECT_EQ(
         OpenRegistryKey(HKEY_CURRENT_USER, (path + std::wstring(L"\\Key\\Below")).c_str(), KEY_READ, key),
@@ -104,14 +104,14 @@ TEST_F(OwnKeysTest, AreKnownByAHandleHoweverLongItsName) {
     EXPECT_EQ(ViewOfOwnKey(key.Get(), L"Velmoro\\Below"), OwnView());
 }
 
-TEST_F(OwnKeysTest, AreMadeBesideANode) {
+TEST_F(OwnKeysTest, AreCreatedNextToANode) {
     ASSERT_EQ(OpenRegistryKey(HKEY_CURRENT_USER, path, KEY_READ | KEY_WRITE, scratch), ERROR_SUCCESS);
     EXPECT_EQ(CreateRegistryKey(scratch.Get(), L"Key\\Below", KEY_READ, key), ERROR_SUCCESS);
     EXPECT_TRUE(Has(L"\\Key\\Below"));
     EXPECT_FALSE(Has(L"\\Key\\Wow6432Node\\Below"));
 }
 
-TEST_F(OwnKeysTest, AreDeletedUnderTheirOwnNameAndNeverTheNodeInTheirPlace) {
+TEST_F(OwnKeysTest, AreDeletedUnderTheirOwnNameInsteadOfTheNode) {
     ASSERT_EQ(OpenRegistryKey(HKEY_CURRENT_USER, path, KEY_READ | KEY_WRITE, scratch), ERROR_SUCCESS);
     EXPECT_EQ(DeleteRegistryKey(scratch.Get(), L"Key"), ERROR_ACCESS_DENIED);
     EXPECT_TRUE(Has(L"\\Key\\Wow6432Node"));

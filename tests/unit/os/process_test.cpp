@@ -24,7 +24,7 @@ TEST(RunAndWait, ExitStatusIsWholeAndSigned) {
     EXPECT_EQ(status, 256U);
 }
 
-TEST(RunAndWait, ApplicationCanStandInTheCommandLineAlone) {
+TEST(RunAndWait, ApplicationMayBeInTheCommandLineOnly) {
     DWORD status = 0;
     EXPECT_TRUE(RunAndWait(L"", L"\"" + CommandInterpreter() + L"\" /c exit 3", &status));
     EXPECT_EQ(status, 3U);
@@ -38,7 +38,7 @@ TEST(RunAndWait, MissingProgramGivesTheSystemsCode) {
 }
 
 TEST(RunAndWait, WithoutAStatusItDoesNotWait) {
-    // The child reads from a pipe that is only served, and closed, once the call has returned.
+    // The child reads from a pipe that is served and closed only after the call has returned.
     constexpr wchar_t name[] = L"\\\\.\\pipe\\KeyreapRunAndWaitTest";
     const OwnedFile pipe(
         CreateNamedPipeW(name, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 64, 64, 0, nullptr));
@@ -60,7 +60,7 @@ TEST(StartProcess, NoNameAndNoCommandLineStartNothing) {
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
 }
 
-TEST(StartProcess, LeavesNoHandleBehind) {
+TEST(StartProcess, LeavesNoHandleOpen) {
     DWORD before = 0;
     DWORD after = 0;
     GetProcessHandleCount(GetCurrentProcess(), &before);
@@ -69,7 +69,7 @@ TEST(StartProcess, LeavesNoHandleBehind) {
         RunAndWait(CommandInterpreter(), L"cmd /c exit 0", &status);
     }
     GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(after, before);
 }
 
 } // namespace

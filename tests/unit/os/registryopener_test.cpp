@@ -18,19 +18,19 @@ TEST_F(RegistryOpenerTest, OpensAnExistingKeyBelowAnOpenOne) {
     EXPECT_TRUE(key.Valid());
 }
 
-TEST_F(RegistryOpenerTest, OpenGivesTheStatusAndMakesNothing) {
+TEST_F(RegistryOpenerTest, OpenReturnsTheStatusAndCreatesNothing) {
     EXPECT_EQ(OpenRegistryKey(scratch.Handle(), L"Missing", KEY_READ, key), ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(key.Valid());
     EXPECT_FALSE(scratch.Has(L"Missing"));
 }
 
-TEST_F(RegistryOpenerTest, CreateMakesTheKeyWithItsParents) {
+TEST_F(RegistryOpenerTest, CreateMakesTheKeyAndItsParents) {
     EXPECT_EQ(CreateRegistryKey(scratch.Handle(), L"A\\B\\C", KEY_READ | KEY_WRITE, key), ERROR_SUCCESS);
     EXPECT_TRUE(key.Valid());
     EXPECT_TRUE(scratch.Has(L"A\\B\\C"));
 }
 
-TEST_F(RegistryOpenerTest, CreateOpensAKeyThatIsThere) {
+TEST_F(RegistryOpenerTest, CreateOpensAnExistingKey) {
     scratch.SetText(L"A", L"name", L"text");
     ASSERT_EQ(CreateRegistryKey(scratch.Handle(), L"A", KEY_READ, key), ERROR_SUCCESS);
     EXPECT_EQ(RegQueryValueExW(key.Get(), L"name", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);

@@ -52,7 +52,7 @@ TEST_F(Wow64EntryTest, TheProcessHasOneRecord) {
     EXPECT_EQ(&entry, &EnsureWow64Entry());
 }
 
-TEST_F(Wow64EntryTest, RevertHandsTheSavedValueBackOnce) {
+TEST_F(Wow64EntryTest, RevertReturnsTheSavedValueOnce) {
     Wow64Entry entry;
     entry.revert = RecordRevert;
     RevertFsRedirection(guard, entry);
@@ -71,7 +71,7 @@ TEST_F(Wow64EntryTest, RevertDoesNothingOnAGuardThatIsNotSet) {
     EXPECT_FALSE(untouched.suspended);
 }
 
-TEST_F(Wow64EntryTest, ASystemWithoutTheEntriesGoesOnAsItIs) {
+TEST_F(Wow64EntryTest, RevertDoesNothingOnASystemWithoutTheEntries) {
     const Wow64Entry entry;
     RevertFsRedirection(guard, entry);
     EXPECT_TRUE(guard.suspended);
