@@ -1,9 +1,9 @@
 # shellcheck shell=bash
 # The base that every prefix of the pool is made from. Sourced after isolation.sh and session.sh.
 
-# make_base: starts a fresh prefix for the first time and takes it to pieces:
+# make_base: starts a fresh prefix for the first time and splits it into its parts:
 #   drive_c/   drive C:, which nobody writes to any more
-#   top/       what lies beside drive C: the three hives, the drives, the time of the last update
+#   top/       what is beside drive C: the three hives, the drives, the time of the last update
 #   classless/ the hive system.reg without any registered class
 #   version    what it was made from and with, written last
 make_base() {
@@ -21,7 +21,7 @@ make_base() {
 }
 
 # first_start: creates PREFIX, runs a program of each bitness in it, and lets the server write the hives. The
-# caller's variables play no part.
+# caller's variables are not passed on.
 first_start() {
     # shellcheck disable=SC2034 # run_in_session reads it
     INHERITED=(-i PATH="$STANDARD_PATH")
@@ -29,8 +29,9 @@ first_start() {
     run_in_session timeout -k 10 300 "$WINE" wineboot --init
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\cmd.exe' /c exit
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\syswow64\cmd.exe' /c exit
-    # The default user's hive has it on Windows, and is more than what a server may write and a trace take away: with
-    # its request log on, Wine's server falls when it is to save a hive whose last key was deleted.
+    # On Windows the default user's hive has this key. Here it also keeps the hive from becoming empty when a trace
+    # removes what a COM server wrote: with its request log on, Wine's server crashes when it saves a hive whose last
+    # key was deleted.
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add 'HKU\.DEFAULT\Environment' /f
     set_up_windows
     run_in_session "$WINESERVER" -k
@@ -41,10 +42,10 @@ first_start() {
 
 # set_up_windows: settings for sessions with a display.
 set_up_windows() {
-    # This Wine can't draw what a 32-bit program shows on a 64-bit host: its windows would be black and wait for input
-    # all the same. Without the driver such a program finds no display.
+    # This Wine can't draw the windows of a 32-bit program on a 64-bit host: they would be black and still wait for
+    # input. Without the driver such a program finds no display.
     set_text 'HKCU\Software\Wine\DllOverrides' 'C:\windows\syswow64\winex11.drv' ''
-    # The error dialog's font, which only Windows has; this one has equal widths too.
+    # Only Windows has the error dialog's font; this one is monospaced too.
     set_text 'HKCU\Software\Wine\Fonts\Replacements' 'Courier New' 'DejaVu Sans Mono'
 }
 
@@ -53,12 +54,12 @@ set_text() {
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add "$1" /v "$2" /d "$3" /f
 }
 
-# drop_classes: a system hive without the sections of Software\Classes and what lies below it.
+# drop_classes: copies a system hive without the sections of Software\Classes and below.
 drop_classes() {
     awk 'BEGIN { keep = 1 } /^\[/ { keep = tolower($0) !~ /^\[software\\\\classes(\\\\|\])/ } keep'
 }
 
-# publish_base NEW: sessions that use the old base go on with it.
+# publish_base NEW: makes NEW the base. Sessions that use the old base keep it.
 publish_base() {
     (
         flock 8
@@ -79,7 +80,7 @@ remove_old_bases() {
     done
 }
 
-# base_ready: it is of this Wine, and nobody wrote to it since.
+# base_ready: it was made with this Wine, and nobody has written to it.
 base_ready() {
     [[ -f $WINE_BASE/version && $(<"$WINE_BASE/version") == "$(base_version)" ]] && base_untouched
 }
@@ -88,7 +89,7 @@ base_version() {
     printf '%s, base.sh %s\n' "$(wine_version)" "$(cksum <"$ROOT/scripts/base.sh")"
 }
 
-# base_untouched: by the time of the last change of status, which can't be set.
+# base_untouched: compares the times of the last status change (ctime), which can't be set.
 base_untouched() {
     [[ -d $WINE_BASE/drive_c ]] || return
     [[ -z $(find "$WINE_BASE"/{drive_c,top,classless} -cnewer "$WINE_BASE/version" -print -quit) ]]

@@ -8,8 +8,8 @@ project_version() {
     sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
 }
 
-# program_there: staged, with a server to try beside it and, beside the build, the program that says why a file can't be
-# registered (reasons.sh).
+# program_there: the program and its sample server are staged, and the build has the program that finds out why a file
+# can't be registered (reasons.sh).
 program_there() {
     local bitness
     for bitness in x64 x86; do
@@ -36,7 +36,7 @@ make_program() {
     step stage "staging the program" stage_program
 }
 
-# The programs that ./bench measures parts with are in no ordinary build.
+# No ordinary build contains the programs that ./bench measures parts with.
 make_bench() {
     step build-bench-x64 "building what measures x64" build_preset x64 bench
     step build-bench-native "building what measures native" build_preset native bench
@@ -63,7 +63,7 @@ build_preset() {
     clean_environment ninja -C "$folder" "$@"
 }
 
-# configured FOLDER: a configuration came to its end, and for this place.
+# configured FOLDER: it was configured to the end, and for this source folder.
 configured() {
     [[ -f $1/build.ninja ]] && grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$ROOT" "$1/CMakeCache.txt"
 }
@@ -72,8 +72,8 @@ configure() {
     clean_environment cmake --preset "$1"
 }
 
-# stage_program: lays the program out as it is shipped. A file that is the same stays; another one takes its
-# place in one move, so that a run that uses the old one goes on with it.
+# stage_program: lays the program out as it is shipped. An unchanged file stays; a changed one is replaced by a rename,
+# so that a run that uses the old file keeps it.
 stage_program() {
     local new=$BUILD/stage.new file
     rm -rf "$new"

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The program that knows the words and files of a run before and after it. Sourced after common.sh.
+# The program that checks the arguments and files of a run before and after it. Sourced after common.sh.
 
 CAPTURE_CHECK=$BUILD/tools/capturecheck
 CAPTURE_CHECK_SOURCES=("$ROOT/tools/capturecheck" "$ROOT"/pe/{checkedview,imagetables}.{cpp,h})
@@ -13,7 +13,7 @@ make_check() {
     check_version >"$CAPTURE_CHECK.version"
 }
 
-# check_ready: it was built from the sources as they are.
+# check_ready: the program was built from the present sources.
 check_ready() {
     check_there && [[ $(<"$CAPTURE_CHECK.version") == "$(check_version)" ]]
 }

@@ -6,7 +6,7 @@
 # Scripts compare bytes and Wine reads names as UTF-8, whatever the caller's language is.
 export LC_ALL=C.UTF-8
 
-# A stream that the caller closed would otherwise lend its number to the next file that a script opens.
+# Otherwise the next file that a script opens would get the descriptor of a stream that the caller closed.
 [[ -e /proc/$$/fd/0 ]] || exec 0</dev/null
 [[ -e /proc/$$/fd/1 ]] || exec 1>/dev/null
 [[ -e /proc/$$/fd/2 ]] || exec 2>/dev/null
@@ -19,7 +19,7 @@ ROOT=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
 BUILD=$ROOT/build
 LOGS=$BUILD/logs
 
-# The status of a script that could not do its own part; the program's statuses are 0 to 255 without it.
+# The status of a script that failed itself. The program has all other statuses.
 SETUP_FAILED=125
 
 say() {
@@ -31,8 +31,8 @@ fail() {
     exit "$SETUP_FAILED"
 }
 
-# step NAME TEXT COMMAND...: one line of progress; COMMAND's output goes to the log NAME, and a failure ends the
-# script with the log's place. Not to be called in a condition, where a failure inside COMMAND would go unseen.
+# step NAME TEXT COMMAND...: prints one line of progress; COMMAND's output goes to the log NAME, and a failure ends the
+# script with the log's path. Never call it in a condition: a failure inside COMMAND would be ignored there.
 step() {
     local name=$1 text=$2 status
     shift 2
@@ -50,8 +50,8 @@ step() {
     fail "$text failed; see $LOGS/$name.log"
 }
 
-# start_progress LOG: at a terminal, shows the log's last line as it grows, until stop_progress or the end of the script.
-# A line too long for the terminal is cut there.
+# start_progress LOG: at a terminal, shows the last line of the growing log until stop_progress or the end of the
+# script. A line too long for the terminal is cut.
 start_progress() {
     PROGRESS=
     [[ -t 2 ]] || return 0
@@ -68,7 +68,7 @@ stop_progress() {
     printf '\r\e[K' >&2
 }
 
-# clean_environment COMMAND...: what is built or made must not depend on the caller's variables.
+# clean_environment COMMAND...: runs COMMAND without the caller's variables, on which no build may depend.
 clean_environment() {
     env -i PATH="$STANDARD_PATH" LC_ALL=C.UTF-8 HOME="${HOME:-/}" "$@"
 }

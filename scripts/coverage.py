@@ -1,4 +1,4 @@
-"""Prints which lines of the rooms' sources the tests have run: coverage.py ROOT FOLDER. FOLDER holds a folder for each
+"""Prints which lines of the rooms' sources the tests have run: coverage.py ROOT FOLDER. FOLDER has a folder for each
 build, coverage-native among them, with gcov's .gcov.json.gz files of that build."""
 
 import gzip
@@ -32,7 +32,7 @@ def runs_of_lines(root, folder):
 
 def add_runs(runs, file, text):
     for line in file["lines"]:
-        # A brace alone only stands for what an exception would clean up.
+        # The code of a lone closing brace is only what cleans up after an exception.
         if text[line["line_number"] - 1].strip() != "}":
             runs[line["line_number"]] += line["count"]
 

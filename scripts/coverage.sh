@@ -38,21 +38,21 @@ stage() {
     cmake --install "$BUILD/coverage-x86" --prefix "$STAGE"
 }
 
-# run_suites WORD...: as for ./test. The lines that a failing suite runs are counted all the same.
+# run_suites WORD...: as for ./test. The lines that a failing suite runs count too.
 run_suites() {
     local status=0
     "${RUNNER[@]}" -- "$@" >&2 || status=$?
     ((status <= 1)) || exit "$status"
 }
 
-# run_all: the suites that are programs, and the one that gives windows a display.
+# run_all: the suites that are programs, and the one that starts a display.
 run_all() {
     run_suites coverage-native
-    # The names of the counters' files begin at the top of this machine's file system.
+    # The counters' files have absolute names of this machine's file system.
     GCOV_PREFIX=Z: run_suites coverage-x64 coverage-x86 dialog/dialog
 }
 
-# collect PRESET: the reader of the counters belongs to the compiler.
+# collect PRESET: each compiler has its own gcov.
 collect() {
     local preset=$1 reader
     case $preset in

@@ -2,15 +2,15 @@
 # What keeps the files of a session to itself: no other session sees what it writes on drive C: or in its home folder.
 # Sourced after common.sh and wine.sh. There are two ways:
 #   mounts   The session has a mount namespace of its own. In it drive C: is an overlay: the lower folder is the base's,
-#            the upper one is the prefix's own drive_c, which gets what the session changes and is empty before and
+#            the upper one is the prefix's own drive_c, which receives the session's changes and is empty before and
 #            after it. What sessions share (the base, the modules, the other prefixes) is read-only.
-#   copies   Where the system refuses to mount, each prefix has a copy of the whole drive. It is kept as long as it is
-#            like the base: in PREFIX.drive, while no session uses it.
+#   copies   Where the system refuses to mount, each prefix has a copy of the whole drive. The copy is kept as long as
+#            it equals the base; while no session uses it, it is PREFIX.drive.
 # Every other path is the same inside as outside.
 
 WINE_BASE=$WINE_HOME/base
 
-# Held shared while a session begins to use the base and exclusively while the base is replaced.
+# Locked shared while a session begins to use the base, and exclusively while the base is replaced.
 WINE_BASE_LOCK=$WINE_HOME/base.lock
 
 # Whether a session may mount; for tests.
@@ -36,7 +36,7 @@ hold_base() {
     flock -s 7
 }
 
-# private_drive: gives PREFIX, which is empty, a drive C:. INSIDE tells whether there is a namespace for it.
+# private_drive: gives PREFIX, which is empty, a drive C:. INSIDE is `yes` in a namespace of the session's own.
 private_drive() {
     if [[ $INSIDE == yes ]]; then
         mount_drive 2>/dev/null && return
@@ -46,7 +46,7 @@ private_drive() {
     copy_drive
 }
 
-# mount_drive: a changed file keeps its owner, so the base has to be the caller's.
+# mount_drive: fails if the base is not the caller's, since a changed file keeps its owner.
 mount_drive() {
     [[ -O $WINE_BASE/version ]] || return
     mkdir -m 755 "$PREFIX/drive_c" "$PREFIX/overlay" || return
@@ -54,13 +54,13 @@ mount_drive() {
     ln -s "$WINE_BASE/drive_c" "$PREFIX/base" || return
     mount --bind "$PREFIX" "$PREFIX" || return
     (cd "$PREFIX" && mount -t overlay -o "$(overlay_options)" overlay drive_c) || return
-    # Drive C: is the session's own without it: this is about what drive Z: leads to.
+    # May fail: it protects what drive Z: reaches, and drive C: is the session's own already.
     if mount --rbind "$WINE_HOME" "$WINE_HOME"; then mount -o remount,bind,ro "$WINE_HOME" || true; fi
 }
 
-# overlay_options: relative to the prefix, since a comma or a colon in an absolute path would part it. Nothing has to be
-# flushed to the disk. In a user namespace the overlay's marks have other names, and a folder of the base can't be
-# renamed as a whole.
+# overlay_options: the paths are relative to the prefix, since a comma or colon would split an absolute path. Nothing
+# has to be flushed to the disk. In a user namespace the overlay's marks have other names, and a folder of the base
+# can't be renamed as a whole.
 overlay_options() {
     local marks=redirect_dir=on users
     read -r _ _ users </proc/self/uid_map
@@ -68,13 +68,13 @@ overlay_options() {
     printf 'volatile,%s,lowerdir=base,upperdir=drive_c,workdir=overlay' "$marks"
 }
 
-# unmount_drive PREFIX: in reverse.
+# unmount_drive PREFIX: undoes mount_drive in reverse order.
 unmount_drive() {
     local folder
     for folder in "$WINE_HOME" "$1/drive_c" "$1"; do umount --lazy "$folder" 2>/dev/null || true; done
 }
 
-# copy_drive: copied anew when a run left, changed or took away anything there; few do.
+# copy_drive: copies the drive again if a run left, changed or removed anything there; few do.
 copy_drive() {
     local list=$PREFIX.list copy=$PREFIX.drive
     if [[ -f $list ]]; then
@@ -82,7 +82,7 @@ copy_drive() {
         ! list_drive "$copy" | cmp -s - "$list" || { mv -T "$copy" "$PREFIX/drive_c" && return; }
     fi
     rm -rf "$list" "$copy"
-    # A part of a copy would only keep a full disk full.
+    # A partial copy is of no use and would keep a full disk full.
     cp -a "$WINE_BASE/drive_c" "$copy" || { rm -rf "$copy" && return 1; }
     list_times "$copy" >"$PREFIX.times"
     list_drive "$copy" >"$list.new"
@@ -90,8 +90,9 @@ copy_drive() {
     mv -T "$copy" "$PREFIX/drive_c"
 }
 
-# list_drive DRIVE: prints what shows any change but to the times of folders. The time of a file's last change of status
-# can't be set. A folder's changes with every file that comes or goes, so the folders' properties are all printed.
+# list_drive DRIVE: prints what any change but one to the times of folders alters. For files that is the time of the
+# last status change (ctime), which can't be set. A folder's ctime changes with every file that is created or removed in
+# it, so all properties of folders are printed in its place.
 list_drive() {
     stat -c %i "$WINE_BASE/version"
     find "$1" ! -type d -printf '%P %y %s %m %T@ %C@ %i %l\0'
@@ -99,12 +100,12 @@ list_drive() {
         --xattrs-include='*' --absolute-names --no-recursion --null --files-from=- | cksum
 }
 
-# list_times DRIVE: the times of its folders.
+# list_times DRIVE: prints the times of its folders.
 list_times() {
     find "$1" -type d -printf '%T@ %P\0' | sort -z
 }
 
-# restore_times DRIVE TIMES: these change with every file that comes or goes.
+# restore_times DRIVE TIMES: sets the times of folders, which change with every file created or removed in them.
 restore_times() {
     local time folder
     [[ -d $1 ]] || return 0
@@ -113,13 +114,13 @@ restore_times() {
     done < <(list_times "$1" | comm -z -13 - "$2")
 }
 
-# discard_session PREFIX: when its processes have ended, no mount and no file of it is left.
+# discard_session PREFIX: removes the mounts and files of a session whose processes have ended.
 discard_session() {
     [[ ! -d $1/overlay ]] || unmount_drive "$1"
     clear_prefix "$1"
 }
 
-# clear_prefix PREFIX: nothing of a session is left; a copy of the drive is put aside.
+# clear_prefix PREFIX: removes all that a session left, but keeps a copy of the drive as PREFIX.drive.
 clear_prefix() {
     if [[ -d $1/drive_c && ! -d $1/overlay && -f $1.list ]]; then
         rm -rf "$1.drive" "$(placed_start_recording "$1")"

@@ -1,11 +1,11 @@
 # shellcheck shell=bash
-# What a session leaves for whoever asked for it: the keys that Wine mixed up, by the filter of requests, and what crashed, by
-# the observer. Both are files of the prefix, and go with it; they are read through descriptors from before. Sourced after
-# common.sh and requests.sh.
+# What a session leaves for its caller: the keys that Wine mixed up, written by the request filter, and what crashed,
+# written by the observer. Both are files of the prefix, which are removed with it, so they are read through descriptors
+# that were opened before. Sourced after common.sh and requests.sh.
 #   5   the file of the keys
 #   4   the file of the crash
 
-# open_notes PREFIX: which has been renewed.
+# open_notes PREFIX: call it after the prefix was renewed.
 open_notes() {
     : >"$(mixed_keys_file "$1")"
     : >"$(crash_file "$1")"
@@ -16,7 +16,7 @@ crash_file() {
     printf '%s/crash' "$1"
 }
 
-# take_notes: when the session has ended. Fills MIXED_KEYS with the names, and CRASH with what the observer wrote.
+# take_notes: call it after the session has ended. Fills MIXED_KEYS with the names, and CRASH with the observer's text.
 take_notes() {
     # shellcheck disable=SC2034 # whoever reports has them
     mapfile -t MIXED_KEYS <&5

@@ -11,7 +11,7 @@ make_observer() {
     observer_version >"$OBSERVER.version"
 }
 
-# observer_ready: it was built from the sources as they are.
+# observer_ready: the observer was built from the present sources.
 observer_ready() {
     observer_there && [[ $(<"$OBSERVER.version") == "$(observer_version)" ]]
 }

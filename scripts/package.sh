@@ -1,15 +1,15 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
 # Usage: scripts/package.sh [ZIP]
-# Builds what is out of date and makes the zip that a Windows user unpacks: build/keyreap-VERSION.zip unless told
-# otherwise. The same commit gives the same bytes. Prints the zip's path.
+# Builds what is out of date and makes the zip that a Windows user unpacks: ZIP, or build/keyreap-VERSION.zip. The same
+# commit gives the same bytes. Prints the zip's path.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 
-# package_time: that of the commit, since a file's own time is the one of its checkout.
+# package_time: the time of the commit, since the files have the time of their checkout.
 package_time() {
     git -c safe.directory='*' -C "$ROOT" log -1 --format=%ct 2>/dev/null || echo 315532800
 }

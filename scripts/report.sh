@@ -1,9 +1,9 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
-# Usage: report.sh PROGRESS N STATE... WORD... STATUS   (wine-session.sh turns into it when a run of ./keyreap has ended)
-# Says what has to be said of a run of Keyreap.exe, which says nothing itself, and ends with the command's own status.
-# PROGRESS is the process that shows how far the run is, or `none`; STATE is that of a pair before the run, WORD the
-# caller's, and STATUS the program's.
+# Usage: report.sh PROGRESS N STATE... WORD... STATUS   (wine-session.sh executes it when a run of ./keyreap has ended)
+# Prints the messages of a run of Keyreap.exe, which prints nothing itself, and ends with the exit status of ./keyreap.
+# PROGRESS is the process that shows the progress of the run, or `none`. Each of the N STATEs is that of a pair before
+# the run, the WORDs are the caller's, and STATUS is the program's.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"

@@ -1,10 +1,10 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
 # Usage: session-keeper.sh PREFIX [discard]   (started by session.sh, with the session's pipe as its input)
-# Waits until nobody holds the session's pipe any more, then ends every process of PREFIX, and with `discard` takes
-# away what the session left there. It has the lock of the prefix as descriptor 9, so that nobody takes the prefix
-# before that is done. At the word `requests` in the pipe it starts a server with its request log on; the filter behind
-# that server ends with it.
+# Waits until nobody holds the session's pipe any more, then ends every process of PREFIX, and with `discard` removes
+# what the session left there. It has the lock of the prefix as descriptor 9, so that nobody takes the prefix before
+# that is done. At the word `requests` in the pipe it starts a server with its request log on; the log's filter ends
+# with that server.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"

@@ -1,26 +1,27 @@
 # shellcheck shell=bash
-# A session is one use of a Wine prefix out of the pool: taken, made anew, used by one command, and ended.
+# A session is one use of a Wine prefix out of the pool: the prefix is taken, renewed, used by one command, and cleared.
 # Sourced after common.sh, wine.sh, requests.sh, isolation.sh and startup.sh.
 #
-# These file descriptors belong to the session and to nobody that it starts, as do those of its notes (notes.sh):
+# These file descriptors belong to the session; no process that it starts inherits them, nor those of its notes
+# (notes.sh):
 #   9   the lock of the prefix; the keeper has it too
 #   8   a pipe to the keeper, which ends the session when the last writer is gone, so after a kill -9 as well
 #   7   the base that is in use; the keeper has it too
 
-# Tests of the pool itself have one of their own.
+# Tests of the pool use another one.
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 
-# The options of env(1) that tell which variables of the caller a session's command gets: all but Wine's.
+# The options of env(1) that pass the caller's variables on to the session's command: all but Wine's.
 INHERITED=()
 for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
 
-# What starts the session's command, if the system allows it: with its memory in the usual places. In places drawn by lot a
-# program's own now and then lies where Wine has to have a page (0x7FFE0000), and one start in some thousand comes to nothing.
+# Starts the session's command without address space randomisation, if the system allows that. At random addresses the
+# memory of a program sometimes covers a page that Wine needs (0x7FFE0000), and one start in some thousands fails.
 STEADY=()
 ! setarch -R true 2>/dev/null || STEADY=(setarch -R)
 
-# check_pool: the caller can use the prefixes.
+# check_pool: fails unless the caller can use the prefixes.
 check_pool() {
     [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
     mkdir -p "$POOL" 2>/dev/null || true
@@ -29,7 +30,7 @@ check_pool() {
     [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
 }
 
-# allow_open_files: Wine's server and its programs share one limit, and they end without a word when they meet it.
+# allow_open_files: Wine's server and its programs share one limit, and end without a message when they reach it.
 allow_open_files() {
     local needed=256 usual=4096
     [[ $(ulimit -n) != unlimited ]] && (($(ulimit -n) < usual)) || return 0
@@ -53,9 +54,9 @@ take_prefix() {
     done
 }
 
-# stay_on_one_core: with all that the session starts from here on. Programs and Wine's server wait for each other at
-# every request, and on one core the other one wakes several times as fast. It is the core that the system has just
-# put this script on, so that sessions side by side come to lie on different ones.
+# stay_on_one_core: pins this script, and so all that it starts later, to one core. A program and Wine's server wait for
+# each other at every request, and wake each other several times as fast on one core. It is the core on which the system
+# runs this script now, so that sessions side by side get different ones.
 stay_on_one_core() {
     local fields
     # The 39th field is the core; the second is a name in parentheses.
@@ -64,15 +65,15 @@ stay_on_one_core() {
     taskset -cp "${fields[36]}" "$$" >/dev/null 2>&1 || true
 }
 
-# start_keeper [discard]: from here on the session ends properly, whatever becomes of this script. With `discard` the
-# prefix is cleared then.
+# start_keeper [discard]: from now on the session is ended properly even if this script is killed. With `discard` the
+# prefix is then cleared.
 start_keeper() {
     exec 8> >(exec setsid "$ROOT/scripts/session-keeper.sh" "$PREFIX" "$@" 6>&- >/dev/null 2>&1)
     KEEPER=$! KEEPING=${1-}
 }
 
-# renew_prefix CLASSES SHARE: nothing of an earlier run is left. CLASSES is `all` or `none`; SHARE is a folder
-# to be seen as \\server\share, or empty.
+# renew_prefix CLASSES SHARE: replaces all that an earlier run left in the prefix. CLASSES is `all` or `none`; SHARE is
+# a folder that appears as \\server\share, or empty.
 renew_prefix() {
     clear_prefix "$PREFIX"
     mkdir -p "$PREFIX"
@@ -89,8 +90,8 @@ show_share() {
     ln -s "$(realpath -- "$1")" "$PREFIX/dosdevices/unc/server/share"
 }
 
-# check_heaps: has programs keep a mark behind each piece of memory of a heap (0x10). The system reads it from this value
-# of its hive at the start of each program.
+# check_heaps: makes programs keep a mark after each block of a heap (0x10). The system reads this value of its hive at
+# the start of each program.
 check_heaps() {
     cat >>"$PREFIX/system.reg" <<'END'
 
@@ -99,9 +100,8 @@ check_heaps() {
 END
 }
 
-# start_server LOGGING: brings up the session's server, with its request log on if LOGGING is `yes`. It has to be there
-# before the command: two programs that start at once, and find none, now and then bring up one each, with a registry
-# each.
+# start_server LOGGING: starts the session's server, with its request log on if LOGGING is `yes`. It has to run before
+# the command: two programs that start at once and find no server sometimes start one each, with a registry each.
 start_server() {
     if [[ $1 == yes ]]; then
         echo requests >&8
@@ -113,8 +113,8 @@ start_server() {
     fail "Wine's server did not come up"
 }
 
-# start_plain_server: returns when programs can reach it. It ends a second after the last of them; what starts then comes to
-# one server too, since the prefix knows its place by then.
+# start_plain_server: returns when programs can reach the server. It ends a second after the last of them. Programs that
+# start later share one server too, since the prefix then has its address.
 start_plain_server() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
@@ -122,19 +122,19 @@ start_plain_server() {
         "$WINESERVER" </dev/null >/dev/null 2>&1 4>&- 5>&- 7>&- 8>&- 9>&-
 }
 
-# run_in_session COMMAND...: gives COMMAND's status. It runs in the background so that a signal to this script
-# is answered at once; unlike a shell's usual background command it can be interrupted and reads the input.
+# run_in_session COMMAND...: returns COMMAND's status. COMMAND runs in the background so that this script handles a
+# signal at once; unlike a shell's usual background command it can be interrupted and reads the input.
 run_in_session() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
     "${RIGHTLESS[@]}" "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" \
         "$@" <&0 4>&- 5>&- 7>&- 8>&- 9>&- &
-    # Quietly: the shell would tell of a command that a signal ended.
+    # Without output: the shell would report a command that was ended by a signal.
     { wait "$!"; } 2>/dev/null
 }
 
-# end_session: returns when the keeper has ended all that belongs to the session and given the prefix back; where somebody
-# ended the keeper itself, this does it.
+# end_session: returns when the keeper has ended all processes of the session and released the prefix. If the keeper was
+# killed, this function does its work.
 end_session() {
     exec 8>&-
     if ! wait "$KEEPER"; then
@@ -144,7 +144,7 @@ end_session() {
     exec 7>&- 9>&-
 }
 
-# prepare COMMAND...: a command without which no session can begin. Not to be called in a condition.
+# prepare COMMAND...: runs a command without which no session can begin. Never call it in a condition.
 prepare() {
     local said status
     set +e
@@ -156,13 +156,13 @@ prepare() {
     fail "cannot lay out a Wine prefix in $PREFIX: ${said##*$'\n'}"
 }
 
-# end_on_signal NAME: ends the session, then this script the way the signal would have ended it; by a status where the
-# shell can't be ended so (QUIT). What the command ended with isn't looked at: a program under Wine that QUIT ends gives 0.
+# end_on_signal NAME: ends the session, then this script as the signal would have ended it, or with the status that
+# stands for the signal. The command's status is ignored: a program under Wine that QUIT ends has status 0.
 end_on_signal() {
     trap '' INT TERM HUP QUIT
     end_session
     trap - "$1"
-    # The shell itself can't be ended by QUIT; and no memory image is wanted.
+    # QUIT doesn't end the shell itself, and no core file is wanted.
     [[ $1 != QUIT ]] || { ulimit -c 0 && exec env --default-signal=QUIT /bin/sh -c 'kill -s QUIT $$'; }
     kill -s "$1" "$$"
     exit $((128 + $(kill -l "$1")))

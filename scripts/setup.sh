@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-# Sees to it that what a run needs is there and up to date. Sourced after common.sh; brings the
-# other parts with it.
+# Installs, builds and makes what a run needs, if it is missing or out of date. Sourced after common.sh; sources the
+# other parts.
 #
-# A level (wine, run, package, examples, bench, test) has a stamp that is as old as the beginning of its last complete
-# set-up. It is up to date when nothing that it was made from changed since; the time that counts is the one of any
-# change to a file or folder (ctime), which no copying or unpacking turns back.
+# A level (wine, run, package, examples, bench, fuzz, test) has a stamp that is as old as the beginning of its last
+# complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the time of any
+# change to a file or folder (ctime), which copying or unpacking can't set back.
 
 # shellcheck source=scripts/packages.sh
 source "$ROOT/scripts/packages.sh"
@@ -29,8 +29,8 @@ source "$ROOT/scripts/build.sh"
 
 STAMPS=$BUILD/stamps
 
-# set_up LEVEL: returns at once when all is up to date. One set-up at a time; what one leaves half-done, because
-# it was killed, the next one makes again.
+# set_up LEVEL: returns at once if all is up to date. Only one set-up runs at a time; what a killed one left half-done,
+# the next one makes again.
 set_up() {
     up_to_date "$1" && return
     mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
@@ -45,7 +45,7 @@ set_up() {
 
 up_to_date() {
     local stamp=$STAMPS/$1
-    # The tests, the measurements and the fuzzers always ask the builds themselves.
+    # The tests, the measurements and the fuzzers always run the builds, which know what is out of date.
     [[ $1 != @(test|bench|fuzz) ]] || return
     [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp"
 }
@@ -57,7 +57,7 @@ nothing_newer() {
     [[ -z $(find "${sources[@]}" -cnewer "$2" -print -quit) ]]
 }
 
-# level_there LEVEL: nobody removed what was made.
+# level_there LEVEL: what was made still exists.
 level_there() {
     [[ $1 == package ]] || wine_there || return
     [[ $1 == @(wine|package) ]] || start_recorded || return
@@ -68,7 +68,7 @@ wine_there() {
     [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && observer_there && check_there && base_untouched
 }
 
-# level_sources LEVEL: what it is made from, files and folders, each ended by a NUL.
+# level_sources LEVEL: prints the files and folders that it is made from, each ended by a NUL.
 level_sources() {
     printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "${REQUEST_FILTER_FOLDERS[@]}" "$OBSERVER_SOURCES" \
         "${CAPTURE_CHECK_SOURCES[@]}"

@@ -1,27 +1,27 @@
 #!/usr/bin/env -S -u WINEPREFIX LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
 # Usage: scripts/wine-session.sh [OPTION...] COMMAND [ARGUMENT...]
-# Runs any command of this machine with a Wine prefix to itself and gives its exit status. The prefix comes out
-# of a pool of at most one a core (a further session waits), starts from the same hives and files each time, and
+# Runs any command of this machine with a Wine prefix of its own and returns its exit status. The prefix comes out
+# of a pool of at most one a core (a further session waits), has the same hives and files at each start, and
 # is the session's alone: no other session sees what it writes there. When the command has ended, all that it started
 # is ended too, and the prefix is cleared.
 #   --empty-classes    the prefix has no registered class (nothing below HKLM\Software\Classes)
-#   --share FOLDER     FOLDER is seen as \\server\share
+#   --share FOLDER     FOLDER appears as \\server\share
 #   --no-display       windows can not be opened, even if the caller has a display
-#   --requests         C:\windows\keyreap-requests.log tells what the programs ask of Wine's server, as far as a
-#                      trace needs it; the server stays until the end of the session
+#   --requests         C:\windows\keyreap-requests.log records what the programs request of Wine's server, as far as
+#                      a trace needs it; the server runs until the end of the session
 #   --report-mixed-keys
 #                      with --requests: when all has ended, a line on standard error names the keys that Wine mixed up
 #                      (scripts/mixedkeys.sh), if there are any
-#   --observed         a crash of the command is seen (scripts/observed.sh)
-#   --checked-heaps    a program that looks through its heaps (HeapValidate) sees what was written just past memory
-#   --ready            the caller has seen to the set-up
-#   --silent           what the command writes to its standard streams goes nowhere
-#   --then N WORD...   the command of N words, with the status as one more, takes this script's place when the session
-#                      has ended. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS what --report-mixed-keys
-#                      would print (--requests)
+#   --observed         a crash of the command is recorded (scripts/observed.sh)
+#   --checked-heaps    HeapValidate in a program finds writes just past the end of a block
+#   --ready            the caller has done the set-up
+#   --silent           what the command writes to its standard streams is discarded
+#   --then N WORD...   when the session has ended, this script executes the command of N words, with the status as one
+#                      more. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS is what
+#                      --report-mixed-keys would print (--requests)
 #
-# The first line takes away the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
+# The first line removes the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
@@ -60,7 +60,7 @@ done
 (($# > 0)) || fail "wine-session.sh: no command"
 if [[ $INSIDE == no ]]; then
     [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
-    # It comes back here within the namespace, or goes on here without one.
+    # Starts this script again in the namespace, or returns if there is none.
     enter_namespace /bin/bash "$ROOT/scripts/wine-session.sh" --inside "${given[@]}"
 fi
 

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Wine as every run finds it: its variables, its 32-bit modules, the end of its processes. Sourced after
-# common.sh. All lies under build/wine:
+# Wine as every run uses it: its variables, its 32-bit modules, the end of its processes. Sourced after
+# common.sh. All of it is in build/wine:
 #   modules/   the 32-bit modules, unpacked from the distribution's package
 #   base/      what prefixes are made from (base.sh)
 #   pool/      the prefixes of the sessions (session.sh)
@@ -10,12 +10,12 @@ WINE_MODULES=$WINE_HOME/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
-# The distribution's, whatever else the caller's PATH may find.
+# The distribution's, whatever the caller's PATH is.
 # shellcheck disable=SC2034 # the scripts that run programs name them
 WINE=/usr/bin/wine WINESERVER=/usr/bin/wineserver
 
-# What takes away the rights that an ordinary user has in a namespace of its own, those over the modes of files among
-# them: the session's scripts have them, its programs and the server that opens files for them don't.
+# Drops the rights that an ordinary user has in a namespace of its own, such as the right to ignore the modes of files.
+# The session's scripts have them; its programs, and the server that opens files for them, don't.
 RIGHTLESS=()
 # shellcheck disable=SC2034 # the scripts that start programs name it
 ((EUID == 0)) || RIGHTLESS=(setpriv --ambient-caps=-all --inh-caps=-all)
@@ -39,9 +39,9 @@ LOGNAME=$WINE_USER
 END
 }
 
-# make_modules: the distribution's 32-bit package of exactly the installed version, with a package list of its
-# own, so that the machine's architectures stay as they are. No 32-bit library is needed: a 32-bit module finds
-# the part of Wine that it calls on this side in the folder x86_64-unix beside its own, which is the installed one.
+# make_modules: unpacks the distribution's 32-bit package of exactly the installed version. It uses a package list of
+# its own, so that the machine's architectures stay as they are. No 32-bit library is needed: a 32-bit module finds the
+# Unix part of Wine in the folder x86_64-unix beside its own, which leads to the installed one.
 make_modules() {
     local new=$WINE_HOME/modules.new version options
     version=$(wine_version)
@@ -50,7 +50,7 @@ make_modules() {
     rm -rf "$new"
     mkdir -p "$new/lists/partial" "$new/cache/archives/partial"
     cd "$new" || return
-    # The list of security updates may be out of step; the main one is enough.
+    # The list of security updates may be out of date; the main one is enough.
     apt-get -q "${options[@]}" update || true
     apt-get -q "${options[@]}" download "libwine:i386=$version"
     dpkg-deb -x libwine_*_i386.deb tree
@@ -65,8 +65,8 @@ modules_ready() {
     [[ -f $WINE_MODULES/version && $(<"$WINE_MODULES/version") == "$(wine_version)" ]]
 }
 
-# end_prefix PREFIX: ends every process that belongs to the prefix, and takes away what its server leaves in
-# the temporary directory. Nothing is saved: a prefix is made anew for the next run.
+# end_prefix PREFIX: kills every process that belongs to the prefix, and removes what its server leaves in the temporary
+# directory. Nothing is saved: the prefix is renewed for the next run.
 end_prefix() {
     local pids name round
     for ((round = 0; round < 500; round++)); do
@@ -81,13 +81,13 @@ end_prefix() {
     [[ $name != wine-?????? ]] || rm -rf "/tmp/$name"
 }
 
-# prefix_processes PREFIX: the numbers of the processes that were started with WINEPREFIX=PREFIX. Wine hands
-# its own variables on to every process, even to one that was started with others. A container's processes, which may
-# have a prefix at the same path, are somebody else's.
+# prefix_processes PREFIX: prints the numbers of the processes that were started with WINEPREFIX=PREFIX. Wine passes its
+# own variables on to every process, even to one that was started with others. A container's processes, which may
+# have a prefix at the same path, are left out.
 prefix_processes() {
     local pid thread
-    # A process that has ended and waits to be reaped shows no environment. Nor does one of which only the first
-    # thread has ended, but its other threads do.
+    # A process that has ended and waits to be reaped has no environment. Neither has one whose first thread alone has
+    # ended, but its other threads have.
     grep -lzxF "WINEPREFIX=$1" /proc/[0-9]*/task/[0-9]*/environ 2>/dev/null |
         while IFS=/ read -r _ _ pid _ thread _; do
             [[ ! /proc/$pid/task/$thread/ns/pid -ef /proc/self/ns/pid ]] || printf '%s\n' "$pid"

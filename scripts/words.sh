@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What ./keyreap says to whoever called it, all on standard error. Sourced after common.sh and checks.sh.
+# The messages of ./keyreap, all on standard error. Sourced after common.sh and checks.sh.
 
 # shellcheck source=scripts/reasons.sh
 source "$ROOT/scripts/reasons.sh"
@@ -8,8 +8,8 @@ usage() {
     say "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# take_records WORD...: runs the check with these words and does what its records say. Fills WORDS and STATES, and OWN_STATUS
-# with what the last record says; a check without a last record has failed.
+# take_records WORD...: runs the check with these words and carries out its records. Fills WORDS and STATES, and
+# OWN_STATUS from the last record; a check without that record has failed.
 take_records() {
     local kind text name='' path='' reason
     WORDS=() STATES=() OWN_STATUS=
@@ -31,19 +31,20 @@ take_records() {
     [[ -n $OWN_STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
 }
 
-# pair_reason WINDOWS_PATH OTHERWISE: why a pair failed whose files don't show it. What crashed says more than what was
-# missing, and both more than the sentence OTHERWISE; only a call of a function that a library lacks needs both.
-# KEYREAP_CRASH is what was seen of a crash.
+# pair_reason WINDOWS_PATH OTHERWISE: prints why a pair failed whose files don't show it. A crash (KEYREAP_CRASH)
+# explains more than a missing file, and both explain more than the sentence OTHERWISE. Only the call of a function that
+# a library lacks needs both.
 pair_reason() {
     local reason=${KEYREAP_CRASH-} missing=
     [[ -n $reason && $reason != *"(0x80000100)"* ]] || missing=$(input_reason "$1")
     [[ -z $missing ]] || reason=${reason:+$reason; }$missing
     reason=${reason:-$2}
-    # Names in it are those of a foreign file; a line stays one, and a terminal does nothing but show it.
+    # The names come from a foreign file: they must neither add lines nor control a terminal.
     printf '%s' "${reason//[[:cntrl:]]/?}"
 }
 
-# start_progress_line WORD...: at a terminal, shows how far a run of many pairs is, on one line. PROGRESS is its process.
+# start_progress_line WORD...: at a terminal, shows the progress of a run of many pairs on one line. PROGRESS is the
+# process that does so, or `none`.
 start_progress_line() {
     PROGRESS=none
     [[ -t 2 ]] && ((${#STATES[@]} > 1)) || return 0
@@ -52,7 +53,8 @@ start_progress_line() {
     PROGRESS=$!
 }
 
-# end_progress_line PROGRESS: returns when the line is free. A dead process has no streams, though it may still be listed.
+# end_progress_line PROGRESS: returns when the line is free. A dead process may still be listed, but has no open
+# streams.
 end_progress_line() {
     [[ $1 != none ]] || return 0
     kill -KILL "$1" 2>/dev/null || true
