@@ -31,7 +31,7 @@ MEASURES = [
 
 @pytest.fixture(scope="module")
 def table():
-    """The columns of each row by its measure."""
+    """The columns of each row, by the measure in its first one."""
     result = subprocess.run([ROOT / "bench", "--quick"], stdin=subprocess.DEVNULL, capture_output=True, text=True)
     # A part with a wrong result ends the run with another status.
     assert result.returncode == 0, result.stderr
@@ -41,7 +41,7 @@ def table():
 
 
 @pytest.mark.parametrize("measure", MEASURES)
-def test_measure_is_taken_of_both_sides(table, measure):
+def test_both_sides_are_measured(table, measure):
     begin, _, end = measure.partition("; ")
     rows = [row for name, row in table.items() if name.startswith(begin) and name.endswith("; " + end)]
     assert rows
@@ -49,5 +49,5 @@ def test_measure_is_taken_of_both_sides(table, measure):
         assert float(re.match(r"[\d.,e-]+", figure)[0].replace(",", "")) > 0
 
 
-def test_small_sizes_are_not_held_against_the_aims(table):
+def test_small_sizes_are_not_compared_with_the_aims(table):
     assert not any("missed" in row[-1] for row in table.values())

@@ -1,13 +1,13 @@
-"""The documents: every command in them works as it stands there, what they show is what comes out, and no link leads
-nowhere. What a fenced block is, its word behind the fence tells:
+"""The documents: every command in them works as written, what they show is what is printed, and every link has a
+target. The word after the fence of a block says what the block contains:
 
   sh               commands, run one after another
-  console          a session at a terminal: what comes behind a `$ ` is run, the rest is what it prints; a document has one
+  console          a session at a terminal: what follows a `$ ` is run, the rest is what it prints; a document has one
   bat              commands of Windows, run in the unpacked zip
   cmake nsis xml   a piece of the examples
   reg              what the program writes: lines of a golden file, in their order
   text, nothing    anything but commands
-  ... not-run      can't be tried here, and the words before the block say so
+  ... not-run      can't be tried here, and the text before the block says so
 """
 
 import os
@@ -56,7 +56,7 @@ def text_of(name):
 
 
 def blocks(*kinds):
-    """Document, place and text of the blocks of a kind, as parameters of a test."""
+    """Kind and text of the blocks of these kinds, as parameters of a test."""
     found = []
     for name in DOCUMENTS:
         text = text_of(name)
@@ -76,13 +76,13 @@ def servers(tmp_path_factory):
     base = ROOT / "build" / "wine" / "base" / "drive_c" / "windows"
     calculator = ROOT / "build" / "samples" / "x64" / "calculator.dll"
     hlinks = {"hlink64.dll": base / "system32" / "hlink.dll", "hlink32.dll": base / "syswow64" / "hlink.dll"}
-    # What is out of date is set up here and not before a reader's eyes.
+    # What is out of date is set up here, so that the commands of the documents don't print the set-up.
     subprocess.run([ROOT / "keyreap", "extreg"], check=True)
     return {"server.dll": calculator, **hlinks}
 
 
 def new_folder():
-    """A folder whose name is as long as the documents' own, so that sizes are the same."""
+    """A folder whose name is as long as that in the documents, so that the printed sizes are the same."""
     while True:
         folder = Path(DESK).with_name("".join(random.choices(string.ascii_lowercase, k=len(Path(DESK).name))))
         try:
@@ -103,7 +103,7 @@ def desk(servers):
     shutil.rmtree(folder)
 
 
-# Commands that have a test of their own, or that run this one, each with what has to be true of it here.
+# Commands that have a test of their own, or that run this one, each with the condition that it has to fulfil here.
 
 
 def is_program(words):
@@ -133,7 +133,7 @@ ELSEWHERE = {
 
 
 def elsewhere(command):
-    """What has to be true of a command that isn't run here, or nothing."""
+    """The condition of a command that isn't run here, or None."""
     return next((check for start, check in ELSEWHERE.items() if (command + " ").startswith(start + " ")), None)
 
 
@@ -149,7 +149,7 @@ def test_commands_work(desk, kind, text):
 
 
 def at_a_terminal(command, folder):
-    """All that a command prints at a terminal."""
+    """All lines that a command leaves on a terminal."""
     own, its = pty.openpty()
     process = subprocess.Popen(["bash", "-c", command], cwd=folder, stdin=subprocess.DEVNULL, stdout=its, stderr=its)
     os.close(its)
@@ -161,7 +161,7 @@ def at_a_terminal(command, folder):
         pass
     os.close(own)
     process.wait()
-    # A line that a later one covers is none.
+    # A line that a later one overwrites doesn't count.
     covered = re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", printed.decode()).replace("\r\x1b[K", "")
     return covered.replace("\r", "")
 
@@ -186,12 +186,12 @@ def test_a_session_prints_what_it_shows(desk, name):
 
 
 def first_block(name, text):
-    """The first commands of a document that hold a text."""
+    """The first commands of a document that contain a text."""
     return next(fence[2] for fence in FENCE.finditer(text_of(name)) if fence[1] == "sh" and text in fence[2])
 
 
 def test_the_first_commands_show_what_a_server_registers(desk):
-    """Nothing is on the desk but what a clone has and a set-up makes."""
+    """The folder has only what a clone has and a set-up makes."""
     for name in ("server.dll", "hlink64.dll", "hlink32.dll"):
         (desk / name).unlink()
     block = first_block("README.md", "./keyreap")
@@ -223,7 +223,7 @@ def test_commands_of_windows_work(desk, kind, text, tmp_path):
 
 
 @pytest.mark.parametrize("kind, text", blocks(*QUOTED))
-def test_pieces_are_the_examples(kind, text):
+def test_quoted_pieces_are_in_the_examples(kind, text):
     assert text in QUOTED[kind].read_text(encoding="utf-8")
 
 
@@ -234,7 +234,7 @@ def golden():
 
 
 def stands_in(lines, document):
-    """Whether the lines stand in the document, in their order."""
+    """Whether the document contains the lines in their order."""
     rest = iter(document)
     return all(line in rest for line in lines)
 
@@ -250,7 +250,7 @@ def test_every_block_has_a_kind():
     assert wrong == []
 
 
-def test_what_is_not_run_is_said_to_be_untried():
+def test_text_before_a_block_that_is_not_run_says_so():
     for name in DOCUMENTS:
         text = text_of(name)
         for fence in FENCE.finditer(text):
@@ -258,7 +258,7 @@ def test_what_is_not_run_is_said_to_be_untried():
                 assert re.search(r"not\s+been\s+tried", text[: fence.start()].rpartition("\n#")[2]), name
 
 
-def test_commands_stand_in_blocks_that_are_run():
+def test_commands_are_in_blocks_that_are_run():
     wrong = []
     for name in DOCUMENTS:
         others = FENCE.sub(lambda fence: fence[2] if fence[1] in ("text", "") else "", text_of(name))
@@ -267,13 +267,13 @@ def test_commands_stand_in_blocks_that_are_run():
 
 
 def anchors(name):
-    """The places of a document that a link can name."""
+    """The headings of a document as a link names them."""
     headings = re.findall(r"^#+ (.*)$", FENCE.sub("", text_of(name)), re.M)
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
 @pytest.mark.parametrize("name", DOCUMENTS)
-def test_links_lead_somewhere(name):
+def test_links_have_targets(name):
     wrong = []
     for link in LINK.findall(FENCE.sub("", text_of(name))):
         if "://" in link:

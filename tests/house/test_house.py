@@ -1,5 +1,5 @@
-"""The rules of the house that a compiler does not see: which room may know which, what stays free of Windows, how
-everything is laid out and worded."""
+"""The rules of the project that a compiler doesn't check: which room includes which, what stays free of Windows, and the
+layout, names and words of all files."""
 
 import re
 import subprocess
@@ -35,7 +35,7 @@ HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "pe", "
 
 COMMANDS = ("keyreap", "test", "bench", "fuzz", "release", ".ci/run")
 
-# The headers of C that plain code may use; all others that end in .h belong to a system.
+# The headers of C that pure files may include; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}
 
 TEST_HEADERS = ("gtest/", "gmock/")
@@ -57,7 +57,7 @@ def text_of(name):
 
 
 def lists_of(declaration):
-    """The words of a declaration behind its name, by keyword."""
+    """The words of a declaration after its name, by keyword."""
     lists, words = {"PURE": [], "WINDOWS": [], "USES": [], "SYSTEM": []}, []
     for word in declaration.split():
         if word in lists:
@@ -68,7 +68,7 @@ def lists_of(declaration):
 
 
 def declarations(pattern):
-    """Name, folder and lists of everything that a CMakeLists.txt declares in this way."""
+    """Name, folder and lists of each declaration in a CMakeLists.txt."""
     for name in tracked("*CMakeLists.txt"):
         for found in pattern.finditer(text_of(name)):
             yield found.group(1), Path(name).parent, lists_of(found.group(2))
@@ -79,7 +79,7 @@ FOLDERS = {folder: name for name, (folder, _) in ROOMS.items()}
 
 
 def room_of(path):
-    """The room that a file belongs to: that of the nearest folder above it that declares one."""
+    """The room of a file: the nearest folder above it that declares one."""
     return next((FOLDERS[folder] for folder in Path(path).parents if folder in FOLDERS), None)
 
 
@@ -92,7 +92,7 @@ def sources_of_rooms():
 
 
 def pure_files():
-    """The files declared as free of Windows, and every header of the project that they reach."""
+    """The files that are declared as free of Windows, and all headers of the project that they include."""
     pending = [
         str((folder / word).as_posix())
         for pattern in (ROOM_DECLARATION, TESTS_DECLARATION)
@@ -120,11 +120,11 @@ def lines_matching(pattern, names):
     return found
 
 
-def test_every_room_has_its_place_among_the_arrows():
+def test_every_room_has_its_arrows():
     assert set(ROOMS) == set(ARROWS)
 
 
-def test_arrows_never_lead_back():
+def test_arrows_form_no_cycle():
     order = {}
 
     def depth(room, above=()):
@@ -138,7 +138,7 @@ def test_arrows_never_lead_back():
 
 
 def forbidden_includes(name, targets):
-    """Those of the project's headers that a file includes against the arrows."""
+    """The headers of the project that a file includes against the arrows."""
     room = room_of(name)
     return [target for target in targets if room_of(target) not in (None, room, *ARROWS[room])]
 
@@ -153,7 +153,7 @@ def test_headers_are_included_along_the_arrows():
 
 
 @pytest.mark.parametrize("room, other", [(room, other) for room in ARROWS for other in sorted(ARROWS[room])])
-def test_an_include_against_an_arrow_is_noticed(room, other):
+def test_an_include_against_an_arrow_is_reported(room, other):
     files = {place: [name for name in sources_of_rooms() if room_of(name) == place] for place in (room, other)}
     header = next(name for name in files[room] if name.endswith(".h"))
     assert forbidden_includes(files[other][0], [header]) == [header]
@@ -184,7 +184,7 @@ def test_every_source_of_a_room_is_built():
     assert [name for name in sources_of_rooms() if name.endswith(".cpp") and Path(name).name not in declared] == []
 
 
-def test_pure_files_know_no_system():
+def test_pure_files_include_no_system_header():
     assert pure_files()
     wrong = []
     for name in pure_files():
@@ -232,6 +232,6 @@ def test_nothing_is_left_unfinished():
     assert lines_matching(r"\b(TO" r"DO|FIX" r"ME|XX" r"X|HA" r"CK)\b", names) == []
 
 
-def test_no_test_is_switched_off():
+def test_no_test_is_disabled():
     names = [name for name in tracked("tests/*")]
     assert lines_matching(r"GTEST_" r"SKIP|DISAB" r"LED_|pytest\.(mark\.)?(sk" r"ip|xf" r"ail)", names) == []

@@ -17,7 +17,7 @@ sys.path.insert(0, str(ROOT / "scripts" / "runner"))
 
 
 def run(*command, **options):
-    """Runs a command to its end and gives its status and what it wrote."""
+    """Runs a command to its end and returns its status and output."""
     options.setdefault("stdin", subprocess.DEVNULL)
     options.setdefault("text", True)
     return subprocess.run([str(word) for word in command], capture_output=True, timeout=600, **options)
@@ -29,7 +29,7 @@ def bash(script, *words, **options):
 
 
 def until(condition):
-    """Waits for what must come to be; the suite's watchdog ends a wait in vain."""
+    """Waits until the condition holds; the suite's watchdog ends a wait that takes too long."""
     while not condition():
         time.sleep(0.02)
 
@@ -48,12 +48,12 @@ def processes_of(prefix):
 
 
 def is_locked(path):
-    """Whether somebody holds the lock of a file that may not be there yet."""
+    """Whether a process holds the lock of a file; the file may be missing."""
     return Path(path).exists() and run("flock", "-n", path, "true").returncode != 0
 
 
 class Pool:
-    """A pool of Wine prefixes of its own, so that a test knows which one a session gets."""
+    """A private pool of Wine prefixes, so that a test knows which one a session gets."""
 
     def __init__(self, folder, size):
         self.folder = folder
@@ -102,7 +102,7 @@ class Tree:
         self.borrow_wine()
 
     def borrow_wine(self):
-        """What takes long to fetch and to make comes from the project's own tree."""
+        """Links what takes long to download and to make to that of the project's own tree."""
         (self.build / "wine").mkdir(parents=True)
         for name in ("modules", "base", "requestfilter", "requestfilter.version", "observer", "observer.version"):
             (self.build / "wine" / name).symlink_to(ROOT / "build" / "wine" / name)
@@ -123,7 +123,7 @@ class Tree:
         )
 
     def words(self, *words, **options):
-        """The words that the program gets."""
+        """The arguments that the program receives."""
         file = self.folder / "words"
         environment = dict(os.environ, KEYREAP_WORDS="Z:" + str(file).replace("/", "\\"))
         result = self.run(*words, env=environment, **options)
@@ -136,10 +136,10 @@ class Tree:
         self.source.write_text(text.replace(old, new))
 
 
-# A user without any right.
+# A user without any privilege.
 NOBODY = 65534
 
-# Lays the folder $1 where it was, below folders that are open to everybody, of which $2 is the first.
+# Mounts the folder $1 at its own path, below folders that everybody may enter, the first of which is $2.
 OPEN_FOLDER = """
     cd / && hold=$(mktemp -d) && mount --bind "$1" "$hold" && mount -t tmpfs -o mode=755 tmpfs "$2" &&
     mkdir -p "$1" && mount --move "$hold" "$1" && rmdir "$hold" && shift 2 && exec "$@"
@@ -147,7 +147,7 @@ OPEN_FOLDER = """
 
 
 def as_ordinary_user(*words):
-    """The words, run by the caller or, if that is root, by NOBODY, who may lack the right to come to the project's folder."""
+    """The command, run by the caller or, if that is root, by NOBODY, who may not be allowed to enter the project's folder."""
     if os.geteuid() != 0:
         return list(words)
     command = ["setpriv", "--reuid=%d" % NOBODY, "--regid=%d" % NOBODY, "--clear-groups", *words]
@@ -169,7 +169,7 @@ def tree():
 
 @pytest.fixture(scope="module")
 def ready_tree():
-    """A tree in which a first run has built the program; tests leave its sources alone."""
+    """A tree in which a first run has built the program; its tests don't change the sources."""
     made = new_tree()
     assert made.run("status", "0").returncode == 0
     yield made

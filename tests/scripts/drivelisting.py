@@ -8,7 +8,7 @@ import sys
 import zlib
 from pathlib import Path
 
-# What the host keeps for itself.
+# Attributes of the host.
 OWN_MARKS = ("trusted.", "user.overlay.", "security.")
 
 

@@ -1,4 +1,4 @@
-"""scripts/coverage.sh: what it prints of gcov's reports."""
+"""scripts/coverage.sh: what it prints about gcov's reports."""
 
 import gzip
 import json

@@ -1,5 +1,5 @@
-"""What scripts/observed.sh says of the crash of a command that it has watched, and what the watching leaves
-alone."""
+"""What scripts/observed.sh reports of a command's crash, and that it changes neither the command's streams nor its
+status."""
 
 import os
 import subprocess
@@ -35,7 +35,7 @@ CRASHES = {
 
 @pytest.fixture
 def log():
-    """Where users of observed.sh have it: in a folder of its own, outside of the session's prefix."""
+    """A log in a folder of its own, outside of the session's prefix, as users of observed.sh have it."""
     with tempfile.TemporaryDirectory(prefix="observed.") as folder:
         yield Path(folder) / "log"
 
@@ -55,7 +55,7 @@ def capture(log, bitness, sample, tmp_path, mode="keyRedir", **options):
 
 
 def reason(log):
-    """One line or none."""
+    """The line of the log, or an empty text."""
     return log.read_text(encoding="utf-8").removesuffix("\n") if log.exists() else ""
 
 
@@ -66,7 +66,7 @@ def bitness(request):
 
 @pytest.fixture(scope="module")
 def display():
-    """A display of its own, as its name."""
+    """The name of a display that only these tests use."""
     read, write = os.pipe()
     command = ["Xvfb", "-displayfd", str(write), "-screen", "0", "640x480x24"]
     server = subprocess.Popen(command, pass_fds=[write], stderr=subprocess.DEVNULL)
@@ -85,7 +85,7 @@ def test_a_crash_is_named_with_its_module(log, bitness, sample, tmp_path):
     assert reason(log) == words % sample
 
 
-def test_an_exception_that_nobody_catches_is_named_as_its_run_time_ends_it(log, bitness, tmp_path):
+def test_an_uncaught_exception_is_named_as_its_runtime_ends_it(log, bitness, tmp_path):
     status = {"x64": 0x43, "x86": 3}[bitness]
     assert capture(log, bitness, "faultThrow", tmp_path).returncode == status
     words = {
@@ -96,7 +96,7 @@ def test_an_exception_that_nobody_catches_is_named_as_its_run_time_ends_it(log, 
 
 
 def test_a_call_of_a_function_that_a_library_lacks_is_named(log, bitness, tmp_path):
-    """Wine loads such a server; it says itself, on standard error, which function was called."""
+    """Wine loads such a server, and names the called function on standard error."""
     result = capture(log, bitness, "lacking", tmp_path)
     assert result.returncode == 1
     assert "lackinglib.dll.LaterNumber" in result.stderr
@@ -117,10 +117,10 @@ def test_a_module_outside_ascii_is_named_as_on_the_disk(log, bitness, tmp_path):
     assert reason(log) == "access violation (0xC0000005) in Sérvër ✓ 😀.dll"
 
 
-def test_what_somebody_catches_is_no_crash(log, bitness, tmp_path):
+def test_a_caught_exception_is_no_crash(log, bitness, tmp_path):
     assert capture(log, bitness, "caught", tmp_path).returncode == 0
     assert reason(log) == ""
-    # The process then ends by itself, with the status that the fault would have given.
+    # This process then ends itself, with the status that the fault would have given.
     assert capture(log, bitness, "caughtending", tmp_path).returncode == 5
     assert reason(log) == ""
 
@@ -163,7 +163,7 @@ def test_what_a_windows_program_writes_to_its_standard_error_comes_through(log):
     assert (result.returncode, result.stdout, result.stderr.split()) == (7, "", ["one", "two"])
 
 
-def test_a_command_whose_children_hold_its_streams_ends_the_watching(log):
+def test_the_observation_ends_with_the_command_although_its_children_hold_its_streams(log):
     assert observed(log, "/bin/bash", "-c", "sleep 600 & exit 3").returncode == 3
 
 

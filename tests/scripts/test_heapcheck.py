@@ -1,4 +1,4 @@
-"""A suite that damages a heap fails, in both bitnesses, by the sessions and the check that all suites have."""
+"""A suite that damages a heap fails in both bitnesses. The sessions and the check are those of all suites."""
 
 import pytest
 from conftest import ROOT

@@ -1,5 +1,5 @@
-"""The files of a session are its own: no other session, one at the same moment included, sees what is written on
-drive C: or in the home folder. Tried in each way that scripts/isolation.sh has."""
+"""The files of a session are private: no other session, not even one at the same time, sees what it writes on drive C:
+or in its home folder. The tests run in each way that scripts/isolation.sh has."""
 
 import json
 import os
@@ -13,13 +13,13 @@ from conftest import NOBODY, ROOT, SESSION, Pool, as_ordinary_user, is_locked, n
 
 LISTING = ["/usr/bin/python3", "-B", Path(__file__).with_name("drivelisting.py")]
 
-# As whom or how a session is started: with all rights, without the one to mount, and where nobody may.
+# How a session is started: with all rights, without the right to mount, and where nobody may mount.
 NO_MOUNTS = ["setpriv", "--bounding-set=-sys_admin", "--inh-caps=-sys_admin"]
 WAYS = {"mounts": ([], {}), "user namespace": (NO_MOUNTS, {}), "copies": ([], {"KEYREAP_ISOLATION": "copies"})}
 
 
 class IsolatedPool(Pool):
-    """Sessions in one of the ways."""
+    """Sessions that are started in one of the ways."""
 
     def __init__(self, folder, way):
         super().__init__(folder, 2)
@@ -41,7 +41,7 @@ class IsolatedPool(Pool):
         )
 
     def fresh_listing(self):
-        """What every session has to begin with."""
+        """The files with which every session has to begin."""
         if self.fresh is None:
             self.fresh = self.listing()
         return self.fresh
@@ -63,12 +63,12 @@ def changed(before, after):
     return sorted(path for path in before.keys() | after.keys() if before.get(path) != after.get(path))
 
 
-# Runs the words, prints what their session sees then, and stays until its input ends.
+# Runs a command, prints which files its session sees afterwards, and waits until its input ends.
 STAYING = '"$@" >&2; echo $?; "%s" -B "%s"; echo; read -r _' % (LISTING[0], LISTING[2])
 
 
 class Writer:
-    """A session that has run a command and stays."""
+    """A session that has run a command and has not ended."""
 
     def __init__(self, pool, *command):
         self.session = pool.start("bash", "-c", STAYING, "bash", *command)
@@ -80,12 +80,12 @@ class Writer:
 
 
 def assert_only_the_writer_sees_it(pool, paths, *command):
-    """Of all paths that the command changes, these among them."""
+    """Of all paths that the command changes; `paths` are among them."""
     before = pool.fresh_listing()
     writer = Writer(pool, *command)
     meanwhile = pool.listing()
     writer.end()
-    # It gets the first free prefix of the pool, which was the writer's.
+    # This session gets the first free prefix of the pool, which was the writer's.
     later = pool.listing()
     assert writer.status == 0
     assert set(paths) <= set(changed(before, writer.sees))
@@ -93,7 +93,7 @@ def assert_only_the_writer_sees_it(pool, paths, *command):
     assert changed(before, later) == []
 
 
-# Folders of every kind, and in each of them a file that the server makes.
+# Folders of every kind; the server creates a file in each of them.
 FOLDERS = [
     "windows", "windows/inf", "Program Files", "Program Files (x86)", "Program Files/Common Files", "ProgramData",
     "users/Public", "users/Public/Documents", "users/keyreap",
@@ -113,7 +113,7 @@ def test_what_a_server_writes_on_its_drive_is_seen_by_no_other_session(pool, tmp
 
 
 def test_a_module_replaced_by_one_with_an_old_time_is_seen_by_no_other_session(pool, tmp_path):
-    """CopyFileW keeps the file and sets the source's time, so neither inode nor time need tell."""
+    """CopyFileW keeps the file and sets the source's time, so neither the inode nor the time needs to show the change."""
     old = tmp_path / "old.dll"
     old.write_bytes(b"MZ")
     os.utime(old, (0, 1_000_000_000))
@@ -123,7 +123,7 @@ def test_a_module_replaced_by_one_with_an_old_time_is_seen_by_no_other_session(p
     assert_only_the_writer_sees_it(pool, ["windows/system32/hlink.dll"], *copy)
 
 
-def test_what_is_written_by_way_of_the_host_is_seen_by_no_other_session(pool):
+def test_what_is_written_through_the_host_is_seen_by_no_other_session(pool):
     script = """
         cd "$WINEPREFIX/drive_c" && rm -r "Program Files/Internet Explorer" && touch -d @5 users/keyreap &&
         chmod 700 windows/system32 && ln -sf / windows/win.ini && echo more >>windows/system32/kernel32.dll &&
@@ -143,7 +143,7 @@ def test_what_a_killed_session_wrote_is_seen_by_no_other_session(pool):
     assert changed(before, pool.listing()) == []
 
 
-def test_every_session_starts_with_an_empty_home_and_with_folders_that_lead_nowhere_else(pool):
+def test_every_session_starts_with_an_empty_home_and_without_links(pool):
     listing = pool.listing()
     assert listing["home"] == []
     links = [path for path, properties in listing.items() if properties and str(properties[0]).startswith("0o12")]
@@ -151,7 +151,7 @@ def test_every_session_starts_with_an_empty_home_and_with_folders_that_lead_nowh
 
 
 def may_mount(pool):
-    """Whether the system lets such a caller have a mount namespace, with all rights or with those over itself alone."""
+    """Whether the system gives such a caller a mount namespace, with or without a user namespace."""
     names = [["--mount"], ["--user", "--map-current-user", "--keep-caps", "--mount"]]
     return any(run(*pool.prefix_words, "unshare", *words, "true").returncode == 0 for words in names)
 
@@ -172,7 +172,7 @@ def test_what_sessions_share_is_read_only_in_a_namespace(pool):
 
 
 def test_other_paths_are_the_same_inside(pool, tmp_path):
-    """The current folder is one of them."""
+    """The current folder is the same too."""
     script = 'pwd; cat file; echo new >"$1/written"; stat -c %d:%i . "$1" /tmp /proc/self/cwd/..'
     (tmp_path / "file").write_text("word\n")
     inside = pool.run("bash", "-c", script, "bash", tmp_path, cwd=tmp_path).stdout
@@ -188,7 +188,7 @@ def test_what_the_caller_mounts_is_seen_inside(pool, tmp_path):
 
 
 def test_a_session_leaves_nothing_in_its_prefix(pool):
-    """But for the copy of the drive beside the prefix, where nobody may mount."""
+    """Where nobody may mount, only the copy of the drive beside the prefix is left."""
     assert pool.run("bash", "-c", 'echo >"$WINEPREFIX/drive_c/windows/left"; echo >"$HOME/left"').returncode == 0
     assert [path for path in pool.folder.glob("[0-9]/*")] == []
 
@@ -198,7 +198,7 @@ def test_a_session_leaves_nothing_in_its_prefix(pool):
 
 @pytest.fixture(scope="module")
 def own_tree():
-    """A tree with a base that belong to a user without any right, or to the caller if that is one."""
+    """A tree with its own base. Both belong to a user without any privilege, or to the caller if that isn't root."""
     tree = new_tree()
     base = tree.build / "wine" / "base"
     base.unlink()
@@ -228,7 +228,7 @@ def test_what_an_ordinary_user_writes_is_seen_by_no_later_session(own_tree):
 
 @pytest.mark.parametrize("requests", [[], ["--requests"]])
 def test_programs_of_an_ordinary_user_have_no_rights_but_the_users(own_tree, requests):
-    """The server opens files for them, so that it may have none either: a file that is read-only to its owner is."""
+    """The server, which opens files for them, must have none either: it can't write to a file that is read-only to its owner."""
     file = own_tree.folder / "readonly"
     script = 'chmod 444 "$1"; wine cmd /c "echo word >>$2"; cat /proc/self/status; exec cat "$1"'
     file.write_text("")

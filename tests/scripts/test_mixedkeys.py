@@ -16,7 +16,7 @@ REPORT = LINE % "Keyreap\\Nodes"
 
 
 def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--report-mixed-keys")):
-    """One run over samples such as x86\\plain.dll; the session it ran in gives its status and what it wrote."""
+    """Runs the program over samples such as x86\\plain.dll; returns the session's status and output."""
     words = []
     for number, sample in enumerate(samples):
         words += [SAMPLES + "\\" + sample, "Z:" + str(folder / f"{number}.reg").replace("/", "\\")]
@@ -32,12 +32,12 @@ def test_a_key_that_was_mixed_up_is_named(pool, tmp_path, mode):
 
 @pytest.mark.parametrize("mode", ["keyRedir", "both", "trace"])
 @pytest.mark.parametrize("samples", [["x86\\plainfirst.dll", "x86\\plain.dll"], ["x64\\nodesfirst.dll", "x86\\plain.dll"]])
-def test_keys_that_were_kept_apart_are_nothing_to_report(pool, tmp_path, samples, mode):
+def test_keys_that_were_not_mixed_up_are_not_reported(pool, tmp_path, samples, mode):
     result = capture(pool, tmp_path, *samples, mode=mode)
     assert (result.returncode, result.stderr) == (0, "")
 
 
-def test_in_the_live_registry_the_key_counts_that_wine_stored_in_a_second_node(pool, tmp_path):
+def test_in_the_live_registry_the_key_that_wine_stored_in_a_second_node_counts(pool, tmp_path):
     result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode="trace")
     assert (result.returncode, result.stderr) == (0, LINE % "Wow6432Node\\Keyreap\\Nodes")
 
@@ -47,13 +47,13 @@ def test_in_the_live_keys_of_the_user_wine_reads_the_node_for_the_plain_name(poo
     assert (result.returncode, result.stderr) == (0, REPORT.replace("LOCAL_MACHINE", "CURRENT_USER"))
 
 
-def test_any_pair_of_a_run_counts_and_the_next_run_starts_anew(pool, tmp_path):
+def test_every_pair_of_a_run_counts_and_the_next_run_starts_clean(pool, tmp_path):
     samples = ["x64\\nodesfirst.dll", "x86\\plain.dll", "x86\\nodesfirst.dll", "x86\\plainfirst.dll"]
     assert capture(pool, tmp_path, *samples).stderr == REPORT
     assert capture(pool, tmp_path, "x86\\plain.dll").stderr == ""
 
 
-def test_a_session_reports_only_to_who_asks_and_leaves_no_names(pool, tmp_path):
+def test_a_session_reports_only_on_request_and_leaves_no_names(pool, tmp_path):
     assert capture(pool, tmp_path, "x86\\nodesfirst.dll", options=["--requests"]).stderr == ""
     assert not any("mixed" in file.name for file in pool.folder.rglob("*"))
 
@@ -70,14 +70,14 @@ def test_several_keys_are_one_sentence():
     assert bash(script, "A\\B").stdout.startswith("A\\B: Wine")
     several = bash(script, "A\\B", "C", "D").stdout
     assert several.startswith("A\\B and 2 more: Wine")
-    # It is handed on as a variable, in which not all names have room.
+    # The text is passed on as a variable, which has no room for all names.
     many = bash(script, *("HKEY_CLASSES_ROOT\\Key%d" % number for number in range(5000))).stdout
     assert many.startswith("HKEY_CLASSES_ROOT\\Key0 and 4999 more: Wine") and len(many) < 300 and "\n" not in many
 
 
-def test_keyreap_itself_reports_it_without_a_terminal(tmp_path):
+def test_keyreap_reports_mixed_keys_without_a_terminal(tmp_path):
     sample = ROOT / "build" / "samples" / "x86" / "nodesfirst.dll"
     result = run(ROOT / "keyreap", "extreg", sample, tmp_path / "out.reg", "keyRedir")
     assert (result.returncode, result.stdout) == (0, "")
-    # A set-up may have something to say before.
+    # A set-up may have printed lines before it.
     assert result.stderr.splitlines(keepends=True)[-1:] == [REPORT]

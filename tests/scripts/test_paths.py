@@ -1,4 +1,4 @@
-"""Which words ./keyreap turns into Windows paths, and how."""
+"""Which arguments ./keyreap converts to Windows paths, and how."""
 
 import pytest
 from conftest import ROOT, bash, run
@@ -38,12 +38,12 @@ def test_an_empty_word_stays_empty(tmp_path):
         ("/", "Z:\\"),
     ],
 )
-def test_an_absolute_host_path_lies_on_drive_z(path, windows, tmp_path):
+def test_an_absolute_host_path_is_on_drive_z(path, windows, tmp_path):
     assert windows_path(path, tmp_path) == windows
 
 
 @pytest.mark.parametrize("path", ["x.dll", "sub dir/x.dll", "sub dir\\x.dll", "é/ß.dll"])
-def test_a_relative_path_counts_from_where_the_caller_stands(path, tmp_path):
+def test_a_relative_path_starts_at_the_callers_current_folder(path, tmp_path):
     expected = "Z:" + (str(tmp_path) + "/" + path).replace("/", "\\")
     assert windows_path(path, tmp_path) == expected
 
@@ -54,7 +54,7 @@ def test_a_linked_folder_keeps_the_name_that_was_written(tmp_path):
     assert windows_path("link/x.dll", tmp_path).endswith("\\link\\x.dll")
 
 
-def test_the_folder_above_a_linked_folder_is_the_real_ones(tmp_path):
+def test_the_parent_of_a_linked_folder_is_that_of_its_target(tmp_path):
     (tmp_path / "deep" / "real").mkdir(parents=True)
     (tmp_path / "link").symlink_to("deep/real")
     assert windows_path("link/../x.dll", tmp_path) == "Z:" + str(tmp_path.resolve() / "deep" / "x.dll").replace("/", "\\")

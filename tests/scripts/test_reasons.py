@@ -37,12 +37,12 @@ def other(bitness):
     return BITNESSES[1 - BITNESSES.index(bitness)]
 
 
-def test_a_missing_dependency_is_named_with_who_wants_it(bitness):
+def test_a_missing_dependency_is_named_with_its_importer(bitness):
     expected = "needs missinglib.dll, which is nowhere; wanted by orphan.dll"
     assert reason(sample(bitness, "orphan.dll")) == expected
 
 
-def test_a_missing_dependency_of_a_dependency_is_named_with_who_wants_it(bitness):
+def test_a_missing_dependency_of_a_dependency_is_named_with_its_importer(bitness):
     expected = "needs missinglib.dll, which is nowhere; wanted by middle.dll"
     assert reason(sample(bitness, "nested.dll")) == expected
 
@@ -52,7 +52,7 @@ def test_a_function_that_a_dependency_lacks_is_named(bitness):
     assert reason(sample(bitness, "lacking.dll")) == expected
 
 
-def test_a_dependency_of_the_other_bitness_is_named_with_its_place(bitness, tmp_path):
+def test_a_dependency_of_the_other_bitness_is_named_with_its_path(bitness, tmp_path):
     shutil.copy(SAMPLES / bitness / "neighbour.dll", tmp_path)
     shutil.copy(SAMPLES / other(bitness) / "neighbourlib.dll", tmp_path)
     kind = {"x64": "64-bit", "x86": "32-bit"}[other(bitness)]
@@ -60,14 +60,14 @@ def test_a_dependency_of_the_other_bitness_is_named_with_its_place(bitness, tmp_
     assert reason(windows(tmp_path / "neighbour.dll")) == expected % (windows(tmp_path / "neighbourlib.dll"), kind)
 
 
-def test_a_dependency_that_is_no_image_is_named_with_its_place(bitness, tmp_path):
+def test_a_dependency_that_is_no_image_is_named_with_its_path(bitness, tmp_path):
     shutil.copy(SAMPLES / bitness / "neighbour.dll", tmp_path)
     (tmp_path / "neighbourlib.dll").write_bytes(b"a text")
     expected = "needs neighbourlib.dll, but %s is no image; wanted by neighbour.dll"
     assert reason(windows(tmp_path / "neighbour.dll")) == expected % windows(tmp_path / "neighbourlib.dll")
 
 
-def test_a_program_that_the_system_does_not_start_is_called_so(bitness, tmp_path):
+def test_a_program_that_the_system_does_not_start_is_reported(bitness, tmp_path):
     image = (SAMPLES / bitness / "typelibnone.exe").read_bytes()
     (tmp_path / "cut.exe").write_bytes(image[:1500])
     said = reason(windows(tmp_path / "cut.exe"))
@@ -98,20 +98,20 @@ def test_a_type_library_that_cannot_be_registered_has_its_error_in_words(bitness
     assert reason(windows(damaged)) == expected
 
 
-def test_a_file_that_is_no_image_is_called_so(tmp_path):
+def test_a_file_that_is_no_image_is_reported(tmp_path):
     for content in (b"a text", b""):
         (tmp_path / "text.dll").write_bytes(content)
         assert reason(windows(tmp_path / "text.dll")) == "is no DLL, no program and no type library"
 
 
-def test_a_damaged_image_is_called_so(bitness, tmp_path):
+def test_a_damaged_image_is_reported(bitness, tmp_path):
     image = (SAMPLES / bitness / "plain.dll").read_bytes()
     damaged = tmp_path / "damaged.dll"
     damaged.write_bytes(image[:100])
     assert reason(windows(damaged)) == "is a damaged image"
 
 
-def test_an_image_for_another_machine_is_called_so(tmp_path):
+def test_an_image_for_another_machine_is_reported(tmp_path):
     image = bytearray((SAMPLES / "x64" / "plain.dll").read_bytes())
     machine = int.from_bytes(image[60:64], "little") + 4
     image[machine : machine + 2] = b"\x64\xaa"
@@ -125,7 +125,7 @@ def test_a_file_with_nothing_wrong_has_no_reason(bitness, tmp_path):
     assert reason(windows(tmp_path / "nobody.dll")) == ""
 
 
-def test_names_outside_ascii_come_as_they_are(bitness, tmp_path):
+def test_names_outside_ascii_are_printed_unchanged(bitness, tmp_path):
     shutil.copy(SAMPLES / bitness / "orphan.dll", tmp_path / "sérvër ✓.dll")
     expected = "needs missinglib.dll, which is nowhere; wanted by sérvër ✓.dll"
     assert reason(windows(tmp_path / "sérvër ✓.dll")) == expected
@@ -136,7 +136,7 @@ def test_a_delay_loaded_library_that_is_missing_is_no_reason(bitness):
     assert reason("C:\\windows\\%s\\msxml3.dll" % system) == ""
 
 
-def test_a_look_that_takes_too_long_gives_no_reason(bitness):
+def test_an_examination_that_takes_too_long_gives_no_reason(bitness):
     result = bash("cd '%s' && source scripts/common.sh && source scripts/reasons.sh && REASON_LIMIT=0.01 && input_reason \"$1\""
                   % ROOT, sample(bitness, "orphan.dll"))
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
@@ -149,8 +149,8 @@ extern "C" __declspec(dllexport) long __stdcall DllRegisterServer() { return 0; 
 """
 
 
-def test_a_look_ends_with_whoever_asked(pool, tmp_path):
-    """The library keeps the look for ever, and the limit is out of the way."""
+def test_an_examination_ends_with_its_caller(pool, tmp_path):
+    """The library's DllMain never returns, and the time limit is too long to matter."""
     (tmp_path / "staying.cpp").write_text(STAYING)
     command = ["x86_64-w64-mingw32-g++-posix", "-shared", "-static", "staying.cpp", "-o", "staying.dll"]
     subprocess.run(command, cwd=tmp_path, check=True)

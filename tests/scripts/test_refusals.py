@@ -1,5 +1,5 @@
-"""What ./keyreap refuses before Wine starts, with 125 and one sentence: words that Windows would take for another file
-than the one that they name, files that a run would destroy, and a place that no run can begin in."""
+"""What ./keyreap refuses before Wine starts, with 125 and one sentence: arguments that Windows would resolve to a
+different file, files that a run would destroy, and a place in which no run can begin."""
 
 import os
 import re
@@ -22,7 +22,7 @@ def set_up():
 
 @pytest.fixture
 def desk(tmp_path):
-    """A folder with two servers, and a pool of prefixes that nobody may begin."""
+    """A folder with two servers, and a pool of prefixes that no run may touch."""
     folder = tmp_path / "desk"
     folder.mkdir()
     shutil.copyfile(SAMPLES / "x64" / "plain.dll", folder / "a.dll")
@@ -39,7 +39,7 @@ def windows(path):
 
 
 def assert_refused(desk, named, *words, **options):
-    """The words are refused in one sentence that begins with the word `named`."""
+    """The arguments are refused in one sentence that begins with the argument `named`."""
     before = listing(desk)
     pool = desk.parent / "pool"
     environment = dict(os.environ, KEYREAP_POOL=str(pool), **options)
@@ -103,7 +103,7 @@ def test_a_descriptor_of_the_caller_is_refused(desk, name):
 
 
 @pytest.mark.parametrize("name", ["/proc/self/cwd/a.reg", "/proc/self/root/x.reg", "/proc/thread-self/cwd/a.reg", "its/a.reg"])
-def test_a_place_of_the_callers_own_process_is_refused(desk, name):
+def test_a_path_into_the_callers_own_process_is_refused(desk, name):
     (desk / "its").symlink_to("/proc/self/cwd")
     assert_refused(desk, name, "a.dll", name)
 
@@ -133,7 +133,7 @@ def spellings(file):
 def test_an_output_that_is_an_input_is_refused_by_any_name(desk, number):
     name = spellings(desk / "b.dll")[number]
     assert_refused(desk, name, "a.dll", name, "b.dll", "b.reg")
-    # A word was left out.
+    # An argument is missing.
     assert_refused(desk, name, "a.dll", name, "both.reg")
 
 
@@ -175,7 +175,7 @@ def test_a_device_prefix_without_a_drive_is_refused(desk, start):
     assert_refused(desk, name, name, "a.reg")
 
 
-def test_words_counted_from_a_folder_that_windows_cannot_name_are_refused(desk):
+def test_words_relative_to_a_folder_that_windows_cannot_name_are_refused(desk):
     """Windows would take the folder's name for two."""
     odd = desk / "odd\\name"
     odd.mkdir()
@@ -185,7 +185,7 @@ def test_words_counted_from_a_folder_that_windows_cannot_name_are_refused(desk):
     assert_refused(odd, "a.reg", desk / "a.dll", "a.reg")
 
 
-def test_words_counted_from_a_folder_that_is_gone_are_refused(desk):
+def test_words_relative_to_a_removed_folder_are_refused(desk):
     (desk / "gone").mkdir()
     script = 'cd "$1/gone" && rmdir "$1/gone" && exec "$2" extreg "$1/a.dll" "$3" keyRedir'
     result = run("/bin/bash", "-c", script, "bash", desk, KEYREAP, "lost.reg")
@@ -215,7 +215,7 @@ def test_a_program_of_the_host_is_refused_without_the_right_to_execute_it(desk, 
     assert_refused(desk, "program.dll", "program.dll", "a.reg")
 
 
-def test_batch_files_and_type_libraries_are_the_programs_business(desk):
+def test_batch_files_and_type_libraries_are_left_to_the_program(desk):
     (desk / "x.CMD").write_text("exit 0\n")
     (desk / "x.CMD").chmod(0o755)
     shutil.copyfile(SAMPLES / "x64" / "second.tlb", desk / "x.tlb")
@@ -224,7 +224,7 @@ def test_batch_files_and_type_libraries_are_the_programs_business(desk):
     assert run(KEYREAP, "extreg", "x.CMD", "y.reg", cwd=desk).returncode != 125
 
 
-# Where no run can begin
+# Places in which no run can begin
 
 
 def one_sentence(result):

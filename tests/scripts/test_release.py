@@ -1,5 +1,5 @@
-"""./release: a zip only of what is committed, and only if two clean builds of it are the same. Tried on the small project;
-./release itself holds the real one to that, each time."""
+"""./release: it makes a zip only of a commit, and only if two clean builds of it are the same. Tested with the small
+project; ./release compares the builds of the real one each time."""
 
 import hashlib
 import os

@@ -1,5 +1,5 @@
-"""What ./keyreap says on standard error where no terminal is: nothing of a success, and one line for each pair that failed,
-was skipped, or gave a file that looks as if nothing had been captured. On standard output it never says anything."""
+"""What ./keyreap prints on standard error without a terminal: nothing about a success, and one line for each pair that
+failed, was skipped, or gave a file that looks as if nothing had been captured. It prints nothing on standard output."""
 
 import os
 import shutil
@@ -138,7 +138,7 @@ def test_an_output_that_is_a_folder_is_named(desk):
     assert said(desk, 255, "good.dll", "a.reg") == ["good.dll: a.reg can't be written: it is a folder"]
 
 
-def test_an_output_that_goes_with_the_run_is_named(desk):
+def test_an_output_that_is_lost_with_the_run_is_named(desk):
     assert said(desk, 0, "good.dll", "C:\\x.reg", "keyRedir") == [
         "good.dll: C:\\x.reg went with the run's own drive; name a file of this machine"
     ]
@@ -200,7 +200,7 @@ def test_a_full_disk_is_named(desk, fill):
 
 
 def test_later_pairs_are_named_as_skipped_in_the_programs_order(desk):
-    # The 64-bit images come first; a file of an earlier run is none of this one.
+    # The 64-bit images come first. A file of an earlier run doesn't count as written.
     (desk / "d.reg").write_text("of another run")
     words = ["good32.dll", "a.reg", "good.dll", "b.reg", "none.dll", "c.reg", "good32.dll", "d.reg"]
     assert said(desk, 255, *words, "keyRedir") == [
@@ -248,7 +248,7 @@ def test_a_file_that_was_not_written_is_no_success(desk):
     assert (desk / "b.reg").read_text() == "of another run"
 
 
-# Successes that look like none
+# Successes that look like failures
 
 
 @pytest.mark.parametrize("mode, other", [("keyRedir", "trace"), ("both", "keyRedir"), ("trace", "keyRedir")])
@@ -312,7 +312,7 @@ def test_words_without_a_pair_are_named(desk, words):
     assert lines[0].startswith("%s: nothing was done" % (words or ["extreg"])[0]) and lines[1:] == [USAGE]
 
 
-def test_an_unknown_mode_is_named_and_what_it_was_taken_for(desk):
+def test_an_unknown_mode_is_named_with_what_it_was_taken_for(desk):
     assert said(desk, 0, "good.dll", "a.reg", "keyredirect") == [
         "keyredirect: taken for a mode, but the modes are keyRedir, trace or both; the mode is both",
         USAGE,

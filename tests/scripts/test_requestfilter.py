@@ -1,4 +1,4 @@
-"""The filter behind Wine's server: it reads on whatever happens, and keeps what it may keep."""
+"""The filter of the log of Wine's server: it reads on whatever happens, and keeps only what a trace needs."""
 
 import fcntl
 import resource
@@ -17,7 +17,7 @@ LIMIT = 4096
 
 
 class Filter:
-    """One that runs, and the end of the pipe that the server would have."""
+    """A filter that runs, and the end of its pipe that the server would have."""
 
     def __init__(self, path, **options):
         self.path = path
@@ -31,7 +31,7 @@ class Filter:
         return self.path.read_bytes() if self.path.exists() else b""
 
     def lines(self):
-        """Without the time."""
+        """The kept lines without those of the time."""
         return [line for line in self.content().splitlines() if not line.startswith(b"time ")]
 
     def end(self):
@@ -59,18 +59,18 @@ def limit_files():
 
 
 def is_full(content):
-    """Whether no further line fits, and no part of one is left."""
+    """Whether no further line fits, and the last one is whole."""
     return LIMIT - len(KEPT) < len(content) <= LIMIT and content.endswith(b"\n")
 
 
-def test_it_takes_a_file_and_a_report_if_any():
+def test_it_takes_a_file_and_optionally_a_report():
     for words in ([], ["a", "b", "c"]):
         result = subprocess.run([FILTER, *words], stdin=subprocess.DEVNULL, capture_output=True)
         assert result.returncode == 2
         assert b"usage" in result.stderr
 
 
-def test_its_file_comes_with_the_first_kept_line_and_goes_with_it(filtering):
+def test_its_file_appears_with_the_first_kept_line_and_is_removed_at_the_end(filtering):
     one = filtering()
     one.say(b"0024: select( flags=2 )\n" + KEPT)
     until(lambda: one.lines() == [KEPT.strip()])
@@ -85,7 +85,7 @@ def test_without_a_kept_line_there_is_no_file(filtering):
     assert not one.path.exists()
 
 
-def test_what_processes_are_given_is_not_kept(filtering):
+def test_command_lines_and_environments_of_processes_are_not_kept(filtering):
     one = filtering()
     one.say(PRIVATE + KEPT)
     until(lambda: len(one.lines()) == 2)
@@ -93,7 +93,7 @@ def test_what_processes_are_given_is_not_kept(filtering):
     assert one.lines()[0] == b"0024: new_process( flags=4, jobs={} )"
 
 
-def test_lines_have_the_time_of_their_reading_in_front(filtering):
+def test_each_line_follows_the_time_at_which_it_was_read(filtering):
     def now():
         return time.clock_gettime_ns(time.CLOCK_MONOTONIC_RAW) // 100
 
@@ -122,7 +122,7 @@ def test_signals_do_not_end_it(filtering):
     assert one.end() == 0
 
 
-def test_its_pipe_holds_much(filtering):
+def test_its_pipe_holds_a_megabyte(filtering):
     one = filtering()
     one.say(KEPT)
     until(lambda: one.lines())
@@ -139,7 +139,7 @@ def test_on_a_full_disk_it_reads_on_and_keeps_whole_lines(filtering):
     assert not one.path.exists()
 
 
-def test_where_lines_are_lost_a_line_says_so(filtering):
+def test_a_line_marks_where_lines_were_lost(filtering):
     one = filtering(preexec_fn=limit_files)
     one.say(KEPT * 1000)
     until(lambda: is_full(one.content()))
@@ -147,13 +147,13 @@ def test_where_lines_are_lost_a_line_says_so(filtering):
     before = one.content()
     one.say(b"0024: delete_key() = 0\n")
     until(lambda: b"delete_key" in one.content())
-    behind = one.content()[len(before):].splitlines()
-    assert behind[0] == b"lost"
-    assert behind[-1] == b"0024: delete_key() = 0"
-    assert behind.count(b"lost") == 1
+    added = one.content()[len(before):].splitlines()
+    assert added[0] == b"lost"
+    assert added[-1] == b"0024: delete_key() = 0"
+    assert added.count(b"lost") == 1
 
 
-def test_a_file_taken_away_does_not_end_it(filtering):
+def test_removing_its_file_does_not_end_it(filtering):
     one = filtering()
     one.say(KEPT)
     until(lambda: one.lines())
@@ -163,7 +163,7 @@ def test_a_file_taken_away_does_not_end_it(filtering):
     assert one.end() == 0
 
 
-def test_a_folder_that_is_not_there_does_not_end_it(tmp_path):
+def test_a_missing_folder_does_not_end_it(tmp_path):
     one = Filter(tmp_path / "missing" / "kept.log")
     one.say(KEPT * 100_000)
     assert one.end() == 0

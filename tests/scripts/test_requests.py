@@ -1,4 +1,4 @@
-"""The request log of a session: what it holds, that it is never in a program's way, and that nothing of it stays."""
+"""The request log of a session: what it contains, that it never blocks a program, and that nothing of it is left."""
 
 import os
 import re
@@ -10,7 +10,7 @@ from conftest import ROOT, is_locked, processes_of, until
 
 FILTER = ROOT / "build" / "wine" / "requestfilter"
 
-# A line of the log: a request or a reply of the kinds that a trace needs, a real path, a clock, an end, a loss.
+# A line of the log: a request or reply that a trace needs, a real path, a time, an end of a thread, or a loss.
 KEPT = re.compile(
     r"(wineserver: starting .*"
     r"|[0-9a-f]{4,8}: (close_handle|create_key|delete_key|delete_key_value|dup_handle|get_key_value|get_mapping_info"
@@ -21,8 +21,8 @@ KEPT = re.compile(
     r"|time [0-9]+|lost)"
 )
 
-# Starts a server with its log in a filter of the test's own, whose file is $2 and whose limits are those of $1, in
-# the place of the session's own server; then runs the rest of the words.
+# Replaces the session's server by one whose log goes through a filter of the test's own. The filter's file is $2 and
+# its limit for files $1. Then runs the rest of the words.
 OWN_FILTER = """
     limit=$1 file=$2
     shift 2
@@ -40,7 +40,7 @@ def log_of(pool):
 
 
 def naming(folder):
-    """The processes that name a folder or what lies below it in their command lines: filters and keepers."""
+    """The processes whose command lines contain a folder or a path below it: filters and keepers."""
     found = []
     for process in Path("/proc").iterdir():
         try:
@@ -59,7 +59,7 @@ def filter_of(pool):
 
 
 def started(pool, **settings):
-    """A session with the request log and a program that runs for ever, once it runs."""
+    """A session with the request log, in which a program that never ends has started."""
     words = ["--requests", "bash", "-c", "wine cmd /c echo begun; exec wine cmd /k"]
     session = pool.start(*words, **settings)
     assert session.stdout.readline().strip() == "begun"
@@ -67,7 +67,7 @@ def started(pool, **settings):
 
 
 def server_folder(pool):
-    """Where the server that runs keeps its socket."""
+    """The folder of the running server's socket."""
     return Path("/tmp") / (pool.prefix() / "wineserver").read_text().strip()
 
 
@@ -79,7 +79,7 @@ def assert_nothing_is_left(pool, folder):
     assert not folder.exists()
 
 
-def test_the_log_is_there_before_the_command_and_gone_behind_it(pool):
+def test_the_log_exists_before_the_command_and_is_gone_after_it(pool):
     words = ["cat", log_of(pool)]
     clock, up = pool.run("--requests", *words).stdout.splitlines()
     assert clock.startswith("time ") and up.startswith("wineserver: starting")

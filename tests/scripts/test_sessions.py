@@ -1,4 +1,4 @@
-"""Sessions out of the pool of Wine prefixes: each alone, each from the same state, none leaves anything behind."""
+"""Sessions in the pool of Wine prefixes: each has a prefix to itself, starts from the same state and leaves nothing."""
 
 import os
 import signal
@@ -17,7 +17,7 @@ def succeeded(result):
 
 
 def started(pool, command):
-    """A session that runs command for ever, once it has begun to."""
+    """A session in which a command that never ends has started."""
     session = pool.start("bash", "-c", 'echo begun; exec "$@"', "bash", *command)
     assert session.stdout.readline() == "begun\n"
     return session
@@ -57,7 +57,7 @@ def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
     assert pool.run("bash", "-c", "exit 7", env={"WINEPREFIX": str(pool.prefix())}).returncode == 7
 
 
-# Says how many servers belong to the prefix.
+# Prints how many servers belong to the prefix.
 SERVERS = """
     grep -lzxF "WINEPREFIX=$WINEPREFIX" </dev/null $(pgrep -f ^/usr/lib/wine/wineserver | sed 's,.*,/proc/&/environ,') | wc -l
 """
@@ -79,13 +79,13 @@ def test_a_session_stays_on_one_core(pool):
     assert pool.run("nproc").stdout == "1\n"
 
 
-def test_memory_lies_in_its_usual_places_if_the_system_allows_it(pool):
+def test_memory_has_its_usual_addresses_if_the_system_allows_it(pool):
     personality = ("cat", "/proc/self/personality")
     usual = run("setarch", "-R", *personality)
     assert pool.run(*personality).stdout == (usual if usual.returncode == 0 else run(*personality)).stdout
 
 
-def test_a_session_runs_where_memory_must_lie_anywhere(pool, tmp_path):
+def test_a_session_runs_where_the_system_forces_random_addresses(pool, tmp_path):
     refusal = tmp_path / "setarch"
     refusal.write_text("#!/bin/sh\nexit 1\n")
     refusal.chmod(0o755)
@@ -95,7 +95,7 @@ def test_a_session_runs_where_memory_must_lie_anywhere(pool, tmp_path):
     ).stdout
 
 
-def test_the_display_is_the_callers_unless_told_otherwise(pool):
+def test_the_display_is_the_callers_by_default(pool):
     assert pool.run("printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ":77\n"
     assert pool.run("--no-display", "printenv", "DISPLAY", env={"DISPLAY": ":77"}).stdout == ""
 
@@ -151,7 +151,7 @@ def test_what_the_command_left_running_ends_with_it(pool):
     assert_nothing_is_left(pool)
 
 
-# A process whose first thread ends before another one.
+# A process whose first thread ends before a second one.
 HALF_ENDED = """
 import ctypes, threading, time
 threading.Thread(target=time.sleep, args=(3600,)).start()
@@ -166,7 +166,7 @@ def test_a_process_without_its_first_thread_ends_with_the_session(pool):
 
 
 def test_a_container_with_a_prefix_at_the_same_path_is_left_alone(pool):
-    """Its processes are among the host's, and their environment says nothing about whose prefix it names."""
+    """Its processes are visible on the host, and their environment doesn't show that the path is one of the container's."""
     words = ["unshare", "--pid", "--fork", "--kill-child", "env", "WINEPREFIX=%s" % pool.prefix()]
     assert run(*words, "true").returncode == 0
     other = subprocess.Popen([*words, "bash", "-c", "echo begun; exec sleep inf"], stdout=subprocess.PIPE, text=True)
@@ -251,7 +251,7 @@ def test_heaps_are_checked_only_if_asked_for(pool):
     assert succeeded(pool.run("--checked-heaps", *query)).split()[-1] == "0x10"
 
 
-def test_a_wrong_use_is_told(pool):
+def test_wrong_usage_is_reported(pool):
     assert pool.run("--nonsense", "true").returncode == 125
     assert pool.run().returncode == 125
 

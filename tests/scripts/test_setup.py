@@ -1,4 +1,4 @@
-"""./keyreap: sets up what is missing, quietly, in any order, after any accident; then it is the program."""
+"""./keyreap: sets up what is missing, in any order and after any accident, then acts as the program."""
 
 import os
 import shutil
@@ -10,7 +10,7 @@ from conftest import ROOT, is_locked, processes_of, run, until
 REBUILD = ("_wtoi(words[2])", "_wtoi(words[2]) + 1")
 
 
-def test_the_first_run_tells_its_progress_and_nothing_else(tree):
+def test_the_first_run_prints_its_progress_and_nothing_else(tree):
     result = tree.run("status", "7")
     assert result.returncode == 7
     assert result.stdout == ""
@@ -137,7 +137,7 @@ def test_the_callers_variables_do_not_reach_the_build(tree):
     assert result.returncode == 7, result.stderr
 
 
-def test_two_first_runs_at_once_both_come_to_their_end(tree):
+def test_two_first_runs_at_once_both_succeed(tree):
     runs = [tree.start("status", "7") for _ in range(2)]
     assert [process.wait() for process in runs] == [7, 7]
 
@@ -156,7 +156,7 @@ def test_a_set_up_whose_script_alone_was_killed_is_waited_for(tree):
     assert tree.run("status", "7").returncode == 7
 
 
-def test_a_prefix_that_was_killed_in_the_making_is_made_again(tree):
+def test_a_prefix_whose_set_up_was_killed_is_made_again(tree):
     (tree.build / "wine" / "base").unlink()
     first = tree.start("status", "7", start_new_session=True)
     assert first.stderr.readline() == "keyreap: making the Wine prefix\n"
@@ -169,7 +169,7 @@ def test_a_prefix_that_was_killed_in_the_making_is_made_again(tree):
 
 
 def entries_of(folder):
-    """All that is in a folder, with what kind each is and where links lead."""
+    """All entries below a folder, with the kind of each and the targets of links."""
     return sorted(
         (str(path.relative_to(folder)), path.is_dir(), path.is_symlink() and os.readlink(path)) for path in folder.rglob("*")
     )
@@ -188,7 +188,7 @@ def test_the_base_is_the_same_however_often_it_is_made(tree):
 
 
 def test_a_base_that_was_written_to_is_made_again(tree):
-    """By any road: the content may be the size it was, and all times that can be set may be the old ones."""
+    """Even if the size is the same and all times that can be set are the old ones."""
     base = tree.build / "wine" / "base"
     base.unlink()
     shutil.copytree(ROOT / "build" / "wine" / "base", base, symlinks=True)
@@ -203,7 +203,7 @@ def test_a_base_that_was_written_to_is_made_again(tree):
     assert module.read_bytes() == content
 
 
-def test_a_session_goes_on_with_the_base_that_it_began_with(tree):
+def test_a_session_keeps_the_base_that_it_began_with(tree):
     base = tree.build / "wine" / "base"
     base.unlink()
     session = tree.folder / "scripts" / "wine-session.sh"

@@ -18,7 +18,7 @@ from suites import Kind, Suite, all_suites, chosen_suites
 UNIT = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), None)
 MANY = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), "many")
 
-# GoogleTest's reports, as far as they are read.
+# The parts of GoogleTest's reports that are read.
 GOOD = {"name": "Holds", "status": "RUN", "result": "COMPLETED"}
 BAD = GOOD | {"failures": [{"failure": "rule.cpp:7\nExpected equality of these values"}]}
 SKIPPED = GOOD | {"result": "SKIPPED"}
@@ -101,7 +101,7 @@ def test_without_words_all_are_chosen():
     assert chosen_suites([UNIT, MANY], []) == [UNIT, MANY]
 
 
-def test_only_the_word_of_its_whole_run_leads_a_suite_through_every_case():
+def test_only_the_word_of_its_whole_run_makes_a_suite_take_every_case():
     assert [MANY.step(words) for words in (["many"], ["x64", "many"])] == [1, 1]
     assert [MANY.step(words) for words in ([], ["x64"], ["x64/unit_core"])] == [10, 10, 10]
     assert UNIT.step(["many"]) == 10
@@ -140,7 +140,7 @@ def test_programs_run_side_by_side_one_a_core_and_a_pytest_suite_alone():
     assert list(outcomes_of(programs + files, run_suite)) == programs + files
 
 
-def test_a_project_folder_with_letters_outside_the_code_page_is_no_hindrance(tmp_path, monkeypatch):
+def test_a_project_folder_may_have_letters_outside_the_code_page(tmp_path, monkeypatch):
     monkeypatch.setenv("GTEST_FILTER", "Heap.StaysWhole")
     folder = tmp_path / "проект"
     (folder / "build").mkdir(parents=True)
@@ -164,7 +164,7 @@ def test_the_sum_is_the_last_line_and_the_status_shows_failures(ready_tree):
     assert result.returncode == 0
 
 
-def test_only_the_word_of_its_whole_run_leads_a_suite_through_all_its_cases(ready_tree):
+def test_only_the_word_of_its_whole_run_makes_a_suite_run_all_its_cases(ready_tree):
     assert outcome(run(ready_tree.folder / "test", "everything"))[1] == "8 passed, 0 failed"
     assert outcome(run(ready_tree.folder / "test", "native/suite_good"))[1] == "1 passed, 0 failed"
 

@@ -34,7 +34,7 @@ class Terminal:
         self.own = own
 
     def shown(self):
-        """All that the terminal was sent, once the command and what it started are done with it."""
+        """All that the terminal received, after the command and what it started have closed it."""
         text = b""
         try:
             while piece := os.read(self.own, 4096):
@@ -47,7 +47,7 @@ class Terminal:
 
 
 def lines(terminal):
-    """The lines that stay; a line that a later one covers is none."""
+    """The lines that stay; a line that a later one overwrites doesn't count."""
     return re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", terminal.shown()).replace("\r\x1b[K", "").splitlines()
 
 
@@ -58,13 +58,13 @@ def test_a_run_without_work_says_so(ready_tree):
     assert terminal.process.returncode == 0
 
 
-def test_the_status_is_said_and_given(ready_tree):
+def test_the_status_is_printed_and_returned(ready_tree):
     terminal = Terminal(ready_tree.keyreap, "status", "9")
     assert lines(terminal) == ["keyreap: status 9: crashed, or was ended; see docs/exit-status.md"]
     assert terminal.process.returncode == 9
 
 
-def test_an_output_that_the_run_did_not_write_is_told(ready_tree, tmp_path):
+def test_an_output_that_the_run_did_not_write_is_reported(ready_tree, tmp_path):
     (tmp_path / "old.reg").write_text("of an earlier run")
     words = ["extreg", "a.dll", "old.reg", "b.dll", "none.reg", "c.dll", "C:\\x.reg", "trace"]
     assert lines(Terminal(ready_tree.keyreap, *words, cwd=tmp_path)) == [
@@ -100,7 +100,7 @@ def all_keys(keys):
 
 
 @pytest.mark.parametrize("name", ["everytype", "texts", "names", "keys", "plain", "peruser", "silent"])
-def test_keys_values_and_size_of_an_output_are_told(name):
+def test_keys_values_and_size_of_an_output_are_printed(name):
     file = GOLDEN / (name + ".reg")
     keys = list(all_keys(getattr(contents, name)()))
     values = sum(len(list(value_lines(key))) for key in keys)
@@ -151,7 +151,7 @@ def test_a_run_that_cannot_begin_shows_no_progress(tmp_path):
     assert terminal.process.returncode == 125
 
 
-def test_an_interrupt_ends_the_run_without_further_words(ready_tree):
+def test_an_interrupt_ends_the_run_without_further_messages(ready_tree):
     terminal = Terminal(ready_tree.keyreap, "wait", start_new_session=True)
     prefix = ready_tree.build / "wine" / "pool" / "1"
     until(lambda: len(processes_of(prefix)) > 3)
