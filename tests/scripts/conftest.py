@@ -28,6 +28,11 @@ def bash(script, *words, **options):
     return run("/bin/bash", "-c", script, "bash", *words, **options)
 
 
+def windows(path):
+    """A path of this machine as a Windows path."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
 def until(condition):
     """Waits until the condition holds; the suite's watchdog ends a wait that takes too long."""
     while not condition():
@@ -125,7 +130,7 @@ class Tree:
     def words(self, *words, **options):
         """The arguments that the program receives."""
         file = self.folder / "words"
-        environment = dict(os.environ, KEYREAP_WORDS="Z:" + str(file).replace("/", "\\"))
+        environment = dict(os.environ, KEYREAP_WORDS=windows(file))
         result = self.run(*words, env=environment, **options)
         assert result.returncode == 0, result.stderr
         return file.read_bytes().decode("utf-16-le").splitlines()

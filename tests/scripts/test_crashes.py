@@ -8,7 +8,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import ROOT, SESSION, bash, run
+from conftest import ROOT, SESSION, bash, run, windows
 
 SAMPLES = ROOT / "build" / "samples"
 PROGRAM = ROOT / "build" / "stage" / "bin" / "x64" / "Keyreap.exe"
@@ -38,10 +38,6 @@ def log():
     """A log in a folder of its own, outside of the session's prefix, as users of observed.sh have it."""
     with tempfile.TemporaryDirectory(prefix="observed.") as folder:
         yield Path(folder) / "log"
-
-
-def windows(path):
-    return "Z:" + str(path).replace("/", "\\")
 
 
 def observed(log, *command, **options):

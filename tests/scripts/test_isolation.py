@@ -9,7 +9,7 @@ import tempfile
 from pathlib import Path
 
 import pytest
-from conftest import NOBODY, ROOT, SESSION, Pool, as_ordinary_user, is_locked, new_tree, run, until
+from conftest import NOBODY, ROOT, SESSION, Pool, as_ordinary_user, is_locked, new_tree, run, until, windows
 
 LISTING = ["/usr/bin/python3", "-B", Path(__file__).with_name("drivelisting.py")]
 
@@ -107,7 +107,7 @@ FOLDERS = [
 def test_what_a_server_writes_on_its_drive_is_seen_by_no_other_session(pool, tmp_path, bitness, system):
     program = os.environ["KEYREAP_STAGE"] + f"\\{bitness}\\Keyreap.exe"
     server = os.environ["KEYREAP_SAMPLES"] + f"\\{bitness}\\trespassing.dll"
-    result = "Z:" + str(tmp_path / "out.reg").replace("/", "\\")
+    result = windows(tmp_path / "out.reg")
     paths = [f"windows/{system}/hlink.dll", *FOLDERS, *(folder + "/trespass.txt" for folder in FOLDERS)]
     assert_only_the_writer_sees_it(pool, paths, "wine", program, "extreg", server, result, "keyRedir")
 
@@ -118,8 +118,7 @@ def test_a_module_replaced_by_one_with_an_old_time_is_seen_by_no_other_session(p
     old.write_bytes(b"MZ")
     os.utime(old, (0, 1_000_000_000))
     target = "C:\\windows\\system32\\hlink.dll"
-    source = "Z:" + str(old).replace("/", "\\")
-    copy = ["wine", "cmd", "/c", "copy", "/y", source, target]
+    copy = ["wine", "cmd", "/c", "copy", "/y", windows(old), target]
     assert_only_the_writer_sees_it(pool, ["windows/system32/hlink.dll"], *copy)
 
 
@@ -234,7 +233,7 @@ def test_programs_of_an_ordinary_user_have_no_rights_but_the_users(own_tree, req
     file.write_text("")
     if os.geteuid() == 0:
         os.chown(file, NOBODY, NOBODY)
-    words = [*requests, "bash", "-c", script, "bash", file, "Z:" + str(file).replace("/", "\\")]
+    words = [*requests, "bash", "-c", script, "bash", file, windows(file)]
     result = in_own_tree(own_tree, *words)
     assert "CapEff:\t0000000000000000\n" in result.stdout
     assert file.read_text() == ""

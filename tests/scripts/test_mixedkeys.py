@@ -3,7 +3,7 @@
 import os
 
 import pytest
-from conftest import ROOT, bash, run
+from conftest import ROOT, bash, run, windows
 
 SAMPLES = os.environ["KEYREAP_SAMPLES"]
 PROGRAM = os.environ["KEYREAP_STAGE"] + "\\x64\\Keyreap.exe"
@@ -19,7 +19,7 @@ def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--r
     """Runs the program over samples such as x86\\plain.dll; returns the session's status and output."""
     words = []
     for number, sample in enumerate(samples):
-        words += [SAMPLES + "\\" + sample, "Z:" + str(folder / f"{number}.reg").replace("/", "\\")]
+        words += [SAMPLES + "\\" + sample, windows(folder / f"{number}.reg")]
     return pool.run(*options, "wine", PROGRAM, "extreg", *words, mode)
 
 

@@ -5,16 +5,12 @@ import subprocess
 
 import pytest
 
-from conftest import ROOT, bash, is_locked, processes_of, until
+from conftest import ROOT, bash, is_locked, processes_of, until, windows
 
 SAMPLES = ROOT / "build" / "samples"
 BITNESSES = ("x64", "x86")
 
 ASK = 'source scripts/common.sh && source scripts/reasons.sh && input_reason "$1"'
-
-
-def windows(path):
-    return "Z:" + str(path).replace("/", "\\")
 
 
 def reason(path):

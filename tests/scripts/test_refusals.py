@@ -9,7 +9,7 @@ import socket
 import subprocess
 
 import pytest
-from conftest import ROOT, as_ordinary_user, processes_of, run, until
+from conftest import ROOT, as_ordinary_user, processes_of, run, until, windows
 
 KEYREAP = ROOT / "keyreap"
 SAMPLES = ROOT / "build" / "samples"
@@ -32,10 +32,6 @@ def desk(tmp_path):
 
 def listing(folder):
     return {entry.name: entry.lstat().st_mtime_ns for entry in folder.iterdir()}
-
-
-def windows(path):
-    return "Z:" + str(path).replace("/", "\\")
 
 
 def assert_refused(desk, named, *words, **options):

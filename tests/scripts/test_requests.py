@@ -6,7 +6,7 @@ import signal
 from pathlib import Path
 
 import pytest
-from conftest import ROOT, is_locked, processes_of, until
+from conftest import ROOT, is_locked, processes_of, until, windows
 
 FILTER = ROOT / "build" / "wine" / "requestfilter"
 
@@ -188,7 +188,7 @@ def test_a_log_without_room_leaves_the_default_mode_the_result_of_the_redirectio
     script = 'set -- "$1" "%s" "${@:2}"' % log + OWN_FILTER
     program = os.environ["KEYREAP_STAGE"] + "\\x64\\Keyreap.exe"
     sample = os.environ["KEYREAP_SAMPLES"] + "\\x64\\plain.dll"
-    result = "Z:" + str(tmp_path / "out.reg").replace("/", "\\")
+    result = windows(tmp_path / "out.reg")
     words = ["bash", "-c", script, "bash", "64", "wine", program, "extreg", sample, result]
     assert pool.run(*words, env={"FILTER": str(FILTER)}).returncode == 0
     expected = ROOT / "tests" / "endtoend" / "golden" / "plain.reg"
@@ -218,7 +218,7 @@ def test_without_a_recording_of_starts_a_trace_begins_with_the_entry_point(pool,
         wine "$1" extreg "$2" "$3" trace && wine reg query 'HKCU\\Software\\KeyreapStarting'
     """
     files = (ROOT / "build/stage/bin/x64/Keyreap.exe", ROOT / "build/samples/x64/starting.exe", tmp_path / "out.reg")
-    words = ["Z:" + str(file).replace("/", "\\") for file in files]
+    words = [windows(file) for file in files]
     result = pool.run("--requests", "/bin/bash", "-c", capture, "bash", *words)
     assert result.returncode == 0, result.stderr
     assert (tmp_path / "out.reg").read_text(encoding="utf-16") == "Windows Registry Editor Version 5.00\n"

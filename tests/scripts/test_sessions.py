@@ -16,9 +16,9 @@ def succeeded(result):
     return result.stdout
 
 
-def started(pool, command):
+def started(pool, command, **options):
     """A session in which a command that never ends has started."""
-    session = pool.start("bash", "-c", 'echo begun; exec "$@"', "bash", *command)
+    session = pool.start("bash", "-c", 'echo begun; exec "$@"', "bash", *command, **options)
     assert session.stdout.readline() == "begun\n"
     return session
 
@@ -191,11 +191,11 @@ def test_a_signal_ends_the_session_and_then_the_script(pool):
         assert_nothing_is_left(pool)
 
 
-def test_an_interrupt_from_the_keyboard_ends_everything(pool):
-    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
-    assert session.stdout.readline() == "begun\n"
-    os.killpg(session.pid, signal.SIGINT)
-    assert session.wait() == -signal.SIGINT
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGQUIT])
+def test_a_signal_from_the_keyboard_ends_the_command_and_then_the_session(pool, number):
+    session = started(pool, ["wine", "cmd", "/k"], start_new_session=True)
+    os.killpg(session.pid, number)
+    assert session.wait() == -number
     assert_nothing_is_left(pool)
 
 
@@ -208,8 +208,7 @@ def test_a_killed_script_leaves_nothing(pool):
 
 
 def test_a_killed_group_leaves_nothing(pool):
-    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
-    assert session.stdout.readline() == "begun\n"
+    session = started(pool, ["wine", "cmd", "/k"], start_new_session=True)
     os.killpg(session.pid, signal.SIGKILL)
     until(lambda: not is_locked(str(pool.prefix()) + ".lock"))
     assert_nothing_is_left(pool)
@@ -307,11 +306,3 @@ def test_few_descriptors_that_can_not_be_raised_are_refused_in_one_sentence(pool
     result = run(*powerless, *FEW, "-n", SESSION, "true", env=pool.environment)
     assert (result.returncode, result.stdout) == (125, "")
     assert result.stderr == "keyreap: only 64 files can be open at once (ulimit -n), and a run needs 256\n"
-
-
-def test_a_quit_from_the_keyboard_ends_the_command_and_then_the_session(pool):
-    session = pool.start("bash", "-c", "echo begun; exec wine cmd /k", start_new_session=True)
-    assert session.stdout.readline() == "begun\n"
-    os.killpg(session.pid, signal.SIGQUIT)
-    assert session.wait() == -signal.SIGQUIT
-    assert_nothing_is_left(pool)

@@ -5,7 +5,7 @@ import shutil
 import signal
 import subprocess
 
-from conftest import ROOT, is_locked, processes_of, run, until
+from conftest import ROOT, is_locked, processes_of, run, until, windows
 
 REBUILD = ("_wtoi(words[2])", "_wtoi(words[2]) + 1")
 
@@ -57,9 +57,8 @@ def test_it_runs_with_closed_streams(ready_tree):
 def test_paths_reach_the_program(ready_tree, tmp_path):
     folder = tmp_path / "ein Örtchen"
     folder.mkdir()
-    windows = "Z:" + str(folder).replace("/", "\\")
     words = ready_tree.words("extreg", "a b.dll", "C:\\out q.reg", "ö/c.dll", "C:\\d.reg", "trace", cwd=folder)
-    assert words == ["extreg", windows + "\\a b.dll", "C:\\out q.reg", windows + "\\ö\\c.dll", "C:\\d.reg", "trace"]
+    assert words == ["extreg", windows(folder) + "\\a b.dll", "C:\\out q.reg", windows(folder) + "\\ö\\c.dll", "C:\\d.reg", "trace"]
 
 
 def test_a_changed_source_is_built(tree):

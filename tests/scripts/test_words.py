@@ -9,7 +9,7 @@ import subprocess
 import sys
 
 import pytest
-from conftest import ROOT, processes_of, run, until
+from conftest import ROOT, processes_of, run, until, windows
 
 GOLDEN = ROOT / "tests" / "endtoend" / "golden"
 sys.path.insert(0, str(GOLDEN))
@@ -83,7 +83,7 @@ def test_an_output_on_a_drive_of_the_run_is_not_looked_for(ready_tree):
     ]
 
 
-def told(file):
+def summary_of(file):
     result = run(CHECK, "report", "terminal", 1, "companion -", "extreg", "x.dll", file, 0)
     records = result.stdout.split("\0")
     return records[records.index("say", 2) + 1]
@@ -105,19 +105,19 @@ def test_keys_values_and_size_of_an_output_are_printed(name):
     keys = list(all_keys(getattr(contents, name)()))
     values = sum(len(list(value_lines(key))) for key in keys)
     words = [counted(len(keys), "key"), counted(values, "value"), counted(file.stat().st_size, "byte")]
-    assert told(file) == "%s: %s" % (file, ", ".join(words))
+    assert summary_of(file) == "%s: %s" % (file, ", ".join(words))
 
 
 def test_an_output_is_found_under_its_windows_name():
-    windows = "Z:" + str(CALCULATOR).replace("/", "\\")
-    assert told(windows) == told(CALCULATOR).replace(str(CALCULATOR), windows)
+    name = windows(CALCULATOR)
+    assert summary_of(name) == summary_of(CALCULATOR).replace(str(CALCULATOR), name)
 
 
 @pytest.mark.parametrize("entry", [r'"\"="x"', r'"x"="\"', '"x"="a\r\n[no key]\r\n@=\\"no value\\""', '"x"=hex:00,\\\r\n  01', "@="])
 def test_odd_entries_count_as_one(tmp_path, entry):
     document = '\ufeffWindows Registry Editor Version 5.00\r\n\r\n[K]\r\n%s\r\n"last"=dword:00000001\r\n' % entry
     (tmp_path / "odd.reg").write_bytes(document.encode("utf-16-le"))
-    assert told(tmp_path / "odd.reg").split(": ")[1].startswith("1 key, 2 values, ")
+    assert summary_of(tmp_path / "odd.reg").split(": ")[1].startswith("1 key, 2 values, ")
 
 
 def test_a_set_up_shows_what_it_is_doing(tree):
