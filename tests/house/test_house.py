@@ -1,13 +1,12 @@
-"""The rules of the project that a compiler doesn't check: which room includes which, what stays free of Windows, and the
-layout, names and words of all files."""
+"""The rules of the project that a compiler doesn't check: which room includes which, what stays free of Windows, and how
+files are laid out."""
 
 import re
 import subprocess
 from pathlib import Path
 
 import pytest
-
-ROOT = Path(__file__).resolve().parents[2]
+from project import COMMANDS, ROOT, lines_matching, text_of, tracked
 
 # Every room and the rooms whose headers it includes. A room has the name of its folder.
 ARROWS = {
@@ -33,8 +32,6 @@ ARROWS = {
 # Where the sources of the program and of the host's logger are.
 HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "pe", "platform")
 
-COMMANDS = ("keyreap", "test", "bench", "fuzz", "release", ".ci/run")
-
 # The headers of C that pure files may include; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}
 
@@ -43,17 +40,6 @@ TEST_HEADERS = ("gtest/", "gmock/")
 ROOM_DECLARATION = re.compile(r"keyreap_room\(\s*(\w+)(.*?)\)", re.S)
 TESTS_DECLARATION = re.compile(r"keyreap_unit_tests\(\s*(\w+)(.*?)\)", re.S)
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]', re.M)
-
-
-def tracked(*patterns):
-    """The project's files, as paths below its folder."""
-    command = ["git", "-c", "safe.directory=*", "-C", ROOT, "ls-files", "-z", "--", *patterns]
-    names = subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout.decode().split("\0")
-    return [name for name in names if name and (ROOT / name).is_file()]
-
-
-def text_of(name):
-    return (ROOT / name).read_text(encoding="utf-8", errors="replace")
 
 
 def lists_of(declaration):
@@ -108,16 +94,6 @@ def pure_files():
             reached.add(name)
             pending += [target for own, target in includes_of(name) if own]
     return sorted(reached)
-
-
-def lines_matching(pattern, names):
-    """Places as `file:line: text`."""
-    found = []
-    for name in names:
-        for number, line in enumerate(text_of(name).splitlines(), 1):
-            if re.search(pattern, line):
-                found.append("%s:%d: %s" % (name, number, line.strip()))
-    return found
 
 
 def test_every_room_has_its_arrows():
