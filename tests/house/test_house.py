@@ -148,6 +148,11 @@ def test_every_folder_is_a_room():
     assert folders == set(FOLDERS)
 
 
+def test_the_lines_of_every_room_are_counted():
+    rooms = re.search(r"^ROOMS = \((.*)\)$", text_of("scripts/coverage.py"), re.M)[1]
+    assert set(re.findall(r"\w+", rooms)) == set(HOUSE)
+
+
 def test_own_headers_are_named_from_the_top():
     wrong = []
     for name in sources_of_rooms():
