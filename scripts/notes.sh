@@ -18,7 +18,7 @@ crash_file() {
 
 # take_notes: call it after the session has ended. Fills MIXED_KEYS with the names, and CRASH with the observer's text.
 take_notes() {
-    # shellcheck disable=SC2034 # whoever reports has them
+    # shellcheck disable=SC2034 # the scripts that report read them
     mapfile -t MIXED_KEYS <&5
     # shellcheck disable=SC2034
     CRASH=$(cat <&4)

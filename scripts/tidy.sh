@@ -42,7 +42,7 @@ check() {
 
 # A finding in a header comes with every source that includes it.
 each_once() {
-    awk '/^[^ ]+:[0-9]+:[0-9]+: (warning|error): / { shown = !seen[$0]++ } shown'
+    awk '/^[^ ]+:[0-9]+:[0-9]+: (warning|error): / { shown = !seen[$0]++ } shown { print; fflush() }'
 }
 
 if [[ ${1-} == --one ]]; then

@@ -1,4 +1,4 @@
-"""Runs a suite: its command, what it may want to know, the watchdog, and its end when the run is interrupted."""
+"""Runs a suite: its command, its environment, the watchdog, and its end when the run is interrupted."""
 
 import os
 import subprocess
@@ -33,7 +33,7 @@ class Outcome:
     counts: Counts
     seconds: int
     log: Path
-    summary: Path  # what the suite has to say for itself, if it does
+    summary: Path  # the suite's own report, if it writes one
 
 
 def windows_path(path: Path) -> str:
@@ -63,7 +63,7 @@ def command_of(suite: Suite, root: Path, share: str, report: Path) -> list[str |
 
 
 def environment_of(places: Places, share: str, step: int, summary: Path) -> dict[str, str]:
-    """What it writes into the file KEYREAP_REPORT is shown after its line."""
+    """The suite's variables. What it writes to the file KEYREAP_REPORT is shown after its line."""
     return os.environ | {
         "KEYREAP_SAMPLE": str(step),
         "KEYREAP_REPORT": str(summary),
@@ -132,8 +132,8 @@ class Runner:
 
 
 def guarded(command: list[str | Path], limit: str) -> list[str | Path]:
-    """With the watchdog, which has a process group of its own and hands on the signal that ends it. Whoever started the
-    run in the background let it ignore interrupts; its tests don't."""
+    """The command with the watchdog, which has a process group of its own and passes on the signal that ends it. A run
+    that was started in the background ignores interrupts; its tests must not."""
     return ["env", "--default-signal=INT,QUIT", "timeout", "-k", "20", limit, *command]
 
 

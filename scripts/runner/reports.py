@@ -28,7 +28,7 @@ def pytest_results(report: Path) -> Iterator[bool]:
 
 
 def results_of(report: Path) -> list[bool]:
-    """Of a report that is missing or cut, no results."""
+    """The results in a report; none if it is missing or incomplete."""
     read = pytest_results if report.suffix == ".xml" else googletest_results
     try:
         return list(read(report))

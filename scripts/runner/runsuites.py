@@ -38,7 +38,7 @@ def line_of(outcome: Outcome) -> str:
 
 
 def text_of(outcome: Outcome) -> str:
-    """Its line, the whole output if it failed, and what it says for itself."""
+    """Its line, the whole output if it failed, and its own report."""
     text = line_of(outcome)
     if outcome.counts.failed > 0:
         lines = outcome.log.read_text(encoding="utf-8", errors="replace").splitlines()

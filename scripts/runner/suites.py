@@ -1,4 +1,4 @@
-"""The suites of tests: which there are, and which of them a run takes."""
+"""The suites of tests, and which of them a run takes."""
 
 from dataclasses import dataclass
 from enum import Enum
@@ -6,7 +6,7 @@ from pathlib import Path
 
 PRESETS = ("x64", "x86", "native", "native-sanitized")
 
-# A suite with very many cases takes each tenth of them, except in its whole run.
+# A suite with very many cases takes every tenth of them, except in its whole run.
 SAMPLE_STEP = 10
 
 

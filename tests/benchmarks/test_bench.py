@@ -1,5 +1,5 @@
 """The programs that ./bench measures with build and run, and all that they measure has the right result. How long
-anything takes is no matter here."""
+anything takes doesn't matter here."""
 
 import re
 import subprocess

@@ -22,7 +22,7 @@ def set_up():
 
 @pytest.fixture
 def desk(tmp_path):
-    """A folder with two servers, and a pool of prefixes that no run may touch."""
+    """A folder with two servers."""
     folder = tmp_path / "desk"
     folder.mkdir()
     shutil.copyfile(SAMPLES / "x64" / "plain.dll", folder / "a.dll")
