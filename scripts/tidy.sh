@@ -3,8 +3,8 @@
 # Usage: scripts/tidy.sh [FILE...]
 # Runs clang-tidy with the checks of .clang-tidy over these C++ sources, or over those of the program, its tools, its
 # measurements and its tests; one process a core. A source that doesn't compile for this machine is checked as code for
-# 64-bit Windows. Each finding is printed once. The exit status is 0 only if there is none. A full run takes a quarter of
-# an hour or more.
+# 64-bit Windows. Each finding is printed once. The exit status is 0 only if there is none. A full run takes about an
+# hour on two cores.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
