@@ -2,7 +2,8 @@
 # The program that checks the arguments and files of a run before and after it. Sourced after common.sh.
 
 CAPTURE_CHECK=$BUILD/tools/capturecheck
-CAPTURE_CHECK_SOURCES=("$ROOT/tools/capturecheck" "$ROOT"/pe/{checkedview,imagetables}.{cpp,h})
+CAPTURE_CHECK_SOURCES=("$ROOT/tools/capturecheck" "$ROOT"/pe/{checkedview,imagetables}.{cpp,h}
+    "$ROOT/platform/core/text/compare.h")
 
 make_check() {
     rm -f "$CAPTURE_CHECK.version"

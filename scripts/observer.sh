@@ -21,5 +21,5 @@ observer_there() {
 }
 
 observer_version() {
-    cat "$OBSERVER_SOURCES"/* "$ROOT/scripts/observer.sh" | cksum
+    cat "$OBSERVER_SOURCES"/* "$ROOT/platform/core/text/compare.h" "$ROOT/scripts/observer.sh" | cksum
 }

@@ -1,5 +1,5 @@
 #include "etl/payload.h"
-#include "tests/support/tracebuilder.h"
+#include "tests/support/payloadbuilder.h"
 
 #include <gtest/gtest.h>
 
