@@ -5,7 +5,7 @@ namespace keyreap::endtoend {
 
 namespace {
 
-// What the sample `apartment` gives in the main apartment of a process.
+// The result of the sample `apartment` in the main apartment of a process.
 Bytes ApartmentDocument(const std::wstring& thread) {
     const std::wstring classes = L"\r\n[HKEY_CLASSES_ROOT]\r\n";
     return Document(classes + L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Apartment]\r\n" +
@@ -19,11 +19,11 @@ protected:
     DWORD CaptureOf(const std::wstring& file) const {
         return Workbench::Capture(GetParam().program, file, Work(L"out.reg"));
     }
-    // When the thread began that the sample `apartment` was registered on.
+    // The start time of the thread that the sample `apartment` was registered on.
     std::wstring ThreadIn(const std::wstring& regFile) const {
         const std::wstring text = ReadUnits(regFile);
-        const std::wstring before = L"\"thread\"=\"";
-        const std::size_t begin = text.find(before) + before.size();
+        const std::wstring label = L"\"thread\"=\"";
+        const std::size_t begin = text.find(label) + label.size();
         return text.substr(begin, text.find(L'"', begin) - begin);
     }
     // The golden file of this bitness.
@@ -39,10 +39,10 @@ TEST_P(Capture, EqualsTheGoldenFileByteForByte) {
         EXPECT_EQ(CaptureOf(Server(std::wstring(name.begin(), name.end()) + L".dll")), 0U) << name;
         EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(name + ".reg"))) << name;
     }
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(Capture, OfAWholeServerHoldsItsClassItsProgIdAndItsTypeLibrary) {
+TEST_P(Capture, OfAWholeServerContainsItsClassItsProgIdAndItsTypeLibrary) {
     const std::wstring module = Server(L"calculator.dll");
     EXPECT_EQ(CaptureOf(module), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("calculator", module)));
@@ -57,9 +57,9 @@ TEST_P(Capture, SeesLoadingAndRegisteringButNotUnloading) {
     DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapLifetime");
 }
 
-// The first single-threaded apartment of a process is its main one: it is that for each file if the main
-// thread never enters COM and the apartment of the file before is gone.
-TEST_P(Capture, GivesEveryFileAThreadAndAnApartmentOfItsOwn) {
+// The first single-threaded apartment of a process is its main apartment. Every file gets that one only if
+// the main thread never enters COM and the previous file's apartment has ended.
+TEST_P(Capture, GivesEachFileItsOwnThreadAndApartment) {
     const std::wstring server = Server(L"apartment.dll");
     EXPECT_EQ(RunKeyreap(GetParam().program, L"extreg " + Pair(server, Work(L"a.reg")) + L" " +
                                                  Pair(server, Work(L"b.reg")) + L" keyRedir"),
@@ -89,16 +89,16 @@ TEST_P(Capture, OfAFileWithNothingToRunFailsAndWritesNothing) {
         EXPECT_EQ(CaptureOf(file), statusFailed) << file;
         EXPECT_FALSE(Exists(Work(L"out.reg"))) << file;
     }
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(Capture, ThatFailsLeavesAnEarlierOutputAsItWas) {
+TEST_P(Capture, ThatFailsLeavesAnEarlierOutputUnchanged) {
     ASSERT_TRUE(WriteText(Work(L"out.reg"), "from before"));
     EXPECT_EQ(CaptureOf(Server(L"orphan.dll")), statusFailed);
     EXPECT_EQ(ReadBytes(Work(L"out.reg")), Bytes({'f', 'r', 'o', 'm', ' ', 'b', 'e', 'f', 'o', 'r', 'e'}));
 }
 
-TEST_P(Capture, IsArmedEvenWhenThereIsNothingToRun) {
+TEST_P(Capture, CreatesTheTemporaryTreeEvenWhenThereIsNothingToRun) {
     EXPECT_EQ(CaptureOf(Server(L"resourceonly.dll")), statusFailed);
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKLM\\Software\\Classes"));
 }

@@ -17,16 +17,15 @@ testsupport::BuiltImage Server(Bitness bitness) {
     return testsupport::LinkedImage(std::string(bytes.begin(), bytes.end()));
 }
 
-// How a program ends: its status, or none if it seems never to end.
+// The exit status of a program; nothing if it doesn't end.
 std::optional<DWORD> StatusOf(const std::wstring& commandLine) {
     constexpr DWORD patience = 60'000;
     return RunningProgram(commandLine).WaitFor(patience);
 }
 
-// Where an image comes to lie is the process's affair: the place that it asks for may be free in one and
-// taken in another, and the loader may fault over an image that it moves and not over the same one where it
-// stays.
-bool EndsAnotherHostSo(std::optional<DWORD> status, Bitness bitness, const std::wstring& file) {
+// An image's preferred address may be free in one process and taken in another, and the loader may fault only
+// on an image that it has to move. So both cases are tried.
+bool EndsAnotherHostLikeThis(std::optional<DWORD> status, Bitness bitness, const std::wstring& file) {
     const std::wstring line = Quoted(Sample(bitness, L"registerhost.exe")) + L" " + Quoted(file);
     return StatusOf(line) == status || StatusOf(line + L" moved") == status;
 }
@@ -40,7 +39,7 @@ void DamagedImages::CaptureOne(Bitness bitness, const std::wstring& file) {
     } else if (status == statusFailed) {
         ++failed;
     } else {
-        EXPECT_TRUE(EndsAnotherHostSo(status, bitness, file))
+        EXPECT_TRUE(EndsAnotherHostLikeThis(status, bitness, file))
             << testing::PrintToString(file) << " ends the run with " << testing::PrintToString(status);
     }
 }
@@ -53,7 +52,7 @@ void DamagedImages::CaptureThem(Bitness bitness) {
         ASSERT_TRUE(WriteText(file, testsupport::Mutated(image, seed)));
         CaptureOne(bitness, file);
     }
-    // The damage is light enough to leave work for every step, and heavy enough to be one.
+    // The damage must be light enough for some images to be captured, and heavy enough for some to fail.
     EXPECT_GT(succeeded, imagesOfWholeRun / step / 10);
     EXPECT_GT(failed, imagesOfWholeRun / step / 10);
 }

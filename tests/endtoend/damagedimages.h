@@ -7,13 +7,12 @@
 
 namespace keyreap::endtoend {
 
-// Damaged images of one bitness in whole runs. Each bitness has a program of its own, for the time that it
-// takes.
+// Captures damaged images. Each bitness has its own test program because this takes long.
 class DamagedImages : public Workbench {
 protected:
-    // Gives many damaged servers to a build of that bitness, one a run, and expects of each run a result, a
-    // failure, or the very fault with which the image ends another host, in the place that it asks for or
-    // moved from there. A run may stay only if the image keeps such a host too.
+    // Captures many damaged servers with the build of this bitness, each in its own run. A run must end with
+    // a result, with a failure, or with the fault that the image also causes in another host, at its
+    // preferred address or moved from there. A run may hang only if the image hangs that host as well.
     void CaptureThem(Bitness bitness);
 
 private:

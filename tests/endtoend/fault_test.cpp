@@ -1,4 +1,4 @@
-// A target that faults ends the program with its code, with a window open or none to be had.
+// A target that faults ends the program with the fault's code.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/sharefolder.h"
 #include "tests/endtoend/harness/workbench.h"
@@ -31,7 +31,7 @@ constexpr Fault faults[] = {
     {"IllegalInstruction", illegalInstruction, illegalInstruction},
     {"StackOverflow", stackOverflow, stackOverflow},
     {"Abort", aborted, aborted},
-    // The target's own run-time ends the process on x86, before anything of the system is asked.
+    // On x86 the target's run-time library ends the process before the system handles the exception.
     {"Throw", exceptionOfTheCompiler, aborted},
 };
 
@@ -41,21 +41,21 @@ void PrintTo(const Fault& fault, std::ostream* stream) {
 
 class FaultingTarget : public Workbench, public testing::WithParamInterface<std::tuple<Fault, Route>> {
 protected:
-    const Fault& TheFault() const { return std::get<0>(GetParam()); }
-    const Route& TheRoute() const { return std::get<1>(GetParam()); }
+    const Fault& FaultOfTest() const { return std::get<0>(GetParam()); }
+    const Route& RouteOfTest() const { return std::get<1>(GetParam()); }
     DWORD Status() const {
-        return TheRoute().target == Bitness::x64 ? TheFault().statusOnX64 : TheFault().statusOnX86;
+        return RouteOfTest().target == Bitness::x64 ? FaultOfTest().statusOnX64 : FaultOfTest().statusOnX86;
     }
     std::wstring Server() const {
-        const std::string name = TheFault().name;
-        return Sample(TheRoute().target, L"fault" + std::wstring(name.begin(), name.end()) + L".dll");
+        const std::string name = FaultOfTest().name;
+        return Sample(RouteOfTest().target, L"fault" + std::wstring(name.begin(), name.end()) + L".dll");
     }
     DWORD CaptureOf(const std::wstring& file) const {
-        return Capture(TheRoute().program, file, Work(L"out.reg"));
+        return Capture(RouteOfTest().program, file, Work(L"out.reg"));
     }
 };
 
-const RegistryTree treeOfTheFault = {
+const RegistryTree treeAfterTheFault = {
     {L"", {}},
     {L"Temporary", {}},
     {L"Temporary\\HKCR", {}},
@@ -67,16 +67,16 @@ const RegistryTree treeOfTheFault = {
     {L"Temporary\\HKU", {}},
 };
 
-TEST_P(FaultingTarget, EndsTheProgramWithItsCodeAndTheNextRunIsAsGoodAsEver) {
+TEST_P(FaultingTarget, EndsTheProgramWithItsCodeAndDoesNotDisturbTheNextRun) {
     EXPECT_EQ(CaptureOf(Server()), Status());
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeOfTheFault);
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeAfterTheFault);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 
-    EXPECT_EQ(CaptureOf(Sample(TheRoute().target, L"plain.dll")), 0U);
+    EXPECT_EQ(CaptureOf(Sample(RouteOfTest().target, L"plain.dll")), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
     EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), (RegistryTree{{L"", {}}}));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FaultingTarget,
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultingTarget,
 
 class EndingTarget : public Workbench, public testing::WithParamInterface<Route> {};
 
-TEST_P(EndingTarget, EndsTheRunWithItsOwnStatusAndLeavesNoFileThoughThatIsZero) {
+TEST_P(EndingTarget, EndsTheRunWithItsOwnStatusAndWithoutAFileEvenIfThatIsZero) {
     const auto pairOf = [this](const wchar_t* sample, const wchar_t* output) {
         return Pair(Sample(GetParam().target, sample), Work(output));
     };
@@ -98,8 +98,7 @@ TEST_P(EndingTarget, EndsTheRunWithItsOwnStatusAndLeavesNoFileThoughThatIsZero) 
     for (const wchar_t* mode : {L" keyRedir", L""}) {
         EXPECT_EQ(RunKeyreap(GetParam().program, L"extreg " + pairs + mode), 0U);
         EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
-        EXPECT_FALSE(Exists(Work(L"b.reg")));
-        EXPECT_FALSE(Exists(Work(L"c.reg")));
+        EXPECT_EQ(RegFiles(), Lines{L"a.reg"});
     }
 }
 
@@ -118,8 +117,8 @@ protected:
 TEST_P(FaultOnAShare, LeavesTheCopyAndItsFolderWhichNoLaterRunRemoves) {
     EXPECT_EQ(CaptureOf(L"faultReadNull.dll"), accessViolation);
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeOfTheFault);
-    const std::vector<std::wstring> left = TemporaryFiles();
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, productKey), treeAfterTheFault);
+    const Lines left = TemporaryFiles();
     ASSERT_EQ(left.size(), 2U);
     EXPECT_EQ(left[0].substr(0, 3), L"UNC");
     EXPECT_EQ(left[1], left[0] + L"faultReadNull.dll");
@@ -132,17 +131,16 @@ TEST_P(FaultOnAShare, LeavesTheCopyAndItsFolderWhichNoLaterRunRemoves) {
 
 INSTANTIATE_TEST_SUITE_P(ByRoute, FaultOnAShare, testing::ValuesIn(routes), NameOfRoute);
 
-class FaultInARow : public Workbench {};
+class FaultInAListOfPairs : public Workbench {};
 
-TEST_F(FaultInARow, KeepsTheOutputsBeforeItAndNothingBehindItIsTried) {
+TEST_F(FaultInAListOfPairs, KeepsEarlierOutputsAndSkipsLaterPairs) {
     const auto server = [](const wchar_t* name) { return Sample(Bitness::x64, name); };
     const std::wstring pairs = Pair(server(L"plain.dll"), Work(L"a.reg")) + L" " +
                                Pair(server(L"faultReadNull.dll"), Work(L"b.reg")) + L" " +
                                Pair(server(L"plain.dll"), Work(L"c.reg"));
     EXPECT_EQ(RunKeyreap(Bitness::x64, L"extreg " + pairs + L" keyRedir"), accessViolation);
     EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("plain.reg")));
-    EXPECT_FALSE(Exists(Work(L"b.reg")));
-    EXPECT_FALSE(Exists(Work(L"c.reg")));
+    EXPECT_EQ(RegFiles(), Lines{L"a.reg"});
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Servers that mean harm: what they can do is bounded, the run ends, and the next one is as good as ever.
+// Hostile servers: the damage is limited, the run ends, and the next run is not disturbed.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/ways.h"
 #include "tests/endtoend/harness/workbench.h"
@@ -17,7 +17,7 @@ protected:
     DWORD CaptureOf(const std::wstring& sample) const {
         return RunLine(LineOf(GetParam(), Sample(GetParam().build, sample), Work(L"out.reg")));
     }
-    void ExpectAGoodNextRun() const {
+    void ExpectNextRunToSucceed() const {
         EXPECT_EQ(RunLine(LineOf(GetParam(), Sample(GetParam().build, L"plain.dll"), Work(L"next.reg"))), 0U);
         EXPECT_TRUE(Holds(Work(L"next.reg"), DocumentOfPlain(GetParam())));
         EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
@@ -41,10 +41,10 @@ const std::wstring past = L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Past]\r\n@=\"past\"\
 const std::wstring elsewhere =
     L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapElsewhere\\Software\\KeyreapElsewhere]\r\n@=\"elsewhere\"\r\n";
 
-TEST_P(HostileServer, ThatChangesTheOverridesWritesToTheLiveRegistryAndOnlyATraceSeesAndRemovesIt) {
+TEST_P(HostileServer, ThatChangesTheOverridesWritesToTheLiveRegistryWhichOnlyATraceSeesAndCleansUp) {
     EXPECT_EQ(CaptureOf(L"overrides.dll"), 0U);
     if (GetParam().IsTraced()) {
-        // Each root's entries stand together; which root comes first has no meaning.
+        // The entries of a root are contiguous; the order of the roots is not fixed.
         EXPECT_EQ(Result().size() * sizeof(wchar_t), Document(before + elsewhere + past).size());
         EXPECT_NE(Result().find(before + elsewhere), std::wstring::npos);
         EXPECT_NE(Result().find(past), std::wstring::npos);
@@ -56,22 +56,22 @@ TEST_P(HostileServer, ThatChangesTheOverridesWritesToTheLiveRegistryAndOnlyATrac
     EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Past"), !GetParam().IsTraced());
     EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapElsewhere"), !GetParam().IsTraced());
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapBefore"));
-    ExpectAGoodNextRun();
+    ExpectNextRunToSucceed();
 }
 
-// What the threads wrote by the time that matters, and so the numbers in the result, is anybody's guess.
-TEST_P(HostileServer, ThatLeavesThreadsWritingKeepsNobodyFromEndingWithAResult) {
+// The numbers in the result are not predictable: they depend on what the threads had written by then.
+TEST_P(HostileServer, ThatLeavesThreadsWritingDoesNotPreventAResult) {
     EXPECT_EQ(CaptureOf(L"threads.dll"), 0U);
     EXPECT_TRUE(Result().starts_with(L"\uFEFFWindows Registry Editor Version 5.00\r\n"));
     EXPECT_TRUE(Result().ends_with(L"\r\n"));
     EXPECT_NE(Result().find(L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Threads]\r\n@=\"returned\"\r\n"),
               std::wstring::npos);
     EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Threads"));
-    ExpectAGoodNextRun();
+    ExpectNextRunToSucceed();
 }
 
-// Nothing of the run's own survives: its keys, its files, what it waits for. It ends all the same.
-TEST_P(HostileServer, ThatClosesHandlesThatAreNotItsOwnEndsItsOwnRunAlone) {
+// The run loses its own handles too: keys, files and what it waits for. It must end nevertheless.
+TEST_P(HostileServer, ThatClosesHandlesOfOthersEndsOnlyItsOwnRun) {
     CaptureOf(L"closedhandles.dll");
     const std::wstring written = L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Handles]\r\n@=\"written\"\r\n";
     EXPECT_EQ(Result().find(written), std::wstring::npos);
@@ -79,10 +79,10 @@ TEST_P(HostileServer, ThatClosesHandlesThatAreNotItsOwnEndsItsOwnRunAlone) {
     EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Handles"), !GetParam().IsRedirected());
     // The session could not remove its tree; the next one does.
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, productKey));
-    ExpectAGoodNextRun();
+    ExpectNextRunToSucceed();
 }
 
-TEST_P(HostileServer, ThatNestsKeysFiveHundredDeepGetsAllOfThemCapturedAndRemoved) {
+TEST_P(HostileServer, ThatNestsKeys500DeepHasAllOfThemCapturedAndRemoved) {
     constexpr int depth = 500;
     EXPECT_EQ(CaptureOf(L"deepkeys.dll"), 0U);
     std::wstring keys;
@@ -96,10 +96,10 @@ TEST_P(HostileServer, ThatNestsKeysFiveHundredDeepGetsAllOfThemCapturedAndRemove
     body.insert(body.find(L"\r\n[HKEY_USERS]"), keys + deepest);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(GetParam().IsTraced() ? deepest : body)));
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, nestedKey));
-    ExpectAGoodNextRun();
+    ExpectNextRunToSucceed();
 }
 
-// The sample's names once more, by what a file is to hold of them.
+// The entries that a file must contain for the sample `everyunit`.
 std::wstring EntriesOfEveryUnit() {
     constexpr unsigned names = 256;
     constexpr wchar_t digits[] = L"0123456789abcdef";
@@ -127,18 +127,17 @@ std::wstring EntriesOfEveryUnit() {
     return L"\r\n[" + path + L"]\r\n" + values + keys;
 }
 
-TEST_P(HostileServer, WithNamesOfEveryUnitFrom1To0xFFFFGetsEachOfThemCapturedAndRemoved) {
+TEST_P(HostileServer, WithNamesOfEveryUnitFrom1To0xFFFFHasEachOfThemCapturedAndRemoved) {
     EXPECT_EQ(CaptureOf(L"everyunit.dll"), 0U);
     std::wstring body = RedirectedRoots();
     body.insert(body.find(L"\r\n[HKEY_USERS]"),
                 L"\r\n[HKEY_CURRENT_USER\\Software]\r\n" + EntriesOfEveryUnit());
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(GetParam().IsTraced() ? EntriesOfEveryUnit() : body)));
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapEveryUnit"));
-    ExpectAGoodNextRun();
+    ExpectNextRunToSucceed();
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, HostileServer, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, HostileServer, testing::ValuesIn(ways), NameOfWay);
 
 } // namespace
 

@@ -1,4 +1,4 @@
-// What a result gives when it is imported, compared with what the target writes when it registers itself.
+// Compares what the import of a result creates with what the target writes when it registers itself.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/workbench.h"
 
@@ -14,7 +14,7 @@ struct Place {
     const wchar_t* path;
 };
 
-// Every key that one of the samples of this file writes to.
+// Every key that the samples of this file write to.
 const Place places[] = {
     {HKEY_CLASSES_ROOT, L"Keyreap.EveryType"},
     {HKEY_CLASSES_ROOT, L"Keyreap.Texts"},
@@ -52,7 +52,8 @@ bool HasLineBreak(const std::wstring& text) {
     return text.find_first_of(L"\r\n") != std::wstring::npos;
 }
 
-// A text whose only quote or backslash stands at its beginning is written as it is, and so not read back.
+// A text whose only quote or backslash is its first unit is written without an escape, so it is not read
+// back.
 bool IsWrittenUnescaped(const std::wstring& text) {
     return text.find_first_of(L"\\\"") == 0 && text.find_first_of(L"\\\"", 1) == std::wstring::npos;
 }
@@ -76,7 +77,7 @@ std::optional<RegistryValue> CarriedText(const RegistryValue& value) {
     return OfUnits(REG_SZ, text + L'\0');
 }
 
-// An empty text gives a form that is malformed.
+// An empty text is written in a malformed way.
 std::optional<RegistryValue> CarriedExpandText(const RegistryValue& value) {
     const std::wstring text = WithTerminatorsForLineBreaks(UnitsOf(value).c_str());
     return text.empty() ? std::nullopt : std::optional(OfUnits(REG_EXPAND_SZ, text + L'\0'));
@@ -96,12 +97,13 @@ RegistryValue CarriedNumber(RegistryValue value) {
     return value;
 }
 
-// What becomes of a value on its way through the file; nothing if the format cannot carry it at all.
+// A value after its way through the file; nothing if the format can't carry it at all.
 std::optional<RegistryValue> Carried(const std::wstring& name, const RegistryValue& value) {
     if (HasLineBreak(name) || IsWrittenUnescaped(name)) {
         return std::nullopt;
     }
-    // REG_QWORD is left out with the types that have no form: its form holds another value's text.
+    // REG_QWORD is lost like the types without a form of their own, since it is written with another value's
+    // text.
     switch (value.type) {
     case REG_SZ:
         return CarriedText(value);
@@ -133,12 +135,12 @@ RegistryValues Carried(const RegistryValues& values) {
     return carried;
 }
 
-// A name without the first unit, which an import takes for the beginning of an escape.
+// The name that an import creates: it takes an unescaped first unit for the beginning of an escape.
 std::wstring Mangled(const std::wstring& name) {
     return IsWrittenUnescaped(name) ? name.substr(1) : name;
 }
 
-// What came back, less what came of values that the format cannot carry: that may be nothing, or mangled.
+// The imported values without those that the format can't carry, which are missing or mangled.
 RegistryValues Comparable(const RegistryValues& imported, const RegistryValues& registered) {
     RegistryValues comparable = imported;
     for (const auto& [name, value] : registered) {
@@ -171,14 +173,14 @@ protected:
     Import() { ClearPlaces(); }
     ~Import() override { ClearPlaces(); }
 
-    // What the sample itself leaves in the live registry.
+    // The live registry after the sample registered itself.
     Registry Registered(const std::wstring& sample) const {
         EXPECT_EQ(RunLine(SystemProgram(GetParam(), L"regsvr32.exe") + L" /s " + Quoted(sample)), 0U);
         const Registry registered = ReadPlaces();
         ClearPlaces();
         return registered;
     }
-    // What the import of its capture leaves there.
+    // The live registry after an import of the sample's capture.
     Registry Imported(const std::wstring& sample) const {
         EXPECT_EQ(Capture(GetParam(), sample, Work(L"out.reg")), 0U);
         RunLine(SystemProgram(GetParam(), L"reg.exe") + L" import " + Quoted(Work(L"out.reg")));
@@ -193,10 +195,10 @@ void ExpectCarried(const RegistryTree& registered, const RegistryTree& imported)
         ASSERT_TRUE(imported.contains(path)) << path;
         EXPECT_EQ(Comparable(imported.at(path), values), Carried(values)) << path;
     }
-    EXPECT_EQ(registered.size(), imported.size());
+    EXPECT_EQ(imported.size(), registered.size());
 }
 
-TEST_P(Import, GivesTheKeysAndValuesThatTheTargetWritesAsFarAsTheFormatCanCarryThem) {
+TEST_P(Import, CreatesTheKeysAndValuesOfTheTargetAsFarAsTheFormatCanCarryThem) {
     for (const wchar_t* name : {L"everytype.dll", L"texts.dll", L"names.dll", L"keys.dll", L"peruser.dll"}) {
         const std::wstring sample = Sample(GetParam(), name);
         const Registry registered = Registered(sample);
@@ -220,7 +222,7 @@ TEST_P(Import, OfAWholeServerLetsAClientCreateAndCallIt) {
     EXPECT_EQ(RunLine(client), 0xFFFFFFFFU);
 }
 
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, Import, testing::Values(Bitness::x64, Bitness::x86), NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, Import, testing::ValuesIn(bothBuilds), NameOfBuild);
 
 } // namespace
 

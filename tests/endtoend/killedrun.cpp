@@ -28,7 +28,7 @@ DWORD KilledRun::CaptureOf(const Way& way, const std::wstring& sample, const std
 
 void KilledRun::ForgetEverything() const {
     stops.Reset();
-    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+    ForgetEarlierRuns();
     for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
         for (const wchar_t* key : ownKeys) {
             DeleteTree(root, key);
@@ -55,9 +55,9 @@ RegistryTree KilledRun::LiveEntries() {
     return entries;
 }
 
-void KilledRun::ExpectAGoodNextRun(const Way& way) const {
+void KilledRun::ExpectNextRunToSucceed(const Way& way) const {
     const RegistryTree live = LiveEntries();
-    const std::vector<std::wstring> files = TemporaryFiles();
+    const Lines files = TemporaryFiles();
     const bool isFirst = !KeyExists(HKEY_CURRENT_USER, productKey);
     EXPECT_EQ(CaptureOf(way, L"plain.dll", L"next.reg"), 0U);
     EXPECT_TRUE(Holds(Work(L"next.reg"), DocumentOfPlain(way)));

@@ -8,24 +8,24 @@
 
 namespace keyreap::endtoend {
 
-// A run that something ends before its time, and what is left of it.
+// Runs that are killed, and what they leave.
 class KilledRun : public Workbench {
 protected:
     KilledRun();
     ~KilledRun() override;
 
-    // A line for one pair, from a sample to a file in the folder of the test.
+    // The command line that captures a sample into a file of the work folder.
     std::wstring Line(const Way& way, const std::wstring& sample, const std::wstring& regFile) const;
     DWORD CaptureOf(const Way& way, const std::wstring& sample, const std::wstring& regFile) const;
 
-    // As on a machine where neither the program nor one of the targets here ever ran.
+    // Makes the machine one where neither the program nor one of these targets ever ran.
     void ForgetEverything() const;
-    // What the targets here wrote past all redirection.
+    // The entries of these targets in the live registry.
     static RegistryTree LiveEntries();
 
-    // After whatever end of another run: one in the same mode gives its exact bytes, and of what the other
-    // left it takes the temporary tree alone.
-    void ExpectAGoodNextRun(const Way& way) const;
+    // A next run in the same mode gives exactly its bytes. Of what the killed run left it removes only the
+    // temporary tree.
+    void ExpectNextRunToSucceed(const Way& way) const;
 
     Stops stops;
 };

@@ -1,4 +1,4 @@
-// A run that is killed, wherever it has come to, costs nothing but itself.
+// A run that is killed at any stage costs nothing but itself.
 #include "tests/endtoend/killedrun.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@ namespace keyreap::endtoend {
 
 namespace {
 
-// A stop of the target at which the run stands still until it is killed.
+// Runs that are killed while the target is held at one of its points.
 class KilledWhileHeld : public KilledRun, public testing::WithParamInterface<Way> {
 protected:
     void KillAt(const std::wstring& point) const {
@@ -23,8 +23,8 @@ protected:
         EXPECT_EQ(LeftATraceLog(), GetParam().IsTraced());
         EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
     }
-    // The same target gives what it gives on a machine on which nothing was ever killed.
-    void ExpectTheTargetAsEver() const {
+    // The result of the same target is the one of a machine where no run was ever killed.
+    void ExpectTheUndisturbedResult() const {
         EXPECT_EQ(CaptureOf(GetParam(), L"stopping.dll", L"again.reg"), 0U);
         EXPECT_TRUE(Holds(Work(L"again.reg"), undisturbed));
     }
@@ -34,42 +34,41 @@ protected:
         EXPECT_EQ(LiveEntries(), RegistryTree());
         ForgetEverything();
     }
-    // Where the target's entries are while the roots are as the mode has them.
+    // A target whose registry is redirected writes nothing there.
     static bool WroteToLiveRegistry() { return !LiveEntries().empty(); }
 
 private:
     Bytes undisturbed;
 };
 
-TEST_P(KilledWhileHeld, WhenAllIsArmedLeavesTheTreeAndNoEntry) {
+TEST_P(KilledWhileHeld, WhileTheTargetIsLoadedLeavesTheTreeAndNoEntry) {
     KillAt(L"loading");
     ExpectNothingButATraceLog();
     EXPECT_FALSE(WroteToLiveRegistry());
-    ExpectAGoodNextRun(GetParam());
-    ExpectTheTargetAsEver();
+    ExpectNextRunToSucceed(GetParam());
+    ExpectTheUndisturbedResult();
 }
 
 TEST_P(KilledWhileHeld, WhileTheTargetWritesLeavesWhatItWroteWhereItWroteIt) {
     KillAt(L"registering");
     ExpectNothingButATraceLog();
     EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
-    ExpectAGoodNextRun(GetParam());
-    ExpectTheTargetAsEver();
+    ExpectNextRunToSucceed(GetParam());
+    ExpectTheUndisturbedResult();
 }
 
-TEST_P(KilledWhileHeld, WhenTheCaptureIsOverLeavesAllEntriesAndNoResult) {
+TEST_P(KilledWhileHeld, AfterTheCaptureLeavesAllEntriesAndNoResult) {
     KillAt(L"unloading");
     ExpectNothingButATraceLog();
     EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
-    ExpectAGoodNextRun(GetParam());
-    ExpectTheTargetAsEver();
+    ExpectNextRunToSucceed(GetParam());
+    ExpectTheUndisturbedResult();
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledWhileHeld, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledWhileHeld, testing::ValuesIn(ways), NameOfWay);
 
-// A stage in which nothing can hold the run: it is watched, and killed when it has come there. One that was
-// beyond it by the time of its death is tried again.
+// Runs that are killed at a stage where nothing can hold them. The test polls for the stage and then kills
+// the run; it tries again if the run had already passed the stage.
 class KilledInPassing : public KilledRun, public testing::WithParamInterface<Way> {
 protected:
     using Condition = std::function<bool()>;
@@ -79,7 +78,7 @@ protected:
         for (int i = 0; i < tries; ++i) {
             ForgetEverything();
             DeleteFileW(Work(L"killed.reg").c_str());
-            // As on a machine where the program has run, so that the tree is removed in the end.
+            // As on a machine where the program has already run, so that the run removes the tree at its end.
             CreateKey(HKEY_CURRENT_USER, productKey);
             RunningProgram program(Line(GetParam(), sample, L"killed.reg"));
             while (!begin() && program.IsRunning()) {
@@ -96,22 +95,22 @@ protected:
     }
     std::size_t Written() const { return SizeOf(Work(L"killed.reg")).value_or(0); }
     static std::size_t SizeOfResult() { return DocumentOfValues(GetParam(), someValues).size(); }
-    // How many values of `somevalues` are where its way lets it write them.
+    // How many of its values the sample `somevalues` has in the live registry or, redirected, in the tree.
     static DWORD ValuesLeft() {
         const std::wstring tree = GetParam().IsRedirected() ? std::wstring(temporaryKey) + L"\\HKCU\\" : L"";
         return CountValues(HKEY_CURRENT_USER, tree + L"Software\\KeyreapMany");
     }
 };
 
-TEST_P(KilledInPassing, WhenTheTreeIsMadeLeavesTheTree) {
+TEST_P(KilledInPassing, WhileTheTreeIsCreatedLeavesTheTree) {
     KillBetween(
         L"stopping.dll", [] { return IsInTree(L"\\HKLM"); },
         [this] { return IsInTree(L"\\HKLM\\Software") || stops.IsReached(L"loading"); });
     EXPECT_FALSE(Exists(Work(L"killed.reg")));
-    ExpectAGoodNextRun(GetParam());
+    ExpectNextRunToSucceed(GetParam());
 }
 
-TEST_P(KilledInPassing, WhileTheResultIsWrittenLeavesTheBeginningOfIt) {
+TEST_P(KilledInPassing, WhileTheResultIsWrittenLeavesItsBeginning) {
     const Bytes whole = DocumentOfValues(GetParam(), someValues);
     KillBetween(
         L"somevalues.dll", [&] { return Written() > 0; }, [&] { return Written() == whole.size(); });
@@ -119,28 +118,26 @@ TEST_P(KilledInPassing, WhileTheResultIsWrittenLeavesTheBeginningOfIt) {
     EXPECT_LT(written.size(), whole.size());
     EXPECT_TRUE(std::equal(written.begin(), written.end(), whole.begin()));
     EXPECT_EQ(ValuesLeft(), static_cast<DWORD>(someValues));
-    ExpectAGoodNextRun(GetParam());
+    ExpectNextRunToSucceed(GetParam());
     EXPECT_EQ(CaptureOf(GetParam(), L"somevalues.dll", L"killed.reg"), 0U);
     EXPECT_TRUE(Holds(Work(L"killed.reg"), whole));
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledInPassing, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, KilledInPassing, testing::ValuesIn(ways), NameOfWay);
 
 class KilledWhileRedirecting : public KilledInPassing {};
 
-TEST_P(KilledWhileRedirecting, LeavesTheTreeAlone) {
+TEST_P(KilledWhileRedirecting, LeavesOnlyTheTree) {
     KillBetween(
         L"stopping.dll", [] { return IsInTree(L"\\HKLM\\Software"); },
         [this] { return stops.IsReached(L"loading"); });
     EXPECT_FALSE(Exists(Work(L"killed.reg")));
     EXPECT_EQ(LiveEntries(), RegistryTree());
-    ExpectAGoodNextRun(GetParam());
+    ExpectNextRunToSucceed(GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(InModesThatRedirect, KilledWhileRedirecting,
-                         testing::Values(ways[0], ways[1], ways[3], ways[4]),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InModesThatRedirect, KilledWhileRedirecting, testing::ValuesIn(waysThatRedirect),
+                         NameOfWay);
 
 class KilledInRemovalPass : public KilledInPassing {};
 
@@ -150,33 +147,31 @@ TEST_P(KilledInRemovalPass, LeavesTheWholeResultAndTheValuesNotYetRemoved) {
         [] { return ValuesLeft() == 0; });
     EXPECT_TRUE(Holds(Work(L"killed.reg"), DocumentOfValues(GetParam(), someValues)));
     EXPECT_GT(ValuesLeft(), 0U);
-    ExpectAGoodNextRun(GetParam());
+    ExpectNextRunToSucceed(GetParam());
     EXPECT_EQ(ValuesLeft() > 0, !GetParam().IsRedirected());
 }
 
-INSTANTIATE_TEST_SUITE_P(InModesThatTrace, KilledInRemovalPass,
-                         testing::Values(ways[1], ways[2], ways[4], ways[5]),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InModesThatTrace, KilledInRemovalPass, testing::ValuesIn(waysThatTrace), NameOfWay);
 
 class KilledWhileTreeIsRemoved : public KilledInPassing {};
 
 TEST_P(KilledWhileTreeIsRemoved, LeavesTheWholeResultAndTheRestOfTheTree) {
-    const std::wstring written = L"\\HKCR\\Keyreap.Keys";
+    const std::wstring key = L"\\HKCR\\Keyreap.Keys";
     KillBetween(
         L"keys.dll",
-        [&] { return IsInTree(written + L"\\Wide") && Written() > 0 && !IsInTree(written + L"\\Default"); },
-        [&] { return !IsInTree(written); });
+        [&] { return IsInTree(key + L"\\Wide") && Written() > 0 && !IsInTree(key + L"\\Default"); },
+        [&] { return !IsInTree(key); });
     EXPECT_TRUE(Holds(Work(L"killed.reg"), Golden("keys.reg")));
-    EXPECT_TRUE(IsInTree(written));
-    ExpectAGoodNextRun(GetParam());
+    EXPECT_TRUE(IsInTree(key));
+    ExpectNextRunToSucceed(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(InBothBuilds, KilledWhileTreeIsRemoved, testing::Values(ways[0], ways[3]),
-                         [](const auto& test) { return NameOfWay(test.param); });
+                         NameOfWay);
 
 class KilledParent : public KilledRun {};
 
-TEST_F(KilledParent, LetsItsCompanionGoOnToTheEnd) {
+TEST_F(KilledParent, DoesNotStopItsCompanion) {
     const Way way = {Bitness::x86, L"keyRedir"};
     EXPECT_EQ(CaptureOf(way, L"stopping.dll", L"undisturbed.reg"), 0U);
     stops.Reset();
@@ -187,10 +182,10 @@ TEST_F(KilledParent, LetsItsCompanionGoOnToTheEnd) {
     parent.Kill();
     EXPECT_FALSE(Exists(Work(L"out.reg")));
     stops.LetGo(L"registering");
-    // The companion's last deed but one.
+    // The removal of the tree is the companion's last step but one.
     EXPECT_TRUE(Eventually([] { return !KeyExists(HKEY_CURRENT_USER, temporaryKey); }));
     EXPECT_TRUE(Holds(Work(L"out.reg"), ReadBytes(Work(L"undisturbed.reg")).value_or(Bytes())));
-    ExpectAGoodNextRun(way);
+    ExpectNextRunToSucceed(way);
 }
 
 } // namespace

@@ -5,9 +5,7 @@ namespace keyreap::endtoend {
 
 namespace {
 
-using Lines = std::vector<std::wstring>;
-
-// What a first run leaves of the temporary tree when its target wrote nothing.
+// The temporary tree after a first run whose target wrote nothing.
 const Lines skeleton = {
     L"+ HKCU\\Software\\Velmoro",
     L"+ HKCU\\Software\\Velmoro\\Tesselink",
@@ -20,16 +18,15 @@ const Lines skeleton = {
     L"+ HKCU\\Software\\Velmoro\\Tesselink\\Temporary\\HKU",
 };
 
-// What stays after every later run.
-const Lines productAlone = {L"+ HKCU\\Software\\Velmoro", L"+ HKCU\\Software\\Velmoro\\Tesselink"};
+// The keys after every later run.
+const Lines productKeyOnly = {L"+ HKCU\\Software\\Velmoro", L"+ HKCU\\Software\\Velmoro\\Tesselink"};
 
-// Parameterised by the build that runs; the same holds in both.
 class Leftovers : public Workbench, public testing::WithParamInterface<Bitness> {
 protected:
     DWORD CaptureOf(const std::wstring& name) const {
         return Capture(GetParam(), Sample(GetParam(), name), Work(L"out.reg"));
     }
-    // The keys that the program has for itself in the registry, in the words of a machine's differences.
+    // The program's own keys in the registry, in the form of MachineState::Changes.
     static Lines OwnKeys() {
         Lines keys;
         for (const auto& [path, values] : ReadTree(HKEY_CURRENT_USER, L"Software\\Velmoro")) {
@@ -45,7 +42,7 @@ Lines With(Lines lines, const Lines& more) {
     return lines;
 }
 
-TEST_P(Leftovers, OfThreeRunsAreTheTreeOfTheFirstAndThenTheProductKeyAlone) {
+TEST_P(Leftovers, OfThreeRunsAreTheTreeOfTheFirstAndThenOnlyTheProductKey) {
     const MachineState before;
     EXPECT_EQ(CaptureOf(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
@@ -53,37 +50,37 @@ TEST_P(Leftovers, OfThreeRunsAreTheTreeOfTheFirstAndThenTheProductKeyAlone) {
               With(skeleton, {L"+ HKCU\\Software\\Velmoro\\Tesselink\\Temporary\\HKCR\\Keyreap.Plain"}));
     EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKCR"),
               (RegistryTree{{L"", {}}, {L"Keyreap.Plain", {{L"", TextValue(L"plain")}}}}));
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 
     EXPECT_EQ(CaptureOf(L"failing.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("failing.reg")));
-    EXPECT_EQ(before.Changes(), productAlone);
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(before.Changes(), productKeyOnly);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 
     EXPECT_EQ(CaptureOf(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
-    EXPECT_EQ(before.Changes(), productAlone);
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(before.Changes(), productKeyOnly);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(Leftovers, OfTwoPairsInOneFirstRunAreTheProductKeyAlone) {
+TEST_P(Leftovers, OfTwoPairsInOneFirstRunAreOnlyTheProductKey) {
     const std::wstring pairs = Pair(Sample(GetParam(), L"plain.dll"), Work(L"a.reg")) + L" " +
                                Pair(Sample(GetParam(), L"failing.dll"), Work(L"b.reg"));
     EXPECT_EQ(RunKeyreap(GetParam(), L"extreg " + pairs + L" keyRedir"), 0U);
     EXPECT_TRUE(Holds(Work(L"b.reg"), Golden("failing.reg")));
-    EXPECT_EQ(OwnKeys(), productAlone);
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(OwnKeys(), productKeyOnly);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(Leftovers, OfAFirstRunThatFailsAreTheTreeAllTheSame) {
+TEST_P(Leftovers, OfAFirstRunThatFailsAreTheTreeAsWell) {
     EXPECT_EQ(CaptureOf(L"orphan.dll"), statusFailed);
     EXPECT_EQ(OwnKeys(), skeleton);
     EXPECT_EQ(CaptureOf(L"orphan.dll"), statusFailed);
-    EXPECT_EQ(OwnKeys(), productAlone);
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(OwnKeys(), productKeyOnly);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-// A run that is killed while its target is half-way through.
+// A run that is killed when its target has written half of its entries.
 class CrashedRun : public Leftovers {
 protected:
     void Crash() const {
@@ -105,25 +102,25 @@ const Lines halfWritten = {
     L"+ HKCU\\Software\\Velmoro\\Tesselink\\Temporary\\HKLM\\Software\\KeyreapPausing",
 };
 
-TEST_P(CrashedRun, LeavesItsTreeAndTheNextRunsAreAsGoodAsEver) {
+TEST_P(CrashedRun, LeavesItsTreeAndDoesNotDisturbLaterRuns) {
     const MachineState before;
     Crash();
     EXPECT_FALSE(Exists(Work(L"crashed.reg")));
     EXPECT_EQ(before.Changes(), With(skeleton, halfWritten));
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 
     EXPECT_EQ(CaptureOf(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
-    EXPECT_EQ(before.Changes(), productAlone);
-    EXPECT_EQ(TemporaryFiles(), Lines());
+    EXPECT_EQ(before.Changes(), productKeyOnly);
+    EXPECT_EQ(TemporaryFiles(), nothing);
 
     Crash();
     EXPECT_EQ(OwnKeys(), With(skeleton, halfWritten));
     EXPECT_EQ(CaptureOf(L"orphan.dll"), statusFailed);
-    EXPECT_EQ(OwnKeys(), productAlone);
+    EXPECT_EQ(OwnKeys(), productKeyOnly);
 }
 
-TEST_P(CrashedRun, LeavesValuesOnTheRootsThatShowInTheNextResult) {
+TEST_P(CrashedRun, LeavesValuesOnTheRootsThatAppearInTheNextResult) {
     Crash();
     PutValue(L"HKCR", L"", L"stale");
     PutValue(L"HKCU", L"name", L"C:\\stale");
@@ -139,18 +136,18 @@ TEST_P(CrashedRun, LeavesValuesOnTheRootsThatShowInTheNextResult) {
                                                  L"\r\n[HKEY_LOCAL_MACHINE]\r\n@=\"stale\"\r\n"
                                                  L"\r\n[HKEY_LOCAL_MACHINE\\Software]\r\n"
                                                  L"\r\n[HKEY_LOCAL_MACHINE\\Software\\Classes]\r\n")));
-    EXPECT_EQ(OwnKeys(), productAlone);
+    EXPECT_EQ(OwnKeys(), productKeyOnly);
 }
 
-TEST_P(CrashedRun, ThatIsLetGoOnInsteadHoldsAllThatItsTargetWrote) {
+TEST_P(CrashedRun, ThatMayContinueInsteadGivesAllThatItsTargetWrote) {
     SharedEvent goOn(L"KeyreapPausing.GoOn");
     goOn.Set();
     EXPECT_EQ(CaptureOf(L"pausing.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("pausing.reg")));
 }
 
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, Leftovers, testing::Values(Bitness::x64, Bitness::x86), NameOfBuild);
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, CrashedRun, testing::Values(Bitness::x64, Bitness::x86), NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, Leftovers, testing::ValuesIn(bothBuilds), NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, CrashedRun, testing::ValuesIn(bothBuilds), NameOfBuild);
 
 } // namespace
 

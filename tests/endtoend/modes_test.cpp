@@ -1,4 +1,4 @@
-// What a run makes of its mode word while the kernel logger cannot be started.
+// The modes where the kernel logger can't be started.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/workbench.h"
 
@@ -6,15 +6,15 @@ namespace keyreap::endtoend {
 
 namespace {
 
-constexpr wchar_t programsOwnKey[] = L"Software\\KeyreapRegServer";
-constexpr wchar_t stayersOwnKey[] = L"Software\\KeyreapStaying";
+constexpr wchar_t programsKey[] = L"Software\\KeyreapRegServer";
+constexpr wchar_t stayersKey[] = L"Software\\KeyreapStaying";
 
 class ModeWithoutLogger : public Workbench, public testing::WithParamInterface<Bitness> {
 protected:
     ~ModeWithoutLogger() override {
         DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Plain");
-        DeleteTree(HKEY_CURRENT_USER, programsOwnKey);
-        DeleteTree(HKEY_CURRENT_USER, stayersOwnKey);
+        DeleteTree(HKEY_CURRENT_USER, programsKey);
+        DeleteTree(HKEY_CURRENT_USER, stayersKey);
     }
 
     DWORD RunIn(const std::wstring& mode, const std::wstring& sample) const {
@@ -30,10 +30,10 @@ TEST_P(ModeWithoutLogger, BothGivesTheResultOfTheRedirection) {
         EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg"))) << mode;
         EXPECT_FALSE(IsLive()) << mode;
     }
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(ModeWithoutLogger, TraceGivesEmptyRootsAndTheEntriesStayInTheLiveRegistry) {
+TEST_P(ModeWithoutLogger, TraceGivesEmptyRootsAndLeavesTheEntriesInTheLiveRegistry) {
     for (const wchar_t* mode : {L"trace", L"TRACE"}) {
         EXPECT_EQ(RunIn(mode, L"plain.dll"), 0U) << mode;
         EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots()))) << mode;
@@ -41,7 +41,7 @@ TEST_P(ModeWithoutLogger, TraceGivesEmptyRootsAndTheEntriesStayInTheLiveRegistry
                   (RegistryTree{{L"", {{L"", TextValue(L"plain")}}}}));
         DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Plain");
     }
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
 TEST_P(ModeWithoutLogger, TraceClearsNothingSoThatAStaleTreeIsTheResult) {
@@ -58,14 +58,14 @@ TEST_P(ModeWithoutLogger, TraceRestoresNothingSoThatAStaleEmptySoftwareKeyIsInTh
         Holds(Work(L"out.reg"), Document(UntouchedRoots() + L"\r\n[HKEY_LOCAL_MACHINE\\Software]\r\n")));
 }
 
-TEST_P(ModeWithoutLogger, AProgramIsStartedWithRegserverWhateverTheMode) {
+TEST_P(ModeWithoutLogger, AProgramIsStartedWithRegserverInEveryMode) {
     const std::wstring program = Sample(GetParam(), L"typelibnone.exe");
     const RegistryTree written = {{L"", {{L"command line", TextValue(Quoted(program) + L" /REGSERVER ")}}}};
     for (const wchar_t* mode : {L"keyRedir", L"both", L"trace"}) {
         EXPECT_EQ(RunIn(mode, L"typelibnone.exe"), 0U) << mode;
         EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots()))) << mode;
-        EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, programsOwnKey), written) << mode;
-        DeleteTree(HKEY_CURRENT_USER, programsOwnKey);
+        EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, programsKey), written) << mode;
+        DeleteTree(HKEY_CURRENT_USER, programsKey);
     }
 }
 
@@ -74,8 +74,8 @@ TEST_P(ModeWithoutLogger, AProgramUnderAnyExtensionIsStarted) {
         ASSERT_TRUE(Copy(Sample(GetParam(), L"typelibnone.exe"), Work(name)));
         EXPECT_EQ(Capture(GetParam(), Work(name), Work(L"out.reg")), 0U) << name;
         EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots()))) << name;
-        EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, programsOwnKey)) << name;
-        DeleteTree(HKEY_CURRENT_USER, programsOwnKey);
+        EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, programsKey)) << name;
+        DeleteTree(HKEY_CURRENT_USER, programsKey);
     }
 }
 
@@ -85,14 +85,14 @@ TEST_P(ModeWithoutLogger, AProgramThatIgnoresRegserverAndStaysKeepsTheRunWaiting
     RunningProgram waiting(Quoted(Keyreap(GetParam())) + L" extreg " +
                            Pair(Sample(GetParam(), L"staying.exe"), Work(L"waiting.reg")));
     started.Wait();
-    // A whole run, at whose end one that did not wait would long be over. It takes the waiting one's
-    // temporary tree with it, which stays empty anyhow.
+    // A whole second run: if the first one did not wait, it would have ended by now. The second run also
+    // removes the first one's temporary tree, which would stay empty anyway.
     EXPECT_EQ(RunIn(L"keyRedir", L"silent.dll"), 0U);
     EXPECT_TRUE(waiting.IsRunning());
     EXPECT_FALSE(Exists(Work(L"waiting.reg")));
     end.Set();
     EXPECT_EQ(waiting.Wait(), 0U);
-    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, stayersOwnKey));
+    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, stayersKey));
     EXPECT_TRUE(Holds(Work(L"waiting.reg"), Document(UntouchedRoots())));
 }
 
@@ -103,8 +103,7 @@ TEST_P(ModeWithoutLogger, AFileWithNothingToRunFailsInEveryMode) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, ModeWithoutLogger, testing::Values(Bitness::x64, Bitness::x86),
-                         NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, ModeWithoutLogger, testing::ValuesIn(bothBuilds), NameOfBuild);
 
 } // namespace
 

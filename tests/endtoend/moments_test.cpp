@@ -1,4 +1,4 @@
-// A run that is killed at fifty moments that nobody chose.
+// Runs that are killed at fifty random moments.
 #include "tests/endtoend/killedrun.h"
 
 #include <algorithm>
@@ -9,15 +9,15 @@ namespace keyreap::endtoend {
 
 namespace {
 
-// Moments that nobody chose, each the same in every run of the tests as a share of the time that the run
-// takes.
+// The moments are shares of the time that the run takes. The shares are random, but the same every time that
+// the tests run.
 class KilledAtAnyMoment : public KilledRun, public testing::WithParamInterface<unsigned> {
 protected:
-    Way TheWay() const { return ways[GetParam() % std::size(ways)]; }
-    std::wstring TheSample() const { return GetParam() % 4 == 0 ? L"somevalues.dll" : L"stopping.dll"; }
+    Way WayOfRun() const { return ways[GetParam() % std::size(ways)]; }
+    std::wstring SampleOfRun() const { return GetParam() % 4 == 0 ? L"somevalues.dll" : L"stopping.dll"; }
     DWORD MillisecondsOfRun() const {
         const ULONGLONG begin = GetTickCount64();
-        EXPECT_EQ(CaptureOf(TheWay(), TheSample(), L"undisturbed.reg"), 0U);
+        EXPECT_EQ(CaptureOf(WayOfRun(), SampleOfRun(), L"undisturbed.reg"), 0U);
         return static_cast<DWORD>(GetTickCount64() - begin);
     }
     DWORD Moment() const {
@@ -27,24 +27,24 @@ protected:
     }
 };
 
-TEST_P(KilledAtAnyMoment, LeavesNothingThatShowsInTheNextResult) {
+TEST_P(KilledAtAnyMoment, LeavesNothingThatAppearsInTheNextResult) {
     const DWORD moment = Moment();
     const Bytes undisturbed = ReadBytes(Work(L"undisturbed.reg")).value_or(Bytes());
     ForgetEverything();
     {
-        RunningProgram program(Line(TheWay(), TheSample(), L"killed.reg"));
+        RunningProgram program(Line(WayOfRun(), SampleOfRun(), L"killed.reg"));
         Sleep(moment);
         program.Kill();
     }
     stops.Reset();
-    if (TheWay().IsRedirected()) {
+    if (WayOfRun().IsRedirected()) {
         EXPECT_EQ(LiveEntries(), RegistryTree());
     }
     const Bytes written = ReadBytes(Work(L"killed.reg")).value_or(Bytes());
     ASSERT_LE(written.size(), undisturbed.size());
     EXPECT_TRUE(std::equal(written.begin(), written.end(), undisturbed.begin()));
-    ExpectAGoodNextRun(TheWay());
-    EXPECT_EQ(CaptureOf(TheWay(), TheSample(), L"again.reg"), 0U);
+    ExpectNextRunToSucceed(WayOfRun());
+    EXPECT_EQ(CaptureOf(WayOfRun(), SampleOfRun(), L"again.reg"), 0U);
     EXPECT_TRUE(Holds(Work(L"again.reg"), undisturbed));
 }
 

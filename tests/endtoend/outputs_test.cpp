@@ -12,13 +12,13 @@ protected:
     }
 };
 
-TEST_P(Output, ReplacesALongerFileOfItsName) {
+TEST_P(Output, ReplacesALongerFileOfTheSameName) {
     ASSERT_TRUE(WriteText(Work(L"out.reg"), std::string(1'000'000, 'x')));
     EXPECT_EQ(CaptureTo(Work(L"out.reg")), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
 }
 
-TEST_P(Output, ThatIsLockedFailsTheRunAndStaysAsItIs) {
+TEST_P(Output, ThatIsLockedFailsTheRunAndStaysUnchanged) {
     ASSERT_TRUE(WriteText(Work(L"out.reg"), "locked"));
     for (const DWORD sharing : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
         const LockedFile lock(Work(L"out.reg"), sharing);
@@ -26,7 +26,7 @@ TEST_P(Output, ThatIsLockedFailsTheRunAndStaysAsItIs) {
         EXPECT_EQ(CaptureTo(Work(L"out.reg")), statusFailed) << sharing;
     }
     EXPECT_EQ(ReadBytes(Work(L"out.reg")), Bytes({'l', 'o', 'c', 'k', 'e', 'd'}));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
 TEST_P(Output, ThatIsLockedEndsTheRunBeforeTheNextPair) {
@@ -38,14 +38,14 @@ TEST_P(Output, ThatIsLockedEndsTheRunBeforeTheNextPair) {
     EXPECT_FALSE(Exists(Work(L"next.reg")));
 }
 
-TEST_P(Output, ThatCannotBeWrittenDoesNotKeepTheTemporaryTreeAlive) {
+TEST_P(Output, ThatCannotBeWrittenDoesNotKeepTheTemporaryTree) {
     EXPECT_EQ(CaptureTo(Work(L"out.reg")), 0U);
     EXPECT_EQ(CaptureTo(Work(L"missing\\out.reg")), statusFailed);
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, productKey));
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
 }
 
-TEST_P(Output, InAMissingDirectoryFailsTheRunAndMakesNothing) {
+TEST_P(Output, InAMissingDirectoryFailsTheRunAndCreatesNothing) {
     EXPECT_EQ(CaptureTo(Work(L"missing\\out.reg")), statusFailed);
     EXPECT_FALSE(Exists(Work(L"missing")));
 }
@@ -60,10 +60,10 @@ TEST_P(Output, WithoutANameFailsTheRun) {
     EXPECT_EQ(CaptureTo(L""), statusFailed);
 }
 
-// The file API takes a name of 248 characters or more only in another form.
+// From 248 characters on, the file API takes a path only with a prefix.
 class Length : public Workbench, public testing::WithParamInterface<std::tuple<Bitness, std::size_t>> {
 protected:
-    // A path of this many characters, in a folder that exists.
+    // A path of this length in a folder that exists.
     std::wstring PathOfLength(std::size_t length, const std::wstring& name) const {
         const std::size_t padding = length - Work(L"").size() - 1 - name.size();
         const std::wstring folder =
@@ -78,14 +78,14 @@ protected:
     std::size_t Characters() const { return std::get<1>(GetParam()); }
 };
 
-TEST_P(Length, OfTheOutputPlaysNoPart) {
+TEST_P(Length, OfTheOutputDoesNotMatter) {
     const std::wstring regFile = PathOfLength(Characters(), L"out.reg");
     ASSERT_EQ(regFile.size(), Characters());
     EXPECT_EQ(CaptureOf(Sample(Target(), L"plain.dll"), regFile), 0U);
     EXPECT_TRUE(Holds(regFile, Golden("plain.reg")));
 }
 
-TEST_P(Length, OfTheInputPlaysNoPart) {
+TEST_P(Length, OfTheInputDoesNotMatter) {
     const std::wstring server = PathOfLength(Characters(), L"plain.dll");
     ASSERT_EQ(server.size(), Characters());
     ASSERT_TRUE(Copy(Sample(Target(), L"plain.dll"), server));
@@ -93,7 +93,7 @@ TEST_P(Length, OfTheInputPlaysNoPart) {
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
 }
 
-TEST_P(Length, OfTheInputDoesNotKeepItsNeighbourFromBeingFound) {
+TEST_P(Length, OfTheInputDoesNotHideItsNeighbour) {
     const std::wstring server = PathOfLength(Characters(), L"neighbour.dll");
     ASSERT_TRUE(Copy(Sample(Target(), L"neighbour.dll"), server));
     ASSERT_TRUE(Copy(Sample(Target(), L"neighbourlib.dll"), ParentOf(server) + L"\\neighbourlib.dll"));
@@ -103,7 +103,7 @@ TEST_P(Length, OfTheInputDoesNotKeepItsNeighbourFromBeingFound) {
 
 class LongLine : public Workbench {};
 
-TEST_F(LongLine, OfAsManyCharactersAsALineCanHaveIsReadWhole) {
+TEST_F(LongLine, OfTheMaximumLengthIsReadCompletely) {
     constexpr std::size_t longestLine = 32'766;
     const std::wstring server = Work(std::wstring(100, L's') + L".dll");
     ASSERT_TRUE(Copy(Sample(Bitness::x64, L"plain.dll"), server));
@@ -128,10 +128,10 @@ TEST_F(LongLine, OfAsManyCharactersAsALineCanHaveIsReadWhole) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, Output, testing::Values(Bitness::x64, Bitness::x86), NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, Output, testing::ValuesIn(bothBuilds), NameOfBuild);
 
 INSTANTIATE_TEST_SUITE_P(InBothBitnesses, Length,
-                         testing::Combine(testing::Values(Bitness::x64, Bitness::x86),
+                         testing::Combine(testing::ValuesIn(bothBuilds),
                                           testing::Values(247U, 248U, 259U, 260U, 298U)),
                          [](const auto& test) {
                              const std::string target =

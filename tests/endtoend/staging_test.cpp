@@ -18,7 +18,7 @@ std::wstring HexOfUnits(const std::wstring& text) {
     return hex;
 }
 
-// The pairs of HexOfUnits in the lines of a binary value.
+// The bytes of the units as a binary value is written, in several lines.
 std::wstring HexLines(const std::wstring& text) {
     constexpr std::size_t lineLength = 25 * 3;
     const std::wstring hex = HexOfUnits(text);
@@ -44,7 +44,7 @@ std::wstring WithSlashes(std::wstring text) {
     return text;
 }
 
-// What the sample `selfpath` gives when `registered` is loaded in the place of `given`.
+// The result of the sample `selfpath` when `registered` is loaded instead of `given`.
 Bytes SelfPathDocument(const std::wstring& registered, const std::wstring& given) {
     const std::wstring folder = Doubled(ParentOf(given));
     const std::wstring file = Doubled(given);
@@ -73,11 +73,12 @@ protected:
     DWORD CaptureOf(const std::wstring& file) const {
         return Capture(GetParam().program, file, Work(L"out.reg"));
     }
-    // The staged copy's path, out of the value name of the sample `selfpath`, which nothing maps back.
+    // The staged copy's path. It stays in the result as a value name of the sample `selfpath`, since names
+    // are not mapped back.
     std::wstring StagedPath() const {
         const std::wstring text = ReadUnits(Work(L"out.reg"));
-        const std::wstring before = L"\"name ";
-        const std::size_t begin = text.find(before) + before.size();
+        const std::wstring label = L"\"name ";
+        const std::size_t begin = text.find(label) + label.size();
         std::wstring path = text.substr(begin, text.find(L"\"=", begin) - begin);
         for (std::size_t at = path.find(L"\\\\"); at != std::wstring::npos; at = path.find(L"\\\\", at + 1)) {
             path.erase(at, 1);
@@ -95,7 +96,7 @@ TEST_P(Share, AnInputOnItIsRegisteredFromACopyAndNamedAsGiven) {
     EXPECT_TRUE(Holds(Work(L"out.reg"), SelfPathDocument(StagedPath(), Unc(L"selfpath.dll"))));
 }
 
-TEST_P(Share, TheCopyLiesUnderItsOwnNameInAFolderOfTheTemporaryDirectory) {
+TEST_P(Share, TheCopyKeepsItsNameInANewFolderOfTheTemporaryDirectory) {
     ASSERT_TRUE(Put(L"selfpath.dll", L"My Server.ocx"));
     EXPECT_EQ(CaptureOf(Unc(L"My Server.ocx")), 0U);
     const std::wstring staged = StagedPath();
@@ -104,11 +105,11 @@ TEST_P(Share, TheCopyLiesUnderItsOwnNameInAFolderOfTheTemporaryDirectory) {
     EXPECT_EQ(NameOf(ParentOf(staged)).substr(0, 3), L"UNC");
 }
 
-TEST_P(Share, NothingOfTheCopyIsLeftAndTheInputStays) {
+TEST_P(Share, TheCopyIsRemovedAndTheInputStays) {
     ASSERT_TRUE(Put(L"plain.dll", L"plain.dll"));
     EXPECT_EQ(CaptureOf(Unc(L"plain.dll")), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg")));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
     EXPECT_EQ(ReadBytes(Local(L"plain.dll")), ReadBytes(Sample(GetParam().target, L"plain.dll")));
 }
 
@@ -117,7 +118,7 @@ TEST_P(Share, NeighboursAreNotCopied) {
     ASSERT_TRUE(Put(L"neighbourlib.dll", L"neighbourlib.dll"));
     EXPECT_EQ(CaptureOf(Unc(L"neighbour.dll")), statusFailed);
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    // Wine holds on to a library that failed to load, so the copy itself may still be there.
+    // Wine keeps a library open that failed to load, so the copy itself may still exist.
     for (const std::wstring& file : TemporaryFiles()) {
         EXPECT_NE(NameOf(file), L"neighbourlib.dll");
     }
@@ -127,11 +128,11 @@ TEST_P(Share, NeighboursAreNotCopied) {
 TEST_P(Share, AMissingInputFailsAndLeavesNothing) {
     EXPECT_EQ(CaptureOf(Unc(L"missing.dll")), statusFailed);
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-// The copy has no folder then, only its name.
-TEST_P(Share, WithoutATemporaryDirectoryTheCopyComesAndGoesInTheCurrentOneOverWhatIsThere) {
+// The copy then has no folder, only its name.
+TEST_P(Share, WithoutATemporaryDirectoryTheCopyReplacesAFileOfTheCurrentOneAndIsRemoved) {
     ASSERT_TRUE(Put(L"selfpath.dll", L"selfpath.dll"));
     RemoveDirectoryWithContents(TemporaryFolder());
     MakeDirectory(Work(L"current"));
@@ -139,7 +140,7 @@ TEST_P(Share, WithoutATemporaryDirectoryTheCopyComesAndGoesInTheCurrentOneOverWh
     const std::wstring line = CaptureLine(GetParam().program, Unc(L"selfpath.dll"), Work(L"out.reg"));
     EXPECT_EQ(RunLine(line, Work(L"current")), 0U);
     EXPECT_EQ(StagedPath(), Work(L"current\\selfpath.dll"));
-    EXPECT_EQ(ListTree(Work(L"current")), std::vector<std::wstring>());
+    EXPECT_EQ(ListTree(Work(L"current")), nothing);
 }
 
 TEST_P(Share, AnInputByItsLocalNameIsNotCopied) {
@@ -153,14 +154,14 @@ TEST_P(Share, AnOutputOnItIsWrittenThere) {
     EXPECT_TRUE(Holds(Local(L"out.reg"), Golden("plain.reg")));
 }
 
-TEST_P(Share, ACrashLeavesTheCopyBehind) {
+TEST_P(Share, ACrashLeavesTheCopy) {
     ASSERT_TRUE(Put(L"pausing.dll", L"pausing.dll"));
     const SharedEvent reached(L"KeyreapPausing.Reached");
     RunningProgram program(Quoted(Keyreap(GetParam().target)) + L" extreg " +
                            Pair(Unc(L"pausing.dll"), Work(L"out.reg")) + L" keyRedir");
     reached.Wait();
     program.Kill();
-    const std::vector<std::wstring> left = TemporaryFiles();
+    const Lines left = TemporaryFiles();
     ASSERT_EQ(left.size(), 2U);
     EXPECT_EQ(left[0].substr(0, 3), L"UNC");
     EXPECT_EQ(left[1], left[0] + L"pausing.dll");

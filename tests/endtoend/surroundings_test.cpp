@@ -1,4 +1,4 @@
-// What lies round a run fails it: outputs, the temporary directory, the registry, the trace log, inputs.
+// Runs whose surroundings fail: outputs, the temporary directory, the registry, the trace log, inputs.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/stops.h"
 #include "tests/endtoend/harness/ways.h"
@@ -14,38 +14,38 @@ namespace keyreap::endtoend {
 
 namespace {
 
-constexpr wchar_t plainsKey[] = L"Keyreap.Plain";
+constexpr wchar_t plainKey[] = L"Keyreap.Plain";
 
 class Surroundings : public Workbench, public testing::WithParamInterface<Way> {
 protected:
-    Surroundings() { DeleteTree(HKEY_CLASSES_ROOT, plainsKey); }
-    ~Surroundings() override { DeleteTree(HKEY_CLASSES_ROOT, plainsKey); }
+    Surroundings() { DeleteTree(HKEY_CLASSES_ROOT, plainKey); }
+    ~Surroundings() override { DeleteTree(HKEY_CLASSES_ROOT, plainKey); }
 
     std::wstring Server(const std::wstring& sample) const { return Sample(GetParam().build, sample); }
     DWORD CaptureOf(const std::wstring& file, const std::wstring& regFile) const {
         return RunLine(LineOf(GetParam(), file, regFile));
     }
     DWORD CaptureOfPlain() const { return CaptureOf(Server(L"plain.dll"), Work(L"out.reg")); }
-    static bool PlainIsLive() { return KeyExists(HKEY_CLASSES_ROOT, plainsKey); }
+    static bool PlainIsLive() { return KeyExists(HKEY_CLASSES_ROOT, plainKey); }
 };
 
 class FailingOutput : public Surroundings {
 protected:
-    // In mode `trace` the entries are in the live registry and nobody removes them: that comes after the
-    // file.
+    // In the mode `trace` the entries stay in the live registry, because they would only be removed after the
+    // file is written.
     void ExpectAFailedRun(const std::wstring& regFile) const {
         EXPECT_EQ(CaptureOf(Server(L"plain.dll"), regFile), statusFailed);
         EXPECT_EQ(PlainIsLive(), !GetParam().IsRedirected());
-        EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+        EXPECT_EQ(TemporaryFiles(), nothing);
     }
 };
 
-TEST_P(FailingOutput, OnADiskThatIsOnlyReadFailsTheRun) {
-    // One of the host's that makes no file for anybody.
+TEST_P(FailingOutput, OnAReadOnlyDiskFailsTheRun) {
+    // A file system of the host that creates no files.
     ExpectAFailedRun(L"Z:\\proc\\out.reg");
 }
 
-TEST_P(FailingOutput, ThatIsLockedStaysAsItIs) {
+TEST_P(FailingOutput, ThatIsLockedStaysUnchanged) {
     ASSERT_TRUE(WriteText(Work(L"out.reg"), "locked"));
     const LockedFile lock(Work(L"out.reg"), 0);
     ExpectAFailedRun(Work(L"out.reg"));
@@ -58,20 +58,19 @@ TEST_P(FailingOutput, ThatIsADirectoryStaysOne) {
 }
 
 TEST_P(FailingOutput, OnAFullDiskFailsTheRun) {
-    // The host's device that takes no byte.
+    // A device of the host that accepts no byte.
     ExpectAFailedRun(L"Z:\\dev\\full");
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, FailingOutput, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, FailingOutput, testing::ValuesIn(ways), NameOfWay);
 
-// Without a place for its log no trace can start.
+// A trace can't start without a place for its log.
 class MissingTemporaryDirectory : public Surroundings {
 protected:
     MissingTemporaryDirectory() { RemoveDirectoryWithContents(TemporaryFolder()); }
 };
 
-TEST_P(MissingTemporaryDirectory, LeavesTheResultOfTheRedirectionAlone) {
+TEST_P(MissingTemporaryDirectory, LeavesOnlyTheResultOfTheRedirection) {
     EXPECT_EQ(CaptureOfPlain(), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"),
                       GetParam().IsRedirected() ? Golden("plain.reg") : Document(UntouchedRoots())));
@@ -79,48 +78,47 @@ TEST_P(MissingTemporaryDirectory, LeavesTheResultOfTheRedirectionAlone) {
     EXPECT_FALSE(Exists(TemporaryFolder()));
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, MissingTemporaryDirectory, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, MissingTemporaryDirectory, testing::ValuesIn(ways), NameOfWay);
 
-// A log that is touched between the end of the capture and its replay.
-class TouchedTraceLog : public Surroundings {
+// A log that is changed between the end of the capture and its replay.
+class ChangedTraceLog : public Surroundings {
 protected:
-    TouchedTraceLog() : stops(Work(L"stops")) {}
-    ~TouchedTraceLog() override {
+    ChangedTraceLog() : stops(Work(L"stops")) {}
+    ~ChangedTraceLog() override {
         DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Stopping");
-        DeleteTree(HKEY_CURRENT_USER, stoppingsKey);
-        DeleteTree(HKEY_LOCAL_MACHINE, stoppingsKey);
+        DeleteTree(HKEY_CURRENT_USER, stoppingKey);
+        DeleteTree(HKEY_LOCAL_MACHINE, stoppingKey);
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapStopping");
     }
 
-    void CaptureAndTouch(const std::function<void(const std::wstring&)>& touch) const {
+    void CaptureAndChange(const std::function<void(const std::wstring&)>& change) const {
         stops.Hold(L"unloading");
         RunningProgram program(LineOf(GetParam(), Server(L"stopping.dll"), Work(L"out.reg")));
         stops.Await(L"unloading");
-        const std::vector<std::wstring> files = TemporaryFiles();
+        const Lines files = TemporaryFiles();
         ASSERT_EQ(files.size(), 1U);
-        touch(TemporaryFolder() + L"\\" + files.front());
+        change(TemporaryFolder() + L"\\" + files.front());
         stops.LetGo(L"unloading");
         EXPECT_EQ(program.Wait(), 0U);
     }
-    // Only what is in the log is written and removed.
+    // Only entries that the log contains are written to the result and removed.
     void ExpectNothingButAHeader() const {
         EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-        EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, stoppingsKey), !GetParam().IsRedirected());
-        EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+        EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, stoppingKey), !GetParam().IsRedirected());
+        EXPECT_EQ(TemporaryFiles(), nothing);
     }
 
-    static constexpr wchar_t stoppingsKey[] = L"Software\\KeyreapStopping";
+    static constexpr wchar_t stoppingKey[] = L"Software\\KeyreapStopping";
     Stops stops;
 };
 
-TEST_P(TouchedTraceLog, ThatIsDeletedGivesTheHeaderAlone) {
-    CaptureAndTouch([](const std::wstring& log) { EXPECT_TRUE(DeleteFileW(log.c_str())); });
+TEST_P(ChangedTraceLog, ThatIsDeletedGivesOnlyTheHeader) {
+    CaptureAndChange([](const std::wstring& log) { EXPECT_TRUE(DeleteFileW(log.c_str())); });
     ExpectNothingButAHeader();
 }
 
-TEST_P(TouchedTraceLog, ThatIsCutInItsFirstBufferGivesTheHeaderAlone) {
-    CaptureAndTouch([](const std::wstring& log) {
+TEST_P(ChangedTraceLog, ThatIsCutInItsFirstBufferGivesOnlyTheHeader) {
+    CaptureAndChange([](const std::wstring& log) {
         Bytes bytes = ReadBytes(log).value_or(Bytes());
         ASSERT_GT(bytes.size(), 1000U);
         bytes.resize(1000);
@@ -129,19 +127,17 @@ TEST_P(TouchedTraceLog, ThatIsCutInItsFirstBufferGivesTheHeaderAlone) {
     ExpectNothingButAHeader();
 }
 
-TEST_P(TouchedTraceLog, ThatIsEmptiedGivesTheHeaderAlone) {
-    CaptureAndTouch([](const std::wstring& log) { EXPECT_TRUE(WriteText(log, "")); });
+TEST_P(ChangedTraceLog, ThatIsEmptiedGivesOnlyTheHeader) {
+    CaptureAndChange([](const std::wstring& log) { EXPECT_TRUE(WriteText(log, "")); });
     ExpectNothingButAHeader();
 }
 
-INSTANTIATE_TEST_SUITE_P(InModesThatTrace, TouchedTraceLog,
-                         testing::Values(ways[1], ways[2], ways[4], ways[5]),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InModesThatTrace, ChangedTraceLog, testing::ValuesIn(waysThatTrace), NameOfWay);
 
-// A key with an access list that lets nobody but its owner change anything, and him only the list.
+// A key whose access list lets nobody write. Only the owner can change the list itself.
 class DeniedKey {
 public:
-    explicit DeniedKey(const std::wstring& keyPath) : path(keyPath) {
+    explicit DeniedKey(const std::wstring& path) : path(path) {
         CreateKey(HKEY_CURRENT_USER, path);
         SetAccess(KEY_READ);
     }
@@ -173,7 +169,7 @@ private:
 
 class DeniedTemporaryKey : public Surroundings {};
 
-// The root then stays as it is, and what the target writes there is seen by a trace alone.
+// The root is not redirected then, and only a trace sees what the target writes there.
 TEST_P(DeniedTemporaryKey, LeavesItsRootToTheLiveRegistry) {
     {
         const DeniedKey denied(std::wstring(temporaryKey) + L"\\HKCR");
@@ -184,19 +180,18 @@ TEST_P(DeniedTemporaryKey, LeavesItsRootToTheLiveRegistry) {
     EXPECT_EQ(PlainIsLive(), !GetParam().IsTraced());
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, DeniedTemporaryKey, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, DeniedTemporaryKey, testing::ValuesIn(ways), NameOfWay);
 
 class FailingInput : public Surroundings {
 protected:
     void ExpectAFailedRun(const std::wstring& file) const {
         EXPECT_EQ(CaptureOf(file, Work(L"out.reg")), statusFailed);
         EXPECT_FALSE(Exists(Work(L"out.reg")));
-        EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+        EXPECT_EQ(TemporaryFiles(), nothing);
     }
 };
 
-TEST_P(FailingInput, OfNoByteOrOneFailsTheRun) {
+TEST_P(FailingInput, OfZeroOrOneByteFailsTheRun) {
     for (const char* text : {"", "M", "\x7f"}) {
         ASSERT_TRUE(WriteText(Work(L"in.dll"), text));
         ExpectAFailedRun(Work(L"in.dll"));
@@ -208,7 +203,7 @@ TEST_P(FailingInput, ThatIsADirectoryFailsTheRun) {
     ExpectAFailedRun(Work(L"in.dll"));
 }
 
-// A pipe that takes every caller and hangs up on him, as long as the object lives.
+// A pipe that accepts every client and disconnects it at once, as long as the object lives.
 class Pipe {
 public:
     Pipe() : server([this] { Serve(); }) {
@@ -217,7 +212,7 @@ public:
     Pipe(const Pipe&) = delete;
     Pipe& operator=(const Pipe&) = delete;
     ~Pipe() {
-        ends = true;
+        isEnding = true;
         CloseHandle(CreateFileW(name, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
         server.join();
     }
@@ -226,7 +221,7 @@ public:
 
 private:
     void Serve() {
-        while (!ends) {
+        while (!isEnding) {
             const HANDLE pipe = CreateNamedPipeW(name, PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE,
                                                  PIPE_UNLIMITED_INSTANCES, 0, 0, 0, nullptr);
             isOpen = true;
@@ -235,7 +230,7 @@ private:
         }
     }
 
-    std::atomic<bool> ends = false;
+    std::atomic<bool> isEnding = false;
     std::atomic<bool> isOpen = false;
     std::thread server;
 };
@@ -245,7 +240,7 @@ TEST_P(FailingInput, ThatIsAPipeFailsTheRun) {
     ExpectAFailedRun(Pipe::name);
 }
 
-TEST_P(FailingInput, ThatVanishesAfterItWasSortedFailsTheRunBehindThePairsBeforeIt) {
+TEST_P(FailingInput, ThatDisappearsAfterItWasClassifiedFailsTheRunAfterTheEarlierPairs) {
     const Stops stops(Work(L"stops"));
     stops.Hold(L"loading");
     ASSERT_TRUE(Copy(Server(L"plain.dll"), Work(L"vanishing.dll")));
@@ -257,14 +252,11 @@ TEST_P(FailingInput, ThatVanishesAfterItWasSortedFailsTheRunBehindThePairsBefore
     ASSERT_TRUE(DeleteFileW(Work(L"vanishing.dll").c_str()));
     stops.LetGo(L"loading");
     EXPECT_EQ(program.Wait(), statusFailed);
-    EXPECT_TRUE(Exists(Work(L"first.reg")));
-    EXPECT_FALSE(Exists(Work(L"out.reg")));
-    EXPECT_FALSE(Exists(Work(L"third.reg")));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(RegFiles(), Lines{L"first.reg"});
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-INSTANTIATE_TEST_SUITE_P(InEveryMode, FailingInput, testing::ValuesIn(ways),
-                         [](const auto& test) { return NameOfWay(test.param); });
+INSTANTIATE_TEST_SUITE_P(InEveryMode, FailingInput, testing::ValuesIn(ways), NameOfWay);
 
 } // namespace
 

@@ -1,5 +1,5 @@
 // Servers that are loaded and register themselves, captured in the default mode where a trace can be started:
-// they write to the temporary tree, and the trace of that is the result.
+// they write to the temporary tree, and the trace of these writes gives the result.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -12,8 +12,8 @@ namespace {
 
 using TracedByDefault = TracedSession;
 
-// The keys of a file with what stands below them, in an order of their own. The default mode collects the
-// keys by where they were redirected to, and the order of these places has no meaning.
+// The keys of a file with their values, sorted. The default mode collects the keys in the order of the places
+// that they were redirected to, which is not fixed.
 std::vector<std::wstring> SortedKeys(const std::wstring& text) {
     std::vector<std::wstring> keys;
     const std::wstring begin = L"\r\n[HKEY_";

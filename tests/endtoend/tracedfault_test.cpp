@@ -1,4 +1,4 @@
-// A target that faults where a trace has begun: what its end leaves, in each mode that traces.
+// A target that faults during a trace: what the run leaves, in each mode that traces.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -12,9 +12,9 @@ class TracedFault : public TracedSession {
 protected:
     ~TracedFault() override { DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Fault"); }
 
-    // With the keys of one root the default mode's order is that of `trace`.
-    void ExpectAGoodNextRun(const wchar_t* mode) const {
-        const std::vector<std::wstring> files = TemporaryFiles();
+    // With keys of only one root the default mode has the same order as `trace`.
+    void ExpectNextRunToSucceed(const wchar_t* mode) const {
+        const Lines files = TemporaryFiles();
         EXPECT_EQ(Trace(L"plain.dll", mode), 0U);
         EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
         EXPECT_EQ(TemporaryFiles(), files);
@@ -32,7 +32,7 @@ TEST_P(TracedFault, InTraceLeavesItsEntryInTheLiveRegistryForGood) {
                                        tree + L"\\HKU", liveEntry}));
     EXPECT_TRUE(LeftATraceLog());
 
-    ExpectAGoodNextRun(L"trace");
+    ExpectNextRunToSucceed(L"trace");
     EXPECT_EQ(before.Changes(), Lines{liveEntry});
 }
 
@@ -45,7 +45,7 @@ TEST_P(TracedFault, InTheDefaultModeLeavesItsEntryInTheTreeThatTheNextRunRemoves
                                        tree + L"\\HKLM\\Software\\Classes", tree + L"\\HKU"}));
     EXPECT_TRUE(LeftATraceLog());
 
-    ExpectAGoodNextRun(L"");
+    ExpectNextRunToSucceed(L"");
     EXPECT_EQ(before.Changes(), nothing);
 }
 

@@ -1,4 +1,4 @@
-// Runs while another session of the logger runs: only one of a name can be, in the whole prefix.
+// Runs while another session of the logger exists: a prefix has only one of this name at a time.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -6,12 +6,12 @@ namespace keyreap::endtoend {
 
 namespace {
 
-// The other session is a capture that waits in its target, each build's in turn.
+// The other session belongs to a capture by the other build, which waits in its target.
 class TakenLogger : public TracedSession {
 protected:
     TakenLogger()
-        : owner(Quoted(Keyreap(OwnersBuild())) + L" extreg " +
-                Pair(Sample(OwnersBuild(), L"pausing.dll"), Work(L"owner.reg")) + L" trace") {
+        : owner(Quoted(Keyreap(OwnerBuild())) + L" extreg " +
+                Pair(Sample(OwnerBuild(), L"pausing.dll"), Work(L"owner.reg")) + L" trace") {
         reached.Wait();
     }
     ~TakenLogger() override {
@@ -27,8 +27,8 @@ protected:
         }
     }
 
-    static Bitness OwnersBuild() { return GetParam().program == Bitness::x64 ? Bitness::x86 : Bitness::x64; }
-    void LetTheOwnerGoOn() {
+    static Bitness OwnerBuild() { return GetParam().program == Bitness::x64 ? Bitness::x86 : Bitness::x64; }
+    void LetTheOwnerContinue() {
         goOn.Set();
         EXPECT_EQ(owner.Wait(), 0U);
         EXPECT_TRUE(Holds(Work(L"owner.reg"), Golden("pausing-traced.reg")));
@@ -45,26 +45,26 @@ TEST_P(TakenLogger, LeavesBothTheResultOfTheRedirection) {
         EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain.reg"))) << mode;
         EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Plain")) << mode;
     }
-    LetTheOwnerGoOn();
+    LetTheOwnerContinue();
 }
 
-TEST_P(TakenLogger, LeavesTraceEmptyRootsAndTheEntriesInTheLiveRegistry) {
+TEST_P(TakenLogger, LeavesTraceEmptyRootsAndEntriesInTheLiveRegistry) {
     EXPECT_EQ(Trace(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots())));
     EXPECT_EQ(ReadTree(HKEY_CLASSES_ROOT, L"Keyreap.Plain"),
               (RegistryTree{{L"", {{L"", TextValue(L"plain")}}}}));
-    LetTheOwnerGoOn();
+    LetTheOwnerContinue();
 }
 
 TEST_P(TakenLogger, LeavesAProgramEmptyRootsToo) {
     EXPECT_EQ(Trace(L"family.exe"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots())));
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapFamily\\After"));
-    LetTheOwnerGoOn();
+    LetTheOwnerContinue();
 }
 
 TEST_P(TakenLogger, IsFreeWhenItsOwnerHasEnded) {
-    LetTheOwnerGoOn();
+    LetTheOwnerContinue();
     EXPECT_EQ(Trace(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
 }
@@ -76,16 +76,16 @@ TEST_P(TakenLogger, IsFreeWhenItsOwnerWasKilled) {
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
 }
 
-// The pair that could not be traced does not keep the next one from it.
-TEST_P(TakenLogger, IsAskedForAnewByEachPair) {
-    SharedEvent stayerMayEnd(L"KeyreapStaying.End");
-    const SharedEvent stays(L"KeyreapStaying.Started");
+// A pair that could not be traced does not prevent the trace of the next one.
+TEST_P(TakenLogger, IsRequestedAgainByEachPair) {
+    SharedEvent mayEnd(L"KeyreapStaying.End");
+    const SharedEvent started(L"KeyreapStaying.Started");
     const std::wstring pairs = Pair(Target(L"staying.exe"), Work(L"first.reg")) + L" " +
                                Pair(Target(L"plain.dll"), Work(L"out.reg"));
     RunningProgram run(Quoted(Keyreap(GetParam().program)) + L" extreg " + pairs + L" trace");
-    stays.Wait();
-    LetTheOwnerGoOn();
-    stayerMayEnd.Set();
+    started.Wait();
+    LetTheOwnerContinue();
+    mayEnd.Set();
     EXPECT_EQ(run.Wait(), 0U);
     EXPECT_TRUE(Holds(Work(L"first.reg"), Document(UntouchedRoots())));
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));

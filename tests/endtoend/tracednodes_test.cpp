@@ -1,5 +1,5 @@
-// Servers that use Wow6432Node as a name, captured with a trace: to that, a key and the one of the same name
-// below Wow6432Node are one key, which is looked for where the plain name is.
+// Servers that use Wow6432Node as a name, captured with a trace. The trace takes a key and the key of the
+// same name below Wow6432Node for one key, and looks for its values under the plain name.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -30,7 +30,7 @@ protected:
         return RunKeyreap(GetParam().program, L"extreg " + Pair(Target(first), Work(L"first.reg")) + L" " +
                                                   Pair(Target(second), Work(L"second.reg")) + L" " + mode);
     }
-    // The two keys in either order, since the places that they were redirected to have none.
+    // The two keys in either order, since the order of the places that they were redirected to is not fixed.
     testing::AssertionResult HoldsKeys(const std::wstring& file, const std::wstring& one,
                                        const std::wstring& other) const {
         const testing::AssertionResult inOrder = Holds(Work(file), Document(one + other));
@@ -44,7 +44,7 @@ TEST_P(TracedNodes, GiveThePlainKeysDataByDefaultAndAFillerForWhatIsOnlyBelowThe
                           settingsKey + L"@=\"plain\"\r\n\"name\"=\"" + filler + L"\"\r\n"));
 }
 
-TEST_P(TracedNodes, LeaveNothingByDefaultToTheNextPairTheRegistryOrTheTree) {
+TEST_P(TracedNodes, LeaveNothingByDefaultForTheNextPairTheRegistryOrTheTree) {
     for (const wchar_t* name : {L"plainfirst.dll", L"nodesfirst.dll"}) {
         const SavedRegistry before;
         EXPECT_EQ(TraceInOneRun(name, L"plain.dll", L"both"), 0U) << name;
@@ -55,9 +55,9 @@ TEST_P(TracedNodes, LeaveNothingByDefaultToTheNextPairTheRegistryOrTheTree) {
     }
 }
 
-// To a 32-bit server both names are one key of the live registry. A 64-bit one has two: what it wrote below
-// the node stays, as whatever a server writes to the other view does.
-TEST_P(TracedNodes, OfTheLiveRegistryAreThePlainKeysOf32BitServersAlone) {
+// For a 32-bit server both names are one key of the live registry. For a 64-bit one they are two keys, and
+// its entries below the node stay, as all entries in the other view do.
+TEST_P(TracedNodes, OfTheLiveRegistryAreThePlainKeysOnlyOf32BitServers) {
     const SavedRegistry before;
     const std::wstring data = Is32Bit() ? L"@=\"explicit\"\r\n" : L"@=\"plain\"\r\n";
     const std::wstring ofName = L"\"name\"=\"" + (Is32Bit() ? L"alone" : filler) + L"\"\r\n";
@@ -67,10 +67,10 @@ TEST_P(TracedNodes, OfTheLiveRegistryAreThePlainKeysOf32BitServersAlone) {
     EXPECT_EQ(before.Changes(), Is32Bit() ? nothing : keysBelowTheNodes);
 }
 
-TEST_P(TracedNodes, Of64BitServersDoNotReachTheCompanionByDefault) {
+TEST_P(TracedNodes, Of64BitServersDoNotAffectTheCompanionByDefault) {
     for (const wchar_t* name : {L"plainfirst.dll", L"nodesfirst.dll"}) {
         // As on a machine where the program never ran: the tree stays for the companion's session to clear.
-        DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+        ForgetEarlierRuns();
         EXPECT_EQ(RunKeyreap(Bitness::x64, L"extreg " + Pair(Sample(Bitness::x64, name), Work(L"x64.reg")) +
                                                L" " + Pair(Target(L"plain.dll"), Work(L"second.reg")) +
                                                L" both"),

@@ -1,5 +1,5 @@
-// Programs that register themselves, in a session whose registry events can be traced: what comes out, and
-// the exact registry behind it.
+// Programs that register themselves, in a session whose registry events can be traced: the result, and the
+// exact registry afterwards.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -7,16 +7,16 @@ namespace keyreap::endtoend {
 
 namespace {
 
-constexpr wchar_t writersKey[] = L"Software\\KeyreapWriting";
-constexpr wchar_t startersKey[] = L"Software\\KeyreapStarting";
+constexpr wchar_t writingKey[] = L"Software\\KeyreapWriting";
+constexpr wchar_t startingKey[] = L"Software\\KeyreapStarting";
 
 class TracedProgram : public TracedSession {
 protected:
     ~TracedProgram() override {
-        DeleteTree(HKEY_CURRENT_USER, writersKey);
+        DeleteTree(HKEY_CURRENT_USER, writingKey);
         DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");
-        DeleteTree(HKEY_CURRENT_USER, startersKey);
-        DeleteTree(HKEY_LOCAL_MACHINE, startersKey);
+        DeleteTree(HKEY_CURRENT_USER, startingKey);
+        DeleteTree(HKEY_LOCAL_MACHINE, startingKey);
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapStarting");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Keyreap.Starting");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\KeyreapChild");
@@ -27,36 +27,27 @@ protected:
     std::wstring Software() const { return Is32Bit() ? L"HKLM\\Software\\Wow6432Node" : L"HKLM\\Software"; }
 };
 
-TEST_P(TracedProgram, ThatDoesNothingGivesTheHeaderAndLeavesTheRegistryAsItWas) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"empty.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, ThatDoesNothingGivesTheHeaderAndLeavesTheRegistryUnchanged) {
+    ExpectCapture(L"empty.exe", L"trace", Document(L""));
 }
 
-TEST_P(TracedProgram, ThatDoesNothingButImportTheSystemsModulesGivesTheHeaderAndLeavesTheRegistryAsItWas) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"importing.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, ThatOnlyImportsModulesOfTheSystemGivesTheHeaderAndLeavesTheRegistryUnchanged) {
+    ExpectCapture(L"importing.exe", L"trace", Document(L""));
 }
 
-TEST_P(TracedProgram, GivesWhatItsOwnLibraryWroteAheadOfTheEntryPointAndLeavesNothingOfIt) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"starting.exe"), 0U);
-    EXPECT_TRUE(
-        Holds(Work(L"out.reg"), Document(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting]\r\n"
-                                         L"\"DllMain\"=\"attached\"\r\n"
-                                         L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting\\Empty]\r\n"
-                                         L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapStarting]\r\n"
-                                         L"\"static constructor\"=\"constructed\"\r\n"
-                                         L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Starting\\CLSID]\r\n"
-                                         L"@=\"{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D23}\"\r\n")));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, GivesWhatItsOwnLibraryWroteBeforeTheEntryPointAndLeavesNothingOfIt) {
+    ExpectCapture(L"starting.exe", L"trace",
+                  Document(L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting]\r\n"
+                           L"\"DllMain\"=\"attached\"\r\n"
+                           L"\r\n[HKEY_LOCAL_MACHINE\\Software\\KeyreapStarting\\Empty]\r\n"
+                           L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapStarting]\r\n"
+                           L"\"static constructor\"=\"constructed\"\r\n"
+                           L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Starting\\CLSID]\r\n"
+                           L"@=\"{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D23}\"\r\n"));
 }
 
-// Once is the system's, and once is the library's.
-TEST_P(TracedProgram, WhoseLibraryRepeatsWhatTheSystemWritesAtEachStartKeepsIt) {
+// The first write of a start is the system's, the second one is the library's.
+TEST_P(TracedProgram, WhoseLibraryRepeatsWhatTheSystemWritesAtEachStartGivesIt) {
     const std::wstring key = L"System\\CurrentControlSet\\Control\\TimeZoneInformation";
     const RegistryTree before = ReadTree(HKEY_LOCAL_MACHINE, key);
     EXPECT_EQ(Trace(L"repeating.exe"), 0U);
@@ -67,33 +58,23 @@ TEST_P(TracedProgram, WhoseLibraryRepeatsWhatTheSystemWritesAtEachStartKeepsIt) 
 }
 
 TEST_P(TracedProgram, ThatIgnoresTheSwitchAndReadsGivesTheHeader) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"reading.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-    EXPECT_EQ(before.Changes(), nothing);
+    ExpectCapture(L"reading.exe", L"trace", Document(L""));
 }
 
-TEST_P(TracedProgram, ThatShowsAWindowGivesTheHeaderAndLeavesTheRegistryAsItWas) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"windowed.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, ThatShowsAWindowGivesTheHeaderAndLeavesTheRegistryUnchanged) {
+    ExpectCapture(L"windowed.exe", L"trace", Document(L""));
 }
 
-TEST_P(TracedProgram, GivesWhatItWroteAndLeavesNothingOfItBehind) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"writing.exe"), 0U);
-    EXPECT_TRUE(
-        Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, GivesWhatItWroteAndLeavesNothingOfIt) {
+    ExpectCapture(L"writing.exe", L"trace", Golden("writing-traced.reg", PathsOf(Target(L"writing.exe"))));
     EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(TracedProgram, IsTracedWhateverTheMode) {
+TEST_P(TracedProgram, IsTracedInEveryMode) {
+    const Bytes result = Golden("writing-traced.reg", PathsOf(Target(L"writing.exe")));
     for (const wchar_t* mode : {L"keyRedir", L"both", L""}) {
         EXPECT_EQ(Trace(L"writing.exe", mode), 0U) << mode;
-        EXPECT_TRUE(
-            Holds(Work(L"out.reg"), Golden("writing-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
+        EXPECT_TRUE(Holds(Work(L"out.reg"), result)) << mode;
     }
 }
 
@@ -104,10 +85,10 @@ TEST_P(TracedProgram, GivesTheSameBytesEachTime) {
     EXPECT_EQ(ReadBytes(Work(L"out.reg")), first);
 }
 
-// What a removal costs a machine that had some of the keys before: values that were overwritten or deleted,
-// and keys without subkeys in which something was written, with all their neighbours.
-TEST_P(TracedProgram, TakesOverwrittenAndDeletedValuesAndNeighboursOfLeafKeysWithIt) {
-    const std::wstring key = writersKey;
+// A machine that already had some of the keys loses by the removal: values that were overwritten or deleted,
+// and keys without subkeys in which a value was written, with all their other values.
+TEST_P(TracedProgram, LosesOverwrittenAndDeletedValuesAndTheirNeighboursInLeafKeys) {
+    const std::wstring key = writingKey;
     SetText(HKEY_CURRENT_USER, key, L"overwritten", L"before");
     SetText(HKEY_CURRENT_USER, key, L"deleted", L"before");
     SetText(HKEY_CURRENT_USER, key, L"neighbour", L"stays, for the key has a subkey that stays");
@@ -117,71 +98,59 @@ TEST_P(TracedProgram, TakesOverwrittenAndDeletedValuesAndNeighboursOfLeafKeysWit
     SetText(HKEY_CURRENT_USER, key + L"\\Value deleted", L"neighbour", L"lost");
     SetText(HKEY_CURRENT_USER, key + L"\\Parent", L"neighbour", L"lost with the last subkey");
     SetText(HKEY_CURRENT_USER, key + L"\\Only opened", L"neighbour", L"lost, for the key counts as made");
-    const SavedRegistry before;
-
-    EXPECT_EQ(Trace(L"writing.exe"), 0U);
-
-    EXPECT_TRUE(
-        Holds(Work(L"out.reg"), Golden("writing_over-traced.reg", {{L"{MODULE}", Target(L"writing.exe")}})));
     const std::wstring shown = L" HKCU\\" + key;
-    EXPECT_EQ(before.Changes(), (Lines{
-                                    L"-" + shown + L"\\Deleted",
-                                    L"-" + shown + L"\\Only opened",
-                                    L"-" + shown + L"\\Parent",
-                                    L"-" + shown + L"\\Value deleted",
-                                    L"!" + shown + L" [deleted]",
-                                    L"!" + shown + L" [overwritten]",
-                                }));
+    ExpectCapture(L"writing.exe", L"trace",
+                  Golden("writing_over-traced.reg", PathsOf(Target(L"writing.exe"))),
+                  {
+                      L"-" + shown + L"\\Deleted",
+                      L"-" + shown + L"\\Only opened",
+                      L"-" + shown + L"\\Parent",
+                      L"-" + shown + L"\\Value deleted",
+                      L"!" + shown + L" [deleted]",
+                      L"!" + shown + L" [overwritten]",
+                  });
     EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, key),
               (RegistryTree{{L"", {{L"neighbour", TextValue(L"stays, for the key has a subkey that stays")}}},
                             {L"Stays", {{L"", TextValue(L"untouched")}}}}));
 }
 
-TEST_P(TracedProgram, AnswersForItselfAndNotForItsChild) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"family.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("family-traced.reg")));
-    // The key that both wrote to goes as a whole, with what the child wrote there.
-    EXPECT_EQ(before.Changes(), (Lines{
-                                    L"+ HKCU\\Software\\KeyreapFamily",
-                                    L"+ HKCU\\Software\\KeyreapFamily\\Child",
-                                    L"+ " + Software() + L"\\KeyreapChild",
-                                }));
+TEST_P(TracedProgram, GivesItsOwnEntriesAndNotThoseOfItsChild) {
+    // The key that both wrote to is removed as a whole, with the child's value.
+    ExpectCapture(L"family.exe", L"trace", Golden("family-traced.reg"),
+                  {
+                      L"+ HKCU\\Software\\KeyreapFamily",
+                      L"+ HKCU\\Software\\KeyreapFamily\\Child",
+                      L"+ " + Software() + L"\\KeyreapChild",
+                  });
     EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily"),
               (RegistryTree{{L"", {}}, {L"Child", {{L"", TextValue(L"the child's")}}}}));
 }
 
-TEST_P(TracedProgram, IsFollowedThroughEveryKindOfHandle) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"handles.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("handles-traced.reg")));
-    EXPECT_EQ(before.Changes(), nothing);
+TEST_P(TracedProgram, IsTrackedThroughEveryKindOfHandle) {
+    ExpectCapture(L"handles.exe", L"trace", Golden("handles-traced.reg"));
 }
 
 TEST_P(TracedProgram, ThatWritesToTheOtherViewGivesFillersAndLeavesThoseKeys) {
     const std::wstring other = Is32Bit() ? L"" : L"Wow6432Node\\";
     const std::wstring classId = L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D22}";
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"otherview.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("otherview-traced.reg")));
-    EXPECT_EQ(before.Changes(), (Lines{
-                                    L"+ HKLM\\Software\\Classes\\" + other + classId,
-                                    L"+ HKLM\\Software\\" + other + L"KeyreapBothViews",
-                                    L"+ HKLM\\Software\\" + other + L"KeyreapOtherEmpty",
-                                    L"+ HKLM\\Software\\" + other + L"KeyreapOtherView",
-                                }));
+    ExpectCapture(L"otherview.exe", L"trace", Golden("otherview-traced.reg"),
+                  {
+                      L"+ HKLM\\Software\\Classes\\" + other + classId,
+                      L"+ HKLM\\Software\\" + other + L"KeyreapBothViews",
+                      L"+ HKLM\\Software\\" + other + L"KeyreapOtherEmpty",
+                      L"+ HKLM\\Software\\" + other + L"KeyreapOtherView",
+                  });
     EXPECT_EQ(
         ReadTree(HKEY_LOCAL_MACHINE, L"Software\\" + other + L"KeyreapBothViews"),
         (RegistryTree{
             {L"", {{L"in both", TextValue(L"other view")}, {L"in the other", TextValue(L"other view")}}}}));
-    // Now another value is found where the first run found none.
     for (const wchar_t* name : {L"KeyreapBothViews", L"KeyreapOtherEmpty", L"KeyreapOtherView"}) {
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\" + other + name);
     }
     DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + other + classId);
 }
 
-// The value that is read, and taken away, is the one that the program would see without the flag.
+// The trace reads and removes the value that the program would see without the flag for the other view.
 TEST_P(TracedProgram, ThatWritesToTheOtherViewCostsItsOwnViewTheValueOfTheSameName) {
     const std::wstring own =
         Is32Bit() ? L"Software\\Wow6432Node\\KeyreapOtherView" : L"Software\\KeyreapOtherView";
@@ -203,38 +172,35 @@ TEST_P(TracedProgram, ThatWritesToTheOtherViewCostsItsOwnViewTheValueOfTheSameNa
     }
 }
 
-TEST_P(TracedProgram, ThatMakesKeysOfTheControlSetAloneGivesTheHeaderAndLeavesThem) {
+TEST_P(TracedProgram, ThatCreatesOnlyKeysOfTheControlSetGivesTheHeaderAndLeavesThem) {
     const std::wstring key = L"System\\CurrentControlSet\\Services\\KeyreapServices";
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"services.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Document(L"")));
-    EXPECT_EQ(before.Changes(), (Lines{L"+ HKLM\\" + key}));
+    ExpectCapture(L"services.exe", L"trace", Document(L""), {L"+ HKLM\\" + key});
     DeleteTree(HKEY_LOCAL_MACHINE, key);
 }
 
-// What was done under a number counts as done to the current set, and takes the place of what really was done
-// there. Under Wine the two are different keys, so nothing is found where the value is looked for.
+// A write to a numbered control set counts as one to the current set, and replaces real writes there. Under
+// Wine the two are different keys, so the value is not found and the result has a filler.
 TEST_P(TracedProgram, ThatWritesToANumberedControlSetIsReadInTheCurrentOne) {
     const std::wstring numbered = L"System\\ControlSet001";
     const std::wstring current = L"System\\CurrentControlSet\\Services\\KeyreapServices";
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"numbered.exe"), 0U);
     const std::wstring shown = L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\KeyreapNumbered";
-    EXPECT_TRUE(Holds(Work(L"out.reg"),
-                      Document(L"\r\n[" + shown + L"]\r\n@=\"" + std::wstring(10, L'\x5555') + L"\"\r\n")));
-    EXPECT_EQ(before.Changes(), (Lines{L"+ HKLM\\" + numbered, L"+ HKLM\\" + numbered + L"\\Services",
-                                       L"+ HKLM\\" + numbered + L"\\Services\\KeyreapNumbered",
-                                       L"+ HKLM\\" + current, L"+ HKLM\\" + current + L"\\Empty"}));
+    ExpectCapture(L"numbered.exe", L"trace",
+                  Document(L"\r\n[" + shown + L"]\r\n@=\"" + std::wstring(10, L'\x5555') + L"\"\r\n"),
+                  {
+                      L"+ HKLM\\" + numbered,
+                      L"+ HKLM\\" + numbered + L"\\Services",
+                      L"+ HKLM\\" + numbered + L"\\Services\\KeyreapNumbered",
+                      L"+ HKLM\\" + current,
+                      L"+ HKLM\\" + current + L"\\Empty",
+                  });
     DeleteTree(HKEY_LOCAL_MACHINE, numbered);
     DeleteTree(HKEY_LOCAL_MACHINE, current);
 }
 
 TEST_P(TracedProgram, WithATypeLibraryGivesBothUnderTheProgramsName) {
     const std::wstring program = Target(L"typelibone.exe");
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"typelibone.exe"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden(OwnGolden("typelibone-traced"), PathsOf(program))));
-    EXPECT_EQ(before.Changes(), InterfaceOfTheOtherView());
+    ExpectCapture(L"typelibone.exe", L"trace", Golden(OwnGolden("typelibone-traced"), PathsOf(program)),
+                  InterfaceOfTheOtherView());
     EXPECT_EQ(TemporaryFiles(), nothing);
 }
 

@@ -1,5 +1,5 @@
-// A server that renames a key. A redirected tree shows what became of it; no event of a trace says it, and so
-// the values that were set before are looked for under the name that they were set by.
+// A server that renames keys. A redirected tree contains the renamed key. A trace has no event for a
+// renaming, so it looks for the values that were set before under the old name.
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/tracedsession.h"
 
@@ -7,35 +7,27 @@ namespace keyreap::endtoend {
 
 namespace {
 
-constexpr wchar_t renamingsKey[] = L"Software\\KeyreapRenaming";
+constexpr wchar_t renamingKey[] = L"Software\\KeyreapRenaming";
 
 class RenamedKey : public TracedSession {
 protected:
-    ~RenamedKey() override { DeleteTree(HKEY_CURRENT_USER, renamingsKey); }
+    ~RenamedKey() override { DeleteTree(HKEY_CURRENT_USER, renamingKey); }
 };
 
 TEST_P(RenamedKey, HasItsNewNameAndAllItsValuesInAHarvest) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"renaming.dll", L"keyRedir"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("renaming.reg")));
-    EXPECT_EQ(before.Changes(), nothing);
+    ExpectCapture(L"renaming.dll", L"keyRedir", Golden("renaming.reg"));
 }
 
 TEST_P(RenamedKey, GivesFillersUnderItsOldNameInTheDefaultMode) {
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"renaming.dll", L"both"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("renaming-traced.reg")));
-    EXPECT_EQ(before.Changes(), nothing);
+    ExpectCapture(L"renaming.dll", L"both", Golden("renaming-traced.reg"));
 }
 
-// Taking out what was set later takes the key that it lies in, with what was set before.
+// The removal of a value that was set later removes its whole key, with the values that were set before.
 TEST_P(RenamedKey, GivesFillersUnderItsOldNameInATraceAndStaysUnderTheNewOneIfNothingWasSetLater) {
-    const std::wstring key = std::wstring(L"+ HKCU\\") + renamingsKey;
-    const SavedRegistry before;
-    EXPECT_EQ(Trace(L"renaming.dll", L"trace"), 0U);
-    EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("renaming-traced.reg")));
-    EXPECT_EQ(before.Changes(), (Lines{key, key + L"\\New, empty", key + L"\\New, left alone"}));
-    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, renamingsKey),
+    const std::wstring key = std::wstring(L"+ HKCU\\") + renamingKey;
+    ExpectCapture(L"renaming.dll", L"trace", Golden("renaming-traced.reg"),
+                  {key, key + L"\\New, empty", key + L"\\New, left alone"});
+    EXPECT_EQ(ReadTree(HKEY_CURRENT_USER, renamingKey),
               (RegistryTree{
                   {L"", {}},
                   {L"New, empty", {}},
@@ -44,7 +36,7 @@ TEST_P(RenamedKey, GivesFillersUnderItsOldNameInATraceAndStaysUnderTheNewOneIfNo
 }
 
 TEST_P(RenamedKey, ThatWasThereBeforeIsNotInATraceAndStaysUnderItsNewName) {
-    const std::wstring key = renamingsKey;
+    const std::wstring key = renamingKey;
     SetText(HKEY_CURRENT_USER, key + L"\\There before", L"value", L"of before");
     EXPECT_EQ(Trace(L"renaming.dll", L"trace"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("renaming-traced.reg")));

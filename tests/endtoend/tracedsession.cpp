@@ -4,7 +4,7 @@
 
 namespace keyreap::endtoend {
 
-// What a host does once, when the first programs of a session start, is not to count.
+// Wine changes the registry when the first programs of a session start. That must not count in the tests.
 void TracedSession::SetUpTestSuite() {
     for (const Route& route : routes) {
         RunLine(Quoted(Keyreap(route.program)) + L" extreg " +
@@ -12,14 +12,14 @@ void TracedSession::SetUpTestSuite() {
     }
 }
 
-// A first run leaves its temporary tree behind; what later ones change is theirs.
+// Only a first run leaves its temporary tree. With this key no run is a first one.
 TracedSession::TracedSession() {
     CreateKey(HKEY_CURRENT_USER, productKey);
 }
 
 TracedSession::~TracedSession() {
     for (const wchar_t* classes : {L"Software\\Classes\\", L"Software\\Classes\\Wow6432Node\\"}) {
-        DeleteTree(HKEY_LOCAL_MACHINE, std::wstring(classes) + calculatorsInterface);
+        DeleteTree(HKEY_LOCAL_MACHINE, std::wstring(classes) + calculatorInterface);
     }
 }
 
@@ -31,9 +31,17 @@ DWORD TracedSession::Trace(const std::wstring& name, const wchar_t* mode) const 
     return RunKeyreap(GetParam().program, L"extreg " + Pair(Target(name), Work(L"out.reg")) + L" " + mode);
 }
 
+void TracedSession::ExpectCapture(const std::wstring& name, const wchar_t* mode, const Bytes& result,
+                                  const Lines& changes) const {
+    const SavedRegistry before;
+    EXPECT_EQ(Trace(name, mode), 0U) << name << ' ' << mode;
+    EXPECT_TRUE(Holds(Work(L"out.reg"), result)) << name << ' ' << mode;
+    EXPECT_EQ(before.Changes(), changes) << name << ' ' << mode;
+}
+
 Lines TracedSession::InterfaceOfTheOtherView() const {
     const std::wstring view = Is32Bit() ? L"" : L"Wow6432Node\\";
-    const std::wstring key = L"+ HKLM\\Software\\Classes\\" + view + calculatorsInterface;
+    const std::wstring key = L"+ HKLM\\Software\\Classes\\" + view + calculatorInterface;
     return {key, key + L"\\ProxyStubClsid", key + L"\\ProxyStubClsid32", key + L"\\TypeLib"};
 }
 

@@ -6,7 +6,7 @@ namespace keyreap::endtoend {
 
 namespace {
 
-// A type library is no 64-bit image: whatever its system, the 32-bit build registers it.
+// A type library is not a 64-bit image, so the 32-bit build registers it, whatever system it is made for.
 class TypeLibrary : public Workbench {
 protected:
     DWORD CaptureOf(Bitness program, const std::wstring& file) const {
@@ -20,16 +20,16 @@ TEST_F(TypeLibrary, IsRegisteredByTheCompanionUnderItsOwnName) {
         EXPECT_EQ(CaptureOf(program, Library(Bitness::x86)), 0U);
         EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(Library(Bitness::x86)))));
     }
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_F(TypeLibrary, IsKnownByItsFirstBytesAndNotByItsExtension) {
+TEST_F(TypeLibrary, IsRecognisedByItsFirstBytesAndNotByItsExtension) {
     ASSERT_TRUE(Copy(Library(Bitness::x86), Work(L"library.txt")));
     EXPECT_EQ(CaptureOf(Bitness::x64, Work(L"library.txt")), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(Work(L"library.txt")))));
 }
 
-TEST_F(TypeLibrary, ThatIsDamagedOrNoneFails) {
+TEST_F(TypeLibrary, ThatIsDamagedOrInvalidFails) {
     ASSERT_TRUE(WriteText(Work(L"four.tlb"), "MSFT"));
     ASSERT_TRUE(WriteText(Work(L"damaged.tlb"), "MSFT" + std::string(508, '\0')));
     ASSERT_TRUE(WriteText(Work(L"lowercase.tlb"), "msft and more"));
@@ -45,10 +45,10 @@ TEST_F(TypeLibrary, OnAShareIsRegisteredFromACopyAndNamedAsGiven) {
     ASSERT_TRUE(Copy(Library(Bitness::x86), share.Local(L"library.tlb")));
     EXPECT_EQ(CaptureOf(Bitness::x64, given), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("library_alone-x86.reg", PathsOf(given))));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-// Programs that carry a type library, and a DLL that bears the extension of one.
+// Programs that contain a type library, and a DLL with the extension of a program.
 class CarriedLibrary : public Workbench, public testing::WithParamInterface<Bitness> {
 protected:
     ~CarriedLibrary() override {
@@ -65,7 +65,7 @@ protected:
     Bytes GoldenOf(const std::string& name, const std::wstring& file) const {
         return Golden(name + (GetParam() == Bitness::x64 ? "-x64.reg" : "-x86.reg"), PathsOf(file));
     }
-    // A copy of a sample in a folder with a name like a program's.
+    // A copy of a sample in a folder whose name ends like a program's.
     std::wstring InFolderExe(const std::wstring& sample, const std::wstring& name) const {
         MakeDirectory(Work(L"folder.exe"));
         EXPECT_TRUE(Copy(Sample(GetParam(), sample), Work(L"folder.exe\\" + name)));
@@ -84,7 +84,7 @@ TEST_P(CarriedLibrary, OfAnExportingFileIsStagedAndEveryTextNamesTheFile) {
     const std::wstring file = Sample(GetParam(), L"exporting.exe");
     EXPECT_EQ(CaptureOf(file), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("exporting", file)));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
 TEST_P(CarriedLibrary, IsFoundUnderTheExtensionInCapitals) {
@@ -110,52 +110,52 @@ TEST_P(CarriedLibrary, OfAProgramWithoutAnExtensionIsNotRegisteredWhateverItsFol
     EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots())));
 }
 
-// The loader looks for a name without an extension under .dll, so the export cannot run; the library, if it
-// were taken, would make up for that.
+// The loader appends .dll to a name without an extension, so the export can't run. The capture would succeed
+// only if the library were registered.
 TEST_P(CarriedLibrary, OfAnExportingFileWithoutAnExtensionIsNotRegisteredWhateverItsFolderIsCalled) {
     EXPECT_EQ(CaptureOf(InFolderExe(L"exporting.exe", L"a")), statusFailed);
     EXPECT_FALSE(Exists(Work(L"out.reg")));
 }
 
-TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInThePlaceOfTheCopy) {
+TEST_P(CarriedLibrary, OfAnExportingFileOnAShareIsMappedInsteadOfTheCopy) {
     const ShareFolder share;
     const std::wstring given = share.Unc(L"exporting.exe");
     ASSERT_TRUE(Copy(Sample(GetParam(), L"exporting.exe"), share.Local(L"exporting.exe")));
     EXPECT_EQ(CaptureOf(given), 0U);
     const std::wstring text = ReadUnits(Work(L"out.reg"));
-    // The staged library has the pair of the paths, so the copy's own folder lies in a mapped one, but the
-    // copy's own path is no longer a pair.
+    // The mapping of paths now belongs to the staged library. The copy's folder lies below a mapped folder,
+    // but the copy's own path is no longer mapped.
     EXPECT_NE(text.find(Doubled(given) + L"\""), std::wstring::npos);
     EXPECT_NE(text.find(L"@=\"" + Doubled(share.Unc(L"UNC"))), std::wstring::npos);
     EXPECT_EQ(text.find(Doubled(TemporaryFolder())), std::wstring::npos);
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-// The staged file has no folder then, only its extension, and the file's path goes into the place of that.
-TEST_P(CarriedLibrary, WithoutATemporaryDirectoryComesAndGoesInTheCurrentOneAndIsNamedWrongly) {
+// The staged file then has no folder, only its extension, and the file's path replaces that extension.
+TEST_P(CarriedLibrary, WithoutATemporaryDirectoryIsStagedInTheCurrentOneAndNamedWrongly) {
     RemoveDirectoryWithContents(TemporaryFolder());
     MakeDirectory(Work(L"current"));
     const std::wstring file = Sample(GetParam(), L"exporting.exe");
     EXPECT_EQ(RunLine(CaptureLine(GetParam(), file, Work(L"out.reg")), Work(L"current")), 0U);
     EXPECT_NE(ReadUnits(Work(L"out.reg")).find(Doubled(Work(L"current\\") + file) + L"\""),
               std::wstring::npos);
-    EXPECT_EQ(ListTree(Work(L"current")), std::vector<std::wstring>());
+    EXPECT_EQ(ListTree(Work(L"current")), nothing);
 }
 
 TEST_P(CarriedLibrary, OfAProgramIsRegisteredBesideTheProgram) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibone.exe")), 0U);
     EXPECT_TRUE(ProgramRan());
     EXPECT_TRUE(IsCalculatorLive());
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(CarriedLibrary, IsTheFirstAsEnumeratedWhenThereAreSeveral) {
+TEST_P(CarriedLibrary, IsTheFirstEnumeratedOneOfSeveral) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibseveral.exe")), 0U);
     EXPECT_TRUE(IsCalculatorLive());
     EXPECT_FALSE(IsSecondLive());
 }
 
-TEST_P(CarriedLibrary, IsFoundByANameThatIsAText) {
+TEST_P(CarriedLibrary, IsFoundByATextualName) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibnamed.exe")), 0U);
     EXPECT_TRUE(IsCalculatorLive());
     EXPECT_FALSE(IsSecondLive());
@@ -165,26 +165,25 @@ TEST_P(CarriedLibrary, ThatIsDamagedFailsTheProgramsRegistration) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"typelibdamaged.exe")), statusFailed);
     EXPECT_TRUE(ProgramRan());
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
 TEST_P(CarriedLibrary, ThatIsDamagedFailsTheRegistrationOfAServerWhoseExportRan) {
     EXPECT_EQ(CaptureOf(Sample(GetParam(), L"exportingdamaged.exe")), statusFailed);
     EXPECT_FALSE(Exists(Work(L"out.reg")));
-    // A first run leaves its tree, and in it what the export wrote.
+    // A first run leaves its tree, with the entries of the export.
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, std::wstring(temporaryKey) + L"\\HKCR\\Keyreap.Exporting"));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-TEST_P(CarriedLibrary, ThatIsGoodMakesUpForAFileThatCannotBeLoaded) {
+TEST_P(CarriedLibrary, IsRegisteredEvenIfItsFileCannotBeLoaded) {
     const std::wstring file = Sample(GetParam(), L"exportingorphan.exe");
     EXPECT_EQ(CaptureOf(file), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), GoldenOf("library_alone", file)));
-    EXPECT_EQ(TemporaryFiles(), std::vector<std::wstring>());
+    EXPECT_EQ(TemporaryFiles(), nothing);
 }
 
-INSTANTIATE_TEST_SUITE_P(InBothBuilds, CarriedLibrary, testing::Values(Bitness::x64, Bitness::x86),
-                         NameOfBuild);
+INSTANTIATE_TEST_SUITE_P(InBothBuilds, CarriedLibrary, testing::ValuesIn(bothBuilds), NameOfBuild);
 
 } // namespace
 

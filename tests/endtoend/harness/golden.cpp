@@ -27,7 +27,7 @@ void Replace(std::wstring& text, const std::wstring& from, const std::wstring& t
     }
 }
 
-// Some units round a place, with all that is not plain as a number.
+// The units before and after a place; those that are not printable ASCII are shown as numbers.
 std::string Excerpt(const std::wstring& text, std::size_t at) {
     constexpr std::size_t around = 60;
     const std::size_t begin = at < around ? 0 : at - around;

@@ -10,27 +10,27 @@
 
 namespace keyreap::endtoend {
 
-// What stands for a path in a golden file, such as {MODULE}, and the path that it stands for in this run.
+// Placeholders for paths in golden files, such as {MODULE}, and the paths that replace them in this run.
 using Placeholders = std::vector<std::pair<std::wstring, std::wstring>>;
 
-// The bytes of a golden file, with each placeholder replaced by its path as a string value is written.
+// The bytes of a golden file, with each placeholder replaced by its path as string values contain it.
 Bytes Golden(const std::string& name, const Placeholders& placeholders = {});
 
 // {MODULE} and {FOLDER} for a registered file.
 Placeholders PathsOf(const std::wstring& file);
 
-// The bytes of a .reg file with these lines: mark, header, and then the text as it stands.
+// The bytes of a .reg file: byte order mark, header, and the body unchanged.
 Bytes Document(const std::wstring& body);
 
-// The body of a file in which nothing but the four roots stands, as of a run that redirected nothing ...
+// The body of a file that contains only the four roots: the result of a run that redirected nothing.
 std::wstring UntouchedRoots();
-// ... and of one that redirected them to a target that wrote nothing.
+// The body after a run that redirected the roots for a target that wrote nothing.
 std::wstring RedirectedRoots();
 
-// A path as it stands in a string value: every backslash is doubled.
+// A path as a string value contains it: every backslash is doubled.
 std::wstring Doubled(const std::wstring& path);
 
-// Whether a file holds exactly these bytes; the message shows where they part.
+// Whether a file contains exactly these bytes; the message shows the first difference.
 testing::AssertionResult Holds(const std::wstring& file, const Bytes& expected);
 
 } // namespace keyreap::endtoend

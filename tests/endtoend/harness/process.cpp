@@ -9,7 +9,7 @@ namespace {
 constexpr DWORD watchdogMilliseconds = 120'000;
 constexpr DWORD statusOfKilled = 0xDEAD;
 
-// The new process, or null and the last error.
+// The new process; null if it could not be started, with the reason in GetLastError.
 HANDLE Start(std::wstring commandLine, const std::wstring& directory) {
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
@@ -23,9 +23,9 @@ HANDLE Start(std::wstring commandLine, const std::wstring& directory) {
     return information.hProcess;
 }
 
-// Of some thousand starts of a 32-bit program under Wine one comes to nothing, on a busy machine: the new
-// process is gone before any code of the program ran, and the caller gets ERROR_INTERNAL_ERROR.
-HANDLE StartInTheEnd(const std::wstring& commandLine, const std::wstring& directory) {
+// On a busy machine about one start of a 32-bit program in some thousand fails under Wine: the new process
+// ends before any code of the program ran, and the caller gets ERROR_INTERNAL_ERROR.
+HANDLE StartWithRetries(const std::wstring& commandLine, const std::wstring& directory) {
     constexpr int attempts = 3;
     HANDLE process = nullptr;
     for (int attempt = 0; attempt < attempts && process == nullptr; ++attempt) {
@@ -40,7 +40,7 @@ HANDLE StartInTheEnd(const std::wstring& commandLine, const std::wstring& direct
 } // namespace
 
 RunningProgram::RunningProgram(const std::wstring& commandLine, const std::wstring& directory)
-    : process(StartInTheEnd(commandLine, directory)) {
+    : process(StartWithRetries(commandLine, directory)) {
     if (process == nullptr) {
         ADD_FAILURE() << "The program could not be started: error " << GetLastError();
     }

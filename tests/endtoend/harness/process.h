@@ -8,10 +8,10 @@
 
 namespace keyreap::endtoend {
 
-// A program that runs. One that is not done in time is ended, so that no test hangs.
+// A running program. Waiting ends one that takes too long, so that no test blocks the suite.
 class RunningProgram {
 public:
-    // Starts the first word of the line with this exact command line.
+    // The first word of the command line is the program; the line is passed to it unchanged.
     explicit RunningProgram(const std::wstring& commandLine, const std::wstring& directory = {});
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
@@ -19,20 +19,20 @@ public:
 
     bool IsStarted() const { return process != nullptr; }
     bool IsRunning() const;
-    // The whole 32-bit exit status. A program that could not be started or did not end in time is a failure
-    // of the test.
+    // The whole 32-bit exit status. The test fails if the program could not be started or did not end in
+    // time.
     DWORD Wait();
-    // The same where staying is no failure: none for a program that did not end within that time. It is
-    // ended.
+    // The exit status; nothing if the program did not end within this time, which is no failure. The program
+    // is killed then.
     std::optional<DWORD> WaitFor(DWORD milliseconds);
-    // Ends the program as a crash would: nothing of its own runs any more.
+    // Ends the program as a crash would: without running any more of its code.
     void Kill();
 
 private:
     HANDLE process = nullptr;
 };
 
-// An event that a test shares with a sample by its name; not set at first.
+// An event that a test shares with a sample by its name. It is not set at first.
 class SharedEvent {
 public:
     explicit SharedEvent(const wchar_t* name);
@@ -41,14 +41,14 @@ public:
     ~SharedEvent();
 
     void Set();
-    // An event that is not set in time is a failure of the test.
+    // The test fails if the event is not set in time.
     void Wait() const;
 
 private:
     HANDLE event;
 };
 
-// Waits for what must come to be; false if it does not in the time that a program has to end.
+// Waits until the condition is met; false if that takes longer than a program may run.
 bool Eventually(const std::function<bool()>& condition);
 
 DWORD RunLine(const std::wstring& commandLine, const std::wstring& directory = {});

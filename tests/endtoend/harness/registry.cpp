@@ -10,13 +10,13 @@ namespace {
 constexpr DWORD longestKeyName = 256;
 constexpr DWORD longestValueName = 16'384;
 
-// What is left out of a reading: a second view of a part of the classes, and what Wine keeps for itself and
-// changes whenever a program starts.
+// Keys that are not read: a second view of a part of the classes, and Wine's own key, which changes whenever
+// a program starts.
 const std::set<std::wstring> leftOut = {L"HKLM\\Software\\Wow6432Node\\Classes", L"HKCU\\Software\\Wine"};
 
 class Reader {
 public:
-    explicit Reader(RegistryTree& keysToFill) : keys(keysToFill) {}
+    explicit Reader(RegistryTree& keys) : keys(keys) {}
 
     void Read(HKEY key, const std::wstring& path) {
         ReadValues(key, keys[path]);

@@ -21,31 +21,31 @@ void PrintTo(const RegistryValue& value, std::ostream* stream);
 
 using RegistryValues = std::map<std::wstring, RegistryValue>;
 
-// Keys by their path, relative to where the reading began ("" is that key itself), with their values.
+// Keys by their path relative to the key that was read ("" is that key itself), with their values.
 using RegistryTree = std::map<std::wstring, RegistryValues>;
 
-// All that lies below a key, the key included; empty if there is no such key.
+// A key and everything below it; empty if the key doesn't exist.
 RegistryTree ReadTree(HKEY root, const std::wstring& path);
 bool KeyExists(HKEY root, const std::wstring& path);
-// How many values a key has; none if there is no such key.
+// The number of a key's values; 0 if the key doesn't exist.
 DWORD CountValues(HKEY root, const std::wstring& path);
 void CreateKey(HKEY root, const std::wstring& path);
 void DeleteTree(HKEY root, const std::wstring& path);
-// Creates the key if need be.
+// These two create the key if it doesn't exist.
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
 void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values);
 
 RegistryValue TextValue(const std::wstring& text);
 RegistryValue NumberValue(DWORD number);
 
-// Everything that a run may not change: the current user's hive and the machine's software, classes
-// included, in both views.
+// Everything that a run must not change: the current user's hive and the machine's software with its
+// classes, in both views.
 class MachineState {
 public:
     MachineState();
 
-    // What the machine has now that it did not have then, and the other way round: one line for each key or
-    // value, as "+ path", "- path" or, with another content, "! path [value]".
+    // The differences between then and now: "+ path" for a new key, "- path" for a removed one,
+    // "! path [value]" for a value that is new, gone or different in a key that exists in both.
     std::vector<std::wstring> Changes() const;
 
 private:

@@ -23,7 +23,7 @@ int RunSampleOfTests(int count, char** arguments) {
     ReadSettings();
     const std::uint32_t step = TestSettings().sampleStep;
     if (step > 1) {
-        // A share of the tests, as GoogleTest deals them out to several machines.
+        // GoogleTest distributes tests to several machines in this way; this is the first machine's share.
         _putenv_s("GTEST_TOTAL_SHARDS", std::to_string(step).c_str());
         _putenv_s("GTEST_SHARD_INDEX", "0");
     }

@@ -2,9 +2,9 @@
 
 namespace keyreap::endtoend {
 
-// Reads the settings and runs the program's tests; of those of a program with very many, every sampleStep-th
-// in their order. The result is the exit status.
+// Reads the settings and runs all tests of this program. Returns the exit status.
 int RunAllTests(int count, char** arguments);
+// Runs only every sampleStep-th test, for programs that have very many.
 int RunSampleOfTests(int count, char** arguments);
 
 } // namespace keyreap::endtoend

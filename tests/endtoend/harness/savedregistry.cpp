@@ -23,7 +23,7 @@ const Hive hives[] = {{HKEY_LOCAL_MACHINE, L"", L"HKLM"},
                       {HKEY_CURRENT_USER, L"", L"HKCU"},
                       {HKEY_USERS, L".DEFAULT", L"HKU\\.DEFAULT"}};
 
-// What Wine itself sets in each process that comes up, to that process's code pages.
+// Values that Wine sets in each new process, to that process's code pages.
 const std::set<std::wstring> setByEveryStart = {
     L"HKCU\\Software\\Wine\\Fonts [Codepages]",
     L"HKLM\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts [OEMFONT.FON]"};
@@ -54,8 +54,7 @@ std::string TextOf(const Hive& hive) {
     return {bytes.begin(), bytes.end()};
 }
 
-// The part of a saved line up to the quote or bracket that ends it. A backslash takes away the meaning of
-// what stands behind it.
+// The part of a saved line up to the quote or bracket that ends it. A backslash escapes the next character.
 std::wstring Enclosed(const std::string& line, char end) {
     std::wstring text;
     for (std::size_t at = 1; at < line.size() && line[at] != end; ++at) {
@@ -65,7 +64,7 @@ std::wstring Enclosed(const std::string& line, char end) {
     return text;
 }
 
-// One line of a saved hive, with those that go on with it.
+// One line of a saved hive with its continuation lines.
 bool NextLine(std::istream& lines, std::string& line) {
     if (!std::getline(lines, line)) {
         return false;
@@ -101,7 +100,7 @@ SavedRegistry::SavedRegistry() {
     }
 }
 
-// Keys with subkeys and no values are not saved, but stand in the paths of their subkeys.
+// A key that has subkeys and no values is not saved; only the paths of its subkeys show it.
 void SavedRegistry::Read(const std::wstring& root, const std::string& text) {
     std::istringstream lines(text);
     std::string line;

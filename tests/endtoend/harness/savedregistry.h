@@ -6,16 +6,17 @@
 
 namespace keyreap::endtoend {
 
-// The whole registry but its volatile keys, as Wine's server saves it: both views, and one request a hive
-// where a walk would make a hundred thousand, which a session with the request log pays for one by one.
+// The whole registry without its volatile keys, in both views, as Wine's server saves it. That takes one
+// request for each hive; enumerating the keys would take a hundred thousand, each of them recorded where the
+// session has a request log.
 class SavedRegistry {
 public:
     using Values = std::map<std::wstring, std::wstring>; // by name, as saved
 
     SavedRegistry();
 
-    // What the registry has now that it did not have then, and the other way round: one line for each key or
-    // value, as "+ path", "- path" or, with another content, "! path [value]".
+    // The differences between then and now: "+ path" for a new key, "- path" for a removed one,
+    // "! path [value]" for a value that is new, gone or different in a key that exists in both.
     std::vector<std::wstring> Changes() const;
 
 private:

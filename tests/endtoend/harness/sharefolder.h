@@ -4,7 +4,7 @@
 
 namespace keyreap::endtoend {
 
-// A folder on the share, there for as long as this object lives.
+// A folder on the share that exists as long as this object does.
 class ShareFolder {
 public:
     ShareFolder();
@@ -12,7 +12,7 @@ public:
     ShareFolder& operator=(const ShareFolder&) = delete;
     ~ShareFolder();
 
-    // A file in it, by its name on the share and by its local one.
+    // The paths of a file in the folder: on the share and local.
     std::wstring Unc(const std::wstring& file) const;
     std::wstring Local(const std::wstring& file) const;
 

@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 namespace keyreap::endtoend {
 
 namespace {
@@ -17,7 +15,7 @@ constexpr wchar_t variable[] = L"KEYREAP_STOPS";
 
 } // namespace
 
-Stops::Stops(std::wstring folderOfStops) : folder(std::move(folderOfStops)) {
+Stops::Stops(const std::wstring& folder) : folder(folder) {
     MakeDirectory(folder);
     SetEnvironmentVariableW(variable, folder.c_str());
 }

@@ -4,13 +4,13 @@
 
 namespace keyreap::endtoend {
 
-// Holds the sample `stopping` at its points: loading (all is armed, nothing of the target has run),
-// registering (half of its entries are written) and unloading (the capture is over, its result not begun). In
-// the programs started while the object lives, that is; otherwise nothing is held.
+// Holds the sample `stopping` at its points: loading (the capture has begun, no code of the target has run),
+// registering (half of its entries are written) and unloading (the capture has ended, its result is not yet
+// written). This affects the programs that are started while the object lives.
 class Stops {
 public:
-    // Makes the folder for its files.
-    explicit Stops(std::wstring folderOfStops);
+    // Creates the folder, in which the sample looks for its orders.
+    explicit Stops(const std::wstring& folder);
     Stops(const Stops&) = delete;
     Stops& operator=(const Stops&) = delete;
     ~Stops();
@@ -18,9 +18,9 @@ public:
     void Hold(const std::wstring& point) const;
     void LetGo(const std::wstring& point) const;
     bool IsReached(const std::wstring& point) const;
-    // A point that is not reached in time is a failure of the test.
+    // The test fails if the point is not reached in time.
     void Await(const std::wstring& point) const;
-    // Back to the beginning: nothing is reached and nothing held.
+    // No point is reached and none is held any more.
     void Reset() const;
 
 private:

@@ -16,12 +16,12 @@ std::wstring DwordText(int number) {
 } // namespace
 
 void PrintTo(const Way& way, std::ostream* stream) {
-    *stream << NameOfWay(way);
+    const std::wstring mode = way.mode;
+    *stream << (way.build == Bitness::x64 ? "x64_" : "x86_") << std::string(mode.begin(), mode.end());
 }
 
-std::string NameOfWay(const Way& way) {
-    const std::wstring mode = way.mode;
-    return (way.build == Bitness::x64 ? "x64_" : "x86_") + std::string(mode.begin(), mode.end());
+std::string NameOfWay(const testing::TestParamInfo<Way>& test) {
+    return testing::PrintToString(test.param);
 }
 
 Bytes DocumentOfValues(const Way& way, int count) {

@@ -59,25 +59,35 @@ std::wstring Pair(const std::wstring& file, const std::wstring& regFile) {
     return Quoted(file) + L" " + Quoted(regFile);
 }
 
-Workbench::Workbench() : formerTmp(Variable(L"TMP")), formerTemp(Variable(L"TEMP")) {
+Workbench::Workbench() : savedTmp(Variable(L"TMP")), savedTemp(Variable(L"TEMP")) {
     workFolder = SystemTemporaryFolder() + L"\\keyreap" + std::to_wstring(GetCurrentProcessId());
     temporaryFolder = workFolder + L"\\temp";
     RemoveDirectoryWithContents(workFolder);
     MakeDirectory(temporaryFolder);
     SetEnvironmentVariableW(L"TMP", temporaryFolder.c_str());
     SetEnvironmentVariableW(L"TEMP", temporaryFolder.c_str());
-    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+    ForgetEarlierRuns();
 }
 
 Workbench::~Workbench() {
-    SetEnvironmentVariableW(L"TMP", formerTmp.c_str());
-    SetEnvironmentVariableW(L"TEMP", formerTemp.c_str());
-    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+    SetEnvironmentVariableW(L"TMP", savedTmp.c_str());
+    SetEnvironmentVariableW(L"TEMP", savedTemp.c_str());
+    ForgetEarlierRuns();
     RemoveDirectoryWithContents(workFolder);
 }
 
+void Workbench::ForgetEarlierRuns() {
+    DeleteTree(HKEY_CURRENT_USER, L"Software\\Velmoro");
+}
+
+Lines Workbench::RegFiles() const {
+    Lines files = ListTree(workFolder);
+    std::erase_if(files, [](const std::wstring& file) { return !file.ends_with(L".reg"); });
+    return files;
+}
+
 bool Workbench::LeftATraceLog() const {
-    const std::vector<std::wstring> files = TemporaryFiles();
+    const Lines files = TemporaryFiles();
     return files.size() == 1 && NameOf(files.front()).starts_with(L"ETL");
 }
 

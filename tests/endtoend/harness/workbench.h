@@ -16,6 +16,13 @@ namespace keyreap::endtoend {
 
 enum class Bitness { x64, x86 };
 
+inline constexpr Bitness bothBuilds[] = {Bitness::x64, Bitness::x86};
+
+// Files of a folder, or changes of the registry, one a line.
+using Lines = std::vector<std::wstring>;
+
+inline const Lines nothing = {};
+
 constexpr DWORD statusFailed = 0xFFFFFFFF;
 
 inline constexpr wchar_t productKey[] = L"Software\\Velmoro\\Tesselink";
@@ -23,7 +30,7 @@ inline constexpr wchar_t temporaryKey[] = L"Software\\Velmoro\\Tesselink\\Tempor
 
 std::string NameOfBuild(const testing::TestParamInfo<Bitness>& test);
 
-// A way that an input can take: the build of its own bitness, or the 64-bit one with its companion.
+// How an input is captured: by the build of its own bitness, or by the 64-bit build through its companion.
 struct Route {
     const char* name;
     Bitness program;
@@ -44,35 +51,42 @@ std::wstring FolderOf(Bitness bitness);
 std::wstring Keyreap(Bitness bitness);
 std::wstring Sample(Bitness bitness, const std::wstring& name);
 
-// A pair of the command line, in quotes.
+// A pair of the command line, each path in quotes.
 std::wstring Pair(const std::wstring& file, const std::wstring& regFile);
 
-// Each test has a folder of its own to work in and, for itself and the programs that it starts, a temporary
-// directory of its own. It begins as on a machine where the program never ran.
+// Each test has its own work folder, and its own temporary directory for itself and the programs that it
+// starts. It begins as on a machine where the program never ran.
 class Workbench : public testing::Test {
 protected:
     Workbench();
     ~Workbench() override;
 
-    // A path in the test's own folder.
+    // A path in the work folder.
     std::wstring Work(const std::wstring& name) const { return workFolder + L"\\" + name; }
-    // What lies in the temporary directory.
-    std::vector<std::wstring> TemporaryFiles() const { return ListTree(temporaryFolder); }
+    // The names of the .reg files in the work folder, sorted.
+    Lines RegFiles() const;
+    // Everything in the temporary directory.
+    Lines TemporaryFiles() const { return ListTree(temporaryFolder); }
     const std::wstring& TemporaryFolder() const { return temporaryFolder; }
-    // Whether all that lies there is the trace log of an ended run; its name has a number that means nothing.
+    // Whether the temporary directory contains only the trace log of an ended run. The number in the log's
+    // name has no meaning.
     bool LeftATraceLog() const;
 
-    // Runs a build of the program with these arguments behind its own name.
+    // Makes the machine one where the program never ran: removes its keys.
+    static void ForgetEarlierRuns();
+
+    // Runs a build of the program with these arguments.
     DWORD RunKeyreap(Bitness bitness, const std::wstring& arguments) const;
-    // The whole of one capture by redirection, and its command line.
+    // Runs one capture by redirection.
     DWORD Capture(Bitness bitness, const std::wstring& file, const std::wstring& regFile) const;
+    // The command line of such a capture.
     static std::wstring CaptureLine(Bitness bitness, const std::wstring& file, const std::wstring& regFile);
 
 private:
     std::wstring workFolder;
     std::wstring temporaryFolder;
-    std::wstring formerTmp;
-    std::wstring formerTemp;
+    std::wstring savedTmp;
+    std::wstring savedTemp;
 };
 
 } // namespace keyreap::endtoend
