@@ -2,23 +2,15 @@
 
 KEYREAP and SAVEHIVES are programs and FOLDER is the folder of the modules, all as Windows paths. Captures each module
 into OUTPUT/MODULE/redirected.reg by redirection and into OUTPUT/MODULE/default.reg in the default mode. OUTPUT/before
-and OUTPUT/after hold the hives round the captures in the default mode. OUTPUT/statuses.json tells the exit statuses.
+and OUTPUT/after contain the hives before and after the captures in the default mode, OUTPUT/statuses.json all exit
+statuses.
 """
 
 import json
 import pathlib
-import subprocess
 import sys
 
-
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
-
-
-def wine(*words):
-    """The exit status of a Windows program, as far as this system shows it: the low eight bits."""
-    quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-    return subprocess.run(["wine", *words], timeout=300, **quiet).returncode
+from insession import windows_path, wine
 
 
 def save_hives(savehives, folder):

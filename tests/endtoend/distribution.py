@@ -1,4 +1,4 @@
-"""Servers of the distribution that nobody here wrote, for comparisons."""
+"""Servers of the Wine distribution that the tests capture."""
 
 MODULES = [
     "msxml3.dll",

@@ -1,10 +1,10 @@
 """Usage, inside a Wine session: register_modules.py KEYREAP REGSVR32 REG FOLDER OUTPUT MODULE...
 
 KEYREAP, REGSVR32 and REG are programs and FOLDER is the folder of the modules, all as Windows paths. Captures
-each module into OUTPUT/MODULE/captured.reg. Then, each time from the same hives, lets the module register itself
-and imports its captured file, and keeps the hives that this leaves in OUTPUT/MODULE/registered and
-OUTPUT/MODULE/imported. OUTPUT/before holds the hives in front of all that, OUTPUT/captured those behind the
-captures. OUTPUT/statuses.json tells the exit statuses.
+each module into OUTPUT/MODULE/captured.reg. Then registers each module and imports its captured file, each time
+starting from the same hives, and stores the resulting hives in OUTPUT/MODULE/registered and OUTPUT/MODULE/imported.
+OUTPUT/before contains the hives before the captures, OUTPUT/captured those after them, OUTPUT/statuses.json all exit
+statuses.
 """
 
 import json
@@ -14,18 +14,10 @@ import shutil
 import subprocess
 import sys
 
+from insession import windows_path, wine
+
 HIVES = ["system.reg", "user.reg", "userdef.reg"]
 PREFIX = pathlib.Path(os.environ["WINEPREFIX"])
-
-
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
-
-
-def wine(*words):
-    """The exit status of a Windows program, as far as this system shows it: the low eight bits."""
-    quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-    return subprocess.run(["wine", *words], timeout=120, **quiet).returncode
 
 
 def stop_server():
@@ -52,8 +44,8 @@ def capture_all(keyreap, folder, output, modules):
         yield wine(keyreap, "extreg", folder + "\\" + module, result, "keyRedir")
 
 
-def try_alone(output, kept, *words):
-    """Runs a program on the hives behind the captures, and keeps what it makes of them."""
+def run_on_captured_hives(output, kept, *words):
+    """Runs a program on the hives after the captures, and stores the hives that it leaves."""
     put_hives(output / "captured")
     status = wine(*words)
     stop_server()
@@ -63,7 +55,7 @@ def try_alone(output, kept, *words):
 
 def main(keyreap, regsvr32, reg, folder, output, *modules):
     output = pathlib.Path(output)
-    # What Wine does to the hives whenever a first program starts is not to count.
+    # Wine changes the hives when the first program of a session starts. That must not count.
     wine(regsvr32, "/s", "no such module")
     stop_server()
     keep_hives(output / "before")
@@ -74,9 +66,9 @@ def main(keyreap, regsvr32, reg, folder, output, *modules):
         kept = output / module
         file = windows_path(kept / "captured.reg")
         statuses["registered"].append(
-            try_alone(output, kept / "registered", regsvr32, "/s", folder + "\\" + module)
+            run_on_captured_hives(output, kept / "registered", regsvr32, "/s", folder + "\\" + module)
         )
-        statuses["imported"].append(try_alone(output, kept / "imported", reg, "import", file))
+        statuses["imported"].append(run_on_captured_hives(output, kept / "imported", reg, "import", file))
     (output / "statuses.json").write_text(json.dumps(statuses))
 
 

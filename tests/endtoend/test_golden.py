@@ -1,4 +1,4 @@
-"""The golden files in the repository are those that their generator makes, byte for byte."""
+"""The golden files in the repository are byte for byte what make_golden.py generates."""
 
 import pathlib
 import sys
@@ -18,5 +18,5 @@ def test_committed_file_equals_the_generated_one(name):
     assert (GOLDEN / name).read_bytes() == FILES[name]
 
 
-def test_no_other_golden_file_is_left():
+def test_every_golden_file_is_generated():
     assert {path.name for path in GOLDEN.glob("*.reg")} == set(FILES)

@@ -1,11 +1,11 @@
-"""What the program captures of the distribution's own servers is what regsvr32 makes of them in a prefix with no
-classes, and what an import of the captured file makes there. The hives are read here as the text that they are.
+"""A capture of the distribution's own servers contains what regsvr32 writes in a prefix without classes, and an import
+of the captured file creates the same there. The tests read the hives as text files.
 
-What differs on purpose:
-  - A hive has no HKEY_CLASSES_ROOT: what is written there lies below HKEY_LOCAL_MACHINE\\Software\\Classes.
-  - A hive keeps a 32-bit server's classes below Wow6432Node, a capture under the names that the server used.
-  - HKEY_LOCAL_MACHINE\\Software\\Classes stands in every capture, and so do the four roots.
-  - A value that is written as it was before is in the capture, but is no change of a hive.
+Deliberate differences:
+  - A hive has no HKEY_CLASSES_ROOT. Its keys are below HKEY_LOCAL_MACHINE\\Software\\Classes.
+  - A hive has a 32-bit server's classes below Wow6432Node, a capture has them under the names that the server used.
+  - Every capture contains HKEY_LOCAL_MACHINE\\Software\\Classes and the four roots.
+  - A value that is written without a change is in the capture, but doesn't change the hive.
   - Texts end at their first NUL, and types without a form of their own have no data (carried).
 """
 
@@ -24,14 +24,8 @@ import hive  # noqa: E402
 import regfile  # noqa: E402
 from distribution import MODULES, SYSTEM_FOLDERS  # noqa: E402
 
-HIVES = {
-    "system.reg": "HKEY_LOCAL_MACHINE",
-    "user.reg": "HKEY_CURRENT_USER",
-    "userdef.reg": "HKEY_USERS\\.Default",
-}
-
-# What Wine writes of itself whenever programs start and end.
-WINES_OWN = (
+# Keys that Wine itself changes when programs start and end.
+KEYS_OF_WINE = (
     "hkey_current_user\\software\\wine",
     "hkey_current_user\\volatile environment",
     "hkey_local_machine\\system",
@@ -43,7 +37,7 @@ LINK = 6
 
 
 def registrations(bitness, output):
-    """Starts the whole comparison's session for one bitness."""
+    """Starts the session that registers and imports all modules of one bitness."""
     folder = SYSTEM_FOLDERS[bitness]
     programs = [os.environ["KEYREAP_STAGE"] + "\\" + bitness + "\\Keyreap.exe", folder + "\\regsvr32.exe"]
     script = Path(__file__).with_name("register_modules.py")
@@ -54,7 +48,7 @@ def registrations(bitness, output):
 
 @pytest.fixture(scope="module")
 def outputs(tmp_path_factory):
-    """The folders that register_modules.py filled, by bitness."""
+    """The output folders of register_modules.py, by bitness."""
     if "KEYREAP_STAGE" not in os.environ:
         pytest.fail("Set KEYREAP_STAGE to the folder that holds x64\\Keyreap.exe and x86\\Keyreap.exe.")
     folders = {bitness: tmp_path_factory.mktemp(bitness) for bitness in SYSTEM_FOLDERS}
@@ -65,13 +59,13 @@ def outputs(tmp_path_factory):
 
 
 def normal_path(path, bitness):
-    """A key's path as both sides of the comparison have it."""
+    """The form of a key's path that both sides of the comparison use."""
     path = path.lower().replace("hkey_classes_root", "hkey_local_machine\\software\\classes")
     return path.replace("\\wow6432node", "") if bitness == "x86" else path
 
 
 def carried(value):
-    """What a captured file can hold of a value; None if it holds no data of it."""
+    """The part of a value that a captured file can contain; None if it contains none of its data."""
     kind, data = value
     if kind == SZ:
         text = data.decode("utf-16-le", "surrogatepass").split("\0")[0] + "\0"
@@ -80,20 +74,17 @@ def carried(value):
 
 
 def normal(keys, bitness):
-    """Keys under their normal paths, with values by their lower-cased names; Wine's own are left out."""
+    """Keys by their normal paths, with values by their lower-cased names, and without those of Wine itself."""
     result = {}
     # Where a hive has a key for each bitness, the 32-bit one is what a 32-bit server sees.
     for path in sorted(keys, key=lambda path: "\\wow6432node" in path.lower()):
         known = result.setdefault(normal_path(path, bitness), {})
         known.update({name.lower(): value for name, value in keys[path].items() if not value or value[0] != LINK})
-    return {path: values for path, values in result.items() if not path.startswith(WINES_OWN)}
+    return {path: values for path, values in result.items() if not path.startswith(KEYS_OF_WINE)}
 
 
 def hives(folder, bitness):
-    keys = {}
-    for file, root in HIVES.items():
-        keys.update(hive.parse(folder / file, root))
-    return normal(keys, bitness)
+    return normal(hive.parse_all(folder), bitness)
 
 
 def captured(output, module, bitness):
@@ -101,7 +92,7 @@ def captured(output, module, bitness):
 
 
 def missing(part, whole):
-    """The keys of `part` that are not in `whole`, and those of its values that are not the same there."""
+    """The keys of `part` that `whole` lacks, and its values that are different or missing in `whole`."""
     result = {}
     for path, values in part.items():
         known = whole.get(path)

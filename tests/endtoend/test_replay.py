@@ -1,5 +1,5 @@
-"""The default mode gives of the distribution's own servers what a trace of the redirected registration tells: it is
-what redirection alone gives, but for the rules in replayrules.py."""
+"""The default mode's result for the distribution's own servers comes from the trace of the redirected registration. It
+differs from the result of redirection alone only by the rules in replayrules.py."""
 
 import json
 import os
@@ -17,13 +17,7 @@ import regfile  # noqa: E402
 import replayrules  # noqa: E402
 from distribution import MODULES, SYSTEM_FOLDERS  # noqa: E402
 
-HIVES = {
-    "system.reg": "HKEY_LOCAL_MACHINE",
-    "user.reg": "HKEY_CURRENT_USER",
-    "userdef.reg": "HKEY_USERS\\.Default",
-}
-
-# What Wine itself sets in each process that comes up, to that process's code pages.
+# Values that Wine sets in each new process, to that process's code pages.
 SET_BY_EVERY_START = {
     "HKEY_CURRENT_USER\\Software\\Wine\\Fonts": "Codepages",
     "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts": "OEMFONT.FON",
@@ -44,7 +38,7 @@ def captures(bitness, output):
 
 @pytest.fixture(scope="module")
 def outputs(tmp_path_factory):
-    """The folders that capture_modules.py filled, by bitness."""
+    """The output folders of capture_modules.py, by bitness."""
     for name in ("KEYREAP_STAGE", "KEYREAP_SAMPLES"):
         if name not in os.environ:
             pytest.fail("Set %s to the folder that holds a folder for each bitness." % name)
@@ -56,9 +50,7 @@ def outputs(tmp_path_factory):
 
 
 def registry(folder):
-    keys = {}
-    for file, root in HIVES.items():
-        keys.update(hive.parse(folder / file, root))
+    keys = hive.parse_all(folder)
     for path, name in SET_BY_EVERY_START.items():
         keys[path].pop(name, None)
     return keys
@@ -77,8 +69,8 @@ def test_every_capture_succeeds(outputs, bitness):
 
 @pytest.mark.parametrize("module", MODULES)
 @pytest.mark.parametrize("bitness", SYSTEM_FOLDERS)
-def test_the_default_comes_from_the_trace(outputs, bitness, module):
-    """A redirection alone always names the four roots, and a replay none."""
+def test_the_default_result_comes_from_the_trace(outputs, bitness, module):
+    """The result of redirection alone always contains the four roots, that of a replay never."""
     redirected, default = both_files(outputs, bitness, module)
     roots = set(replayrules.ROOTS.values())
     assert roots <= {path.lower() for path in regfile.parse(redirected)}
@@ -88,17 +80,17 @@ def test_the_default_comes_from_the_trace(outputs, bitness, module):
 
 @pytest.mark.parametrize("module", MODULES)
 @pytest.mark.parametrize("bitness", SYSTEM_FOLDERS)
-def test_the_default_is_the_redirection_but_for_the_rules(outputs, bitness, module):
+def test_the_default_result_differs_from_the_redirection_only_by_the_rules(outputs, bitness, module):
     files = both_files(outputs, bitness, module)
     assert replayrules.unexplained(*files) == []
-    # These servers delete nothing and write no wide numbers, so two of the rules do.
+    # These servers delete nothing and write no 64-bit numbers, so two rules suffice.
     explained = replayrules.explained(*files)
     assert set(explained) == {"keys_of_the_redirection", "implied_keys"}
     assert explained["keys_of_the_redirection"] == len(replayrules.MADE_BY_REDIRECTION)
 
 
 @pytest.mark.parametrize("bitness", SYSTEM_FOLDERS)
-def test_the_registry_stays_as_it_was(outputs, bitness):
+def test_the_registry_stays_unchanged(outputs, bitness):
     before, after = (registry(outputs[bitness] / name) for name in ("before", "after"))
     assert {path: values for path, values in before.items() if after.get(path) != values} == {}
     assert {path: values for path, values in after.items() if before.get(path) != values} == {}

@@ -1,8 +1,15 @@
-"""Reads the hives that Wine keeps as text files, for tests."""
+"""Reads the hives that Wine stores as text files, for tests."""
 
 import re
 
 SZ, DWORD, BINARY = 1, 4, 3
+
+# The files of a prefix's hives and the keys that they contain.
+FILES = {
+    "system.reg": "HKEY_LOCAL_MACHINE",
+    "user.reg": "HKEY_CURRENT_USER",
+    "userdef.reg": "HKEY_USERS\\.Default",
+}
 
 ESCAPE = re.compile(r"\\(x[0-9a-fA-F]{1,4}|[0-7]{1,3}|.)", re.S)
 LETTERS = {"a": "\a", "b": "\b", "t": "\t", "n": "\n", "v": "\v", "f": "\f", "r": "\r", "e": "\x1b"}
@@ -36,7 +43,7 @@ def parsed(form):
 
 
 def lines(path):
-    """The file's lines, with continued ones in one piece."""
+    """The file's lines, each joined with its continuation lines."""
     with open(path, encoding="ascii", newline="\n") as hive:
         continued = ""
         for line in hive:
@@ -47,13 +54,13 @@ def lines(path):
 
 
 def with_parents(path):
-    """A key's path and those of the keys above it; a hive names no key that holds nothing but other keys."""
+    """The paths of a key and its ancestors; a hive doesn't list keys that contain only other keys."""
     names = path.split("\\")
     return ["\\".join(names[: count + 1]) for count in range(len(names))]
 
 
 def sections(path, root):
-    """The lines of each key that the file names, as they stand in it: the values, and nothing about their time."""
+    """The unchanged lines of the values of each key that the file lists, without those about times."""
     keys, values = {}, []
     for line in lines(path):
         if line.startswith("["):
@@ -64,16 +71,24 @@ def sections(path, root):
 
 
 def values_in(section):
-    """By name, the type and bytes of the values in the lines of a key."""
+    """The type and bytes of each value in the lines of a key, by name."""
     found = [VALUE.match(line).groups() for line in section]
     return {unescaped(name or ""): parsed(form) for name, form in found}
 
 
 def parse(path, root):
-    """Each key's path below `root` and, by name, the type and bytes of its values."""
+    """Each key's path below `root`, with the type and bytes of its values by name."""
     keys = {}
     for name, section in sections(path, root).items():
         for parent in with_parents(name):
             keys.setdefault(parent, {})
         keys[name].update(values_in(section))
+    return keys
+
+
+def parse_all(folder):
+    """The keys of all hives in a folder."""
+    keys = {}
+    for file, root in FILES.items():
+        keys.update(parse(folder / file, root))
     return keys

@@ -1,4 +1,4 @@
-"""What each sample server writes when it registers itself, one function for each."""
+"""The registry after each sample server registered itself, one function for each."""
 
 from document import BINARY, DWORD, EXPAND, MULTI, NONE, QWORD, SZ, raw, redirected_roots
 
@@ -245,7 +245,7 @@ def peruser():
 
 
 def everyview():
-    """Redirected classes are one tree, whatever view a caller names."""
+    """Redirected classes are one tree in all views."""
     roots = redirected_roots()
     key = roots["HKEY_CLASSES_ROOT"].child("Keyreap.EveryView")
     key.text("by the other view, from the own", "found").text("by the other view, without a view", "found")
@@ -258,7 +258,7 @@ def everyview():
 
 
 def renaming():
-    """All that the renamed keys hold, under the new names."""
+    """All values of the renamed keys, under the new names."""
     roots = redirected_roots()
     key = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapRenaming").dword("renamed", 1)
     for renamed in (key.child("New"), key.child("New\\Below")):
@@ -269,7 +269,7 @@ def renaming():
 
 
 def pausing():
-    """The sample that was let go on, with all that it writes."""
+    """All entries of the sample, which was allowed to continue."""
     roots = redirected_roots()
     roots["HKEY_CLASSES_ROOT"].child("Keyreap.Pausing").text("", "half").text("rest", "written")
     roots["HKEY_CURRENT_USER"].child("Software\\KeyreapPausing").text("", "half")
@@ -278,7 +278,7 @@ def pausing():
 
 
 def surroundings():
-    """Redirected roots are empty, but for HKLM\\Software\\Classes; both libraries were loaded at the start."""
+    """Redirected roots are empty except for HKLM\\Software\\Classes; both libraries were loaded at the start."""
     roots = redirected_roots()
     key = roots["HKEY_CLASSES_ROOT"].child("Keyreap.Surroundings")
     key.dword("HKEY_CLASSES_ROOT", 0)
@@ -293,14 +293,14 @@ def surroundings():
     return roots
 
 
-# LoadTypeLibEx of Wine registers a library's path with this in front; RegisterTypeLib takes it as it is.
+# LoadTypeLibEx of Wine registers a library's path with this prefix; RegisterTypeLib registers it unchanged.
 LOADED = "\\\\?\\"
 
 OLE_AUTOMATION_PROXY = "{00020424-0000-0000-C000-000000000046}"
 
 
 def type_library(classes, system, prefix=""):
-    """What the system writes for calculator.tlb; MODULE and FOLDER stand for the paths of the run.
+    """The system's entries for calculator.tlb; MODULE and FOLDER are placeholders for the paths of the run.
 
     The spelling Typelib and the flag 8 are Wine's own.
     """
@@ -335,7 +335,7 @@ def calculator(system):
 
 
 def exporting(system):
-    """A DLL under the extension .exe with a type library: every path names the file itself."""
+    """A DLL with the extension .exe and a type library: every path is that of the file itself."""
     roots = redirected_roots()
     roots["HKEY_CLASSES_ROOT"].child("Keyreap.Exporting").text("", "{MODULE}")
     type_library(roots["HKEY_CLASSES_ROOT"], system, LOADED)

@@ -1,4 +1,5 @@
-"""What a .reg file of this tool holds, for a registry tree: a second statement of the rules.
+"""The .reg file that a capture by redirection has for a registry tree. This is a second, independent statement of the
+rules.
 
 Texts are Python strings with one character for each UTF-16 unit, so a surrogate pair is two characters.
 """
@@ -49,14 +50,14 @@ class Key:
 
 
 def redirected_roots():
-    """The four roots as a target finds them: empty but for the machine's classes."""
+    """The four roots as a target finds them: empty except for the machine's classes."""
     roots = {name: Key() for name in ROOTS}
     roots["HKEY_LOCAL_MACHINE"].child("Software\\Classes")
     return roots
 
 
 def value_text(kind, data, previous):
-    """The canonical text of a value; the types that have none leave the text of the value before."""
+    """The canonical text of a value; types that have none keep the text of the previous value."""
     if not data:
         return ""
     if kind in (SZ, EXPAND):
@@ -110,7 +111,7 @@ def value_lines(key):
     text = ""
     for name in sorted(key.values, key=order):
         if len(name) > LONGEST_NAME:
-            return  # the reading ends there, quietly, and what stands behind is not seen
+            return  # a capture stops reading the key here, without an error
         kind, data = key.values[name]
         text = value_text(kind, data, text)
         left = '"' + escaped(name) + '"' if name else "@"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the golden .reg files beside this script; test_golden.py checks that they are up to date."""
+"""Writes the golden .reg files into the folder of this script. test_golden.py checks that they are up to date."""
 
 import pathlib
 
@@ -56,7 +56,7 @@ def golden_files():
 
 
 def traced_files():
-    """The files that a replay of the trace makes."""
+    """The files of captures by trace."""
     files = {f"{sample.__name__}-traced.reg": replay.document(sample()) for sample in TRACED_IN_BOTH}
     for sample in TRACED_BY_BITNESS:
         files[f"{sample.__name__}-traced-x64.reg"] = replay.document(sample("win64"))

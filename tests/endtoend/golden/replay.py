@@ -1,6 +1,6 @@
-"""What a .reg file of this tool holds that was made from a trace: a second statement of the rules.
+"""The .reg file that a capture by trace has for a registry tree. This is a second, independent statement of the rules.
 
-The keys are those that a target touched for good, under their roots, spelled as they first appeared.
+The tree contains the keys that a target changed permanently, in the spelling that they first had.
 """
 
 from document import BINARY, DWORD, MULTI, QWORD, SZ, escaped, raw, right_side, units
@@ -8,14 +8,14 @@ from document import BINARY, DWORD, MULTI, QWORD, SZ, escaped, raw, right_side, 
 # The order in which the roots' keys are collected; each root is sorted by itself.
 ROOTS = ("HKEY_LOCAL_MACHINE", "HKEY_CURRENT_USER", "HKEY_CLASSES_ROOT", "HKEY_USERS")
 
-# What stands for a value that was set and can't be read any more.
+# Replaces a value that was set and can't be read any more.
 FILLER = (SZ, raw("\u5555" * 10))
 
 LOWER = {unit: unit + 32 for unit in range(ord("A"), ord("Z") + 1)}
 
 
 def key_order(path):
-    """A key comes directly ahead of its subkeys."""
+    """A key comes directly before its subkeys."""
     return path.replace("\\", "\t").translate(LOWER)
 
 

@@ -1,4 +1,4 @@
-"""What each sample does for good to the live registry when it registers itself, as a trace of it tells."""
+"""The permanent changes of the live registry by each sample that registers itself, as a trace records them."""
 
 import contents
 from document import BINARY, EXPAND, MULTI, QWORD, Key, raw
@@ -9,9 +9,8 @@ def empty_roots():
     return {name: Key() for name in ROOTS}
 
 
-def untouched(sample):
-    """A server's own writes are those that a redirection shows; what it found there is none of them."""
-    roots = sample
+def written_by_server(roots):
+    """The entries of a redirection that the server wrote itself, without the keys that it found."""
     software = roots["HKEY_LOCAL_MACHINE"].children["Software"]
     if not software.children["Classes"].children:
         del software.children["Classes"]
@@ -21,7 +20,7 @@ def untouched(sample):
 
 
 def writing():
-    """The program on a machine that it finds as it was shipped."""
+    """The program on a machine that has none of its keys."""
     roots = empty_roots()
     machine = roots["HKEY_LOCAL_MACHINE"].child("Software\\KeyreapWriting")
     machine.text("", "machine").dword("number", 7)
@@ -45,7 +44,8 @@ def writing():
 
 
 def writing_over():
-    """The program where it finds what it deletes: a deleted key is a header, a key with deleted values is none."""
+    """The program on a machine that has what it deletes: a deleted key is a header, a key with deleted values is
+    missing."""
     roots = writing()
     user = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapWriting")
     user.child("Deleted")
@@ -54,7 +54,7 @@ def writing_over():
 
 
 def family():
-    """The parent's part."""
+    """The parent's entries only."""
     roots = empty_roots()
     key = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapFamily").text("", "the parent's")
     key.child("Shared").text("parent", "the parent's")
@@ -63,7 +63,7 @@ def family():
 
 
 def otherview():
-    """What lies in the other view is looked for in the program's own."""
+    """The values of the other view are searched in the program's own view."""
     roots = empty_roots()
     software = roots["HKEY_LOCAL_MACHINE"].child("Software")
     software.child("KeyreapOwnView").text("", "own view")
@@ -94,7 +94,7 @@ def handles():
 
 
 def renaming():
-    """What was set before is looked for under the old names; what is set later is filed under the new one."""
+    """Values set before the renaming are searched under the old names, later ones are under the new name."""
     roots = empty_roots()
     key = roots["HKEY_CURRENT_USER"].child("Software\\KeyreapRenaming").dword("renamed", 1)
     for path in ("", "\\Below"):
@@ -107,51 +107,51 @@ def renaming():
 
 def everyview():
     """Where the classes are redirected. In the live registry the views are two trees."""
-    return untouched(contents.everyview())
+    return written_by_server(contents.everyview())
 
 
 def everytype():
-    return untouched(contents.everytype())
+    return written_by_server(contents.everytype())
 
 
 def texts():
-    return untouched(contents.texts())
+    return written_by_server(contents.texts())
 
 
 def names():
-    return untouched(contents.names())
+    return written_by_server(contents.names())
 
 
 def keys():
-    return untouched(contents.keys())
+    return written_by_server(contents.keys())
 
 
 def plain():
-    return untouched(contents.plain())
+    return written_by_server(contents.plain())
 
 
 def peruser():
-    return untouched(contents.peruser())
+    return written_by_server(contents.peruser())
 
 
 def lifetime():
-    return untouched(contents.lifetime())
+    return written_by_server(contents.lifetime())
 
 
 def pausing():
-    return untouched(contents.pausing())
+    return written_by_server(contents.pausing())
 
 
 def calculator(system):
-    return untouched(contents.calculator(system))
+    return written_by_server(contents.calculator(system))
 
 
 def library_alone(system):
-    return untouched(contents.library_alone(system))
+    return written_by_server(contents.library_alone(system))
 
 
 def typelibone(system):
-    """A program with a type library inside: the staged copy's paths are the program's own in the file."""
+    """A program that contains a type library: the result has the program's paths, not those of the staged copy."""
     roots = empty_roots()
     roots["HKEY_CURRENT_USER"].child("Software\\KeyreapRegServer").text("command line", '"{MODULE}" /REGSERVER ')
     contents.type_library(roots["HKEY_CLASSES_ROOT"], system, contents.LOADED)
