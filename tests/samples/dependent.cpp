@@ -1,4 +1,4 @@
-// Cannot load without the library that it is linked with.
+// Can't be loaded without the library that it is linked with.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

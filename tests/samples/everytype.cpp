@@ -10,9 +10,9 @@ namespace keyreap::samples {
 namespace {
 
 constexpr DWORD types[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0x12345};
-// The neighbours of 520 are the edge of the buffer that a first reading offers.
+// 520 bytes are the size of the buffer for a first reading.
 constexpr std::size_t sizes[] = {0, 1, 2, 3, 4, 5, 25, 26, 50, 51, 518, 519, 520, 521, 522, 2000};
-constexpr std::size_t largeSize = 100000;
+constexpr std::size_t largeSize = 100'000;
 
 struct Root {
     HKEY handle;
@@ -27,7 +27,7 @@ const Root roots[] = {
     {HKEY_CLASSES_ROOT, L"Keyreap.EveryType", false},
 };
 
-// `number` in hexadecimal or decimal digits, filled up with zeros, so that names sort as numbers do.
+// `number` in hexadecimal or decimal digits with leading zeros, so that names sort like numbers.
 std::wstring Digits(std::size_t number, unsigned base, std::size_t width) {
     std::wstring text(width, L'0');
     for (std::size_t i = width; i-- > 0; number /= base) {
@@ -40,8 +40,8 @@ bool IsText(DWORD type) {
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
 }
 
-// Letters for the text types, with a NUL as every fifth unit of a REG_MULTI_SZ, and no terminator of their
-// own: the data just ends, also in the middle of a unit. A run of different bytes for the other types.
+// Text types have letters, with a NUL as every fifth unit of a REG_MULTI_SZ, and no terminator: the data may
+// even end in the middle of a unit. Other types have a sequence of different bytes.
 BYTE DataByte(DWORD type, std::size_t index) {
     if (!IsText(type)) {
         return static_cast<BYTE>(index * 7 + 3);
@@ -59,8 +59,8 @@ Bytes DataOf(DWORD type, std::size_t size) {
     return data;
 }
 
-// The same eight bytes under each type, in one key, so that a type that borrows the text of the value before
-// it can be told.
+// The same eight bytes for each type, in one key, so that a type that borrows the text of the previous value
+// can be recognised.
 void WriteTypes(HKEY parent) {
     const KeyWriter key(parent, L"Types");
     for (const DWORD type : types) {

@@ -1,5 +1,5 @@
-// Writes to the classes with and without the flags that name a view of the registry, finds what it wrote with
-// the others, and deletes with them. Where the classes are redirected, all views are one.
+// Writes to the classes with and without the flags for views of the registry, looks for its keys with other
+// flags, and deletes with them. Redirected classes are the same in all views.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -21,11 +21,11 @@ std::wstring Below(const wchar_t* name) {
 void Write(const std::wstring& path, REGSAM view, const wchar_t* text) {
     HKEY key = nullptr;
     RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr, 0, KEY_WRITE | view, nullptr, &key, nullptr);
-    KeyWriter(key, L"").SetText(L"", text); // and closes it
+    KeyWriter(key, L"").SetText(L"", text); // closes the key
 }
 
-// Whether the key is there, in words.
-const wchar_t* Look(const std::wstring& path, REGSAM view) {
+// Whether the key exists, as a text.
+const wchar_t* TextOfSearch(const std::wstring& path, REGSAM view) {
     HKEY key = nullptr;
     const bool found =
         RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ | view, &key) == ERROR_SUCCESS;
@@ -47,9 +47,9 @@ STDAPI DllRegisterServer() {
     RegDeleteKeyExW(HKEY_CLASSES_ROOT, deleted.c_str(), otherView, 0);
 
     const KeyWriter seen(HKEY_CLASSES_ROOT, progId);
-    seen.SetText(L"by the other view, from the own", Look(Below(L"By the other view"), ownView));
-    seen.SetText(L"by the other view, without a view", Look(Below(L"By the other view"), 0));
-    seen.SetText(L"without a view, from the other", Look(Below(L"Without a view"), otherView));
-    seen.SetText(L"live classes from the other view", Look(L"CLSID", otherView));
+    seen.SetText(L"by the other view, from the own", TextOfSearch(Below(L"By the other view"), ownView));
+    seen.SetText(L"by the other view, without a view", TextOfSearch(Below(L"By the other view"), 0));
+    seen.SetText(L"without a view, from the other", TextOfSearch(Below(L"Without a view"), otherView));
+    seen.SetText(L"live classes from the other view", TextOfSearch(L"CLSID", otherView));
     return S_OK;
 }

@@ -1,6 +1,6 @@
-// Appends a line to the file that the variable KEYREAP_GAUGE names: what its process holds at this moment, as
-// the number of its handles, its memory in kilobytes, and the number of files in the temporary directory. It
-// has nothing of the C++ library in it: each time such a module is loaded, that keeps memory of its own.
+// Appends a line to the file that the variable KEYREAP_GAUGE names: the process's number of handles, its
+// memory in kilobytes, and the number of files in the temporary directory. It doesn't use the C++ library,
+// which keeps some memory each time that such a module is loaded.
 #include <windows.h>
 
 #include <olectl.h>

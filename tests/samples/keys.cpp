@@ -47,7 +47,7 @@ void WriteDefaults(HKEY parent) {
     KeyWriter(parent, L"Default\\none").Set(L"", REG_NONE, {});
 }
 
-// Values come before the first child, whatever was written first.
+// A capture has the values before the first subkey, although the subkey was written first.
 void WriteMixed(HKEY parent) {
     KeyWriter(parent, L"Mixed\\a child").SetText(L"", L"child");
     KeyWriter(parent, L"Mixed").SetText(L"z value", L"value");

@@ -1,4 +1,4 @@
-// What the samples `neighbour` and `orphan` need to load: the first has it beside itself, the second has not.
+// The library that the samples `neighbour` and `orphan` need: only the first one has it in its folder.
 #include <windows.h>
 
 extern "C" __declspec(dllexport) DWORD LibraryNumber() {

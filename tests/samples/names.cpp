@@ -1,5 +1,5 @@
-// Writes value names that are hard to carry. A name that the reading cannot take ends its key, so each such
-// name has a key of its own.
+// Writes value names that are hard to represent. A name that is too long ends the reading of its key, so each
+// long name has a key of its own.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -32,7 +32,7 @@ constexpr const wchar_t* oddNames[] = {
     L"\xDE00 low half",
 };
 
-// A long name with a short one on each side, and a subkey behind them.
+// A long name between two short ones, and a subkey.
 void WriteLongName(HKEY parent, const wchar_t* keyName, std::size_t length) {
     const KeyWriter key(parent, keyName);
     key.SetText(L"a", L"in front");
@@ -41,7 +41,7 @@ void WriteLongName(HKEY parent, const wchar_t* keyName, std::size_t length) {
     KeyWriter(key.Handle(), L"Child").SetText(L"", L"below");
 }
 
-// The long name's data is long as well, so that both want the second reading.
+// Both the name and its data are too long for the first reading.
 void WriteLongNameAndData(HKEY parent, const wchar_t* keyName, std::size_t length) {
     KeyWriter(parent, keyName).SetText(std::wstring(length, L'n'), std::wstring(1000, L'd'));
 }

@@ -1,4 +1,4 @@
-// Writes half of its entries, tells so, and goes on only when told to.
+// Writes half of its entries, signals that, and waits until a test lets it continue.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

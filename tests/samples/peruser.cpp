@@ -1,4 +1,4 @@
-// Registers a class for the current user alone.
+// Registers a class only for the current user.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// Writes one key. Built several times, with different exports, to see which of them is found.
+// Writes one key. It is built several times with different exports, to test which of them is found.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// Stands in for a companion program: writes its exact command line and its current directory to files beside
-// itself, and ends with the status in the file status.txt beside itself, or with 7.
+// Replaces a companion program: writes its exact command line and its current directory to files in its own
+// folder, and ends with the status in the file status.txt of that folder. Without that file it ends with 7.
 #include <windows.h>
 
 #include <cstdlib>

@@ -1,5 +1,6 @@
-// Renames keys. It made three of them: one has a key below it and is written to through the handles of both
-// afterwards, one is left alone, and one has no values. A fourth may have been there before.
+// Renames keys. It creates three of them: one that has a subkey, which are both written to through their
+// handles afterwards; one that is not written to afterwards; and one without values. A test may have created
+// a fourth.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -12,7 +13,7 @@ bool Rename(HKEY key, const wchar_t* name) {
     return RegRenameKey(key, nullptr, name) == ERROR_SUCCESS;
 }
 
-void RenameWhatIsThere(HKEY parent) {
+void RenameEarlierKey(HKEY parent) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(parent, L"There before", 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) {
         Rename(key, L"There afterwards");
@@ -38,6 +39,6 @@ STDAPI DllRegisterServer() {
         key->SetText(L"after", L"set after the renaming");
     }
     parent.SetDword(L"renamed", done ? 1 : 0);
-    RenameWhatIsThere(parent.Handle());
+    RenameEarlierKey(parent.Handle());
     return S_OK;
 }

@@ -1,4 +1,4 @@
-// Writes its own path in every place where a path can stand.
+// Writes its own path in every place that can contain a path.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,6 +1,6 @@
-// Goes on at each of its points only when it may: at the point P it makes the file P.reached in the folder
-// that the variable KEYREAP_STOPS names, and waits there as long as a file P.hold is in it. Files, so that a
-// test on either side of Wine can hold it.
+// Waits at each of its points until it may continue: at the point P it creates the file P.reached in the
+// folder that the variable KEYREAP_STOPS names, and waits as long as the file P.hold exists there. Tests of
+// the host can hold it as well as Windows programs because these are files.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -17,18 +17,18 @@ std::wstring StopsFolder() {
 }
 
 void Reach(const std::wstring& point) {
-    constexpr DWORD pause = 5; // milliseconds between two looks
+    constexpr DWORD pauseMilliseconds = 5;
     const std::wstring place = StopsFolder() + L"\\" + point;
     CloseHandle(CreateFileW((place + L".reached").c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     while (GetFileAttributesW((place + L".hold").c_str()) != INVALID_FILE_ATTRIBUTES) {
-        Sleep(pause);
+        Sleep(pauseMilliseconds);
     }
 }
 
 } // namespace
 
-// The first call comes when all is armed, the last one when the capture is over and no result is made yet.
+// At the first call the capture has begun; at the last one it has ended and its result is not yet written.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
         Reach(L"loading");

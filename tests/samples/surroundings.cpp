@@ -1,4 +1,4 @@
-// Writes down what it finds around it while it registers itself.
+// Records its surroundings while it registers itself.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

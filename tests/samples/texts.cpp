@@ -1,5 +1,5 @@
-// Writes texts that are hard to carry: odd ends, control characters, quotes, backslashes, halves of surrogate
-// pairs, and the types whose written form depends on a text.
+// Writes texts that are hard to represent: with odd ends, control characters, quotes, backslashes and halves
+// of surrogate pairs, and values of the types whose written form depends on a text.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -81,7 +81,8 @@ void WriteDefaultNumber(HKEY parent) {
     KeyWriter(parent, L"Borrowed\\Alone").Set(L"", REG_QWORD, eight);
 }
 
-// A REG_QWORD borrows the text of the value before it in its own key; names number the order.
+// A REG_QWORD borrows the text of the previous value of its key. The names begin with numbers to fix the
+// order.
 void WriteBorrowed(HKEY parent) {
     const Bytes eight = {1, 2, 3, 4, 5, 6, 7, 8};
     const KeyWriter key(parent, L"Borrowed");

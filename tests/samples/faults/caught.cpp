@@ -1,4 +1,4 @@
-// Meets an access violation that a handler of its own repairs, and throws and catches exceptions. With
+// Causes an access violation that its own handler repairs, and throws and catches exceptions. With
 // KEYREAP_ENDS it then ends the process with the low bits of the fault's code.
 #include "tests/samples/support/keywriter.h"
 
@@ -13,7 +13,7 @@ namespace {
 constexpr SIZE_T pageSize = 4096;
 [[maybe_unused]] constexpr UINT lowBitsOfAccessViolation = 5;
 
-// Lets the page that could not be written to be written to.
+// Makes the page writable, so that the write is repeated and succeeds.
 LONG CALLBACK OpenPage(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     DWORD before = 0;

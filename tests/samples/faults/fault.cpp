@@ -1,4 +1,4 @@
-// Writes one key and then fails in the way that KEYREAP_FAULT names.
+// Writes one key and then causes the fault that KEYREAP_FAULT names.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -16,14 +16,14 @@ namespace {
 
 using Code = void (*)();
 
-// Memory of the process with this protection; never freed, for the process ends.
+// Memory with this protection. It is never freed, because the process ends.
 void* Memory(DWORD protection) {
     constexpr SIZE_T size = 4096;
     return VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, protection);
 }
 
 void* Null() {
-    // Out of sight of the compiler, which takes a known null access for one that never happens.
+    // Volatile, because the compiler assumes that an access through a known null pointer never happens.
     static void* volatile null = nullptr;
     return null;
 }
@@ -72,7 +72,7 @@ void* Null() {
     number = number / zero;
 }
 
-// Two bytes of code, in memory of their own.
+// Runs two bytes of machine code.
 [[maybe_unused]] void ExecuteBytes(BYTE first, BYTE second) {
     const BYTE code[] = {first, second};
     void* memory = Memory(PAGE_EXECUTE_READWRITE);
@@ -100,16 +100,16 @@ void* Null() {
 }
 
 [[maybe_unused]] void Raise() {
-    constexpr DWORD codeOfItsOwn = 0xE0000001;
-    RaiseException(codeOfItsOwn, 0, 0, nullptr);
+    constexpr DWORD customCode = 0xE0000001;
+    RaiseException(customCode, 0, 0, nullptr);
 }
 
-// As a run time does that has found memory damaged: interrupt 0x29, for which no handler is asked.
+// What a run-time library does when it finds damaged memory: interrupt 0x29, which no exception handler sees.
 [[maybe_unused]] void FailFast() {
     ExecuteBytes(0xCD, 0x29);
 }
 
-// A function of the system that the server calls with a bad address.
+// The server calls a function of the system with an invalid address.
 [[maybe_unused]] void ReadInSystem() {
     using Length = std::size_t(__cdecl*)(const char*);
     const auto length = reinterpret_cast<Length>(

@@ -3,21 +3,22 @@
 #include <string>
 
 // Usage: registerhost FILE [moved]
-// Lets a file register itself, with nothing round it: a server is loaded and its registration called, and
-// what is none is started as a program with /REGSERVER. Status 0: it was called; 1: the file can't be loaded
-// or has no registration; 3: no file was named. A fault ends the program with the fault's own code. With
-// `moved` the place in memory that the file asks for is taken, so that the system has to move it.
+// Lets a file register itself, without a capture: loads a server and calls its registration, or starts the
+// file as a program with /REGSERVER if that is impossible. Status 0: the registration was called; 1: the file
+// can't be loaded or has no registration; 3: no file was named. A fault ends the program with the fault's
+// code. With `moved` the preferred address of the file is occupied, so that the system has to load it at
+// another one.
 
 namespace {
 
-LONG WINAPI EndWithItsCode(EXCEPTION_POINTERS* exception) {
+LONG WINAPI EndWithCodeOf(EXCEPTION_POINTERS* exception) {
     TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-// What the file asks for, or 0 if that can't be read. The two parts of the headers may lie anywhere in a
-// damaged file.
-ULONG_PTR PreferredPlace(const wchar_t* file) {
+// The address that the file asks for, or 0 if that can't be read. In a damaged file the second header may be
+// anywhere.
+ULONG_PTR PreferredAddress(const wchar_t* file) {
     IMAGE_DOS_HEADER start{};
     IMAGE_NT_HEADERS headers{};
     DWORD read = 0;
@@ -31,10 +32,10 @@ ULONG_PTR PreferredPlace(const wchar_t* file) {
     return whole ? headers.OptionalHeader.ImageBase : 0;
 }
 
-void TakePlace(ULONG_PTR place) {
-    if (place != 0) {
-        // Where it fails, somebody else has the place.
-        VirtualAlloc(reinterpret_cast<void*>(place), 1, MEM_RESERVE, PAGE_NOACCESS);
+void Occupy(ULONG_PTR address) {
+    if (address != 0) {
+        // This fails only if the address is already occupied.
+        VirtualAlloc(reinterpret_cast<void*>(address), 1, MEM_RESERVE, PAGE_NOACCESS);
     }
 }
 
@@ -68,9 +69,9 @@ int wmain(int count, wchar_t** arguments) {
         return 3;
     }
     if (moved) {
-        TakePlace(PreferredPlace(arguments[1]));
+        Occupy(PreferredAddress(arguments[1]));
     }
-    SetUnhandledExceptionFilter(EndWithItsCode);
+    SetUnhandledExceptionFilter(EndWithCodeOf);
     if (CallRegistration(arguments[1])) {
         return 0;
     }

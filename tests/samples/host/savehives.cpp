@@ -4,8 +4,8 @@
 
 // Usage: savehives FOLDER
 // Saves the hives of the machine, the current user and the default user into an existing folder as
-// system.reg, user.reg and userdef.reg, each at one request to the system. Volatile keys are left out. Status
-// 0: all were saved; 1: one was not; 3: no folder was named.
+// system.reg, user.reg and userdef.reg, each with one request to the system. Volatile keys are not saved.
+// Status 0: all were saved; 1: one could not be saved; 3: no folder was named.
 
 namespace {
 

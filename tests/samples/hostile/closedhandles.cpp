@@ -1,4 +1,4 @@
-// Closes every handle of its process, whoever opened it.
+// Closes every handle of its process, including those of the program.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// Nests keys 500 deep.
+// Nests 500 keys.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// Writes keys and values whose names hold every UTF-16 unit from 1 to 0xFFFF: 256 of each, with 256 units
-// each behind the number of the name.
+// Writes keys and values whose names contain every UTF-16 unit from 1 to 0xFFFF: 256 names, each of its
+// number and 256 units.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr unsigned namesOfAKind = 256;
+constexpr unsigned names = 256;
 constexpr unsigned unitsOfAName = 256;
 constexpr unsigned longestKeyName = 255;
 
-// The units of one name, without those that no name can hold: the end of all text and what parts keys.
+// The units of one name, without those that no name can contain: the NUL and the separator of keys.
 std::wstring UnitsOf(unsigned number) {
     std::wstring units;
     for (unsigned unit = number * unitsOfAName; unit < (number + 1) * unitsOfAName; ++unit) {
@@ -33,10 +33,10 @@ std::wstring NumberOf(unsigned number) {
 STDAPI DllRegisterServer() {
     using keyreap::samples::KeyWriter;
     const KeyWriter key(HKEY_CURRENT_USER, L"Software\\KeyreapEveryUnit");
-    for (unsigned i = 0; i < namesOfAKind; ++i) {
+    for (unsigned i = 0; i < names; ++i) {
         const std::wstring units = UnitsOf(i);
         key.SetDword(NumberOf(i) + units + (i == 0 ? L"\\" : L""), i);
-        // A key's name is shorter than that: half of the units stand in each of two.
+        // Names of keys are shorter, so two keys have half of the units each.
         const std::wstring halves[] = {NumberOf(i) + L"a" + units.substr(0, unitsOfAName / 2),
                                        NumberOf(i) + L"b" + units.substr(unitsOfAName / 2)};
         for (const std::wstring& half : halves) {

@@ -1,4 +1,4 @@
-// Takes the roots' overrides away, writes past them, and points one root elsewhere.
+// Removes the overrides of two roots, writes to the live roots, and redirects one root elsewhere.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// Leaves threads behind that write for as long as the process lives: two through a key that they hold open,
-// two by name. The module stays loaded, so that they have code to run.
+// Starts threads that write until the process ends: two through a key that they keep open, two by the key's
+// name. The module stays loaded, because it contains the threads' code.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

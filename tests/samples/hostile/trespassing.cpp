@@ -1,5 +1,5 @@
-// Changes files and folders of drive C: in every way that a program has. Where a write is refused, so is the
-// registration.
+// Changes files and folders of drive C: in every way that a program has. The registration fails if one of the
+// changes fails.
 #include <windows.h>
 
 #include <olectl.h>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr FILETIME longAgo = {0, 0x01B00000}; // in 1988
 
-// A file or folder for which only its attributes and times are opened.
+// Opens a file or folder only for its attributes and times.
 HANDLE OpenForAttributes(const std::wstring& path) {
     return CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
@@ -39,7 +39,7 @@ bool Append(const std::wstring& path) {
     return WriteAtEnd(path, OPEN_EXISTING);
 }
 
-// A file of its own with an old time.
+// A file of this sample with old times.
 std::wstring Source() {
     const std::wstring source = L"C:\\trespass.txt";
     WriteAtEnd(source, OPEN_ALWAYS);
@@ -47,7 +47,7 @@ std::wstring Source() {
     return source;
 }
 
-// The content and the time of another file in the place of the old ones; it stays the same file.
+// Replaces the content and times; the file stays the same one.
 bool Overwrite(const std::wstring& path) {
     return CopyFileW(Source().c_str(), path.c_str(), FALSE) != FALSE;
 }
@@ -88,7 +88,8 @@ Entries EntriesOf(const std::wstring& folder) {
     return entries;
 }
 
-// One file in each way, one new file, and the folder itself, whose times come last.
+// Changes one file in each way, creates one, and changes the folder itself. The folder's times come last,
+// because the other changes set them.
 bool ChangeFilesOf(const std::wstring& folder, const std::vector<std::wstring>& files) {
     bool changed = true;
     for (std::size_t way = 0; way < ways.size() && way < files.size(); ++way) {
@@ -110,8 +111,8 @@ bool ChangeAllBelow(const std::wstring& folder) {
 
 } // namespace
 
-// The folders of C:\windows have the modules of this very process: only one of them is changed, and in its
-// folder nothing else.
+// The folders of C:\windows contain the modules of this process. Only one of them is changed, and nothing
+// else in its folder.
 STDAPI DllRegisterServer() {
     bool changed = Overwrite(L"C:\\windows\\system32\\hlink.dll");
     changed = ChangeFilesOf(L"C:\\windows", EntriesOf(L"C:\\windows").files) && changed;

@@ -1,4 +1,4 @@
-// Was linked with a library that had one function more than the one that lies beside it.
+// Is linked with a library that has one function more than the one in its folder.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

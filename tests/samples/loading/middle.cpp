@@ -1,4 +1,4 @@
-// Stands between the sample `nested` and the library that neither of them has.
+// The library that the sample `nested` needs. It needs a library itself that doesn't exist.
 #include <windows.h>
 
 extern "C" __declspec(dllimport) DWORD LibraryNumber();

@@ -1,4 +1,4 @@
-// Has the library that it is linked with, but that one can't load.
+// Is linked with a library that exists but can't be loaded.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// All that it needs is there, but it refuses to be loaded. The sample `uponrefusing` needs it.
+// Has all that it needs, but refuses to be loaded. The sample `uponrefusing` needs it.
 #include <windows.h>
 
 #include <olectl.h>

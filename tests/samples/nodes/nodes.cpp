@@ -1,6 +1,6 @@
-// A server that registers under plain names and below keys called Wow6432Node, each as a name like any other.
-// Built three times: the plain names come first, or the others do (KEYREAP_NODES_FIRST), or there is one of
-// each in the current user's keys (KEYREAP_NODES_OF_USER).
+// A server that registers under plain names and below keys called Wow6432Node, without flags for views. It is
+// built in three variants: plain names first, nodes first (KEYREAP_NODES_FIRST), and one of each in the
+// current user's keys (KEYREAP_NODES_OF_USER).
 #include <windows.h>
 
 #include <olectl.h>
@@ -12,7 +12,7 @@ namespace {
 const std::wstring classPath = L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D30}";
 const std::wstring settingsPath = L"Keyreap\\Nodes";
 
-// In one call, as most servers do it.
+// Creates the whole path in one call, as most servers do.
 void WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
     HKEY key = nullptr;
     RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);

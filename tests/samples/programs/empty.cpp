@@ -1,4 +1,4 @@
-// A program that does nothing at all: what its capture holds, and what its run changes, is its host's doing.
+// A program that does nothing: everything in its capture and every change by its run comes from the host.
 int wmain() {
     return 0;
 }

@@ -1,5 +1,5 @@
-// A DLL that is built under the extension .exe, with a type library as a resource: it is to be loaded, not
-// started, and the type library registered behind it.
+// A DLL with the extension .exe and a type library as a resource. A capture has to load it, not to start it,
+// and to register the type library afterwards.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// A server whose child writes too: with /REGSERVER it hands a key to a child, writes, and waits for it.
+// A server whose child process writes too. With /REGSERVER it writes, runs the child, and writes again.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -9,7 +9,7 @@ namespace {
 
 using keyreap::samples::KeyWriter;
 
-constexpr wchar_t childsSwitch[] = L"/CHILD";
+constexpr wchar_t childSwitch[] = L"/CHILD";
 
 void WriteAsChild() {
     KeyWriter(HKEY_CURRENT_USER, L"Software\\KeyreapFamily\\Child").SetText(L"", L"the child's");
@@ -19,7 +19,7 @@ void WriteAsChild() {
 
 void RunChild() {
     std::wstring line = L"family.exe ";
-    line += childsSwitch;
+    line += childSwitch;
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION child = {};
@@ -35,7 +35,7 @@ void RunChild() {
 } // namespace
 
 int wmain(int count, wchar_t** arguments) {
-    if (count == 2 && arguments[1] == std::wstring_view(childsSwitch)) {
+    if (count == 2 && arguments[1] == std::wstring_view(childSwitch)) {
         WriteAsChild();
     } else if (count == 2 && arguments[1] == std::wstring_view(L"/REGSERVER")) {
         const KeyWriter key(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");

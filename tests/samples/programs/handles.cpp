@@ -1,4 +1,4 @@
-// Reaches its keys by every kind of handle: copied, moved, inherited, shared by threads, deleted.
+// Writes to its keys through every kind of handle: copied, moved, inherited, shared by threads, deleted.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -39,7 +39,7 @@ void WriteByCopies(HKEY top) {
     RegCloseKey(moved);
 }
 
-// The number of a closed handle is given out again at once.
+// The system uses the number of a closed handle again at once.
 void WriteByReusedHandles(HKEY top) {
     for (const wchar_t* name : {L"Reused one", L"Reused two", L"Reused three"}) {
         HKEY key = Create(top, name);

@@ -1,5 +1,5 @@
-// A program that does nothing and imports modules of the system, among them those that write to the registry
-// under Wine when they are loaded.
+// A program that does nothing and imports modules of the system. Some of these write to the registry when
+// Wine loads them.
 #include <windows.h>
 
 #include <commctrl.h>
@@ -8,7 +8,7 @@
 #include <wininet.h>
 #include <winspool.h>
 
-// The linker keeps a reference that might be used.
+// The linker only keeps references that might be used.
 int wmain(int count, wchar_t**) {
     if (count > 1000) {
         GetDesktopWindow();

@@ -1,4 +1,4 @@
-// A server that writes to a control set by its number.
+// A server that writes to a numbered control set.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// A server that registers itself for the other bitness as well, by the flag of the other view.
+// A server that also registers itself for the other bitness, with the flag for the other view.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -37,7 +37,7 @@ int wmain(int count, wchar_t** arguments) {
     CreateEmpty(HKEY_LOCAL_MACHINE, L"Software\\KeyreapOtherEmpty", otherView);
     WriteText(HKEY_CLASSES_ROOT, L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D22}", otherView, L"",
               L"other view");
-    // One tree for both bitnesses, whatever the flag says.
+    // This is one tree for both bitnesses, with and without the flag.
     WriteText(HKEY_CURRENT_USER, L"Software\\KeyreapOtherView", otherView, L"", L"no views here");
     return 0;
 }

@@ -1,9 +1,9 @@
-// A program that knows no switch: it reads in the registry, as any program does, and ends.
+// A program that ignores all switches: it reads the registry, as any program does, and ends.
 #include <windows.h>
 
 namespace {
 
-// What only reads, and changes that fail.
+// Reads the key and tries changes that must fail.
 void ReadKey(HKEY root, const wchar_t* path) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(root, path, 0, KEY_READ, &key) != ERROR_SUCCESS) {

@@ -1,5 +1,5 @@
-// A server that is a process of its own: with /REGSERVER it writes its exact command line to the live
-// registry and ends with 5, which its caller is to ignore; without, it does nothing.
+// A server in a process of its own: with /REGSERVER it writes its exact command line to the live registry and
+// ends with 5, which its caller must ignore. Without the switch it does nothing.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// A server that makes a key of the machine's control set and writes no value there.
+// A server that creates a key in the machine's control set and writes no value there.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

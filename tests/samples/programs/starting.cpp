@@ -1,4 +1,4 @@
-// A program that does nothing itself: what it has done was its library.
+// A program that does nothing itself: only its library writes to the registry.
 #include <windows.h>
 
 extern "C" __declspec(dllimport) DWORD LibraryNumber();

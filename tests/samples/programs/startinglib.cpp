@@ -1,6 +1,6 @@
-// A library that a program imports and that writes to the registry ahead of the program's entry point: in a
-// static constructor, when it is attached to the process, and what the system itself writes at each start
-// (with REPEATS).
+// The library of a program. It writes to the registry before the program's entry point runs: in a static
+// constructor and when it is attached to the process. With REPEATS it writes a value that the system itself
+// writes at each start.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -9,7 +9,7 @@ namespace keyreap::samples {
 
 namespace {
 
-constexpr wchar_t own[] = L"Software\\KeyreapStarting";
+constexpr wchar_t ownKey[] = L"Software\\KeyreapStarting";
 
 #ifdef REPEATS
 
@@ -26,13 +26,13 @@ void WriteAtAttach() {
 
 class Constructed {
 public:
-    Constructed() { KeyWriter(HKEY_CURRENT_USER, own).SetText(L"static constructor", L"constructed"); }
+    Constructed() { KeyWriter(HKEY_CURRENT_USER, ownKey).SetText(L"static constructor", L"constructed"); }
 };
 
 const Constructed constructed;
 
 void WriteAtAttach() {
-    const KeyWriter key(HKEY_LOCAL_MACHINE, own);
+    const KeyWriter key(HKEY_LOCAL_MACHINE, ownKey);
     key.SetText(L"DllMain", L"attached");
     key.SetText(L"made and removed", L"gone");
     RegDeleteValueW(key.Handle(), L"made and removed");

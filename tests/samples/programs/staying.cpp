@@ -1,5 +1,5 @@
-// A program that knows no /REGSERVER: it tells that it runs, stays until it is told to end, and writes last
-// that it did.
+// A program that ignores /REGSERVER: it signals that it runs, waits until a test lets it end, and finally
+// writes a key.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// A program with a window: it shows one for a moment, draws in it, and ends. It writes nothing to the
-// registry; what its system looks up for the window is none of its doing.
+// A program that shows a window for a moment and draws in it. It writes nothing to the registry; only the
+// system reads the registry for the window.
 #include <windows.h>
 
 namespace {

@@ -1,6 +1,5 @@
-// A server that is a process of its own and does with /REGSERVER what servers do to the live registry: it
-// writes to four roots, makes things and takes them away again, and changes and deletes what was there
-// before.
+// A server in a process of its own. With /REGSERVER it does what servers do to the live registry: it writes
+// to four roots, creates keys and values and deletes them again, and changes and deletes earlier ones.
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -11,7 +10,7 @@ namespace keyreap::samples {
 
 namespace {
 
-constexpr wchar_t own[] = L"Software\\KeyreapWriting";
+constexpr wchar_t ownKey[] = L"Software\\KeyreapWriting";
 constexpr wchar_t classId[] = L"CLSID\\{6B1E2C5C-2C0B-4B44-9C0A-5E9B6F5C6D21}";
 
 void DeleteKey(HKEY parent, const wchar_t* name) {
@@ -23,7 +22,7 @@ void DeleteValue(const KeyWriter& key, const wchar_t* name) {
 }
 
 void WriteMachine() {
-    const KeyWriter key(HKEY_LOCAL_MACHINE, own);
+    const KeyWriter key(HKEY_LOCAL_MACHINE, ownKey);
     key.SetText(L"", L"machine");
     key.SetDword(L"number", 7);
     key.Set(L"long number", REG_QWORD, {1, 2, 3, 4, 5, 6, 7, 8});
@@ -35,8 +34,8 @@ void WriteMachine() {
     KeyWriter(key.Handle(), L"Only implied\\Leaf").SetText(L"a", L"second in the file");
 }
 
-void MakeAndRemove() {
-    const KeyWriter key(HKEY_LOCAL_MACHINE, own);
+void CreateAndDelete() {
+    const KeyWriter key(HKEY_LOCAL_MACHINE, ownKey);
     KeyWriter(key.Handle(), L"Made and removed").SetText(L"", L"gone");
     DeleteKey(key.Handle(), L"Made and removed");
     KeyWriter(key.Handle(), L"Made and removed without a value");
@@ -46,9 +45,9 @@ void MakeAndRemove() {
     DeleteValue(kept, L"value");
 }
 
-// What a tester put there before.
-void ChangeWhatWasThere() {
-    const KeyWriter key(HKEY_CURRENT_USER, own);
+// Keys and values that a test may have created before.
+void ChangeEarlierEntries() {
+    const KeyWriter key(HKEY_CURRENT_USER, ownKey);
     key.SetText(L"overwritten", L"after");
     DeleteValue(key, L"deleted");
     DeleteKey(key.Handle(), L"Deleted");
@@ -74,8 +73,8 @@ int wmain(int count, wchar_t** arguments) {
         return 1;
     }
     WriteMachine();
-    MakeAndRemove();
-    ChangeWhatWasThere();
+    CreateAndDelete();
+    ChangeEarlierEntries();
     WriteClasses();
     KeyWriter(HKEY_USERS, L".DEFAULT\\Software\\KeyreapWriting").SetText(L"", L"every user's");
     return 0;

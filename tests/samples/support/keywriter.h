@@ -10,11 +10,12 @@ namespace keyreap::samples {
 
 using Bytes = std::vector<BYTE>;
 
-// A key that a sample creates and writes to. Failures are ignored, as most servers do: what did not arrive is
-// missing from the capture, and the tests see that.
+// A key that a sample creates and writes to. It ignores failures, as most servers do: a value that was not
+// written is missing from the capture, and the tests notice that.
 class KeyWriter {
 public:
-    // Opens or creates `path` below `parent`, one level at a call, since one call makes 32 levels at most.
+    // Opens or creates `path` below `parent` level by level, since one call of the system creates at most 32
+    // levels.
     KeyWriter(HKEY parent, std::wstring_view path);
     KeyWriter(const KeyWriter&) = delete;
     KeyWriter& operator=(const KeyWriter&) = delete;
@@ -22,10 +23,10 @@ public:
 
     HKEY Handle() const { return handle; }
 
-    // Sets a value to exactly these bytes. RegSetValueExW adds a terminator to a text without one if the two
-    // bytes behind it happen to be zero; here they never are.
+    // Sets a value to exactly these bytes. RegSetValueExW adds a terminator to a text without one if the next
+    // two bytes in memory are zero; here they never are.
     void Set(std::wstring_view name, DWORD type, const Bytes& data) const;
-    // Sets a value to the units of `text` and no terminator.
+    // Sets a value to the units of `text`, without a terminator.
     void SetUnits(std::wstring_view name, DWORD type, std::wstring_view text) const;
     // Sets a REG_SZ value with its terminator.
     void SetText(std::wstring_view name, std::wstring_view text) const;
