@@ -1,9 +1,9 @@
 """Usage, inside a Wine session: capture_targets.py TARGETS KEYREAP KEEPER OUTPUT MODE
 
 TARGETS is the list, KEYREAP and KEEPER are programs, as Windows paths; MODE is a mode word. Captures all modules and
-type libraries, as many in one command as there is room for, into OUTPUT/ID.reg. The hives in front of all that are
-kept in OUTPUT/before, those behind it in OUTPUT/after. OUTPUT/captures.json tells the exit status and the seconds of
-each capture by the target's id, and the temporary files in front and behind.
+type libraries into OUTPUT/ID.reg, as many with one command as fit into a line. OUTPUT/before and OUTPUT/after contain
+the hives before and after all captures. OUTPUT/captures.json contains the exit status and the seconds of each capture
+by the target's id, and the temporary files before and after.
 """
 
 import json
@@ -15,7 +15,7 @@ from pathlib import Path
 from keeper import Keeper, command_line, windows_path
 from targets import read_targets
 
-# A command line holds at most 32,767 characters; the companion's has a little more in it than the one given here.
+# A command line has at most 32,767 characters; the companion's is a little longer than the one passed here.
 COMMAND_LIMIT = 32000
 
 TEMPORARY_FOLDERS = ("users/keyreap/AppData/Local/Temp", "users/keyreap/Temp", "windows/temp")
@@ -39,21 +39,21 @@ class Captures:
         return [self.keyreap, "extreg", *pairs, self.mode]
 
     def fitting(self, targets):
-        """As many of the targets, from the first, as fit into one command line."""
+        """The first targets, as many as fit into one command line."""
         count = len(targets)
         while len(command_line(self.words(targets[:count]))) > COMMAND_LIMIT:
             count -= 1
         return targets[:count]
 
     def capture(self, targets):
-        """One command: its targets, in order, up to the first that fails. Gives those that it didn't come to."""
+        """Captures the targets with one command, which ends at the first failure. Returns the targets after that."""
         begin = time.time()
         status = self.keeper.run(*self.words(targets))
         for number, target in enumerate(targets):
             if not self.file(target).exists():
                 self.results[target.id] = {"status": status}
                 return targets[number + 1 :]
-            # A session writes its file at its end.
+            # The program writes a file at the end of its capture.
             end = self.file(target).stat().st_mtime
             self.results[target.id] = {"status": 0, "seconds": end - begin}
             begin = end
@@ -61,15 +61,14 @@ class Captures:
         return []
 
     def capture_all(self, targets):
-        """The 64-bit images first, as the program takes them."""
+        """Captures all targets. The 64-bit images have to come first, as the program captures them first."""
         while targets:
             batch = self.fitting(targets)
             targets = self.capture(batch) + targets[len(batch) :]
 
-
     def warm_up(self, *targets):
-        """A first capture leaves the program's own key and what lies below it, a second one the key alone; and a
-        process of each bitness writes what Wine sets up for it, which is not the same for both."""
+        """Makes the captures that change the registry. A first one leaves the program's own key with its subkeys, a
+        second one only the key; and Wine sets up the registry for the first process of each bitness."""
         for target in targets:
             self.capture([target])
         self.results.clear()
@@ -78,7 +77,7 @@ class Captures:
 def main(targets, keyreap, keeper, output, mode):
     output = Path(output)
     output.mkdir()
-    # The program takes the 64-bit images first, and a type library for no such image.
+    # The program captures the 64-bit images first. Type libraries are not 64-bit images.
     targets = sorted(read_targets(targets, "module", "library"), key=lambda target: target.bitness)
     captures = Captures(Keeper(keeper), keyreap, mode, output)
     captures.warm_up(targets[0], targets[0], targets[-1])

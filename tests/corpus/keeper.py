@@ -1,8 +1,8 @@
-"""What the corpus' scripts do inside a Wine session: keep the registry, run programs."""
+"""For the scripts of the corpus that run inside a Wine session: keeps and restores the registry, and runs programs."""
 
 import subprocess
 
-# What the keeper says of a command that could not be started or didn't end.
+# The keeper's answer for a command that could not be started or didn't end.
 NOT_RUN = 0xFFFFFFFE
 
 
@@ -15,14 +15,14 @@ def command_line(words):
 
 
 class Keeper:
-    """The program registrykeeper, which takes orders as long as this lives."""
+    """The program registrykeeper, which takes orders as long as this object exists."""
 
     def __init__(self, program):
         pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
         self.process = subprocess.Popen(["wine", program], text=True, **pipes)
 
     def order(self, text):
-        """The number that the keeper answers with."""
+        """The keeper's answer."""
         self.process.stdin.write(text + "\n")
         self.process.stdin.flush()
         return int(self.process.stdout.readline())
@@ -41,7 +41,7 @@ class Keeper:
         assert self.order("save " + windows_path(folder)) == 0
 
     def keep(self, folder):
-        """From here on what is restored is what is saved there."""
+        """Makes the present registry the one that is restored, and saves it into the folder."""
         assert self.order("keep") == 0
         self.save(folder)
 

@@ -1,8 +1,8 @@
 #include <windows.h>
 
 // Usage: loaderror FILE
-// Loads a server as the program does, and gives as its status the system's error: 0 if it could be loaded, -1
-// if no file was named.
+// Loads a server as the program does. The exit status is the system's error: 0 if the server could be loaded,
+// -1 if no file was named.
 int wmain(int count, wchar_t** arguments) {
     if (count != 2) {
         return -1;

@@ -1,11 +1,10 @@
-"""The proofs, each a list of what contradicts it, and the rules by which a capture and what it is compared with may
-differ on this host.
+"""The proofs, each a list of the differences that contradict it, and the rules that explain differences on this host.
 
-Three rules are about names and hold for every comparison:
+Three rules apply to every comparison:
 
   - classes: HKEY_CLASSES_ROOT is another name of HKEY_LOCAL_MACHINE\\Software\\Classes.
-  - views: a hive keeps what a 32-bit server writes below Wow6432Node, a capture under the names that it used.
-  - carried: a capture holds of a text what stands in front of its first NUL, and no data of types without a form.
+  - views: a hive has the keys of a 32-bit server below Wow6432Node, a capture has them under the names that it used.
+  - carried: a capture contains a text up to its first NUL, and no data of types without a form of their own.
 """
 
 import re
@@ -24,14 +23,14 @@ CLASSES = "hkey_local_machine\\software\\classes"
 
 @dataclass(frozen=True)
 class Difference:
-    """Of a value: what the capture has and what the other side has. Of a key, which has no name, the values of the
-    side that has it."""
+    """A value that the capture and the other side don't both have, or have with other data. A key that only one side
+    has, if there is no name: with the values of that side."""
 
     key: str
     name: str | None
     captured: object
     other: object
-    # Of a value: what the registry had in front of both, what a second capture has, and whether a trace has it.
+    # For a value: its data in the registry before both and in a second capture, and whether a trace has it.
     before: object = None
     again: object = None
     traced: bool = False
@@ -42,16 +41,16 @@ class Difference:
 
 
 def found_there(difference):
-    """A server that looks before it writes finds the value in a live registry, and leaves it alone. (A trace shows
-    that it wrote nothing there.)"""
+    """A server that checks before it writes finds the value in a live registry and leaves it unchanged. (A trace shows
+    that it wrote nothing.)"""
     return None not in (difference.name, difference.captured, difference.before) and (
         difference.other == difference.before and not difference.traced
     )
 
 
 def name_of_the_loaded(difference):
-    """A module that the process has already is called what it was loaded as: in other letters' case, and in a 32-bit
-    process by the name of the folder that stands for its own."""
+    """A module that was loaded before keeps the path that it was loaded with, which may differ in case, and in a 32-bit
+    process by the redirected name of its folder."""
     if difference.name is None:
         return False
     texts = [text_of(side) for side in (difference.captured, difference.other)]
@@ -62,7 +61,7 @@ def name_of_the_loaded(difference):
 
 
 def made_up(difference):
-    """A server makes up a GUID each time it registers: two captures have not the same."""
+    """A server generates a new GUID each time that it registers, so two captures have different ones."""
     sides = (difference.captured, difference.other, difference.again)
     return difference.name is not None and (
         difference.again != difference.captured and all(GUID.match(text_of(side) or "") for side in sides)
@@ -98,7 +97,7 @@ def normal(keys, bitness):
 
 
 def carried(value):
-    """What a captured file can hold of a value; None if it holds no data of it."""
+    """The part of a value that a captured file can contain; None if it contains none of its data."""
     kind, data = value
     if kind in (SZ, EXPAND):
         text = data.decode("utf-16-le", "surrogatepass").split("\0")[0] + "\0"
@@ -123,7 +122,7 @@ class Views:
             self.places.setdefault(normal_path(key, bitness), []).append(key)
 
     def of(self, keys):
-        """What the registry holds of these keys."""
+        """The values of these keys."""
         result = {}
         for key in keys:
             for place in self.places.get(key, []):
@@ -132,7 +131,7 @@ class Views:
 
 
 class Comparison:
-    """What one capture and what somebody else made of the same server differ in."""
+    """The differences between a capture and another registration of the same server."""
 
     def __init__(self, capture):
         self.capture, self.found = capture, {}
@@ -149,7 +148,7 @@ class Comparison:
                 self.difference(key, name, ours.get(name), theirs.get(name))
 
     def all_ours_there(self, keys, theirs):
-        """The captured keys and values are among the others."""
+        """Finds captured keys and values that the other side lacks or has with other data."""
         for key in keys:
             ours = self.capture[key]
             if key in theirs:
@@ -158,7 +157,7 @@ class Comparison:
                 self.difference(key, None, ours, None)
 
     def all_theirs_here(self, theirs):
-        """The others' keys and values were captured."""
+        """Finds keys and values of the other side that the capture lacks or has with other data."""
         for key, values in theirs.items():
             if key in self.capture:
                 self.values(key, self.capture[key], values, values)
@@ -167,8 +166,8 @@ class Comparison:
 
 
 def same_as_registered(capture, bitness, before, registered):
-    """What the program captured is what the system's registrar leaves: the classes, which were empty, exactly; of the
-    rest all that was captured is there, and all that is new was captured."""
+    """A capture contains what the system's registrar leaves. The classes, which were empty, must be equal. Outside the
+    classes everything captured must exist, and everything new must be captured."""
     new = all_carried(normal(written(before, registered), bitness))
     new.setdefault(CLASSES, {})
     comparison = Comparison(capture)
@@ -180,13 +179,13 @@ def same_as_registered(capture, bitness, before, registered):
 
 
 def importable(values):
-    """The importer drops an entry with nothing behind it, and one of a text of length 0."""
+    """The importer ignores an entry without data, and an expandable text or a list of length 0."""
     return {name: value for name, value in values.items() if value and value not in EMPTY_TEXTS}
 
 
 def same_as_imported(capture, bitness, before, imported):
-    """The captured file makes, in a registry with empty classes, what it was captured from: all of it is there, and
-    nothing else is new."""
+    """An import of the captured file into a registry with empty classes creates everything that was captured, and
+    nothing else."""
     wanted = {key: importable(values) for key, values in capture.items()}
     new = all_carried(normal(written(before, imported), bitness))
     new.setdefault(CLASSES, {})
@@ -196,26 +195,26 @@ def same_as_imported(capture, bitness, before, imported):
     return comparison.differences()
 
 
-def telling(keys):
-    """The keys that a replay tells of: those with values or without subkeys."""
+def recorded_by_trace(keys):
+    """The keys that a trace records: those with values or without subkeys."""
     parents = {key.rpartition("\\")[0] for key in keys}
     return {key: values for key, values in keys.items() if values or key not in parents}
 
 
 def traced_as_registered(traced, bitness, before, registered):
-    """What a trace of the live registry captured is what the system's registrar leaves there. (A server that looks
-    before it writes finds the live keys in both.)"""
+    """A trace of the live registry captures what the system's registrar leaves there. (A server that checks before it
+    writes finds the live keys in both cases.)"""
     new = all_carried(normal(written(before, registered), bitness))
     comparison = Comparison(traced)
     comparison.all_ours_there(traced, Views(registered, bitness).of(traced))
-    comparison.all_theirs_here(telling(new))
+    comparison.all_theirs_here(recorded_by_trace(new))
     return comparison.differences()
 
 
 def traced_as_harvested(traced, harvested):
-    """A trace and a harvest agree in the classes, which were empty for both."""
+    """A trace and a harvest are equal in the classes, which were empty for both."""
     ours, theirs = ({key: values for key, values in keys.items() if in_classes(key)} for keys in (traced, harvested))
-    theirs = {key: values for key, values in telling(theirs).items() if key != CLASSES}
+    theirs = {key: values for key, values in recorded_by_trace(theirs).items() if key != CLASSES}
     comparison = Comparison(ours)
     comparison.all_ours_there(ours, harvested)
     comparison.all_theirs_here(theirs)
@@ -227,9 +226,8 @@ def is_at_or_above(key, others):
 
 
 def unexplained_changes(traced, bitness, before, after):
-    """What a capture by trace changed in the live registry, but for what goes by its rules: a value that the server
-    wrote over goes with it; and so does, with all its values, a key above one that was taken away, if that was its
-    last."""
+    """The changes of the live registry by a capture by trace, without those that its rules require: a value that the
+    server overwrote is removed too, and so is a parent key with all its values when its last subkey is removed."""
     changes = ["new: %s: %s" % change for change in written(before, after).items()]
     for key, values in removed(before, after).items():
         place = normal_path(key, bitness)

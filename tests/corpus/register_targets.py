@@ -2,11 +2,11 @@
 register_targets.py TARGETS KEEPER LOADER CAPTURES OUTPUT BITNESS SHARD SHARDS
 
 TARGETS is the list, KEEPER and LOADER (loaderror, in BITNESS) are programs, as Windows paths; CAPTURES is the folder
-of the files that were captured in the mode keyRedir. For each module and program of BITNESS in shard SHARD out of
-SHARDS, each time from the same registry, lets the system register it, and imports its captured file, and keeps the
-hives that this leaves in OUTPUT/ID/registered and OUTPUT/ID/imported. OUTPUT/session-BITNESS-SHARD holds in `before`
-and `after` the hives in front of all that and those behind, and in statuses.json, by the target's id, the statuses
-of the registration and the import, and the error of loading a module that was not captured.
+of the files that were captured in the mode keyRedir. Takes each module and program of BITNESS in shard SHARD out of
+SHARDS. Lets the system register it and imports its captured file, each time starting from the same registry, and
+stores the resulting hives in OUTPUT/ID/registered and OUTPUT/ID/imported. OUTPUT/session-BITNESS-SHARD contains in
+`before` and `after` the hives before and after all that, and in statuses.json by the target's id the statuses of the
+registration and the import, and the load error of a module that was not captured.
 """
 
 import json
@@ -18,7 +18,7 @@ from targets import read_shard, session_folder, system_program
 
 
 def registration(target):
-    """The command line that registers a target without the program; a program's has the same blank at its end."""
+    """The command line that registers a target. That of a program ends in a space, as in a capture."""
     if target.kind == "program":
         return '"%s" /REGSERVER ' % target.path
     return command_line([system_program(target.bitness, "regsvr32.exe"), "/s", target.path])
@@ -29,11 +29,11 @@ class Registrations:
         self.keeper, self.loader, self.captures, self.output = keeper, loader, captures, output
 
     def warm_up(self, bitness):
-        """A process of the bitness has set up what Wine writes for it."""
+        """Lets Wine set up the registry for the first process of the bitness."""
         self.keeper.run(system_program(bitness, "regsvr32.exe"), "/s", "C:\\missing.dll")
 
     def kept(self, target, name, line):
-        """Runs a program on the registry of the beginning, and keeps the hives that it makes of it."""
+        """Runs a program on the initial registry, and stores the hives that it leaves."""
         status = self.keeper.run_line(line)
         self.keeper.save(self.output / target.id / name)
         self.keeper.restore()

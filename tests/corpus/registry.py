@@ -1,4 +1,4 @@
-"""Registries as the keeper saved them, and what changed from one to another."""
+"""Registries that the keeper saved, and the changes from one to another."""
 
 import hive
 
@@ -8,7 +8,7 @@ USER = "HKEY_USERS\\S-1-5-21-0-0-0-1000"
 
 
 class Registry:
-    """Keys by their lower-cased paths. Only the values that are asked for are read."""
+    """Keys by their lower-cased paths. Values are parsed only when they are requested."""
 
     def __init__(self, folder):
         named = hive.sections(folder / "machine", "HKEY_LOCAL_MACHINE")
@@ -20,13 +20,13 @@ class Registry:
         return self.sections.get(key, [])
 
     def values(self, key):
-        """By lower-cased name, the type and data of a key's values. What a link leads to is none of them."""
+        """The type and data of a key's values by their lower-cased names, without the targets of links."""
         found = hive.values_in(self.lines(key)).items()
         return {name.lower(): value for name, value in found if value[0] != LINK}
 
 
 def written(before, after):
-    """The keys that were added, and those that have other values, with the values that are new or not the same."""
+    """The keys that were added or changed, with the values that are new or different."""
     result = {key: after.values(key) for key in after.keys - before.keys}
     for key in before.keys & after.keys:
         if before.lines(key) != after.lines(key):
@@ -38,7 +38,7 @@ def written(before, after):
 
 
 def removed(before, after):
-    """The keys that are gone, with all their values, and those that lost values, with these."""
+    """The keys that were removed, with all their values, and those that lost values, with the lost ones."""
     result = {key: before.values(key) for key in before.keys - after.keys}
     for key in before.keys & after.keys:
         if before.lines(key) != after.lines(key):

@@ -5,17 +5,15 @@
 #include <string>
 
 // Usage: registrykeeper
-// Keeps the registry of one session the same for every program that it starts. Takes orders from its input,
-// one a line, and answers each with one number on a line of its own:
-//   save FOLDER    writes HKEY_LOCAL_MACHINE to the file `machine` and HKEY_USERS to the file `users`, as the
-//   system
-//                  saves hives; neither exists yet. The number is the first status that isn't 0.
-//   keep           remembers what both hold; 0.
-//   restore        gives both what they held at the last keep; 0.
-//   run COMMAND    the command's exit status when it has ended; 4294967294 if it can't be started or doesn't
-//   end
-//                  in time.
-// Anything else is answered with 1.
+// Gives every program that it starts the same registry. Reads orders from its input, one a line, and answers
+// each with a line that contains one number:
+//   save FOLDER    saves HKEY_LOCAL_MACHINE as the file `machine` and HKEY_USERS as the file `users`, in the
+//                  system's format for hives. The files must not exist. Answer: the first failure or 0.
+//   keep           remembers the content of both keys. Answer: 0.
+//   restore        restores the content that the last `keep` remembered. Answer: 0.
+//   run COMMAND    runs a command. Answer: its exit status; 4294967294 if it can't be started or takes too
+//                  long.
+// The answer to any other order is 1.
 
 namespace {
 
@@ -32,7 +30,7 @@ std::wstring Widened(const std::string& text) {
     return wide;
 }
 
-// RegSaveKeyW asks for this privilege.
+// RegSaveKeyW requires this privilege.
 void EnableBackup() {
     HANDLE token = nullptr;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token)) {
@@ -78,7 +76,8 @@ DWORD Run(std::wstring command) {
     return status;
 }
 
-// Wine writes to the registry whenever a desktop is opened. It stays open as long as somebody is on it.
+// Wine writes to the registry whenever a desktop is opened. A desktop stays open as long as a process uses
+// it.
 void StayOnDesktop() {
     GetDesktopWindow();
 }

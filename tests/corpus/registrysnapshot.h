@@ -16,17 +16,16 @@ struct KeyCloser {
 };
 using OpenKey = std::unique_ptr<HKEY, KeyCloser>;
 
-// What a key and all keys below it hold, kept in memory, so that the key can be given just that again. A
-// symbolic link is part of it as a key without content: neither is what lies behind it followed, nor is it
-// ever changed. Keys that can't be opened count as empty. A key whose time of the last write is still the
-// same is not read again.
+// The content of a key and of all keys below it, so that it can be restored later. Symbolic links are neither
+// followed nor changed. Keys that can't be opened count as empty. A key is not read again if the time of its
+// last write is unchanged.
 class RegistrySnapshot {
 public:
-    // Of a key that doesn't matter: nothing is ever restored.
+    // An empty snapshot, which restores nothing.
     RegistrySnapshot() = default;
     explicit RegistrySnapshot(HKEY key);
 
-    // Takes away what was added below `key`, and puts back what was changed or removed.
+    // Removes what was added below `key`, and restores what was changed or removed.
     void Restore(HKEY key);
 
 private:

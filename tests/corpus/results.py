@@ -1,4 +1,4 @@
-"""What the sessions of the corpus left, read and compared."""
+"""Reads and compares the files that the sessions of the corpus wrote."""
 
 import json
 from dataclasses import replace
@@ -33,20 +33,20 @@ class Results:
     def file(self, mode, target):
         return self.folder / mode / (target.id + ".reg")
 
-    # What the sessions told
+    # Statuses
 
     @cached_property
     def captures(self):
-        """By mode: by the id of a target, the status and the seconds of its capture."""
+        """The status and the seconds of each capture, by mode and by the id of the target."""
         found = {mode: json.loads((self.folder / mode / "captures.json").read_text()) for mode in CAPTURES}
-        results = {mode: told["results"] for mode, told in found.items()}
+        results = {mode: report["results"] for mode, report in found.items()}
         results["trace"] = {}
-        for told in self.told_by_traces:
-            results["trace"].update(told["results"])
+        for report in self.reports_of_traces:
+            results["trace"].update(report["results"])
         return results
 
     @cached_property
-    def told_by_traces(self):
+    def reports_of_traces(self):
         return [json.loads(file.read_text()) for file in sorted(self.folder.glob("trace/session-*/captures.json"))]
 
     @cached_property
@@ -63,7 +63,7 @@ class Results:
         return self.registrations[target.id]["registered"]
 
     def load_error(self, target):
-        """The system's error of loading a module that was not captured; 0 for any other."""
+        """The system's error for loading a module that was not captured; 0 for any other target."""
         return self.registrations[target.id].get("error", 0)
 
     def is_captured(self, target):
@@ -84,7 +84,7 @@ class Results:
 
     @cached_property
     def sessions(self):
-        """The folder of the session that took a target, by its id and the kind of session."""
+        """The folder of the session that captured a target, by the kind of session and the target's id."""
         found = {}
         for kind, kinds in (("registered", ("module", "program")), ("trace", ("module", "library", "program"))):
             for bitness in BITNESSES.values():
@@ -98,21 +98,21 @@ class Results:
         return Registry(folder)
 
     def before(self, kind, target):
-        """The registry in front of a target's registration or its trace."""
+        """The registry before a target's registration or its trace."""
         return self.registry(self.sessions[kind, target.id] / "before")
 
     @lru_cache(maxsize=4)
     def registered(self, target):
         return Registry(self.folder / "registered" / target.id / "registered")
 
-    # The proofs: pairs of a difference and the name of the rule that explains it
+    # The proofs: pairs of a difference and the name of the rule that explains it, or None
 
     def with_rules(self, target, differences, *rules):
-        """The differences with what the rules have to know of them."""
+        """Each difference with the name of the rule that explains it, or None."""
         if not differences:
             return
         before = proofs.Views(self.before("registered", target), target.bitness).of({one.key for one in differences})
-        # A program is captured by trace alone.
+        # A program is captured only by trace.
         again = self.capture("trace" if target.kind == "program" else "again", target)
         traced = self.capture("trace", target)
         for one in differences:
@@ -154,7 +154,7 @@ class Results:
 
     @cache
     def second_against_first(self, target):
-        """The same command a second time."""
+        """The results of the same command, run twice."""
         comparison = proofs.Comparison(self.capture("again", target))
         first = self.capture("keyRedir", target)
         comparison.all_ours_there(comparison.capture, first)
@@ -168,7 +168,7 @@ class Results:
         before = self.before("trace", target)
         return proofs.unexplained_changes(self.capture("trace", target), target.bitness, before, after)
 
-    # What was left
+    # Leftovers
 
     def left_by(self, mode):
         folder = self.folder / mode
@@ -177,11 +177,11 @@ class Results:
         return left + changes(Registry(folder / "before"), Registry(folder / "after"))
 
     def left_by_traces(self):
-        pairs = [told["temporary"] for told in self.told_by_traces]
+        pairs = [report["temporary"] for report in self.reports_of_traces]
         return [file for before, after in pairs for file in sorted(set(before) ^ set(after))]
 
     def left_by_sessions(self):
-        """A comparison holds only if everything in a session started from the same registry."""
+        """The comparisons are valid only if every run of a session started from the same registry."""
         left = []
         for session in sorted(set(self.sessions.values())):
             found = changes(Registry(session / "before"), Registry(session / "after"))

@@ -12,10 +12,10 @@ from targets import BITNESSES, all_targets, sample, write_targets
 ROOT = Path(__file__).resolve().parents[2]
 WINE = ROOT / "build" / "wine"
 
-# So many sessions share the targets of a bitness where each is registered on its own: as there are cores for them.
+# The number of sessions that share the targets of one bitness where each target is registered separately.
 SHARDS = max(1, os.cpu_count() // 2)
 
-# The folders of the captures of many servers in one command, and their modes.
+# The folders and modes of the sessions that capture many servers with one command.
 CAPTURES = {"keyRedir": "keyRedir", "again": "keyRedir", "both": "both"}
 
 
@@ -32,12 +32,12 @@ def chosen_targets(step):
 
 
 def base_drive():
-    """Drive C: as every session finds it."""
+    """Drive C: at the start of every session."""
     return WINE / "base" / "drive_c"
 
 
 class Sessions:
-    """All that the proofs compare, in a folder of its own."""
+    """The sessions that produce everything that the proofs compare, in one folder."""
 
     def __init__(self, folder, targets):
         self.folder, self.list = folder, folder / "targets.json"
@@ -66,7 +66,7 @@ class Sessions:
         self.shared([], "register_targets.py", programs, ["keyRedir", "registered"], bitness, shard)
 
     def run(self):
-        """As many sessions side by side as there are cores."""
+        """Runs as many sessions in parallel as there are cores."""
         parts = [(bitness, shard) for bitness in BITNESSES.values() for shard in range(SHARDS)]
         with ThreadPoolExecutor(os.cpu_count()) as pool:
             captures = [pool.submit(self.capture, *names) for names in CAPTURES.items()]

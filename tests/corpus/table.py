@@ -1,10 +1,10 @@
-"""The corpus as a table: one line a server, the totals last."""
+"""The report of the corpus: a table with one line for each server, and the totals."""
 
 from results import unproven
 
 HEADER = ["Server", "Bitness", "Keys", "Values", "Seconds", "Registrar", "Import", "Replay", "Trace", "Rules"]
 
-# They are at work in almost every capture.
+# The rules that almost every capture needs; the table doesn't show them.
 USUAL_RULES = {"keys_of_the_redirection", "implied_keys"}
 
 
@@ -13,7 +13,7 @@ def line(cells):
 
 
 class Captured:
-    """What is told of a server that was captured: how much, how fast, and what the proofs say."""
+    """The row of a captured server: its size, its time and its proofs."""
 
     def __init__(self, results, target):
         mode = "trace" if target.kind == "program" else "keyRedir"
@@ -56,7 +56,7 @@ class Captured:
 
 
 class NotCaptured:
-    """A server that could not be captured: why not."""
+    """The row of a server that can't be captured, with the reason."""
 
     keys, values, seconds = 0, 0, 0
 
@@ -68,7 +68,7 @@ class NotCaptured:
             self.reason = "loading it gives error %d; regsvr32 ends with %d" % errors
 
     def is_proven(self):
-        """Shown not to be for anybody to capture."""
+        """Other programs can't register the server either."""
         return True
 
     def cells(self):

@@ -30,7 +30,7 @@ def system_program(bitness, name):
 
 
 class Image:
-    """What a PE file's headers and its export table tell, read straight out of the file."""
+    """The headers and the export table of a PE file, read directly from the file."""
 
     def __init__(self, data):
         self.data = data
@@ -59,12 +59,12 @@ class Image:
 
 
 def is_image(data):
-    """Not so the modules for 16-bit systems."""
+    """Modules for 16-bit systems are not PE files."""
     return data[:2] == b"MZ" and data[struct.unpack_from("<I", data, 60)[0] :][:4] == b"PE\0\0"
 
 
 def read_image(file, read):
-    """What `read` makes of the file's image; None for any other file."""
+    """What `read` returns for the file's image; None if the file is not an image."""
     if file.stat().st_size < 64:
         return None
     with file.open("rb") as opened, mmap.mmap(opened.fileno(), 0, access=mmap.ACCESS_READ) as data:
@@ -85,7 +85,7 @@ def bitness_of(file):
 
 
 def files_by_name(drive):
-    """The files of a prefix's drive C: that a module may be, those with the shortest paths first."""
+    """The files of a prefix's drive C: by their names, those with the shortest paths first."""
     found = {}
     for file in sorted(drive.rglob("*"), key=lambda file: (len(str(file)), str(file))):
         found.setdefault(file.name, []).append(file)
@@ -93,7 +93,7 @@ def files_by_name(drive):
 
 
 def windows_path(file, bitness, drive, copies):
-    """The file's place on drive C:, or where it lies if it isn't there."""
+    """The path of the file's copy on drive C:; that of the file itself if there is no copy."""
     for copy in copies.get(file.name, []):
         if copy.is_file() and bitness_of(copy) == bitness:
             return "C:\\" + str(copy.relative_to(drive)).replace("/", "\\")
@@ -101,14 +101,14 @@ def windows_path(file, bitness, drive, copies):
 
 
 def host_file(path, drive):
-    """The file of this machine that a target's path names."""
+    """The file of the host that a target's path names."""
     place = path[3:].replace("\\", "/")
     return drive / place if path.startswith("C:") else Path("/") / place
 
 
 def all_targets(folders, drive):
-    """Every target, by kind, bitness and name. `folders` are those of the distribution, by bitness; `drive` is that
-    of a prefix."""
+    """Every target, sorted by kind, bitness and name. `folders` are those of the distribution, by bitness; `drive` is
+    drive C: of a prefix."""
     copies = files_by_name(drive)
     targets = [
         Target(kind, bitness, file.name, windows_path(file, bitness, drive, copies))
@@ -137,7 +137,7 @@ def read_targets(path, *kinds):
 
 
 def in_shard(targets, kinds, bitness, shard, shards):
-    """The targets of a bitness that a session of those that share them takes."""
+    """The targets of a bitness that one of the sessions that share them captures."""
     chosen = [target for target in targets if target.kind in kinds and target.bitness == bitness]
     return chosen[int(shard) :: int(shards)]
 

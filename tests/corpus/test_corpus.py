@@ -1,9 +1,9 @@
-"""Every server of the Wine distribution is captured right, by witnesses that share nothing with the program: the
-system's registrar, its importer, the other way of capturing, and the registry itself. What may differ is told by the
-rules of proofs.py and of replayrules.py.
+"""Every server of the Wine distribution is captured correctly. The captures are compared with results that share no
+code with the program: the system's registrar, its importer, the other way of capturing, and the registry itself. The
+rules of proofs.py and replayrules.py define which differences are allowed.
 
-A whole run (./test corpus) takes all of them, and its report is a table of what was found; every other run takes a
-sample, and reports the sums.
+A whole run (./test corpus) captures all servers and reports them in a table; every other run captures a sample and
+reports only the totals.
 """
 
 import os
@@ -21,7 +21,7 @@ from table import Table  # noqa: E402
 
 STEP = int(os.environ.get("KEYREAP_SAMPLE", "10"))
 
-# How many modules of the distribution can't be loaded on this host. It may not grow.
+# The number of modules of the distribution that can't be loaded on this host. It must not grow.
 UNLOADABLE = 0
 
 # The status of a run whose server was not registered.
@@ -47,7 +47,7 @@ def results(tmp_path_factory):
     yield found
     if "KEYREAP_REPORT" in os.environ:
         Path(os.environ["KEYREAP_REPORT"]).write_text(report(Table(found)))
-    # Close to a gigabyte in a whole run; the captures stay, as pytest's folders do.
+    # The hives of a whole run take almost a gigabyte. The captures stay in pytest's folder.
     for hive in (*folder.rglob("machine"), *folder.rglob("users")):
         hive.unlink()
 
@@ -57,12 +57,12 @@ def report(table):
     return "\n".join([*lines, ""])
 
 
-def test_no_more_modules_than_known_are_not_to_be_loaded(results):
+def test_no_more_modules_than_known_fail_to_load(results):
     assert len([target for target in MODULES if results.is_unloadable(target)]) <= UNLOADABLE
 
 
 @each(MODULES)
-def test_what_loads_is_captured_in_every_mode_and_what_does_not_in_none(results, target):
+def test_a_module_is_captured_in_every_mode_if_it_loads_and_in_none_otherwise(results, target):
     statuses = [results.status(mode, target) for mode in results.modes]
     if results.is_unloadable(target):
         assert set(statuses) == {FAILED}
@@ -72,37 +72,37 @@ def test_what_loads_is_captured_in_every_mode_and_what_does_not_in_none(results,
 
 
 @each(MODULES)
-def test_a_capture_is_what_the_registrar_leaves(results, target):
+def test_a_capture_equals_what_the_registrar_writes(results, target):
     assert unproven(results.against_registrar(target)) == []
 
 
 @each(MODULES)
-def test_an_import_of_the_capture_makes_what_was_captured(results, target):
+def test_an_import_of_the_capture_creates_what_was_captured(results, target):
     assert unproven(results.against_import(target)) == []
 
 
 @each(MODULES)
-def test_a_replay_is_the_harvest(results, target):
+def test_a_replay_equals_the_harvest(results, target):
     assert unproven(results.replay_against_harvest(target)) == []
 
 
 @each(MODULES)
-def test_a_trace_of_the_live_registry_is_the_harvest_in_the_classes(results, target):
+def test_a_trace_of_the_live_registry_equals_the_harvest_in_the_classes(results, target):
     assert unproven(results.trace_against_harvest(target)) == []
 
 
 @each(MODULES + PROGRAMS)
-def test_a_trace_of_the_live_registry_is_what_the_registrar_leaves(results, target):
+def test_a_trace_of_the_live_registry_equals_what_the_registrar_writes(results, target):
     assert unproven(results.trace_against_registrar(target)) == []
 
 
 @each(MODULES + PROGRAMS)
-def test_a_trace_takes_out_of_the_registry_what_the_server_wrote_and_no_more(results, target):
+def test_a_trace_removes_from_the_registry_only_what_the_server_wrote(results, target):
     assert results.unexplained_changes(target) == []
 
 
 @each(MODULES)
-def test_the_same_command_twice_gives_the_same(results, target):
+def test_the_same_command_gives_the_same_result_twice(results, target):
     assert unproven(results.second_against_first(target)) == []
 
 
@@ -112,13 +112,13 @@ def test_a_program_is_captured_by_trace(results, target):
 
 
 @each(LIBRARIES)
-def test_an_image_under_the_name_of_a_type_library_is_none(results, target):
+def test_a_file_named_like_a_type_library_that_is_an_image_is_not_captured(results, target):
     assert results.first_bytes(target) == b"MZ"
     assert {results.status(mode, target) for mode in results.modes} == {FAILED}
 
 
 @pytest.mark.parametrize("folder", CAPTURES)
-def test_captures_leave_registry_and_temporary_files_as_they_were(results, folder):
+def test_captures_leave_the_registry_and_the_temporary_files_unchanged(results, folder):
     assert results.left_by(folder) == []
 
 

@@ -1,4 +1,4 @@
-"""What the proofs of the corpus see, and which differences their rules explain."""
+"""The differences that the proofs of the corpus find, and those that their rules explain."""
 
 import sys
 from pathlib import Path
@@ -24,7 +24,7 @@ def text(characters):
 
 @pytest.fixture
 def registry(tmp_path):
-    """Makes a registry out of the lines of the machine's keys."""
+    """Creates a registry from the lines of the machine's keys."""
     made = []
 
     def make(machine=""):
@@ -39,7 +39,7 @@ def registry(tmp_path):
 
 
 def with_parents(key, values):
-    """A key with its values, and those above it without."""
+    """A key with its values, and its ancestors without values."""
     names = key.split("\\")
     keys = {"\\".join(names[:count]): {} for count in range(1, len(names))}
     return {**keys, key: values}
@@ -53,12 +53,12 @@ NO_CLASSES = with_parents(proofs.CLASSES, {})
 
 
 def registered(registry, captured_text, line, key=CLASS, bitness="x64"):
-    """The proof against the registrar, of a class with one value on each side."""
+    """The differences from the registrar for a class with one value on each side."""
     capture = with_parents(CAPTURED_CLASS, {"": text(captured_text)})
     return proofs.same_as_registered(capture, bitness, registry(), registry("[%s] 1\n%s\n" % (key, line)))
 
 
-def test_what_the_registrar_leaves_is_what_was_captured(registry):
+def test_equal_sides_have_no_difference(registry):
     assert registered(registry, "server", '@="server"') == []
 
 
@@ -73,17 +73,17 @@ def test_a_32_bit_server_sees_its_own_view_under_the_names_that_it_uses(registry
     assert registered(registry, "server", '@="server"', VIEWED_CLASS, "x64") != []
 
 
-def test_outside_the_classes_what_was_there_already_need_not_be_captured(registry):
+def test_outside_the_classes_earlier_values_need_not_be_captured(registry):
     there = '[Software\\\\There] 1\n"V"="x"\n'
     assert proofs.same_as_registered(NO_CLASSES, "x64", registry(there), registry(there)) == []
 
 
-def test_a_key_that_the_registrar_added_has_to_be_captured(registry):
+def test_a_key_that_the_registrar_adds_must_be_captured(registry):
     found = proofs.same_as_registered(NO_CLASSES, "x64", registry(), registry("[Software\\\\New] 1\n"))
     assert places(found) == [("hkey_local_machine\\software\\new", None)]
 
 
-def test_an_import_drops_entries_without_data_and_no_others(registry):
+def test_an_import_loses_only_entries_without_data(registry):
     values = {"none": None, "empty": (proofs.MULTI, b"\0\0"), "kept": text("x")}
     capture = with_parents("hkey_local_machine\\software\\classes\\k", values)
     kept, lost = registry('[Software\\\\Classes\\\\k] 1\n"kept"="x"\n'), registry("[Software\\\\Classes\\\\k] 1\n")
@@ -93,14 +93,14 @@ def test_an_import_drops_entries_without_data_and_no_others(registry):
     ]
 
 
-def test_a_trace_tells_of_no_key_that_only_has_subkeys(registry):
+def test_a_trace_does_not_record_keys_that_only_have_subkeys(registry):
     traced = {"hkey_local_machine\\software\\a\\b": {"v": text("x")}}
     left = registry('[Software\\\\A\\\\B] 1\n"V"="x"\n')
     assert proofs.traced_as_registered(traced, "x64", registry(), left) == []
     assert proofs.traced_as_registered({}, "x64", registry(), left) != []
 
 
-def test_a_trace_takes_with_a_key_all_that_was_in_it_and_the_keys_above_that_are_left_empty(registry):
+def test_a_trace_removes_a_key_with_all_its_values_and_the_parents_that_become_empty(registry):
     before = registry('[Software\\\\A\\\\B] 1\n"mine"="x"\n"neighbour"="y"\n[Software\\\\C] 1\n')
     after = registry("[Software\\\\C] 1\n")
     traced = {"hkey_local_machine\\software\\a\\b": {"mine": text("x")}}
@@ -108,7 +108,7 @@ def test_a_trace_takes_with_a_key_all_that_was_in_it_and_the_keys_above_that_are
     assert proofs.unexplained_changes({}, "x64", before, after) != []
 
 
-def test_a_trace_takes_of_a_key_that_stays_only_what_it_captured(registry):
+def test_a_trace_removes_only_captured_values_from_a_key_that_stays(registry):
     before = registry('[Software\\\\A] 1\n"mine"="x"\n"other"="y"\n')
     traced = {"hkey_local_machine\\software\\a": {"mine": text("x")}}
     other_left, none_left = registry('[Software\\\\A] 1\n"other"="y"\n'), registry("[Software\\\\A] 1\n")
@@ -120,7 +120,7 @@ def test_a_trace_leaves_nothing_new(registry):
     assert proofs.unexplained_changes({}, "x64", registry(), registry("[Software\\\\A] 1\n")) != []
 
 
-def test_a_value_that_was_found_there_and_left_alone_may_differ():
+def test_a_value_that_was_found_there_and_left_unchanged_may_differ():
     found = {"captured": text("default"), "other": text("live"), "before": text("live")}
     assert proofs.found_there(Difference("k", "v", **found))
     assert not proofs.found_there(Difference("k", "v", **found, traced=True))

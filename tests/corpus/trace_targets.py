@@ -3,9 +3,9 @@ trace_targets.py TARGETS KEYREAP KEEPER OUTPUT BITNESS SHARD SHARDS
 
 TARGETS is the list, KEYREAP and KEEPER are programs, as Windows paths. Captures the modules, type libraries and
 programs of BITNESS in shard SHARD out of SHARDS in the mode trace into OUTPUT/ID.reg, each time from the same
-registry, and keeps the hives that this leaves in OUTPUT/ID. OUTPUT/session-BITNESS-SHARD holds in `before` and `after`
-the hives in front of all that and those behind it, when the registry has been given what it had, and captures.json as
-capture_targets.py has it.
+registry, and stores the resulting hives in OUTPUT/ID. OUTPUT/session-BITNESS-SHARD contains in `before` and `after` the
+hives before all that and those after it, when the registry has been restored, and captures.json as capture_targets.py
+writes it.
 """
 
 import json
