@@ -1,5 +1,5 @@
-"""cmake/Keyreap.cmake: what a server registers is a product of its build. The command that captures is a small script
-here, so that the tests see what it is asked for and how it ends; the walk of the examples uses the real one."""
+"""cmake/Keyreap.cmake: the .reg file of a server is built with the server. A small script replaces the command that
+captures, so that the tests see its arguments and choose its status; the walk of the examples uses the real command."""
 
 import os
 import subprocess
@@ -18,7 +18,7 @@ endforeach()
 %s
 """
 
-# Writes what it was asked for, then does what the file `act` in its folder says.
+# Records its arguments, writes a .reg file with the text of the file `key`, and runs the script `act` in its folder.
 COMMAND = """#!/bin/bash
 cd "$(dirname -- "$0")"
 echo "$*" >>asked
@@ -63,14 +63,14 @@ def project(folder, lines="keyreap_capture(one)"):
     return Project(folder, lines)
 
 
-def test_a_whole_build_makes_the_reg_file(tmp_path):
+def test_a_whole_build_creates_the_reg_file(tmp_path):
     made = project(tmp_path)
     assert made.make().returncode == 0
     assert (made.build / "one.reg").read_bytes().startswith(b"\xff\xfeW\0")
     assert made.asked() == ["extreg %s/libone.so %s/one.reg.part both" % (made.build, made.build)]
 
 
-def test_mode_and_place_are_as_told(tmp_path):
+def test_mode_and_output_can_be_chosen(tmp_path):
     made = project(tmp_path, "keyreap_capture(one MODE keyRedir OUTPUT ${CMAKE_SOURCE_DIR}/data/here.reg)")
     (tmp_path / "data").mkdir()
     assert made.make("one_reg").returncode == 0
@@ -78,14 +78,18 @@ def test_mode_and_place_are_as_told(tmp_path):
     assert made.asked()[0].endswith("/data/here.reg.part keyRedir")
 
 
-def test_the_place_is_a_property_of_the_target(tmp_path):
-    lines = "keyreap_capture(one)\nget_target_property(file one KEYREAP_REG_FILE)\nfile(WRITE ${CMAKE_SOURCE_DIR}/place ${file})"
-    made = project(tmp_path, lines)
+def test_the_path_of_the_output_is_a_property_of_the_target(tmp_path):
+    lines = [
+        "keyreap_capture(one)",
+        "get_target_property(file one KEYREAP_REG_FILE)",
+        "file(WRITE ${CMAKE_SOURCE_DIR}/place ${file})",
+    ]
+    made = project(tmp_path, "\n".join(lines))
     assert made.make().returncode == 0
     assert (tmp_path / "place").read_text() == str(made.build / "one.reg")
 
 
-def test_a_server_is_captured_again_when_it_changed_and_only_then(tmp_path):
+def test_a_server_is_captured_again_only_when_it_changed(tmp_path):
     made = project(tmp_path, "keyreap_capture(one)\nkeyreap_capture(two)")
     assert made.make().returncode == 0
     assert made.make().returncode == 0
@@ -136,7 +140,7 @@ def test_a_long_reason_stays_one_line(tmp_path):
     assert reason in result.stdout.splitlines()
 
 
-def test_what_is_said_of_a_capture_is_shown(tmp_path):
+def test_a_remark_about_a_capture_is_shown(tmp_path):
     made = project(tmp_path)
     (tmp_path / "act").write_text("echo 'keyreap: one.dll: a remark' >&2")
     result = made.make()
@@ -165,7 +169,7 @@ def test_fillers_pass_if_they_are_allowed(tmp_path):
 
 
 @pytest.mark.parametrize("key", ["", "[HKEY_LOCAL_MACHINE\\Software]"])
-def test_a_capture_that_found_nothing_fails_the_build(tmp_path, key):
+def test_a_capture_without_values_fails_the_build(tmp_path, key):
     made = project(tmp_path)
     (tmp_path / "key").write_text(key)
     result = made.make()
@@ -174,17 +178,23 @@ def test_a_capture_that_found_nothing_fails_the_build(tmp_path, key):
     assert list(made.build.glob("one.reg*")) == []
 
 
-def test_captures_run_side_by_side(tmp_path):
-    """Each waits for the other; one at a time they would wait for the end of the time limit."""
+def test_captures_run_in_parallel(tmp_path):
+    """Each capture waits for the other one. One after the other they would wait until the time limit."""
     made = project(tmp_path, "keyreap_capture(one)\nkeyreap_capture(two)")
-    wait = 'touch "came.$(basename "$2")"; for i in {1..600}; do [[ -e came.libone.so && -e came.libtwo.so ]] && exit 0; sleep 0.1; done; exit 1'
-    (tmp_path / "act").write_text(wait)
+    (tmp_path / "act").write_text("""
+        touch "came.$(basename "$2")"
+        for i in {1..600}; do
+            [[ -e came.libone.so && -e came.libtwo.so ]] && exit 0
+            sleep 0.1
+        done
+        exit 1
+    """)
     result = made.make("-j2")
     assert result.returncode == 0, result.stdout
 
 
 def test_captures_of_a_windows_build_wait_for_each_other(tmp_path):
-    """The step takes the host for Windows if it is told so; each capture fails if it meets another."""
+    """The variable CMAKE_HOST_WIN32 makes the step behave as on Windows. Each capture fails if another one runs."""
     (tmp_path / "keyreap").write_text(COMMAND)
     (tmp_path / "keyreap").chmod(0o755)
     (tmp_path / "key").write_text("@=1")
@@ -192,7 +202,13 @@ def test_captures_of_a_windows_build_wait_for_each_other(tmp_path):
     environment = dict(os.environ, TEMP=str(tmp_path))
 
     def step(name):
-        values = {"CMAKE_HOST_WIN32": "1", "COMMAND": tmp_path / "keyreap", "SERVER": "x", "OUTPUT": tmp_path / name, "MODE": "both"}
+        values = {
+            "CMAKE_HOST_WIN32": "1",
+            "COMMAND": tmp_path / "keyreap",
+            "SERVER": "x",
+            "OUTPUT": tmp_path / name,
+            "MODE": "both",
+        }
         words = [word for value in values.items() for word in ("-D", "%s=%s" % value)]
         return subprocess.Popen(["cmake", *words, "-P", ROOT / "cmake" / "KeyreapCapture.cmake"], env=environment)
 
@@ -201,7 +217,7 @@ def test_captures_of_a_windows_build_wait_for_each_other(tmp_path):
 
 
 @pytest.mark.parametrize("words, reason", [("MODE live", "no mode live"), ("MOOD both", "unknown words")])
-def test_words_that_mean_nothing_are_refused(tmp_path, words, reason):
+def test_unknown_words_are_refused(tmp_path, words, reason):
     result = project(tmp_path, "keyreap_capture(one %s)" % words).configure()
     assert result.returncode != 0
     assert reason in result.stderr

@@ -1,5 +1,5 @@
-"""examples/installer/regdata.py: what was captured, in an installer's own words. What NSIS and Windows Installer make
-of them is tried in a Wine prefix and compared with the .reg file."""
+"""examples/installer/regdata.py: converts a capture for installers. The tests install and uninstall with NSIS and
+Windows Installer in a Wine prefix, and compare the registry with the .reg file."""
 
 import subprocess
 import sys
@@ -14,12 +14,12 @@ sys.path.insert(0, str(ROOT / "tests" / "support"))
 import hive  # noqa: E402
 
 SERVER = "HKEY_CLASSES_ROOT\\KeyreapRoad"
-# A key that was there before, as the traces of programs name some.
+# A key that existed before, as traces of programs contain some.
 NEIGHBOUR = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\OLE"
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Classes\\KeyreapRoad"
 SZ, EXPAND_SZ, BINARY, DWORD, MULTI_SZ = 1, 2, 3, 4, 7
 
-# Entries as the program writes them, and the type and data that an installation has to leave.
+# Entries in the program's form, and the name, type and data of the value that an installation must create.
 ENTRIES = [
     (r'@="plain"', "", SZ, "plain\0"),
     (r'"quoted \"name\""="C:\\Temp\\ \"quoted\""', 'quoted "name"', SZ, 'C:\\Temp\\ "quoted"\0'),
@@ -112,7 +112,7 @@ def folder(tmp_path_factory):
 
 
 def registry_in_steps(folder, name, install, uninstall):
-    """The keys of HKLM after an installation and after its removal."""
+    """The keys of HKLM after the installation and after the uninstallation."""
     script = """
         ended() { wineserver -w; wineserver -k; wineserver -w; cp "$WINEPREFIX/system.reg" "$1"; }
         cd "$1" && eval "wine $3" && ended "$2.installed" && eval "wine $4" && ended "$2.removed"
@@ -124,8 +124,9 @@ def registry_in_steps(folder, name, install, uninstall):
 
 
 def expected():
-    values = {name: (kind, data) for _, name, kind, data in ENTRIES}
-    return {name: (kind, data if kind in (BINARY, DWORD) else data.encode("utf-16-le")) for name, (kind, data) in values.items()}
+    return {
+        name: (kind, data if kind in (BINARY, DWORD) else data.encode("utf-16-le")) for _, name, kind, data in ENTRIES
+    }
 
 
 @pytest.mark.parametrize(
@@ -145,7 +146,7 @@ def test_what_was_captured_is_installed_and_removed(folder, name, install, unins
 
 @pytest.mark.parametrize("writer", ["nsis", "wixl"])
 @pytest.mark.parametrize("entry", ['"odd"=hex(b):01,02,03,04,05,06,07,08', '"odd"=', '"odd"="%s"' % ("\u5555" * 10)])
-def test_an_entry_that_no_installer_carries_is_named(tmp_path, writer, entry):
+def test_an_entry_that_no_installer_can_represent_is_named(tmp_path, writer, entry):
     assert "%s, value 'odd'" % SERVER in refused(tmp_path, writer, entry)
 
 
@@ -153,20 +154,21 @@ def test_a_text_too_long_for_nsis_is_named(tmp_path):
     assert "value 'long'" in refused(tmp_path, "nsis", '"long"="%s"' % ("x" * 1024))
 
 
-def test_a_value_with_a_name_that_windows_installer_reads_as_an_order_is_named(tmp_path):
+def test_a_value_with_a_name_that_windows_installer_takes_for_an_instruction_is_named(tmp_path):
     assert "'+'" in refused(tmp_path, "wixl", '"+"="x"')
 
 
 @pytest.mark.parametrize("path", [".", "../bin", "\\\\server\\share\\bin", "C:\\bin"])
-def test_the_folder_is_one_of_this_machine_or_of_windows(tmp_path, path):
+def test_the_folder_is_a_path_of_this_machine_or_of_windows(tmp_path, path):
     place = tmp_path / "bin"
     place.mkdir()
     written = path if "\\" in path else "Z:" + str(place).replace("/", "\\")
     (place / "x.reg").write_bytes(document('"path"="%s\\\\a.dll"' % written.replace("\\", "\\\\")))
-    result = subprocess.run([REGDATA, "nsis", "Road", "64", "x.reg", path, "$INSTDIR"], capture_output=True, text=True, cwd=place)
+    words = [REGDATA, "nsis", "Road", "64", "x.reg", path, "$INSTDIR"]
+    result = subprocess.run(words, capture_output=True, text=True, cwd=place)
     assert '"path" "$INSTDIR\\a.dll"' in result.stdout
 
 
-def test_a_file_that_is_none_is_refused(tmp_path):
+def test_an_invalid_file_is_refused(tmp_path):
     (tmp_path / "none.reg").write_bytes("REGEDIT4\r\n".encode("utf-16"))
     assert "no .reg file" in regdata("nsis", "Road", "64", tmp_path / "none.reg", "/build", "x").stderr

@@ -1,4 +1,4 @@
-"""The road from a server's source to an installed server, walked as its user walks it; and that a step astray is seen."""
+"""The steps from a server's source to an installed server, as a user does them, and the mistakes that they report."""
 
 import re
 import subprocess
@@ -27,7 +27,7 @@ SectionEnd
 """
 
 
-def test_what_is_captured_is_installed_used_and_removed():
+def test_a_capture_can_be_installed_used_and_removed():
     result = subprocess.run([ROOT / "examples" / "walk.sh"], capture_output=True, text=True)
     assert result.returncode == 0, result.stdout + result.stderr
     assert result.stdout.splitlines() == [
@@ -49,7 +49,7 @@ def test_what_is_captured_is_installed_used_and_removed():
 
 
 def trial_of(folder, install, uninstall, *clients):
-    """What try-installer.sh says of an installer with these lines of its own."""
+    """The result of try-installer.sh for an installer that contains these lines."""
     (folder / "careless.nsi").write_text(CARELESS.format(folder, install, uninstall))
     subprocess.run(["makensis", "-V2", "-NOCD", folder / "careless.nsi"], check=True, stdout=subprocess.DEVNULL)
     session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
@@ -58,7 +58,7 @@ def trial_of(folder, install, uninstall, *clients):
     return subprocess.run([*session, *trial], capture_output=True, text=True)
 
 
-def test_what_an_uninstaller_forgets_or_takes_of_others_is_named(tmp_path):
+def test_what_an_uninstaller_forgets_or_removes_of_others_is_named(tmp_path):
     forgotten = [
         'WriteRegStr HKLM64 "Software\\Road" "name" "text"',
         'WriteRegStr HKCU "Software\\Road" "" "text"',
