@@ -1,4 +1,4 @@
-"""Reads the .reg files that the program writes, for tests: keys with their values, as they stand in the file."""
+"""Reads the .reg files that the program writes, for tests: the keys with their values, in the spelling of the file."""
 
 import re
 
@@ -11,14 +11,14 @@ NUMBER = re.compile(r"dword:([0-9a-f]{8})\r\n")
 PAIRS = re.compile(r"hex(?:\(([0-9a-f]+)\))?:((?:[0-9a-f]{2}(?:,(?:\\\r\n  )?[0-9a-f]{2})*)?)\r\n")
 EMPTY = re.compile(r"hex\(([27])\):,00,00\r\n")
 NOTHING = re.compile(r"\r\n")
-# A REG_QWORD out of a harvest holds pieces of the text of the value in front of it.
+# A harvest writes a REG_QWORD with pieces of the previous value's text.
 STALE = re.compile(r"hex\(b\):.*?\r\n(?=\r\n\[|@=|\"|\Z)", re.S)
 
 SZ, BINARY, DWORD, QWORD = 1, 3, 4, 11
 
 
 class NotRead(Exception):
-    """The file holds something that has no meaning as an entry."""
+    """The file contains something that is not an entry."""
 
 
 def unescaped(text):
@@ -38,7 +38,7 @@ def parsed_pairs(found):
 
 
 def parsed_empty(found):
-    """A text of length 0 has only its end, behind a comma that has nothing in front of it."""
+    """A text of length 0 consists of a comma and the terminator."""
     return int(found[1]), b"\0\0"
 
 
@@ -61,8 +61,8 @@ FORMS = [
 
 
 def parse(data):
-    """Each key's path and, by name, the type and bytes of its values; None for an entry with nothing
-    behind it, and None for bytes where another value's text stands instead of them."""
+    """The values of each key, by the key's path: type and bytes by name. An entry without data is None; bytes are None
+    where the file has another value's text instead."""
     text = data.decode("utf-16-le", "surrogatepass")
     if not text.startswith(HEADER):
         raise NotRead("the header")

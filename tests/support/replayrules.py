@@ -1,14 +1,14 @@
-"""How the result of a replayed trace may differ from the harvest of the redirected trees, as rules: two captures of
-the same server, one in the mode keyRedir and one in the mode both, differ by these and by nothing else.
+"""The rules by which the replay of a trace may differ from the harvest of the redirected trees. Two captures of the
+same server, one in the mode keyRedir and one in the mode both, differ only by these rules.
 
-`unexplained(harvested, replayed)` takes the bytes of the two files and gives the differences that no rule explains;
-`explained` counts the others by the name of their rule. Three rules are no difference here at all:
+`unexplained(harvested, replayed)` takes the bytes of the two files and returns the differences that no rule explains;
+`explained` counts the other differences by the name of their rule. Three deviations do not count as differences:
 
-  - order: the replay sorts what the harvest writes as it is enumerated;
-  - spelling: the replay spells a key as the trace named it first, the harvest as it was created;
-  - values on root keys: in the replay they stand under the key that stood for the root meanwhile.
+  - order: the replay sorts the entries, the harvest writes them in the order of enumeration;
+  - spelling: the replay spells a key as the trace first named it, the harvest as it was created;
+  - values on root keys: the replay has them under the key that the root was redirected to.
 
-There is no rule about a value that was deleted: in trees that were empty a server can only delete its own.
+No rule is needed for deleted values: the trees were empty, so a server can only delete its own values.
 """
 
 import re
@@ -17,7 +17,7 @@ from dataclasses import dataclass
 
 import regfile
 
-# What the replay writes for a value that was set and can't be read any more.
+# The replay writes this for a value that was set and can't be read any more.
 FILLER = (regfile.SZ, ("\u5555" * 10 + "\0").encode("utf-16-le"))
 
 ROOTS = {
@@ -28,27 +28,26 @@ ROOTS = {
 }
 STAND_IN = re.compile(r"hkey_current_user\\software\\velmoro\\tesselink\\temporary\\(hkcr|hkcu|hku|hklm)$")
 
-# The keys that the redirection makes itself; the trace begins behind that.
+# The keys that the redirection itself creates, before the trace begins.
 MADE_BY_REDIRECTION = {
     *ROOTS.values(),
     "hkey_local_machine\\software",
     "hkey_local_machine\\software\\classes",
 }
 
-
 CONTROL_SET = "hkey_local_machine\\system\\currentcontrolset"
 
 
 @dataclass(frozen=True)
 class Difference:
-    """Of a key, or of a value if there is a name. What one side doesn't have is None there; a key that is there has
-    its values by name, a value its type and data."""
+    """A difference in a value, or in a whole key if there is no name. The side that lacks it has None; otherwise a key
+    is its values by name, and a value is its type and data."""
 
     key: str
     name: str | None
     harvested: object
     replayed: object
-    # Of the key in the harvest.
+    # These two describe the key in the harvest.
     has_subkeys: bool
     is_noise: bool
 
@@ -58,37 +57,37 @@ class Difference:
 
 
 def wide_numbers(difference):
-    """The harvest writes a REG_QWORD from the text of the value in front of it, the replay from its own bytes."""
+    """The harvest writes a REG_QWORD with the previous value's text, the replay with its own bytes."""
     sides = (difference.harvested, difference.replayed)
     return difference.name is not None and all(side and side[0] == regfile.QWORD for side in sides)
 
 
 def keys_of_the_redirection(difference):
-    """The four roots, and the machine's empty `Software\\Classes`, stand in every harvest."""
+    """Every harvest contains the four roots and the machine's empty `Software\\Classes`."""
     return difference.key in MADE_BY_REDIRECTION and difference.harvested == {} and difference.replayed is None
 
 
 def implied_keys(difference):
-    """A key with subkeys and without values goes without saying in the replay."""
+    """The replay omits a key with subkeys and without values, because the subkeys imply it."""
     return difference.has_subkeys and difference.harvested == {} and difference.replayed is None
 
 
 def control_set_noise(difference):
-    """The replay takes keys of the machine's control set for noise of the system if none of them has a value."""
+    """The replay treats the keys of the machine's control set as noise of the system if none of them has a value."""
     return difference.is_noise and difference.harvested == {} and difference.replayed is None
 
 
 def deleted_keys(difference):
-    """A key that the server deleted is a header in the replay, with a filler for each value that it had been given."""
+    """The replay contains a deleted key, with a filler for each value that was set in it."""
     if difference.name is not None or difference.harvested is not None:
         return False
     return all(value == FILLER for value in difference.replayed.values())
 
 
 def lost_values(difference):
-    """The replay reads a value when all is over, and writes a filler where it isn't any more: the value's key was
-    deleted meanwhile, or stands below Wow6432Node. (The replay knows one view of the registry, and looks for the key
-    of the same name outside.)"""
+    """The replay reads values after the registration, and writes a filler for one that it doesn't find: the value's key
+    was deleted meanwhile or is below Wow6432Node. (The replay knows only one view of the registry and searches the
+    key of the same name outside Wow6432Node.)"""
     return difference.name is not None and difference.harvested is None and difference.replayed == FILLER
 
 
@@ -105,7 +104,7 @@ def entries(data):
 
 
 def with_roots_by_name(keys):
-    """The replayed keys, with those that stood for a root under the name of that root."""
+    """The replayed keys, with those that a root was redirected to under the name of the root."""
     return {named_root(path): values for path, values in keys.items()}
 
 
@@ -115,14 +114,15 @@ def named_root(path):
 
 
 def folded(path):
-    """As the replay folds a path: one component named exactly so, or the machine's in any spelling."""
+    """The path without Wow6432Node, as the replay removes it: one component in exactly this spelling, and that of the
+    machine in any spelling."""
     path = re.sub(r"\\Wow6432Node", "", path, count=1)
     return re.sub(r"^(HKEY_LOCAL_MACHINE\\Software)\\Wow6432Node(?=\\)", r"\1", path, count=1, flags=re.I)
 
 
 def harvested_entries(data):
-    """The harvested keys as the replay names them. Where two keys fold into one, a value of the one below Wow6432Node
-    only counts as missing in the other."""
+    """The harvested keys under the names that the replay uses. Where two keys get the same name, the values of the key
+    below Wow6432Node are left out."""
     keys = {}
     for path, values in regfile.parse(data).items():
         place = folded(path).lower()

@@ -1,4 +1,4 @@
-"""The readers of .reg files and of hives, which other tests compare the program with."""
+"""The readers of .reg files and of hives, which other tests rely on."""
 
 import sys
 from pathlib import Path
@@ -23,38 +23,38 @@ def values_in(body):
     return regfile.parse(document("\r\n[K]\r\n" + body))["K"]
 
 
-def test_keys_stand_in_brackets_behind_an_empty_line():
+def test_keys_are_in_brackets_after_an_empty_line():
     assert regfile.parse(document("\r\n[A]\r\n\r\n[A\\[B]]\r\n")) == {"A": {}, "A\\[B]": {}}
 
 
-def test_texts_and_names_lose_their_escapes():
+def test_texts_and_names_are_unescaped():
     assert values_in('@="C:\\\\a"\r\n"a\\"b"="\\"x\\""\r\n') == {"": text_value("C:\\a"), 'a"b': text_value('"x"')}
 
 
-def test_a_text_may_hold_line_breaks():
+def test_a_text_may_contain_line_breaks():
     assert values_in('"a"="one\r\ntwo"\r\n') == {"a": text_value("one\r\ntwo")}
 
 
-def test_numbers_and_pairs_are_bytes():
+def test_numbers_and_hexadecimal_pairs_become_bytes():
     body = '"a"=dword:0000abcd\r\n"b"=hex:\r\n"c"=hex:01,\\\r\n  02\r\n"d"=hex(2):61,00,00,00\r\n'
     assert values_in(body) == {"a": (4, b"\xcd\xab\0\0"), "b": (3, b""), "c": (3, b"\1\2"), "d": (2, b"a\0\0\0")}
 
 
-def test_an_entry_with_nothing_behind_it_has_no_data():
+def test_an_entry_with_nothing_after_its_name_has_no_data():
     assert values_in('"a"=\r\n') == {"a": None}
 
 
-def test_texts_of_length_0_are_their_end():
+def test_a_text_of_length_0_is_its_terminator():
     assert values_in('@=hex(2):,00,00\r\n"a"=hex(7):,00,00\r\n') == {"": (2, b"\0\0"), "a": (7, b"\0\0")}
 
 
-def test_a_wide_number_may_hold_another_values_text():
+def test_a_64_bit_number_may_contain_another_values_text():
     body = '"a"="C:\\\\x"\r\n"b"=hex(b):C:,\\x\r\n"c"=dword:00000001\r\n\r\n[L]\r\n'
     assert values_in(body) == {"a": text_value("C:\\x"), "b": (regfile.QWORD, None), "c": (4, b"\1\0\0\0")}
 
 
 @pytest.mark.parametrize("body", ['@="a"\r\n', "\r\n[K]\r\nword\r\n", "\r\n[K]"])
-def test_what_is_no_entry_is_an_error(body):
+def test_an_invalid_entry_is_an_error(body):
     with pytest.raises(regfile.NotRead):
         regfile.parse(document(body))
 
@@ -95,7 +95,7 @@ def keys(tmp_path):
     return hive.parse(tmp_path / "hive", "ROOT")
 
 
-def test_keys_of_a_hive_stand_below_its_root_with_all_their_parents(keys):
+def test_keys_of_a_hive_are_below_its_root_with_all_their_parents(keys):
     assert list(keys) == ["ROOT", "ROOT\\A", "ROOT\\A\\B", "ROOT\\A\\[C]"]
 
 

@@ -1,4 +1,4 @@
-"""Each rule explains the difference that it is about, and no other one."""
+"""Each rule explains its own difference and no other."""
 
 import sys
 from pathlib import Path
@@ -17,7 +17,7 @@ FILLER = '"' + "\u5555" * 10 + '"'
 
 
 def document(**keys):
-    """A file with these keys, whose paths stand with / for \\, and the lines of their values."""
+    """A file with these keys and the lines of their values. The paths here have / in place of \\."""
     text = "".join("\r\n[%s]\r\n%s" % (key.replace("/", "\\"), lines) for key, lines in keys.items())
     return (regfile.HEADER + text).encode("utf-16-le")
 
@@ -27,7 +27,7 @@ def value(name, right):
 
 
 def rules(harvested, replayed):
-    """The rules that explain what is different; all of it has to be explained."""
+    """The rules that explain the differences. Every difference must be explained."""
     files = document(**harvested), document(**replayed)
     assert replayrules.unexplained(*files) == []
     return set(replayrules.explained(*files))
@@ -38,29 +38,29 @@ def test_equal_captures_need_no_rule():
     assert rules(keys, keys) == set()
 
 
-def test_order_and_spelling_are_no_difference():
+def test_order_and_spelling_do_not_count_as_differences():
     harvested = {"HKEY_CURRENT_USER/B": "", "HKEY_CURRENT_USER/A": value("V", '"x"') + value("A", '"y"')}
     replayed = {"HKEY_CURRENT_USER/a": value("A", '"y"') + value("v", '"x"'), "HKEY_CURRENT_USER/b": ""}
     assert rules(harvested, replayed) == set()
 
 
-def test_wide_numbers_hold_other_values_in_the_harvest():
+def test_64_bit_numbers_have_another_values_text_in_the_harvest():
     harvested = {"HKEY_CURRENT_USER/A": value("P", '"C:\\\\x"') + value("Q", "hex(b):C:,\\x")}
     replayed = {"HKEY_CURRENT_USER/A": value("P", '"C:\\\\x"') + value("Q", "hex(b):01,00,00,00,00,00,00,00")}
     assert rules(harvested, replayed) == {"wide_numbers"}
 
 
-def test_the_keys_of_the_redirection_stand_in_the_harvest_alone():
+def test_only_the_harvest_contains_the_keys_of_the_redirection():
     harvested = dict.fromkeys([*ROOT_KEYS, "HKEY_LOCAL_MACHINE/Software", "HKEY_LOCAL_MACHINE/Software/Classes"], "")
     assert rules(harvested, {}) == {"keys_of_the_redirection"}
 
 
-def test_keys_with_subkeys_and_without_values_go_without_saying():
+def test_the_replay_omits_keys_with_subkeys_and_without_values():
     leaf = {"HKEY_CURRENT_USER/A/B/C": value("V", '"x"')}
     assert rules({"HKEY_CURRENT_USER/A": "", "HKEY_CURRENT_USER/A/B": "", **leaf}, leaf) == {"implied_keys"}
 
 
-def test_keys_of_the_control_set_are_noise_while_none_has_a_value():
+def test_keys_of_the_control_set_are_noise_if_none_has_a_value():
     keys = dict.fromkeys(["/SYSTEM", "/SYSTEM/CurrentControlSet", "/SYSTEM/CurrentControlSet/Services/S"], "")
     harvested = {"HKEY_LOCAL_MACHINE" + key: "" for key in keys}
     assert "control_set_noise" in rules(harvested, {})
@@ -72,7 +72,7 @@ def test_deleted_keys_are_headers_in_the_replay():
 
 
 @pytest.mark.parametrize("node", ["HKEY_CLASSES_ROOT/Wow6432Node/K", "HKEY_LOCAL_MACHINE/SOFTWARE/WOW6432NODE/K"])
-def test_views_are_folded_into_one(node):
+def test_the_replay_has_one_key_for_both_views(node):
     plain = node.replace("/Wow6432Node", "").replace("/WOW6432NODE", "")
     replayed = {plain: value("V", '"plain"') + value("W", FILLER)}
     harvested = {plain: value("V", '"plain"'), node: value("V", '"other"') + value("W", '"only here"')}
@@ -80,7 +80,7 @@ def test_views_are_folded_into_one(node):
 
 
 @pytest.mark.parametrize("short, root", zip(["HKCR", "HKCU", "HKU", "HKLM"], ROOT_KEYS))
-def test_values_on_root_keys_stand_under_the_key_that_stood_for_the_root(short, root):
+def test_values_on_root_keys_are_under_the_key_that_the_root_was_redirected_to(short, root):
     assert rules({root: value("V", '"x"')}, {STAND_INS + short: value("V", '"x"')}) == set()
 
 
