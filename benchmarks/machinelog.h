@@ -15,7 +15,7 @@ struct MachineLog {
     std::uint64_t events = 0; // all events, including the names of handles
     std::uint64_t ours = 0;   // the operations of our process, evenly spread
 
-    // The keys that our process creates, repeatedly in a long log. No known server creates so many.
+    // The keys that our process creates, repeatedly in a long log. No known server creates as many.
     static constexpr std::uint64_t mostKeys = 10'000;
     std::uint64_t OurKeys() const {
         return std::min((ours + operationsOfKey - 1) / operationsOfKey, mostKeys);

@@ -58,7 +58,7 @@ class Sizes:
         self.tree_keys = 20 if quick else 10_000
         self.tree_values = 10
         self.repetitions, self.part_seconds = (1, 0.001) if quick else (9, 0.05)
-        # So many that other work of the machine affects both sides equally.
+        # Enough repetitions that other work of the machine affects both sides equally.
         self.hash_repetitions, self.hash_seconds = (1, 0.001) if quick else (201, 0.005)
 
 

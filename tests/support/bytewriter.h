@@ -34,7 +34,7 @@ public:
         bytes += '\0';
     }
 
-    // UTF-16 units with a zero behind them.
+    // UTF-16 units with a zero after them.
     void PutWideZeroTerminated(std::u16string_view text) {
         for (const char16_t unit : text) {
             Put<std::uint16_t>(unit);

@@ -117,12 +117,12 @@ TEST_F(RegistryLogTest, EachRootHasItsOwnSlotAndUnknownRootsShareTheMachines) {
             KeyOperation(registryevent::createKey, L"C", 0, classesRoot),
             KeyOperation(registryevent::createKey, L"All", 0, usersRoot),
             KeyOperation(registryevent::createKey, L"S-1-5-18", 0, noRoot)});
-    EXPECT_NE(nullptr, Node(L"M", localMachineRoot));
-    EXPECT_NE(nullptr, Node(L"U", currentUserRoot));
-    EXPECT_NE(nullptr, Node(L"C", classesRoot));
-    EXPECT_NE(nullptr, Node(L"All", usersRoot));
-    EXPECT_NE(nullptr, Node(L"S-1-5-18", localMachineRoot));
-    EXPECT_EQ(nullptr, Node(L"U", localMachineRoot));
+    EXPECT_NE(Node(L"M", localMachineRoot), nullptr);
+    EXPECT_NE(Node(L"U", currentUserRoot), nullptr);
+    EXPECT_NE(Node(L"C", classesRoot), nullptr);
+    EXPECT_NE(Node(L"All", usersRoot), nullptr);
+    EXPECT_NE(Node(L"S-1-5-18", localMachineRoot), nullptr);
+    EXPECT_EQ(Node(L"U", localMachineRoot), nullptr);
 }
 
 TEST_F(RegistryLogTest, TheWalkTakesTheRootsInTheOrderOfTheirSlots) {
@@ -154,8 +154,8 @@ TEST_F(RegistryLogTest, TwoBackslashesMakeAComponentWithAnEmptyName) {
 
 TEST_F(RegistryLogTest, AMissingComponentEndsASearch) {
     Record({Create(L"A")});
-    EXPECT_EQ(nullptr, Node(L"A\\B\\C"));
-    EXPECT_EQ(nullptr, Node(L"A\\B"));
+    EXPECT_EQ(Node(L"A\\B\\C"), nullptr);
+    EXPECT_EQ(Node(L"A\\B"), nullptr);
 }
 
 TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {

@@ -93,10 +93,10 @@ TEST_F(RegistryLogTest, MergedSubkeysReplaceWholeSubtreesOfTheTarget) {
     Record({SetValue(L"To\\Enum\\Old", L"V"), SetValue(L"To\\Enum", L"OfTarget"), Create(L"To\\Own"),
             SetValue(L"From\\ENUM\\New", L"W")});
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
-    EXPECT_EQ(nullptr, Node(L"To\\Enum\\Old"));
+    EXPECT_EQ(Node(L"To\\Enum\\Old"), nullptr);
     EXPECT_EQ(RegistryLog::CountValues(Existing(L"To\\Enum")), 1u);
-    EXPECT_NE(nullptr, Node(L"To\\Enum\\New"));
-    EXPECT_NE(nullptr, Node(L"To\\Own"));
+    EXPECT_NE(Node(L"To\\Enum\\New"), nullptr);
+    EXPECT_NE(Node(L"To\\Own"), nullptr);
     EXPECT_EQ(Existing(L"To\\Enum").Name().text, L"ENUM");
     EXPECT_EQ(Existing(L"To\\Enum").Parent(), Node(L"To"));
 }
@@ -108,9 +108,9 @@ TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
     }
     Record(operations);
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
-    EXPECT_EQ(nullptr, Node(L"From"));
-    EXPECT_EQ(nullptr, Node(L"To\\K7\\Old"));
-    EXPECT_NE(nullptr, Node(L"To\\Own"));
+    EXPECT_EQ(Node(L"From"), nullptr);
+    EXPECT_EQ(Node(L"To\\K7\\Old"), nullptr);
+    EXPECT_NE(Node(L"To\\Own"), nullptr);
     for (int i = 0; i < 100; ++i) {
         const std::wstring path = L"To\\K" + std::to_wstring(i);
         EXPECT_NE(Node(path + L"\\New"), nullptr) << i;
@@ -121,51 +121,51 @@ TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
 TEST_F(RegistryLogTest, TheSourceOfAMergeIsRemovedWithItsOwnValuesAndOperations) {
     Record({Create(L"From"), SetValue(L"From", L"Lost"), Create(L"From\\A"), Create(L"To")});
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
-    EXPECT_EQ(nullptr, Node(L"From"));
+    EXPECT_EQ(Node(L"From"), nullptr);
     EXPECT_THAT(Walk().order, UnorderedElementsAre(L"To", L"To\\A"));
 }
 
 TEST_F(RegistryLogTest, PruningRemovesAKeyBelowWhichNoValueWasRecordedAndItsEmptyParents) {
     Record({Create(L"SYSTEM\\Current\\Services\\S"), Create(L"SYSTEM\\Current")});
     log.PruneEmptyKey(localMachineRoot, L"system\\current");
-    EXPECT_EQ(nullptr, Node(L"SYSTEM"));
+    EXPECT_EQ(Node(L"SYSTEM"), nullptr);
 }
 
 TEST_F(RegistryLogTest, PruningStopsAtAParentWithValues) {
     Record({QueryValue(L"A", L"V"), Create(L"A\\B\\C")});
     log.PruneEmptyKey(localMachineRoot, L"A\\B\\C");
-    EXPECT_EQ(nullptr, Node(L"A\\B"));
-    EXPECT_NE(nullptr, Node(L"A"));
+    EXPECT_EQ(Node(L"A\\B"), nullptr);
+    EXPECT_NE(Node(L"A"), nullptr);
 }
 
 TEST_F(RegistryLogTest, PruningStopsAtAParentWithAnotherSubkey) {
     Record({Create(L"A\\B"), Open(L"A\\C")});
     log.PruneEmptyKey(localMachineRoot, L"A\\B");
-    EXPECT_EQ(nullptr, Node(L"A\\B"));
-    EXPECT_NE(nullptr, Node(L"A\\C"));
+    EXPECT_EQ(Node(L"A\\B"), nullptr);
+    EXPECT_NE(Node(L"A\\C"), nullptr);
 }
 
 TEST_F(RegistryLogTest, AParentsOwnOperationsDoNotSaveItFromPruning) {
     Record({Create(L"A"), Create(L"A\\B")});
     log.PruneEmptyKey(localMachineRoot, L"A\\B");
-    EXPECT_EQ(nullptr, Node(L"A"));
+    EXPECT_EQ(Node(L"A"), nullptr);
 }
 
 TEST_F(RegistryLogTest, AValueThatWasOnlyReadBlocksThePrune) {
     Record({QueryValue(L"A\\B\\C", L"V"), Create(L"A\\B\\D")});
     log.PruneEmptyKey(localMachineRoot, L"A\\B");
-    EXPECT_NE(nullptr, Node(L"A\\B\\C"));
-    EXPECT_NE(nullptr, Node(L"A\\B\\D"));
+    EXPECT_NE(Node(L"A\\B\\C"), nullptr);
+    EXPECT_NE(Node(L"A\\B\\D"), nullptr);
     EXPECT_THAT(Walk().keys, ElementsAre(KeyVisit{localMachineRoot, L"A\\B\\D", Outcome::created, 0, 0}));
 }
 
 TEST_F(RegistryLogTest, PruningAnUnknownKeyOrARootLeavesTheRoot) {
     Record({Create(L"A")});
     log.PruneEmptyKey(localMachineRoot, L"B");
-    EXPECT_NE(nullptr, Node(L"A"));
+    EXPECT_NE(Node(L"A"), nullptr);
     log.PruneEmptyKey(localMachineRoot, L"");
-    EXPECT_EQ(nullptr, Node(L"A"));
-    EXPECT_NE(nullptr, Node(L""));
+    EXPECT_EQ(Node(L"A"), nullptr);
+    EXPECT_NE(Node(L""), nullptr);
 }
 
 TEST_F(RegistryLogTest, CountsTheValuesOfAllLevelsWhateverTheirOutcome) {
