@@ -58,7 +58,7 @@ protected:
     RequestStory story;
 };
 
-const Names A = {L"HKEY_LOCAL_MACHINE\\Software\\A"};
+const Names keyA = {L"HKEY_LOCAL_MACHINE\\Software\\A"};
 
 TEST_F(MixedKeysTest, PlainKeysUsedAheadOfTheNodeAreNotMixedUp) {
     Make("Software\\A");
@@ -73,21 +73,21 @@ TEST_F(MixedKeysTest, PlainKeysUsedAheadOfTheNodeAreNotMixedUp) {
 TEST_F(MixedKeysTest, APlainKeyMadeBelowTheNodeIsMixedUp) {
     Make("Software\\Wow6432Node");
     MakeAs("Software\\A", "Software\\Wow6432Node\\A");
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, AKeyFoundOnlyBelowTheNodeIsMixedUp) {
     Make("Software\\Wow6432Node");
     Make("Software\\Wow6432Node\\A");
     Find("Software\\A");
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, AKeyMadeBelowTheNodeLevelByLevelIsMixedUp) {
     Make("Software\\Wow6432Node");
     Find("Software", 0x10);
     MakeAs("A", "Software\\Wow6432Node\\A", 0x10);
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, PassingThroughTheNodeHasNoEffect) {
@@ -107,7 +107,7 @@ TEST_F(MixedKeysTest, OfTwoKeysTheWrongOneCountsOnceItIsUsed) {
     story.SetValue(thread, 8, "", "ACCESS_DENIED");
     EXPECT_EQ(Mixed(), Names());
     story.SetValue(thread, 8, "");
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, AValueThatIsReadInTheWrongKeyCounts) {
@@ -116,14 +116,14 @@ TEST_F(MixedKeysTest, AValueThatIsReadInTheWrongKeyCounts) {
     Make("Software\\Wow6432Node\\A");
     Find("Software\\A");
     story.QueryValue(thread, 8, "");
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, AnExistingKeyThatIsNotFoundIsMixedUp) {
     Make("Software\\A");
     Make("Software\\Wow6432Node");
     OpenInVain("Software\\A");
-    EXPECT_EQ(Mixed(), A);
+    EXPECT_EQ(Mixed(), keyA);
 }
 
 TEST_F(MixedKeysTest, InThe64BitViewNoNameLeadsThroughTheNode) {
