@@ -10,7 +10,7 @@
 
 REQUEST_FILTER=$WINE_HOME/requestfilter
 REQUEST_FILTER_SOURCES=(
-    "$ROOT"/hostlogger/filter/{keptfile,mixedkeys,mixedreport,requestfilter,requestlines}.cpp
+    "$ROOT"/hostlogger/filter/{keptfile,mixedkeys,mixedreport,requestfilter,keptlines}.cpp
     "$ROOT"/hostlogger/{askedkey,exchangepairing,keylookup,requestline,requeststatus,requesttracker,serverprocess,systemstart}.cpp
     "$ROOT"/platform/core/text/compare.cpp
 )

@@ -3,8 +3,8 @@
 // whatever becomes of FILE. At the end of the input it writes the keys that the host mixed up to REPORT, a
 // line each, if there are any. Exits with 0, or with 2 if the arguments are others.
 #include "hostlogger/filter/keptfile.h"
+#include "hostlogger/filter/keptlines.h"
 #include "hostlogger/filter/mixedreport.h"
-#include "hostlogger/filter/requestlines.h"
 #include "hostlogger/requestwords.h"
 
 #include <fcntl.h>
@@ -71,7 +71,7 @@ private:
 };
 
 void Filter(keyreap::KeptFile& file) {
-    keyreap::RequestLines requests;
+    keyreap::KeptLines requests;
     std::vector<char> piece(pieceSize);
     std::string kept;
     ClockLine clock;

@@ -1,6 +1,6 @@
 #include "tests/support/sectiontable.h"
 
-#include "pe/functiontables.h"
+#include "pe/importtables.h"
 
 namespace keyreap::testsupport {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "pe/dependencywalker.h"
-#include "pe/functiontables.h"
+#include "pe/importtables.h"
 #include "platform/os/file/widepath.h"
 
 #include <cstdint>

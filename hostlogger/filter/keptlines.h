@@ -17,7 +17,7 @@ inline constexpr std::size_t maximumLineLength = 1 << 20;
 void AppendKeptPart(std::string_view line, std::string& kept);
 
 // Splits the log, which comes in pieces of any size, into its lines.
-class RequestLines {
+class KeptLines {
 public:
     // Appends what is kept of the lines that `piece` ends to `kept`.
     void Take(std::string_view piece, std::string& kept);

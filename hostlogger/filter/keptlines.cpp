@@ -1,4 +1,4 @@
-#include "hostlogger/filter/requestlines.h"
+#include "hostlogger/filter/keptlines.h"
 
 #include "hostlogger/requestwords.h"
 
@@ -102,7 +102,7 @@ void AppendKeptPart(std::string_view line, std::string& kept) {
     }
 }
 
-void RequestLines::Take(std::string_view piece, std::string& kept) {
+void KeptLines::Take(std::string_view piece, std::string& kept) {
     for (std::size_t end = piece.find('\n'); end != std::string_view::npos; end = piece.find('\n')) {
         if (begun.empty()) {
             AppendKeptPart(piece.substr(0, std::min(end, maximumLineLength)), kept);
@@ -116,7 +116,7 @@ void RequestLines::Take(std::string_view piece, std::string& kept) {
     Begin(piece);
 }
 
-void RequestLines::Begin(std::string_view head) {
+void KeptLines::Begin(std::string_view head) {
     begun += head.substr(0, maximumLineLength - begun.size());
 }
 

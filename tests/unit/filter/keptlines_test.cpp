@@ -1,4 +1,4 @@
-#include "hostlogger/filter/requestlines.h"
+#include "hostlogger/filter/keptlines.h"
 
 #include <gtest/gtest.h>
 
@@ -106,7 +106,7 @@ TEST(AppendKeptPart, ItAppends) {
 
 // What is kept of a text that comes in pieces of this size.
 std::string KeptOf(std::string_view text, std::size_t size) {
-    RequestLines lines;
+    KeptLines lines;
     std::string kept;
     for (; !text.empty(); text.remove_prefix(std::min(size, text.size()))) {
         lines.Take(text.substr(0, size), kept);
@@ -125,14 +125,14 @@ constexpr std::string_view keptSample = "0024: close_handle( handle=0034 )\n"
                                         "0024: set_key_value( hkey=0034, name=L\"V\" )\n"
                                         "Open key REGISTRY\n";
 
-TEST(RequestLines, LinesMayBeSplitAnywhere) {
+TEST(KeptLines, LinesMayBeSplitAnywhere) {
     for (std::size_t size = 1; size <= sampleLog.size(); ++size) {
         EXPECT_EQ(KeptOf(sampleLog, size), keptSample) << size;
     }
 }
 
-TEST(RequestLines, ALineWithoutItsEndWaits) {
-    RequestLines lines;
+TEST(KeptLines, ALineWithoutItsEndWaits) {
+    KeptLines lines;
     std::string kept;
     lines.Take("0024: close_handle() = 0", kept);
     EXPECT_TRUE(kept.empty());
@@ -140,7 +140,7 @@ TEST(RequestLines, ALineWithoutItsEndWaits) {
     EXPECT_EQ(kept, "0024: close_handle() = 0\n");
 }
 
-TEST(RequestLines, AnOverlongLineCountsAsItsBeginning) {
+TEST(KeptLines, AnOverlongLineCountsAsItsBeginning) {
     const std::string begin = "0024: open_key( parent=0000, name=L\"";
     const std::string line =
         begin + std::string(3 * maximumLineLength, 'a') + "\n" + "0024: open_key() = 0\n";
@@ -152,13 +152,13 @@ TEST(RequestLines, AnOverlongLineCountsAsItsBeginning) {
     }
 }
 
-TEST(RequestLines, ThePrivatePartOfAnOverlongLineIsRemovedToo) {
+TEST(KeptLines, ThePrivatePartOfAnOverlongLineIsRemovedToo) {
     const std::string line = "0024: set_key_value( hkey=0034, name=L\"V\", data={" +
                              std::string(3 * maximumLineLength, '0') + "} )\n";
     EXPECT_EQ(KeptOf(line, 65536), "0024: set_key_value( hkey=0034, name=L\"V\" )\n");
 }
 
-TEST(RequestLines, RandomBytesAreAccepted) {
+TEST(KeptLines, RandomBytesAreAccepted) {
     std::mt19937 random(1);
     constexpr std::string_view letters = "0: *(){}=\"\\,\nacdekloprsty_\xff";
     std::string text;

@@ -1,4 +1,4 @@
-#include "pe/functiontables.h"
+#include "pe/importtables.h"
 
 namespace keyreap {
 

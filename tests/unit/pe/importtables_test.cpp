@@ -1,4 +1,4 @@
-#include "pe/functiontables.h"
+#include "pe/importtables.h"
 #include "tests/support/bytewriter.h"
 #include "tests/support/exactfile.h"
 #include "tests/support/imagebuilder.h"
