@@ -21,15 +21,8 @@ constexpr DWORD systemErrorFlags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSA
 // FormatMessageW knows "%1" to "%99": with 99 arguments after the format, none is ever missing.
 using InsertPlaces = std::make_index_sequence<99>;
 
-struct LocalTextPolicy {
-    using Handle = wchar_t*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle text) { return text != nullptr; }
-    static void Close(Handle text) { LocalFree(text); }
-};
-
 // A text that the system has allocated; null if there is none.
-using SystemText = Owned<LocalTextPolicy>;
+using SystemText = Owned<ClosedBy<wchar_t*, LocalFree>>;
 
 SystemText FormatSystemText(DWORD flags, const wchar_t* format, DWORD code, std::va_list* arguments) {
     wchar_t* text = nullptr;

@@ -15,7 +15,7 @@ public:
     using Handle = typename Policy::Handle;
 
     Owned() = default;
-    explicit Owned(Handle taken) : handle(taken) {}
+    explicit Owned(Handle handle) : handle(handle) {}
     Owned(const Owned&) = delete;
     Owned& operator=(const Owned&) = delete;
     Owned(Owned&& other) noexcept : handle(other.Release()) {}
@@ -26,11 +26,11 @@ public:
     ~Owned() { Reset(); }
 
     // Closes the handle and takes the given one, if any, in its place.
-    void Reset(Handle taken = Policy::Empty()) noexcept {
+    void Reset(Handle next = Policy::Empty()) noexcept {
         if (Policy::IsValid(handle)) {
             Policy::Close(handle);
         }
-        handle = taken;
+        handle = next;
     }
 
     // Gives the handle away unclosed; the caller owns it now.

@@ -8,13 +8,7 @@ namespace keyreap {
 
 namespace {
 
-struct SafeArrayPolicy {
-    using Handle = SAFEARRAY*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle array) { return array != nullptr; }
-    static void Close(Handle array) { SafeArrayDestroy(array); }
-};
-using OwnedSafeArray = Owned<SafeArrayPolicy>;
+using OwnedSafeArray = Owned<ClosedBy<SAFEARRAY*, SafeArrayDestroy>>;
 
 bool HasQualifier(IWbemQualifierSet& qualifiers, const wchar_t* name) {
     _variant_t ignored;

@@ -6,13 +6,6 @@
 
 namespace keyreap {
 
-struct IconPolicy {
-    using Handle = HICON;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { DestroyIcon(handle); }
-};
-
 // The system's error icon in its large size.
 class ErrorIcon {
 public:
@@ -25,7 +18,7 @@ public:
 
 private:
     const wchar_t* library;
-    Owned<IconPolicy> scaled;
+    Owned<ClosedBy<HICON, DestroyIcon>> scaled;
 };
 
 } // namespace keyreap

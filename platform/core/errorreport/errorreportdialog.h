@@ -12,13 +12,7 @@ namespace keyreap {
 
 class FailureReporter;
 
-struct FontPolicy {
-    using Handle = HFONT;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle handle) { return handle != nullptr; }
-    static void Close(Handle handle) { DeleteObject(handle); }
-};
-using OwnedFont = Owned<FontPolicy>;
+using OwnedFont = Owned<ClosedBy<HFONT, DeleteObject>>;
 
 // The modal dialog that shows one failure: a short text, and details that the user can open and copy.
 class ErrorReportDialog {

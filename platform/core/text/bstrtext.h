@@ -11,15 +11,8 @@
 // The strings of COM automation.
 namespace keyreap {
 
-struct BstrPolicy {
-    using Handle = BSTR;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle text) { return text != nullptr; }
-    static void Close(Handle text) { SysFreeString(text); }
-};
-
 // A string that a COM call has given to its caller.
-using OwnedBstr = Owned<BstrPolicy>;
+using OwnedBstr = Owned<ClosedBy<BSTR, SysFreeString>>;
 
 // The whole string, with any zero in it; null gives the empty text.
 inline std::wstring BstrText(BSTR text) {

@@ -20,7 +20,7 @@ using testsupport::ImageBuilder;
 
 // Import tables in a file without anything else: an address is the place in the file. The descriptors are at
 // descriptorsAt, each followed by what it names.
-class FunctionTables : public testing::TestWithParam<LookupEntry> {
+class ImportTables : public testing::TestWithParam<LookupEntry> {
 protected:
     static constexpr std::uint32_t descriptorsAt = 16;
 
@@ -29,7 +29,7 @@ protected:
         return (std::uint64_t{1} << (8 * EntrySize() - 1)) | number;
     }
 
-    FunctionTables() { writer.FillTo(descriptorsAt + 20 * 4); }
+    ImportTables() { writer.FillTo(descriptorsAt + 20 * 4); }
 
     std::uint32_t PutText(std::string_view text) {
         const auto at = static_cast<std::uint32_t>(writer.Size());
@@ -87,7 +87,7 @@ protected:
     ByteWriter writer;
 };
 
-TEST_P(FunctionTables, FunctionsComeByNameAndByOrdinalInTheTablesOrder) {
+TEST_P(ImportTables, FunctionsComeByNameAndByOrdinalInTheTablesOrder) {
     SetDescriptor(0, PutLookup({PutFunctionName("First"), Ordinal(5), PutFunctionName("Second")}),
                   PutText("one.dll"), 0);
     SetDescriptor(1, PutLookup({Ordinal(0xFFFF)}), PutText("two.dll"), 0);
@@ -95,7 +95,7 @@ TEST_P(FunctionTables, FunctionsComeByNameAndByOrdinalInTheTablesOrder) {
                                        ElementsAre("two.dll", "#65535")));
 }
 
-TEST_P(FunctionTables, AddressTableReplacesAMissingLookupTable) {
+TEST_P(ImportTables, AddressTableReplacesAMissingLookupTable) {
     const std::uint32_t names = PutLookup({PutFunctionName("Lookup")});
     const std::uint32_t addresses = PutLookup({PutFunctionName("Address")});
     SetDescriptor(0, names, PutText("both.dll"), addresses);
@@ -103,19 +103,19 @@ TEST_P(FunctionTables, AddressTableReplacesAMissingLookupTable) {
     EXPECT_THAT(Imports(), ElementsAre(ElementsAre("both.dll", "Lookup"), ElementsAre("one.dll", "Address")));
 }
 
-TEST_P(FunctionTables, NameOutsideOfTheFileIsSkipped) {
+TEST_P(ImportTables, NameOutsideOfTheFileIsSkipped) {
     SetDescriptor(0, PutLookup({0x00F00000, PutFunctionName("Kept")}), PutText("one.dll"), 0);
     SetDescriptor(1, PutLookup({Ordinal(1)}), 0x00F00000, 0);
     SetDescriptor(2, 0x00F00000, PutText("two.dll"), 0);
     EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "Kept"), ElementsAre("two.dll")));
 }
 
-TEST_P(FunctionTables, EmptyNameIsSkipped) {
+TEST_P(ImportTables, EmptyNameIsSkipped) {
     SetDescriptor(0, PutLookup({PutFunctionName(""), PutFunctionName("Kept")}), PutText("one.dll"), 0);
     EXPECT_THAT(Imports(), ElementsAre(ElementsAre("one.dll", "Kept")));
 }
 
-TEST_P(FunctionTables, OnlyTheHighestBitOfAnEntryMarksAnOrdinal) {
+TEST_P(ImportTables, OnlyTheHighestBitOfAnEntryMarksAnOrdinal) {
     constexpr std::uint64_t highestOf32Bits = 0x80000005;
     SetDescriptor(0, PutLookup({highestOf32Bits}), PutText("one.dll"), 0);
     if (GetParam() == LookupEntry::bits32) {
@@ -125,7 +125,7 @@ TEST_P(FunctionTables, OnlyTheHighestBitOfAnEntryMarksAnOrdinal) {
     }
 }
 
-TEST_P(FunctionTables, LookupTableThatRunsPastTheEndEndsThere) {
+TEST_P(ImportTables, LookupTableThatRunsPastTheEndEndsThere) {
     const std::uint32_t name = PutText("one.dll");
     SetDescriptor(0, static_cast<std::uint32_t>(writer.Size()), name, 0);
     PutEntry(Ordinal(1));
@@ -134,14 +134,14 @@ TEST_P(FunctionTables, LookupTableThatRunsPastTheEndEndsThere) {
                 ElementsAre(ElementsAre("one.dll", "#1")));
 }
 
-TEST_P(FunctionTables, DescriptorsThatRunPastTheEndEndThere) {
+TEST_P(ImportTables, DescriptorsThatRunPastTheEndEndThere) {
     for (const std::size_t descriptor : {0, 1}) {
         SetDescriptor(descriptor, 0, descriptorsAt, 0);
     }
     EXPECT_THAT(ImportsOf(writer.Bytes().substr(0, descriptorsAt + 20 * 2 - 1)), SizeIs(1));
 }
 
-TEST_P(FunctionTables, SharedTableNamesNoMoreThanTheFileHasRoomFor) {
+TEST_P(ImportTables, SharedTableNamesNoMoreThanTheFileHasRoomFor) {
     const std::uint32_t name = PutText("same.dll");
     const std::uint32_t table = PutLookup(std::vector<std::uint64_t>(64, Ordinal(9)));
     const auto first = static_cast<std::uint32_t>(writer.Size());
@@ -161,13 +161,13 @@ TEST_P(FunctionTables, SharedTableNamesNoMoreThanTheFileHasRoomFor) {
     EXPECT_EQ(functions, writer.Size() / EntrySize());
 }
 
-TEST_P(FunctionTables, NoTableHasNoImports) {
+TEST_P(ImportTables, NoTableHasNoImports) {
     const CheckedView view;
     const auto resolve = [](std::uint32_t) -> const std::byte* { return nullptr; };
     EXPECT_THAT(ImportedFunctions(view, nullptr, GetParam(), resolve), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Bitness, FunctionTables, testing::Values(LookupEntry::bits32, LookupEntry::bits64));
+INSTANTIATE_TEST_SUITE_P(Bitness, ImportTables, testing::Values(LookupEntry::bits32, LookupEntry::bits64));
 
 class ExportedOrdinals : public testing::Test {
 protected:

@@ -22,14 +22,7 @@ std::wstring TextOf(VARTYPE type, Field VARIANT::*field, Value content) {
     return VariantToText(value);
 }
 
-struct ArrayPolicy {
-    using Handle = SAFEARRAY*;
-    static Handle Empty() { return nullptr; }
-    static bool IsValid(Handle array) { return array != nullptr; }
-    static void Close(Handle array) { SafeArrayDestroy(array); }
-};
-
-using OwnedArray = Owned<ArrayPolicy>;
+using OwnedArray = Owned<ClosedBy<SAFEARRAY*, SafeArrayDestroy>>;
 
 OwnedArray Strings(std::initializer_list<const wchar_t*> texts, LONG lowerBound = 0) {
     OwnedArray array(SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(texts.size())));
