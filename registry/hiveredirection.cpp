@@ -16,10 +16,13 @@ void OverrideRoot(HKEY root, const RegKey& key) {
 
 } // namespace
 
-void OverrideRoots(const HiveKeys& keys, const OsVersion& running) {
+void ApplyOverridesToAllViews() {
     if (RunsOnWine()) {
         CloseGapInClassesOverride();
     }
+}
+
+void OverrideRoots(const HiveKeys& keys, const OsVersion& running) {
     OverrideRoot(HKEY_CLASSES_ROOT, keys.hkcr);
     OverrideRoot(HKEY_CURRENT_USER, keys.hkcu);
     OverrideRoot(HKEY_USERS, keys.hku);

@@ -13,10 +13,13 @@ struct HiveKeys {
     const RegKey& hklm;
 };
 
+// Makes overrides apply to callers that name a view of the registry, which Wine lacks for the classes
+// (classesoverride.h). Needed in every mode, because a target may redirect roots itself.
+void ApplyOverridesToAllViews();
+
 // Redirects the process's four predefined roots to the temporary keys, each directly after its subkeys were
 // deleted, and creates `Software\Classes` in the machine's tree on a system of version 6.0 or later. A root
-// whose temporary key isn't open is not redirected. Under Wine an override of the classes applies to every
-// view from the first call on (classesoverride.h). The version records must have been read before.
+// whose temporary key isn't open is not redirected. The version records must have been read before.
 void OverrideRoots(const HiveKeys& keys, const OsVersion& running = RunningVersion());
 
 // Ends the redirection. The content of the temporary tree stays.

@@ -5,6 +5,15 @@
 
 namespace keyreap {
 
+namespace {
+
+EventTracing& WinesEventTracing() {
+    static WineEventTracing wine;
+    return wine;
+}
+
+} // namespace
+
 ULONG SystemEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
                                 EVENT_TRACE_PROPERTIES& properties) {
     return StartTraceW(&session, loggerName, &properties);
@@ -29,8 +38,7 @@ ULONG SystemEventTracing::Close(TRACEHANDLE handle) {
 
 EventTracing& HostEventTracing() {
     static SystemEventTracing system;
-    static WineEventTracing wine;
-    static EventTracing& host = RunsOnWine() ? static_cast<EventTracing&>(wine) : system;
+    static EventTracing& host = RunsOnWine() ? WinesEventTracing() : system;
     return host;
 }
 

@@ -9,8 +9,8 @@ enum class CaptureMode {
     both = 3, // redirect and trace; the result comes from the trace, or from the trees if it couldn't start
 };
 
-// Whether a session's result comes from its trace. Otherwise it comes from the temporary trees, which are
-// empty in mode `trace`, because nothing was redirected to them.
+// Whether a session's result comes from its trace. Otherwise it comes from the temporary trees. In mode
+// `trace` nothing was redirected to them.
 constexpr bool ReplaysTrace(CaptureMode mode, bool traceFailed) {
     return mode != CaptureMode::keyRedir && !traceFailed;
 }

@@ -122,6 +122,7 @@ HiveKeys NativeFileRegister::Hives() const {
 }
 
 void NativeFileRegister::RedirectHives() {
+    ApplyOverridesToAllViews();
     if (captureMode == CaptureMode::trace) {
         return;
     }

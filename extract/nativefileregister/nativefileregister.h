@@ -22,7 +22,7 @@ namespace keyreap {
 // no lock: the worker writes them, and the main thread reads them afterwards.
 class NativeFileRegister {
 public:
-    // Copies an input that is on a share. Nothing fails here: Register fails if something could not be made.
+    // Copies an input that is on a share. Nothing fails here: what could not be made shows in Register.
     NativeFileRegister(WidePath filePath, WidePath regFilePath, CaptureMode captureMode,
                        EventTracing& tracing = HostEventTracing());
     NativeFileRegister(const NativeFileRegister&) = delete;

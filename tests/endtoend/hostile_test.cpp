@@ -8,6 +8,7 @@ namespace keyreap::endtoend {
 namespace {
 
 constexpr wchar_t nestedKey[] = L"Software\\k";
+constexpr wchar_t viewedClass[] = L"Keyreap.Viewed";
 
 class HostileServer : public Workbench, public testing::WithParamInterface<Way> {
 protected:
@@ -26,11 +27,12 @@ protected:
 
 private:
     static void Forget() {
-        for (const wchar_t* key : {L"Software\\KeyreapBefore", L"Software\\KeyreapElsewhere",
-                                   L"Software\\KeyreapThreads", L"Software\\KeyreapEveryUnit", nestedKey}) {
+        for (const wchar_t* key :
+             {L"Software\\KeyreapBefore", L"Software\\KeyreapElsewhere", L"Software\\KeyreapThreads",
+              L"Software\\KeyreapEveryUnit", L"Software\\KeyreapOwnClasses", nestedKey}) {
             DeleteTree(HKEY_CURRENT_USER, key);
         }
-        for (const wchar_t* key : {L"Keyreap.Past", L"Keyreap.Handles", L"Keyreap.Threads"}) {
+        for (const wchar_t* key : {L"Keyreap.Past", L"Keyreap.Handles", L"Keyreap.Threads", viewedClass}) {
             DeleteTree(HKEY_CLASSES_ROOT, key);
         }
     }
@@ -56,6 +58,17 @@ TEST_P(HostileServer, ThatChangesTheOverridesWritesToTheLiveRegistryWhichOnlyATr
     EXPECT_EQ(KeyExists(HKEY_CLASSES_ROOT, L"Keyreap.Past"), !GetParam().IsTraced());
     EXPECT_EQ(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapElsewhere"), !GetParam().IsTraced());
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapBefore"));
+    ExpectNextRunToSucceed();
+}
+
+TEST_P(HostileServer, ThatRedirectsTheClassesItselfGetsItsOwnKeyForANamedView) {
+    EXPECT_EQ(CaptureOf(L"ownclasses.dll"), 0U);
+    const std::wstring viewed =
+        L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapOwnClasses\\Keyreap.Viewed\\Below]\r\n@=\"viewed\"\r\n";
+    EXPECT_NE(Result().find(viewed), std::wstring::npos) << testing::PrintToString(Result());
+    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, viewedClass));
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Wow6432Node\\Keyreap.Viewed"));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapOwnClasses"));
     ExpectNextRunToSucceed();
 }
 

@@ -1,5 +1,6 @@
 #include "extract/nativefileregister/target.h"
 #include "tests/support/importreplacement.h"
+#include "tests/support/scratchkey.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <oleauto.h>
@@ -12,6 +13,7 @@ namespace keyreap {
 namespace {
 
 using testsupport::ImportReplacement;
+using testsupport::ScratchKey;
 using testsupport::TemporaryFolder;
 
 WidePath SystemFile(const wchar_t* name) {
@@ -39,8 +41,20 @@ protected:
     TemporaryPaths staged;
 };
 
-TEST_F(TargetTest, ServerHasTheExportAndIsNoProgram) {
+int startedProcesses = 0;
+
+BOOL WINAPI CountProcess(LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID,
+                         LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) {
+    ++startedProcesses;
+    SetLastError(ERROR_BAD_EXE_FORMAT);
+    return FALSE;
+}
+
+TEST_F(TargetTest, ServerHasTheExportAndIsNeverStarted) {
+    startedProcesses = 0;
+    const ImportReplacement replacement("CreateProcessW", reinterpret_cast<const void*>(&CountProcess));
     const Target target = Classify(SystemFile(server));
+    EXPECT_EQ(startedProcesses, 0);
     EXPECT_TRUE(target.hasRegisterExport);
     EXPECT_FALSE(target.isExecutable);
     EXPECT_TRUE(target.typeLibFile.IsEmpty());
@@ -103,7 +117,17 @@ TEST(IsExecutable, OnlyForFilesThatTheSystemStarts) {
     EXPECT_FALSE(IsExecutable(WidePath(L"C:\\missing.exe")));
 }
 
-TEST(RunTarget, CalledExportSucceedsAndItsModuleStaysLoaded) {
+// The servers' classes go to a scratch key.
+class RunTargetTest : public testing::Test {
+protected:
+    RunTargetTest() { EXPECT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, scratch.Handle()), ERROR_SUCCESS); }
+    ~RunTargetTest() override { RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr); }
+
+private:
+    ScratchKey scratch;
+};
+
+TEST_F(RunTargetTest, CalledExportSucceedsAndItsModuleStaysLoaded) {
     const TargetRun run = RunTarget(WithExport(), SystemFile(server));
     EXPECT_TRUE(run.succeeded);
     EXPECT_TRUE(run.module.Valid());
@@ -111,24 +135,27 @@ TEST(RunTarget, CalledExportSucceedsAndItsModuleStaysLoaded) {
     EXPECT_EQ(run.serverProcessId, 0U);
 }
 
-TEST(RunTarget, ModuleIsUnloadedWithTheResult) {
-    { const TargetRun run = RunTarget(WithExport(), SystemFile(server)); }
+TEST_F(RunTargetTest, ModuleIsUnloadedWithTheResult) {
+    {
+        const TargetRun run = RunTarget(WithExport(), SystemFile(server));
+        ASSERT_TRUE(run.module.Valid());
+    }
     EXPECT_EQ(GetModuleHandleW(server), nullptr);
 }
 
-TEST(RunTarget, ExportOfAFileThatCannotBeLoadedFails) {
+TEST_F(RunTargetTest, ExportOfAFileThatCannotBeLoadedFails) {
     const TargetRun run = RunTarget(WithExport(), WidePath(L"C:\\missing.dll"));
     EXPECT_FALSE(run.succeeded);
     EXPECT_FALSE(run.module.Valid());
 }
 
-TEST(RunTarget, LoadedModuleWithoutTheExportFails) {
+TEST_F(RunTargetTest, LoadedModuleWithoutTheExportFails) {
     const TargetRun run = RunTarget(WithExport(), SystemFile(L"version.dll"));
     EXPECT_FALSE(run.succeeded);
     EXPECT_TRUE(run.module.Valid());
 }
 
-TEST(RunTarget, ExportComesBeforeTheProgram) {
+TEST_F(RunTargetTest, ExportComesBeforeTheProgram) {
     Target target = WithExport();
     target.isExecutable = true;
     const TargetRun run = RunTarget(target, SystemFile(server));
@@ -136,14 +163,14 @@ TEST(RunTarget, ExportComesBeforeTheProgram) {
     EXPECT_TRUE(run.module.Valid());
 }
 
-TEST(RunTarget, ProgramReportsTheIdOfItsProcessAndLoadsNothing) {
+TEST_F(RunTargetTest, ProgramReportsTheIdOfItsProcessAndLoadsNothing) {
     const TargetRun run = RunTarget(Program(), SystemFile(program));
     EXPECT_TRUE(run.succeeded);
     EXPECT_NE(run.serverProcessId, 0U);
     EXPECT_FALSE(run.module.Valid());
 }
 
-TEST(RunTarget, TargetWithNothingToRunFails) {
+TEST_F(RunTargetTest, TargetWithNothingToRunFails) {
     const TargetRun run = RunTarget(Target(), SystemFile(server));
     EXPECT_FALSE(run.succeeded);
     EXPECT_FALSE(run.module.Valid());
@@ -173,9 +200,37 @@ TEST(RegisterExecutable, CommandLineEndsInABlank) {
 }
 
 HRESULT typeLibResult = S_OK;
+int typeLibReleases = 0;
 
+// A type library that counts its releases and does nothing else.
+class CountedTypeLib : public ITypeLib {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        ++typeLibReleases;
+        return 0;
+    }
+    UINT STDMETHODCALLTYPE GetTypeInfoCount() override { return 0; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoType(UINT, TYPEKIND*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoOfGuid(REFGUID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetLibAttr(TLIBATTR**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeComp(ITypeComp**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetDocumentation(INT, BSTR*, BSTR*, DWORD*, BSTR*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE IsName(LPOLESTR, ULONG, BOOL*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE FindName(LPOLESTR, ULONG, ITypeInfo**, MEMBERID*, USHORT*) override {
+        return E_NOTIMPL;
+    }
+    void STDMETHODCALLTYPE ReleaseTLibAttr(TLIBATTR*) override {}
+};
+
+// Gives a library with every code of success, also with one that counts as a failure.
 HRESULT WINAPI GiveTypeLibResult(LPCOLESTR, REGKIND, ITypeLib** library) {
-    *library = nullptr;
+    static CountedTypeLib counted;
+    *library = SUCCEEDED(typeLibResult) ? &counted : nullptr;
     return typeLibResult;
 }
 
@@ -184,6 +239,16 @@ TEST(RegisterTypeLib, OnlySOkIsASuccess) {
     for (const HRESULT result : {S_OK, S_FALSE, E_FAIL}) {
         typeLibResult = result;
         EXPECT_EQ(RegisterTypeLib(WidePath(L"C:\\a.tlb")), result == S_OK);
+    }
+}
+
+TEST(RegisterTypeLib, LibraryIsReleasedOnceWhateverTheResult) {
+    const ImportReplacement replacement("LoadTypeLibEx", reinterpret_cast<const void*>(&GiveTypeLibResult));
+    for (const HRESULT result : {S_OK, S_FALSE}) {
+        typeLibResult = result;
+        typeLibReleases = 0;
+        RegisterTypeLib(WidePath(L"C:\\a.tlb"));
+        EXPECT_EQ(typeLibReleases, 1);
     }
 }
 

@@ -1,3 +1,4 @@
+#include "tests/support/importreplacement.h"
 #include "tests/support/tracebuilder.h"
 #include "tests/unit/schema/fakewmi.h"
 #include "tests/unit/trace/recordinghandler.h"
@@ -375,6 +376,25 @@ TEST_F(SchemaPath, ReplayByFixedLayoutsNeverConnects) {
         EXPECT_EQ(handler.decoded.size(), 2U);
     }
     EXPECT_TRUE(wmi.calls.empty());
+}
+
+int liveObjectsAtExit = -1;
+
+void WINAPI CountLiveObjects() {
+    liveObjectsAtExit = FakeWmi::LiveObjects();
+}
+
+TEST_F(WmiTest, InterfacesAreReleasedBeforeTheApartmentIsLeft) {
+    AddVersionClass(L"Registry", registryGuidText, 2);
+    {
+        const testsupport::ImportReplacement replacement("CoUninitialize",
+                                                         reinterpret_cast<const void*>(&CountLiveObjects));
+        WmiConnection connection;
+        connection.FindEventClass(registryGuidText, 2, 14);
+        EXPECT_GT(FakeWmi::LiveObjects(), 1);
+    }
+    CoUninitialize(); // in place of the call that was replaced
+    EXPECT_EQ(liveObjectsAtExit, 1);
 }
 
 TEST(RealWmi, InitialisesComOnItsThreadForAsLongAsItLives) {
