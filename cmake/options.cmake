@@ -9,11 +9,14 @@ if(WIN32)
 endif()
 
 if(MSVC)
-  target_compile_options(keyreap_options INTERFACE /W4 /WX /utf-8 /EHa /permissive-)
+  # C4458 is about parameters that have the names of members, which they may.
+  target_compile_options(keyreap_options INTERFACE /W4 /wd4458 /WX /utf-8 /EHa /permissive-)
 else()
-  # Parameters may have the names of members. Clang has no such option, so only GCC looks for shadowed names.
+  # Parameters may have the names of members. Clang accepts that in constructors only.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set(shadow -Wshadow=local)
+  else()
+    set(shadow -Wshadow)
   endif()
   target_compile_options(
     keyreap_options

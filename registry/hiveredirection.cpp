@@ -39,7 +39,7 @@ void LiftOverrides(const HiveKeys& keys, const OsVersion& running) {
     }
     if (IsAtLeast(running, VistaVersion())) {
         // Deliberate: these are the machine's real classes again, and the system refuses because they have
-        // subkeys. A call before the overrides are lifted would delete the temporary `Classes`, which the
+        // subkeys. A call before the overrides are lifted could delete the temporary `Classes`, which the
         // result needs.
         const RegKey software(L"Software\\", HKEY_LOCAL_MACHINE, true);
         RegDeleteKeyW(software.Handle(), L"Classes");

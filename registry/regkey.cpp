@@ -88,7 +88,7 @@ void RegKey::CreateIfMissing() {
 }
 
 std::wstring RegKey::ChildPath(std::wstring_view name) const {
-    // Deliberate: a path that ends in a backslash gives a doubled one here, because the key is the same.
+    // Deliberate: a path that ends in a backslash gives a doubled one here; the key is the same.
     std::wstring child = path;
     if (!child.empty()) {
         child += L'\\';
@@ -160,7 +160,7 @@ bool RegKey::EnumValue(std::uint32_t index, std::wstring& name, ValueText& text,
     ValueBuffers value;
     LSTATUS status = value.Read(handle.Get(), index);
     if (status == ERROR_MORE_DATA) {
-        // Deliberate: only two tries, because a value that still doesn't fit ends the enumeration of its key.
+        // Deliberate: only two tries; a value that still doesn't fit ends the enumeration of its key.
         value.Grow();
         status = value.Read(handle.Get(), index);
     }

@@ -58,23 +58,23 @@ public:
     Object& back() { return objects[count - 1]; }
     const Object& back() const { return objects[count - 1]; }
 
-    void Add(const Object& thing, Arena& arena) {
+    void Add(const Object& object, Arena& arena) {
         if (count == capacity) {
             Grow(arena);
         }
-        ::new (static_cast<void*>(objects + count++)) Object(thing);
+        ::new (static_cast<void*>(objects + count++)) Object(object);
     }
 
     void RemoveLast() { --count; }
     void Clear() { count = 0; }
 
     // Replaces the content by `size` copies of an object.
-    void Fill(std::size_t size, const Object& thing, Arena& arena) {
+    void Fill(std::size_t size, const Object& object, Arena& arena) {
         if (size > capacity) {
             objects = arena.Allocate<Object>(size);
             capacity = static_cast<std::uint32_t>(size);
         }
-        std::uninitialized_fill_n(objects, size, thing);
+        std::uninitialized_fill_n(objects, size, object);
         count = static_cast<std::uint32_t>(size);
     }
 

@@ -9,9 +9,10 @@
 namespace keyreap {
 
 // Turns a kernel path (`\REGISTRY\MACHINE\...`) into a predefined root and the path below it, without the
-// first "Wow6432Node". `root` becomes noRoot if the path is below none of the four. With `classesAsRoot`,
-// class registrations of the machine and of any user are moved to HKEY_CLASSES_ROOT. False for a name that is
-// not a kernel path: `normalized` is then empty and `root` unchanged.
+// first "Wow6432Node". `root` becomes noRoot for any other kernel path, also for that of a user with a short
+// SID. With `classesAsRoot`, class registrations of the machine and of any user are moved to
+// HKEY_CLASSES_ROOT. False for a name that is not a kernel path: `normalized` is then empty and `root`
+// unchanged.
 bool NormalizeKernelPath(std::wstring_view path, bool classesAsRoot, PredefinedRoot& root,
                          std::wstring& normalized);
 

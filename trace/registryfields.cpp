@@ -41,7 +41,7 @@ const FixedLayout& LayoutFor(std::uint16_t version, std::uint32_t pointerSize) {
     return HasWidePointers(pointerSize) ? layout.wide : layout.narrow;
 }
 
-// 32-bit kernel addresses are sign-extended, as the kernel itself does it.
+// 32-bit kernel addresses are sign-extended, so that their high bits stay set.
 std::uint64_t SignExtended(std::uint64_t pointer) {
     return static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(pointer)});
 }

@@ -51,8 +51,8 @@ RegistryTrace::RegistryTrace(std::wstring_view logFilePath, std::wstring_view lo
 
 RegistryTrace::~RegistryTrace() {
     Stop();
-    // A session's handle is not a consumer's, and 0 is no handle. Deliberate: CloseTrace is called in any
-    // case, because it refuses both.
+    // Deliberate: CloseTrace is called in any case. It refuses both a session's handle, which is not a
+    // consumer's, and 0.
     tracing.Close(sessionHandle);
 }
 

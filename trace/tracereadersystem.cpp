@@ -74,7 +74,7 @@ private:
 };
 
 // A log opened for reading. Deliberate: the destructor calls CloseTrace in any case, also with the 0 that
-// Close left and with the value of a failed open, because it refuses both.
+// Close left and with the value of a failed open. It refuses both.
 class OpenLog {
 public:
     OpenLog(EventTracing& tracing, EVENT_TRACE_LOGFILEW& logFile)

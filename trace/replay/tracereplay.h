@@ -18,8 +18,8 @@ struct ReplayRequest {
     std::wstring temporaryPrefix; // of the temporary tree, below HKEY_CURRENT_USER, with its last backslash
     bool rootsRedirected = false; // the mode is not `trace` alone
     std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
-    std::function<PathPairs()>
-        formPathPairs; // called after the .reg file was created, before a key is written
+    // Called after the .reg file was created, before a key is written.
+    std::function<PathPairs()> formPathPairs;
 };
 
 // Turns a finished trace into the .reg file, then removes from the live registry what the trace says was put

@@ -33,7 +33,7 @@ struct EventValue {
 };
 
 // The result of schema-driven decoding: a list of values for each property of the schema. The list of an
-// array can have several values. The list of a property that could not be read is empty.
+// array can have several values. The list of a property without a value is empty.
 struct EventValues {
     explicit EventValues(const EventSchema& schema) : schema(&schema) {}
 
@@ -42,7 +42,7 @@ struct EventValues {
 };
 
 // Reads the payload property by property into values, with bounds-checked access. Only the schema moves the
-// cursor, also past the end of the payload; a property that is not inside the payload has no value. Always
+// cursor, also past the end of the payload; an element that is not inside the payload has no value. Always
 // true.
 bool DecodeValues(EventValues& values, std::span<const std::byte> payload);
 

@@ -87,8 +87,7 @@ bool ArrayContains(SAFEARRAY& array, std::uint8_t type) {
     return false;
 }
 
-// Deliberate: a class whose event types can't be read counts as a match, because it may describe
-// the type.
+// Deliberate: a class whose event types can't be read counts as a match and ends the search.
 bool IsTypeClass(IWbemClassObject& candidate, std::uint8_t type) {
     const OwnedInterface<IWbemQualifierSet> qualifiers = QualifiersOf(candidate);
     _variant_t types;

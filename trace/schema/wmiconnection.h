@@ -42,8 +42,8 @@ private:
 
     ComApartment apartment{ApartmentExit::always}; // left last, when the interfaces below are released
     OwnedInterface<IWbemServices> services;
-    // Every version class that a look-up has found, by GUID text, "#" and version. Deliberate: nothing reads
-    // it; it keeps the classes alive as long as the connection.
+    // The result of every look-up of a version class, found or not, by GUID text, "#" and version.
+    // Deliberate: nothing reads it.
     std::unordered_map<std::wstring, std::vector<OwnedClass>, Fnv1aHash, std::equal_to<>> classList;
 };
 

@@ -3,8 +3,9 @@
 #include <string>
 #include <string_view>
 
-// The system's three string comparisons, each for its own purpose and never mixed. Each returns a negative
-// number, 0 or a positive number if the left text sorts before, equal to or after the right text.
+// The system's three string comparisons, each for its own purpose and never mixed. CompareFolded,
+// CompareUnits and CompareNames return a negative number, 0 or a positive number if the left text sorts
+// before, equal to or after the right text.
 namespace keyreap {
 
 // Folds A to Z and nothing else.
@@ -15,8 +16,7 @@ constexpr wchar_t FoldLetter(wchar_t unit) {
 // With A to Z folded: path prefixes, qualifier texts, the mode word, the sort of keys.
 int CompareFolded(std::wstring_view left, std::wstring_view right);
 
-// True for texts that differ at most by the case of A to Z: the names of keys in the request log of Wine's
-// server.
+// True for texts that differ at most by the case of A to Z.
 bool EqualFolded(std::wstring_view left, std::wstring_view right);
 
 // The text with A to Z folded: the same result for all texts that are equal by EqualFolded.

@@ -40,8 +40,7 @@ WidePath NextFreeName(const WidePath& taken, WidePath directory, std::wstring_vi
     std::uint32_t number = TemporaryNumber(taken, prefix);
     WidePath candidate;
     do {
-        // Deliberate: Combine lengthens the directory too, because the second try has always been below the
-        // first.
+        // Deliberate: Combine lengthens the directory too, so that the second try is below the first.
         candidate = directory.Combine(ShortPrefix(prefix) + HexToText(++number));
         if (!extension.empty()) {
             candidate = WidePath(WithExtension(candidate.Text(), extension));

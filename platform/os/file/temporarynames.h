@@ -22,7 +22,7 @@ std::uint32_t TemporaryNumber(const WidePath& name, std::wstring_view prefix);
 
 // The first free name after a taken one: adds 1 to the number and puts short prefix, number and extension
 // together in the directory, until `exists` is false for the path. Each try also appends its name to the
-// directory, so the second try is in a directory of the first name, which usually does not exist.
+// directory, so the second try is in a directory of the first name, where nothing can exist.
 WidePath NextFreeName(const WidePath& taken, WidePath directory, std::wstring_view prefix,
                       std::wstring_view extension, const std::function<bool(const WidePath&)>& exists);
 

@@ -206,7 +206,8 @@ TEST(ReadSchemaFields, PropertyNamesAreFoundInAnyCase) {
 
 TEST(ReadSchemaFields, MissingPropertiesHaveTheirDefaults) {
     const Decoded it;
-    EXPECT_THAT(ReadSchemaFields(it.values, 8), HasFields({.name = L"", .index = 0xFFFFFFFF}));
+    EXPECT_THAT(ReadSchemaFields(it.values, 8),
+                HasFields({.keyHandle = 0, .name = L"", .status = 0, .index = 0xFFFFFFFF, .initialTime = 0}));
 }
 
 TEST(ReadSchemaFields, PropertiesWithoutValueHaveTheirDefaults) {
@@ -214,7 +215,8 @@ TEST(ReadSchemaFields, PropertiesWithoutValueHaveTheirDefaults) {
     for (const wchar_t* name : {L"InitialTime", L"Status", L"Index", L"KeyHandle", L"KeyName"}) {
         it.Add(name, {});
     }
-    EXPECT_THAT(ReadSchemaFields(it.values, 8), HasFields({.name = L"", .index = 0xFFFFFFFF}));
+    EXPECT_THAT(ReadSchemaFields(it.values, 8),
+                HasFields({.keyHandle = 0, .name = L"", .status = 0, .index = 0xFFFFFFFF, .initialTime = 0}));
 }
 
 TEST(ReadSchemaFields, FirstValueOfAListCounts) {
