@@ -248,7 +248,12 @@ void RequestTracker::RenameKey(const Call& call) {
 }
 
 void RequestTracker::MoveKeys(const std::wstring& from, const std::wstring& to) {
-    for (const auto& [address, key] : OpenKeys()) {
+    const auto open = OpenKeys();
+    // All paths are looked up first: a key that is moved too early hides where the keys below it were found.
+    for (const auto& [address, key] : open) {
+        key->Path(facts);
+    }
+    for (const auto& [address, key] : open) {
         const std::wstring path = key->Path(facts);
         if (StartsWithFolded(path, from) && (path.size() == from.size() || path[from.size()] == L'\\')) {
             key->Move(to + path.substr(from.size()));

@@ -15,7 +15,7 @@ REQUEST_FILTER_SOURCES=(
     "$ROOT"/platform/core/text/compare.cpp
 )
 # Where these and their headers are.
-REQUEST_FILTER_FOLDERS=("$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text")
+REQUEST_FILTER_FOLDERS=("$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text" "$ROOT/platform/os")
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
 
 make_filter() {

@@ -347,6 +347,23 @@ TEST_F(RequestTrackerTest, ARenamedKeyAndAllBelowItMove) {
     EXPECT_EQ(PathOf(20), softwareKey + L"\\New\\C");
 }
 
+// Sixteen keys, because the order in which they are moved is not fixed.
+TEST_F(RequestTrackerTest, AKeyBelowARenamedOneWasFoundUnderTheOldName) {
+    constexpr std::uint32_t count = 16;
+    constexpr std::uint32_t firstLink = 0x100;
+    story.Open(firstThread, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::wstring number = std::to_wstring(i);
+        story.registry.AddLink(softwareKey + L"\\A\\Link" + number, machineKey + L"\\Target" + number);
+        story.Create(firstThread, "Link" + std::to_string(i), firstLink + 4 * i,
+                     {.parent = 8, .status = "OBJECT_NAME_EXISTS"});
+    }
+    story.Rename(firstThread, 8, "New");
+    for (std::uint32_t i = 0; i < count; ++i) {
+        EXPECT_EQ(PathOf(firstLink + 4 * i), machineKey + L"\\Target" + std::to_wstring(i));
+    }
+}
+
 TEST_F(RequestTrackerTest, ARenamingThatFailedMovesNothing) {
     story.Open(firstThread, "A", 8, {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\A)"});
     story.Rename(firstThread, 8, "New", "CANNOT_DELETE");
