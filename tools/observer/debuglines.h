@@ -10,8 +10,10 @@
 namespace keyreap {
 
 // The channels of Wine's debug output that are read, in the form of WINEDEBUG. In a run without an exception
-// they write only a line for each module that is loaded.
-inline constexpr const char* observedChannels = "-all,+pid,+seh,+loaddll,+dbghelp";
+// they write only a line for each module that is loaded. Of dbghelp only the traces are on: its warnings
+// contain names of functions, and Wine 8 ends a 32-bit process that writes a debug line of more than about
+// 1000 bytes.
+inline constexpr const char* observedChannels = "-all,+pid,+seh,+loaddll,trace+dbghelp";
 
 // A module as Wine reports its loading.
 struct LoadedModule {
