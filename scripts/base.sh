@@ -1,12 +1,33 @@
 # shellcheck shell=bash
 # The base that every prefix of the pool is made from. Sourced after isolation.sh and session.sh.
 
-# make_base: starts a fresh prefix for the first time and splits it into its parts:
+# make_base: copies the one of the owner of the build where that is usable, since a session can only change what belongs
+# to its user.
+make_base() {
+    if [[ $SHARED_WINE != "$WINE_HOME" && -r $SHARED_WINE/base.lock ]] && base_is_ready "$SHARED_WINE/base"; then
+        copy_shared_base
+    else
+        create_base
+    fi
+}
+
+# copy_shared_base: the version is written last, as base_untouched needs it.
+copy_shared_base() {
+    local new=$WINE_HOME/base.new
+    rm -rf "$new"
+    mkdir -p "$WINE_HOME"
+    flock -s "$SHARED_WINE/base.lock" cp -a --reflink=auto "$SHARED_WINE/base" "$new"
+    rm "$new/version"
+    base_version >"$new/version"
+    publish_base "$new"
+}
+
+# create_base: starts a fresh prefix for the first time and splits it into its parts:
 #   drive_c/   drive C:, which nobody writes to any more
 #   top/       what is beside drive C: the three hives, the drives, the time of the last update
 #   classless/ the hive system.reg without any registered class
 #   version    what it was made from and with, written last
-make_base() {
+create_base() {
     local new=$WINE_HOME/base.new
     PREFIX=$new/prefix
     end_prefix "$PREFIX"
@@ -82,15 +103,20 @@ remove_old_bases() {
 
 # base_ready: it was made with this Wine, and nobody has written to it.
 base_ready() {
-    [[ -f $WINE_BASE/version && $(<"$WINE_BASE/version") == "$(base_version)" ]] && base_untouched
+    base_is_ready "$WINE_BASE"
+}
+
+# base_is_ready FOLDER
+base_is_ready() {
+    [[ -f $1/version && $(<"$1/version") == "$(base_version)" ]] && base_untouched "$1"
 }
 
 base_version() {
     printf '%s, base.sh %s\n' "$(wine_version)" "$(cksum <"$ROOT/scripts/base.sh")"
 }
 
-# base_untouched: compares the times of the last status change (ctime), which can't be set.
+# base_untouched FOLDER: compares the times of the last status change (ctime), which can't be set.
 base_untouched() {
-    [[ -d $WINE_BASE/drive_c ]] || return
-    [[ -z $(find "$WINE_BASE"/{drive_c,top,classless} -cnewer "$WINE_BASE/version" -print -quit) ]]
+    [[ -d $1/drive_c ]] || return
+    [[ -z $(find "$1"/{drive_c,top,classless} -cnewer "$1/version" -print -quit) ]]
 }

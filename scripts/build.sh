@@ -2,19 +2,20 @@
 # The builds and the staged program. Sourced after common.sh.
 
 STAGE=$BUILD/stage
-EXPLAIN=tools/explain/explain.exe
 
 project_version() {
     sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$ROOT/CMakeLists.txt"
 }
 
-# program_there: the program and its sample server are staged, and the build has the program that finds out why a file
-# can't be registered (reasons.sh).
+# What a run needs of each build.
+PROGRAM_TARGETS=(Keyreap thermometer explain startrecorder)
+
+# program_there: the program, its sample server and its tools are staged.
 program_there() {
-    local bitness
+    local bitness tool
     for bitness in x64 x86; do
         [[ -f $STAGE/bin/$bitness/Keyreap.exe && -f $STAGE/samples/$bitness/thermometer.dll ]] || return
-        [[ -f $BUILD/$bitness/$EXPLAIN ]] || return
+        for tool in explain startrecorder; do [[ -f $STAGE/tools/$bitness/$tool.exe ]] || return; done
     done
 }
 
@@ -30,24 +31,49 @@ program_sources() {
     done
 }
 
+# check_owner: fails unless the caller may build.
+check_owner() {
+    [[ $USER_DATA == "$BUILD" ]] ||
+        fail "what is built in $BUILD is out of date; $(stat -c %U "$BUILD"), who built it, has to run $ROOT/keyreap once"
+}
+
+# built_by_owner: another user's build is up to date.
+built_by_owner() {
+    local stamp
+    program_there && [[ $USER_DATA != "$BUILD" ]] || return
+    for stamp in "$BUILD"/stamps/{run,test,examples,bench}; do
+        [[ ! -f $stamp ]] || ! nothing_newer run "$stamp" || return 0
+    done
+    return 1
+}
+
 make_program() {
-    step build-x64 "building x64" build_preset x64 Keyreap thermometer explain
-    step build-x86 "building x86" build_preset x86 Keyreap thermometer explain
+    if [[ -f $ROOT/prebuilt ]]; then
+        program_there || fail "the installation in $ROOT is not complete"
+        return
+    fi
+    built_by_owner && return
+    check_owner
+    step build-x64 "building x64" build_preset x64 "${PROGRAM_TARGETS[@]}"
+    step build-x86 "building x86" build_preset x86 "${PROGRAM_TARGETS[@]}"
     step stage "staging the program" stage_program
 }
 
 # No ordinary build contains the programs that ./bench measures parts with.
 make_bench() {
+    check_owner
     step build-bench-x64 "building what measures x64" build_preset x64 bench
     step build-bench-native "building what measures native" build_preset native bench
 }
 
 make_fuzzers() {
+    check_owner
     step build-fuzz "building the fuzzers" build_preset fuzz fuzzers
 }
 
 make_everything() {
     local preset
+    check_owner
     for preset in x64 x86 native native-sanitized; do
         step "build-$preset" "building $preset" build_preset "$preset"
     done
@@ -59,6 +85,7 @@ build_preset() {
     local preset=$1 folder=$BUILD/$1
     shift
     cd "$ROOT" || return
+    same_toolchain "$preset" || rm -rf "$folder"
     configured "$folder" || configure "$preset" || { rm -rf "$folder" && configure "$preset"; }
     clean_environment ninja -C "$folder" "$@"
 }
@@ -69,7 +96,23 @@ configured() {
 }
 
 configure() {
+    mkdir -p "$BUILD/$1"
+    toolchain_of "$1" >"$BUILD/$1/toolchain"
     clean_environment cmake --preset "$1"
+}
+
+# same_toolchain PRESET: what was built so far is of the toolchain that is installed. Ninja compares only times, and an
+# installed package's files have those of the package.
+same_toolchain() {
+    [[ -f $BUILD/$1/toolchain && $(<"$BUILD/$1/toolchain") == "$(toolchain_of "$1")" ]]
+}
+
+toolchain_of() {
+    case $1 in
+    *x64 | *x86) cross_toolchain ;;
+    fuzz) versions_of clang "libstdc++-*-dev" libc6-dev googletest ;;
+    *) native_toolchain && versions_of googletest ;;
+    esac
 }
 
 # stage_program: lays the program out as it is shipped. An unchanged file stays; a changed one is replaced by a rename,

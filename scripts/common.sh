@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # What every script of the project starts with. Sourced, never run:
 #   source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/scripts/common.sh"
-# Gives ROOT and BUILD, the messages, and a known language and standard streams.
+# Gives ROOT, BUILD and USER_DATA, the messages, and a known language and standard streams.
 
 # Scripts compare bytes and Wine reads names as UTF-8, whatever the caller's language is.
 export LC_ALL=C.UTF-8
@@ -15,9 +15,30 @@ STANDARD_PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
 PATH=${PATH:+$PATH:}$STANDARD_PATH
 
 ROOT=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
-# shellcheck disable=SC2034 # used by the scripts that source this one
+# What is built. An installation, which the file `prebuilt` marks, has it beside the scripts.
 BUILD=$ROOT/build
-LOGS=$BUILD/logs
+[[ ! -f $ROOT/prebuilt ]] || BUILD=$ROOT
+
+# owns_build: the caller made the build folder, or may make it.
+owns_build() {
+    [[ ! -f $ROOT/prebuilt ]] || return
+    if [[ -e $BUILD ]]; then [[ -O $BUILD && -w $BUILD ]]; else [[ -w $ROOT ]]; fi
+}
+
+# cache_folder: prints the folder of this checkout or installation in the caller's cache.
+cache_folder() {
+    local cache=${XDG_CACHE_HOME-} home=${HOME-} name=installed
+    [[ $home == /* ]] || home=$(getent passwd "$EUID" | cut -d: -f6)
+    [[ $cache == /* ]] || cache=$home/.cache
+    [[ -f $ROOT/prebuilt ]] || name=checkout-$(cksum <<<"$ROOT" | tr ' ' -)
+    printf '%s/keyreap/%s' "$cache" "$name"
+}
+
+# What the caller's runs make and keep: Wine's files (wine.sh), stamps, logs. Another user than the one who built has a
+# copy of their own.
+USER_DATA=$BUILD
+owns_build || USER_DATA=$(cache_folder)
+LOGS=$USER_DATA/logs
 
 # The status of a script that failed itself. The program has all other statuses.
 SETUP_FAILED=125

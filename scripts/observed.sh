@@ -7,4 +7,4 @@ set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 (($# > 1)) || fail "observed.sh: no command"
-exec "$BUILD/wine/observer" "$@"
+exec "$BUILD/tools/observer" "$@"

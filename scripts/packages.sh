@@ -3,9 +3,11 @@
 
 # shellcheck disable=SC2034 # setup.sh names what each level needs
 {
-    # g++ builds the filter between Wine's server and its request log, and the observer of crashes. The error dialog
-    # shows its details in one of the fonts.
-    WINE_PACKAGES=(wine wine64 g++ fonts-dejavu-core)
+    # The error dialog shows its details in one of the fonts.
+    WINE_PACKAGES=(wine wine64 fonts-dejavu-core)
+
+    # What builds the native programs (tools.sh).
+    TOOL_PACKAGES=(g++)
 
     # Every build is configured with its tests, which need googletest and mingw-w64-tools.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
@@ -24,6 +26,27 @@
     EXAMPLE_PACKAGES=(nsis wixl python3)
 }
 
+# What a compilation depends on beside its sources: `g++` names the packages of the version that it stands for.
+native_toolchain() {
+    local major
+    major=$(/usr/bin/g++ -dumpversion) || return 0
+    versions_of "g++-$major" "libstdc++-$major-dev" libc6-dev
+}
+
+cross_toolchain() {
+    versions_of g++-mingw-w64-{x86-64,i686}-posix binutils-mingw-w64-{x86-64,i686} mingw-w64-{common,tools,x86-64-dev,i686-dev} \
+        googletest
+}
+
+wine_packages() {
+    versions_of wine wine64 libwine:amd64
+}
+
+# versions_of PACKAGE...: prints the names and versions of those that are installed.
+versions_of() {
+    { dpkg-query -W -f '${db:Status-Abbrev}${Package} ${Version}\n' "$@" 2>/dev/null || true; } | grep '^ii' | LC_ALL=C sort
+}
+
 # missing_packages PACKAGE...: prints those that are not fully installed, one a line.
 missing_packages() {
     local installed name
@@ -36,9 +59,10 @@ missing_packages() {
 # install_packages PACKAGE...: installs those that are missing, as root or through sudo.
 install_packages() {
     local missing
-    command -v dpkg-query >/dev/null || fail "this needs Debian 12 (dpkg-query is not there)"
+    command -v dpkg-query >/dev/null || fail "this needs Debian 12 or 13 (dpkg-query is not there)"
     mapfile -t missing < <(missing_packages "$@")
     ((${#missing[@]} > 0)) || return 0
+    [[ ! -f $ROOT/prebuilt ]] || fail "packages are missing; as root: apt-get install ${missing[*]}"
     ((EUID == 0)) || command -v sudo >/dev/null ||
         fail "packages are missing and there is no sudo; as root: apt-get install --no-install-recommends ${missing[*]}"
     printf 'keyreap: installing %s\n' "${missing[@]}" >&2

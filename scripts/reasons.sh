@@ -15,7 +15,7 @@ ASK_PROGRAMS='{ tail --pid="$4" -s 0.2 -f /dev/null; kill "$$"; } >/dev/null &
 # nowhere; wanted by bar.dll"), or nothing if no reason is found. An interrupt from the keyboard ends the examination
 # (--foreground).
 input_reason() {
-    local programs=("$BUILD"/x{64,86}/tools/explain/explain.exe) reason
+    local programs=("$BUILD"/stage/tools/x{64,86}/explain.exe) reason
     reason=$(timeout --foreground -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
         /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" "$$" 2>/dev/null </dev/null) || return 0
     printf '%s' "$reason"

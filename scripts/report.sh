@@ -7,10 +7,8 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-for part in checks words; do
-    # shellcheck source=/dev/null
-    source "$ROOT/scripts/$part.sh"
-done
+# shellcheck source=scripts/words.sh
+source "$ROOT/scripts/words.sh"
 
 end_progress_line "$1"
 reader=plain

@@ -8,35 +8,8 @@
 # The pipe carries the environment of every process, which must never be on disk. The server ends if nobody reads
 # the pipe, and waits while it is full; so the filter reads until the server has ended, and then removes its file.
 
-REQUEST_FILTER=$WINE_HOME/requestfilter
-REQUEST_FILTER_SOURCES=(
-    "$ROOT"/hostlogger/filter/{keptfile,mixedkeys,mixedreport,requestfilter,keptlines}.cpp
-    "$ROOT"/hostlogger/{askedkey,exchangepairing,keylookup,requestline,requeststatus,requesttracker,serverprocess,systemstart}.cpp
-    "$ROOT"/platform/core/text/compare.cpp
-)
-# Where these and their headers are.
-REQUEST_FILTER_FOLDERS=("$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text" "$ROOT/platform/os")
+REQUEST_FILTER=$BUILD/tools/requestfilter
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
-
-make_filter() {
-    rm -f "$REQUEST_FILTER.version"
-    clean_environment g++ -std=c++20 -O2 -I "$ROOT" "${REQUEST_FILTER_SOURCES[@]}" -o "$REQUEST_FILTER.new"
-    mv "$REQUEST_FILTER.new" "$REQUEST_FILTER"
-    filter_version >"$REQUEST_FILTER.version"
-}
-
-# filter_ready: it was built from the current sources.
-filter_ready() {
-    filter_there && [[ $(<"$REQUEST_FILTER.version") == "$(filter_version)" ]]
-}
-
-filter_there() {
-    [[ -x $REQUEST_FILTER && -f $REQUEST_FILTER.version ]]
-}
-
-filter_version() {
-    find "${REQUEST_FILTER_FOLDERS[@]}" "$ROOT/scripts/requests.sh" -type f -print0 | sort -z | xargs -0 cat | cksum
-}
 
 # mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the
 # session ends and if there are any.

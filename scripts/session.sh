@@ -12,9 +12,13 @@
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
 POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
 
-# The options of env(1) that pass the caller's variables on to the session's command: all but Wine's.
-INHERITED=()
+# The options of env(1) that pass the caller's variables on to the session's command: all but Wine's, and but TMPDIR.
+# Wine's server has its folder in /tmp, and with this variable all programs of Wine 10.0 fail as it is in Debian 13.
+INHERITED=(-u TMPDIR)
 for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
+
+# The session has its own XDG_RUNTIME_DIR, in which this name isn't.
+[[ -z ${WAYLAND_DISPLAY-} || $WAYLAND_DISPLAY == /* ]] || export WAYLAND_DISPLAY=${XDG_RUNTIME_DIR-}/$WAYLAND_DISPLAY
 
 # Starts the session's command without address space randomisation, if the system allows that. At random addresses the
 # memory of a program sometimes covers a page that Wine needs (0x7FFE0000), and one start in some thousands fails.

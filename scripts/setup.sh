@@ -4,37 +4,23 @@
 #
 # A level (wine, run, package, examples, bench, fuzz, test) has a stamp that is as old as the beginning of its last
 # complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the time of any
-# change to a file or folder (ctime), which copying or unpacking can't set back.
+# change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the packages that
+# were used.
 
-# shellcheck source=scripts/packages.sh
-source "$ROOT/scripts/packages.sh"
-# shellcheck source=scripts/wine.sh
-source "$ROOT/scripts/wine.sh"
-# shellcheck source=scripts/requests.sh
-source "$ROOT/scripts/requests.sh"
-# shellcheck source=scripts/observer.sh
-source "$ROOT/scripts/observer.sh"
-# shellcheck source=scripts/checks.sh
-source "$ROOT/scripts/checks.sh"
-# shellcheck source=scripts/isolation.sh
-source "$ROOT/scripts/isolation.sh"
-# shellcheck source=scripts/startup.sh
-source "$ROOT/scripts/startup.sh"
-# shellcheck source=scripts/session.sh
-source "$ROOT/scripts/session.sh"
-# shellcheck source=scripts/base.sh
-source "$ROOT/scripts/base.sh"
-# shellcheck source=scripts/build.sh
-source "$ROOT/scripts/build.sh"
+for part in packages tools wine requests isolation startup session base build; do
+    # shellcheck source=/dev/null
+    source "$ROOT/scripts/$part.sh"
+done
 
-STAMPS=$BUILD/stamps
+STAMPS=$USER_DATA/stamps
+PACKAGE_LIST=/var/lib/dpkg/status
 
 # set_up LEVEL: returns at once if all is up to date. Only one set-up runs at a time; what a killed one left half-done,
 # the next one makes again.
 set_up() {
     up_to_date "$1" && return
-    mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
-    { exec 9>"$BUILD/setup.lock"; } 2>/dev/null || fail "cannot write to $BUILD"
+    make_user_data
+    { exec 9>"$USER_DATA/setup.lock"; } 2>/dev/null || fail "cannot write to $USER_DATA"
     if ! flock -n 9; then
         say "waiting for another set-up to end"
         flock 9
@@ -43,11 +29,23 @@ set_up() {
     exec 9>&-
 }
 
+# make_user_data: the caller's own folder can't be read by others.
+make_user_data() {
+    if [[ $USER_DATA == "$BUILD" ]]; then
+        mkdir -p "$STAMPS" 2>/dev/null || fail "cannot write to $BUILD"
+    else
+        (umask 077 && mkdir -p "$STAMPS") 2>/dev/null ||
+            fail "cannot write to $USER_DATA; XDG_CACHE_HOME can name another folder for caches"
+        [[ -O $USER_DATA ]] || fail "$USER_DATA belongs to another user"
+        chmod 700 "$USER_DATA"
+    fi
+}
+
 up_to_date() {
     local stamp=$STAMPS/$1
     # The tests, the measurements and the fuzzers always run the builds, which know what is out of date.
     [[ $1 != @(test|bench|fuzz) ]] || return
-    [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp"
+    [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp" && same_packages "$1"
 }
 
 # nothing_newer LEVEL STAMP
@@ -55,6 +53,24 @@ nothing_newer() {
     local sources
     mapfile -d '' -t sources < <(level_sources "$1")
     [[ -z $(find "${sources[@]}" -cnewer "$2" -print -quit) ]]
+}
+
+# same_packages LEVEL: asks for versions only if the list of all packages has changed since they were asked for.
+same_packages() {
+    local record=$STAMPS/$1.packages
+    [[ -f $record ]] || return
+    [[ -n $(find "$PACKAGE_LIST" -newercm "$record") ]] || return 0
+    : >"$record.new" || return
+    used_packages "$1" >>"$record.new"
+    # The time is that of the question.
+    cmp -s "$record.new" "$record" && touch -r "$record.new" "$record"
+}
+
+# used_packages LEVEL: what the level was made with, a package with its version a line.
+used_packages() {
+    [[ $1 == package ]] || wine_packages
+    [[ -f $ROOT/prebuilt ]] || native_toolchain
+    [[ -f $ROOT/prebuilt || $1 == wine ]] || cross_toolchain
 }
 
 # level_there LEVEL: what was made still exists.
@@ -65,63 +81,67 @@ level_there() {
 }
 
 wine_there() {
-    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && filter_there && observer_there && check_there && base_untouched
+    [[ -d $WINE_MODULES/usr && -f $WINE_BASE/version ]] && tools_there && base_untouched "$WINE_BASE"
 }
 
 # level_sources LEVEL: prints the files and folders that it is made from, each ended by a NUL.
 level_sources() {
-    printf '%s\0' /var/lib/dpkg/status "$ROOT/scripts" "${REQUEST_FILTER_FOLDERS[@]}" "$OBSERVER_SOURCES" \
-        "${CAPTURE_CHECK_SOURCES[@]}"
-    [[ $1 == wine ]] || printf '%s\0' "${START_RECORDER_SOURCES[@]}"
+    local tool
+    if [[ -f $ROOT/prebuilt ]]; then
+        printf '%s\0' "$ROOT"
+        return
+    fi
+    printf '%s\0' "$ROOT/scripts"
+    for tool in "${NATIVE_TOOLS[@]}"; do tool_folders "$tool" | tr '\n' '\0'; done
     [[ $1 == wine ]] || program_sources
 }
 
 make_level() {
     local stamp=$STAMPS/$1
     printf '%s\n' "$ROOT" >"$stamp.new"
+    level_packages "$1"
+    used_packages "$1" >"$stamp.packages.new"
     case $1 in
-    wine)
-        install_packages "${WINE_PACKAGES[@]}"
-        make_wine
-        ;;
-    run)
-        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}"
-        make_wine
-        make_program
-        ;;
+    fuzz) make_fuzzers ;;
     package)
-        install_packages "${BUILD_PACKAGES[@]}" python3
+        make_tools
         make_program
         ;;
-    examples)
-        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${EXAMPLE_PACKAGES[@]}"
+    wine)
+        make_tools
         make_wine
-        make_program
         ;;
-    bench)
-        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    *)
+        make_tools
         make_wine
-        make_program
-        make_bench
-        ;;
-    fuzz)
-        install_packages "${BUILD_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
-        make_fuzzers
-        ;;
-    test)
-        install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
-        make_wine
-        make_everything
+        if [[ $1 == test ]]; then make_everything; else make_program; fi
+        [[ $1 != bench ]] || make_bench
+        record_start
         ;;
     esac
-    [[ $1 == @(wine|package|fuzz) ]] || record_start
+    mv "$stamp.packages.new" "$stamp.packages"
     mv "$stamp.new" "$stamp"
+}
+
+# level_packages LEVEL: installs what the level needs.
+level_packages() {
+    local needed=()
+    [[ $1 == @(package|fuzz) ]] || needed+=("${WINE_PACKAGES[@]}")
+    if [[ ! -f $ROOT/prebuilt ]]; then
+        needed+=("${TOOL_PACKAGES[@]}")
+        [[ $1 == wine ]] || needed+=("${BUILD_PACKAGES[@]}")
+    fi
+    case $1 in
+    package) needed+=(python3) ;;
+    examples) needed+=("${EXAMPLE_PACKAGES[@]}") ;;
+    bench) needed+=("${TEST_PACKAGES[@]}") ;;
+    fuzz) needed+=("${FUZZ_PACKAGES[@]}") ;;
+    test) needed+=("${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
+    esac
+    install_packages "${needed[@]}"
 }
 
 make_wine() {
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
-    filter_ready || step request-filter "building the filter of requests" make_filter
-    observer_ready || step observer "building the observer of crashes" make_observer
-    check_ready || step capture-check "building the check of words and files" make_check
     base_ready || step wine-base "making the Wine prefix" make_base
 }

@@ -6,8 +6,7 @@
 
 START_RECORDING=$WINE_HOME/start/recording.txt
 START_VERSION=$WINE_HOME/start/version
-START_RECORDER_SOURCES=("$ROOT/tools/startrecorder" "$ROOT/hostlogger" "$ROOT/etl" "$ROOT/platform/core/text" "$ROOT/platform/os"
-    "$ROOT/scripts/startup.sh")
+START_RECORDERS=("$BUILD"/stage/tools/x{64,86}/startrecorder.exe)
 
 # record_start: where the base has no recording, or one by another recorder.
 record_start() {
@@ -21,15 +20,12 @@ start_recorded() {
 
 # start_version: of the recorder and of the base.
 start_version() {
-    find "$WINE_BASE/version" "${START_RECORDER_SOURCES[@]}" -type f -print0 | sort -z | xargs -0 cat | cksum
+    cat "$WINE_BASE/version" "${START_RECORDERS[@]}" "$ROOT/scripts/startup.sh" | cksum
 }
 
 make_start_recording() {
-    local preset new=$WINE_HOME/start.new probes=()
-    for preset in x64 x86; do
-        build_preset "$preset" startrecorder
-        probes+=("Z:${BUILD//\//\\}\\$preset\\tools\\startrecorder\\startrecorder.exe")
-    done
+    local new=$WINE_HOME/start.new recorder probes=()
+    for recorder in "${START_RECORDERS[@]}"; do probes+=("Z:${recorder//\//\\}"); done
     clean_environment "$ROOT/scripts/wine-session.sh" --ready --no-display --requests \
         timeout -k 10 120 "$WINE" "${probes[0]}" "${probes[@]}" >"$new"
     mkdir -p "${START_RECORDING%/*}"

@@ -40,7 +40,7 @@ while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
     --share) share=${2:?--share needs a folder} && shift ;;
-    --no-display) unset DISPLAY ;;
+    --no-display) unset DISPLAY WAYLAND_DISPLAY ;;
     --requests) requests=yes ;;
     --report-mixed-keys) mixed=reported ;;
     --checked-heaps) heaps=checked ;;

@@ -1,12 +1,15 @@
 # shellcheck shell=bash
 # Wine as every run uses it: its variables, its 32-bit modules, the end of its processes. Sourced after
-# common.sh. All of it is in build/wine:
+# common.sh. All of it is in WINE_HOME:
 #   modules/   the 32-bit modules, unpacked from the distribution's package
 #   base/      what prefixes are made from (base.sh)
 #   pool/      the prefixes of the sessions (session.sh)
 
-WINE_HOME=$BUILD/wine
+WINE_HOME=$USER_DATA/wine
+# What the owner of the build has. Other users read it.
+SHARED_WINE=$BUILD/wine
 WINE_MODULES=$WINE_HOME/modules
+[[ -d $WINE_MODULES || ! -d $SHARED_WINE/modules ]] || WINE_MODULES=$SHARED_WINE/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
@@ -24,7 +27,8 @@ wine_version() {
     dpkg-query -W -f '${Version}' wine64
 }
 
-# wine_environment PREFIX: prints the variables that Wine runs with, one assignment a line.
+# wine_environment PREFIX: prints the variables that Wine runs with, one assignment a line. A Wine that can also draw on
+# Wayland complains of a missing XDG_RUNTIME_DIR.
 wine_environment() {
     cat <<END
 WINEPREFIX=$1
@@ -32,8 +36,8 @@ WINEDLLPATH=$WINE_MODULES/$WINE_MODULES_FOLDER
 WINEDEBUG=-all
 WINEDLLOVERRIDES=winemenubuilder.exe=d
 LC_ALL=C.UTF-8
-TMPDIR=/tmp
 HOME=$1/home
+XDG_RUNTIME_DIR=$1/home
 USER=$WINE_USER
 LOGNAME=$WINE_USER
 END
@@ -41,19 +45,21 @@ END
 
 # make_modules: unpacks the distribution's 32-bit package of exactly the installed version. It uses a package list of
 # its own, so that the machine's architectures stay as they are. No 32-bit library is needed: a 32-bit module finds the
-# Unix part of Wine in the folder x86_64-unix beside its own, which leads to the installed one.
+# Unix part of Wine in the folder x86_64-unix beside its own, which leads to the installed one. An interrupted download
+# is continued.
 make_modules() {
     local new=$WINE_HOME/modules.new version options
+    WINE_MODULES=$WINE_HOME/modules
     version=$(wine_version)
     options=(-o APT::Architecture=i386 -o APT::Architectures=i386 -o APT::Sandbox::User=root
         -o Dir::State::Lists="$new/lists" -o Dir::Cache="$new/cache")
-    rm -rf "$new"
     mkdir -p "$new/lists/partial" "$new/cache/archives/partial"
     cd "$new" || return
+    rm -rf tree
     # The list of security updates may be out of date; the main one is enough.
     apt-get -q "${options[@]}" update || true
     apt-get -q "${options[@]}" download "libwine:i386=$version"
-    dpkg-deb -x libwine_*_i386.deb tree
+    dpkg-deb -x "libwine_${version//:/%3a}_i386.deb" tree
     ln -s /usr/lib/x86_64-linux-gnu/wine/x86_64-unix "tree/$WINE_MODULES_FOLDER/x86_64-unix"
     printf '%s\n' "$version" >tree/version
     rm -rf "$WINE_MODULES"

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The messages of ./keyreap, all on standard error. Sourced after common.sh and checks.sh.
+# The messages of ./keyreap, all on standard error. Sourced after common.sh.
 
 # shellcheck source=scripts/reasons.sh
 source "$ROOT/scripts/reasons.sh"
@@ -27,8 +27,8 @@ take_records() {
             ;;
         status) OWN_STATUS=$text ;;
         esac
-    done < <("$CAPTURE_CHECK" "$@")
-    [[ -n $OWN_STATUS ]] || fail "the check of words and files failed ($CAPTURE_CHECK $1)"
+    done < <("$BUILD/tools/capturecheck" "$@")
+    [[ -n $OWN_STATUS ]] || fail "the check of words and files failed ($BUILD/tools/capturecheck $1)"
 }
 
 # pair_reason WINDOWS_PATH OTHERWISE: prints why a pair failed whose files don't show it. A crash (KEYREAP_CRASH)
@@ -48,7 +48,7 @@ pair_reason() {
 start_progress_line() {
     PROGRESS=none
     [[ -t 2 ]] && ((${#STATES[@]} > 1)) || return 0
-    "$CAPTURE_CHECK" progress "${#STATES[@]}" "${STATES[@]}" "$@" </dev/null >/dev/null &
+    "$BUILD/tools/capturecheck" progress "${#STATES[@]}" "${STATES[@]}" "$@" </dev/null >/dev/null &
     # shellcheck disable=SC2034 # the report gets it
     PROGRESS=$!
 }

@@ -109,7 +109,7 @@ class Tree:
     def borrow_wine(self):
         """Links what takes long to download and to make to that of the project's own tree."""
         (self.build / "wine").mkdir(parents=True)
-        for name in ("modules", "base", "requestfilter", "requestfilter.version", "observer", "observer.version"):
+        for name in ("modules", "base"):
             (self.build / "wine" / name).symlink_to(ROOT / "build" / "wine" / name)
         (self.build / "wine" / "base.lock").touch()
         subprocess.run(["cp", "-al", ROOT / "build" / "tools", self.build / "tools"], check=True)

@@ -88,16 +88,15 @@ def test_a_lost_recording_of_starts_is_made_again(tree):
     assert result.returncode == 7
     assert "keyreap: recording how Wine starts programs" in result.stderr
     probes = recording_of(tree).read_text(encoding="cp1252").splitlines()
-    assert [probe.split("\\")[-4:] for probe in probes] == [
-        [machine, "tools", "startrecorder", "startrecorder.exe"] for machine in ("x64", "x86")
-    ]
+    recorders = [tree.build / "stage" / "tools" / bitness / "startrecorder.exe" for bitness in ("x64", "x86")]
+    assert probes == [windows(recorder) for recorder in recorders]
     assert tree.run("status", "7").stderr == ""
 
 
 def test_another_recorder_records_starts_again(tree):
     assert tree.run("status", "7").returncode == 7
-    with (tree.folder / "tools" / "startrecorder" / "startrecorder.cpp").open("a") as source:
-        source.write("// changed\n")
+    with (tree.folder / "recorder" / "startrecorder.cpp").open("a") as source:
+        source.write("char another[] = {1};\n")
     assert "keyreap: recording how Wine starts programs" in tree.run("status", "7").stderr
     assert tree.run("status", "7").stderr == ""
 
