@@ -101,6 +101,43 @@ def test_another_recorder_records_starts_again(tree):
     assert tree.run("status", "7").stderr == ""
 
 
+def questioned_again(tree):
+    """The list of all packages now counts as changed since the set-up asked for versions."""
+    os.utime(tree.build / "stamps" / "run.packages", (0, 0))
+
+
+# Reports the compiler of the x64 build with the version $1, and all else as it is.
+OTHER_VERSION = """#!/bin/bash
+    /usr/bin/dpkg-query "$@" | sed 's/^\\(ii g++-mingw-w64-x86-64-posix\\) .*/\\1 %s/'
+"""
+
+
+def with_compiler(version, folder):
+    """An environment in which the compiler has another version."""
+    (folder / "dpkg-query").write_text(OTHER_VERSION % version)
+    (folder / "dpkg-query").chmod(0o755)
+    return dict(os.environ, PATH="%s:%s" % (folder, os.environ["PATH"]))
+
+
+def test_another_package_of_the_machine_rebuilds_nothing(ready_tree):
+    questioned_again(ready_tree)
+    result = ready_tree.run("status", "7")
+    assert (result.returncode, result.stderr) == (7, "")
+
+
+def test_another_version_of_the_compiler_builds_everything_again(tree, tmp_path):
+    assert tree.run("status", "7").returncode == 7
+    program = tree.build / "x64" / "extract" / "Keyreap.exe"
+    before = program.stat().st_mtime_ns
+    questioned_again(tree)
+    environment = with_compiler("99.1", tmp_path)
+    result = tree.run("status", "7", env=environment)
+    assert result.returncode == 7
+    assert "keyreap: building x64" in result.stderr
+    assert program.stat().st_mtime_ns > before
+    assert tree.run("status", "7", env=environment).stderr == ""
+
+
 def test_a_lost_program_is_built_again(tree):
     assert tree.run("status", "7").returncode == 7
     (tree.build / "stage" / "bin" / "x86" / "Keyreap.exe").unlink()

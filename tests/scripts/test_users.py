@@ -1,0 +1,143 @@
+"""Whoever can't write to the build has Wine's files in their own cache folder, and gets the same bytes."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+from pathlib import Path
+
+import pytest
+from conftest import NOBODY, ROOT, as_ordinary_user, bash, is_locked, run
+
+SAMPLES = ROOT / "build" / "stage" / "samples"
+
+# Runs a command for which the folder $1 is read-only.
+READ_ONLY = 'mount --bind "$1" "$1" && mount -o remount,bind,ro "$1" && cd / && shift && exec "$@"'
+
+
+class User:
+    """A user who can't write to the project's folder: NOBODY, or the caller with a read-only folder if that isn't root."""
+
+    def __init__(self, folder):
+        self.home = folder
+        if os.geteuid() == 0:
+            os.chown(folder, NOBODY, NOBODY)
+        self.environment = {"PATH": os.environ["PATH"], "HOME": str(folder)}
+
+    def words(self, *words):
+        if os.geteuid() == 0:
+            return as_ordinary_user(*words)
+        space = ["unshare", "--user", "--map-current-user", "--keep-caps", "--mount"]
+        return [*space, "bash", "-c", READ_ONLY, "bash", ROOT, *words]
+
+    def run(self, *words, **variables):
+        return run(*self.words(*words), env=self.environment | variables, cwd="/")
+
+    def start(self, *words):
+        return subprocess.Popen([str(word) for word in self.words(*words)], env=self.environment, cwd="/")
+
+    def caches(self):
+        return sorted((self.home / ".cache" / "keyreap").glob("*"))
+
+
+def new_user():
+    return User(Path(tempfile.mkdtemp(prefix="keyreap-user.", dir="/tmp")))
+
+
+@pytest.fixture(scope="module")
+def user():
+    made = new_user()
+    yield made
+    shutil.rmtree(made.home)
+
+
+def capture(folder, *mode):
+    """The words of a run over the example's servers, and their results."""
+    results = [folder / "64.reg", folder / "32.reg"]
+    servers = [SAMPLES / bitness / "thermometer.dll" for bitness in ("x64", "x86")]
+    pairs = [word for pair in zip(servers, results) for word in pair]
+    return [ROOT / "keyreap", "extreg", *pairs, *mode], results
+
+
+def bytes_of(results):
+    return [result.read_bytes() for result in results]
+
+
+@pytest.mark.parametrize("mode", ["keyRedir", "trace", "both"])
+def test_another_user_gets_the_same_bytes_as_the_one_who_built(user, tmp_path, mode):
+    words, expected = capture(tmp_path, mode)
+    assert run(*words).returncode == 0
+    words, results = capture(user.home, mode)
+    result = user.run(*words)
+    assert (result.returncode, result.stdout) == (0, "")
+    assert bytes_of(results) == bytes_of(expected)
+
+
+def test_a_further_run_of_another_user_is_silent(user):
+    words, _ = capture(user.home, "keyRedir")
+    assert user.run(*words).returncode == 0
+    result = user.run(*words)
+    assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
+
+
+def test_another_users_cache_can_be_read_by_nobody_else(user):
+    words, _ = capture(user.home, "keyRedir")
+    assert user.run(*words).returncode == 0
+    assert [oct(cache.stat().st_mode & 0o777) for cache in user.caches()] == ["0o700"]
+    assert [name.name for name in user.home.iterdir() if not name.name.endswith(".reg")] == [".cache"]
+
+
+def test_users_may_run_at_once(user, tmp_path):
+    words, results = capture(user.home, "both")
+    own_words, own_results = capture(tmp_path, "both")
+    runs = [user.start(*words), subprocess.Popen([str(word) for word in own_words]), user.start(*words)]
+    assert [process.wait() for process in runs] == [0, 0, 0]
+    assert bytes_of(results) == bytes_of(own_results)
+
+
+def test_nothing_of_another_users_run_is_left_in_the_prefix(user):
+    words, _ = capture(user.home, "both")
+    assert user.run(*words).returncode == 0
+    pool = user.caches()[0] / "wine" / "pool"
+    assert [path for path in pool.glob("[0-9]/*")] == []
+    assert not any(is_locked(lock) for lock in pool.glob("*.lock"))
+
+
+def test_the_folder_for_caches_is_the_callers(user, tmp_path):
+    folder = user.home / "other caches"
+    words, results = capture(user.home, "keyRedir")
+    assert user.run(*words, XDG_CACHE_HOME=str(folder)).returncode == 0
+    assert len(list((folder / "keyreap").iterdir())) == 1
+    shutil.rmtree(folder)
+
+
+def test_a_folder_for_caches_that_is_relative_is_ignored(user):
+    words, _ = capture(user.home, "keyRedir")
+    assert user.run(*words, XDG_CACHE_HOME="caches").returncode == 0
+    assert len(user.caches()) == 1
+
+
+def test_a_caller_without_a_home_has_a_reason(user):
+    words, _ = capture(user.home, "keyRedir")
+    result = user.run(*words, HOME="/proc/none")
+    assert result.returncode == 125
+    assert result.stderr.startswith("keyreap: cannot write to /proc/none/.cache/keyreap/")
+    assert "XDG_CACHE_HOME" in result.stderr and len(result.stderr.splitlines()) == 1
+
+
+OWNER_NEEDED = """
+    source "$1/scripts/common.sh"
+    source "$1/scripts/setup.sh"
+    nothing_newer() { return 1; }
+    USER_DATA=/elsewhere
+    make_program
+"""
+
+
+def test_what_only_the_owner_of_the_build_can_mend_says_so():
+    result = bash(OWNER_NEEDED, ROOT)
+    owner = (ROOT / "build").owner()
+    assert result.returncode == 125
+    assert result.stderr == (
+        f"keyreap: what is built in {ROOT}/build is out of date; {owner}, who built it, has to run {ROOT}/keyreap once\n"
+    )
