@@ -54,8 +54,8 @@ make_program() {
     fi
     built_by_owner && return
     check_owner
-    step build-x64 "building x64" build_preset x64 "${PROGRAM_TARGETS[@]}"
-    step build-x86 "building x86" build_preset x86 "${PROGRAM_TARGETS[@]}"
+    build_step x64 "a minute or two" "${PROGRAM_TARGETS[@]}"
+    build_step x86 "a minute or two" "${PROGRAM_TARGETS[@]}"
     step stage "staging the program" stage_program
 }
 
@@ -68,16 +68,23 @@ make_bench() {
 
 make_fuzzers() {
     check_owner
-    step build-fuzz "building the fuzzers" build_preset fuzz fuzzers
+    build_step fuzz "some minutes" fuzzers
 }
 
 make_everything() {
     local preset
     check_owner
     for preset in x64 x86 native native-sanitized; do
-        step "build-$preset" "building $preset" build_preset "$preset"
+        build_step "$preset" "3 to 6 minutes"
     done
     step stage "staging the program" stage_program
+}
+
+# build_step PRESET TIME [TARGET...]: says how long the build takes on two cores if nothing of it is there yet.
+build_step() {
+    local text="building $1"
+    [[ -f $BUILD/$1/build.ninja ]] || text+=", which takes $2"
+    step "build-$1" "$text" build_preset "$1" "${@:3}"
 }
 
 # build_preset PRESET [TARGET...]: all of it without a target.

@@ -53,7 +53,7 @@ fail() {
 }
 
 # step NAME TEXT COMMAND...: prints one line of progress; COMMAND's output goes to the log NAME, and a failure ends the
-# script with the log's path. Never call it in a condition: a failure inside COMMAND would be ignored there.
+# script with the log's path. After a comma the TEXT of a long step says how long it takes. Never call it in a condition: a failure inside COMMAND would be ignored there.
 step() {
     local name=$1 text=$2 status
     shift 2
@@ -68,7 +68,7 @@ step() {
     stop_progress
     ((status != 0)) || return 0
     [[ -z ${SHOW_LOGS-} ]] || tail -n 60 "$LOGS/$name.log" >&2
-    fail "$text failed; see $LOGS/$name.log"
+    fail "${text%%,*} failed; see $LOGS/$name.log"
 }
 
 # start_progress LOG: at a terminal, shows the last line of the growing log until stop_progress or the end of the

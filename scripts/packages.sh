@@ -17,7 +17,7 @@
         libbenchmark-dev libssl-dev)
 
     # The compiler of the fuzzers and its runtime library.
-    FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+    FUZZ_PACKAGES=(clang libclang-rt-dev)
 
     # What scripts/tidy.sh checks the sources with.
     TIDY_PACKAGES=(clang-tidy)
@@ -66,7 +66,7 @@ install_packages() {
     ((EUID == 0)) || command -v sudo >/dev/null ||
         fail "packages are missing and there is no sudo; as root: apt-get install --no-install-recommends ${missing[*]}"
     printf 'keyreap: installing %s\n' "${missing[@]}" >&2
-    step packages "installing packages" run_apt "${missing[@]}"
+    step packages "installing packages, which takes a minute or two" run_apt "${missing[@]}"
 }
 
 # run_apt PACKAGE...: first completes an interrupted installation; waits for the locks of other installers.

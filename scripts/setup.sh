@@ -142,6 +142,6 @@ level_packages() {
 }
 
 make_wine() {
-    modules_ready || step wine-modules "unpacking Wine's 32-bit modules" make_modules
-    base_ready || step wine-base "making the Wine prefix" make_base
+    modules_ready || step wine-modules "unpacking Wine's 32-bit modules, after a download of 100 MB" make_modules
+    base_ready || step wine-base "making the Wine prefix, which takes some 15 seconds" make_base
 }

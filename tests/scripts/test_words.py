@@ -124,7 +124,7 @@ def test_a_set_up_shows_what_it_is_doing(tree):
     terminal = Terminal(tree.keyreap, "status", "0")
     shown = terminal.shown()
     assert terminal.process.returncode == 0
-    assert "keyreap: building x64\r\n" in shown
+    assert "keyreap: building x64, which takes a minute or two\r\n" in shown
     assert re.search(r"\r\x1b\[K  \S", shown)
     assert "\r\x1b[Kkeyreap: status 0: nothing was asked for\r\n" in shown
 

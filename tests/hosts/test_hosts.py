@@ -1,0 +1,245 @@
+"""Both releases of Debian are hosts of equal right. Tried in fresh roots of them, without a display: the package in the
+release that this machine isn't; in a whole run the package in both, and what a newcomer does with a clone."""
+
+import os
+import re
+import shutil
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+from conftest import WHOLE
+from roots import RELEASES, USER, Root, other_release
+
+ROOT = Path(__file__).resolve().parents[2]
+HOME = f"/home/{USER}"
+TRIED = list(RELEASES) if WHOLE else [other_release()]
+MODES = ["keyRedir", "trace", "both"]
+
+# The same module of Wine in both bitnesses.
+SERVERS = {"64.reg": "C:\\windows\\system32\\hlink.dll", "32.reg": "C:\\windows\\syswow64\\hlink.dll"}
+
+
+def report(text):
+    """A line that is shown after the suite's own."""
+    with open(os.environ.get("KEYREAP_REPORT", "/dev/stdout"), "a", encoding="utf-8") as file:
+        file.write(f"      {text}\n")
+
+
+class Clock:
+    def __init__(self):
+        self.begun = time.monotonic()
+
+    def __str__(self):
+        return f"{time.monotonic() - self.begun:.0f} s"
+
+
+@pytest.fixture(scope="module")
+def place():
+    """A folder for roots, and what they share."""
+    folder = ROOT / "build" / "hosts"
+    subprocess.run(["rm", "-rf", "--one-file-system", folder], check=True)
+    (folder / "shared").mkdir(parents=True)
+    yield folder
+    subprocess.run(["rm", "-rf", "--one-file-system", folder], check=True)
+
+
+@pytest.fixture(scope="module")
+def package(place):
+    """The Debian package of the programs that are built, in the shared folder."""
+    target = place / "shared" / "keyreap.deb"
+    subprocess.run([ROOT / "scripts" / "deb.sh", target], check=True, stdout=subprocess.DEVNULL)
+    return target
+
+
+def new_root(release, place, name, shared, *packages):
+    clock = Clock()
+    root = Root(release, place / f"{release}.{name}", shared, *packages)
+    report(f"{root.name}: a minimal root in {clock}, {root.megabytes('/')} MB")
+    return root
+
+
+# The package
+
+
+@pytest.fixture(scope="module", params=TRIED)
+def installed(request, place, package):
+    """A root in which the package is installed."""
+    root = new_root(request.param, place, "package", package.parent)
+    root.before = files_of(root)
+    clock = Clock()
+    root.succeed("apt-get", "-q", "update")
+    root.succeed("apt-get", "-q", "-y", "install", "--no-install-recommends", f"/mnt/{package.name}")
+    report(f"{root.name}: the package installed in {clock}, {root.megabytes('/')} MB with what it depends on")
+    yield root
+    root.remove()
+
+
+def files_of(root):
+    """The paths of all files but those of users and of the package manager."""
+    left_out = ["/home", "/root", "/var/lib/apt", "/var/cache", "/var/log", "/var/lib/dpkg", "/tmp", "/proc", "/dev", "/sys", "/run"]
+    prune = [word for folder in left_out for word in ("-path", folder, "-prune", "-o")]
+    return set(root.succeed("find", "/", *prune, "-print").splitlines())
+
+
+def words_of_capture(folder, mode, servers=SERVERS):
+    pairs = [word for name, server in servers.items() for word in (server, f"{folder}/{name}")]
+    return ["extreg", *pairs, mode]
+
+
+def captured(root, folder, mode, servers=SERVERS):
+    """Captures as the plain user; gives the contents of the results."""
+    result = root.run("keyreap", *words_of_capture(folder, mode, servers), user=True, folder=folder)
+    assert (result.returncode, result.stdout) == (0, ""), result.stderr
+    return [root.path(f"{folder}/{name}").read_bytes() for name in servers]
+
+
+@pytest.fixture(scope="module")
+def expected(tmp_path_factory):
+    """What this machine captures, by mode."""
+    folder = tmp_path_factory.mktemp("expected")
+    results = {}
+    for mode in MODES:
+        subprocess.run([ROOT / "keyreap", *words_of_capture(folder, mode)], check=True)
+        results[mode] = [(folder / name).read_bytes() for name in SERVERS]
+    return results
+
+
+@pytest.mark.parametrize("mode", MODES)
+def test_the_package_captures_both_bitnesses_as_this_machine_does(installed, expected, mode):
+    clock = Clock()
+    assert captured(installed, HOME, mode) == expected[mode]
+    report(f"{installed.name}: both bitnesses captured in mode {mode} in {clock}")
+
+
+def test_the_package_needs_no_foreign_architecture(installed):
+    assert installed.succeed("dpkg", "--print-foreign-architectures") == ""
+    assert installed.succeed("dpkg-query", "-W", "-f", "${Architecture}\n", "*").count("i386") == 0
+
+
+def test_a_further_run_of_the_package_is_silent(installed):
+    result = installed.run("keyreap", *words_of_capture(HOME, "both"), user=True, folder=HOME)
+    assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
+
+
+# The server's own log, with a first line that no Wine writes.
+STRANGE_SERVER = """#!/bin/sh
+echo '0024: frobnicate_key( hkey=0004 )' >&2
+exec /usr/lib/wine/wineserver "$@"
+"""
+
+
+@pytest.fixture
+def strange(installed):
+    """A root whose Wine writes a line to its log that nobody knows."""
+    server = installed.path("/usr/bin/wineserver")
+    target = os.readlink(server)
+    server.unlink()
+    server.write_text(STRANGE_SERVER, encoding="ascii")
+    server.chmod(0o755)
+    yield installed
+    server.unlink()
+    server.symlink_to(target)
+
+
+@pytest.mark.parametrize("mode", ["trace", "both"])
+def test_a_line_that_nobody_knows_makes_a_trace_fail(strange, expected, mode):
+    captured(strange, HOME, "keyRedir")
+    result = strange.run("keyreap", *words_of_capture(HOME, mode), user=True, folder=HOME)
+    assert result.returncode == 125
+    assert "frobnicate_key" in result.stderr
+    with pytest.raises(AssertionError):
+        test_the_package_captures_both_bitnesses_as_this_machine_does(strange, expected, mode)
+
+
+def test_a_wine_that_nobody_knows_is_refused_for_traces_before_the_run(strange):
+    caches = {"XDG_CACHE_HOME": f"{HOME}/other"}
+    strange.path(f"{HOME}/64.reg").write_bytes(b"before")
+    for mode in ("trace", "both"):
+        result = strange.run("keyreap", *words_of_capture(HOME, mode), user=True, folder=HOME, **caches)
+        assert result.returncode == 125
+        assert strange.path(f"{HOME}/64.reg").read_bytes() == b"before"
+    result = strange.run("keyreap", *words_of_capture(HOME, "keyRedir"), user=True, folder=HOME, **caches)
+    assert result.returncode == 0, result.stderr
+    shutil.rmtree(strange.path(f"{HOME}/other"))
+
+
+OUTSIDE = """
+    cp -r /usr/share/doc/keyreap/examples outside
+    cmake -S outside -B built -G Ninja -D CMAKE_TOOLCHAIN_FILE=/usr/lib/cmake/Keyreap/mingw.cmake -D KEYREAP_TARGET=x86_64
+    cmake --build built
+"""
+
+
+@pytest.mark.whole
+def test_the_package_captures_from_a_project_of_cmake(installed):
+    installed.succeed("apt-get", "-q", "-y", "install", "--no-install-recommends", "cmake", "ninja-build",
+                      "g++-mingw-w64-x86-64-posix", "mingw-w64-tools")  # fmt: skip
+    installed.succeed("bash", "-ec", OUTSIDE, user=True, folder=HOME)
+    result = next(installed.path(HOME).glob("built/**/thermometer.reg"))
+    assert "Keyreap example: thermometer" in result.read_bytes().decode("utf-16")
+
+
+def test_a_purge_leaves_nothing_outside_the_users_caches(installed):
+    installed.succeed("apt-get", "-q", "-y", "purge", "keyreap")
+    left = files_of(installed) - installed.before
+    owned = set(installed.succeed("bash", "-c", "cat /var/lib/dpkg/info/*.list").splitlines())
+    assert [path for path in left if "keyreap" in path.lower()] == []
+    assert installed.run("dpkg", "-s", "keyreap").returncode != 0
+    assert sorted(path for path in left - owned if path.startswith("/usr/lib/keyreap")) == []
+
+
+# A clone
+
+
+def first_commands():
+    """The first commands of README.md, which a newcomer runs in a clone."""
+    text = (ROOT / "README.md").read_text(encoding="utf-8")
+    return re.search(r"^```sh\n(.*?)^```$", text, re.M | re.S)[1]
+
+
+def text_at_home(folder, capture):
+    """The example's result on this machine, as it is with a checkout in another folder."""
+    subprocess.run([ROOT / "keyreap", "extreg", ROOT / "build/stage/samples/x64/thermometer.dll", capture, "keyRedir"], check=True)
+    escaped = [str(path).replace("/", "\\\\") for path in (ROOT, folder)]
+    return capture.read_bytes().decode("utf-16").replace(*escaped)
+
+
+@pytest.mark.whole
+@pytest.mark.parametrize("release", list(RELEASES))
+def test_a_newcomer_captures_with_a_clone_and_so_does_another_user(release, place, tmp_path):
+    root = new_root(release, place, "clone", ROOT, "git")
+    try:
+        clone = "/srv/keyreap"
+        expected = text_at_home(clone, tmp_path / "expected.reg")
+        root.succeed("git", "-c", "safe.directory=*", "clone", "-q", "/mnt", clone)
+        clock = Clock()
+        assert root.succeed("bash", "-ec", first_commands(), folder=clone) == expected.removeprefix("\ufeff")
+        report(f"{root.name}: README's commands in a clone, as root, in {clock}; the machine then has {root.megabytes('/')} MB")
+        clock = Clock()
+        root.succeed("bash", "-ec", first_commands(), folder=clone)
+        report(f"{root.name}: once more in {clock}")
+        clock = Clock()
+        commands = first_commands().replace("./keyreap", f"{clone}/keyreap").replace(" build/", f" {clone}/build/")
+        assert root.succeed("bash", "-ec", commands, user=True, folder=HOME) == expected.removeprefix("\ufeff")
+        report(f"{root.name}: as another user in {clock}, whose cache has {root.megabytes(HOME + '/.cache')} MB")
+        assert root.path(f"{HOME}/thermometer.reg").read_bytes() == root.path(f"{clone}/thermometer.reg").read_bytes()
+    finally:
+        root.remove()
+
+
+# Without rights
+
+
+def test_a_root_that_cannot_be_made_has_a_reason(tmp_path):
+    script = f"""
+import sys; sys.path.insert(0, {str(Path(__file__).parent)!r})
+from pathlib import Path
+from roots import Root
+Root({other_release()!r}, Path({str(tmp_path)!r}) / "root", Path("/"))
+"""
+    words = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "/usr/bin/python3", "-B", "-c", script]
+    result = subprocess.run(words, capture_output=True, text=True, cwd="/")
+    assert result.returncode != 0
+    assert "making a root needs the rights of root" in result.stderr
