@@ -327,9 +327,9 @@ TEST(Clone, WithNoExceptionInHandlingThereIsNoTrace) {
 }
 
 TEST(GetPresenter, IsOneForTheProcess) {
-    const ExceptionPresenter& presenter = Exception(raisingFile, 1).GetPresenter();
-    EXPECT_EQ(&WindowsException(raisingFile, 1).GetPresenter(), &presenter);
-    EXPECT_EQ(&SehException(raisingFile, 1, SehKind::SEH_GENERIC, L"").GetPresenter(), &presenter);
+    const ExceptionPresenter* const presenter = &Exception(raisingFile, 1).GetPresenter();
+    EXPECT_EQ(&WindowsException(raisingFile, 1).GetPresenter(), presenter);
+    EXPECT_EQ(&SehException(raisingFile, 1, SehKind::SEH_GENERIC, L"").GetPresenter(), presenter);
 }
 
 TEST(SourceLocationText, IsTheFilesLastComponentAndTheLine) {
