@@ -1,23 +1,14 @@
 // Appends a line to the file that the variable KEYREAP_GAUGE names: the process's number of handles, its
 // memory in kilobytes, and the number of files in the temporary directory. It doesn't use the C++ library,
 // which keeps some memory each time that such a module is loaded.
+#include "tests/support/openhandles.h"
+
 #include <windows.h>
 
 #include <olectl.h>
 #include <psapi.h>
 
 namespace {
-
-int Handles() {
-    constexpr ULONG_PTR step = 4;
-    constexpr ULONG_PTR last = 0x400;
-    int count = 0;
-    for (ULONG_PTR number = step; number <= last; number += step) {
-        DWORD flags = 0;
-        count += GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) ? 1 : 0;
-    }
-    return count;
-}
 
 int KilobytesOfMemory() {
     constexpr SIZE_T kilobyte = 1024;
@@ -59,7 +50,8 @@ void WriteEntry() {
 
 STDAPI DllRegisterServer() {
     char line[64] = {};
-    AppendLine(line, wsprintfA(line, "%d %d %d\n", Handles(), KilobytesOfMemory(), TemporaryFiles()));
+    const int handles = keyreap::testsupport::CountOpenHandles();
+    AppendLine(line, wsprintfA(line, "%d %d %d\n", handles, KilobytesOfMemory(), TemporaryFiles()));
     WriteEntry();
     return S_OK;
 }

@@ -1,6 +1,7 @@
 #include "platform/os/entrypoint.h"
 #include "platform/os/ownedhandle.h"
 #include "platform/os/ownedinterface.h"
+#include "tests/support/openhandles.h"
 
 #include <gtest/gtest.h>
 
@@ -49,13 +50,15 @@ TEST(OwnedFile, NeitherNullNorInvalidHandleValueIsAFile) {
     EXPECT_FALSE(OwnedFile(nullptr).Valid());
 }
 
+// The system may end a program that uses a closed search.
 TEST(OwnedFindHandle, ClosesASearch) {
+    const int before = testsupport::CountOpenHandles();
     WIN32_FIND_DATAW entry = {};
     OwnedFindHandle search(FindFirstFileW(L"C:\\*", &entry));
-    const HANDLE raw = search.Get();
     ASSERT_TRUE(search.Valid());
+    EXPECT_EQ(testsupport::CountOpenHandles(), before + 1);
     search.Reset();
-    EXPECT_FALSE(FindNextFileW(raw, &entry));
+    EXPECT_EQ(testsupport::CountOpenHandles(), before);
     EXPECT_EQ(search.Get(), INVALID_HANDLE_VALUE);
 }
 

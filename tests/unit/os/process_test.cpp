@@ -1,4 +1,5 @@
 #include "platform/os/process.h"
+#include "tests/support/openhandles.h"
 
 #include <gtest/gtest.h>
 
@@ -61,15 +62,12 @@ TEST(StartProcess, NoNameAndNoCommandLineStartNothing) {
 }
 
 TEST(StartProcess, LeavesNoHandleOpen) {
-    DWORD before = 0;
-    DWORD after = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &before);
+    const int before = testsupport::CountOpenHandles();
     for (int i = 0; i < 3; ++i) {
         DWORD status = 0;
         RunAndWait(CommandInterpreter(), L"cmd /c exit 0", &status);
     }
-    GetProcessHandleCount(GetCurrentProcess(), &after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(testsupport::CountOpenHandles(), before);
 }
 
 } // namespace
