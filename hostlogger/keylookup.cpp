@@ -48,33 +48,6 @@ bool HasNode(const std::wstring& path, KeyFacts& facts) {
     return !isNode && facts.Exists(Join(path, node));
 }
 
-// The key of the 32-bit tree that corresponds to a key, or the key itself if none does.
-std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
-    std::wstring above = path;
-    std::wstring below;
-    while (above.size() > 1) {
-        if (HasNode(above, facts)) {
-            const std::wstring inNode = Join(above, node) + below;
-            return facts.Exists(inNode) ? inNode : path;
-        }
-        const std::size_t last = above.rfind(L'\\');
-        if (last == std::wstring::npos || EqualFolded(std::wstring_view(above).substr(last + 1), node)) {
-            return path;
-        }
-        below.insert(0, above, last, std::wstring::npos);
-        above.resize(last);
-    }
-    return path;
-}
-
-std::wstring StartingKey(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
-    if (!view.redirected || parent.empty() || BeginsWithNode(name)) {
-        return parent;
-    }
-    const std::wstring inNode = CorrespondingNode(parent, facts);
-    return view.asks32 || IsShared(inNode) ? inNode : parent;
-}
-
 // One component further; what the shared node of the classes lacks is looked up next to the node.
 std::wstring Step(const std::wstring& path, std::wstring_view component, bool redirected, KeyFacts& facts) {
     if (redirected && IsShared(path) && !facts.Exists(Join(path, component))) {
@@ -116,6 +89,34 @@ private:
     KeyFacts& facts;
     int linksLeft = mostLinks;
 };
+
+// The key of the 32-bit tree that corresponds to a key, or the key itself if none does. Links on the way lead
+// out of the tree.
+std::wstring CorrespondingNode(const std::wstring& path, KeyFacts& facts) {
+    std::wstring above = path;
+    std::wstring below;
+    while (above.size() > 1) {
+        if (HasNode(above, facts)) {
+            const std::wstring inNode = Walk(facts).Down(Join(above, node), below, false);
+            return facts.Exists(inNode) ? inNode : path;
+        }
+        const std::size_t last = above.rfind(L'\\');
+        if (last == std::wstring::npos || EqualFolded(std::wstring_view(above).substr(last + 1), node)) {
+            return path;
+        }
+        below.insert(0, above, last, std::wstring::npos);
+        above.resize(last);
+    }
+    return path;
+}
+
+std::wstring StartingKey(const std::wstring& parent, std::wstring_view name, KeyView view, KeyFacts& facts) {
+    if (!view.redirected || parent.empty() || BeginsWithNode(name)) {
+        return parent;
+    }
+    const std::wstring inNode = CorrespondingNode(parent, facts);
+    return view.asks32 || IsShared(inNode) ? inNode : parent;
+}
 
 // Where a redirected request is led to the shared node of the classes by a link, it gets the classes.
 std::wstring LastTarget(Walk& walk, const std::wstring& path, bool redirected) {

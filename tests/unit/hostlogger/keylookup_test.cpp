@@ -81,6 +81,14 @@ TEST_F(FindRealPathTest, AKeyThatTheNodeLacksIsNotLookedUpThere) {
     EXPECT_EQ(Find(softwareKey + L"\\A", L"B", view32), softwareKey + L"\\A\\B");
 }
 
+TEST_F(FindRealPathTest, AskingForThe32BitViewFollowsLinksInTheNode) {
+    registry.AddLink(nodeKey + L"\\Shared", softwareKey + L"\\Shared");
+    registry.Add(softwareKey + L"\\Shared\\A");
+    registry.Add(nodeKey + L"\\Shared\\A"); // a live registry finds a key through a link, too
+    EXPECT_EQ(Find(softwareKey + L"\\Shared\\A", L"B", view32), softwareKey + L"\\Shared\\A\\B");
+    EXPECT_EQ(Find(softwareKey + L"\\Shared\\A", L"", view32), softwareKey + L"\\Shared\\A");
+}
+
 TEST_F(FindRealPathTest, AHandleInTheNodeStaysInTheNode) {
     EXPECT_EQ(Find(nodeKey + L"\\A", L"B", view32), nodeKey + L"\\A\\B");
     EXPECT_EQ(Find(nodeKey, L"B", view32), nodeKey + L"\\B");

@@ -75,6 +75,23 @@ TEST_F(FoundKeys, InTheSoftwareOfTheMachine) {
     EXPECT_GT(compared, 1000);
 }
 
+TEST_F(FoundKeys, BelowALinkInTheNode) {
+    const std::wstring name = L"Keyreap shared key";
+    const ACCESS_MASK all = KEY_ALL_ACCESS | KEY_WOW64_64KEY;
+    const auto key = NativeTestKey::Create(nullptr, softwareKey + L'\\' + name, all);
+    const auto child = NativeTestKey::Create(key.Handle(), L"Child", all);
+    const auto below = NativeTestKey::Create(child.Handle(), L"Below", all);
+    const auto link =
+        NativeTestKey::Create(nullptr, softwareKey + L"\\Wow6432Node\\" + name, all, REG_OPTION_CREATE_LINK);
+    ASSERT_TRUE(below.IsOpen() && link.IsOpen());
+    link.SetLinkTarget(softwareKey + L'\\' + name);
+    CompareTree(softwareKey + L'\\' + name, 3, 3);
+    EXPECT_GT(compared, 10);
+    for (const auto* made : {&link, &below, &child, &key}) {
+        made->Delete();
+    }
+}
+
 TEST_F(FoundKeys, AmongTheClasses) {
     for (const wchar_t* name : {L"", L"\\CLSID", L"\\Interface", L"\\Wow6432Node", L"\\Wow6432Node\\CLSID"}) {
         CompareTree(softwareKey + L"\\Classes" + name, 2, 40);
