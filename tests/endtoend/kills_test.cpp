@@ -112,8 +112,9 @@ TEST_P(KilledInPassing, WhileTheTreeIsCreatedLeavesTheTree) {
 
 TEST_P(KilledInPassing, WhileTheResultIsWrittenLeavesItsBeginning) {
     const Bytes whole = DocumentOfValues(GetParam(), someValues);
-    KillBetween(
-        L"somevalues.dll", [&] { return Written() > 0; }, [&] { return Written() == whole.size(); });
+    const auto isBegun = [&] { return Written() > 0; };
+    const auto isWhole = [&] { return Written() == whole.size(); };
+    KillBetween(L"somevalues.dll", isBegun, isWhole);
     const Bytes written = ReadBytes(Work(L"killed.reg")).value_or(Bytes());
     EXPECT_LT(written.size(), whole.size());
     EXPECT_TRUE(std::equal(written.begin(), written.end(), whole.begin()));

@@ -100,7 +100,7 @@ TEST_F(WineEventTracingLive, ALogThatIsEmptiedWhileItIsOpenCanNotBeRead) {
     ASSERT_EQ(trace.Start(), ULONG{ERROR_SUCCESS});
     EXPECT_TRUE(trace.Stop());
     const TRACEHANDLE handle = Open();
-    { const std::ofstream emptied{std::filesystem::path(path)}; }
+    static_cast<void>(std::ofstream{std::filesystem::path(path)});
     EXPECT_EQ(tracing.Process(handle), ULONG{ERROR_READ_FAULT});
     EXPECT_EQ(called.events, 0);
     EXPECT_EQ(tracing.Close(handle), ULONG{ERROR_SUCCESS});

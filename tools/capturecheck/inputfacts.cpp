@@ -55,9 +55,8 @@ public:
         const bool is64 = At<std::uint16_t>(start + optionalHeader) == optionalMagic64;
         const auto place = start + optionalHeader + (is64 ? directories64 : directories32);
         const std::byte* directory = Resolve(At<std::uint32_t>(place));
-        return directory != nullptr &&
-               ExportTableHasName(
-                   view, directory, [this](std::uint32_t rva) { return Resolve(rva); }, name);
+        const auto resolve = [this](std::uint32_t rva) { return Resolve(rva); };
+        return directory != nullptr && ExportTableHasName(view, directory, resolve, name);
     }
 
 private:

@@ -108,9 +108,9 @@ RegistryLogNode::RegistryLogNode(NameStore& store, RegistryLogNode* parent, cons
 
 RegistryLog::RegistryLog(const NameRules& nameRules)
     : store{nameRules, {}}, slots{RootSlot{localMachineRoot, RegistryLogNode(store)},
-                                  RootSlot{currentUserRoot, RegistryLogNode(store)},
-                                  RootSlot{classesRoot, RegistryLogNode(store)},
-                                  RootSlot{usersRoot, RegistryLogNode(store)}} {}
+                                  {currentUserRoot, RegistryLogNode(store)},
+                                  {classesRoot, RegistryLogNode(store)},
+                                  {usersRoot, RegistryLogNode(store)}} {}
 
 std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
     switch (root) {

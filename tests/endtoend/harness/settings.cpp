@@ -6,9 +6,11 @@ namespace keyreap::endtoend {
 
 namespace {
 
+using Setting = std::wstring Settings::*;
+
 struct Variable {
     const char* name;
-    std::wstring Settings::*place;
+    Setting place;
     const char* meaning;
 };
 

@@ -39,7 +39,7 @@ TEST(ComApartment, LastsAsLongAsTheObject) {
 TEST(ComApartment, EarlierApartmentKeepsTheAddedEntry) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-        { const ComApartment apartment; }
+        static_cast<void>(ComApartment());
         CoUninitialize();
         EXPECT_TRUE(IsSingleThreaded());
         CoUninitialize();
@@ -50,7 +50,7 @@ TEST(ComApartment, EarlierApartmentKeepsTheAddedEntry) {
 TEST(ComApartment, EarlierApartmentLosesTheAddedEntryIfAlwaysLeft) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-        { const ComApartment apartment(ApartmentExit::always); }
+        static_cast<void>(ComApartment(ApartmentExit::always));
         EXPECT_TRUE(IsSingleThreaded());
         CoUninitialize();
         EXPECT_EQ(EnterMultithreaded(), S_OK);
@@ -60,7 +60,7 @@ TEST(ComApartment, EarlierApartmentLosesTheAddedEntryIfAlwaysLeft) {
 TEST(ComApartment, EarlierMultithreadedApartmentIsLeftAlone) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-        { const ComApartment apartment; }
+        static_cast<void>(ComApartment());
         EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
         CoUninitialize();
     });
@@ -69,7 +69,7 @@ TEST(ComApartment, EarlierMultithreadedApartmentIsLeftAlone) {
 TEST(ComApartment, EarlierMultithreadedApartmentLosesAnEntryIfAlwaysLeft) {
     OnFreshThread([] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-        { const ComApartment apartment(ApartmentExit::always); }
+        static_cast<void>(ComApartment(ApartmentExit::always));
         EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         CoUninitialize();
     });

@@ -30,7 +30,7 @@ protected:
 };
 
 TEST_F(OwnedTest, StartsEmptyAndClosesNothing) {
-    { const OwnedNumber number; }
+    static_cast<void>(OwnedNumber());
     EXPECT_EQ(OwnedNumber().Get(), -1);
     EXPECT_FALSE(OwnedNumber().Valid());
     EXPECT_THAT(closed, IsEmpty());
@@ -115,7 +115,7 @@ void Free(const char* text) {
 TEST(ClosedBy, OwnerClosesItsPointerThroughTheFunction) {
     freed.clear();
     const char* const text = "x";
-    { const Owned<ClosedBy<const char*, Free>> owner(text); }
+    static_cast<void>(Owned<ClosedBy<const char*, Free>>(text));
     EXPECT_THAT(freed, ElementsAre(text));
 }
 
@@ -129,7 +129,7 @@ TEST(ClosedBy, OwnerIsEmptyWithTheGivenNumber) {
 
 TEST(ClosedBy, NullIsNeverClosed) {
     freed.clear();
-    { const Owned<ClosedBy<const char*, Free, -1>> owner(nullptr); }
+    static_cast<void>(Owned<ClosedBy<const char*, Free, -1>>(nullptr));
     EXPECT_THAT(freed, IsEmpty());
 }
 

@@ -100,7 +100,7 @@ struct CountedObject {
 
 TEST(OwnedInterface, ReleasesItsOneReference) {
     CountedObject object;
-    { const OwnedInterface<CountedObject> reference(&object); }
+    static_cast<void>(OwnedInterface<CountedObject>(&object));
     EXPECT_EQ(object.releases, 1);
 }
 

@@ -218,7 +218,7 @@ TEST_F(PeImageTest, OthersMayReadTheFileMeanwhileButNotWrite) {
 
 TEST_F(PeImageTest, FileIsReleasedAtTheEnd) {
     const std::wstring path = folder.MakeFile(L"image.dll", ImageBuilder().Build().bytes);
-    { PeImage(path).Is64Bit(); }
+    PeImage(path).Is64Bit();
     EXPECT_TRUE(DeleteFileW(path.c_str()));
 }
 

@@ -75,7 +75,7 @@ TEST_F(ShimCloneTest, FileInTheWindowsFolderIsCopiedOnWindows10) {
 }
 
 TEST_F(ShimCloneTest, CopyGoesWithTheObject) {
-    { const ShimClone clone(SystemFile(), windows10); }
+    static_cast<void>(ShimClone(SystemFile(), windows10));
     EXPECT_THAT(TemporaryNames(), IsEmpty());
     EXPECT_TRUE(testsupport::Exists(SystemFile()));
 }

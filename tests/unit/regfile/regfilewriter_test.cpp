@@ -22,7 +22,7 @@ protected:
 };
 
 TEST_F(RegFileWriterTest, FreshFileHoldsTheMarkAndTheHeaderLine) {
-    { const RegFileWriter writer(path); }
+    static_cast<void>(RegFileWriter(path));
     const std::string bytes = FileBytes(path);
     EXPECT_EQ(bytes.size(), 78U);
     EXPECT_EQ(bytes.substr(0, 4), std::string("\xFF\xFEW\0", 4));
@@ -30,12 +30,12 @@ TEST_F(RegFileWriterTest, FreshFileHoldsTheMarkAndTheHeaderLine) {
 }
 
 TEST_F(RegFileWriterTest, KeyHasABlankLineBeforeIt) {
-    { RegFileWriter(path).AddKey(L"HKEY_CLASSES_ROOT"); }
+    RegFileWriter(path).AddKey(L"HKEY_CLASSES_ROOT");
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\r\n[HKEY_CLASSES_ROOT]\r\n");
 }
 
 TEST_F(RegFileWriterTest, DeletedKeyHasAMinusSign) {
-    { RegFileWriter(path).AddDeletedKey(L"HKEY_USERS\\a"); }
+    RegFileWriter(path).AddDeletedKey(L"HKEY_USERS\\a");
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\r\n[-HKEY_USERS\\a]\r\n");
 }
 
@@ -50,7 +50,7 @@ TEST_F(RegFileWriterTest, ValuesFollowTheirKeyWithoutBlankLines) {
 }
 
 TEST_F(RegFileWriterTest, ValueWithoutAKeyFollowsTheHeader) {
-    { RegFileWriter(path).AddValue(L"n", L"x", 1); }
+    RegFileWriter(path).AddValue(L"n", L"x", 1);
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\"n\"=\"x\"\r\n");
 }
 
@@ -88,13 +88,13 @@ TEST_F(RegFileWriterTest, ReplacementActsOnLaterStringValuesInOrderOfAddition) {
 
 TEST_F(RegFileWriterTest, ExistingFileIsReplacedAndHasOneMark) {
     testsupport::WriteBytes(path, std::string(5000, 'x'));
-    { RegFileWriter(path).AddKey(L"K"); }
+    RegFileWriter(path).AddKey(L"K");
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\r\n[K]\r\n");
 }
 
 TEST_F(RegFileWriterTest, HalvesOfSurrogatePairsPassThrough) {
     const std::wstring half(1, L'\xD800');
-    { RegFileWriter(path).AddValue(half, half, 1); }
+    RegFileWriter(path).AddValue(half, half, 1);
     EXPECT_EQ(Written(), std::wstring(headerLine) + L"\"" + half + L"\"=\"" + half + L"\"\r\n");
 }
 

@@ -60,7 +60,7 @@ using FindEventClass = WmiTest;
 using SchemaPath = WmiTest;
 
 TEST_F(Connecting, ConnectsToTheEventClassesAsItsOwnUser) {
-    { const WmiConnection connection; }
+    static_cast<void>(WmiConnection());
     EXPECT_EQ(wmi.calls, (Calls{L"connect root\\wmi", L"blanket 10 0 4 3 0"}));
 }
 

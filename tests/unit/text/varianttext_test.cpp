@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <type_traits>
 
 namespace keyreap {
 namespace {
@@ -15,10 +16,10 @@ VARIANT Typed(VARTYPE type) {
     return value;
 }
 
-template <typename Field, typename Value>
-std::wstring TextOf(VARTYPE type, Field VARIANT::*field, Value content) {
+template <typename Member, typename Value>
+std::wstring TextOf(VARTYPE type, Member member, Value content) {
     VARIANT value = Typed(type);
-    value.*field = static_cast<Field>(content);
+    value.*member = static_cast<std::remove_reference_t<decltype(value.*member)>>(content);
     return VariantToText(value);
 }
 

@@ -97,7 +97,7 @@ TEST(RegistryTrace, ConstructionCallsNothing) {
 
 TEST(RegistryTrace, CloseTraceIsCalledOnceWith0WithoutAStart) {
     ScriptedTracing tracing;
-    { const RegistryTrace trace(logPath, kernelLoggerSession, tracing); }
+    static_cast<void>(RegistryTrace(logPath, kernelLoggerSession, tracing));
     EXPECT_EQ(tracing.calls, Calls{L"close 0"});
 }
 
