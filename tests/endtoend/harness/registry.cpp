@@ -1,7 +1,9 @@
 #include "tests/endtoend/harness/registry.h"
 
+#include <array>
 #include <cstring>
 #include <set>
+#include <string_view>
 
 namespace keyreap::endtoend {
 
@@ -9,6 +11,7 @@ namespace {
 
 constexpr DWORD longestKeyName = 256;
 constexpr DWORD longestValueName = 16'384;
+constexpr wchar_t currentControlSet[] = L"System\\CurrentControlSet";
 
 // Keys that are not read: a second view of a part of the classes, and Wine's own key, which changes whenever
 // a program starts.
@@ -156,6 +159,26 @@ void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values
                        static_cast<DWORD>(value.data.size()));
     }
     RegCloseKey(key);
+}
+
+std::wstring RealControlSet() {
+    constexpr std::wstring_view machine = L"\\Registry\\Machine\\";
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, currentControlSet, REG_OPTION_OPEN_LINK, KEY_QUERY_VALUE, &key);
+    DWORD type = 0;
+    std::array<wchar_t, MAX_PATH> target{};
+    DWORD size = sizeof(target);
+    const LSTATUS status = RegQueryValueExW(key, L"SymbolicLinkValue", nullptr, &type,
+                                            reinterpret_cast<BYTE*>(target.data()), &size);
+    RegCloseKey(key);
+    if (status != ERROR_SUCCESS || type != REG_LINK) {
+        return currentControlSet;
+    }
+    return std::wstring(target.data(), size / sizeof(wchar_t)).substr(machine.size());
+}
+
+bool CurrentControlSetIsLink() {
+    return RealControlSet() != currentControlSet;
 }
 
 RegistryValue TextValue(const std::wstring& text) {

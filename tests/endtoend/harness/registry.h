@@ -35,6 +35,11 @@ void DeleteTree(HKEY root, const std::wstring& path);
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
 void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values);
 
+// The path of the current control set below HKEY_LOCAL_MACHINE in a saved hive: the numbered set that it
+// leads to if it is a link, as on Windows, or its own path otherwise.
+std::wstring RealControlSet();
+bool CurrentControlSetIsLink();
+
 RegistryValue TextValue(const std::wstring& text);
 RegistryValue NumberValue(DWORD number);
 

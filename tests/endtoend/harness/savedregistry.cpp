@@ -1,6 +1,7 @@
 #include "tests/endtoend/harness/savedregistry.h"
 
 #include "tests/endtoend/harness/files.h"
+#include "tests/endtoend/harness/registry.h"
 
 #include <windows.h>
 
@@ -24,9 +25,12 @@ const Hive hives[] = {{HKEY_LOCAL_MACHINE, L"", L"HKLM"},
                       {HKEY_USERS, L".DEFAULT", L"HKU\\.DEFAULT"}};
 
 // Values that Wine sets in each new process, to that process's code pages.
-const std::set<std::wstring> setByEveryStart = {
-    L"HKCU\\Software\\Wine\\Fonts [Codepages]",
-    L"HKLM\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts [OEMFONT.FON]"};
+const std::set<std::wstring>& SetByEveryStart() {
+    static const std::set<std::wstring> values = {
+        L"HKCU\\Software\\Wine\\Fonts [Codepages]",
+        L"HKLM\\" + RealControlSet() + L"\\Hardware Profiles\\Current\\Software\\Fonts [OEMFONT.FON]"};
+    return values;
+}
 
 void AllowBackups() {
     HANDLE token = nullptr;
@@ -85,7 +89,7 @@ void AppendChanges(const std::wstring& path, const SavedRegistry::Values& before
         const auto now = after.find(name);
         const std::wstring line = path + L" [" + name + L"]";
         const bool same = old != before.end() && now != after.end() && old->second == now->second;
-        if (!same && !setByEveryStart.contains(line)) {
+        if (!same && !SetByEveryStart().contains(line)) {
             changes.push_back(L"! " + line);
         }
     }
