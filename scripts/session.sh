@@ -97,11 +97,13 @@ show_share() {
 # check_heaps: makes programs keep a mark after each block of a heap (0x10). The system reads this value of its hive at
 # the start of each program.
 check_heaps() {
-    cat >>"$PREFIX/system.reg" <<'END'
+    printf '\n[System\\\\%s\\\\Control\\\\Session Manager]\n"GlobalFlag"=dword:00000010\n' "$(control_set)" >>"$PREFIX/system.reg"
+}
 
-[System\\CurrentControlSet\\Control\\Session Manager]
-"GlobalFlag"=dword:00000010
-END
+# control_set: prints the name under which the hive has the current control set. In Wine 8.0 that is its own name; in Wine
+# 10.0 it is a link to the first numbered set, and has no keys itself.
+control_set() {
+    if grep -q '^\[System\\\\CurrentControlSet\\\\.' "$PREFIX/system.reg"; then echo CurrentControlSet; else echo ControlSet001; fi
 }
 
 # start_server LOGGING: starts the session's server, with its request log on if LOGGING is `yes`. It has to run before
