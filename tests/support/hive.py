@@ -2,7 +2,7 @@
 
 import re
 
-SZ, DWORD, BINARY = 1, 4, 3
+SZ, BINARY, DWORD, LINK = 1, 3, 4, 6
 
 # The files of a prefix's hives and the keys that they contain.
 FILES = {
@@ -92,3 +92,17 @@ def parse_all(folder):
     for file, root in FILES.items():
         keys.update(parse(folder / file, root))
     return keys
+
+
+def link_target(keys, path):
+    """Where a key of HKEY_LOCAL_MACHINE leads if it is a symbolic link, or the key itself."""
+    kind, data = keys.get(path, {}).get("SymbolicLinkValue", (None, b""))
+    return data.decode("utf-16-le").replace("\\Registry\\Machine", "HKEY_LOCAL_MACHINE", 1) if kind == LINK else path
+
+
+def real_path(keys, path):
+    """The path under which the hives have a key, without links on the way."""
+    real, *names = path.split("\\")
+    for name in names:
+        real = link_target(keys, real + "\\" + name)
+    return real

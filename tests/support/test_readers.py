@@ -109,3 +109,11 @@ def test_values_of_a_hive_are_types_and_bytes(keys):
         "e": (2, units("%x%\0")),
         "f": (11, b"\1" + bytes(7)),
     }
+
+
+def test_the_real_path_of_a_key_is_without_links(tmp_path):
+    target = units("\\Registry\\Machine\\System\\Set 1").hex(",")
+    (tmp_path / "hive").write_text('[System\\\\Set] 1\n#link\n"SymbolicLinkValue"=hex(6):%s\n\n[System\\\\Set 1\\\\Key] 1\n' % target)
+    keys = hive.parse(tmp_path / "hive", "HKEY_LOCAL_MACHINE")
+    for path in ("System\\Set\\Key", "System\\Set 1\\Key"):
+        assert hive.real_path(keys, "HKEY_LOCAL_MACHINE\\" + path) == "HKEY_LOCAL_MACHINE\\System\\Set 1\\Key"
