@@ -11,15 +11,21 @@ namespace {
 std::atomic<std::size_t> allocations{0};
 std::atomic<std::size_t> releases{0};
 
-void* Counted(void* memory) {
-    if (memory == nullptr) {
-        throw std::bad_alloc();
+// Returns the pointer, and counts it if it is not null.
+void* Counted(void* memory) noexcept {
+    if (memory) {
+        ++allocations;
     }
-    ++allocations;
     return memory;
 }
 
-// Returns the pointer, and counts it if it is not null.
+void* CountedOrThrown(void* memory) {
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return Counted(memory);
+}
+
 void* Released(void* memory) {
     if (memory) {
         ++releases;
@@ -27,9 +33,15 @@ void* Released(void* memory) {
     return memory;
 }
 
+void* Allocate(std::size_t size) {
+    return std::malloc(std::max<std::size_t>(size, 1));
+}
+
 // Not every system's C library has a function for this. The address of the whole allocation is stored
 // directly before the aligned part.
-void* AllocateAligned(std::size_t size, std::size_t alignment) {
+void* AllocateAligned(std::size_t wanted, std::align_val_t alignValue) {
+    const std::size_t size = std::max<std::size_t>(wanted, 1);
+    const auto alignment = static_cast<std::size_t>(alignValue);
     std::size_t space = size + alignment;
     void* const whole = std::malloc(space + sizeof(void*));
     if (whole == nullptr) {
@@ -49,12 +61,34 @@ void FreeAligned(void* memory) {
 
 } // namespace
 
+// All forms, since the library releases by one form what it allocated by another.
+
 void* operator new(std::size_t size) {
-    return Counted(std::malloc(std::max<std::size_t>(size, 1)));
+    return CountedOrThrown(Allocate(size));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Counted(Allocate(size));
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    return Counted(AllocateAligned(std::max<std::size_t>(size, 1), static_cast<std::size_t>(alignment)));
+    return CountedOrThrown(AllocateAligned(size, alignment));
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return Counted(AllocateAligned(size, alignment));
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(Released(memory));
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(Released(memory));
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(Released(memory));
 }
 
 void operator delete(void* memory, std::align_val_t) noexcept {
@@ -65,12 +99,8 @@ void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
     FreeAligned(Released(memory));
 }
 
-void operator delete(void* memory) noexcept {
-    std::free(Released(memory));
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(Released(memory));
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+    FreeAligned(Released(memory));
 }
 
 namespace keyreap {
