@@ -88,7 +88,7 @@ class Runs:
     def temporary_files(self):
         """The trace logs of the running program. Only its own session sees its files."""
         drive = Path(f"/proc/{self.program()}/root{self.prefix}/drive_c")
-        return sorted((drive / "users" / "keyreap" / "Temp").glob("ETL*"))
+        return sorted((drive / "users" / "keyreap").rglob("Temp/ETL*"))
 
     def assert_undisturbed(self, bitness, mode):
         assert self.run(bitness, mode, "plain.dll", "next.reg") == 0

@@ -93,12 +93,17 @@ def assert_only_the_writer_sees_it(pool, paths, *command):
     assert changed(before, later) == []
 
 
+PROFILE = ROOT / "build" / "wine" / "base" / "drive_c" / "users" / "keyreap"
+
+# Where this Wine has the user's temporary files.
+TEMPORARY = "Temp" if (PROFILE / "Temp").is_dir() else "AppData/Local/Temp"
+
 # Folders of every kind; the server creates a file in each of them.
 FOLDERS = [
     "windows", "windows/inf", "Program Files", "Program Files (x86)", "Program Files/Common Files", "ProgramData",
     "users/Public", "users/Public/Documents", "users/keyreap",
     *("users/keyreap/" + name for name in ("Contacts", "Desktop", "Documents", "Downloads", "Favorites", "Links", "Music",
-                                           "Pictures", "Saved Games", "Searches", "Temp", "Videos", "AppData/Local",
+                                           "Pictures", "Saved Games", "Searches", TEMPORARY, "Videos", "AppData/Local",
                                            "AppData/Roaming", "AppData/LocalLow")),
 ]  # fmt: skip
 

@@ -122,7 +122,7 @@ def test_the_files_are_the_same_each_time(pool):
         pool.run(
             "bash",
             "-c",
-            'cd "$WINEPREFIX/drive_c" && touch users/keyreap/Temp/left windows/left.dll && rm windows/system32/msxml3.dll &&'
+            'cd "$WINEPREFIX/drive_c" && touch users/keyreap/Documents/left windows/left.dll && rm windows/system32/msxml3.dll &&'
             ' echo more >>windows/win.ini && ln -s / windows/link && mkdir "$WINEPREFIX/dosdevices/unc"',
         )
     )
