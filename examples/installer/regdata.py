@@ -239,14 +239,18 @@ def wxs_text(text):
     return "".join(escapes.get(letter, letter) for letter in text)
 
 
+# wixl has no type for lists. It doesn't change a string that begins with the separator.
+WIXL_TYPES = {SZ: "string", EXPAND_SZ: "expandable", DWORD: "integer", BINARY: "binary", MULTI_SZ: "string"}
+
+
 def wixl_data(kind, value, folder):
-    """The first characters say the type to Windows Installer."""
+    """Begins with what says the type to Windows Installer where some releases of wixl don't write it."""
     if kind == SZ:
         return folder.applied(value, wixl_text)
     if kind == EXPAND_SZ:
         return "#%" + folder.applied(value, wixl_text)
     if kind == DWORD:
-        return "#%d" % struct.unpack("<i", struct.pack("<I", value))
+        return "%d" % struct.unpack("<i", struct.pack("<I", value))
     if kind == BINARY:
         return "#x" + value.hex().upper()
     return "[~]" + "[~]".join(wixl_text(part) for part in value) + "[~]"
@@ -255,8 +259,7 @@ def wixl_data(kind, value, folder):
 def wixl_value(key, name, kind, data):
     if len(key.path) > LONGEST_KEY:
         raise NotCarried("%s: Windows Installer carries %d characters" % (key.name, LONGEST_KEY))
-    # wixl escapes the first character of a string, but writes text that looks expandable as it is.
-    words = (key.root, wxs_text(key.path), wxs_text(name), "string" if kind == SZ else "expandable", wxs_text(data))
+    words = (key.root, wxs_text(key.path), wxs_text(name), WIXL_TYPES[kind], wxs_text(data))
     return '  <RegistryValue Root="%s" Key="%s" Name="%s" Type="%s" Value="%s"/>' % words
 
 
