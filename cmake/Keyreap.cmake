@@ -1,6 +1,6 @@
 # For the build of a COM server: makes what the server writes to the registry a product of the build.
 #
-#   include(.../cmake/Keyreap.cmake)
+#   find_package(Keyreap REQUIRED)         or: include(.../cmake/Keyreap.cmake)
 #   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...]
 #                   [ALLOW_FILLERS])
 #
@@ -16,6 +16,9 @@
 
 if(CMAKE_HOST_WIN32)
   set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/../bin/x64)
+elseif(CMAKE_CURRENT_LIST_DIR MATCHES "/lib/cmake/Keyreap$")
+  # The Debian package, installed or unpacked.
+  set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/../../../bin)
 else()
   set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/..)
 endif()
@@ -23,9 +26,17 @@ find_program(
   KEYREAP_COMMAND
   NAMES keyreap Keyreap
   PATHS ${keyreapPlaces}
-  NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED
-  DOC "The command that captures: ./keyreap on Linux, Keyreap.exe on Windows")
-set(KEYREAP_CAPTURE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/KeyreapCapture.cmake)
+  NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
+  DOC "The command that captures: keyreap on Linux, Keyreap.exe on Windows")
+if(NOT KEYREAP_COMMAND)
+  set(keyreapReason "there is no command that captures in ${keyreapPlaces}; KEYREAP_COMMAND names another one")
+  if(CMAKE_FIND_PACKAGE_NAME STREQUAL "Keyreap")
+    set(Keyreap_FOUND FALSE)
+    set(Keyreap_NOT_FOUND_MESSAGE ${keyreapReason})
+    return()
+  endif()
+  message(FATAL_ERROR "Keyreap.cmake: ${keyreapReason}")
+endif()
 
 function(keyreap_capture target)
   cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS" "MODE;OUTPUT" "DEPENDS")
@@ -43,12 +54,13 @@ function(keyreap_capture target)
   endif()
   cmake_path(ABSOLUTE_PATH CAPTURE_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 
+  set(script ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/KeyreapCapture.cmake)
   add_custom_command(
     OUTPUT ${CAPTURE_OUTPUT}
     COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYREAP_COMMAND} -D SERVER=$<TARGET_FILE:${target}>
             -D OUTPUT=${CAPTURE_OUTPUT} -D MODE=${CAPTURE_MODE}
-            -D ALLOW_FILLERS=${CAPTURE_ALLOW_FILLERS} -P ${KEYREAP_CAPTURE_SCRIPT}
-    DEPENDS ${target} ${CAPTURE_DEPENDS} ${KEYREAP_CAPTURE_SCRIPT}
+            -D ALLOW_FILLERS=${CAPTURE_ALLOW_FILLERS} -P ${script}
+    DEPENDS ${target} ${CAPTURE_DEPENDS} ${script}
     COMMENT "Capturing the registration of ${target}"
     VERBATIM)
   add_custom_target(${target}_reg ALL DEPENDS ${CAPTURE_OUTPUT})

@@ -8,20 +8,17 @@ set -euo pipefail
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
-
-# package_time: the time of the commit, since the files have the time of their checkout.
-package_time() {
-    git -c safe.directory='*' -C "$ROOT" log -1 --format=%ct 2>/dev/null || echo 315532800
-}
+# shellcheck source=scripts/layout.sh
+source "$ROOT/scripts/layout.sh"
 
 # lay_out FOLDER: what a user gets, and the checksum of each file of it.
 lay_out() {
     rm -rf "$1"
     mkdir -p "$1"
     cp -r "$STAGE/bin" "$1/bin"
-    cp -r "$ROOT/README.md" "$ROOT/LICENSE" "$ROOT/docs" "$ROOT/examples" "$1"
-    mkdir "$1/cmake"
-    cp "$ROOT"/cmake/{Keyreap,KeyreapCapture,mingw,typelibrary}.cmake "$ROOT/cmake/oaidl.idl" "$1/cmake"
+    cp "$ROOT/LICENSE" "$1"
+    lay_out_documents "$1"
+    lay_out_cmake "$1/cmake"
     (cd "$1" && find . -type f -printf '%P\0' | sort -z | xargs -0 sha256sum) >"$1.sums"
     mv "$1.sums" "$1/SHA256SUMS"
 }

@@ -2,6 +2,7 @@
 captures, so that the tests see its arguments and choose its status; the walk of the examples uses the real command."""
 
 import os
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -229,3 +230,46 @@ def test_the_command_of_this_tree_is_found(tmp_path):
     assert subprocess.run(words, capture_output=True).returncode == 0
     cache = (made.build / "CMakeCache.txt").read_text()
     assert "KEYREAP_COMMAND:FILEPATH=%s/keyreap" % ROOT in cache.replace("/cmake/..", "")
+
+
+ASKING = """cmake_minimum_required(VERSION 3.25)
+project(Small LANGUAGES NONE)
+find_package(Keyreap %s)
+message(STATUS "found: ${Keyreap_FOUND}")
+include(${Keyreap_DIR}/Keyreap.cmake)
+message(STATUS "included")
+"""
+
+
+@pytest.fixture
+def without_command(tmp_path):
+    """The CMake files where there is no command beside them: those of the unpacked zip on Linux."""
+    shutil.copytree(ROOT / "cmake", tmp_path / "Keyreap" / "cmake")
+    return tmp_path / "Keyreap" / "cmake"
+
+
+def asked_for(folder, words, *options):
+    (folder / "CMakeLists.txt").write_text(ASKING % words)
+    command = ["cmake", "-S", folder, "-B", folder / "build", "-G", "Ninja", *options]
+    return subprocess.run(command, capture_output=True, text=True)
+
+
+def test_without_a_command_the_package_counts_as_not_found(tmp_path, without_command):
+    result = asked_for(tmp_path, "", "-D", "Keyreap_DIR=%s" % without_command)
+    assert "found: 0" in result.stdout and "included" not in result.stdout
+    reason = "there is no command that captures in %s/..; KEYREAP_COMMAND names another one" % without_command
+    words = " ".join(result.stderr.split())
+    assert reason in words
+
+
+def test_without_a_command_a_required_package_fails_the_configuration(tmp_path, without_command):
+    result = asked_for(tmp_path, "REQUIRED", "-D", "Keyreap_DIR=%s" % without_command)
+    assert result.returncode != 0 and "found:" not in result.stdout
+    assert "there is no command that captures" in " ".join(result.stderr.split())
+
+
+def test_the_package_of_this_tree_has_its_command(tmp_path):
+    result = asked_for(tmp_path, "REQUIRED HINTS %s/cmake" % ROOT)
+    assert result.returncode == 0, result.stderr
+    assert "found: 1" in result.stdout
+    assert "KEYREAP_COMMAND:FILEPATH=%s/keyreap" % ROOT in (tmp_path / "build" / "CMakeCache.txt").read_text().replace("/cmake/..", "")
