@@ -89,7 +89,10 @@ stop_progress() {
     printf '\r\e[K' >&2
 }
 
-# clean_environment COMMAND...: runs COMMAND without the caller's variables, on which no build may depend.
+# clean_environment COMMAND...: runs COMMAND without the caller's variables, on which no build may depend. A script of
+# the project that COMMAND runs finds the same folder in the caller's cache.
 clean_environment() {
-    env -i PATH="$STANDARD_PATH" LC_ALL=C.UTF-8 HOME="${HOME:-/}" "$@"
+    local cache=()
+    [[ $USER_DATA == "$BUILD" ]] || cache=(XDG_CACHE_HOME="${USER_DATA%/keyreap/*}")
+    env -i PATH="$STANDARD_PATH" LC_ALL=C.UTF-8 HOME="${HOME:-/}" "${cache[@]}" "$@"
 }
