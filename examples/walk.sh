@@ -4,28 +4,35 @@
 # Walks the road from a COM server's source to an installed server, on this machine: builds the examples in both
 # bitnesses, captures what they register, builds the installers, and tries each in a fresh Wine prefix of its own:
 # install, use, uninstall. Ends with 0 if the client got its answers and nothing was left behind. All that is built
-# is in build/examples.
+# is in build/examples. The examples of the Debian package are captured with the installed command, and what is built
+# is in the user's cache (~/.cache/keyreap/installed/examples).
 set -euo pipefail
+SOURCES=$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")
+scripts=$SOURCES/../scripts
+[[ -d $scripts ]] || scripts=/usr/lib/keyreap/scripts
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")/scripts/common.sh"
+source "$scripts/common.sh"
 for part in setup paths; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done
 
-EXAMPLES=$BUILD/examples
+EXAMPLES=$USER_DATA/examples
+
+CMAKE_FILES=$ROOT/cmake
+[[ ! -f $ROOT/prebuilt ]] || CMAKE_FILES=$ROOT/../cmake/Keyreap
 
 # build_bitness NAME TARGET: the servers, what they register, and the package for Windows Installer.
 build_bitness() {
-    clean_environment cmake -S "$ROOT/examples" -B "$EXAMPLES/$1" -G Ninja -D CMAKE_BUILD_TYPE=Release \
-        -D CMAKE_TOOLCHAIN_FILE="$ROOT/cmake/mingw.cmake" -D KEYREAP_TARGET="$2"
+    clean_environment cmake -S "$SOURCES" -B "$EXAMPLES/$1" -G Ninja -D CMAKE_BUILD_TYPE=Release \
+        -D CMAKE_TOOLCHAIN_FILE="$CMAKE_FILES/mingw.cmake" -D KEYREAP_TARGET="$2"
     clean_environment ninja -C "$EXAMPLES/$1"
 }
 
 # build_setup: one installer of both bitnesses.
 build_setup() {
     clean_environment makensis -V2 -NOCD -DX64="$EXAMPLES/x64" -DX86="$EXAMPLES/x86" \
-        -DOUTPUT="$EXAMPLES/keyreap-examples.exe" "$ROOT/examples/installer/example.nsi"
+        -DOUTPUT="$EXAMPLES/keyreap-examples.exe" "$SOURCES/installer/example.nsi"
 }
 
 # try_installer FILE FOLDER CLIENT...: begins to try FILE, which is in the folder of the examples and installs to
@@ -36,7 +43,7 @@ try_installer() {
     shift
     # A command that a shell starts in the background would not get an interrupt.
     env --default-signal=INT,QUIT "$ROOT/scripts/wine-session.sh" --ready --no-display \
-        "$ROOT/examples/try-installer.sh" "$(windows_path "$file")" "$@" >"$file.tried" &
+        "$SOURCES/try-installer.sh" "$(windows_path "$file")" "$@" >"$file.tried" &
     TRIALS+=("$!") TRIED+=("$file")
 }
 

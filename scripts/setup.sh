@@ -133,7 +133,10 @@ level_packages() {
     fi
     case $1 in
     package) needed+=(python3) ;;
-    examples) needed+=("${EXAMPLE_PACKAGES[@]}") ;;
+    examples)
+        [[ ! -f $ROOT/prebuilt ]] || needed+=("${BUILD_PACKAGES[@]}")
+        needed+=("${EXAMPLE_PACKAGES[@]}")
+        ;;
     bench) needed+=("${TEST_PACKAGES[@]}") ;;
     fuzz) needed+=("${FUZZ_PACKAGES[@]}") ;;
     test) needed+=("${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;

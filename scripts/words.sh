@@ -5,7 +5,9 @@
 source "$ROOT/scripts/reasons.sh"
 
 usage() {
-    say "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
+    local command=./keyreap
+    [[ ! -f $ROOT/prebuilt ]] || command=keyreap
+    say "usage: $command extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
 # take_records WORD...: runs the check with these words and carries out its records. Fills WORDS and STATES, and

@@ -1,5 +1,5 @@
-"""./release: it makes a zip only of a commit, and only if two clean builds of it are the same. Tested with the small
-project; ./release compares the builds of the real one each time."""
+"""./release: it makes a zip and a Debian package only of a commit, and only if two clean builds of it are the same. Tested with
+the small project; ./release compares the builds of the real one each time."""
 
 import hashlib
 import os
@@ -10,14 +10,30 @@ import zipfile
 import pytest
 from conftest import ROOT, new_tree, run
 
-LAID_OUT = ["README.md", "LICENSE", "docs", "examples", "release", ".gitignore"]
-BUILD_FILES = ["Keyreap.cmake", "KeyreapCapture.cmake", "typelibrary.cmake", "oaidl.idl"]
+LAID_OUT = ["README.md", "LICENSE", "docs", "examples", "packaging", "release", ".gitignore"]
+BUILD_FILES = ["Keyreap.cmake", "KeyreapCapture.cmake", "KeyreapConfig.cmake", "typelibrary.cmake", "oaidl.idl"]
+CHANGELOG = """keyreap (1.2.3) unstable; urgency=medium
+
+  * A change.
+
+ -- A tester <tester@localhost.invalid>  Sun, 22 Nov 2026 08:00:00 +0000
+"""
+
+RELEASED = ["keyreap-1.2.3.zip", "keyreap_1.2.3_amd64.deb"]
 
 
 def git(tree, *words):
     identity = {name % who: "tester" for name in ("GIT_%s_NAME", "GIT_%s_EMAIL") for who in ("AUTHOR", "COMMITTER")}
     command = ["git", "-c", "safe.directory=*", "-C", tree.folder, *words]
     subprocess.run(command, check=True, env=dict(os.environ, **identity), stdout=subprocess.DEVNULL)
+
+
+def shorten_tools(folder):
+    """Native programs that build at once, since a release builds them twice."""
+    for place in ("hostlogger", "pe", "platform", "tools/capturecheck", "tools/observer"):
+        for source in (folder / place).rglob("*.cpp"):
+            is_program = source.stem in ("capturecheck", "observer", "requestfilter")
+            source.write_text("int main() {}\n" if is_program else "")
 
 
 @pytest.fixture(scope="module")
@@ -27,6 +43,8 @@ def committed_tree():
     for name in LAID_OUT + ["cmake/" + name for name in BUILD_FILES]:
         copy = shutil.copytree if (ROOT / name).is_dir() else shutil.copy
         copy(ROOT / name, tree.folder / name)
+    (tree.folder / "packaging" / "changelog").write_text(CHANGELOG)
+    shorten_tools(tree.folder)
     git(tree, "init", "-q")
     git(tree, "add", ".")
     git(tree, "commit", "-qm", "all")
@@ -42,18 +60,36 @@ def sums(text):
     return {name: digest for digest, name in (line.split("  ", 1) for line in text.splitlines())}
 
 
-def test_a_release_is_a_zip_with_its_checksums(committed_tree):
+@pytest.fixture(scope="module")
+def made(committed_tree):
+    """The folder of a release."""
     result = release(committed_tree)
     assert result.returncode == 0, result.stderr
-    made = committed_tree.build / "release"
-    assert result.stdout == "%s/keyreap-1.2.3.zip\n" % made
-    data = (made / "keyreap-1.2.3.zip").read_bytes()
-    assert sums((made / "keyreap-1.2.3.zip.sha256").read_text()) == {"keyreap-1.2.3.zip": hashlib.sha256(data).hexdigest()}
-    with zipfile.ZipFile(made / "keyreap-1.2.3.zip") as archive:
+    folder = committed_tree.build / "release"
+    assert result.stdout.splitlines() == [str(folder / name) for name in RELEASED]
+    return folder
+
+
+def test_a_release_is_a_zip_and_a_package_with_their_checksums(made):
+    assert sorted(os.listdir(made)) == sorted(name + end for name in RELEASED for end in ("", ".sha256"))
+    for name in RELEASED:
+        digest = hashlib.sha256((made / name).read_bytes()).hexdigest()
+        assert sums((made / (name + ".sha256")).read_text()) == {name: digest}
+
+
+def test_the_zip_has_the_checksums_of_its_files(made):
+    with zipfile.ZipFile(made / RELEASED[0]) as archive:
         files = {name.removeprefix("Keyreap/"): hashlib.sha256(archive.read(name)).hexdigest() for name in archive.namelist()}
-        told = sums(archive.read("Keyreap/SHA256SUMS").decode())
-    assert told == {name: digest for name, digest in files.items() if name != "SHA256SUMS"}
-    assert {"README.md", "LICENSE", "cmake/Keyreap.cmake", "bin/x64/Keyreap.exe", "bin/x86/Keyreap.exe"} <= set(files)
+        listed = sums(archive.read("Keyreap/SHA256SUMS").decode())
+    assert listed == {name: digest for name, digest in files.items() if name != "SHA256SUMS"}
+    assert {"README.md", "LICENSE", "cmake/KeyreapConfig.cmake", "bin/x64/Keyreap.exe", "bin/x86/Keyreap.exe"} <= set(files)
+
+
+def test_the_package_has_the_program_that_the_zip_has(made, tmp_path):
+    subprocess.run(["dpkg-deb", "-x", made / RELEASED[1], tmp_path], check=True)
+    with zipfile.ZipFile(made / RELEASED[0]) as archive:
+        for program in ("bin/x64/Keyreap.exe", "bin/x86/Keyreap.exe"):
+            assert (tmp_path / "usr/lib/keyreap/stage" / program).read_bytes() == archive.read("Keyreap/" + program)
 
 
 def test_a_version_that_the_project_does_not_have_is_refused(committed_tree):
