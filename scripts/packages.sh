@@ -14,7 +14,7 @@
 
     # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl.
     TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick
-        libbenchmark-dev libssl-dev lintian man-db)
+        libbenchmark-dev libssl-dev lintian man-db mmdebstrap)
 
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)
