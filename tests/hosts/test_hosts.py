@@ -17,8 +17,14 @@ HOME = f"/home/{USER}"
 TRIED = list(RELEASES) if WHOLE else [other_release()]
 MODES = ["keyRedir", "trace", "both"]
 
-# The same module of Wine in both bitnesses.
-SERVERS = {"64.reg": "C:\\windows\\system32\\hlink.dll", "32.reg": "C:\\windows\\syswow64\\hlink.dll"}
+# A module of Wine in both bitnesses, and the class that it registers.
+MODULES = {"64.reg": "C:\\windows\\system32\\hlink.dll", "32.reg": "C:\\windows\\syswow64\\hlink.dll"}
+MODULES_CLASS = "\\CLSID\\{79EAC9D0-BAF9-11CE-8C82-00AA004BA90B}\\InProcServer32]"
+
+# The example's server in both bitnesses, of the package and of this machine's build.
+SAMPLES = ["x64/thermometer.dll", "x86/thermometer.dll"]
+INSTALLED_SAMPLES = "/usr/lib/keyreap/stage/samples"
+BUILT_SAMPLES = ROOT / "build" / "stage" / "samples"
 
 
 def report(text):
@@ -83,34 +89,51 @@ def files_of(root):
     return set(root.succeed("find", "/", *prune, "-print").splitlines())
 
 
-def words_of_capture(folder, mode, servers=SERVERS):
-    pairs = [word for name, server in servers.items() for word in (server, f"{folder}/{name}")]
-    return ["extreg", *pairs, mode]
+def words_of_capture(mode, servers=MODULES):
+    return ["extreg", *(word for name, server in servers.items() for word in (server, name)), mode]
 
 
-def captured(root, folder, mode, servers=SERVERS):
-    """Captures as the plain user; gives the contents of the results."""
-    result = root.run("keyreap", *words_of_capture(folder, mode, servers), user=True, folder=folder)
+def captured(root, mode, servers=MODULES):
+    """The texts of what the plain user captures."""
+    result = root.run("keyreap", *words_of_capture(mode, servers), user=True, folder=HOME)
     assert (result.returncode, result.stdout) == (0, ""), result.stderr
-    return [root.path(f"{folder}/{name}").read_bytes() for name in servers]
+    return [root.path(f"{HOME}/{name}").read_bytes().decode("utf-16") for name in servers]
+
+
+def samples_in(folder):
+    return {f"{number}.reg": f"{folder}/{name}" for number, name in enumerate(SAMPLES)}
+
+
+def with_folder(text, old, new):
+    """A .reg file's text as it is when the servers are in another folder."""
+    return text.replace(*("Z:" + str(folder).replace("/", "\\\\") for folder in (old, new)))
 
 
 @pytest.fixture(scope="module")
 def expected(tmp_path_factory):
-    """What this machine captures, by mode."""
+    """What this machine captures of the example's servers, by mode, with their installed folder."""
     folder = tmp_path_factory.mktemp("expected")
     results = {}
     for mode in MODES:
-        subprocess.run([ROOT / "keyreap", *words_of_capture(folder, mode)], check=True)
-        results[mode] = [(folder / name).read_bytes() for name in SERVERS]
+        servers = samples_in(BUILT_SAMPLES)
+        subprocess.run([ROOT / "keyreap", *words_of_capture(mode, servers)], check=True, cwd=folder)
+        texts = [(folder / name).read_bytes().decode("utf-16") for name in servers]
+        results[mode] = [with_folder(text, BUILT_SAMPLES, INSTALLED_SAMPLES) for text in texts]
     return results
 
 
 @pytest.mark.parametrize("mode", MODES)
 def test_the_package_captures_both_bitnesses_as_this_machine_does(installed, expected, mode):
     clock = Clock()
-    assert captured(installed, HOME, mode) == expected[mode]
+    assert captured(installed, mode, samples_in(INSTALLED_SAMPLES)) == expected[mode]
     report(f"{installed.name}: both bitnesses captured in mode {mode} in {clock}")
+
+
+def test_the_package_captures_a_module_of_wine_alike_in_all_modes(installed):
+    captures = {mode: captured(installed, mode) for mode in MODES}
+    assert captures["both"] == captures["trace"]
+    for texts in captures.values():
+        assert all(MODULES_CLASS.lower() in text.lower() for text in texts)
 
 
 def test_the_package_needs_no_foreign_architecture(installed):
@@ -119,7 +142,7 @@ def test_the_package_needs_no_foreign_architecture(installed):
 
 
 def test_a_further_run_of_the_package_is_silent(installed):
-    result = installed.run("keyreap", *words_of_capture(HOME, "both"), user=True, folder=HOME)
+    result = installed.run("keyreap", *words_of_capture("both"), user=True, folder=HOME)
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
 
 
@@ -145,8 +168,8 @@ def strange(installed):
 
 @pytest.mark.parametrize("mode", ["trace", "both"])
 def test_a_line_that_nobody_knows_makes_a_trace_fail(strange, expected, mode):
-    captured(strange, HOME, "keyRedir")
-    result = strange.run("keyreap", *words_of_capture(HOME, mode), user=True, folder=HOME)
+    captured(strange, "keyRedir")
+    result = strange.run("keyreap", *words_of_capture(mode), user=True, folder=HOME)
     assert result.returncode == 125
     assert "frobnicate_key" in result.stderr
     with pytest.raises(AssertionError):
@@ -157,10 +180,10 @@ def test_a_wine_that_nobody_knows_is_refused_for_traces_before_the_run(strange):
     caches = {"XDG_CACHE_HOME": f"{HOME}/other"}
     strange.path(f"{HOME}/64.reg").write_bytes(b"before")
     for mode in ("trace", "both"):
-        result = strange.run("keyreap", *words_of_capture(HOME, mode), user=True, folder=HOME, **caches)
+        result = strange.run("keyreap", *words_of_capture(mode), user=True, folder=HOME, **caches)
         assert result.returncode == 125
         assert strange.path(f"{HOME}/64.reg").read_bytes() == b"before"
-    result = strange.run("keyreap", *words_of_capture(HOME, "keyRedir"), user=True, folder=HOME, **caches)
+    result = strange.run("keyreap", *words_of_capture("keyRedir"), user=True, folder=HOME, **caches)
     assert result.returncode == 0, result.stderr
     shutil.rmtree(strange.path(f"{HOME}/other"))
 
