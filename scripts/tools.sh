@@ -12,7 +12,7 @@ NATIVE_TOOLS=(requestfilter observer capturecheck)
 tool_sources() {
     case $1 in
     requestfilter)
-        printf '%s\n' "$ROOT"/hostlogger/filter/{keptfile,mixedkeys,mixedreport,requestfilter,keptlines}.cpp \
+        printf '%s\n' "$ROOT"/hostlogger/filter/*.cpp \
             "$ROOT"/hostlogger/{askedkey,exchangepairing,keylookup,requestline,requeststatus,requesttracker}.cpp \
             "$ROOT"/hostlogger/{serverprocess,systemstart}.cpp "$ROOT/platform/core/text/compare.cpp"
         ;;

@@ -1,5 +1,6 @@
 #include "hostlogger/filter/keptlines.h"
 
+#include "hostlogger/filter/logline.h"
 #include "hostlogger/requestwords.h"
 
 #include <algorithm>
@@ -43,13 +44,6 @@ constexpr std::array<std::string_view, 2> keptPaths = {requestword::openedKey, r
 
 // Written when programs can reach it.
 constexpr std::string_view serverIsUp = "wineserver: starting";
-
-// What follows the id of the thread; empty for a line without one.
-std::string_view AfterThread(std::string_view line) {
-    const std::size_t end = line.find_first_not_of("0123456789abcdef");
-    const bool isThread = end != 0 && end != std::string_view::npos && line.substr(end, 2) == ": ";
-    return isThread ? line.substr(end + 2) : std::string_view{};
-}
 
 const KeptRequest* FindKept(std::string_view name) {
     const auto found = std::ranges::lower_bound(keptRequests, name, {}, &KeptRequest::name);
@@ -105,15 +99,20 @@ void AppendKeptPart(std::string_view line, std::string& kept) {
 void KeptLines::Take(std::string_view piece, std::string& kept) {
     for (std::size_t end = piece.find('\n'); end != std::string_view::npos; end = piece.find('\n')) {
         if (begun.empty()) {
-            AppendKeptPart(piece.substr(0, std::min(end, maximumLineLength)), kept);
+            TakeLine(piece.substr(0, std::min(end, maximumLineLength)), kept);
         } else {
             Begin(piece.substr(0, end));
-            AppendKeptPart(begun, kept);
+            TakeLine(begun, kept);
             begun.clear();
         }
         piece.remove_prefix(end + 1);
     }
     Begin(piece);
+}
+
+void KeptLines::TakeLine(std::string_view line, std::string& kept) {
+    unplaced.Check(line);
+    AppendKeptPart(line, kept);
 }
 
 void KeptLines::Begin(std::string_view head) {

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <cstddef>
+#include "hostlogger/filter/unplacedlines.h"
+
 #include <string>
 #include <string_view>
 
 namespace keyreap {
-
-// Of a longer line only the first maximumLineLength bytes count.
-inline constexpr std::size_t maximumLineLength = 1 << 20;
 
 // Appends what is kept of a line of the server's request log, given without its line break, to `kept` and
 // ends it with one; appends nothing if the line isn't kept. Kept are requests and replies about keys,
@@ -22,8 +20,14 @@ public:
     // Appends what is kept of the lines that `piece` ends to `kept`.
     void Take(std::string_view piece, std::string& kept);
 
+    // Those among the lines so far that no known server writes.
+    const UnplacedLines& Unplaced() const { return unplaced; }
+
 private:
+    void TakeLine(std::string_view line, std::string& kept);
     void Begin(std::string_view head);
+
+    UnplacedLines unplaced;
 
     // The beginning of a line whose end has not been read yet.
     std::string begun;

@@ -1,7 +1,9 @@
-// requestfilter FILE [REPORT]: reads the request log of Wine's server and writes what the trace needs of it
-// to FILE. The server would end if the filter ended, and wait while the filter waits, so the filter reads on
-// whatever becomes of FILE. At the end of the input it writes the keys that the host mixed up to REPORT, a
-// line each, if there are any. Exits with 0, or with 2 if the arguments are others.
+// requestfilter FILE [REPORT [UNPLACED]]: reads the request log of Wine's server and writes what the trace
+// needs of it to FILE. The server would end if the filter ended, and wait while the filter waits, so the
+// filter reads on whatever becomes of FILE. At the end of the input it writes the keys that the host mixed up
+// to REPORT, a line each, and the first line that no known server writes to UNPLACED, with the number of such
+// lines in a second line; each file only if there is anything to write. Exits with 0, or with 2 if the
+// arguments are others.
 #include "hostlogger/filter/keptfile.h"
 #include "hostlogger/filter/keptlines.h"
 #include "hostlogger/filter/mixedreport.h"
@@ -14,6 +16,7 @@
 #include <csignal>
 #include <cstdint>
 #include <ctime>
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -70,8 +73,7 @@ private:
     std::int64_t written = 0;
 };
 
-void Filter(keyreap::KeptFile& file) {
-    keyreap::KeptLines requests;
+void Filter(keyreap::KeptFile& file, keyreap::KeptLines& requests) {
     std::vector<char> piece(pieceSize);
     std::string kept;
     ClockLine clock;
@@ -87,18 +89,28 @@ void Filter(keyreap::KeptFile& file) {
     }
 }
 
+void WriteUnplaced(const keyreap::UnplacedLines& lines, const char* path) {
+    if (lines.Count() > 0) {
+        std::ofstream(path, std::ios::binary) << lines.First() << '\n' << lines.Count() << '\n';
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 && argc != 3) {
-        std::cerr << "usage: requestfilter FILE [REPORT]\n";
+    if (argc < 2 || argc > 4) {
+        std::cerr << "usage: requestfilter FILE [REPORT [UNPLACED]]\n";
         return 2;
     }
     IgnoreSignals();
     fcntl(STDIN_FILENO, F_SETPIPE_SZ, pieceSize);
     keyreap::KeptFile file(argv[1]);
-    Filter(file);
-    if (argc == 3) {
+    keyreap::KeptLines requests;
+    Filter(file, requests);
+    if (argc >= 3) {
         keyreap::WriteNames(keyreap::FindMixedKeys(file), argv[2]);
+    }
+    if (argc == 4) {
+        WriteUnplaced(requests.Unplaced(), argv[3]);
     }
 }

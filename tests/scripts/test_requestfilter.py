@@ -9,7 +9,7 @@ import time
 import pytest
 from conftest import ROOT, until
 
-FILTER = ROOT / "build" / "wine" / "requestfilter"
+FILTER = ROOT / "build" / "tools" / "requestfilter"
 
 KEPT = b"0024: close_handle() = 0\n"
 PRIVATE = b'0024: new_process( flags=4, jobs={}, info={cmdline=L"word"}, env=L"SECRET=1" )\n'
@@ -63,8 +63,8 @@ def is_full(content):
     return LIMIT - len(KEPT) < len(content) <= LIMIT and content.endswith(b"\n")
 
 
-def test_it_takes_a_file_and_optionally_a_report():
-    for words in ([], ["a", "b", "c"]):
+def test_it_takes_a_file_and_optionally_two_reports():
+    for words in ([], ["a", "b", "c", "d"]):
         result = subprocess.run([FILTER, *words], stdin=subprocess.DEVNULL, capture_output=True)
         assert result.returncode == 2
         assert b"usage" in result.stderr
@@ -83,6 +83,34 @@ def test_without_a_kept_line_there_is_no_file(filtering):
     one.say(b"0024: select( flags=2 )\n" * 1000)
     assert one.end() == 0
     assert not one.path.exists()
+
+
+def filtered(tmp_path, lines):
+    """What the filter leaves about unplaced lines at the end of its input; none if there is no file."""
+    report = tmp_path / "unplaced"
+    result = subprocess.run([FILTER, tmp_path / "kept.log", tmp_path / "mixed", report], input=lines, capture_output=True)
+    assert (result.returncode, result.stdout, result.stderr) == (0, b"", b"")
+    return report.read_bytes() if report.exists() else None
+
+
+def test_at_the_end_it_leaves_the_first_line_that_no_known_server_writes(tmp_path):
+    assert filtered(tmp_path, KEPT * 1000 + b"0024: frobnicate_key( hkey=0004 )\n" + KEPT + b"more\n\n") == (
+        b"0024: frobnicate_key( hkey=0004 )\n2\n"
+    )
+
+
+def test_of_such_a_line_nothing_private_is_left(tmp_path):
+    private = PRIVATE.replace(b"new_process", b"newer_process")
+    assert filtered(tmp_path, private) == b"0024: newer_process( flags=4, jobs=...\n1\n"
+
+
+def test_without_such_a_line_it_leaves_nothing(tmp_path):
+    assert filtered(tmp_path, KEPT * 1000) is None
+    assert filtered(tmp_path, b"") is None
+
+
+def test_a_last_line_without_its_end_does_not_count(tmp_path):
+    assert filtered(tmp_path, KEPT + b"0024: frobnic") is None
 
 
 def test_command_lines_and_environments_of_processes_are_not_kept(filtering):

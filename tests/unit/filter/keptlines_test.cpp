@@ -1,4 +1,5 @@
 #include "hostlogger/filter/keptlines.h"
+#include "hostlogger/filter/logline.h"
 
 #include <gtest/gtest.h>
 
