@@ -1,26 +1,31 @@
 # shellcheck shell=bash
-# What a session leaves for its caller: the keys that Wine mixed up, written by the request filter, and what crashed,
-# written by the observer. Both are files of the prefix, which are removed with it, so they are read through descriptors
-# that were opened before. Sourced after common.sh and requests.sh.
+# What a session leaves for its caller: the keys that Wine mixed up and the log's unplaced lines, written by the request
+# filter, and what crashed, written by the observer. They are files of the prefix, which are removed with it, so they are
+# read through descriptors that were opened before. Sourced after common.sh and requests.sh.
 #   5   the file of the keys
 #   4   the file of the crash
+#   3   the file of the unplaced lines
 
 # open_notes PREFIX: call it after the prefix was renewed.
 open_notes() {
     : >"$(mixed_keys_file "$1")"
     : >"$(crash_file "$1")"
-    exec 5<"$(mixed_keys_file "$1")" 4<"$(crash_file "$1")"
+    : >"$(unplaced_lines_file "$1")"
+    exec 5<"$(mixed_keys_file "$1")" 4<"$(crash_file "$1")" 3<"$(unplaced_lines_file "$1")"
 }
 
 crash_file() {
     printf '%s/crash' "$1"
 }
 
-# take_notes: call it after the session has ended. Fills MIXED_KEYS with the names, and CRASH with the observer's text.
+# take_notes: call it after the session has ended. Fills MIXED_KEYS with the names, CRASH with the observer's text, and
+# UNPLACED with the first unplaced line and their number.
 take_notes() {
     # shellcheck disable=SC2034 # the scripts that report read them
     mapfile -t MIXED_KEYS <&5
     # shellcheck disable=SC2034
     CRASH=$(cat <&4)
-    exec 5<&- 4<&-
+    # shellcheck disable=SC2034
+    mapfile -t UNPLACED <&3
+    exec 5<&- 4<&- 3<&-
 }

@@ -17,13 +17,20 @@ mixed_keys_file() {
     printf '%s/mixedkeys' "$1"
 }
 
+# unplaced_lines_file PREFIX: where the filter leaves the first line of the log that no known server writes, and the number of
+# such lines in a second line, when the session ends and if there are any.
+unplaced_lines_file() {
+    printf '%s/unplacedlines' "$1"
+}
+
 # start_logging_server PREFIX: the server runs until it is ended, also while no program runs.
 start_logging_server() {
     local environment
     mapfile -t environment < <(wine_environment "$1")
     "${RIGHTLESS[@]}" env -i PATH="$STANDARD_PATH" "${environment[@]}" \
         "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 7>&- 9>&- |
-        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" >/dev/null 2>&1 7>&- 9>&- &
+        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" "$(unplaced_lines_file "$1")" \
+            >/dev/null 2>&1 7>&- 9>&- &
 }
 
 # await_logging_server PREFIX: the log begins with the server's line that it is up.

@@ -125,7 +125,7 @@ start_plain_server() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
     "${RIGHTLESS[@]}" env -i PATH="$STANDARD_PATH" "${environment[@]}" \
-        "$WINESERVER" </dev/null >/dev/null 2>&1 4>&- 5>&- 7>&- 8>&- 9>&-
+        "$WINESERVER" </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 7>&- 8>&- 9>&-
 }
 
 # run_in_session COMMAND...: returns COMMAND's status. COMMAND runs in the background so that this script handles a
@@ -134,7 +134,7 @@ run_in_session() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
     "${RIGHTLESS[@]}" "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" \
-        "$@" <&0 4>&- 5>&- 7>&- 8>&- 9>&- &
+        "$@" <&0 3>&- 4>&- 5>&- 7>&- 8>&- 9>&- &
     # Without output: the shell would report a command that was ended by a signal.
     { wait "$!"; } 2>/dev/null
 }

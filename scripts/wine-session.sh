@@ -18,8 +18,9 @@
 #   --ready            the caller has done the set-up
 #   --silent           what the command writes to its standard streams is discarded
 #   --then N WORD...   when the session has ended, this script executes the command of N words, with the status as one
-#                      more. KEYREAP_CRASH says what crashed (--observed), and KEYREAP_MIXED_KEYS is what
-#                      --report-mixed-keys would print (--requests)
+#                      more. KEYREAP_CRASH says what crashed (--observed), KEYREAP_MIXED_KEYS is what
+#                      --report-mixed-keys would print, and KEYREAP_UNPLACED has the lines of the log that no known
+#                      server writes (--requests)
 #
 # The first line removes the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -72,6 +73,8 @@ source "$ROOT/scripts/session.sh"
 source "$ROOT/scripts/notes.sh"
 # shellcheck source=scripts/mixedkeys.sh
 source "$ROOT/scripts/mixedkeys.sh"
+# shellcheck source=scripts/unplaced.sh
+source "$ROOT/scripts/unplaced.sh"
 
 check_pool
 allow_open_files
@@ -100,7 +103,7 @@ end_session
 take_notes
 mixed_text=$(mixed_keys_text)
 if ((${#afterwards[@]} > 0)); then
-    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text exec "${afterwards[@]}" "$status"
+    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text KEYREAP_UNPLACED=$(unplaced_text) exec "${afterwards[@]}" "$status"
 fi
 [[ $mixed == quiet || -z $mixed_text ]] || say "$mixed_text"
 exit "$status"

@@ -3,6 +3,8 @@
 # common.sh. All of it is in WINE_HOME:
 #   modules/   the 32-bit modules, unpacked from the distribution's package
 #   base/      what prefixes are made from (base.sh)
+#   start/     how Wine starts programs (startup.sh)
+#   probe/     whether traces can be relied on (probe.sh)
 #   pool/      the prefixes of the sessions (session.sh)
 
 WINE_HOME=$USER_DATA/wine
@@ -13,9 +15,9 @@ WINE_MODULES=$WINE_HOME/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
-# The distribution's, whatever the caller's PATH is.
+# The distribution's, whatever the caller's PATH is. Tests put something between the server and its log.
 # shellcheck disable=SC2034 # the scripts that run programs name them
-WINE=/usr/bin/wine WINESERVER=/usr/bin/wineserver
+WINE=/usr/bin/wine WINESERVER=${KEYREAP_WINESERVER:-/usr/bin/wineserver}
 
 # Drops the rights that an ordinary user has in a namespace of its own, such as the right to ignore the modes of files.
 # The session's scripts have them; its programs, and the server that opens files for them, don't.

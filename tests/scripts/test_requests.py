@@ -8,7 +8,7 @@ from pathlib import Path
 import pytest
 from conftest import ROOT, is_locked, processes_of, until, windows
 
-FILTER = ROOT / "build" / "wine" / "requestfilter"
+FILTER = ROOT / "build" / "tools" / "requestfilter"
 
 # A line of the log: a request or reply that a trace needs, a real path, a time, an end of a thread, or a loss.
 KEPT = re.compile(
@@ -102,6 +102,32 @@ def test_the_log_holds_only_what_a_trace_needs(pool):
     assert any("Logged" in line and "create_key" in line for line in lines)
     assert any('name=L"name"' in line and "set_key_value" in line for line in lines)
     assert "secret" not in log
+
+
+# Programs of both bitnesses that load, register, install, start others, end them, talk and crash.
+MANY_PROGRAMS = r"""
+    for folder in system32 syswow64; do
+        for word in msxml3 quartz scrrun nowhere; do wine "C:\\windows\\$folder\\regsvr32.exe" /s "$word.dll"; done
+        wine "C:\\windows\\$folder\\cmd.exe" /c 'mkdir C:\a & echo x>C:\a\b & type C:\a\b & rmdir /s /q C:\a'
+        wine "C:\\windows\\$folder\\reg.exe" add 'HKCU\Software\Tést "[x]"' /v 'a"\b' /t REG_BINARY /d "$(printf %0300d 0)" /f
+        wine "C:\\windows\\$folder\\reg.exe" query 'HKCU\Software' /s
+        wine "C:\\windows\\$folder\\msiexec.exe" /qn /i 'C:\none.msi'
+    done
+    wine net start spooler
+    wine ping -n 1 127.0.0.1
+    wine cmd /c 'start notepad & taskkill /f /im notepad.exe'
+    touch "$WINEPREFIX/drive_c/two
+lines" && (cd "$WINEPREFIX/drive_c" && wine cmd /c 'dir & copy two* three')
+    wine regsvr32 /s "$1"
+    wineserver -k
+"""
+
+
+def test_every_line_of_the_log_is_one_that_this_wine_is_known_to_write(pool):
+    crashing = windows(ROOT / "build/samples/x64/faultReadNull.dll")
+    ended = ["bash", "-c", 'printf "[%s]" "$KEYREAP_UNPLACED"']
+    words = ["bash", "-c", MANY_PROGRAMS, "bash", crashing]
+    assert pool.run("--requests", "--silent", "--then", len(ended), *ended, *words).stdout == "[]"
 
 
 def test_no_environment_is_on_the_disk(pool):

@@ -4,7 +4,7 @@
 //
 //   capturecheck prepare WORD...
 //       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two commands
-//       below.
+//       below. `traces` is yes or no: whether a result comes from a trace.
 //       The status is 0, or 125 if the run must not begin; the line before it gives the reason.
 //
 //   capturecheck progress N STATE... WORD...
@@ -83,6 +83,7 @@ int Prepare(std::span<const std::string> words) {
         PrintRecord("usage", "");
     }
     PrintWords(words, pairs, PrintRecord);
+    PrintRecord("traces", Traces(command, pairs) ? "yes" : "no");
     PrintRecord("status", "0");
     return 0;
 }

@@ -121,6 +121,10 @@ bool InputFacts::IsForThisHost() const {
     return machine == machineX64 || machine == machineX86;
 }
 
+bool InputFacts::MayBeProgram() const {
+    return kind == InputKind::other || (kind == InputKind::image && !isDll && !exportsRegistration);
+}
+
 InputFacts FactsOfBytes(std::span<const std::byte> bytes) {
     InputFacts facts;
     facts.kind = InputKind::other;

@@ -24,6 +24,8 @@ struct InputFacts {
     bool Is64Bit() const;
     // True if this host runs code of its machine type.
     bool IsForThisHost() const;
+    // True if the program may start it with /REGSERVER, and not load it.
+    bool MayBeProgram() const;
 };
 
 // Includes the kinds that only the file system shows.

@@ -4,7 +4,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 
 namespace keyreap {
@@ -33,6 +36,15 @@ NamedFile FileOf(const std::string& word, const std::string& currentFolder) {
     return file;
 }
 
+bool IsLibraryName(std::string_view name) {
+    constexpr std::array<std::string_view, 5> endings = {".dll", ".ocx", ".ax", ".tlb", ".olb"};
+    return std::ranges::any_of(endings, [&](std::string_view ending) { return NameEndsWith(name, ending); });
+}
+
+bool MayBeProgram(const PairFiles& pair) {
+    return pair.input.host ? pair.facts.MayBeProgram() : !IsLibraryName(pair.input.windowsPath);
+}
+
 } // namespace
 
 std::vector<PairFiles> FilesOf(const CommandWords& words) {
@@ -44,6 +56,10 @@ std::vector<PairFiles> FilesOf(const CommandWords& words) {
         files.push_back({std::move(input), FileOf(pair.output, folder), facts});
     }
     return files;
+}
+
+bool Traces(const CommandWords& words, const std::vector<PairFiles>& pairs) {
+    return !pairs.empty() && (words.Mode() != "keyRedir" || std::ranges::any_of(pairs, MayBeProgram));
 }
 
 std::string WindowsPathOf(const std::string& word) {

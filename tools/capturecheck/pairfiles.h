@@ -30,6 +30,10 @@ struct PairFiles {
 
 std::vector<PairFiles> FilesOf(const CommandWords& words);
 
+// Whether a run takes the result of a pair from its trace: the mode may say so, or an input is a program. An
+// input on no drive of this machine counts as a program if its name isn't that of a library.
+bool Traces(const CommandWords& words, const std::vector<PairFiles>& pairs);
+
 // The Windows path of a word, relative to the current folder.
 std::string WindowsPathOf(const std::string& word);
 

@@ -45,6 +45,20 @@ TEST(InputFactsTest, DistinguishLibrariesFromPrograms) {
     EXPECT_FALSE(FactsOfText(image.bytes).isDll);
 }
 
+TEST(InputFactsTest, AProgramIsWhatIsNoServerAndNoTypeLibrary) {
+    BuiltImage image = ImageBuilder().Build();
+    image.Set<std::uint16_t>("nt", characteristicsField, 0x2002);
+    EXPECT_FALSE(FactsOfText(image.bytes).MayBeProgram());
+    image.Set<std::uint16_t>("nt", characteristicsField, 0x0002);
+    EXPECT_TRUE(FactsOfText(image.bytes).MayBeProgram());
+    BuiltImage server = ImageBuilder().Exports({"DllRegisterServer"}).Build();
+    server.Set<std::uint16_t>("nt", characteristicsField, 0x0002);
+    EXPECT_FALSE(FactsOfText(server.bytes).MayBeProgram());
+    EXPECT_FALSE(FactsOfText("MSFT\x01").MayBeProgram());
+    EXPECT_TRUE(FactsOfText("MZ of another system").MayBeProgram());
+    EXPECT_FALSE(InputFacts().MayBeProgram());
+}
+
 TEST(InputFactsTest, KnowMachinesThatTheHostDoesNotRun) {
     const InputFacts facts = FactsOfText(ImageBuilder().Machine(0xAA64).Build().bytes);
     EXPECT_FALSE(facts.IsForThisHost());
