@@ -7,7 +7,7 @@
 # change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the packages that
 # were used.
 
-for part in packages tools wine requests isolation startup session base build; do
+for part in packages tools wine requests isolation startup session base build probe; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done
@@ -76,7 +76,7 @@ used_packages() {
 # level_there LEVEL: what was made still exists.
 level_there() {
     [[ $1 == package ]] || wine_there || return
-    [[ $1 == @(wine|package) ]] || start_recorded || return
+    [[ $1 == @(wine|package) ]] || { start_recorded && host_probed; } || return
     [[ $1 == wine ]] || program_there
 }
 
@@ -117,6 +117,9 @@ make_level() {
         if [[ $1 == test ]]; then make_everything; else make_program; fi
         [[ $1 != bench ]] || make_bench
         record_start
+        probe_host
+        # ./keyreap says so itself, for each run that it refuses.
+        [[ $1 == run ]] || ! host_unknown || say "$(unknown_host_text)"
         ;;
     esac
     mv "$stamp.packages.new" "$stamp.packages"
