@@ -21,6 +21,16 @@ host_unknown() {
     [[ -s $PROBE/unknown ]]
 }
 
+# host_known: whether traces can be relied on. A host that was found unknown is tried again first, since what was wrong may
+# have passed, such as a full disk.
+host_known() {
+    host_unknown || return 0
+    lock_set_up
+    probe_host
+    exec 9>&-
+    ! host_unknown
+}
+
 # unknown_host_text: prints why a run that traces can't be relied on.
 unknown_host_text() {
     printf '%s: %s' "what a trace records with this Wine can't be relied on" \

@@ -19,14 +19,19 @@ PACKAGE_LIST=/var/lib/dpkg/status
 # the next one makes again.
 set_up() {
     up_to_date "$1" && return
+    lock_set_up
+    up_to_date "$1" || make_level "$1"
+    exec 9>&-
+}
+
+# lock_set_up: holds descriptor 9.
+lock_set_up() {
     make_user_data
     { exec 9>"$USER_DATA/setup.lock"; } 2>/dev/null || fail "cannot write to $USER_DATA"
     if ! flock -n 9; then
         say "waiting for another set-up to end"
         flock 9
     fi
-    up_to_date "$1" || make_level "$1"
-    exec 9>&-
 }
 
 # make_user_data: the caller's own folder can't be read by others.
