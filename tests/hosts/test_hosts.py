@@ -176,6 +176,7 @@ def test_a_line_that_nobody_knows_makes_a_trace_fail(strange, expected, mode):
         test_the_package_captures_both_bitnesses_as_this_machine_does(strange, expected, mode)
 
 
+@pytest.mark.whole
 def test_a_wine_that_nobody_knows_is_refused_for_traces_before_the_run(strange):
     caches = {"XDG_CACHE_HOME": f"{HOME}/other"}
     strange.path(f"{HOME}/64.reg").write_bytes(b"before")
