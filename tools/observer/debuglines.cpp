@@ -8,7 +8,7 @@ namespace keyreap {
 namespace {
 
 constexpr std::string_view raisedAbort = "raise (22)"; // SIGABRT
-constexpr std::string_view moduleRange = "module_new => PE ";
+constexpr std::string_view newModule = "module_new => ";
 
 // The number in hexadecimal after a mark in the text; 0 if there is no such mark.
 std::uint64_t NumberAfter(std::string_view text, std::string_view mark) {
@@ -121,7 +121,7 @@ void DebugLines::TakeDebugHelpLine(const std::string& process, Thread& thread, s
         thread.isPresented = true;
         thread.crash = crashes.size();
         crashes.push_back(thread.raised);
-    } else if (text.starts_with(moduleRange)) {
+    } else if (text.starts_with(newModule)) {
         TakeModuleRange(process, text);
     } else if (text.find("_stack_walk Enter: ") != std::string_view::npos && thread.isPresented) {
         auto& frames = crashes[thread.crash].frames;
@@ -133,8 +133,16 @@ void DebugLines::TakeDebugHelpLine(const std::string& process, Thread& thread, s
 }
 
 void DebugLines::TakeModuleRange(const std::string& process, std::string_view text) {
-    const std::uint64_t base = NumberAfter(text, moduleRange);
-    const std::uint64_t size = NumberAfter(text, "-") - base;
+    const std::string_view place = text.substr(0, text.find(" L\""));
+    const std::size_t space = place.rfind(' ');
+    const std::string_view kind = place.substr(0, space);
+    // Later releases than Wine 8 read a module when they need it, and have dashes for its kind until then.
+    if (!kind.ends_with(" PE") && !kind.ends_with(" ---")) {
+        return;
+    }
+    const std::string_view range = place.substr(space);
+    const std::uint64_t base = NumberAfter(range, " ");
+    const std::uint64_t size = NumberAfter(range, "-") - base;
     auto& list = modules[process];
     const auto known = std::find_if(list.rbegin(), list.rend(),
                                     [base](const LoadedModule& module) { return module.base == base; });

@@ -95,6 +95,20 @@ TEST_F(CrashTextTest, KnowsAModuleThatWasThereFromTheStart) {
     EXPECT_EQ(Text(), "access violation (0xC0000005) in ntdll.dll");
 }
 
+TEST_F(CrashTextTest, KnowsAModuleThatIsNotYetRead) {
+    Raise("c0000005", "0000000170000010");
+    DebugHelp("SymInitializeW (FFFFFFFFFFFFFFFF (null) 1)");
+    DebugHelp("module_new => built-in --- 170000000-170361000 L\"C:\\\\windows\\\\system32\\\\ntdll.dll\"");
+    EXPECT_EQ(Text(), "access violation (0xC0000005) in ntdll.dll");
+}
+
+TEST_F(CrashTextTest, TakesNoModuleOfTheHost) {
+    Raise("c0000005", "0000000170000010");
+    DebugHelp("SymInitializeW (FFFFFFFFFFFFFFFF (null) 1)");
+    DebugHelp("module_new => ELF 170000000-170361000 L\"/usr/lib/wine/ntdll.so\"");
+    EXPECT_EQ(Text(), "access violation (0xC0000005) outside of any module, after server.dll was loaded");
+}
+
 TEST_F(CrashTextTest, TakesTheModuleThatWasLoadedLastAtAPlace) {
     Load("Z:\\\\s\\\\second.dll", "00000002CA9D0000", "native");
     Raise("c0000005", "00000002CA9D1401");
