@@ -36,8 +36,8 @@ private:
 // that it didn't use.
 //
 // A server that creates `Software\Wow6432Node\A\B` where the node exists and A doesn't gets a second node in
-// the first one, both in the temporary tree and in the live registry: Wine creates such a path level by
-// level, and `Software` alone leads to the node.
+// the first one, both in the temporary tree and in the live registry: Wine 8 creates such a path level by
+// level, and `Software` alone leads to the node. Wine 10 creates the right key.
 //
 // A key counts as mixed up when the server got another key for its name and that had an effect: a key was
 // created or found that would not have been, a value was written, deleted or found in it, or a key that

@@ -37,9 +37,19 @@ def test_keys_that_were_not_mixed_up_are_not_reported(pool, tmp_path, samples, m
     assert (result.returncode, result.stderr) == (0, "")
 
 
-def test_in_the_live_registry_the_key_that_wine_stored_in_a_second_node_counts(pool, tmp_path):
+def makes_second_node(pool):
+    """Whether this Wine stores a key in a second node when a 32-bit program names the first one. Wine 8 does."""
+    add = "wine 'C:\\windows\\syswow64\\reg.exe' add 'HKLM\\Software\\Wow6432Node\\KeyreapProbe\\Key' /f"
+    query = "wine reg query 'HKLM\\Software\\Wow6432Node\\%sKeyreapProbe'"
+    result = pool.run("bash", "-c", f"{add} && {{ {query % ''} || {query % 'Wow6432Node\\'}; }} | tail -n 1")
+    assert result.returncode == 0 and "KeyreapProbe" in result.stdout
+    return "Wow6432Node\\Wow6432Node" in result.stdout
+
+
+def test_in_the_live_registry_a_key_counts_if_wine_stored_it_in_a_second_node(pool, tmp_path):
     result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode="trace")
-    assert (result.returncode, result.stderr) == (0, LINE % "Wow6432Node\\Keyreap\\Nodes")
+    expected = LINE % "Wow6432Node\\Keyreap\\Nodes" if makes_second_node(pool) else ""
+    assert (result.returncode, result.stderr) == (0, expected)
 
 
 def test_in_the_live_keys_of_the_user_wine_reads_the_node_for_the_plain_name(pool, tmp_path):
