@@ -61,5 +61,5 @@ captures)
     for mode in keyRedir trace both; do capture "$mode"; done
     check_captures
     ;;
-log) [[ -z $KEYREAP_UNPLACED ]] || unknown "its server logs lines that Keyreap doesn't know ($KEYREAP_UNPLACED)" ;;
+log) [[ -z $KEYREAP_UNPLACED ]] || unknown "$KEYREAP_UNPLACED" ;;
 esac

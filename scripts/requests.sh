@@ -18,7 +18,7 @@ mixed_keys_file() {
 }
 
 # unplaced_lines_file PREFIX: where the filter leaves the first line of the log that no known server writes, and the number of
-# such lines in a second line, when the session ends and if there are any.
+# such lines in a second line, when the session ends.
 unplaced_lines_file() {
     printf '%s/unplacedlines' "$1"
 }

@@ -19,8 +19,8 @@
 #   --silent           what the command writes to its standard streams is discarded
 #   --then N WORD...   when the session has ended, this script executes the command of N words, with the status as one
 #                      more. KEYREAP_CRASH says what crashed (--observed), KEYREAP_MIXED_KEYS is what
-#                      --report-mixed-keys would print, and KEYREAP_UNPLACED has the lines of the log that no known
-#                      server writes (--requests)
+#                      --report-mixed-keys would print, and KEYREAP_UNPLACED says why the log can't be
+#                      relied on (--requests)
 #
 # The first line removes the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -101,9 +101,10 @@ else
 fi
 end_session
 take_notes
-mixed_text=$(mixed_keys_text)
+mixed_text=$(mixed_keys_text) unplaced=
+[[ $requests == no ]] || unplaced=$(unplaced_text)
 if ((${#afterwards[@]} > 0)); then
-    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text KEYREAP_UNPLACED=$(unplaced_text) exec "${afterwards[@]}" "$status"
+    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text KEYREAP_UNPLACED=$unplaced exec "${afterwards[@]}" "$status"
 fi
 [[ $mixed == quiet || -z $mixed_text ]] || say "$mixed_text"
 exit "$status"

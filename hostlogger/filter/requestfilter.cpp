@@ -1,9 +1,8 @@
 // requestfilter FILE [REPORT [UNPLACED]]: reads the request log of Wine's server and writes what the trace
 // needs of it to FILE. The server would end if the filter ended, and wait while the filter waits, so the
 // filter reads on whatever becomes of FILE. At the end of the input it writes the keys that the host mixed up
-// to REPORT, a line each, and the first line that no known server writes to UNPLACED, with the number of such
-// lines in a second line; each file only if there is anything to write. Exits with 0, or with 2 if the
-// arguments are others.
+// to REPORT, a line each, if there are any, and to UNPLACED the first line that no known server writes, with
+// the number of such lines in a second line. Exits with 0, or with 2 if the arguments are others.
 #include "hostlogger/filter/keptfile.h"
 #include "hostlogger/filter/keptlines.h"
 #include "hostlogger/filter/mixedreport.h"
@@ -89,10 +88,9 @@ void Filter(keyreap::KeptFile& file, keyreap::KeptLines& requests) {
     }
 }
 
+// Always writes the file: without it the reader knows that this program did not reach the end of the log.
 void WriteUnplaced(const keyreap::UnplacedLines& lines, const char* path) {
-    if (lines.Count() > 0) {
-        std::ofstream(path, std::ios::binary) << lines.First() << '\n' << lines.Count() << '\n';
-    }
+    std::ofstream(path, std::ios::binary) << lines.First() << '\n' << lines.Count() << '\n';
 }
 
 } // namespace

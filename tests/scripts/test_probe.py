@@ -12,9 +12,11 @@ CHECK = ROOT / "build" / "tools" / "capturecheck"
 SAMPLES = ROOT / "build" / "samples"
 
 LINE = "0024: frobnicate_key( hkey=0004 )"
+UNKNOWN = "Wine's server logged a line that Keyreap doesn't know: "
 WORKS = "; the mode keyRedir works, but not for programs; see docs/hosts.md\n"
 REPORT = (
-    "keyreap: the .reg files of traced pairs can't be relied on, since Wine's server logged a line that Keyreap doesn't know: "
+    "keyreap: the .reg files of traced pairs can't be relied on, since "
+    + UNKNOWN
     + LINE
     + WORKS
 )
@@ -83,8 +85,17 @@ def test_without_an_unknown_line_a_run_succeeds(ready_tree, tmp_path):
 
 def test_the_text_has_the_number_of_further_lines():
     script = 'source "%s/scripts/common.sh"; source "%s/scripts/unplaced.sh"; UNPLACED=("$@"); unplaced_text' % (ROOT, ROOT)
-    texts = [run("/bin/bash", "-c", script, "bash", *words).stdout for words in ([], [LINE, 1], [LINE, 3])]
-    assert texts == ["", LINE, LINE + " and 2 more"]
+    texts = [run("/bin/bash", "-c", script, "bash", *words).stdout for words in (["", 0], [LINE, 1], [LINE, 3])]
+    assert texts == ["", UNKNOWN + LINE, UNKNOWN + LINE + " and 2 more"]
+
+
+KILLING = 'pkill -KILL -f "^[^ ]*/requestfilter $WINEPREFIX/"; wine cmd /c exit 5'
+
+
+def test_a_filter_that_was_killed_makes_the_log_unreliable(pool):
+    said = ["bash", "-c", 'printf "%s" "$KEYREAP_UNPLACED"']
+    result = pool.run("--requests", "--then", len(said), *said, "bash", "-c", KILLING)
+    assert result.stdout == "what reads the log of Wine's server didn't reach its end"
 
 
 # A host that the set-up found unknown
@@ -97,7 +108,7 @@ def test_at_an_unknown_host_no_run_that_traces_begins(unknown_tree, other_wine, 
     environment = dict(other_wine, KEYREAP_WORDS=windows(words))
     for modes, pick in [(["trace"], 0), (["both"], 0), ([], 0), (["keyRedir"], 1)]:
         result = capture(unknown_tree, tmp_path, *modes, pick=pick, env=environment)
-        why = "its server logs lines that Keyreap doesn't know (%s)" % LINE
+        why = UNKNOWN + LINE
         assert (result.returncode, result.stdout, result.stderr) == (125, "", TRIAL + REFUSAL % why)
     assert (output.stat(), words.exists()) == (before, False)
 
@@ -150,7 +161,7 @@ def test_the_tests_run_on_an_unknown_host_and_say_so(unknown_tree, other_wine):
     script = 'source "$1/scripts/common.sh"; source "$1/scripts/setup.sh"; make_everything() { make_program; }; set_up test'
     result = run("/bin/bash", "-ec", script, "bash", unknown_tree.folder, env=other_wine)
     assert result.returncode == 0
-    assert result.stderr.splitlines(True)[-1] == REFUSAL % ("its server logs lines that Keyreap doesn't know (%s)" % LINE)
+    assert result.stderr.splitlines(True)[-1] == REFUSAL % (UNKNOWN + LINE)
 
 
 # Which runs trace

@@ -86,11 +86,11 @@ def test_without_a_kept_line_there_is_no_file(filtering):
 
 
 def filtered(tmp_path, lines):
-    """What the filter leaves about unplaced lines at the end of its input; none if there is no file."""
+    """What the filter leaves about unplaced lines at the end of its input."""
     report = tmp_path / "unplaced"
     result = subprocess.run([FILTER, tmp_path / "kept.log", tmp_path / "mixed", report], input=lines, capture_output=True)
     assert (result.returncode, result.stdout, result.stderr) == (0, b"", b"")
-    return report.read_bytes() if report.exists() else None
+    return report.read_bytes()
 
 
 def test_at_the_end_it_leaves_the_first_line_that_no_known_server_writes(tmp_path):

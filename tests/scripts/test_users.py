@@ -134,7 +134,7 @@ OWNER_NEEDED = """
 """
 
 
-def test_what_only_the_owner_of_the_build_can_mend_says_so():
+def test_a_build_that_is_out_of_date_names_its_owner():
     result = bash(OWNER_NEEDED, ROOT)
     owner = (ROOT / "build").owner()
     assert result.returncode == 125
