@@ -111,6 +111,13 @@ def test_no_file_names_the_folder_of_the_build(package, encoding):
     assert wrong == []
 
 
+@pytest.mark.parametrize("bitness", BITNESSES)
+def test_the_type_library_of_the_example_has_no_time_of_its_making(package, bitness):
+    data = (package.tree / LIBRARY / "stage/samples" / bitness / "thermometer.dll").read_bytes()
+    written = re.search(rb"Created by WIDL version \S+ at (.{24})\nW*\x13\0(.{4})", data, re.S)
+    assert written.groups() == (b"Thu Jan  1 00:00:00 1970", bytes(4))
+
+
 def test_native_programs_need_no_library_and_have_no_symbols(package):
     for name in NATIVE_TOOLS:
         headers = output_of("readelf", "--wide", "--dynamic", "--sections", package.tree / LIBRARY / "tools" / name)
