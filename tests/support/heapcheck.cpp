@@ -1,4 +1,5 @@
 // A program of tests that contains this fails each test that damages a heap of the process.
+#include "tests/support/livememory.h"
 #include "tests/support/releasedmemory.h"
 
 #include <windows.h>
@@ -29,7 +30,7 @@ bool AreHeapsWhole() {
 
 class HeapCheck : public testing::EmptyTestEventListener {
     void OnTestEnd(const testing::TestInfo&) override {
-        if (TakeDamage() || !AreHeapsWhole()) {
+        if (TakeDamage() || !IsLiveMemoryWhole() || !AreHeapsWhole()) {
             ADD_FAILURE()
                 << "Memory was damaged: written past, released twice, or written to after its release.";
         }
