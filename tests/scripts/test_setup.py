@@ -4,8 +4,13 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 
 from conftest import ROOT, is_locked, processes_of, run, until, windows
+
+sys.path.insert(0, str(ROOT / "tests" / "support"))
+
+import hive  # noqa: E402
 
 REBUILD = ("_wtoi(words[2])", "_wtoi(words[2]) + 1")
 
@@ -77,9 +82,11 @@ def recording_of(tree):
 
 def test_the_base_has_a_recording_of_starts_for_both_machines():
     lines = (ROOT / "build/wine/start/recording.txt").read_text(encoding="ascii").splitlines()
+    keys = hive.parse(ROOT / "build/wine/base/top/system.reg", "HKEY_LOCAL_MACHINE")
+    set_path = hive.real_path(keys, "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet").removeprefix("HKEY_LOCAL_MACHINE").lower()
     for machine in ("8664", "014c"):
-        set_name = machine + "\tset\t\\registry\\machine\\system\\currentcontrolset\\control\\timezoneinformation\tstandardname"
-        assert lines.count(set_name) == 1
+        name = "\\registry\\machine" + set_path + "\\control\\timezoneinformation\tstandardname"
+        assert lines.count(machine + "\tset\t" + name) == 1
 
 
 def test_a_lost_recording_of_starts_is_made_again(tree):
