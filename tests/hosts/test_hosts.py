@@ -192,17 +192,18 @@ def test_a_wine_that_nobody_knows_is_refused_for_traces_before_the_run(strange):
 OUTSIDE = """
     cp -r /usr/share/doc/keyreap/examples outside
     cmake -S outside -B built -G Ninja -D CMAKE_TOOLCHAIN_FILE=/usr/lib/cmake/Keyreap/mingw.cmake -D KEYREAP_TARGET=x86_64
-    cmake --build built
+    cmake --build built --target thermometer_reg journal_reg
 """
 
 
 @pytest.mark.whole
 def test_the_package_captures_from_a_project_of_cmake(installed):
     installed.succeed("apt-get", "-q", "-y", "install", "--no-install-recommends", "cmake", "ninja-build",
-                      "g++-mingw-w64-x86-64-posix", "mingw-w64-tools")  # fmt: skip
+                      "g++-mingw-w64-x86-64-posix", "mingw-w64-tools", "python3")  # fmt: skip
     installed.succeed("bash", "-ec", OUTSIDE, user=True, folder=HOME)
-    result = next(installed.path(HOME).glob("built/**/thermometer.reg"))
-    assert "Keyreap example: thermometer" in result.read_bytes().decode("utf-16")
+    for server in ("thermometer", "journal"):
+        result = next(installed.path(HOME).glob(f"built/**/{server}.reg"))
+        assert f"Keyreap example: {server}" in result.read_bytes().decode("utf-16")
 
 
 def test_a_purge_leaves_nothing_outside_the_users_caches(installed):
