@@ -17,18 +17,19 @@ host_probed() {
     [[ -f $PROBE/unknown && -f $PROBE/version ]]
 }
 
+# host_unknown: also for a moment while another process replaces the result.
 host_unknown() {
-    [[ -s $PROBE/unknown ]]
+    [[ ! -f $PROBE/unknown || -s $PROBE/unknown ]]
 }
 
-# host_known: whether traces can be relied on. A host that was found unknown is tried again first, since what was wrong may
-# have passed, such as a full disk.
-host_known() {
+# require_known_host: fails unless traces can be relied on. A host that was found unknown is tried again first, since what
+# was wrong may have passed, such as a full disk. Never call it in a condition: a trial that failed would be ignored there.
+require_known_host() {
     host_unknown || return 0
     lock_set_up
     probe_host
     exec 9>&-
-    ! host_unknown
+    ! host_unknown || fail "$(unknown_host_text)"
 }
 
 # unknown_host_text: prints why a run that traces can't be relied on.

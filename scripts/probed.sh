@@ -1,9 +1,9 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
-# Usage: scripts/probed.sh captures|log   (started by probe.sh)
+# Usage: scripts/probed.sh captures|log STATUS   (started by probe.sh)
 # Prints why the host isn't known, as a piece of a sentence, or nothing. `captures`, inside a session, captures a server of
 # each bitness in every mode, and in mode trace also a program that registers nothing. `log`, after the session, looks
-# at what its request log had (KEYREAP_UNPLACED).
+# at what its request log had (KEYREAP_UNPLACED), and at the STATUS of `captures`, which is 0 unless it was ended.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
@@ -43,7 +43,8 @@ values() {
 check_captures() {
     local bitness mode expected
     for bitness in x64 x86; do
-        expected=$(values "$OUT/$bitness.keyRedir")
+        # A missing file has no value either.
+        expected=$(values "$OUT/$bitness.keyRedir") || true
         [[ -n $expected ]] || unknown "in mode keyRedir the $bitness sample server has no value"
         for mode in trace both; do
             [[ $(values "$OUT/$bitness.$mode") == "$expected" ]] ||
@@ -61,5 +62,8 @@ captures)
     for mode in keyRedir trace both; do capture "$mode"; done
     check_captures
     ;;
-log) [[ -z $KEYREAP_UNPLACED ]] || unknown "$KEYREAP_UNPLACED" ;;
+log)
+    [[ -z $KEYREAP_UNPLACED ]] || unknown "$KEYREAP_UNPLACED"
+    (($2 == 0)) || unknown "the trial of the modes ended with $2"
+    ;;
 esac

@@ -127,6 +127,34 @@ def test_an_unknown_host_is_tried_again_by_each_run_that_traces(unknown_tree, ot
     assert capture(unknown_tree, tmp_path, "trace").stderr == ""
 
 
+# A server that can't be started.
+ABSENT_SERVER = "#!/bin/sh\nexit 1\n"
+
+
+def test_a_trial_that_cannot_be_made_leaves_an_unknown_host_unknown(other_wine, tmp_path):
+    tree = new_tree()
+    assert tree.run("status", "0", env=other_wine).returncode == 0
+    server = tmp_path / "wineserver"
+    server.write_text(ABSENT_SERVER)
+    server.chmod(0o755)
+    result = capture(tree, tmp_path, "trace", env=dict(os.environ, KEYREAP_WINESERVER=str(server)))
+    assert result.returncode == 125
+    assert result.stderr.splitlines()[1].startswith("keyreap: trying the modes with this Wine failed; see ")
+    assert capture(tree, tmp_path, "trace", env=other_wine).stderr.startswith(TRIAL)
+    shutil.rmtree(tree.folder)
+
+
+def test_a_trial_without_an_end_has_found_nothing(ready_tree):
+    words = [ready_tree.folder / "scripts" / "probed.sh", "log", "1"]
+    result = run(*words, env=dict(os.environ, KEYREAP_UNPLACED=""))
+    assert (result.returncode, result.stdout) == (0, "the trial of the modes ended with 1\n")
+
+
+def test_a_host_counts_as_unknown_while_its_trial_is_replaced(tree):
+    script = 'source "$1/scripts/common.sh"; source "$1/scripts/setup.sh"; host_unknown'
+    assert run("/bin/bash", "-c", script, "bash", tree.folder).returncode == 0
+
+
 # What the trial looks at
 
 
@@ -137,6 +165,7 @@ def test_an_unknown_host_is_tried_again_by_each_run_that_traces(unknown_tree, ot
         ("\\r\\n\\\"B\\\"=\\\"C\\\"", "", "in mode keyRedir the x64 sample server has no value"),
         ("header);", "header + L\"\\r\\n[HKEY_CLASSES_ROOT\\\\A]\\r\\n\");", "a trace takes what Wine does at the start of a program for what the x64 program does"),
         ("return count < 2 ? -1 : 0;", "return 9;", "in mode keyRedir Keyreap.exe ended with 9 for its sample server"),
+        ('WriteText(words[i + 1], header + L"\\r\\n[', 'WriteText(L"", header + L"\\r\\n[', "in mode keyRedir the x64 sample server has no value"),
     ],
 )  # fmt: skip
 def test_a_host_on_which_a_known_file_gives_another_result_is_unknown(tree, tmp_path, old, new, why):
