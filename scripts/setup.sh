@@ -18,10 +18,15 @@ PACKAGE_LIST=/var/lib/dpkg/status
 # set_up LEVEL: returns at once if all is up to date. Only one set-up runs at a time; what a killed one left half-done,
 # the next one makes again.
 set_up() {
+    local mask
     up_to_date "$1" && return
+    # Other users run what is built, and must not change it.
+    mask=$(umask)
+    umask 022
     lock_set_up
     up_to_date "$1" || make_level "$1"
     exec 9>&-
+    umask "$mask"
 }
 
 # lock_set_up: holds descriptor 9.

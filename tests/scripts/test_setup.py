@@ -6,6 +6,7 @@ import signal
 import subprocess
 import sys
 
+import pytest
 from conftest import ROOT, is_locked, processes_of, run, until, windows
 
 sys.path.insert(0, str(ROOT / "tests" / "support"))
@@ -37,6 +38,23 @@ def test_a_further_run_asks_neither_for_packages_nor_for_builds(ready_tree, tmp_
     result = ready_tree.run("status", "3", env=dict(os.environ, PATH="%s:%s" % (tmp_path, os.environ["PATH"])))
     assert result.returncode == 3
     assert not (tmp_path / "asked").exists()
+
+
+@pytest.mark.parametrize("mask", [0o077, 0o000])
+def test_others_can_use_what_is_built_and_not_change_it(tree, mask):
+    assert tree.run("status", "7", umask=mask).returncode == 7
+    modes = {path: path.lstat().st_mode for path in tree.build.rglob("*") if "pool" not in path.parts and not path.is_symlink()}
+    assert len(modes) > 20
+    assert [path for path, mode in modes.items() if not mode & 0o004 or mode & 0o022] == []
+
+
+def test_a_run_has_the_mask_of_its_caller(tree, tmp_path):
+    # The first run makes the set-up, and the second one finds it.
+    for name in ("one", "two"):
+        file = tmp_path / name
+        environment = dict(os.environ, KEYREAP_WORDS=windows(file))
+        assert tree.run("status", "7", env=environment, umask=0o077).returncode == 7
+        assert oct(file.stat().st_mode & 0o777) == "0o600"
 
 
 def test_statuses_are_the_programs(ready_tree):
