@@ -65,15 +65,14 @@ nothing_newer() {
     [[ -z $(find "${sources[@]}" -cnewer "$2" -print -quit) ]]
 }
 
-# same_packages LEVEL: asks for versions only if the list of all packages has changed since they were asked for.
+# same_packages LEVEL: asks for versions only if the list of all packages has changed since they were asked for. Several
+# runs may do so at once.
 same_packages() {
-    local record=$STAMPS/$1.packages
+    # The time of a change may be some milliseconds early.
+    local record=$STAMPS/$1.packages asked=$((EPOCHSECONDS - 1))
     [[ -f $record ]] || return
     [[ -n $(find "$PACKAGE_LIST" -newercm "$record") ]] || return 0
-    : >"$record.new" || return
-    used_packages "$1" >>"$record.new"
-    # The time is that of the question.
-    cmp -s "$record.new" "$record" && touch -r "$record.new" "$record"
+    [[ $(used_packages "$1") == "$(<"$record")" ]] && touch -d "@$asked" "$record"
 }
 
 # used_packages LEVEL: what the level was made with, a package with its version a line.

@@ -151,6 +151,22 @@ def test_another_package_of_the_machine_rebuilds_nothing(ready_tree):
     assert (result.returncode, result.stderr) == (7, "")
 
 
+# Reports all as it is, and takes its time.
+SLOW_QUESTION = """#!/bin/sh
+    sleep 0.3
+    exec /usr/bin/dpkg-query "$@"
+"""
+
+
+def test_runs_at_once_after_another_package_rebuild_nothing(ready_tree, tmp_path):
+    (tmp_path / "dpkg-query").write_text(SLOW_QUESTION)
+    (tmp_path / "dpkg-query").chmod(0o755)
+    questioned_again(ready_tree)
+    environment = dict(os.environ, PATH="%s:%s" % (tmp_path, os.environ["PATH"]))
+    runs = [ready_tree.start("status", "7", env=environment) for _ in range(2)]
+    assert [run.communicate() + (run.returncode,) for run in runs] == [("", "", 7)] * 2
+
+
 def test_another_version_of_the_compiler_builds_everything_again(tree, tmp_path):
     assert tree.run("status", "7").returncode == 7
     program = tree.build / "x64" / "extract" / "Keyreap.exe"
