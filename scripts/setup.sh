@@ -156,7 +156,16 @@ level_packages() {
     install_packages "${needed[@]}"
 }
 
+# make_wine: the modules of another user are not replaced.
 make_wine() {
+    modules_ready || WINE_MODULES=$WINE_HOME/modules
+    check_wine_folders
     modules_ready || step wine-modules "unpacking Wine's 32-bit modules, after a download of 100 MB" make_modules
     base_ready || step wine-base "making the Wine prefix, which takes some 15 seconds" make_base
+}
+
+# check_wine_folders: Wine separates folders by colons, and a session reads its variables line by line.
+check_wine_folders() {
+    [[ $WINE_MODULES != *:* && $WINE_HOME != *$'\n'* ]] ||
+        fail "$WINE_HOME has a colon or a line break in its path, which Wine's variables can't have"
 }

@@ -51,7 +51,6 @@ END
 # is continued.
 make_modules() {
     local new=$WINE_HOME/modules.new version options
-    WINE_MODULES=$WINE_HOME/modules
     version=$(wine_version)
     options=(-o APT::Architecture=i386 -o APT::Architectures=i386 -o APT::Sandbox::User=root
         -o Dir::State::Lists="$new/lists" -o Dir::Cache="$new/cache")

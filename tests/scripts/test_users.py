@@ -124,6 +124,31 @@ def test_a_caller_without_a_home_has_a_reason(user):
     assert "XDG_CACHE_HOME" in result.stderr and len(result.stderr.splitlines()) == 1
 
 
+# The set-up of a user for whom the modules of the one who built are of another version.
+OWN_MODULES = """
+    source "$1/scripts/common.sh"
+    USER_DATA=$2 LOGS=$2
+    source "$1/scripts/setup.sh"
+    wine_version() { echo 99.1; }
+    make_modules() { :; }
+    make_base() { printf '%s\\n' "$WINE_MODULES"; }
+    make_wine
+"""
+
+
+def test_a_users_own_prefix_is_made_with_the_users_own_modules(tmp_path):
+    result = bash("set -e;" + OWN_MODULES, ROOT, tmp_path)
+    assert result.returncode == 0, result.stderr
+    assert (tmp_path / "wine-base.log").read_text() == f"{tmp_path}/wine/modules\n"
+
+
+def test_a_folder_for_modules_that_wine_cannot_find_is_refused(tmp_path):
+    folder = tmp_path / "a:b"
+    result = bash("set -e;" + OWN_MODULES, ROOT, folder)
+    assert result.returncode == 125
+    assert result.stderr == f"keyreap: {folder}/wine has a colon or a line break in its path, which Wine's variables can't have\n"
+
+
 OWNER_NEEDED = """
     source "$1/scripts/common.sh"
     source "$1/scripts/setup.sh"
