@@ -33,15 +33,16 @@ program_sources() {
 
 # check_owner: fails unless the caller may build.
 check_owner() {
-    [[ $USER_DATA == "$BUILD" ]] ||
-        fail "what is built in $BUILD is out of date; $(stat -c %U "$BUILD"), who built it, has to run $ROOT/keyreap once"
+    [[ $USER_DATA != "$BUILD" ]] || return 0
+    [[ -e $BUILD ]] || fail "nothing is built in $ROOT yet; $(stat -c %U "$ROOT"), who owns it, has to run $ROOT/keyreap once"
+    fail "what is built in $BUILD is out of date; $(stat -c %U "$BUILD"), who built it, has to run $ROOT/keyreap once"
 }
 
 # built_by_owner: another user's build is up to date.
 built_by_owner() {
     local stamp
     program_there && [[ $USER_DATA != "$BUILD" ]] || return
-    for stamp in "$BUILD"/stamps/{run,test,examples,bench}; do
+    for stamp in "$BUILD"/stamps/{run,test,examples,bench,package}; do
         [[ ! -f $stamp ]] || ! nothing_newer run "$stamp" || return 0
     done
     return 1

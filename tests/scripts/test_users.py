@@ -158,6 +158,31 @@ OWNER_NEEDED = """
 """
 
 
+def test_a_checkout_in_which_nothing_is_built_names_its_owner(tmp_path):
+    shutil.copytree(ROOT / "scripts", tmp_path / "scripts")
+    result = bash(OWNER_NEEDED, tmp_path)
+    assert result.returncode == 125
+    assert result.stderr == (
+        f"keyreap: nothing is built in {tmp_path} yet; {tmp_path.owner()}, who owns it, has to run {tmp_path}/keyreap once\n"
+    )
+
+
+BUILT_AT = """
+    source "$1/scripts/common.sh"
+    source "$1/scripts/setup.sh"
+    program_there() { :; }
+    nothing_newer() { [[ -f $2 ]]; }
+    BUILD=$2 USER_DATA=/elsewhere
+    mkdir -p "$2/stamps" && touch "$2/stamps/$3"
+    built_by_owner
+"""
+
+
+@pytest.mark.parametrize("level, built", [("run", True), ("package", True), ("wine", False), ("fuzz", False)])
+def test_every_level_that_builds_the_program_serves_other_users(tmp_path, level, built):
+    assert (bash(BUILT_AT, ROOT, tmp_path, level).returncode == 0) == built
+
+
 def test_a_build_that_is_out_of_date_names_its_owner():
     result = bash(OWNER_NEEDED, ROOT)
     owner = (ROOT / "build").owner()
