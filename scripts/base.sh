@@ -11,12 +11,12 @@ make_base() {
     fi
 }
 
-# copy_shared_base: the version is written last, as base_untouched needs it.
+# copy_shared_base: the copy is the caller's, also that by root. The version is written last, as base_untouched needs it.
 copy_shared_base() {
     local new=$WINE_HOME/base.new
     rm -rf "$new"
     mkdir -p "$WINE_HOME"
-    flock -s "$SHARED_WINE/base.lock" cp -a --reflink=auto "$SHARED_WINE/base" "$new"
+    flock -s "$SHARED_WINE/base.lock" cp -a --no-preserve=ownership --reflink=auto "$SHARED_WINE/base" "$new"
     rm "$new/version"
     base_version >"$new/version"
     publish_base "$new"

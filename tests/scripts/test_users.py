@@ -183,6 +183,26 @@ def test_every_level_that_builds_the_program_serves_other_users(tmp_path, level,
     assert (bash(BUILT_AT, ROOT, tmp_path, level).returncode == 0) == built
 
 
+# A base of the owner of the build, which is another user if the caller is root.
+SHARED_BASE = """
+    source "$1/scripts/common.sh"
+    USER_DATA=$2/own
+    source "$1/scripts/setup.sh"
+    SHARED_WINE=$2/shared
+    mkdir -p "$SHARED_WINE"/base/{drive_c,top,classless} && touch "$SHARED_WINE/base.lock" "$SHARED_WINE/base/drive_c/file"
+    base_version >"$SHARED_WINE/base/version"
+    ((EUID != 0)) || chown -R "$3:$3" "$SHARED_WINE"
+    copy_shared_base
+    base_ready
+    find "$WINE_BASE" -printf '%u\\n' | sort -u
+"""
+
+
+def test_a_users_copy_of_the_base_belongs_to_the_user(tmp_path):
+    result = bash("set -e;" + SHARED_BASE, ROOT, tmp_path, NOBODY)
+    assert (result.returncode, result.stdout) == (0, tmp_path.owner() + "\n"), result.stderr
+
+
 def test_a_build_that_is_out_of_date_names_its_owner():
     result = bash(OWNER_NEEDED, ROOT)
     owner = (ROOT / "build").owner()
