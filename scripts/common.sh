@@ -53,7 +53,8 @@ fail() {
 }
 
 # step NAME TEXT COMMAND...: prints one line of progress; COMMAND's output goes to the log NAME, and a failure ends the
-# script with the log's path. After a comma the TEXT of a long step says how long it takes. Never call it in a condition: a failure inside COMMAND would be ignored there.
+# script with the log's path. After a comma the TEXT of a long step says how long it takes. Never call it in a condition: a
+# failure inside COMMAND would be ignored there.
 step() {
     local name=$1 text=$2 status
     shift 2
