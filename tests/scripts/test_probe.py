@@ -131,8 +131,7 @@ def test_an_unknown_host_is_tried_again_by_each_run_that_traces(unknown_tree, ot
 ABSENT_SERVER = "#!/bin/sh\nexit 1\n"
 
 
-def test_a_trial_that_cannot_be_made_leaves_an_unknown_host_unknown(other_wine, tmp_path):
-    tree = new_tree()
+def test_a_trial_that_cannot_be_made_leaves_an_unknown_host_unknown(tree, other_wine, tmp_path):
     assert tree.run("status", "0", env=other_wine).returncode == 0
     server = tmp_path / "wineserver"
     server.write_text(ABSENT_SERVER)
@@ -141,7 +140,6 @@ def test_a_trial_that_cannot_be_made_leaves_an_unknown_host_unknown(other_wine, 
     assert result.returncode == 125
     assert result.stderr.splitlines()[1].startswith("keyreap: trying the modes with this Wine failed; see ")
     assert capture(tree, tmp_path, "trace", env=other_wine).stderr.startswith(TRIAL)
-    shutil.rmtree(tree.folder)
 
 
 def test_a_trial_without_an_end_has_found_nothing(ready_tree):
