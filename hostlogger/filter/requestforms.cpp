@@ -3,10 +3,12 @@
 #include "hostlogger/filter/logline.h"
 #include "hostlogger/filter/servernames.h"
 #include "hostlogger/requestline.h"
+#include "hostlogger/requeststatus.h"
 #include "hostlogger/requestwords.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <span>
 
 namespace keyreap {
@@ -75,11 +77,31 @@ constexpr std::array requestForms = {
 };
 static_assert(std::ranges::is_sorted(requestForms, {}, &RequestForm::name));
 
-// As the tracker reads it: hexadecimal, of at most 32 bits. Some fields are signed.
+// As the tracker reads it: hexadecimal, of at most 32 bits.
 bool IsNumber(std::string_view value) {
     constexpr std::size_t mostDigits = 8;
-    value.remove_prefix(value.starts_with('-') ? 1 : 0);
     return !value.empty() && value.size() <= mostDigits && std::ranges::all_of(value, IsHexDigit);
+}
+
+// Whether there is a quote without an escape.
+bool HasQuote(std::string_view text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '"') {
+            return true;
+        }
+        at += text[at] == '\\' ? 1 : 0;
+    }
+    return false;
+}
+
+// L"...", as the tracker decodes it.
+bool IsText(std::string_view value) {
+    constexpr std::string_view begin = "L\"";
+    if (value.size() <= begin.size() || !value.starts_with(begin) || !value.ends_with('"')) {
+        return false;
+    }
+    const std::string_view text = QuotedValue(value);
+    return HasKnownEscapes(text) && !HasQuote(text);
 }
 
 bool HasFields(std::string_view fields, NeededFields needed);
@@ -91,7 +113,7 @@ bool HasForm(std::string_view value, FieldForm form) {
     case FieldForm::numbers:
         return std::ranges::all_of(value, [](char letter) { return letter == ',' || IsHexDigit(letter); });
     case FieldForm::text:
-        return value.size() >= 3 && value.starts_with("L\"") && value.ends_with('"');
+        return IsText(value);
     case FieldForm::attributes:
         return value.empty() || HasFields(value, attributesFields);
     case FieldForm::image:
@@ -119,11 +141,30 @@ bool HasReplyForm(std::string_view reply, NeededFields needed) {
     if ((!fields.empty() && !hasFields) || !(IsNumber(status) || IsServerStatus(status))) {
         return false;
     }
-    const bool succeeded = status == "0" || status == "OBJECT_NAME_EXISTS";
+    const std::uint32_t number = ServerStatus(status);
+    const bool succeeded = number == 0 || number == statusObjectNameExists;
     return !succeeded || HasFields(hasFields ? fields.substr(1, fields.size() - 2) : "", needed);
 }
 
 } // namespace
+
+bool HasKnownEscapes(std::string_view text) {
+    constexpr std::string_view known = "\\\"[]abtnvfre01234567";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        constexpr unsigned char last = 0x7F;
+        if (text[at] < ' ' || static_cast<unsigned char>(text[at]) > last) {
+            return false;
+        }
+        if (text[at] == '\\') {
+            const std::string_view escape = text.substr(++at, 2);
+            const bool isHex = escape.size() == 2 && escape[0] == 'x' && IsHexDigit(escape[1]);
+            if (!isHex && (escape.empty() || known.find(escape[0]) == std::string_view::npos)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
 
 bool HasNeededForm(std::string_view name, std::string_view afterName) {
     constexpr std::string_view replied = "() = ";

@@ -9,4 +9,7 @@ namespace keyreap {
 // True for a request that the filter doesn't keep.
 bool HasNeededForm(std::string_view name, std::string_view afterName);
 
+// Whether a text of the server is ASCII, with escapes that UnescapeServerText decodes alone.
+bool HasKnownEscapes(std::string_view text);
+
 } // namespace keyreap

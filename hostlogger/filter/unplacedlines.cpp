@@ -76,6 +76,11 @@ bool StartsWithAny(std::string_view line, const Starts& starts) {
     return std::ranges::any_of(starts, [&](std::string_view start) { return line.starts_with(start); });
 }
 
+// Whether the tracker reads the line.
+bool IsRealPath(std::string_view line) {
+    return line.starts_with(requestword::openedKey) || line.starts_with(requestword::createdKey);
+}
+
 // The rest of a line about a key, from its path on; empty for any other line.
 std::string_view FromKeyPath(std::string_view line) {
     const auto found =
@@ -152,7 +157,7 @@ bool UnplacedLines::IsPlacedServerLine(std::string_view line) {
     if (const std::string_view path = FromKeyPath(line); !path.empty()) {
         dataContinues = path.ends_with('\\');
         nameContinues = false;
-        return path.starts_with(rootKey);
+        return path.starts_with(rootKey) && (!IsRealPath(line) || HasKnownEscapes(path));
     }
     ended = line.starts_with(serverEnds);
     return line.empty() || StartsWithAny(line, messages);

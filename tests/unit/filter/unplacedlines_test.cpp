@@ -68,7 +68,7 @@ TEST(UnplacedLines, KeptRequestsWithTheFieldsThatTheTrackerReadsArePlaced) {
         R"(0024: open_key( parent=0000, access=00020019, attributes=00000040, name=L"\\Registry" ))",
         "0024: open_process( pid=0020, access=00001000, attributes=00000000 )",
         R"(0024: rename_key( hkey=0004, name=L"B" ))",
-        "0024: set_handle_info( handle=0004, flags=-1, mask=0 )",
+        "0024: set_handle_info( handle=0004, flags=1, mask=0 )",
         R"(0024: set_key_value( hkey=0034, type=4, namelen=2, name=L"V", data={05,00,00,00} ))",
     });
 }
@@ -100,6 +100,25 @@ TEST(UnplacedLines, AFieldInAnotherFormIsUnplaced) {
                     "0024: close_handle( handle=000000034 )", "0024: delete_key( hkey=0004:1 )",
                     R"(0024: rename_key( hkey=0004, name="B" ))", "0024: rename_key( hkey=0004, name=L )",
                     R"(0024: new_process( parent_process=0000, flags=00000004, handles={a,handle=4} ))"});
+}
+
+TEST(UnplacedLines, ATextWithOtherEscapesIsUnplaced) {
+    ExpectPlaced({R"(0024: rename_key( hkey=0004, name=L"\"\\[\[\]\a\b\t\n\v\f\r\e\0\177\x7f\xd800 ~}" ))",
+                  "0024: rename_key( hkey=0004, name=L\"\x7F\" )"});
+    ExpectUnplaced(
+        {R"(0024: rename_key( hkey=0004, name=L"\u00e9" ))", R"(0024: rename_key( hkey=0004, name=L"\x" ))",
+         R"(0024: rename_key( hkey=0004, name=L"\8" ))", "0024: rename_key( hkey=0004, name=L\"\xC3\xA9\" )",
+         R"(0024: rename_key( hkey=0004, name=L"a"b" ))", R"(0024: rename_key( hkey=0004, name=L"a\" ))",
+         R"(Create key REGISTRY\\A\u00e9)", "Open key REGISTRY\\\\\xC3\xA9"});
+}
+
+TEST(UnplacedLines, ANumberThatTheTrackerWouldNotReadIsUnplaced) {
+    ExpectUnplaced({"0024: set_handle_info( handle=0004, flags=-1, mask=1 )", "0024: delete_key( hkey=-4 )"});
+}
+
+TEST(UnplacedLines, ASuccessMayBeANumber) {
+    ExpectPlaced({"0024: create_key() = 40000000 { hkey=0004 }"});
+    ExpectUnplaced({"0024: create_key() = 00000000 { key=0004 }", "0024: create_key() = 40000000 { }"});
 }
 
 TEST(UnplacedLines, AKeptRequestWithoutItsBracketsIsUnplaced) {
