@@ -3,6 +3,7 @@
 #include "hostlogger/filter/logline.h"
 #include "hostlogger/filter/requestforms.h"
 #include "hostlogger/filter/servernames.h"
+#include "hostlogger/requestline.h"
 #include "hostlogger/requestwords.h"
 
 #include <algorithm>
@@ -88,14 +89,25 @@ std::string_view FromKeyPath(std::string_view line) {
     return found != keyLines.end() ? line.substr(found->size()) : std::string_view{};
 }
 
-bool EndsRequest(std::string_view line) {
-    return line.ends_with(" )") || line.ends_with(" }");
+bool EndsName(std::string_view line) {
+    return line.ends_with("\" )") || line.ends_with("\" }");
 }
 
 // Whether a request or reply ends within the name of a Unix file, in which the server leaves a line break as
-// it is.
-bool EndsWithinName(std::string_view text) {
-    return !EndsRequest(text) && text.find("=\"") != std::string_view::npos;
+// it is. Such a name is the last field, in quotes without an L. `afterName` is the line from the bracket on.
+bool EndsWithinName(std::string_view afterName) {
+    if (EndsName(afterName) || afterName.find("=\"") == std::string_view::npos) {
+        return false;
+    }
+    const std::string_view begin = afterName.starts_with("()") ? "{ " : "( ";
+    const std::size_t start = std::min(afterName.find(begin), afterName.size() - begin.size());
+    RequestFields field(afterName.substr(start + begin.size()));
+    while (field.Next()) {
+        if (field.Value().starts_with('"')) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // The bytes of a value are on several lines. All but the last line end with a backslash.
@@ -149,7 +161,7 @@ bool UnplacedLines::IsPlacedThreadLine(std::string_view line, std::string_view t
     const bool isCut = line.size() >= maximumLineLength;
     const bool placed = isCut || HasNeededForm(name, text.substr(bracket));
     dataContinues = false;
-    nameContinues = placed && !isCut && EndsWithinName(text);
+    nameContinues = placed && !isCut && EndsWithinName(text.substr(bracket));
     return placed;
 }
 
@@ -169,7 +181,7 @@ bool UnplacedLines::IsContinuation(std::string_view line) {
         return true;
     }
     const bool inName = nameContinues;
-    nameContinues = inName && !EndsRequest(line);
+    nameContinues = inName && !EndsName(line);
     return inName;
 }
 

@@ -188,7 +188,13 @@ TEST(UnplacedLines, TheFurtherLinesOfAValueArePlaced) {
 TEST(UnplacedLines, TheNameOfAUnixFileMayHaveLineBreaks) {
     ExpectPlaced({R"(0024: create_file( access=1, filename="/tmp/a)", "b", "0024: c\" )", "0024: flush( )"});
     ExpectPlaced({R"(0024: get_handle_unix_name() = 0 { name_len=9, name="/tmp/a)", "b\" }"});
+    ExpectPlaced({R"(0024: create_file( filename="/tmp/a ))", R"(b" ))"});
+    ExpectPlaced({R"(0024: create_file( filename="/tmp/a" ))", "0024: flush( )"});
+    ExpectPlaced({R"(0024: get_handle_unix_name() = 0 { name_len=9, name="/tmp/a })", "b )", R"(c" })"});
     EXPECT_EQ(Checked({R"(0024: create_file( filename="/tmp/a)", "b\" )", "c"}).First(), "c");
+    EXPECT_EQ(Checked({R"(0024: create_file( attrs=00000000, objattr={}, filename="" ))", "c"}).First(), "c");
+    EXPECT_EQ(Checked({R"(0024: set_key_value( hkey=0034, name=L"=", data={05} ))", "c"}).First(), "c");
+    EXPECT_EQ(Checked({R"(0024: create_event( objattr={name=L""}, count={1} ))", "c"}).First(), "c");
 }
 
 TEST(UnplacedLines, TheServersOwnMessagesArePlaced) {
