@@ -33,7 +33,8 @@ constexpr std::array<std::string_view, 9> keyLines = {
 constexpr std::string_view rootKey = "REGISTRY";
 
 // How the servers' other messages begin.
-constexpr std::array<std::string_view, 34> messages = {
+constexpr std::array<std::string_view, 35> messages = {
+    "ERROR: ld.so: ", // of the loader, which starts the server
     "wineserver: ",
     "system.reg:",
     "userdef.reg:",

@@ -211,6 +211,12 @@ TEST(UnplacedLines, OtherLinesAreUnplaced) {
                     " ", "0024", "0024: "});
 }
 
+TEST(UnplacedLines, TheLoadersWarningsArePlaced) {
+    ExpectPlaced(
+        {"ERROR: ld.so: object 'libsnoop.so' from /etc/ld.so.preload cannot be preloaded (cannot open "
+         "shared object file): ignored."});
+}
+
 TEST(UnplacedLines, AfterTheEndOfTheServerNothingCounts) {
     ExpectPlaced({"wineserver: exiting (pid=17)", "0x55d0:1: Directory", "  what it has"});
 }
