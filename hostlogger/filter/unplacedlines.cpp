@@ -123,7 +123,8 @@ bool IsDataLine(std::string_view line) {
 std::string Shown(std::string_view line) {
     constexpr std::size_t mostShown = 200;
     const bool continues = line.starts_with(' ') || line.starts_with('\t');
-    const std::size_t open = continues ? 0 : std::min(line.find_first_of("\"{"), line.size());
+    const std::string_view marks = AfterThread(line).empty() ? "\"{=" : "\"{";
+    const std::size_t open = continues ? 0 : std::min(line.find_first_of(marks), line.size());
     std::string shown(line.substr(0, std::min(open, mostShown)));
     std::ranges::replace_if(
         shown, [](char letter) { return letter < ' ' || letter > '~'; }, '?');

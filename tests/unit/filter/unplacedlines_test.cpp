@@ -241,6 +241,9 @@ TEST(UnplacedLines, TextsAndListsAreNotShown) {
               "0024: new_child( flags=0, cmdline=L...");
     EXPECT_EQ(Checked({"0024: set_data( hkey=0004, data={41,00} )"}).First(),
               "0024: set_data( hkey=0004, data=...");
+    EXPECT_EQ(Checked({R"(Move key REGISTRY\\A value @=dword:00736563)"}).First(),
+              R"(Move key REGISTRY\\A value @...)");
+    EXPECT_EQ(Checked({"Environment: A=secret"}).First(), "Environment: A...");
     EXPECT_EQ(Checked({"  73,65,63;"}).First(), "...");
     EXPECT_EQ(Checked({"\t73,65,63"}).First(), "...");
 }
