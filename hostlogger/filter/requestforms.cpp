@@ -16,6 +16,7 @@ namespace {
 
 enum class FieldForm {
     number,
+    handle,     // a number that isn't 0
     numbers,    // a list in braces
     text,       // L"..."
     attributes, // a structure that names a key; may be empty
@@ -33,6 +34,7 @@ constexpr std::array imageFields = {NeededField{"machine"}, NeededField{"image_f
 
 constexpr std::array handle = {NeededField{"handle"}};
 constexpr std::array key = {NeededField{"hkey"}};
+constexpr std::array foundKey = {NeededField{"hkey", FieldForm::handle}};
 constexpr std::array keyAndName = {NeededField{"hkey"}, NeededField{"name", FieldForm::text}};
 constexpr std::array createdKey = {NeededField{"access"}, NeededField{"objattr", FieldForm::attributes}};
 constexpr std::array openedKey = {NeededField{"parent"}, NeededField{"access"}, NeededField{"attributes"},
@@ -59,7 +61,7 @@ struct RequestForm {
 
 constexpr std::array requestForms = {
     RequestForm{requestword::closeHandle, handle},
-    RequestForm{requestword::createKey, createdKey, key},
+    RequestForm{requestword::createKey, createdKey, foundKey},
     RequestForm{requestword::deleteKey, key},
     RequestForm{requestword::deleteValue, keyAndName},
     RequestForm{requestword::duplicateHandle, duplication, handle},
@@ -69,7 +71,7 @@ constexpr std::array requestForms = {
     RequestForm{requestword::firstThread, {}, processId},
     RequestForm{requestword::newProcess, newProcess, processAndHandle},
     RequestForm{requestword::newThread, process, threadId},
-    RequestForm{requestword::openKey, openedKey, key},
+    RequestForm{requestword::openKey, openedKey, foundKey},
     RequestForm{requestword::openProcess, processId, handle},
     RequestForm{requestword::renameKey, keyAndName},
     RequestForm{requestword::setHandleInfo, handleFlags},
@@ -110,6 +112,8 @@ bool HasForm(std::string_view value, FieldForm form) {
     switch (form) {
     case FieldForm::number:
         return IsNumber(value);
+    case FieldForm::handle:
+        return IsNumber(value) && NumberValue(value) != 0;
     case FieldForm::numbers:
         return std::ranges::all_of(value, [](char letter) { return letter == ',' || IsHexDigit(letter); });
     case FieldForm::text:

@@ -55,6 +55,7 @@ TEST(UnplacedLines, KeptRequestsWithTheFieldsThatTheTrackerReadsArePlaced) {
         R"(sd={},name=L"A\"}, \\ \x20ac"}, class=L"" ))",
         R"(0024: create_key( access=000f003f, options=00000000, objattr={}, class=L"" ))",
         "0024: delete_key( hkey=0004 )",
+        "0024: delete_key( hkey=0000 )",
         R"(0024: delete_key_value( hkey=0004, name=L"" ))",
         "0024: dup_handle( src_process=ffffffff, src_handle=0004, dst_process=ffffffff, access=00000000, "
         "attributes=00000000, options=00000002 )",
@@ -149,7 +150,8 @@ TEST(UnplacedLines, ASuccessfulReplyWithoutWhatTheTrackerReadsIsUnplaced) {
                     "0024: get_mapping_info() = 0 { image={machine=014c} }",
                     "0024: get_mapping_info() = 0 { }", "0024: init_first_thread() = 0 { tid=0024 }",
                     "0024: new_process() = 0 { pid=00ec }", "0024: new_thread() = 0 { handle=0064 }",
-                    "0024: open_key() = 0 { hkey=zz }", "0024: open_process() = 0 { }"});
+                    "0024: open_key() = 0 { hkey=zz }", "0024: open_key() = 0 { hkey=0000 }",
+                    "0024: create_key() = OBJECT_NAME_EXISTS { hkey=0000 }", "0024: open_process() = 0 { }"});
 }
 
 TEST(UnplacedLines, AReplyWithAnUnknownStatusIsUnplaced) {
