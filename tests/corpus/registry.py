@@ -6,6 +6,16 @@ LINK = 6
 
 USER = "HKEY_USERS\\S-1-5-21-0-0-0-1000"
 
+CURRENT_SET, FIRST_SET = ("hkey_local_machine\\system\\" + name for name in ("currentcontrolset", "controlset001"))
+
+
+def by_current_set(sections):
+    """Where the current control set is a link, its keys under the name that captures have."""
+    if any(path.startswith(CURRENT_SET + "\\") for path in sections):
+        return sections
+    names = {path: CURRENT_SET + path.removeprefix(FIRST_SET) for path in sections if path.startswith(FIRST_SET + "\\")}
+    return {names.get(path, path): lines for path, lines in sections.items() if path != FIRST_SET}
+
 
 class Registry:
     """Keys by their lower-cased paths. Values are parsed only when they are requested."""
@@ -13,7 +23,8 @@ class Registry:
     def __init__(self, folder):
         named = hive.sections(folder / "machine", "HKEY_LOCAL_MACHINE")
         named.update(hive.sections(folder / "users", "HKEY_USERS"))
-        self.sections = {path.replace(USER, "HKEY_CURRENT_USER").lower(): lines for path, lines in named.items()}
+        sections = {path.replace(USER, "HKEY_CURRENT_USER").lower(): lines for path, lines in named.items()}
+        self.sections = by_current_set(sections)
         self.keys = {parent for path in self.sections for parent in hive.with_parents(path)}
 
     def lines(self, key):

@@ -58,6 +58,24 @@ def registered(registry, captured_text, line, key=CLASS, bitness="x64"):
     return proofs.same_as_registered(capture, bitness, registry(), registry("[%s] 1\n%s\n" % (key, line)))
 
 
+NUMBERED = '[System\\\\ControlSet001\\\\Control\\\\Print] 1\n"A"="x"\n'
+LINK_TO_IT = "[System\\\\CurrentControlSet] 1\n#link\n"
+CURRENT = '[System\\\\CurrentControlSet\\\\Control] 1\n"A"="y"\n'
+
+
+def test_a_current_control_set_that_is_a_link_has_the_keys_of_its_target(registry):
+    key = "hkey_local_machine\\system\\currentcontrolset\\control\\print"
+    read = registry(NUMBERED + LINK_TO_IT)
+    assert read.values(key) == {"a": text("x")}
+    assert not [path for path in read.keys if "controlset001" in path]
+
+
+def test_a_current_control_set_of_its_own_stays_apart_from_the_numbered_one(registry):
+    read = registry(NUMBERED + CURRENT)
+    assert read.values("hkey_local_machine\\system\\currentcontrolset\\control") == {"a": text("y")}
+    assert read.values("hkey_local_machine\\system\\controlset001\\control\\print") == {"a": text("x")}
+
+
 def test_equal_sides_have_no_difference(registry):
     assert registered(registry, "server", '@="server"') == []
 
