@@ -105,7 +105,7 @@ def installed(request, place, package):
 
 def files_of(root):
     """The paths of all files but those of users and of the package manager."""
-    left_out = ["/home", "/root", "/var/lib/apt", "/var/cache", "/var/log", "/var/lib/dpkg", "/tmp", "/proc", "/dev", "/sys", "/run"]
+    left_out = ["/home", "/root", "/mnt", "/var/lib/apt", "/var/cache", "/var/log", "/var/lib/dpkg", "/tmp", "/proc", "/dev", "/sys", "/run"]
     prune = [word for folder in left_out for word in ("-path", folder, "-prune", "-o")]
     return set(root.succeed("find", "/", *prune, "-print").splitlines())
 

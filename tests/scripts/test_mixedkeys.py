@@ -41,7 +41,8 @@ def makes_second_node(pool):
     """Whether this Wine stores a key in a second node when a 32-bit program names the first one. Wine 8 does."""
     add = "wine 'C:\\windows\\syswow64\\reg.exe' add 'HKLM\\Software\\Wow6432Node\\KeyreapProbe\\Key' /f"
     query = "wine reg query 'HKLM\\Software\\Wow6432Node\\%sKeyreapProbe'"
-    result = pool.run("bash", "-c", f"{add} && {{ {query % ''} || {query % 'Wow6432Node\\'}; }} | tail -n 1")
+    queries = [query % node for node in ("", "Wow6432Node\\")]
+    result = pool.run("bash", "-c", "%s && { %s || %s; } | tail -n 1" % (add, *queries))
     assert result.returncode == 0 and "KeyreapProbe" in result.stdout
     return "Wow6432Node\\Wow6432Node" in result.stdout
 
