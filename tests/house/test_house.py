@@ -19,6 +19,7 @@ ARROWS = {
     "hostlogger": {"etl", "text", "os"},
     "etl": {"text", "os"},
     "registry": {"regfile", "core", "text", "os"},
+    "regmodel": {"regfile", "text"},
     "regfile": {"file", "text"},
     "pe": {"file", "core", "text", "os"},
     "file": {"core", "text", "os"},
@@ -30,7 +31,7 @@ ARROWS = {
 }
 
 # Where the sources of the program and of the host's logger are.
-HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "pe", "platform")
+HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "regmodel", "pe", "platform")
 
 # The headers of C that pure files may include; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}

@@ -5,8 +5,9 @@ import re
 HEADER = "\ufeffWindows Registry Editor Version 5.00\r\n"
 
 KEY = re.compile(r"\r\n\[(.*)\]\r\n")
-NAME = re.compile(r'@=|"((?:[^"\\]|\\.)*)"=')
-TEXT = re.compile(r'"((?:[^"\\]|\\["\\])*)"\r\n')
+# A lone backslash or quote at the start of a name or text has no backslash before it.
+NAME = re.compile(r'@=|"((?:[^"\\]|\\["\\])*|["\\][^"\\]*)"=')
+TEXT = re.compile(r'"((?:[^"\\]|\\["\\])*|["\\][^"\\]*)"\r\n')
 NUMBER = re.compile(r"dword:([0-9a-f]{8})\r\n")
 PAIRS = re.compile(r"hex(?:\(([0-9a-f]+)\))?:((?:[0-9a-f]{2}(?:,(?:\\\r\n  )?[0-9a-f]{2})*)?)\r\n")
 EMPTY = re.compile(r"hex\(([27])\):,00,00\r\n")
@@ -22,7 +23,7 @@ class NotRead(Exception):
 
 
 def unescaped(text):
-    return re.sub(r"\\(.)", r"\1", text)
+    return re.sub(r'\\(["\\])', r"\1", text)
 
 
 def parsed_text(found):

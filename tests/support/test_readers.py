@@ -40,6 +40,11 @@ def test_numbers_and_hexadecimal_pairs_become_bytes():
     assert values_in(body) == {"a": (4, b"\xcd\xab\0\0"), "b": (3, b""), "c": (3, b"\1\2"), "d": (2, b"a\0\0\0")}
 
 
+def test_a_lone_backslash_or_quote_is_part_of_its_text():
+    body = '"\\"="\\foo"\r\n""x"="""\r\n'
+    assert values_in(body) == {"\\": text_value("\\foo"), '"x': text_value('"')}
+
+
 def test_an_entry_with_nothing_after_its_name_has_no_data():
     assert values_in('"a"=\r\n') == {"a": None}
 

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "regmodel/regentry.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Where the producers of .reg files break the lines of bytes.
+namespace keyreap {
+
+// What comes before the bytes of an entry: its name and the form, as "name"=hex(2):
+std::wstring LeftSide(std::wstring_view name, bool hasLoneName);
+std::wstring HexOpening(RegForm form, std::uint32_t type);
+
+// The number of pairs in each line. `opening` is the length of everything before the first pair.
+std::vector<std::size_t> PairsOfLines(RegHexLines style, std::uint32_t type, std::size_t opening,
+                                      std::size_t count);
+
+} // namespace keyreap

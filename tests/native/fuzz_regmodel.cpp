@@ -1,0 +1,131 @@
+// A .reg file: whatever its bytes are, it is read or has an error in one of its lines. What was read without
+// damage is the same after it was written.
+#include "regmodel/regtextreader.h"
+#include "regmodel/regtextwriter.h"
+#include "tests/native/fuzzinput.h"
+
+#include <array>
+
+using namespace keyreap;
+
+namespace {
+
+// Pieces of meaningful files: random bytes rarely are one. The last of them take a unit from the input.
+constexpr std::array<std::wstring_view, 32> pieces = {L"\r\n[HKEY_CLASSES_ROOT]\r\n",
+                                                      L"\r\n[HKEY_CURRENT_USER]\r\n",
+                                                      L"\r\n[HKEY_USERS]\r\n",
+                                                      L"\r\n[HKEY_LOCAL_MACHINE]\r\n",
+                                                      L"\r\n[K\\L]\r\n",
+                                                      L"\r\n[-K]\r\n",
+                                                      L"[",
+                                                      L"]",
+                                                      L"\r\n",
+                                                      L"\n",
+                                                      L"@=",
+                                                      L"@=\"",
+                                                      L"\"",
+                                                      L"\"n\"=",
+                                                      L"\\\"",
+                                                      L"\\",
+                                                      L"=",
+                                                      L"-",
+                                                      L";",
+                                                      L" ",
+                                                      L",",
+                                                      L"dword:",
+                                                      L"hex:",
+                                                      L"hex(2):",
+                                                      L"hex(7):,00,00",
+                                                      L"hex(b):",
+                                                      L",\\\r\n  ",
+                                                      L"00,01,02,03,04,05,06,07,08,09,0a,0b,0c,0d,0e",
+                                                      L"1f",
+                                                      L"text",
+                                                      L"",
+                                                      L""};
+
+std::wstring PiecedFile(fuzz::Input& input, std::wstring_view header) {
+    std::wstring text(header);
+    while (!input.IsEmpty()) {
+        const std::wstring_view piece = pieces[input.Byte() % pieces.size()];
+        text += piece;
+        if (piece.empty()) {
+            text += input.Unit();
+        }
+    }
+    return text;
+}
+
+std::vector<std::uint8_t> FileOf(fuzz::Input& input) {
+    const std::uint8_t form = input.Byte() % 4;
+    if (form == 0) {
+        const auto bytes = input.TakeRest();
+        const auto* const first = reinterpret_cast<const std::uint8_t*>(bytes.data());
+        return {first, first + bytes.size()};
+    }
+    if (form == 1) {
+        std::wstring text = PiecedFile(input, L"REGEDIT4\r\n");
+        for (wchar_t& unit : text) {
+            unit = static_cast<wchar_t>(unit & 0x7F);
+        }
+        return {text.begin(), text.end()};
+    }
+    const std::wstring_view lineEnd = form == 2 ? L"\r\n" : L"\n";
+    const std::wstring text =
+        PiecedFile(input, std::wstring(L"Windows Registry Editor Version 5.00").append(lineEnd));
+    std::vector<std::uint8_t> bytes = {0xFF, 0xFE};
+    for (const wchar_t unit : text) {
+        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+        bytes.push_back(static_cast<std::uint8_t>((unit >> 8) & 0xFF));
+    }
+    return bytes;
+}
+
+bool IsSound(const RegDocument& document) {
+    for (const RegSection& section : document.sections) {
+        for (const RegEntry& entry : section.entries) {
+            if (entry.kind == RegEntryKind::Damaged ||
+                (entry.kind == RegEntryKind::OtherText && entry.hasLoneName)) {
+                return false;
+            }
+        }
+    }
+    // A comment may contain what makes a place ambiguous, and isn't written.
+    return document.ambiguities.empty() && document.comments == 0;
+}
+
+void CheckEntries(const RegDocument& document, std::size_t size) {
+    std::size_t line = 1;
+    for (const RegSection& section : document.sections) {
+        fuzz::Require(section.line > line && !section.path.empty());
+        line = section.line;
+        for (const RegEntry& entry : section.entries) {
+            fuzz::Require(entry.line > line && entry.name.size() + entry.otherText.size() <= size);
+            fuzz::Require((entry.kind == RegEntryKind::Damaged) == !ExpectedInstead(entry).empty());
+            fuzz::Require(entry.kind != RegEntryKind::OtherText || document.isHarvest);
+            line = entry.line;
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    const std::vector<std::uint8_t> file = FileOf(input);
+    const auto result = ReadRegDocument(file);
+    if (const auto* error = std::get_if<RegReadError>(&result)) {
+        fuzz::Require(error->line >= 1 && error->column >= 1 && !error->expected.empty());
+        fuzz::Require(error->line <= file.size() + 1 && error->column <= file.size() + 1);
+        return 0;
+    }
+    const RegDocument& document = std::get<RegDocument>(result);
+    CheckEntries(document, file.size());
+    const auto written = WriteRegDocument(document);
+    fuzz::Require(written.has_value());
+    if (IsSound(document)) {
+        const auto again = ReadRegDocument(*written);
+        fuzz::Require(std::holds_alternative<RegDocument>(again) && std::get<RegDocument>(again) == document);
+    }
+    return 0;
+}

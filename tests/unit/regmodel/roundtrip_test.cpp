@@ -1,0 +1,50 @@
+// Every golden file of the whole program is written as it was read.
+#include "tests/unit/regmodel/regdocuments.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace keyreap::testsupport {
+namespace {
+
+std::vector<std::filesystem::path> GoldenFiles() {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(KEYREAP_GOLDEN_FILES)) {
+        if (entry.path().extension() == ".reg") {
+            files.push_back(entry.path());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+Bytes ContentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+TEST(RoundTrip, EveryGoldenFileGetsItsBytesAgain) {
+    const std::vector<std::filesystem::path> files = GoldenFiles();
+    EXPECT_FALSE(files.empty());
+    for (const std::filesystem::path& file : files) {
+        const Bytes bytes = ContentOf(file);
+        EXPECT_TRUE(WriteRegDocument(ReadBytes(bytes)) == bytes) << file;
+    }
+}
+
+TEST(RoundTrip, NoGoldenFileIsAmbiguous) {
+    for (const std::filesystem::path& file : GoldenFiles()) {
+        EXPECT_TRUE(ReadBytes(ContentOf(file)).ambiguities.empty()) << file;
+    }
+}
+
+TEST(RoundTrip, ExactlyTheFilesOfATraceAreNoHarvests) {
+    for (const std::filesystem::path& file : GoldenFiles()) {
+        const bool isTraced = file.filename().string().find("-traced") != std::string::npos;
+        EXPECT_EQ(ReadBytes(ContentOf(file)).isHarvest, !isTraced) << file;
+    }
+}
+
+} // namespace
+} // namespace keyreap::testsupport
