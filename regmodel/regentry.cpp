@@ -8,7 +8,7 @@ namespace {
 
 bool HasType(const RegEntry& entry, RegType type) {
     const bool hasData = entry.kind == RegEntryKind::Value || entry.kind == RegEntryKind::Damaged;
-    return hasData && entry.damage != RegDamage::NoData && entry.type == static_cast<std::uint32_t>(type);
+    return hasData && entry.type == static_cast<std::uint32_t>(type);
 }
 
 std::wstring ExpectedValue(RegDamage damage) {

@@ -13,6 +13,11 @@ std::vector<std::wstring> OwnKeys(const RegDocument& document) {
     return paths;
 }
 
+std::wstring Without(std::wstring text, wchar_t unit) {
+    std::erase(text, unit);
+    return text;
+}
+
 TEST(HarvestMarks, FileWithTheFourRootsIsAHarvest) {
     EXPECT_TRUE(Read(HarvestWith(L"")).isHarvest);
 }
@@ -33,11 +38,13 @@ TEST(HarvestMarks, RootsInAnotherOrderAreNone) {
                      .isHarvest);
 }
 
-TEST(HarvestMarks, EightBitFileIsNone) {
-    EXPECT_FALSE(
-        ReadBytes(EightBit("REGEDIT4\r\n[HKEY_CLASSES_ROOT]\r\n[HKEY_CURRENT_USER]\r\n[HKEY_USERS]\r\n"
-                           "[HKEY_LOCAL_MACHINE]\r\n"))
-            .isHarvest);
+TEST(HarvestMarks, OnlyAFileInKeyreapsFormIsOne) {
+    const std::wstring five = std::wstring(headerLine) + HarvestWith(L"");
+    const std::wstring four = L"REGEDIT4\r\n" + HarvestWith(L"");
+    EXPECT_TRUE(ReadBytes(Utf16(five)).isHarvest);
+    EXPECT_FALSE(ReadBytes(Utf16(four)).isHarvest);
+    EXPECT_FALSE(ReadBytes(Bytes(five.begin(), five.end())).isHarvest);
+    EXPECT_FALSE(ReadBytes(Utf16(Without(five, L'\r'))).isHarvest);
 }
 
 TEST(HarvestMarks, RootsAndTheTwoKeysOfTheRedirectionAreTheCapturesOwn) {

@@ -1,28 +1,9 @@
 // Every golden file of the whole program is written as it was read.
+#include "tests/unit/regmodel/goldenfiles.h"
 #include "tests/unit/regmodel/regdocuments.h"
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace keyreap::testsupport {
 namespace {
-
-std::vector<std::filesystem::path> GoldenFiles() {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(KEYREAP_GOLDEN_FILES)) {
-        if (entry.path().extension() == ".reg") {
-            files.push_back(entry.path());
-        }
-    }
-    std::ranges::sort(files);
-    return files;
-}
-
-Bytes ContentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
 
 TEST(RoundTrip, EveryGoldenFileGetsItsBytesAgain) {
     const std::vector<std::filesystem::path> files = GoldenFiles();
