@@ -1,7 +1,6 @@
 #include "regmodel/hexlines.h"
 
 #include "platform/core/text/text.h"
-#include "regfile/regtext.h"
 #include "regfile/valuetext.h"
 
 #include <algorithm>
@@ -27,13 +26,6 @@ std::size_t PairsUpToLastColumn(std::size_t opening) {
 }
 
 } // namespace
-
-std::wstring LeftSide(std::wstring_view name, bool hasLoneName) {
-    if (name.empty()) {
-        return L"@=";
-    }
-    return L'"' + (hasLoneName ? std::wstring(name) : EscapeRegTextStrict(name)) + L"\"=";
-}
 
 std::wstring HexOpening(RegForm form, std::uint32_t type) {
     return form == RegForm::Bytes ? L"hex:" : L"hex(" + HexToText(type) + L"):";

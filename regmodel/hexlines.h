@@ -11,8 +11,7 @@
 // Where the producers of .reg files break the lines of bytes.
 namespace keyreap {
 
-// What comes before the bytes of an entry: its name and the form, as "name"=hex(2):
-std::wstring LeftSide(std::wstring_view name, bool hasLoneName);
+// The form and its type, as hex(2):
 std::wstring HexOpening(RegForm form, std::uint32_t type);
 
 // The number of pairs in each line. `opening` is the length of everything before the first pair.

@@ -96,6 +96,8 @@ struct RegStyle {
     RegLineEnd lineEnd = RegLineEnd::CrLf;
     RegHexLines hexLines = RegHexLines::Keyreap;
     bool hasEmptyLastLine = false;
+    bool hasLineEscapes =
+        false; // line breaks in names and texts are \r and \n, as Wine's regedit writes them
 
     friend bool operator==(const RegStyle&, const RegStyle&) = default;
 };

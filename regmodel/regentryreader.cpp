@@ -34,7 +34,8 @@ void AddEntry(Readings& readings, const RegSource& source, ReadValue value, cons
     if (name.isLone && value.entry.kind == RegEntryKind::Value) {
         value.entry.kind = RegEntryKind::Damaged;
     }
-    readings.entries.push_back({std::move(value.entry), *end, std::move(value.pairsOfLines)});
+    readings.entries.push_back({std::move(value.entry), *end, std::move(value.pairsOfLines),
+                                value.hasLineEscape || name.hasLineEscape});
 }
 
 void AddWithName(Readings& readings, const RegSource& source, const QuotedText& name) {

@@ -13,6 +13,7 @@ struct ReadEntry {
     RegEntry entry;
     std::size_t end = 0; // after the line's end
     std::vector<std::size_t> pairsOfLines;
+    bool hasLineEscape = false;
     bool isAmbiguous = false;
 };
 

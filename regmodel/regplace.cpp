@@ -55,7 +55,7 @@ RegHive TakeHive(Names& names) {
 }
 
 void TakeView(Names& names, RegScope& scope) {
-    while (names.Take(otherView)) {
+    if (names.Take(otherView)) {
         scope.view = RegView::Wow6432;
     }
 }

@@ -17,6 +17,7 @@ struct RegSource {
     std::wstring_view lineEnd = L"\r\n";
     RegVersion version = RegVersion::Five;
     bool isHarvest = false;
+    bool allowsLineEscapes = false; // in names and texts: \r and \n
 };
 
 // What was expected at a place and isn't there.
@@ -30,6 +31,7 @@ struct QuotedText {
     std::wstring text;
     std::size_t end = 0;
     bool isLone = false; // its first unit is a backslash or quote without a backslash before it
+    bool hasLineEscape = false;
 };
 
 bool IsBlank(wchar_t unit);
@@ -52,6 +54,9 @@ std::optional<std::size_t> AfterRestOfLine(const RegSource& source, std::size_t 
 
 // True if a key, an entry, a comment or an empty line can begin at the place.
 bool IsLineStart(const RegSource& source, std::size_t at);
+
+// True if the file's last line has blanks at most.
+bool HasEmptyLastLine(const RegSource& source);
 
 // The text whose opening quote is at the place: each backslash and quote in it has a backslash before it.
 std::variant<QuotedText, RegFault> ReadEscapedText(const RegSource& source, std::size_t at);

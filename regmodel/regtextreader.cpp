@@ -6,6 +6,7 @@
 #include "regmodel/regentryreader.h"
 #include "regmodel/regkeyreader.h"
 #include "regmodel/regsource.h"
+#include "regmodel/regspelling.h"
 
 #include <algorithm>
 #include <utility>
@@ -55,6 +56,9 @@ public:
             return RegFault{0, L"the line \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
         }
         document.isHarvest = source.isHarvest = IsHarvest(source, at, document.style);
+        document.style.hasEmptyLastLine = HasEmptyLastLine(source) && !document.isHarvest;
+        // Keyreap's files have no such line, and in them \n at the start of a text is a damaged backslash.
+        source.allowsLineEscapes = document.style.hasEmptyLastLine;
         while (at < source.text.size()) {
             if (const std::optional<RegFault> fault = ReadLine(document)) {
                 return fault;
@@ -77,9 +81,9 @@ private:
 
     std::optional<RegFault> ReadLine(RegDocument& document) {
         const std::size_t start = AfterBlanks(source, at);
-        isAfterEmptyLine = IsLineEnd(source, start);
-        if (isAfterEmptyLine || IsAt(source, start, L";")) {
-            document.comments += isAfterEmptyLine ? 0 : 1;
+        const bool isEmpty = IsLineEnd(source, start);
+        if (isEmpty || IsAt(source, start, L";")) {
+            document.comments += isEmpty ? 0 : 1;
             at = AfterLineEnd(source, start);
             return std::nullopt;
         }
@@ -124,26 +128,26 @@ private:
                 {read.entry.line,
                  L"read as an entry that ends in its line, and not as one with a line break in it"});
         }
-        NoteHexLines(read);
+        document.style.hasLineEscapes = document.style.hasLineEscapes || read.hasLineEscape;
+        NoteHexLines(read, document.style);
         document.sections.back().entries.push_back(std::move(read.entry));
         at = read.end;
         return std::nullopt;
     }
 
     // The first entry whose lines only one of the producers breaks so.
-    void NoteHexLines(const ReadEntry& read) {
+    void NoteHexLines(const ReadEntry& read, const RegStyle& style) {
         if (hexLines || read.pairsOfLines.empty()) {
             return;
         }
         const RegEntry& entry = read.entry;
-        const std::size_t opening =
-            LeftSide(entry.name, entry.hasLoneName).size() + HexOpening(entry.form, entry.type).size();
+        const std::size_t opening = LeftSide(entry, style).size() + HexOpening(entry.form, entry.type).size();
         std::size_t count = 0;
         for (const std::size_t pairs : read.pairsOfLines) {
             count += pairs;
         }
-        const auto isBrokenAs = [&](RegHexLines style) {
-            return PairsOfLines(style, entry.type, opening, count) == read.pairsOfLines;
+        const auto isBrokenAs = [&](RegHexLines broken) {
+            return PairsOfLines(broken, entry.type, opening, count) == read.pairsOfLines;
         };
         const bool isKeyreaps = isBrokenAs(RegHexLines::Keyreap);
         if (isKeyreaps != isBrokenAs(RegHexLines::Regedit)) {
@@ -152,7 +156,6 @@ private:
     }
 
     void Finish(RegDocument& document) {
-        document.style.hasEmptyLastLine = isAfterEmptyLine && !document.isHarvest;
         const bool isRegedits = document.style.hasEmptyLastLine || document.style.version == RegVersion::Four;
         document.style.hexLines = hexLines.value_or(isRegedits ? RegHexLines::Regedit : RegHexLines::Keyreap);
         MarkOwnKeys(document);
@@ -161,7 +164,6 @@ private:
     RegSource source;
     LineCounter lines;
     std::size_t at = 0;
-    bool isAfterEmptyLine = false;
     std::optional<RegHexLines> hexLines;
 };
 

@@ -4,6 +4,7 @@
 #include "regfile/regtext.h"
 #include "regmodel/hexlines.h"
 #include "regmodel/regbytes.h"
+#include "regmodel/regspelling.h"
 
 #include <algorithm>
 #include <string>
@@ -44,7 +45,7 @@ private:
     }
 
     void AddEntry(const RegEntry& entry) {
-        const std::wstring left = LeftSide(entry.name, entry.hasLoneName);
+        const std::wstring left = LeftSide(entry, document.style);
         text += left;
         if (entry.kind == RegEntryKind::Deletion) {
             text += L'-';
@@ -57,7 +58,7 @@ private:
 
     void AddValue(const RegEntry& entry, std::size_t opening) {
         if (entry.form == RegForm::Text) {
-            AddText(entry);
+            text += TextSide(entry, document.style);
         } else if (entry.form == RegForm::Number) {
             text.append(L"dword:").append(HexToText(EntryNumber(entry).value_or(0), 8));
         } else if (entry.damage == RegDamage::LeadingComma) {
@@ -65,16 +66,6 @@ private:
         } else {
             AddBytes(entry, opening);
         }
-    }
-
-    void AddText(const RegEntry& entry) {
-        std::wstring units = DataUnits(entry.data);
-        if (units.ends_with(L'\0')) {
-            units.pop_back();
-        }
-        text += L'"';
-        text += entry.damage == RegDamage::LoneEscape ? units : EscapeRegTextStrict(units);
-        text += L'"';
     }
 
     void AddBytes(const RegEntry& entry, std::size_t opening) {

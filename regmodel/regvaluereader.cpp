@@ -31,6 +31,7 @@ ReadValue TextValue(const QuotedText& quoted) {
     value.entry.type = static_cast<std::uint32_t>(RegType::Sz);
     value.entry.data = UnitData(quoted.text + L'\0');
     value.end = quoted.end;
+    value.hasLineEscape = quoted.hasLineEscape;
     return value;
 }
 

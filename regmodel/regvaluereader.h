@@ -14,7 +14,8 @@ namespace keyreap {
 struct ReadValue {
     RegEntry entry;
     std::size_t end = 0;
-    std::vector<std::size_t> pairsOfLines; // of a hex form that begins in the entry's first line
+    std::vector<std::size_t> pairsOfLines; // of a hex form
+    bool hasLineEscape = false;
 };
 
 // The ways to read the right side at a place: one, or two if a text begins with a backslash or quote. Blanks

@@ -7,12 +7,6 @@ namespace {
 
 using Lines = std::vector<std::size_t>;
 
-TEST(HexLines, LeftSideHasTheNameEscaped) {
-    EXPECT_EQ(LeftSide(L"", false), L"@=");
-    EXPECT_EQ(LeftSide(L"a\\b", false), L"\"a\\\\b\"=");
-    EXPECT_EQ(LeftSide(L"\\", true), L"\"\\\"=");
-}
-
 TEST(HexLines, OpeningHasTheTypeInLowerCase) {
     EXPECT_EQ(HexOpening(RegForm::Bytes, 3), L"hex:");
     EXPECT_EQ(HexOpening(RegForm::TypedBytes, 11), L"hex(b):");

@@ -151,6 +151,9 @@ TEST(ObjectFacts, ClassOfAShellExtensionIsItsTextOrItsName) {
             .clsid,
         guid);
     EXPECT_EQ(FactsIn<ShellExtensionFacts>(Key(menu + std::wstring(guid), L"@=\"a name\"\r\n")).clsid, guid);
+    const std::wstring other = L"{00000000-0000-0000-0000-000000000002}";
+    EXPECT_EQ(FactsIn<ShellExtensionFacts>(Key(menu + std::wstring(guid), L"@=\"" + other + L"\"\r\n")).clsid,
+              other);
 }
 
 TEST(ObjectFacts, ServiceHasItsProgramAndNumbers) {

@@ -104,6 +104,7 @@ TEST(ObjectPlace, ServicesAreInAnyControlSet) {
     EXPECT_EQ(ObjectOf(L"HKEY_LOCAL_MACHINE\\System\\ControlSet001\\Services\\S"), L"Service S");
     EXPECT_EQ(ObjectOf(L"HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Services"), L"none");
     EXPECT_EQ(ObjectOf(L"HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\S"), L"none");
+    EXPECT_EQ(ObjectOf(L"HKEY_LOCAL_MACHINE\\System\\ControlSets\\Services\\S"), L"none");
     EXPECT_EQ(ObjectOf(L"HKEY_CURRENT_USER\\System\\CurrentControlSet\\Services\\S"), L"none");
 }
 

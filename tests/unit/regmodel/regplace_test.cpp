@@ -24,6 +24,11 @@ TEST(RegPlace, ClassesAreARootOrAKeyOfSoftware) {
     EXPECT_EQ(PlaceOf(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\A\\B").names, (Names{L"A", L"B"}));
 }
 
+TEST(RegPlace, SoftwareInTheRootOfTheClassesIsAName) {
+    ExpectScope(L"HKEY_CLASSES_ROOT\\Software\\A", RegHive::ClassesRoot, RegView::Plain, RegArea::Classes);
+    EXPECT_EQ(PlaceOf(L"HKEY_CLASSES_ROOT\\Software\\A").names, (Names{L"Software", L"A"}));
+}
+
 TEST(RegPlace, OtherViewMayBeNamedInSeveralPlaces) {
     for (const std::wstring_view path :
          {L"HKEY_CLASSES_ROOT\\Wow6432Node\\A", L"HKEY_LOCAL_MACHINE\\Software\\Classes\\Wow6432Node\\A",
