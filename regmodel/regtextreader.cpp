@@ -60,7 +60,7 @@ public:
         // Keyreap's files have no such line, and in them \n at the start of a text is a damaged backslash.
         source.allowsLineEscapes = document.style.hasEmptyLastLine;
         while (at < source.text.size()) {
-            if (const std::optional<RegFault> fault = ReadLine(document)) {
+            if (std::optional<RegFault> fault = ReadLine(document)) {
                 return fault;
             }
         }

@@ -62,5 +62,12 @@ TEST(HarvestMarks, OutsideAHarvestNoKeyIsTheCapturesOwn) {
     EXPECT_TRUE(OwnKeys(Read(L"\r\n[HKEY_LOCAL_MACHINE\\Software]\r\n")).empty());
 }
 
+TEST(HarvestMarks, LineBreakOfAnotherTextIsNoEmptyLastLine) {
+    const std::wstring content = HarvestWith(L"") + L"@=hex(b):\r\n\r\n";
+    EXPECT_FALSE(Read(content).style.hasEmptyLastLine);
+    EXPECT_EQ(Read(content).sections.back().entries[0].otherText, L"\r\n");
+    ExpectSame(content);
+}
+
 } // namespace
 } // namespace keyreap::testsupport

@@ -43,7 +43,13 @@ TEST(RegSpelling, EscapedLineBreaksAreReadInAFileWithAnEmptyLastLine) {
     EXPECT_EQ(document.sections[0].entries[0].name, L"a\n");
     EXPECT_EQ(EntryText(document.sections[0].entries[0]), L"\r\nb\\n");
     EXPECT_EQ(document.sections[0].entries[1].kind, RegEntryKind::Value);
+    EXPECT_TRUE(document.ambiguities.empty());
     ExpectSame(content);
+}
+
+TEST(RegSpelling, OneEscapedLineBreakMakesTheStyleWines) {
+    EXPECT_TRUE(Read(L"\r\n[K]\r\n\"a\\n\"=\"b\"\r\n\r\n").style.hasLineEscapes);
+    EXPECT_TRUE(Read(L"\r\n[K]\r\n\"a\"=\"b\\r\"\r\n\r\n").style.hasLineEscapes);
 }
 
 TEST(RegSpelling, WithoutThatLineABackslashBeforeALetterIsDamagedOrAnError) {
