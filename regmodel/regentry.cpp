@@ -7,8 +7,7 @@ namespace keyreap {
 namespace {
 
 bool HasType(const RegEntry& entry, RegType type) {
-    const bool hasData = entry.kind == RegEntryKind::Value || entry.kind == RegEntryKind::Damaged;
-    return hasData && entry.type == static_cast<std::uint32_t>(type);
+    return entry.type == static_cast<std::uint32_t>(type);
 }
 
 std::wstring ExpectedValue(RegDamage damage) {
