@@ -84,11 +84,9 @@ private:
         const std::wstring& clsid = document.sections[entry.section].entries[entry.entry].name;
         const std::wstring& list = place.names.back();
         const std::wstring name = tree.Text(tree.Find(place, place.names.size()), clsid);
-        RegObject& object =
-            ObjectOf({ObjectKind::ShellExtension, place.scope, {}}, list + L'\\' + clsid, [&] {
-                return ShellExtensionFacts{L"", list, name, clsid};
-            });
-        object.entries.push_back(entry);
+        const ObjectIdentity identity = {ObjectKind::ShellExtension, place.scope, {}};
+        const auto facts = [&] { return ShellExtensionFacts{L"", list, name, clsid}; };
+        ObjectOf(identity, list + L'\\' + clsid, facts).entries.push_back(entry);
     }
 
     const RegDocument& document;

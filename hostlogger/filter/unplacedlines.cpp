@@ -126,8 +126,8 @@ std::string Shown(std::string_view line) {
     const std::string_view marks = AfterThread(line).empty() ? "\"{=" : "\"{";
     const std::size_t open = continues ? 0 : std::min(line.find_first_of(marks), line.size());
     std::string shown(line.substr(0, std::min(open, mostShown)));
-    std::ranges::replace_if(
-        shown, [](char letter) { return letter < ' ' || letter > '~'; }, '?');
+    const auto isOther = [](char letter) { return letter < ' ' || letter > '~'; };
+    std::ranges::replace_if(shown, isOther, '?');
     return shown.size() < line.size() ? shown + "..." : shown;
 }
 
