@@ -88,9 +88,9 @@ check_changelog() {
         fail "packaging/changelog begins with version ${newest:-?}, and CMakeLists.txt has $(project_version)"
 }
 
-# make_deb FILE
+# make_deb FILE: what is packed is laid out beside it, so that several packages can be made at once.
 make_deb() {
-    local folder=$BUILD/deb.new
+    local folder=$1.folder
     umask 022
     lay_out_package "$folder"
     # More than one thread would cut the data at other places.
