@@ -27,6 +27,7 @@ host_unknown() {
 require_known_host() {
     host_unknown || return 0
     lock_set_up
+    record_start
     probe_host
     exec 9>&-
     ! host_unknown || fail "$(unknown_host_text)"
@@ -48,14 +49,16 @@ probe_version() {
 }
 
 # make_probe: one session captures the files, and probed.sh prints what is wrong. Of two reasons the later one, a line of
-# the log, says more.
+# the log, says more. A session that can't begin is a reason too: the server may report otherwise that it is up.
 make_probe() {
     local new=$PROBE.new found
     rm -rf "$new"
     mkdir -p "$new"
     probe_version >"$new/version"
     found=$(clean_environment KEYREAP_WINESERVER="$WINESERVER" "$ROOT/scripts/wine-session.sh" --ready --no-display \
-        --requests --then 2 "$ROOT/scripts/probed.sh" log "$ROOT/scripts/probed.sh" captures)
+        --requests --then 2 "$ROOT/scripts/probed.sh" log "$ROOT/scripts/probed.sh" captures) ||
+        found="a session with a request log can't be started"
+    [[ -n $found || -s $START_RECORDING ]] || found="how it starts programs can't be recorded"
     printf '%s' "${found##*$'\n'}" >"$new/unknown"
     cat "$new/unknown"
     rm -rf "$PROBE"

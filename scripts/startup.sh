@@ -8,9 +8,9 @@ START_RECORDING=$WINE_HOME/start/recording.txt
 START_VERSION=$WINE_HOME/start/version
 START_RECORDERS=("$BUILD"/stage/tools/x{64,86}/startrecorder.exe)
 
-# record_start: where the base has no recording, or one by another recorder.
+# record_start: where the base has no recording, an empty one, or one by another recorder.
 record_start() {
-    start_recorded && [[ $(<"$START_VERSION") == "$(start_version)" ]] && return
+    [[ -s $START_RECORDING ]] && start_recorded && [[ $(<"$START_VERSION") == "$(start_version)" ]] && return
     step start-recording "recording how Wine starts programs" make_start_recording
 }
 
@@ -23,11 +23,12 @@ start_version() {
     cat "$WINE_BASE/version" "${START_RECORDERS[@]}" "$ROOT/scripts/startup.sh" | cksum
 }
 
+# make_start_recording: the recording is empty if it can't be made. The host then counts as unknown (probe.sh).
 make_start_recording() {
     local new=$WINE_HOME/start.new recorder probes=()
     for recorder in "${START_RECORDERS[@]}"; do probes+=("Z:${recorder//\//\\}"); done
-    clean_environment "$ROOT/scripts/wine-session.sh" --ready --no-display --requests \
-        timeout -k 10 120 "$WINE" "${probes[0]}" "${probes[@]}" >"$new"
+    clean_environment KEYREAP_WINESERVER="$WINESERVER" "$ROOT/scripts/wine-session.sh" --ready --no-display --requests \
+        timeout -k 10 120 "$WINE" "${probes[0]}" "${probes[@]}" >"$new" || : >"$new"
     mkdir -p "${START_RECORDING%/*}"
     mv "$new" "$START_RECORDING"
     start_version >"$START_VERSION"
