@@ -21,7 +21,8 @@ public:
     void AddHandler(TraceEventHandler& handler);
 
     // True if the file was processed to its end. OnFinished is not called for a file that can't be opened,
-    // but is for one that breaks off. Windows only.
+    // but is for one that breaks off. An exception of a handler ends the handlers' events, and goes on from
+    // here when the log is closed, without OnFinished. Windows only.
     bool Read(const std::wstring& logFilePath);
 
     // The consumer calls these. Each handler gets an event, in the order of the list; after a buffer the

@@ -1,4 +1,5 @@
 #include "platform/core/text/platformguid.h"
+#include "platform/os/heldexception.h"
 #include "trace/eventtracing.h"
 #include "trace/tracereader.h"
 
@@ -11,8 +12,13 @@ namespace keyreap {
 
 namespace {
 
-// The consumer's callbacks get no context, so each slot has its own callbacks, which know their reader.
-std::array<TraceReader*, 2> readers{};
+struct CurrentRead {
+    TraceReader& reader;
+    HeldException failure; // of a callback
+};
+
+// The consumer's callbacks get no context, so each slot has its own callbacks, which know their read.
+std::array<CurrentRead*, 2> reads{};
 
 TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
     TraceEvent converted;
@@ -30,12 +36,16 @@ TraceEvent ToTraceEvent(const EVENT_TRACE& event) {
 
 template <std::size_t index>
 void WINAPI PassEvent(EVENT_TRACE* event) {
-    readers[index]->OnEvent(ToTraceEvent(*event));
+    CurrentRead& read = *reads[index];
+    read.failure.Run([&] { read.reader.OnEvent(ToTraceEvent(*event)); });
 }
 
 template <std::size_t index>
 ULONG WINAPI PassBuffer(EVENT_TRACE_LOGFILEW*) {
-    return readers[index]->OnBuffer() ? TRUE : FALSE;
+    CurrentRead& read = *reads[index];
+    bool goesOn = false;
+    read.failure.Run([&] { goesOn = read.reader.OnBuffer(); });
+    return goesOn ? TRUE : FALSE;
 }
 
 struct Callbacks {
@@ -48,12 +58,12 @@ constexpr std::array<Callbacks, 2> slotCallbacks{{
     {PassEvent<1>, PassBuffer<1>},
 }};
 
-// Takes the first free slot for a reader, if there is one, and frees it at the end.
+// Takes the first free slot for a read, if there is one, and frees it at the end.
 class ReaderSlot {
 public:
-    explicit ReaderSlot(TraceReader& reader) : slot(std::ranges::find(readers, nullptr)) {
+    explicit ReaderSlot(CurrentRead& read) : slot(std::ranges::find(reads, nullptr)) {
         if (Valid()) {
-            *slot = &reader;
+            *slot = &read;
         }
     }
     ~ReaderSlot() {
@@ -64,13 +74,13 @@ public:
     ReaderSlot(const ReaderSlot&) = delete;
     ReaderSlot& operator=(const ReaderSlot&) = delete;
 
-    bool Valid() const { return slot != readers.end(); }
+    bool Valid() const { return slot != reads.end(); }
     const Callbacks& Functions() const {
-        return slotCallbacks[static_cast<std::size_t>(slot - readers.begin())];
+        return slotCallbacks[static_cast<std::size_t>(slot - reads.begin())];
     }
 
 private:
-    std::array<TraceReader*, 2>::iterator slot;
+    std::array<CurrentRead*, 2>::iterator slot;
 };
 
 // A log opened for reading. Deliberate: the destructor calls CloseTrace in any case, also with the 0 that
@@ -96,7 +106,8 @@ private:
 } // namespace
 
 bool TraceReader::Read(const std::wstring& logFilePath) {
-    const ReaderSlot slot(*this);
+    CurrentRead read{*this, {}};
+    const ReaderSlot slot(read);
     if (!slot.Valid()) {
         return false;
     }
@@ -114,6 +125,7 @@ bool TraceReader::Read(const std::wstring& logFilePath) {
     }
     const ULONG status = log.Process();
     log.Close();
+    read.failure.ThrowOn();
     for (TraceEventHandler* const handler : handlers) {
         handler->OnFinished();
     }

@@ -91,6 +91,8 @@ OwnedHandle NativeFileRegister::StartWorker() {
     return thread;
 }
 
+// Deliberate: an exception leaves it. No handler is found then, and the unhandled exception filter reports
+// it.
 DWORD WINAPI NativeFileRegister::RegisterThreadEntry(void* block) {
     const StartBlock start = *std::unique_ptr<StartBlock>(static_cast<StartBlock*>(block));
     InstallStructuredExceptionTranslator();

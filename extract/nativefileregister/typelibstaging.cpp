@@ -1,8 +1,8 @@
 #include "extract/nativefileregister/typelibstaging.h"
 
 #include "platform/os/file/temporaryfiles.h"
+#include "platform/os/heldexception.h"
 #include "platform/os/ownedhandle.h"
-#include "platform/os/quietly.h"
 
 #include <array>
 #include <cstdint>
@@ -35,15 +35,21 @@ bool HasExeExtension(const WidePath& path) {
     return lstrcmpiW(text.c_str() + dot + 1, L"exe") == 0;
 }
 
-BOOL CALLBACK AppendResourceId(HMODULE, LPCWSTR, LPWSTR name, LONG_PTR list) {
-    Quietly([&] {
+struct FoundResources {
+    std::vector<TypeLibResourceId> ids;
+    HeldException failure;
+};
+
+BOOL CALLBACK AppendResourceId(HMODULE, LPCWSTR, LPWSTR name, LONG_PTR resources) {
+    auto& found = *reinterpret_cast<FoundResources*>(resources);
+    found.failure.Run([&] {
         TypeLibResourceId resource;
         if (IS_INTRESOURCE(name)) {
             resource.id = LOWORD(reinterpret_cast<ULONG_PTR>(name));
         } else {
             resource.name = name;
         }
-        reinterpret_cast<std::vector<TypeLibResourceId>*>(list)->push_back(std::move(resource));
+        found.ids.push_back(std::move(resource));
     });
     return TRUE;
 }
@@ -89,10 +95,11 @@ WidePath ExtractTypeLib(const WidePath& filePath, TemporaryPaths& typeLibTemps) 
     if (!module.Valid()) {
         return {};
     }
-    std::vector<TypeLibResourceId> resources;
-    EnumResourceNamesW(module.Get(), typeLibType, AppendResourceId, reinterpret_cast<LONG_PTR>(&resources));
+    FoundResources found;
+    EnumResourceNamesW(module.Get(), typeLibType, AppendResourceId, reinterpret_cast<LONG_PTR>(&found));
+    found.failure.ThrowOn();
     // Only the first one enumerated is registered.
-    return resources.empty() ? WidePath() : StageResource(module.Get(), resources.front(), typeLibTemps);
+    return found.ids.empty() ? WidePath() : StageResource(module.Get(), found.ids.front(), typeLibTemps);
 }
 
 bool IsTypeLibFile(const WidePath& path) {

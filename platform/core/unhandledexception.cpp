@@ -7,6 +7,7 @@
 #include "platform/core/message.h"
 #include "platform/core/messageids.h"
 #include "platform/core/stacktrace/stacktrace.h"
+#include "platform/os/quietly.h"
 
 #include <cstdint>
 #include <string>
@@ -57,7 +58,9 @@ LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
     }
     const DWORD code = pointers->ExceptionRecord->ExceptionCode;
     presented = {GetCurrentThreadId(), code};
-    PresentUnhandled(*pointers);
+    // The process ends with the failure's code in any case. An exception of the presentation must not take
+    // its place.
+    Quietly([pointers] { PresentUnhandled(*pointers); });
     presented = {};
     if (IsCompilerExceptionCode(code)) {
         // If the filter returned, the run time would unwind a stack that has no handler.

@@ -361,6 +361,26 @@ TEST(ErrorReportDialog, SendingIsAskedForAgainOnTheButton) {
     EXPECT_EQ(reporter.canSendCalls, 2);
 }
 
+TEST(ErrorReportDialog, AnExceptionOfTheReporterEndsItAndThenGoesOn) {
+    struct : RecordingReporter {
+        void Send(const std::wstring&, HWND) override { throw 1; }
+    } throwing;
+    throwing.allowsDialog = true;
+    throwing.canSend = true;
+    std::atomic<bool> goesOn = false;
+    ShownDialog dialog(title, [&] {
+        try {
+            ErrorReportDialog(&throwing).Show(nullptr, withDetails);
+        } catch (int) {
+            goesOn = true;
+        }
+    });
+    PostMessageW(dialog.Control(Id::send), BM_CLICK, 0, 0);
+    EXPECT_TRUE(dialog.Ends());
+    EXPECT_TRUE(goesOn);
+    EXPECT_FALSE(IsWindow(dialog.Window()));
+}
+
 TEST(ErrorReportDialog, WithoutDetailsOrLeaveThereIsNoSendButton) {
     RecordingReporter reporter;
     reporter.allowsDialog = true;

@@ -182,6 +182,24 @@ def test_pure_files_take_a_wide_character_for_one_unit():
     assert lines_matching(r"sizeof\s*\(\s*wchar_t\s*\)", pure_files()) == []
 
 
+# The functions that the system calls. No exception leaves them; the worker's entry alone lets it go to the filter.
+CALLED_BY_THE_SYSTEM = {
+    ("RegisterThreadEntry", "extract/nativefileregister/nativefileregister.cpp"),
+    ("AppendResourceId", "extract/nativefileregister/typelibstaging.cpp"),
+    ("Routine", "platform/core/errorreport/errorreportdialog.cpp"),
+    ("OnUnhandledException", "platform/core/unhandledexception.cpp"),
+    ("PassEvent", "trace/tracereadersystem.cpp"),
+    ("PassBuffer", "trace/tracereadersystem.cpp"),
+}
+
+CALLBACK = re.compile(r"^[^/\n]*\b(?:WINAPI|CALLBACK|APIENTRY|__stdcall)\s+(?:\w+::)*(\w+)\(", re.M)
+
+
+def test_the_functions_that_the_system_calls_are_known():
+    names = [name for name in tracked("*.cpp") if not name.startswith(("tests/", "benchmarks/", "examples/"))]
+    assert {(function, name) for name in names for function in CALLBACK.findall(text_of(name))} == CALLED_BY_THE_SYSTEM
+
+
 def test_headers_are_guarded_by_pragma_once():
     assert [name for name in tracked("*.h") if "#pragma once" not in text_of(name)] == []
 

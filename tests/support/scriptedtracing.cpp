@@ -57,10 +57,11 @@ ULONG ScriptedTracing::Process(TRACEHANDLE handle) {
     std::size_t inBuffer = 0;
     for (TraceBuilder::Event event : log) {
         EVENT_TRACE converted = ToSystemEvent(event);
-        logFile.EventCallback(&converted);
+        call(logFile.EventCallback, &converted);
         if (++inBuffer == eventsInBuffer) {
             inBuffer = 0;
-            if (!logFile.BufferCallback(&logFile)) {
+            ++playedBuffers;
+            if (!call(logFile.BufferCallback, &logFile)) {
                 return ERROR_CANCELLED;
             }
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/tracebuilder.h"
+#include "tests/support/untabledcall.h"
 #include "trace/eventtracing.h"
 
 #include <cstddef>
@@ -10,7 +11,8 @@
 
 namespace keyreap {
 
-// An EventTracing that answers by a script, plays a synthetic log, and records the calls.
+// An EventTracing that answers by a script, plays a synthetic log, and records the calls. It calls callbacks
+// from code that no exception can pass, as the system's may be.
 class ScriptedTracing : public EventTracing {
 public:
     // The script.
@@ -27,7 +29,8 @@ public:
     std::vector<std::wstring> calls;
     std::vector<std::byte> startProperties; // as Start saw them
     std::wstring openedPath;
-    ULONG openedMode = 0; // ProcessTraceMode given to Open
+    ULONG openedMode = 0;          // ProcessTraceMode given to Open
+    std::size_t playedBuffers = 0; // buffers after which the consumer was asked
 
     ULONG Start(TRACEHANDLE& handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties) override;
     ULONG Control(TRACEHANDLE handle, const wchar_t* loggerName, EVENT_TRACE_PROPERTIES& properties,
@@ -37,6 +40,7 @@ public:
     ULONG Close(TRACEHANDLE handle) override;
 
 private:
+    testsupport::UntabledCall call;
     std::map<TRACEHANDLE, EVENT_TRACE_LOGFILEW> open;
     TRACEHANDLE nextLog = 0x91;
 };

@@ -83,6 +83,7 @@ void ErrorReportDialog::Show(HWND owner, const ErrorReportText& text) {
     const auto bytes = TemplateBytes(DescribeErrorReport(text, owner != nullptr, canSend));
     DialogBoxIndirectParamW(GetModuleHandleW(nullptr), reinterpret_cast<const DLGTEMPLATE*>(bytes.data()),
                             owner, Routine, reinterpret_cast<LPARAM>(this));
+    failure.ThrowOn();
 }
 
 INT_PTR CALLBACK ErrorReportDialog::Routine(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -91,7 +92,15 @@ INT_PTR CALLBACK ErrorReportDialog::Routine(HWND dialog, UINT message, WPARAM wP
         reinterpret_cast<ErrorReportDialog*>(lParam)->window = dialog;
     }
     auto* self = reinterpret_cast<ErrorReportDialog*>(GetWindowLongPtrW(dialog, DWLP_USER));
-    return self ? self->OnMessage(message, wParam, lParam) : FALSE;
+    if (!self || self->failure.IsHolding()) {
+        return FALSE;
+    }
+    INT_PTR result = FALSE;
+    self->failure.Run([&] { result = self->OnMessage(message, wParam, lParam); });
+    if (self->failure.IsHolding()) {
+        EndDialog(dialog, FALSE);
+    }
+    return result;
 }
 
 INT_PTR ErrorReportDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -3,6 +3,7 @@
 #include "platform/core/errorreport/controlanchorlayout.h"
 #include "platform/core/errorreport/erroricon.h"
 #include "platform/core/errorreport/errorreporttemplate.h"
+#include "platform/os/heldexception.h"
 
 #include <windows.h>
 
@@ -23,7 +24,8 @@ public:
     ErrorReportDialog& operator=(const ErrorReportDialog&) = delete;
 
     // Returns when the dialog has ended. Returns at once if the reporter forbids the dialog or it can't be
-    // shown, as on a machine without a display. The owner may be null.
+    // shown, as on a machine without a display. The owner may be null. An exception of the reporter ends the
+    // dialog and goes on from here.
     void Show(HWND owner, const ErrorReportText& text);
 
 private:
@@ -44,6 +46,7 @@ private:
     HWND window = nullptr;
     ErrorIcon icon;
     OwnedFont detailsFont;
+    HeldException failure; // of the dialog procedure
     RECT collapsed = {};
     RECT expanded = {};
 };

@@ -5,7 +5,7 @@
 #include "platform/core/messageids.h"
 #include "platform/core/stacktrace/stacktrace.h"
 #include "platform/core/text/bstrtext.h"
-#include "tests/unit/core/failingallocation.h"
+#include "tests/support/failingallocation.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -77,6 +77,17 @@ TEST_F(OnUnhandledExceptionTest, HasNoOwnerForTheDialog) {
     EXPECT_EQ(reporter.shown[0].title, L"Error");
 }
 
+TEST_F(OnUnhandledExceptionTest, AnExceptionOfThePresentationStaysInside) {
+    struct : RecordingReporter {
+        void Record(const std::wstring&, const std::wstring&, const std::wstring&) override { throw 1; }
+    } throwing;
+    FailurePresentation::OfProcess().SetFailureReporter(&throwing);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(OnUnhandledException(&pointers), 1);
+    }
+    EXPECT_THAT(throwing.shown, SizeIs(2));
+}
+
 // The fault tests below show that the first call sets the filter.
 TEST(InstallUnhandledExceptionFilter, ASecondCallLeavesAFilterThatOthersHaveSetInBetween) {
     constexpr DWORD endedByTheOtherFilter = 76;

@@ -1,5 +1,8 @@
 #include "extract/nativefileregister/typelibstaging.h"
+#include "platform/os/file/executablepath.h"
 #include "platform/os/ownedhandle.h"
+#include "tests/support/failingallocation.h"
+#include "tests/support/importreplacement.h"
 #include "tests/support/temporaryfolder.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +10,8 @@
 namespace keyreap {
 namespace {
 
+using testsupport::FailNextAllocations;
+using testsupport::ImportReplacement;
 using testsupport::TemporaryFolder;
 using testsupport::WriteBytes;
 
@@ -61,6 +66,27 @@ TEST(ExtractTypeLib, FileOfAnotherExtensionHasNone) {
 TEST(ExtractTypeLib, FileThatCannotBeLoadedHasNone) {
     TemporaryPaths staged;
     EXPECT_TRUE(ExtractTypeLib(WidePath(L"C:\\missing.exe"), staged).IsEmpty());
+    EXPECT_TRUE(staged.files.empty());
+}
+
+bool hasGoneOn = false;
+
+// Memory is missing for the first name only.
+BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROCW callback,
+                                   LONG_PTR parameter) {
+    std::wstring longName(1000, L'n');
+    FailNextAllocations(1);
+    EXPECT_TRUE(callback(module, type, longName.data(), parameter));
+    hasGoneOn = true;
+    return callback(module, type, MAKEINTRESOURCEW(1), parameter);
+}
+
+TEST(ExtractTypeLib, MissingMemoryDuringTheEnumerationIsThrownAfterIt) {
+    const ImportReplacement replacement("EnumResourceNamesW",
+                                        reinterpret_cast<const void*>(&EnumerateWithoutMemory));
+    TemporaryPaths staged;
+    EXPECT_THROW(ExtractTypeLib(GetExecutablePath(), staged), std::bad_alloc);
+    EXPECT_TRUE(hasGoneOn);
     EXPECT_TRUE(staged.files.empty());
 }
 

@@ -242,10 +242,58 @@ TEST(TraceReader, ExceptionOfAHandlerFreesLogAndSlot) {
         TraceReader reader(tracing);
         reader.AddHandler(throwing);
         EXPECT_THROW(reader.Read(logPath), int);
-        EXPECT_EQ(tracing.calls, (Calls{L"open", L"process 145", L"close 145"}));
+        EXPECT_EQ(tracing.calls, (Calls{L"open", L"process 145", L"close 145", L"close 0"}));
     }
     ScriptedTracing tracing;
     EXPECT_TRUE(TraceReader(tracing).Read(logPath));
+}
+
+// A handler that has no mind to say whether it is enabled.
+class UndecidedHandler : public TraceEventHandler {
+public:
+    bool IsEnabled() const override { throw 2; }
+    void OnDecodedEvent(const TraceEvent&, const EventValues*) override {}
+};
+
+TEST(TraceReader, AfterAnExceptionNoHandlerGetsAnEventOrFinishes) {
+    TwoHandlers it;
+    int acted = 0;
+    ActingHandler throwing([&] {
+        if (++acted == 2) {
+            throw 1;
+        }
+    });
+    it.reader.AddHandler(throwing);
+    it.tracing.log = TraceBuilder().SetValue(1, L"V").SetValue(1, L"W").Events();
+    EXPECT_THROW(it.reader.Read(logPath), int);
+    EXPECT_EQ(acted, 2);
+    EXPECT_EQ(it.calls, (Calls{L"first attached", L"second attached", L"first event 0", L"second event 0",
+                               L"first event 14", L"second event 14"}));
+}
+
+TEST(TraceReader, AfterAnExceptionTheConsumerStopsAtTheEndOfTheBuffer) {
+    ScriptedTracing tracing;
+    ActingHandler throwing([] { throw 1; });
+    TraceReader reader(tracing);
+    reader.AddHandler(throwing);
+    tracing.eventsInBuffer = 2;
+    tracing.log = TraceBuilder().SetValue(1, L"V").SetValue(1, L"W").SetValue(1, L"X").Events();
+    EXPECT_THROW(reader.Read(logPath), int);
+    EXPECT_EQ(tracing.playedBuffers, 1U);
+}
+
+TEST(TraceReader, AnExceptionAfterABufferGoesOnToo) {
+    ScriptedTracing tracing;
+    tracing.eventsInBuffer = 1;
+    UndecidedHandler undecided;
+    RecordingHandler recording;
+    TraceReader reader(tracing);
+    reader.AddHandler(undecided);
+    reader.AddHandler(recording);
+    tracing.log = TraceBuilder().SetValue(1, L"V").Events();
+    EXPECT_THROW(reader.Read(logPath), int);
+    EXPECT_EQ(recording.calls, (Calls{L"attach", L"event 0"}));
+    EXPECT_EQ(tracing.calls, (Calls{L"open", L"process 145", L"close 145", L"close 0"}));
 }
 
 } // namespace

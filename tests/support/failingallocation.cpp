@@ -1,4 +1,4 @@
-#include "tests/unit/core/failingallocation.h"
+#include "tests/support/failingallocation.h"
 
 #include <cstddef>
 #include <cstdlib>
