@@ -1,3 +1,4 @@
+#include "extract/errormode.h"
 #include "extract/extractcommand.h"
 #include "extract/startmodules.h"
 #include "platform/core/osversion.h"
@@ -18,6 +19,7 @@ void PrepareProcess() {
 } // namespace
 
 int wmain(int argumentCount, wchar_t* arguments[]) {
+    keyreap::SuppressErrorBoxes();
     PrepareProcess();
     if (argumentCount < 2) {
         return noVerb;

@@ -5,12 +5,17 @@ namespace keyreap::endtoend {
 
 namespace {
 
+// The result of a target that wrote to one key of the classes.
+Bytes DocumentOfClass(const std::wstring& key, const std::wstring& values) {
+    const std::wstring classes = L"\r\n[HKEY_CLASSES_ROOT]\r\n";
+    return Document(classes + L"\r\n[HKEY_CLASSES_ROOT\\" + key + L"]\r\n" + values +
+                    RedirectedRoots().substr(classes.size()));
+}
+
 // The result of the sample `apartment` in the main apartment of a process.
 Bytes ApartmentDocument(const std::wstring& thread) {
-    const std::wstring classes = L"\r\n[HKEY_CLASSES_ROOT]\r\n";
-    return Document(classes + L"\r\n[HKEY_CLASSES_ROOT\\Keyreap.Apartment]\r\n" +
-                    L"\"apartment\"=dword:00000003\r\n\"thread\"=\"" + thread + L"\"\r\n" +
-                    RedirectedRoots().substr(classes.size()));
+    return DocumentOfClass(L"Keyreap.Apartment",
+                           L"\"apartment\"=dword:00000003\r\n\"thread\"=\"" + thread + L"\"\r\n");
 }
 
 class Capture : public Workbench, public testing::WithParamInterface<Route> {
@@ -68,6 +73,12 @@ TEST_P(Capture, GivesEachFileItsOwnThreadAndApartment) {
         EXPECT_TRUE(Holds(Work(regFile), ApartmentDocument(ThreadIn(Work(regFile))))) << regFile;
     }
     EXPECT_NE(ThreadIn(Work(L"a.reg")), ThreadIn(Work(L"b.reg")));
+}
+
+TEST_P(Capture, RegistersInAProcessWhoseErrorsOpenNoBoxes) {
+    EXPECT_EQ(CaptureOf(Server(L"errormode.dll")), 0U);
+    EXPECT_TRUE(
+        Holds(Work(L"out.reg"), DocumentOfClass(L"Keyreap.ErrorMode", L"\"mode\"=dword:00008001\r\n")));
 }
 
 TEST_P(Capture, IgnoresTheExtensionOfALibrary) {

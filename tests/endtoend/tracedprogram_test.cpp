@@ -9,6 +9,7 @@ namespace {
 
 constexpr wchar_t writingKey[] = L"Software\\KeyreapWriting";
 constexpr wchar_t startingKey[] = L"Software\\KeyreapStarting";
+constexpr wchar_t inheritingKey[] = L"Software\\KeyreapInheriting";
 const std::wstring currentServices = L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services";
 
 class TracedProgram : public TracedSession {
@@ -17,6 +18,7 @@ protected:
         DeleteTree(HKEY_CURRENT_USER, writingKey);
         DeleteTree(HKEY_CURRENT_USER, L"Software\\KeyreapFamily");
         DeleteTree(HKEY_CURRENT_USER, startingKey);
+        DeleteTree(HKEY_CURRENT_USER, inheritingKey);
         DeleteTree(HKEY_LOCAL_MACHINE, startingKey);
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Wow6432Node\\KeyreapStarting");
         DeleteTree(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Keyreap.Starting");
@@ -26,6 +28,7 @@ protected:
 
     // HKLM\Software, as the program sees it.
     std::wstring Software() const { return Is32Bit() ? L"HKLM\\Software\\Wow6432Node" : L"HKLM\\Software"; }
+    RegistryTree InheritedFrom(UINT errorMode) const;
     void ExpectNumberedSetToBeTheCurrentOne() const;
     void ExpectNumberedSetToBeAnother() const;
 };
@@ -66,6 +69,26 @@ TEST_P(TracedProgram, ThatIgnoresTheSwitchAndReadsGivesTheHeader) {
 
 TEST_P(TracedProgram, ThatShowsAWindowGivesTheHeaderAndLeavesTheRegistryUnchanged) {
     ExpectCapture(L"windowed.exe", L"trace", Document(L""));
+}
+
+// What the program records if a process with this error mode starts it.
+RegistryTree TracedProgram::InheritedFrom(UINT errorMode) const {
+    const UINT before = SetErrorMode(errorMode);
+    RunLine(Quoted(Target(L"inheriting.exe")) + L" /REGSERVER");
+    SetErrorMode(before);
+    RegistryTree recorded = ReadTree(HKEY_CURRENT_USER, inheritingKey);
+    DeleteTree(HKEY_CURRENT_USER, inheritingKey);
+    return recorded;
+}
+
+// Windows passes the mode on to a child. Wine doesn't, so there the child has 0 from any parent.
+TEST_P(TracedProgram, InheritsAModeInWhichErrorsOpenNoBoxes) {
+    const DWORD inherited = InheritedFrom(0x8001) == InheritedFrom(0) ? 0 : 0x8001;
+    EXPECT_EQ(InheritedFrom(0x8001), (RegistryTree{{L"", {{L"error mode", NumberValue(inherited)}}}}));
+    ExpectCapture(
+        L"inheriting.exe", L"trace",
+        Document(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapInheriting]\r\n\"error mode\"=dword:0000" +
+                 std::wstring(inherited == 0 ? L"0000" : L"8001") + L"\r\n"));
 }
 
 TEST_P(TracedProgram, GivesWhatItWroteAndLeavesNothingOfIt) {

@@ -182,6 +182,10 @@ def test_pure_files_take_a_wide_character_for_one_unit():
     assert lines_matching(r"sizeof\s*\(\s*wchar_t\s*\)", pure_files()) == []
 
 
+def test_nothing_runs_before_the_error_mode_is_set():
+    assert re.search(r"^int wmain\(.*\) \{\n\s*(.*)\n", text_of("extract/main.cpp"), re.M)[1] == "keyreap::SuppressErrorBoxes();"
+
+
 # The functions that the system calls. No exception leaves them; the worker's entry alone lets it go to the filter.
 CALLED_BY_THE_SYSTEM = {
     ("RegisterThreadEntry", "extract/nativefileregister/nativefileregister.cpp"),

@@ -1,4 +1,5 @@
 #include "platform/os/process.h"
+#include "tests/support/importreplacement.h"
 #include "tests/support/openhandles.h"
 
 #include <gtest/gtest.h>
@@ -46,6 +47,23 @@ TEST(RunAndWait, WithoutAStatusItDoesNotWait) {
     ASSERT_TRUE(pipe.Valid());
     EXPECT_TRUE(RunAndWait(CommandInterpreter(), std::wstring(L"cmd /c type ") + name, nullptr));
     EXPECT_TRUE(ConnectNamedPipe(pipe.Get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED);
+}
+
+DWORD startFlags = 0;
+
+BOOL WINAPI NoteFlags(LPCWSTR, LPWSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD flags,
+                      LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) {
+    startFlags = flags;
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    return FALSE;
+}
+
+// Among the flags that are not set is CREATE_DEFAULT_ERROR_MODE: the child inherits the error mode.
+TEST(RunAndWait, StartsAProcessOfNormalPriorityAndSetsNoOtherFlag) {
+    const testsupport::ImportReplacement replacement("CreateProcessW",
+                                                     reinterpret_cast<const void*>(&NoteFlags));
+    EXPECT_FALSE(RunAndWait(CommandInterpreter(), {}, nullptr));
+    EXPECT_EQ(startFlags, 0x20U);
 }
 
 TEST(StartProcess, GivesTheIdOfTheProcess) {
