@@ -13,7 +13,7 @@
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
 
     # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl.
-    TEST_PACKAGES=(git python3 python3-pytest clang-format shellcheck xvfb xdotool imagemagick
+    TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
         libbenchmark-dev libssl-dev lintian man-db mmdebstrap)
 
     # The compiler of the fuzzers and its runtime library.
