@@ -22,6 +22,7 @@ inline constexpr std::size_t headerSize = 72;
 
 inline constexpr std::uint32_t stateFlush = 3;
 inline constexpr std::uint16_t flagFlushMarker = 0x01;
+inline constexpr std::uint16_t flagEventsLost = 0x02;
 inline constexpr std::uint16_t flagCompressed = 0x40;
 inline constexpr std::uint16_t typeGeneric = 0;
 inline constexpr std::uint16_t typeHeader = 4;

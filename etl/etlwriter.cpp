@@ -43,7 +43,6 @@ EtlWriter::EtlWriter(EtlSink& sink, EtlLogHeader logHeader)
     : sink(sink), header(std::move(logHeader)), buffer(header.bufferSize) {
     header.startBuffers = keptBuffers;
     header.buffersWritten = 0;
-    header.eventsLost = 0;
     header.endTime = 0;
 }
 
@@ -140,7 +139,10 @@ bool EtlWriter::Flush(std::uint16_t type, std::uint16_t flags, std::int64_t time
 }
 
 bool EtlWriter::FlushEvents(std::uint16_t flags) {
-    const bool written = Flush(etl::buffer::typeGeneric, flags, lastTime);
+    const bool loses = header.eventsLost != lostInBuffers;
+    lostInBuffers = header.eventsLost;
+    const auto allFlags = static_cast<std::uint16_t>(flags | (loses ? etl::buffer::flagEventsLost : 0));
+    const bool written = Flush(etl::buffer::typeGeneric, allFlags, lastTime);
     ++header.buffersWritten;
     ++bufferNumber;
     StartBuffer();

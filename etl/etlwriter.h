@@ -30,10 +30,10 @@ struct EtlRegistryEvent {
 // one buffer.
 class EtlWriter {
 public:
-    // The writer sets these fields of the header itself: buffersWritten, startBuffers, pointerSize,
-    // eventsLost and endTime. The log is circular if logFileMode contains EVENT_TRACE_FILE_MODE_CIRCULAR and
-    // there is a maximumFileSize. The buffer size is a multiple of 1024, from 1024 to 16 MB. A circular log
-    // has at least two buffers, however low its limit.
+    // The writer sets these fields of the header itself: buffersWritten, startBuffers, pointerSize and
+    // endTime. It adds the events that it loses to eventsLost. The log is circular if logFileMode contains
+    // EVENT_TRACE_FILE_MODE_CIRCULAR and there is a maximumFileSize. The buffer size is a multiple of 1024,
+    // from 1024 to 16 MB. A circular log has at least two buffers, however low its limit.
     EtlWriter(EtlSink& sink, EtlLogHeader logHeader);
 
     // Writes the log header event with this time, process and thread. Call it first, and once.
@@ -66,11 +66,12 @@ private:
 
     EtlSink& sink;
     EtlLogHeader header;
-    Origin beginning;               // of the log header event
-    std::vector<std::byte> buffer;  // the one being filled
-    std::size_t used = 0;           // bytes of it
-    std::uint64_t bufferNumber = 0; // in the order of flushing
-    std::int64_t lastTime = 0;      // of the last event
+    Origin beginning;                // of the log header event
+    std::vector<std::byte> buffer;   // the one being filled
+    std::size_t used = 0;            // bytes of it
+    std::uint64_t bufferNumber = 0;  // in the order of flushing
+    std::int64_t lastTime = 0;       // of the last event
+    std::uint32_t lostInBuffers = 0; // events whose loss a buffer that is written has marked
     bool failed = false;
 };
 

@@ -30,6 +30,8 @@ struct PartialInformation {
 using OpenKeyFunction = NTSTATUS(NTAPI*)(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*);
 using QueryValueFunction = NTSTATUS(NTAPI*)(HANDLE, UNICODE_STRING*, int, void*, ULONG, ULONG*);
 using CloseFunction = NTSTATUS(NTAPI*)(HANDLE);
+using UserKeyFunction = NTSTATUS(NTAPI*)(UNICODE_STRING*);
+using FreeTextFunction = void(NTAPI*)(UNICODE_STRING*);
 
 template <typename Function>
 Function NativeFunction(const char* name) {
@@ -76,6 +78,18 @@ NativeKey LookAtNativeKey(std::wstring name) {
         close(key);
     }
     return seen;
+}
+
+std::wstring CurrentUserKey() {
+    static const auto format = NativeFunction<UserKeyFunction>("RtlFormatCurrentUserKeyPath");
+    static const auto release = NativeFunction<FreeTextFunction>("RtlFreeUnicodeString");
+    UNICODE_STRING name{};
+    if (format(&name) < 0) {
+        return {};
+    }
+    std::wstring key(name.Buffer, name.Length / sizeof(wchar_t));
+    release(&name);
+    return key;
 }
 
 } // namespace keyreap

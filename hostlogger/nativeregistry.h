@@ -13,4 +13,7 @@ struct NativeKey {
 };
 NativeKey LookAtNativeKey(std::wstring name);
 
+// The complete name of the current user's hive; empty if the system doesn't give it. Windows only.
+std::wstring CurrentUserKey();
+
 } // namespace keyreap

@@ -1,10 +1,9 @@
 #include "hostlogger/requestlog.h"
 
 #include "hostlogger/nativeregistry.h"
+#include "hostlogger/systemfolder.h"
 
 #include <windows.h>
-
-#include <array>
 
 namespace keyreap {
 
@@ -12,6 +11,7 @@ namespace {
 
 constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
 constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // in the system's folder
+constexpr std::wstring_view hostName = L"\\keyreap-host.txt";    // in the system's folder
 constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line in the log
 constexpr DWORD pause = 1;                                       // milliseconds between two reads
 
@@ -43,12 +43,6 @@ private:
     bool lost = false;
 };
 
-std::wstring SystemFolder() {
-    std::array<wchar_t, MAX_PATH> folder{};
-    const UINT length = GetSystemWindowsDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
-    return std::wstring(folder.data(), length < folder.size() ? length : 0);
-}
-
 OwnedFile OpenToRead(const std::wstring& path) {
     return OwnedFile(CreateFileW(path.c_str(), GENERIC_READ,
                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -68,13 +62,13 @@ bool AppendChunk(HANDLE file, std::string& text) {
     return got != 0;
 }
 
-// Without the file no start is known.
-SystemStart ReadSystemStart() {
-    const OwnedFile file = OpenToRead(SystemStartPath());
+// Empty if there is no such file.
+std::string ReadText(const std::wstring& path) {
+    const OwnedFile file = OpenToRead(path);
     std::string text;
     while (file.Valid() && AppendChunk(file.Get(), text)) {
     }
-    return SystemStart::Parse(text);
+    return text;
 }
 
 } // namespace
@@ -87,10 +81,16 @@ std::wstring SystemStartPath() {
     return SystemFolder() + std::wstring(startName);
 }
 
+std::wstring HostDescriptionPath() {
+    return SystemFolder() + std::wstring(hostName);
+}
+
 bool RequestLog::Open() {
     if (!file.Valid()) {
         file = OpenToRead(path);
-        tracker.SetSystemStart(ReadSystemStart());
+        host = Strictness::Parse(ReadText(HostDescriptionPath()));
+        tracker.SetSystemStart(SystemStart::Parse(ReadText(SystemStartPath())));
+        tracker.SetStrictness(host);
     }
     return file.Valid();
 }
@@ -113,9 +113,13 @@ bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark)
 }
 
 bool RequestLog::ReadToNow(KeyRequestListener* listener) {
-    facts.Forget();
     const std::wstring mark = NextMark();
     LookAtNativeKey(mark);
+    return ReadTo(mark, listener);
+}
+
+bool RequestLog::ReadTo(const std::wstring& mark, KeyRequestListener* listener) {
+    facts.Forget();
     ULONGLONG lastGrowth = GetTickCount64();
     while (!FeedLines(listener, mark)) {
         if (ReadSome()) {
@@ -126,6 +130,7 @@ bool RequestLog::ReadToNow(KeyRequestListener* listener) {
             Sleep(pause);
         }
     }
+    lastMark = mark;
     return true;
 }
 

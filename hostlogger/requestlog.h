@@ -16,12 +16,16 @@ std::wstring RequestLogPath();
 // Where a prefix keeps the recording of how programs are started (SystemStart). The file may be missing.
 std::wstring SystemStartPath();
 
+// Where the session of a test describes its host (Strictness). Other sessions have no such file.
+std::wstring HostDescriptionPath();
+
 // A request log that is being written, and what it has reported so far. Windows only.
 class RequestLog {
 public:
     explicit RequestLog(std::wstring path) : path(std::move(path)), tracker(facts) {}
 
-    // False if there is no request log. Also reads the recording of how the system starts programs.
+    // False if there is no request log. Also reads the recording of how the system starts programs, and the
+    // description of the host.
     bool Open();
 
     // Replaces the recording that Open has read.
@@ -32,9 +36,16 @@ public:
     // there.
     bool ReadToNow(KeyRequestListener* listener);
 
+    // The mark up to which the log was read last.
+    const std::wstring& LastMark() const { return lastMark; }
+
+    // Reads up to a mark that was written before, maybe by another process.
+    bool ReadTo(const std::wstring& mark, KeyRequestListener* listener);
+
     // False after lines were missing in what was read: handles may be unknown from there on.
     bool IsComplete() const { return complete; }
 
+    const Strictness& Host() const { return host; }
     const RequestTracker& Tracker() const { return tracker; }
     LiveKeyFacts& Facts() { return facts; }
 
@@ -45,7 +56,9 @@ private:
     std::wstring path;
     LiveKeyFacts facts;
     RequestTracker tracker;
+    Strictness host;
     OwnedFile file;
+    std::wstring lastMark;
     std::string unread; // read from the log, not yet fed to the tracker
     bool complete = true;
 };

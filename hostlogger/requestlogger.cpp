@@ -2,6 +2,8 @@
 
 #include "etl/etlfile.h"
 #include "etl/etlwriter.h"
+#include "hostlogger/keptsession.h"
+#include "hostlogger/nativeregistry.h"
 #include "hostlogger/requestrecorder.h"
 
 #include <windows.h>
@@ -65,25 +67,55 @@ std::uint32_t RequestLogger::Start(const LoggerSession& asked) {
     if (!requests.Open()) {
         return ERROR_NOT_SUPPORTED;
     }
+    if (requests.Host().startStatus != ERROR_SUCCESS) {
+        return requests.Host().startStatus;
+    }
     Running starting;
-    starting.session = asked;
-    starting.owner = TakeSession(asked.name);
-    if (!starting.owner.Valid()) {
-        return GetLastError();
+    starting.started.session = asked;
+    if (const std::uint32_t status = Claim(starting); status != ERROR_SUCCESS) {
+        return status;
     }
-    if (running) {
-        return ERROR_NO_SYSTEM_RESOURCES;
+    const std::uint32_t status = running ? ERROR_NO_SYSTEM_RESOURCES : Begin(starting.started);
+    if (status != ERROR_SUCCESS) {
+        GiveUp(starting);
+        return status;
     }
-    if (const DWORD status = MakeFile(asked.logFile); status != ERROR_SUCCESS) {
+    running = std::move(starting);
+    return ERROR_SUCCESS;
+}
+
+// Makes the session the only one of its name.
+std::uint32_t RequestLogger::Claim(Running& starting) const {
+    const std::wstring& name = starting.started.session.name;
+    if (requests.Host().outlives) {
+        return KeptSession(name).Create();
+    }
+    starting.owner = TakeSession(name);
+    return starting.owner.Valid() ? ERROR_SUCCESS : GetLastError();
+}
+
+void RequestLogger::GiveUp(const Running& starting) const {
+    if (requests.Host().outlives) {
+        KeptSession(starting.started.session.name).End();
+    }
+}
+
+std::uint32_t RequestLogger::Begin(StartedSession& starting) {
+    const std::wstring& logFile = starting.session.logFile;
+    if (const DWORD status = MakeFile(logFile); status != ERROR_SUCCESS) {
         return status;
     }
     if (const std::uint32_t status = CatchUp(nullptr); status != ERROR_SUCCESS) {
-        DeleteFileW(asked.logFile.c_str());
+        DeleteFileW(logFile.c_str());
         return status;
     }
+    starting.startMark = requests.LastMark();
     starting.startTime = PerformanceCounter();
     starting.startSystemTime = SystemTime();
-    running = std::move(starting);
+    if (requests.Host().outlives && !KeptSession(starting.session.name).Store(starting)) {
+        DeleteFileW(logFile.c_str());
+        return ERROR_DISK_FULL;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -101,18 +133,41 @@ std::uint32_t RequestLogger::Stop() {
     }
     const Running ended = std::move(*running);
     running.reset();
-    return WriteLog(ended);
+    if (requests.Host().outlives && !KeptSession(ended.started.session.name).End()) {
+        return ERROR_WMI_INSTANCE_NOT_FOUND; // another process has stopped it
+    }
+    return WriteLog(ended.started);
 }
 
-std::uint32_t RequestLogger::WriteLog(const Running& ended) {
+std::uint32_t RequestLogger::StopByName(const std::wstring& name) {
+    const KeptSession kept(name);
+    const std::optional<StartedSession> left = kept.Load();
+    if (!kept.End()) {
+        return ERROR_WMI_INSTANCE_NOT_FOUND;
+    }
+    if (!left) {
+        return ERROR_SUCCESS; // its process ended while it started the session: nothing was recorded
+    }
+    if (!requests.Open()) {
+        return ERROR_NOT_SUPPORTED;
+    }
+    return requests.ReadTo(left->startMark, nullptr) ? WriteLog(*left) : ERROR_TIMEOUT;
+}
+
+std::uint32_t RequestLogger::WriteLog(const StartedSession& ended) {
+    const Strictness& host = requests.Host();
+    EtlLogHeader header = HeaderOf(ended.session, ended.startSystemTime);
+    header.eventsLost = host.lostEvents;
     EtlFileSink sink{std::filesystem::path(ended.session.logFile)};
-    EtlWriter writer(sink, HeaderOf(ended.session, ended.startSystemTime));
-    RequestRecorder recorder(writer, requests.Facts(), ended.startTime);
+    EtlWriter writer(sink, header);
+    const ReportedNames names(host, host.user.empty() ? std::wstring() : CurrentUserKey());
+    RequestRecorder recorder(writer, requests.Facts(), ended.startTime, names);
     writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
     const std::uint32_t status = CatchUp(&recorder);
     recorder.RunDown(requests.Tracker());
     const bool finished = writer.Finish(SystemTime());
     const bool written = sink.Close() && finished;
+    eventsLost = writer.EventsLost();
     return status == ERROR_SUCCESS && !written ? ERROR_DISK_FULL : status;
 }
 

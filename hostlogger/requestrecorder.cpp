@@ -41,16 +41,17 @@ void RequestRecorder::OnKeyRequest(const KeyRequest& request) {
 
 void RequestRecorder::WriteCreateOrOpen(const KeyRequest& request, EtlRegistryEvent event) {
     const std::wstring parent = request.parent ? request.parent->Path(facts) : std::wstring();
-    std::wstring name = request.name;
-    bool relative = request.parent != nullptr;
+    const bool hasParent = request.parent != nullptr;
+    std::wstring name = hasParent ? names.AskedName(parent, request.name) : names.AskedName(request.name);
+    bool relative = hasParent;
     if (request.key) {
         const std::wstring& path = request.key->Path(facts);
         ControlBlock& block = BlockOf(path);
         if (!block.named) {
             NameBlock(registryevent::kcbCreate, block, event);
         }
-        if (relative ? !IsPlainName(parent, name, path) : !EqualFolded(name, path)) {
-            name = path;
+        if (relative ? !IsPlainName(parent, request.name, path) : !EqualFolded(request.name, path)) {
+            name = names.KernelName(path);
             relative = false;
         }
     }
@@ -63,7 +64,7 @@ RequestRecorder::ControlBlock& RequestRecorder::BlockOf(const std::wstring& path
     ControlBlock& block = blocks[FoldedText(path)];
     if (block.address == 0) {
         block.address = firstBlock + blocks.size() * blockSize;
-        block.path = path;
+        block.name = names.KernelName(path);
     }
     return block;
 }
@@ -72,7 +73,7 @@ void RequestRecorder::NameBlock(std::uint8_t type, ControlBlock& block, EtlRegis
     event.type = type;
     event.status = 0;
     event.keyHandle = block.address;
-    event.keyName = block.path;
+    event.keyName = block.name;
     block.named = true;
     writer.Write(event);
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "etl/etlwriter.h"
+#include "hostlogger/reportednames.h"
 #include "hostlogger/requesttracker.h"
 
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace keyreap {
@@ -17,8 +19,8 @@ namespace keyreap {
 class RequestRecorder : public KeyRequestListener {
 public:
     // No event is older than the start time, which is in the log's clock.
-    RequestRecorder(EtlWriter& writer, KeyFacts& facts, std::int64_t startTime)
-        : writer(writer), facts(facts), startTime(startTime) {}
+    RequestRecorder(EtlWriter& writer, KeyFacts& facts, std::int64_t startTime, ReportedNames names = {})
+        : writer(writer), facts(facts), startTime(startTime), names(std::move(names)) {}
 
     void OnKeyRequest(const KeyRequest& request) override;
     void OnLostLines() override {}
@@ -30,7 +32,7 @@ public:
 private:
     struct ControlBlock {
         std::uint64_t address = 0;
-        std::wstring path; // in the spelling of its first use
+        std::wstring name; // of its first use, as the kernel spells it
         bool named = false;
     };
 
@@ -43,6 +45,7 @@ private:
     EtlWriter& writer;
     KeyFacts& facts;
     std::int64_t startTime;
+    ReportedNames names;
     std::unordered_map<std::wstring, ControlBlock> blocks; // by path, A to Z folded
 };
 

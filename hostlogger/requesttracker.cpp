@@ -159,11 +159,11 @@ void RequestTracker::OnReply(const RequestLine& reply, KeyRequestListener* liste
 
 bool RequestTracker::IsReported(const Call& call) const {
     return WantsKeyRequests(call.listener) &&
-           (call.process.started || systemStart.Knows(call.process.machine));
+           (call.process.started || strictness.system || systemStart.Knows(call.process.machine));
 }
 
 bool RequestTracker::BelongsToStart(const Call& call, const KeyRequest& request) const {
-    if (call.process.started) {
+    if (call.process.started || strictness.system) {
         return false;
     }
     if (!SystemStart::IsChange(request)) {
@@ -190,7 +190,8 @@ void RequestTracker::CreateOrOpenKey(const Call& call) {
     const bool creates = call.name == requestword::createKey;
     const AskedKey asked = ReadAskedKey(call.requestFields, creates);
     const KeyOrigin origin = OriginOf(call.process, asked);
-    const bool opens = origin != KeyOrigin::program && call.status == statusObjectNameExists;
+    const bool opens =
+        origin != KeyOrigin::program && call.status == statusObjectNameExists && !strictness.creations;
     KeyRequest request;
     request.type = creates && !opens ? registryevent::createKey : registryevent::openKey;
     request.origin = origin;

@@ -4,6 +4,7 @@
 #include "hostlogger/exchangepairing.h"
 #include "hostlogger/requestline.h"
 #include "hostlogger/serverprocess.h"
+#include "hostlogger/strictness.h"
 #include "hostlogger/systemstart.h"
 
 #include <cstdint>
@@ -60,12 +61,17 @@ public:
 // complete names (a root of the other view component by component, all with the same access). Wine's inner
 // parts, such as the desktop's settings, begin at keys that they opened by their complete names. The creation
 // of a root, and a creation by the inner parts, is reported as an opening if the key existed.
+//
+// Neither rule holds at a host that is as strict as Windows (Strictness).
 class RequestTracker {
 public:
     explicit RequestTracker(KeyFacts& facts) : facts(facts) {}
 
     // How the system starts programs in this prefix.
     void SetSystemStart(SystemStart start) { systemStart = std::move(start); }
+
+    // Which of the rules above this host lacks.
+    void SetStrictness(const Strictness& rules) { strictness = rules; }
 
     // One line without its line break.
     void Feed(std::string_view line, KeyRequestListener* listener);
@@ -113,6 +119,7 @@ private:
 
     KeyFacts& facts;
     SystemStart systemStart;
+    Strictness strictness;
     ServerProcesses processes;
     ExchangePairing exchanges;
     std::int64_t time = 0;

@@ -16,6 +16,8 @@ source "$ROOT/scripts/requests.sh"
 source "$ROOT/scripts/isolation.sh"
 # shellcheck source=scripts/startup.sh
 source "$ROOT/scripts/startup.sh"
+# shellcheck source=scripts/host.sh
+source "$ROOT/scripts/host.sh"
 
 cd /
 trap '' INT TERM HUP QUIT

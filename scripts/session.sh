@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # A session is one use of a Wine prefix out of the pool: the prefix is taken, renewed, used by one command, and cleared.
-# Sourced after common.sh, wine.sh, requests.sh, isolation.sh and startup.sh.
+# Sourced after common.sh, wine.sh, requests.sh, isolation.sh, startup.sh and host.sh.
 #
 # These file descriptors belong to the session; no process that it starts inherits them, nor those of its notes
 # (notes.sh):
@@ -85,6 +85,7 @@ renew_prefix() {
     cp -a "$WINE_BASE/top/." "$PREFIX"
     mkdir -p "$PREFIX/home"
     place_start_recording "$PREFIX"
+    place_host_description "$PREFIX"
     [[ $1 != none ]] || cp "$WINE_BASE/classless/system.reg" "$PREFIX/system.reg"
     [[ -z $2 ]] || show_share "$2"
 }

@@ -7,7 +7,7 @@
 # change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the packages that
 # were used.
 
-for part in packages tools wine requests isolation startup session base build probe; do
+for part in packages tools wine requests isolation startup host session base build probe; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done

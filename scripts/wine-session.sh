@@ -13,6 +13,8 @@
 #   --report-mixed-keys
 #                      with --requests: when all has ended, a line on standard error names the keys that Wine mixed up
 #                      (scripts/mixedkeys.sh), if there are any
+#   --host SWITCHES    with --requests: how strict the session's logger is, in the form of KEYREAP_HOST
+#                      (scripts/host.sh), which it replaces
 #   --observed         a crash of the command is recorded (scripts/observed.sh)
 #   --checked-heaps    HeapValidate in a program finds writes just past the end of a block
 #   --ready            the caller has done the set-up
@@ -32,6 +34,8 @@ source "$ROOT/scripts/wine.sh"
 source "$ROOT/scripts/isolation.sh"
 # shellcheck source=scripts/startup.sh
 source "$ROOT/scripts/startup.sh"
+# shellcheck source=scripts/host.sh
+source "$ROOT/scripts/host.sh"
 
 given=("$@") INSIDE=no
 [[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
@@ -43,6 +47,7 @@ while (($# > 0)); do
     --share) share=${2:?--share needs a folder} && shift ;;
     --no-display) unset DISPLAY WAYLAND_DISPLAY ;;
     --requests) requests=yes ;;
+    --host) KEYREAP_HOST=${2?--host needs switches} && shift ;;
     --report-mixed-keys) mixed=reported ;;
     --checked-heaps) heaps=checked ;;
     --ready) ready=yes ;;
@@ -59,6 +64,7 @@ while (($# > 0)); do
     shift
 done
 (($# > 0)) || fail "wine-session.sh: no command"
+host_switches "${KEYREAP_HOST-}" >/dev/null
 if [[ $INSIDE == no ]]; then
     [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
     # Starts this script again in the namespace, or returns if there is none.

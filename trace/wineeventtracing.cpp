@@ -64,8 +64,14 @@ ULONG WineEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
     return status;
 }
 
-ULONG WineEventTracing::Control(TRACEHANDLE, const wchar_t*, EVENT_TRACE_PROPERTIES&, ULONG controlCode) {
-    return controlCode == EVENT_TRACE_CONTROL_STOP ? logger.Stop() : ERROR_NOT_SUPPORTED;
+ULONG WineEventTracing::Control(TRACEHANDLE, const wchar_t*, EVENT_TRACE_PROPERTIES& properties,
+                                ULONG controlCode) {
+    if (controlCode != EVENT_TRACE_CONTROL_STOP) {
+        return ERROR_NOT_SUPPORTED;
+    }
+    const ULONG status = logger.Stop();
+    properties.EventsLost = logger.EventsLost();
+    return status;
 }
 
 TRACEHANDLE WineEventTracing::Open(EVENT_TRACE_LOGFILEW& logFile) {

@@ -107,6 +107,24 @@ TEST(EtlWriter, FinishRecordsTheEndTheBuffersAndTheLostEvents) {
     EXPECT_EQ(log.header.EventsLost, 2U);
 }
 
+TEST(EtlWriter, EventsThatWereLostElsewhereCountToo) {
+    EtlLogHeader header = SmallLog();
+    header.eventsLost = 40;
+    const std::wstring long_(600, L'x');
+    EXPECT_EQ(Written({CreateKey(long_)}, header).header.EventsLost, 41U);
+}
+
+// ETW_BUFFER_FLAG_EVENTS_LOST (ntwmi.h) is 2, beside the flag of a flush.
+TEST(EtlWriter, TheFirstBufferAfterALossIsMarked) {
+    EtlLogHeader header = SmallLog();
+    header.eventsLost = 1;
+    const std::wstring half(300, L'x');
+    const independent::Log log = Written({CreateKey(half), CreateKey(half)}, header);
+    ASSERT_EQ(log.buffers.size(), 3U);
+    EXPECT_EQ(log.buffers[1].header.BufferFlag, 2U);
+    EXPECT_EQ(log.buffers[2].header.BufferFlag, 1U);
+}
+
 TEST(EtlWriter, BeginWritesALogHeaderWithoutAnEnd) {
     MemorySink sink;
     EtlWriter writer(sink, SmallLog());

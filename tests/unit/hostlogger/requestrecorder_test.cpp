@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace keyreap {
 namespace {
@@ -26,7 +27,8 @@ class RequestRecorderTest : public testing::Test {
 protected:
     static constexpr std::int64_t startTime = 5000;
 
-    RequestRecorderTest() {
+    explicit RequestRecorderTest(ReportedNames names = {})
+        : recorder(writer, story.registry, startTime, std::move(names)) {
         story.Process(firstProcess, firstThread);
         story.Open(firstThread, R"(\Registry\Machine\Software)", 4,
                    {.realPath = R"(REGISTRY\Machine\Software)"});
@@ -77,7 +79,7 @@ protected:
     RequestStory story;
     MemorySink sink;
     EtlWriter writer{sink, Header()};
-    RequestRecorder recorder{writer, story.registry, startTime};
+    RequestRecorder recorder;
     bool started = writer.Begin(startTime, 1, 2) && false;
 };
 
@@ -176,6 +178,54 @@ TEST_F(RequestRecorderTest, ARedirectedKeyIsRecordedUnderItsRealPath) {
     EXPECT_EQ(event.payload.KeyHandle, 0U);
     EXPECT_EQ(event.payload.KeyName, softwareKey + L"\\Wow6432Node\\A");
     EXPECT_EQ(event.payload.Status, 0U);
+}
+
+// A host where the account has another SID, and the nodes of the 32-bit view are in capitals.
+class StrictRecorderTest : public RequestRecorderTest {
+protected:
+    StrictRecorderTest() : RequestRecorderTest(Names()) {}
+
+private:
+    static ReportedNames Names() {
+        Strictness strictness;
+        strictness.capitals = true;
+        strictness.user = L"S-1-12-1-7";
+        return {strictness, L"\\REGISTRY\\User\\S-1-5-21-0-0-0-1000"};
+    }
+};
+
+TEST_F(StrictRecorderTest, TheKernelNamesANodeInCapitals) {
+    story.Process(0x30, 0x34, RequestStory::machine32);
+    story.Create(0x34, R"(\REGISTRY\Machine\Software\A)", 8);
+    const std::vector<Event> events = Events();
+    ASSERT_GE(events.size(), 2U);
+    EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
+    EXPECT_EQ(events[0].payload.KeyName, softwareKey + L"\\WOW6432NODE\\A");
+    EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
+    EXPECT_EQ(events[1].payload.KeyName, softwareKey + L"\\WOW6432NODE\\A");
+}
+
+TEST_F(StrictRecorderTest, ANodeThatIsAskedForKeepsItsSpellingInTheNameAskedFor) {
+    story.Open(firstThread, "Wow6432Node", 8,
+               {.parent = 4, .realPath = R"(REGISTRY\Machine\Software\Wow6432Node)"});
+    EXPECT_EQ(EventOfType(registryevent::openKey).payload.KeyName, L"Wow6432Node");
+}
+
+TEST_F(StrictRecorderTest, TheUsersHiveHasItsSidInEveryName) {
+    story.Open(firstThread, R"(\Registry\User\S-1-5-21-0-0-0-1000)", 8,
+               {.realPath = R"(REGISTRY\User\S-1-5-21-0-0-0-1000)"});
+    story.Open(firstThread, R"(\Registry\User)", 12, {.realPath = R"(REGISTRY\User)"});
+    story.Open(firstThread, R"(S-1-5-21-0-0-0-1000\A)", 16,
+               {.parent = 12, .realPath = R"(REGISTRY\User\S-1-5-21-0-0-0-1000\A)"});
+    std::vector<std::wstring> names;
+    for (const Event& event : Events()) {
+        names.push_back(event.payload.KeyName);
+    }
+    names.resize(6);
+    const std::wstring hive = L"\\REGISTRY\\USER\\S-1-12-1-7";
+    const std::wstring users = L"\\REGISTRY\\User";
+    EXPECT_EQ(names, (std::vector<std::wstring>{hive, hive, users, L"\\Registry\\User", hive + L"\\A",
+                                                L"S-1-12-1-7\\A"}));
 }
 
 TEST_F(RequestRecorderTest, AFailureIsRecordedAsAskedFor) {

@@ -95,6 +95,20 @@ TEST_F(RequestTrackerTest, AnExistingKeyThatInnerPartsCreateIsReportedAsOpened) 
     EXPECT_EQ(reported[3].type, registryevent::openKey);
 }
 
+TEST_F(RequestTrackerTest, AtAStrictHostEveryCreationOfAnExistingKeyIsReportedAsOne) {
+    Strictness strictness;
+    strictness.creations = true;
+    story.tracker.SetStrictness(strictness);
+    story.Create(firstThread, R"(\REGISTRY\Machine)", 8, {.status = "OBJECT_NAME_EXISTS"});
+    story.Open(firstThread, R"(\Registry\User\S-1-5-21-0-0-0-1000)", 12);
+    story.Create(firstThread, R"(Control Panel\Colors)", 16, {.parent = 12, .status = "OBJECT_NAME_EXISTS"});
+    ASSERT_EQ(reported.size(), 3U);
+    EXPECT_EQ(reported[0].type, registryevent::createKey);
+    EXPECT_EQ(reported[0].status, 0U);
+    EXPECT_EQ(reported[1].type, registryevent::openKey);
+    EXPECT_EQ(reported[2].type, registryevent::createKey);
+}
+
 TEST_F(RequestTrackerTest, AKeyCreatedBelowTheKeyOfRegOpenCurrentUserIsTheProgramsOwn) {
     // As Wine's RegOpenCurrentUser does it: through the root of the users' hives.
     story.Create(firstThread, R"(\Registry\User)", 8, {.access = 0x02000000, .status = "OBJECT_NAME_EXISTS"});

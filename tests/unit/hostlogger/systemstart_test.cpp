@@ -197,6 +197,25 @@ TEST_F(SystemStartTest, AFailedCreationIsRecordedByTheNameAskedFor) {
     EXPECT_EQ(Reported(), Lines{"8664\tcreate\t" + zonePath + R"(\deep\est)"});
 }
 
+TEST_F(SystemStartTest, AtAStrictHostEverythingIsReportedAheadOfTheEntryPoint) {
+    Strictness strictness;
+    strictness.system = true;
+    story.tracker.SetStrictness(strictness);
+    Recorded(createsZone + '\n' + setsName + '\n');
+    Begin();
+    story.SetValue(firstThread, zone, "Name");
+    story.QueryValue(firstThread, zone, "Name");
+    EXPECT_EQ(Reported(), (Lines{"read", createsZone, "read", setsName, "read"}));
+}
+
+TEST_F(SystemStartTest, AtAStrictHostNoRecordingIsNeeded) {
+    Strictness strictness;
+    strictness.system = true;
+    story.tracker.SetStrictness(strictness);
+    Begin(firstProcess, firstThread, RequestStory::machine32);
+    EXPECT_EQ(Reported().size(), 3U);
+}
+
 TEST_F(SystemStartTest, UnitsOutsideOfAsciiAreEscaped) {
     KeyRequest request;
     request.type = registryevent::setValue;
