@@ -62,10 +62,11 @@ def command_of(suite: Suite, root: Path, share: str, report: Path) -> list[str |
     return [*session, *requests, "/usr/bin/wine", suite.file, *options]
 
 
-def environment_of(places: Places, share: str, step: int, summary: Path) -> dict[str, str]:
+def environment_of(suite: Suite, places: Places, share: str, step: int, summary: Path) -> dict[str, str]:
     """The suite's variables. What it writes to the file KEYREAP_REPORT is shown after its line."""
     return os.environ | {
         "KEYREAP_SAMPLE": str(step),
+        "KEYREAP_HOST": suite.host,
         "KEYREAP_REPORT": str(summary),
         "KEYREAP_SHARE": share,
         "KEYREAP_SHARE_UNC": r"\\server\share",
@@ -109,7 +110,7 @@ class Runner:
         ):
             report = report_of(suite, Path(folder))
             command = guarded(command_of(suite, self._places.root, share, report), limit)
-            status = self._status(command, log, environment_of(self._places, share, step, summary))
+            status = self._status(command, log, environment_of(suite, self._places, share, step, summary))
             results = results_of(report)
         with log.open("a", encoding="utf-8") as output:
             output.write(remark(status, limit, results))

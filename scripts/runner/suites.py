@@ -9,6 +9,8 @@ PRESETS = ("x64", "x86", "native", "native-sanitized")
 # A suite with very many cases takes every tenth of them, except in its whole run.
 SAMPLE_STEP = 10
 
+STRICT_HOST = "strict"
+
 
 class Kind(Enum):
     WINDOWS = "windows"  # a program for Windows, run in a Wine session of its own
@@ -23,6 +25,7 @@ class Suite:
     kind: Kind
     file: Path
     whole: str | None  # the word of the run in which the suite goes through all its cases
+    host: str = ""  # how strict the logger of its session is (scripts/host.sh)
 
     def is_named_by(self, word: str) -> bool:
         """A word is the whole name, the part before or after the slash, or the word of the whole run."""
@@ -36,6 +39,7 @@ class Suite:
 def all_suites(root: Path, presets: tuple[str, ...] = PRESETS) -> list[Suite]:
     """The programs first."""
     programs = [suite for preset in presets for suite in program_suites(root / "build", preset)]
+    programs += [strict_suite(suite) for suite in programs if suite.name.startswith("x64/endtoend")]
     return programs + [pytest_suite(file) for file in sorted(root.glob("tests/*/test_*.py"))]
 
 
@@ -53,6 +57,14 @@ def program_suites(build: Path, preset: str) -> list[Suite]:
 def program_suite(preset: str, file: str, kind: str, whole: str) -> Suite:
     name = Path(file).name.removesuffix(".exe")
     return Suite(f"{preset}/{name}", Kind(kind), Path(file), None if whole == "-" else whole)
+
+
+def strict_suite(suite: Suite) -> Suite:
+    """The whole programs once more, with a logger as strict as that of Windows. Where a usual session has none, it refuses
+    to start, as it does on Windows without the rights."""
+    host = STRICT_HOST if suite.kind == Kind.REQUESTS else f"{STRICT_HOST},status 5"
+    name = suite.name.replace("x64/", "strict/")
+    return Suite(name, Kind.REQUESTS, suite.file, "strict", host)
 
 
 def pytest_suite(file: Path) -> Suite:

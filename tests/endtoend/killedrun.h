@@ -24,10 +24,14 @@ protected:
     static RegistryTree LiveEntries();
 
     // A next run in the same mode gives exactly its bytes. Of what the killed run left it removes only the
-    // temporary tree.
+    // temporary tree. Where the killed run's logger still runs, a run before it has the result of one without
+    // a trace.
     void ExpectNextRunToSucceed(const Way& way) const;
 
     Stops stops;
+
+private:
+    void ExpectNextRun(const Way& way, const Bytes& expected) const;
 };
 
 } // namespace keyreap::endtoend

@@ -1,4 +1,5 @@
 // A run that is killed at any stage costs nothing but itself.
+#include "tests/endtoend/harness/stricthost.h"
 #include "tests/endtoend/killedrun.h"
 
 #include <algorithm>
@@ -23,6 +24,9 @@ protected:
         EXPECT_EQ(LeftATraceLog(), GetParam().IsTraced());
         EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, temporaryKey));
     }
+    void ExpectTheLoggerToRunOnAtAStrictHost() const {
+        EXPECT_EQ(LoggerIsLeftRunning(), GetParam().IsTraced() && HostIsStrict());
+    }
     // The result of the same target is the one of a machine where no run was ever killed.
     void ExpectTheUndisturbedResult() const {
         EXPECT_EQ(CaptureOf(GetParam(), L"stopping.dll", L"again.reg"), 0U);
@@ -43,6 +47,7 @@ private:
 
 TEST_P(KilledWhileHeld, WhileTheTargetIsLoadedLeavesTheTreeAndNoEntry) {
     KillAt(L"loading");
+    ExpectTheLoggerToRunOnAtAStrictHost();
     ExpectNothingButATraceLog();
     EXPECT_FALSE(WroteToLiveRegistry());
     ExpectNextRunToSucceed(GetParam());
@@ -51,6 +56,7 @@ TEST_P(KilledWhileHeld, WhileTheTargetIsLoadedLeavesTheTreeAndNoEntry) {
 
 TEST_P(KilledWhileHeld, WhileTheTargetWritesLeavesWhatItWroteWhereItWroteIt) {
     KillAt(L"registering");
+    ExpectTheLoggerToRunOnAtAStrictHost();
     ExpectNothingButATraceLog();
     EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
     ExpectNextRunToSucceed(GetParam());
@@ -59,6 +65,7 @@ TEST_P(KilledWhileHeld, WhileTheTargetWritesLeavesWhatItWroteWhereItWroteIt) {
 
 TEST_P(KilledWhileHeld, AfterTheCaptureLeavesAllEntriesAndNoResult) {
     KillAt(L"unloading");
+    EXPECT_FALSE(LoggerIsLeftRunning());
     ExpectNothingButATraceLog();
     EXPECT_EQ(WroteToLiveRegistry(), !GetParam().IsRedirected());
     ExpectNextRunToSucceed(GetParam());

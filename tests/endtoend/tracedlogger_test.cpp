@@ -1,5 +1,6 @@
 // Runs while another session of the logger exists: a prefix has only one of this name at a time.
 #include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/stricthost.h"
 #include "tests/endtoend/tracedsession.h"
 
 namespace keyreap::endtoend {
@@ -69,9 +70,16 @@ TEST_P(TakenLogger, IsFreeWhenItsOwnerHasEnded) {
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
 }
 
-TEST_P(TakenLogger, IsFreeWhenItsOwnerWasKilled) {
+TEST_P(TakenLogger, IsFreeWhenItsOwnerWasKilledAndNothingKeepsItRunning) {
     owner.Kill();
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software\\KeyreapPausing"));
+    EXPECT_EQ(LoggerIsLeftRunning(), HostIsStrict());
+    if (HostIsStrict()) {
+        EXPECT_EQ(Trace(L"plain.dll"), 0U);
+        EXPECT_TRUE(Holds(Work(L"out.reg"), Document(UntouchedRoots())));
+        DeleteTree(HKEY_CLASSES_ROOT, L"Keyreap.Plain");
+        StopLeftLogger();
+    }
     EXPECT_EQ(Trace(L"plain.dll"), 0U);
     EXPECT_TRUE(Holds(Work(L"out.reg"), Golden("plain-traced.reg")));
 }

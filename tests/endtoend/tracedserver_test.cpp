@@ -22,7 +22,7 @@ TEST_P(TracedServer, GivesTheSameBytesTwiceAndIsGoneFromTheRegistry) {
     for (const char* sample : {"plain", "peruser", "texts", "names", "keys", "lifetime"}) {
         const SavedRegistry before;
         ExpectTwice(sample, std::string(sample) + "-traced.reg");
-        EXPECT_EQ(before.Changes(), nothing) << sample;
+        EXPECT_TRUE(before.Changed(nothing)) << sample;
     }
     EXPECT_EQ(TemporaryFiles(), nothing);
 }
@@ -30,13 +30,13 @@ TEST_P(TracedServer, GivesTheSameBytesTwiceAndIsGoneFromTheRegistry) {
 TEST_P(TracedServer, GivesEveryTypeOfValueInEveryRootAndSize) {
     const SavedRegistry before;
     ExpectTwice("everytype", "everytype-traced.reg");
-    EXPECT_EQ(before.Changes(), nothing);
+    EXPECT_TRUE(before.Changed(nothing));
 }
 
 TEST_P(TracedServer, WithATypeLibraryLeavesOnlyTheInterfaceOfTheOtherView) {
     const SavedRegistry before;
     ExpectTwice("calculator", OwnGolden("calculator-traced"), PathsOf(Target(L"calculator.dll")));
-    EXPECT_EQ(before.Changes(), InterfaceOfTheOtherView());
+    EXPECT_TRUE(before.Changed(InterfaceOfTheOtherView()));
 }
 
 TEST_P(TracedServer, ThatWritesNothingGivesOnlyTheHeader) {
@@ -67,7 +67,7 @@ TEST_P(TracedServer, AfterAnotherInOneRunGivesOnlyItsOwnEntries) {
     EXPECT_TRUE(Holds(Work(L"a.reg"), Golden("keys-traced.reg")));
     EXPECT_TRUE(Holds(Work(L"b.reg"), Golden("writing-traced.reg", PathsOf(Target(L"writing.exe")))));
     EXPECT_TRUE(Holds(Work(L"c.reg"), Golden("plain-traced.reg")));
-    EXPECT_EQ(before.Changes(), nothing);
+    EXPECT_TRUE(before.Changed(nothing));
 }
 
 INSTANTIATE_TEST_SUITE_P(ByRoute, TracedServer, testing::ValuesIn(nativeRoutes), NameOfRoute);

@@ -1,6 +1,7 @@
 #include "tests/endtoend/tracedsession.h"
 
 #include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/stricthost.h"
 
 namespace keyreap::endtoend {
 
@@ -15,6 +16,12 @@ void TracedSession::SetUpTestSuite() {
 // Only a first run leaves its temporary tree. With this key no run is a first one.
 TracedSession::TracedSession() {
     CreateKey(HKEY_CURRENT_USER, productKey);
+    if (HostIsStrict()) {
+        // A trace of a program removes what Wine made when it started, and the next start makes it again.
+        for (const Bitness bitness : bothBuilds) {
+            RunLine(Quoted(Sample(bitness, L"windowed.exe")));
+        }
+    }
 }
 
 TracedSession::~TracedSession() {
@@ -36,7 +43,7 @@ void TracedSession::ExpectCapture(const std::wstring& name, const wchar_t* mode,
     const SavedRegistry before;
     EXPECT_EQ(Trace(name, mode), 0U) << name << ' ' << mode;
     EXPECT_TRUE(Holds(Work(L"out.reg"), result)) << name << ' ' << mode;
-    EXPECT_EQ(before.Changes(), changes) << name << ' ' << mode;
+    EXPECT_TRUE(before.Changed(changes)) << name << ' ' << mode;
 }
 
 Lines TracedSession::InterfaceOfTheOtherView() const {

@@ -53,7 +53,7 @@ TEST_P(RedirectedViews, GiveTwoPairsOfOneTypeLibraryTheSameResult) {
             EXPECT_TRUE(Holds(Work(file), Golden(OwnGolden(golden), paths))) << mode << file;
         }
     }
-    EXPECT_EQ(before.Changes(), nothing);
+    EXPECT_TRUE(before.Changed(nothing));
 }
 
 INSTANTIATE_TEST_SUITE_P(ByRoute, RedirectedViews, testing::ValuesIn(routes), NameOfRoute);

@@ -1,6 +1,7 @@
 #include "tests/endtoend/harness/golden.h"
 
 #include "tests/endtoend/harness/settings.h"
+#include "tests/endtoend/harness/stricthost.h"
 
 #include <algorithm>
 #include <cstring>
@@ -86,8 +87,9 @@ testing::AssertionResult Holds(const std::wstring& file, const Bytes& expected) 
     if (!actual) {
         return testing::AssertionFailure() << "there is no such file";
     }
-    if (*actual == expected) {
-        return testing::AssertionSuccess();
+    const testing::AssertionResult asListed = DifferAsListed(file, UnitsOf(*actual), UnitsOf(expected));
+    if (asListed) {
+        return asListed;
     }
     const auto [inActual, inExpected] =
         std::mismatch(actual->begin(), actual->end(), expected.begin(), expected.end());
@@ -95,7 +97,7 @@ testing::AssertionResult Holds(const std::wstring& file, const Bytes& expected) 
     return testing::AssertionFailure()
            << actual->size() << " bytes for " << expected.size() << ", and from unit " << at << " on\n"
            << Excerpt(UnitsOf(*actual), at) << "\nfor\n"
-           << Excerpt(UnitsOf(expected), at);
+           << Excerpt(UnitsOf(expected), at) << (HostIsStrict() ? asListed.message() : "");
 }
 
 } // namespace keyreap::endtoend

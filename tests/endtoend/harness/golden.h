@@ -30,7 +30,8 @@ std::wstring RedirectedRoots();
 // A path as a string value contains it: every backslash is doubled.
 std::wstring Doubled(const std::wstring& path);
 
-// Whether a file contains exactly these bytes; the message shows the first difference.
+// Whether a file contains exactly these bytes; the message shows the first difference. At a strict host it
+// has to differ by what is listed for the test, and by nothing else.
 testing::AssertionResult Holds(const std::wstring& file, const Bytes& expected);
 
 } // namespace keyreap::endtoend

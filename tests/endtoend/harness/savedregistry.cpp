@@ -2,6 +2,7 @@
 
 #include "tests/endtoend/harness/files.h"
 #include "tests/endtoend/harness/registry.h"
+#include "tests/endtoend/harness/stricthost.h"
 
 #include <windows.h>
 
@@ -142,6 +143,17 @@ std::vector<std::wstring> SavedRegistry::Changes() const {
         }
     }
     return changes;
+}
+
+testing::AssertionResult SavedRegistry::Changed(const std::vector<std::wstring>& expected) const {
+    std::vector<std::wstring> left = Changes();
+    std::vector<std::wstring> wanted = expected;
+    DropListedChanges(left, wanted);
+    if (left == wanted) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure()
+           << testing::PrintToString(left) << " instead of " << testing::PrintToString(wanted);
 }
 
 } // namespace keyreap::endtoend

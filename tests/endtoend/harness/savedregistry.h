@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <string>
 #include <vector>
@@ -18,6 +20,10 @@ public:
     // The differences between then and now: "+ path" for a new key, "- path" for a removed one,
     // "! path [value]" for a value that is new, gone or different in a key that exists in both.
     std::vector<std::wstring> Changes() const;
+
+    // Whether exactly these differences exist. At a strict host there are also those that are listed for the
+    // test.
+    testing::AssertionResult Changed(const std::vector<std::wstring>& expected) const;
 
 private:
     void Read(const std::wstring& root, const std::string& text);

@@ -55,6 +55,7 @@ std::string ReadSettings() {
         }
     }
     MutableSettings().sampleStep = ReadSampleStep();
+    MutableSettings().host = ReadVariable("KEYREAP_HOST");
     return missing;
 }
 

@@ -12,6 +12,7 @@ struct Settings {
     std::wstring golden;          // KEYREAP_GOLDEN: contains the golden .reg files
     std::wstring shareUnc;        // KEYREAP_SHARE_UNC: a share, as \\server\share
     std::wstring shareLocal;      // KEYREAP_SHARE_LOCAL: the share's folder by its local path
+    std::wstring host;            // KEYREAP_HOST: how strict the session's logger is; may be missing
     std::uint32_t sampleStep = 1; // KEYREAP_SAMPLE: of very many cases, only every n-th is tried
 };
 

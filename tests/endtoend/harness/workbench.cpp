@@ -2,6 +2,7 @@
 
 #include "tests/endtoend/harness/registry.h"
 #include "tests/endtoend/harness/settings.h"
+#include "tests/endtoend/harness/stricthost.h"
 
 namespace keyreap::endtoend {
 
@@ -67,9 +68,11 @@ Workbench::Workbench() : savedTmp(Variable(L"TMP")), savedTemp(Variable(L"TEMP")
     SetEnvironmentVariableW(L"TMP", temporaryFolder.c_str());
     SetEnvironmentVariableW(L"TEMP", temporaryFolder.c_str());
     ForgetEarlierRuns();
+    StopLeftLogger();
 }
 
 Workbench::~Workbench() {
+    ExpectListedDifferences();
     SetEnvironmentVariableW(L"TMP", savedTmp.c_str());
     SetEnvironmentVariableW(L"TEMP", savedTemp.c_str());
     ForgetEarlierRuns();

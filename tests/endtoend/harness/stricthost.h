@@ -1,0 +1,33 @@
+#pragma once
+
+#include "tests/endtoend/harness/files.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace keyreap::endtoend {
+
+// Whether the logger of this session's host is described as strict as the one of Windows (KEYREAP_HOST).
+// There a trace has more than what the target did, and the table strict.txt lists what.
+bool HostIsStrict();
+
+// Whether the logger was left running by a run that was killed or crashed.
+bool LoggerIsLeftRunning();
+// Stops it by its name, as an administrator would.
+void StopLeftLogger();
+
+// Makes a result and what is expected equal if they differ by what the table lists for the current test.
+// Where they are equal afterwards, these differences have occurred. The texts are those of .reg files.
+testing::AssertionResult DifferAsListed(const std::wstring& file, const std::wstring& actual,
+                                        const std::wstring& expected);
+// The same for changes of the registry, which become those that are not listed.
+void DropListedChanges(std::vector<std::wstring>& actual, std::vector<std::wstring>& expected);
+
+// The test fails if a difference between files that is listed for it hasn't occurred. Called when it ends.
+void ExpectListedDifferences();
+// Changes of the registry that are listed for tests of this program and occurred in none of them, one a line.
+std::wstring MissingChanges();
+
+} // namespace keyreap::endtoend
