@@ -250,6 +250,27 @@ def test_heaps_are_checked_only_if_asked_for(pool):
     assert succeeded(pool.run("--checked-heaps", *query)).split()[-1] == "0x10"
 
 
+HOST = ["bash", "-c", "cat $WINEPREFIX/drive_c/windows/keyreap-host.txt"]
+
+
+@pytest.mark.parametrize("isolation", ["mounts", "copies"])
+def test_a_session_can_have_a_strict_host(pool, isolation):
+    environment = {"KEYREAP_HOST": "system,user S-1-12-1-7,status 5", "KEYREAP_ISOLATION": isolation}
+    assert succeeded(pool.run(*HOST, env=environment)) == "system\nuser S-1-12-1-7\nstatus 5\n"
+    strict = ["creations", "system", "outlives", "capitals", "lost 3"]
+    assert succeeded(pool.run("--host", "strict,lost 3", *HOST, env=environment)).splitlines() == strict
+    assert pool.run("--host", "", *HOST, env=environment).returncode != 0
+    assert pool.run(*HOST, env={"KEYREAP_ISOLATION": isolation}).returncode != 0
+
+
+@pytest.mark.parametrize("host", ["strictly", "system creations", "status", "status x", "user", "lost -1", ",system"])
+def test_a_host_that_can_not_be_described_is_refused_in_one_sentence(pool, host):
+    result = pool.run("true", env={"KEYREAP_HOST": host})
+    assert result.returncode == 125
+    assert result.stderr.startswith("keyreap: KEYREAP_HOST has an unknown switch: ")
+    assert result.stderr.count("\n") == 1
+
+
 def test_wrong_usage_is_reported(pool):
     assert pool.run("--nonsense", "true").returncode == 125
     assert pool.run().returncode == 125

@@ -119,6 +119,19 @@ def test_the_programs_come_first_each_named_after_its_preset(ready_tree):
     ]
 
 
+def test_the_whole_programs_also_run_at_a_strict_host(ready_tree):
+    (ready_tree.build / "x64").mkdir(exist_ok=True)
+    listed = "/a/endtoend_a.exe\trequests\tfaults\n/a/endtoend.exe\twindows\t-\n/a/unit_a.exe\twindows\t-\n"
+    (ready_tree.build / "x64" / "tests.txt").write_text(listed)
+    strict = [suite for suite in all_suites(ready_tree.folder, ("x64",)) if suite.host]
+    assert strict == [
+        Suite("strict/endtoend_a", Kind.REQUESTS, Path("/a/endtoend_a.exe"), "strict", "strict"),
+        Suite("strict/endtoend", Kind.REQUESTS, Path("/a/endtoend.exe"), "strict", "strict,status 5"),
+    ]
+    assert [suite.step(["strict"]) for suite in strict] == [1, 1]
+    assert [suite.step(["faults"]) for suite in strict] == [10, 10]
+
+
 def test_a_whole_run_may_take_longer():
     assert int(limit_of(UNIT, 10)) < int(limit_of(UNIT, 1))
 

@@ -1,5 +1,7 @@
 #include "tests/endtoend/harness/registry.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstring>
 #include <set>
@@ -145,6 +147,18 @@ void CreateKey(HKEY root, const std::wstring& path) {
 
 void DeleteTree(HKEY root, const std::wstring& path) {
     RegDeleteTreeW(root, path.c_str());
+}
+
+void LinkKey(HKEY root, const std::wstring& path, const std::wstring& target) {
+    HKEY key = nullptr;
+    EXPECT_EQ(RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_CREATE_LINK | REG_OPTION_VOLATILE,
+                              KEY_ALL_ACCESS | KEY_CREATE_LINK, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExW(key, L"SymbolicLinkValue", 0, REG_LINK,
+                             reinterpret_cast<const BYTE*>(target.data()),
+                             static_cast<DWORD>(target.size() * sizeof(wchar_t))),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
 }
 
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text) {

@@ -35,6 +35,9 @@ void DeleteTree(HKEY root, const std::wstring& path);
 void SetText(HKEY root, const std::wstring& path, const std::wstring& name, const std::wstring& text);
 void SetValues(HKEY root, const std::wstring& path, const RegistryValues& values);
 
+// Makes a key that leads to another one, by the other's complete name. It is gone with the session.
+void LinkKey(HKEY root, const std::wstring& path, const std::wstring& target);
+
 // The path of the current control set below HKEY_LOCAL_MACHINE in a saved hive: the numbered set that it
 // leads to if it is a link, as on Windows, or its own path otherwise.
 std::wstring RealControlSet();
