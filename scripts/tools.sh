@@ -17,7 +17,10 @@ tool_sources() {
             "$ROOT"/hostlogger/{serverprocess,systemstart}.cpp "$ROOT/platform/core/text/compare.cpp"
         ;;
     observer) printf '%s\n' "$ROOT"/tools/observer/*.cpp ;;
-    capturecheck) printf '%s\n' "$ROOT"/tools/capturecheck/*.cpp "$ROOT"/pe/{checkedview,imagetables}.cpp ;;
+    capturecheck)
+        printf '%s\n' "$ROOT"/tools/capturecheck/*.cpp "$ROOT"/pe/{checkedview,imagetables}.cpp \
+            "$ROOT/regmodel/straynames.cpp" "$ROOT/platform/core/text/compare.cpp"
+        ;;
     esac
 }
 
@@ -26,7 +29,10 @@ tool_folders() {
     case $1 in
     requestfilter) printf '%s\n' "$ROOT"/{hostlogger,etl,platform/core/text,platform/os} ;;
     observer) printf '%s\n' "$ROOT"/{tools/observer,platform/core/text} ;;
-    capturecheck) printf '%s\n' "$ROOT"/{tools/capturecheck,platform/core/text} "$ROOT"/pe/{checkedview,imagetables}.{cpp,h} ;;
+    capturecheck)
+        printf '%s\n' "$ROOT"/{tools/capturecheck,platform/core/text} "$ROOT"/pe/{checkedview,imagetables}.{cpp,h} \
+            "$ROOT"/regmodel/straynames.{cpp,h}
+        ;;
     esac
 }
 

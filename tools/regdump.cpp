@@ -2,6 +2,7 @@
 // the file can't be read; with 2 if the arguments are others.
 #include "platform/core/text/text.h"
 #include "regmodel/regtextreader.h"
+#include "regmodel/straynames.h"
 
 #include <filesystem>
 #include <fstream>
@@ -46,10 +47,10 @@ std::string HexOf(const Bytes& bytes) {
     return Escaped(digits);
 }
 
-const char* WordOf(keyreap::RegEntryKind kind) {
-    switch (kind) {
+const char* WordOf(const keyreap::RegEntry& entry) {
+    switch (entry.kind) {
     case keyreap::RegEntryKind::Value:
-        return "value";
+        return keyreap::IsFiller(entry) ? "filler" : "value";
     case keyreap::RegEntryKind::Deletion:
         return "deletion";
     case keyreap::RegEntryKind::Damaged:
@@ -60,16 +61,29 @@ const char* WordOf(keyreap::RegEntryKind kind) {
 }
 
 void PrintEntry(const keyreap::RegEntry& entry) {
-    std::cout << WordOf(entry.kind) << '\t' << Escaped(entry.name) << '\t' << entry.type << '\t'
+    std::cout << WordOf(entry) << '\t' << Escaped(entry.name) << '\t' << entry.type << '\t'
               << HexOf(entry.data) << '\t' << Escaped(entry.otherText)
               << Escaped(keyreap::ExpectedInstead(entry)) << '\n';
+}
+
+const char* NoteOn(const keyreap::RegSection& section) {
+    if (section.isCapturesOwn) {
+        return "\tcapture's own";
+    }
+    switch (keyreap::StrayNameOf(section.path)) {
+    case keyreap::StrayName::TemporaryTree:
+        return "\tof the temporary tree";
+    case keyreap::StrayName::NoRoot:
+        return "\twithout a root";
+    default:
+        return "";
+    }
 }
 
 void PrintDocument(const keyreap::RegDocument& document) {
     for (const keyreap::RegSection& section : document.sections) {
         const char* const word = section.isDeletion ? "deleted key" : "key";
-        std::cout << word << '\t' << Escaped(section.path)
-                  << (section.isCapturesOwn ? "\tcapture's own\n" : "\n");
+        std::cout << word << '\t' << Escaped(section.path) << NoteOn(section) << '\n';
         for (const keyreap::RegEntry& entry : section.entries) {
             PrintEntry(entry);
         }

@@ -10,7 +10,7 @@ the target folder in the place of the build machine's.
   FOLDER  the folder that the server was captured in, as a path of this machine or of Windows
 
 What the server wrote to HKEY_CLASSES_ROOT goes to HKEY_LOCAL_MACHINE\\Software\\Classes, for all users. An entry that the
-installer can't carry ends the command with status 1 and a line that names the entry.
+installer can't carry, or that no server registered, ends the command with status 1 and a line that names the entry.
 """
 
 import os
@@ -24,6 +24,11 @@ SZ, EXPAND_SZ, BINARY, DWORD, MULTI_SZ = 1, 2, 3, 4, 7
 
 # Replaces data that were gone when a trace's result was made.
 UNREADABLE = "\u5555" * 10
+
+# Names that no server meant: those of the tree that a capture redirects to, and the registry of an account as a part of
+# the machine's, where a trace didn't know it.
+TEMPORARY_TREE = re.compile(r"software\\velmoro\\tesselink\\temporary(\\|\Z)", re.I)
+ACCOUNT = re.compile(r"HKEY_LOCAL_MACHINE\\S-1-", re.I)
 
 HEADER = "Windows Registry Editor Version 5.00\r\n"
 KEY = re.compile(r"\r\n\[(.*)\]\r\n")
@@ -49,6 +54,8 @@ class NotCarried(Exception):
 class Key:
     def __init__(self, name):
         root, _, below = name.partition("\\")
+        if root not in ROOTS or ACCOUNT.match(name) or TEMPORARY_TREE.search(name):
+            raise NotCarried("%s: no key that a server registers" % name)
         self.name = name
         self.root, top = ROOTS[root]
         self.path = "\\".join(part for part in (top, below) if part)
@@ -72,6 +79,8 @@ def parsed_value(text, at):
     found = TEXT.match(text, at)
     if found and found[1] == UNREADABLE:
         raise NotCarried("could not be read when it was captured")
+    if found and TEMPORARY_TREE.search(unescaped(found[1])):
+        raise NotCarried("names the temporary tree of the capture")
     if found:
         return SZ, unescaped(found[1]), found.end()
     found = NUMBER.match(text, at)
@@ -110,6 +119,8 @@ def parsed_keys(data):
         except NotCarried as reason:
             raise NotCarried("%s, value %r: %s" % (keys[-1].name, unescaped(name[1] or ""), reason)) from None
         keys[-1].values.append((unescaped(name[1] or ""), kind, value))
+    if not any(key.values for key in keys):
+        raise NotCarried("no value was captured")
     return keys
 
 

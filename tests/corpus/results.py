@@ -6,6 +6,7 @@ from functools import cache, cached_property, lru_cache
 
 import proofs
 import replayrules
+import resultsigns
 from registry import Registry, same
 from sessions import CAPTURES, SHARDS, base_drive
 from targets import BITNESSES, host_file, in_shard, session_folder
@@ -167,6 +168,10 @@ class Results:
         after = Registry(self.folder / "trace" / target.id)
         before = self.before("trace", target)
         return proofs.unexplained_changes(self.capture("trace", target), target.bitness, before, after)
+
+    def signs(self, mode, target):
+        """The signs that a capture isn't what the server registered."""
+        return resultsigns.signs(self.file(mode, target).read_bytes())
 
     # Leftovers
 

@@ -97,6 +97,12 @@ def test_a_trace_of_the_live_registry_equals_what_the_registrar_writes(results, 
 
 
 @each(MODULES + PROGRAMS)
+def test_every_name_in_a_result_is_one_that_the_server_used(results, target):
+    modes = ["trace"] if target.kind == "program" else results.modes
+    assert [sign for mode in modes for sign in results.signs(mode, target)] == []
+
+
+@each(MODULES + PROGRAMS)
 def test_a_trace_removes_from_the_registry_only_what_the_server_wrote(results, target):
     assert results.unexplained_changes(target) == []
 

@@ -169,6 +169,33 @@ def test_fillers_pass_if_they_are_allowed(tmp_path):
     assert (made.build / "one.reg").exists()
 
 
+STRAY = {
+    "of the temporary tree": ("[HKEY_CURRENT_USER\\SOFTWARE\\Velmoro\\Tesselink\\Temporary\\HKCR]", "the temporary tree"),
+    "with a text": ('"y"="software\\\\velmoro\\\\tesselink\\\\temporary\\\\HKLM"', "the temporary tree"),
+    "of an account": ("[HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\Software\\Small]", "an account whose registry"),
+    "without a root": ("[UNKNOWN!!Small]", "an account whose registry"),
+}
+
+
+@pytest.mark.parametrize("line, reason", STRAY.values(), ids=STRAY.keys())
+@pytest.mark.parametrize("option", ["", "ALLOW_FILLERS"])
+def test_a_capture_with_names_that_no_server_meant_fails_the_build(tmp_path, line, reason, option):
+    made = project(tmp_path, "keyreap_capture(one %s)" % option)
+    (tmp_path / "key").write_text('[HKEY_CLASSES_ROOT\\Small]\r\n@="x"\r\n%s\r\n@="y"' % line)
+    result = made.make()
+    assert result.returncode != 0
+    assert reason in " ".join(result.stdout.split())
+    assert list(made.build.glob("one.reg*")) == []
+
+
+def test_names_that_only_resemble_those_are_captured(tmp_path):
+    made = project(tmp_path)
+    keys = ["HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary files", "HKEY_USERS\\S-1-12-1-1-2-3-4\\Software"]
+    (tmp_path / "key").write_text("\r\n\r\n".join('[%s]\r\n@="x"' % key for key in keys))
+    result = made.make()
+    assert result.returncode == 0, result.stdout
+
+
 @pytest.mark.parametrize("key", ["", "[HKEY_LOCAL_MACHINE\\Software]"])
 def test_a_capture_without_values_fails_the_build(tmp_path, key):
     made = project(tmp_path)

@@ -150,6 +150,30 @@ def test_an_entry_that_no_installer_can_represent_is_named(tmp_path, writer, ent
     assert "%s, value 'odd'" % SERVER in refused(tmp_path, writer, entry)
 
 
+@pytest.mark.parametrize("writer", ["nsis", "wixl"])
+@pytest.mark.parametrize(
+    "key",
+    [
+        "HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary\\HKCR",
+        "HKEY_USERS\\.DEFAULT\\SOFTWARE\\velmoro\\Tesselink\\temporary",
+        "HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\Software\\K",
+        "UNKNOWN!!Software\\K",
+        "-HKEY_CLASSES_ROOT\\K",
+    ],
+)
+def test_a_key_that_no_server_registers_is_named(tmp_path, writer, key):
+    assert "%s: no key" % key in refused(tmp_path, writer, '@="x"\r\n\r\n[%s]' % key)
+
+
+def test_a_text_with_the_temporary_tree_is_named(tmp_path):
+    text = "HKCU\\Software\\Velmoro\\Tesselink\\Temporary\\HKLM".replace("\\", "\\\\")
+    assert "value 'where': names the temporary tree" in refused(tmp_path, "nsis", '"where"="%s"' % text)
+
+
+def test_a_file_without_a_value_is_refused(tmp_path):
+    assert "no value was captured" in refused(tmp_path, "nsis", "\r\n[%s\\empty key]" % SERVER)
+
+
 def test_a_text_too_long_for_nsis_is_named(tmp_path):
     assert "value 'long'" in refused(tmp_path, "nsis", '"long"="%s"' % ("x" * 1024))
 

@@ -79,6 +79,25 @@ def test_every_kind_of_line_is_printed(tmp_path):
     ]
 
 
+def test_what_is_no_part_of_a_registration_is_marked(tmp_path):
+    file = tmp_path / "a.reg"
+    lines = [
+        "Windows Registry Editor Version 5.00",
+        "",
+        "[HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary\\HKCR]",
+        '@="%s"' % ("\u5555" * 10),
+        "",
+        "[HKEY_LOCAL_MACHINE\\S-1-12-1-1\\Software]",
+        "",
+    ]
+    file.write_bytes("\r\n".join(lines).encode("utf-16"))
+    assert [line.split("\t")[::2] for line in run(file).stdout.splitlines()] == [
+        ["key", "of the temporary tree"],
+        ["filler", "1", ""],
+        ["key", "without a root"],
+    ]
+
+
 def test_a_malformed_file_ends_with_its_place(tmp_path):
     file = tmp_path / "a.reg"
     file.write_bytes(b"REGEDIT4\r\n\r\n[A]\r\n@=1\r\n")

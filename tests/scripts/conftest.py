@@ -100,8 +100,10 @@ class Tree:
         for name in ("scripts", *tools, "hostlogger", "etl", "platform/os", "platform/core/text"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
-        (folder / "pe").mkdir()
-        checked = ["pe/%s.%s" % (name, kind) for name in ("checkedview", "imagetables") for kind in ("cpp", "h")]
+        for name in ("pe", "regmodel"):
+            (folder / name).mkdir()
+        shared = ("pe/checkedview", "pe/imagetables", "regmodel/straynames")
+        checked = ["%s.%s" % (name, kind) for name in shared for kind in ("cpp", "h")]
         for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()

@@ -278,12 +278,36 @@ def test_fillers_are_named_with_the_mode_to_try(desk):
     ]
 
 
-def test_names_of_the_temporary_tree_are_named_with_the_mode_to_try(desk):
-    check = ROOT / "build" / "tools" / "capturecheck"
-    text = "\ufeffWindows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary\\HKCR]\r\n@=1\r\n"
+def remarks(desk, mode, *lines):
+    """What is remarked about a result with these lines."""
+    text = "\r\n".join(["\ufeffWindows Registry Editor Version 5.00", "", *lines, ""])
     (desk / "a.reg").write_bytes(text.encode("utf-16-le"))
-    result = run(check, "report", "plain", 1, "native -", "extreg", "good.dll", "a.reg", "both", 0, cwd=desk)
-    assert "good.dll: a.reg names the temporary tree of the capture; try the mode keyRedir" in result.stdout.split("\0")
+    check = ROOT / "build" / "tools" / "capturecheck"
+    result = run(check, "report", "plain", 1, "native -", "extreg", "good.dll", "a.reg", mode, 0, cwd=desk)
+    records = result.stdout.split("\0")
+    return [text for kind, text in zip(records[::2], records[1::2]) if kind == "say"]
+
+
+TREE = "Software\\Velmoro\\Tesselink\\Temporary"
+ACCOUNT = "[HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\%s]"
+OF_AN_ACCOUNT = "has keys of an account whose registry a trace doesn't know"
+
+
+def test_names_of_the_temporary_tree_are_named_with_the_mode_to_try(desk):
+    said = ["good.dll: a.reg names the temporary tree of the capture; try the mode keyRedir"]
+    assert remarks(desk, "both", "[HKEY_CURRENT_USER\\%s\\HKCR]" % TREE, "@=1") == said
+    assert remarks(desk, "both", "[HKEY_CURRENT_USER\\%s]" % TREE, "@=1") == said
+    assert remarks(desk, "both", "[HKEY_CLASSES_ROOT\\K]", '@="%s\\\\HKLM"' % TREE.replace("\\", "\\\\")) == said
+
+
+def test_keys_of_an_account_that_a_trace_does_not_know_are_named_with_the_mode_to_try(desk):
+    said = ["good.dll: a.reg %s; try the mode keyRedir" % OF_AN_ACCOUNT]
+    assert remarks(desk, "trace", "[HKEY_CLASSES_ROOT\\K]", "@=1", "", ACCOUNT % "Software\\K") == said
+
+
+def test_all_signs_of_a_result_are_in_one_remark(desk):
+    said = ["good.dll: a.reg %s; it has fillers (ten characters U+5555) for 1 value that could not be read again; try the mode keyRedir"]
+    assert remarks(desk, "both", ACCOUNT % (TREE + "\\HKCR\\K"), '@="%s"' % ("\u5555" * 10)) == [said[0] % OF_AN_ACCOUNT]
 
 
 # Words

@@ -48,20 +48,32 @@ std::string Counted(std::size_t number, const std::string& word) {
     return std::to_string(number) + ' ' + word + (number == 1 ? "" : "s");
 }
 
-// Why a captured file looks as if it weren't captured; empty if nothing does.
-std::string FaultOf(const RegContents& contents, const PairFiles& pair, const std::string& mode) {
-    const std::string name = PrintableName(pair.output.word);
+// The signs that a captured file isn't what its server registered.
+std::vector<std::string> SignsIn(const RegContents& contents) {
+    std::vector<std::string> signs;
+    if (contents.hasKeyWithoutRoot) {
+        signs.emplace_back("has keys of an account whose registry a trace doesn't know");
+    }
     if (contents.fillers > 0) {
-        return name + " has fillers (ten characters U+5555) for " + Counted(contents.fillers, "value") +
-               " that could not be read again; " + ModeToTry(pair, mode);
+        signs.push_back("has fillers (ten characters U+5555) for " + Counted(contents.fillers, "value") +
+                        " that could not be read again");
     }
     if (contents.namesTemporaryTree) {
-        return name + " names the temporary tree of the capture; " + ModeToTry(pair, mode);
+        signs.emplace_back("names the temporary tree of the capture");
     }
     if (contents.values == 0) {
-        return name + " is empty: no value was captured; " + ModeToTry(pair, mode);
+        signs.emplace_back("is empty: no value was captured");
     }
-    return "";
+    return signs;
+}
+
+// Why a captured file looks as if it weren't captured; empty if nothing does.
+std::string FaultOf(const RegContents& contents, const PairFiles& pair, const std::string& mode) {
+    std::string signs;
+    for (const std::string& sign : SignsIn(contents)) {
+        signs += (signs.empty() ? " " : "; it ") + sign;
+    }
+    return signs.empty() ? "" : PrintableName(pair.output.word) + signs + "; " + ModeToTry(pair, mode);
 }
 
 // The indices of the pairs, in the order in which the program captures them.

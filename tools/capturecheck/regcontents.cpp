@@ -1,6 +1,7 @@
 #include "tools/capturecheck/regcontents.h"
 
 #include "platform/core/text/compare.h"
+#include "regmodel/straynames.h"
 
 #include <algorithm>
 
@@ -10,7 +11,6 @@ namespace {
 constexpr std::u16string_view fileHeader = u"Windows Registry Editor Version 5.00\r\n";
 constexpr std::size_t fillerLength = 10;
 constexpr char16_t fillerUnit = 0x5555;
-constexpr std::u16string_view temporaryKey = u"software\\velmoro\\tesselink\\temporary\\";
 constexpr std::u16string_view temporaryText = u"software\\\\velmoro\\\\tesselink\\\\temporary\\\\";
 
 // `part` has lower case.
@@ -86,7 +86,7 @@ private:
     void TakeEntry(std::u16string_view line) {
         begun += line;
         if (begun.starts_with(u'[')) {
-            ++contents.keys;
+            TakeKey(std::u16string_view(begun).substr(1, begun.find_last_of(u']') - 1));
         } else if (const std::size_t data = DataOf(begun); data != 0) {
             ++contents.values;
             TakeData(std::u16string_view(begun).substr(data));
@@ -96,6 +96,13 @@ private:
             return;
         }
         begun.clear();
+    }
+
+    void TakeKey(std::u16string_view path) {
+        ++contents.keys;
+        const StrayName stray = StrayNameOf(std::wstring(path.begin(), path.end()));
+        contents.namesTemporaryTree |= stray == StrayName::TemporaryTree;
+        contents.hasKeyWithoutRoot |= stray == StrayName::NoRoot;
     }
 
     void TakeData(std::u16string_view data) {
@@ -127,7 +134,7 @@ RegContents ContentsOfText(std::u16string_view text) {
         reader.Take(line);
     }
     RegContents contents = reader.Contents();
-    contents.namesTemporaryTree = HoldsInAnyCase(text, temporaryKey) || HoldsInAnyCase(text, temporaryText);
+    contents.namesTemporaryTree |= HoldsInAnyCase(text, temporaryText);
     contents.isWhole = text.starts_with(fileHeader) && text.ends_with(u"\r\n");
     return contents;
 }

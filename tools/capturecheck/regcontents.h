@@ -15,6 +15,8 @@ struct RegContents {
     std::size_t fillers = 0;
     // True if a key or a text names the temporary tree of the capture.
     bool namesTemporaryTree = false;
+    // True if a key has no root of its own (regmodel/straynames.h).
+    bool hasKeyWithoutRoot = false;
     // True if it begins with the header and ends with a whole line.
     bool isWhole = false;
 };

@@ -50,6 +50,13 @@ TEST(RegContentsTest, FindsTheTemporaryTreeInKeysAndTexts) {
     EXPECT_FALSE(ContentsOf(u"[HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink]\r\n").namesTemporaryTree);
 }
 
+TEST(RegContentsTest, FindsKeysWithoutARoot) {
+    EXPECT_TRUE(ContentsOf(u"\r\n[HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\Software\\K]\r\n").hasKeyWithoutRoot);
+    EXPECT_TRUE(ContentsOf(u"\r\n[UNKNOWN!!Software\\K]\r\n").hasKeyWithoutRoot);
+    EXPECT_FALSE(ContentsOf(u"\r\n[HKEY_USERS\\S-1-12-1-1-2-3-4\\K]\r\n").hasKeyWithoutRoot);
+    EXPECT_FALSE(ContentsOf(u"@=\"a\r\n[UNKNOWN!!K]\"\r\n").hasKeyWithoutRoot);
+}
+
 TEST(RegContentsTest, IsWholeFromTheHeaderToTheEndOfALine) {
     EXPECT_TRUE(ContentsOfText(header).isWhole);
     EXPECT_FALSE(ContentsOfText(header + u"\r\n[K").isWhole);
