@@ -76,7 +76,7 @@ class Captures:
 
 def main(targets, keyreap, keeper, output, mode):
     output = Path(output)
-    output.mkdir()
+    output.mkdir(parents=True)
     # The program captures the 64-bit images first. Type libraries are not 64-bit images.
     targets = sorted(read_targets(targets, "module", "library"), key=lambda target: target.bitness)
     captures = Captures(Keeper(keeper), keyreap, mode, output)

@@ -18,6 +18,15 @@ SHARDS = max(1, os.cpu_count() // 2)
 # The folders and modes of the sessions that capture many servers with one command.
 CAPTURES = {"keyRedir": "keyRedir", "again": "keyRedir", "both": "both"}
 
+# The modes whose results come from a trace.
+TRACED = ("trace", "both")
+
+# The parts of the targets that a session takes where each target is captured or registered alone: bitness, shard, shards.
+PARTS = [(bitness, str(shard), str(SHARDS)) for bitness in BITNESSES.values() for shard in range(SHARDS)]
+
+# The hosts, and the options of their sessions.
+HOSTS = {"plain": ["--requests"], "strict": ["--requests", "--host", "strict"]}
+
 
 def built_program(name, bitness):
     return windows_path(ROOT / "build") + "\\" + bitness + "\\tests\\" + name
@@ -37,16 +46,17 @@ def base_drive():
 
 
 class Sessions:
-    """The sessions that produce everything that the proofs compare, in one folder."""
+    """The sessions that capture targets into one folder, and those that register them there. Each session has `options`."""
 
-    def __init__(self, folder, targets):
-        self.folder, self.list = folder, folder / "targets.json"
+    def __init__(self, folder, targets, *options):
+        self.folder, self.list, self.options = folder, folder / "targets.json", options
         self.keeper = built_program("registrykeeper.exe", "x64")
         self.keyreap = os.environ["KEYREAP_STAGE"] + "\\x64\\Keyreap.exe"
+        folder.mkdir(parents=True, exist_ok=True)
         write_targets(self.list, targets)
 
     def session(self, options, script, *words):
-        session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--empty-classes", *options]
+        session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", *self.options, *options]
         command = [*session, sys.executable, Path(__file__).with_name(script), self.list, *words]
         subprocess.run(command, stdin=subprocess.DEVNULL, check=True)
 
@@ -54,24 +64,44 @@ class Sessions:
         options = [] if mode == "keyRedir" else ["--requests"]
         self.session(options, "capture_targets.py", self.keyreap, self.keeper, self.folder / folder, mode)
 
-    def shared(self, options, script, programs, folders, bitness, shard):
-        words = [*programs, *(self.folder / folder for folder in folders), bitness, str(shard), str(SHARDS)]
-        self.session(options, script, *words)
+    def trace(self, mode, part):
+        """Captures each target of a part from the same registry."""
+        words = [self.keyreap, self.keeper, self.folder / mode, mode, *part]
+        self.session(["--requests"], "trace_targets.py", *words)
 
-    def trace(self, *part):
-        self.shared(["--requests"], "trace_targets.py", [self.keyreap, self.keeper], ["trace"], *part)
+    def register(self, part):
+        programs = [self.keeper, built_program("loaderror.exe", part[0])]
+        folders = [self.folder / "keyRedir", self.folder / "registered"]
+        self.session([], "register_targets.py", *programs, *folders, *part)
 
-    def register(self, bitness, shard):
-        programs = [self.keeper, built_program("loaderror.exe", bitness)]
-        self.shared([], "register_targets.py", programs, ["keyRedir", "registered"], bitness, shard)
 
-    def run(self):
-        """Runs as many sessions in parallel as there are cores."""
-        parts = [(bitness, shard) for bitness in BITNESSES.values() for shard in range(SHARDS)]
-        with ThreadPoolExecutor(os.cpu_count()) as pool:
-            captures = [pool.submit(self.capture, *names) for names in CAPTURES.items()]
-            traces = [pool.submit(self.trace, *part) for part in parts]
-            captures[0].result()
-            registrations = [pool.submit(self.register, *part) for part in parts]
-            for job in [*captures, *traces, *registrations]:
-                job.result()
+def run_proofs(folder, targets):
+    """Runs the sessions that produce everything that the proofs compare, as many in parallel as there are cores."""
+    sessions = Sessions(folder, targets, "--empty-classes")
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        captures = [pool.submit(sessions.capture, *names) for names in CAPTURES.items()]
+        traces = [pool.submit(sessions.trace, "trace", part) for part in PARTS]
+        captures[0].result()
+        registrations = [pool.submit(sessions.register, part) for part in PARTS]
+        for job in [*captures, *traces, *registrations]:
+            job.result()
+
+
+def run_hosts(folder, targets):
+    """Captures on the host as it is and on the strict one, into a folder for each host. The programs have one of their own,
+    since their classes are empty: Wine's browser would open otherwise. A module is first there, since a session's first
+    captures prepare the registry. A program is traced in every mode, so one mode is enough for it."""
+    modules = [target for target in targets if target.kind != "program"]
+    first = {target.bitness: target for target in reversed(modules)}.values()
+    programs = [*first, *(target for target in targets if target.kind == "program")]
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        jobs = []
+        for host, options in HOSTS.items():
+            for_modules = Sessions(folder / host, modules, *options)
+            for_programs = Sessions(folder / host / "programs", programs, "--empty-classes", *options)
+            jobs.append(pool.submit(for_modules.capture, "keyRedir", "keyRedir"))
+            for mode in TRACED:
+                jobs += [pool.submit(for_modules.trace, mode, part) for part in PARTS]
+            jobs += [pool.submit(for_programs.trace, "trace", (bitness, "0", "1")) for bitness in BITNESSES.values()]
+        for job in jobs:
+            job.result()

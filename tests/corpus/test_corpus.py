@@ -16,7 +16,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parent))
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
 from results import Results, unproven  # noqa: E402
-from sessions import CAPTURES, Sessions, chosen_targets  # noqa: E402
+from sessions import CAPTURES, chosen_targets, run_proofs  # noqa: E402
 from table import Table  # noqa: E402
 
 STEP = int(os.environ.get("KEYREAP_SAMPLE", "10"))
@@ -42,7 +42,7 @@ def results(tmp_path_factory):
     if "KEYREAP_STAGE" not in os.environ:
         pytest.fail("Set KEYREAP_STAGE to the folder that holds x64\\Keyreap.exe and x86\\Keyreap.exe.")
     folder = tmp_path_factory.mktemp("corpus")
-    Sessions(folder, TARGETS).run()
+    run_proofs(folder, TARGETS)
     found = Results(folder, TARGETS)
     yield found
     if "KEYREAP_REPORT" in os.environ:

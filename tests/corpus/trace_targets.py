@@ -1,11 +1,10 @@
-"""Usage, inside a Wine session with empty classes and the request log:
-trace_targets.py TARGETS KEYREAP KEEPER OUTPUT BITNESS SHARD SHARDS
+"""Usage, inside a Wine session with the request log:
+trace_targets.py TARGETS KEYREAP KEEPER OUTPUT MODE BITNESS SHARD SHARDS
 
-TARGETS is the list, KEYREAP and KEEPER are programs, as Windows paths. Captures the modules, type libraries and
-programs of BITNESS in shard SHARD out of SHARDS in the mode trace into OUTPUT/ID.reg, each time from the same
-registry, and stores the resulting hives in OUTPUT/ID. OUTPUT/session-BITNESS-SHARD contains in `before` and `after` the
-hives before all that and those after it, when the registry has been restored, and captures.json as capture_targets.py
-writes it.
+TARGETS is the list, KEYREAP and KEEPER are programs, as Windows paths; MODE is a mode word. Captures the modules, type
+libraries and programs of BITNESS in shard SHARD out of SHARDS into OUTPUT/ID.reg, each time from the same registry, and
+stores the resulting hives in OUTPUT/ID. OUTPUT/session-BITNESS-SHARD contains in `before` and `after` the hives before
+all that and those after it, when the registry has been restored, and captures.json as capture_targets.py writes it.
 """
 
 import json
@@ -17,14 +16,14 @@ from keeper import Keeper
 from targets import read_shard, session_folder
 
 
-def main(targets, keyreap, keeper, output, bitness, shard, shards):
+def main(targets, keyreap, keeper, output, mode, bitness, shard, shards):
     output = Path(output)
     targets = read_shard(targets, ("module", "library", "program"), bitness, shard, shards)
     own = session_folder(output, bitness, shard)
     own.mkdir(parents=True)
     keeper = Keeper(keeper)
     Captures(keeper, keyreap, "keyRedir", own).warm_up(targets[0], targets[0])
-    captures = Captures(keeper, keyreap, "trace", output)
+    captures = Captures(keeper, keyreap, mode, output)
     temporary = [temporary_files()]
     keeper.keep(own / "before")
     for target in targets:
