@@ -24,6 +24,9 @@ function(keyreap_room name)
   endif()
 endfunction()
 
+# What a release checks itself with on Windows (scripts/selfcheck.py).
+add_custom_target(selfcheck_programs)
+
 # Declares a built program as a suite of tests that ./test runs; the names go into build/<preset>/tests.txt. Tests are
 # compiled once and run for seconds, so they are built for a fast build: unoptimised, with precompiled headers. On
 # Windows a test that damages a heap fails (tests/support/heapcheck.cpp). With REQUESTS the suite's Wine session has the
@@ -37,6 +40,9 @@ function(keyreap_test_suite target)
     set(kind requests)
   elseif(WIN32)
     set(kind windows)
+  endif()
+  if(WIN32)
+    add_dependencies(selfcheck_programs ${target})
   endif()
   if(NOT SUITE_WHOLE)
     set(SUITE_WHOLE -)

@@ -83,6 +83,7 @@ def test_the_zip_has_the_checksums_of_its_files(made):
         listed = sums(archive.read("Keyreap/SHA256SUMS").decode())
     assert listed == {name: digest for name, digest in files.items() if name != "SHA256SUMS"}
     assert {"README.md", "LICENSE", "cmake/KeyreapConfig.cmake", "bin/x64/Keyreap.exe", "bin/x86/Keyreap.exe"} <= set(files)
+    assert {"selfcheck/selfcheck.cmd", "selfcheck/selfcheck.exe", "selfcheck/tests/x86/suite_good.exe"} <= set(files)
 
 
 def test_the_package_has_the_program_that_the_zip_has(made, tmp_path):
