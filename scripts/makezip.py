@@ -24,7 +24,7 @@ def main():
     files = sorted(file.relative_to(folder).as_posix() for file in folder.rglob("*") if file.is_file())
     with zipfile.ZipFile(target, "w") as archive:
         for name in files:
-            archive.writestr(entry(top + "/" + name, seconds), (folder / name).read_bytes(), compresslevel=9)
+            archive.writestr(entry(top + "/" + name, seconds), (folder / name).read_bytes(), compresslevel=6)
 
 
 main()

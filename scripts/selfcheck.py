@@ -6,6 +6,7 @@ debug information, the golden files, and the list of all suites, of which each i
 """
 
 import fnmatch
+import os
 import shutil
 import subprocess
 import sys
@@ -45,7 +46,8 @@ def strip(bitness, file, target):
     if file.suffix == ".tlb":
         shutil.copyfile(file, target)
     else:
-        subprocess.run([STRIP[bitness], "-o", target, file], check=True)
+        # Otherwise strip would write the current time into the file.
+        subprocess.run([STRIP[bitness], "-o", target, file], check=True, env=dict(os.environ, SOURCE_DATE_EPOCH="0"))
 
 
 def lay_out_programs(folder, suites):

@@ -4,6 +4,7 @@ suites and captures, ./test selfcheck all of them."""
 import os
 import re
 import shutil
+import struct
 import subprocess
 import sys
 import zipfile
@@ -215,6 +216,20 @@ def test_the_pack_has_no_variable_and_no_path(planted):
     text = "\n".join(data.decode("ascii") for data in packed(planted).values())
     for word in ("USERNAME", "Z:\\", "C:\\", "/tmp", str(ROOT), "\\Users\\", "HKEY_CURRENT_USER\\Environment"):
         assert word.lower() not in text.lower(), word
+
+
+def time_stamp(image):
+    (header,) = struct.unpack_from("<I", image, 0x3C)
+    return struct.unpack_from("<I", image, header + 8)[0]
+
+
+def test_what_is_laid_out_has_no_time_and_no_folder_of_this_machine(release):
+    programs = [file for kind in ("*.exe", "*.dll") for file in (release / "selfcheck").rglob(kind)]
+    assert len(programs) > 150
+    for file in programs:
+        image = file.read_bytes()
+        assert time_stamp(image) == 0, file
+        assert os.fsencode(ROOT) not in image, file
 
 
 def test_every_exception_is_that_of_a_suite():
