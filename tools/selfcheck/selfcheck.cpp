@@ -5,6 +5,7 @@
 #include "platform/os/winehost.h"
 #include "tools/selfcheck/captures.h"
 #include "tools/selfcheck/comparison.h"
+#include "tools/selfcheck/dialogcloser.h"
 #include "tools/selfcheck/places.h"
 #include "tools/selfcheck/recording.h"
 #include "tools/selfcheck/storedzip.h"
@@ -49,7 +50,7 @@ std::string SystemText() {
            "." + std::to_string(found.dwBuildNumber) + (RunsOnWine() ? ", which is Wine" : "");
 }
 
-ReportPart SummaryOf(const std::vector<ReportPart>& parts) {
+ReportPart SummaryOf(const std::vector<ReportPart>& parts, std::size_t dialogs) {
     ReportPart summary;
     summary.name = "summary.txt";
     summary.Add(SystemText());
@@ -59,6 +60,7 @@ ReportPart SummaryOf(const std::vector<ReportPart>& parts) {
         summary.tried += part.tried;
         summary.differing += part.differing;
     }
+    summary.Add("crash dialogs closed: " + std::to_string(dialogs));
     return summary;
 }
 
@@ -79,13 +81,14 @@ int Check(std::size_t step) {
     std::filesystem::create_directories(places.logs);
     const Vocabulary vocabulary = VocabularyOf(places);
     std::vector<ReportPart> parts;
+    const DialogCloser closer(places.folder.parent_path());
     std::cout << "Recording registry events for five seconds\n" << std::flush;
     parts.push_back(CheckRecording(places, vocabulary));
     std::cout << "Capturing the samples\n" << std::flush;
     parts.push_back(CheckCaptures(places, vocabulary, step));
     std::cout << "Running the suites of tests\n" << std::flush;
     parts.push_back(CheckSuites(places, step));
-    const ReportPart summary = SummaryOf(parts);
+    const ReportPart summary = SummaryOf(parts, closer.Count());
     parts.insert(parts.begin(), summary);
     const std::filesystem::path packed = places.results / "keyreap-selfcheck.zip";
     if (!Pack(parts, packed)) {
