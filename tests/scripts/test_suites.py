@@ -119,11 +119,11 @@ def test_the_programs_come_first_each_named_after_its_preset(ready_tree):
     ]
 
 
-def test_the_whole_programs_also_run_at_a_strict_host(ready_tree):
-    (ready_tree.build / "x64").mkdir(exist_ok=True)
+def test_the_whole_programs_also_run_at_a_strict_host(tmp_path):
+    (tmp_path / "build" / "x64").mkdir(parents=True)
     listed = "/a/endtoend_a.exe\trequests\tfaults\n/a/endtoend.exe\twindows\t-\n/a/unit_a.exe\twindows\t-\n"
-    (ready_tree.build / "x64" / "tests.txt").write_text(listed)
-    strict = [suite for suite in all_suites(ready_tree.folder, ("x64",)) if suite.host]
+    (tmp_path / "build" / "x64" / "tests.txt").write_text(listed)
+    strict = [suite for suite in all_suites(tmp_path, ("x64",)) if suite.host]
     assert strict == [
         Suite("strict/endtoend_a", Kind.REQUESTS, Path("/a/endtoend_a.exe"), "strict", "strict"),
         Suite("strict/endtoend", Kind.REQUESTS, Path("/a/endtoend.exe"), "strict", "strict,status 5"),
