@@ -245,6 +245,17 @@ def time_stamp(image):
     return struct.unpack_from("<I", image, header + 8)[0]
 
 
+def image_base(image):
+    (header,) = struct.unpack_from("<I", image, 0x3C)
+    is_64_bit = struct.unpack_from("<H", image, header + 24)[0] == 0x20B
+    return struct.unpack_from("<Q" if is_64_bit else "<I", image, header + (48 if is_64_bit else 52))[0]
+
+
+def test_the_addresses_of_samples_do_not_depend_on_the_folder_of_the_build(release):
+    samples = [file for file in (release / "selfcheck" / "samples").rglob("*.dll")]
+    assert {image_base(file.read_bytes()) for file in samples} == {0x180000000, 0x10000000}
+
+
 def test_what_is_laid_out_has_no_time_and_no_folder_of_this_machine(release):
     programs = [file for kind in ("*.exe", "*.dll") for file in (release / "selfcheck").rglob(kind)]
     assert len(programs) > 150
