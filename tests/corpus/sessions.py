@@ -87,21 +87,17 @@ def run_proofs(folder, targets):
             job.result()
 
 
-def run_hosts(folder, targets):
-    """Captures on the host as it is and on the strict one, into a folder for each host. The programs have one of their own,
-    since their classes are empty: Wine's browser would open otherwise. A module is first there, since a session's first
-    captures prepare the registry. A program is traced in every mode, so one mode is enough for it."""
-    modules = [target for target in targets if target.kind != "program"]
-    first = {target.bitness: target for target in reversed(modules)}.values()
-    programs = [*first, *(target for target in targets if target.kind == "program")]
+def run_hosts(folder, targets, of_a_node):
+    """Captures on the host as it is and on the strict one, into a folder for each host. The servers `of_a_node` are 32-bit
+    modules. They are also captured in the registry of a fresh prefix, since Wine has no node Wow6432Node for the classes
+    where these are empty."""
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         jobs = []
         for host, options in HOSTS.items():
-            for_modules = Sessions(folder / host, modules, *options)
-            for_programs = Sessions(folder / host / "programs", programs, "--empty-classes", *options)
-            jobs.append(pool.submit(for_modules.capture, "keyRedir", "keyRedir"))
-            for mode in TRACED:
-                jobs += [pool.submit(for_modules.trace, mode, part) for part in PARTS]
-            jobs += [pool.submit(for_programs.trace, "trace", (bitness, "0", "1")) for bitness in BITNESSES.values()]
+            sessions = Sessions(folder / host, targets, "--empty-classes", *options)
+            jobs.append(pool.submit(sessions.capture, "keyRedir", "keyRedir"))
+            jobs += [pool.submit(sessions.trace, mode, part) for mode in TRACED for part in PARTS]
+            with_classes = Sessions(folder / host / "node", of_a_node, *options)
+            jobs.append(pool.submit(with_classes.trace, "trace", ("x86", "0", "1")))
         for job in jobs:
             job.result()

@@ -31,12 +31,12 @@ class HostResults:
     def __init__(self, folder, targets):
         self.folder, self.targets = folder, targets
 
-    def place(self, host, mode, target):
-        folder = self.folder / host
-        return folder / "programs" / mode if target.kind == "program" else folder / mode
+    def place(self, host, mode):
+        """The mode `node` is that of traces in the registry of a fresh prefix."""
+        return self.folder / host / ("node/trace" if mode == "node" else mode)
 
     def file(self, host, mode, target):
-        return self.place(host, mode, target) / (target.id + ".reg")
+        return self.place(host, mode) / (target.id + ".reg")
 
     @cached_property
     def statuses(self):
@@ -48,7 +48,7 @@ class HostResults:
         return found
 
     def status(self, host, mode, target):
-        return self.statuses[self.place(host, mode, target), target.id]
+        return self.statuses[self.place(host, mode), target.id]
 
     def is_captured(self, mode, target):
         return self.status("plain", mode, target) == 0
@@ -82,7 +82,7 @@ class HostResults:
         return Registry(folder)
 
     def before(self, host, mode, target):
-        sessions = self.place(host, mode, target).glob("session-%s-*" % target.bitness)
+        sessions = self.place(host, mode).glob("session-%s-*" % target.bitness)
         session = next(folder for folder in sorted(sessions) if target.id in self.captured_in(folder))
         return self.registry(session / "before")
 
@@ -92,7 +92,7 @@ class HostResults:
 
     @lru_cache(maxsize=4)
     def after(self, host, mode, target):
-        return Registry(self.place(host, mode, target) / target.id)
+        return Registry(self.place(host, mode) / target.id)
 
     def removed(self, host, mode, target):
         """The keys that a run removes, and the values, also those of these keys."""
