@@ -9,12 +9,12 @@
     # What builds the native programs (tools.sh).
     TOOL_PACKAGES=(g++)
 
-    # Every build is configured with its tests, which need googletest and mingw-w64-tools.
-    BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest)
+    # Every build is configured with its tests, which need googletest and mingw-w64-tools. Python makes the symbol files.
+    BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest python3)
 
-    # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl.
+    # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl. LLVM's tools read symbol files.
     TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
-        libbenchmark-dev libssl-dev lintian man-db mmdebstrap)
+        libbenchmark-dev libssl-dev lintian llvm man-db mmdebstrap)
 
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)

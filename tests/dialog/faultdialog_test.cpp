@@ -75,7 +75,7 @@ TEST(FaultDialogDetails, OfACaptureNameTheTargetsFunctionAndLine) {
     const HWND dialog = DialogOf(process);
     const std::wstring details = WindowText(GetDlgItem(dialog, Id::details));
     EXPECT_THAT(details, HasSubstr(L"DllRegisterServer() -> fault.cpp:"));
-    EXPECT_THAT(details, HasSubstr(L"RegisterTarget() -> registertarget.cpp:"));
+    EXPECT_THAT(details, HasSubstr(L"keyreap::NativeFileRegister::RegisterTarget() -> registertarget.cpp:"));
     PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
     EXPECT_EQ(process.Wait(), 0xC0000094u);
 }

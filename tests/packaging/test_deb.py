@@ -39,7 +39,8 @@ def used_scripts():
 
 
 def expected_files():
-    programs = ["bin/%s/Keyreap.exe", "samples/%s/thermometer.dll", "tools/%s/explain.exe", "tools/%s/startrecorder.exe"]
+    programs = ["bin/%s/Keyreap.exe", "bin/%s/Keyreap.pdb", "samples/%s/thermometer.dll"]
+    programs += ["tools/%s/explain.exe", "tools/%s/startrecorder.exe"]
     library = ["keyreap", "prebuilt", *used_scripts(), *("tools/" + name for name in NATIVE_TOOLS)]
     library += ["stage/" + program % bitness for program in programs for bitness in BITNESSES]
     cmake = [*("%s.cmake" % name for name in CMAKE_FILES), "oaidl.idl"]

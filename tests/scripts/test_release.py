@@ -123,6 +123,9 @@ def test_builds_that_differ_are_no_release(committed_tree):
 
 @pytest.mark.parametrize("bitness", ["x64", "x86"])
 def test_the_program_names_no_folder_of_this_machine(bitness):
-    data = (ROOT / "build" / "stage" / "bin" / bitness / "Keyreap.exe").read_bytes()
-    assert b"platform/core/text/text.cpp" in data
-    assert os.fsencode(ROOT) not in data
+    folder = ROOT / "build" / "stage" / "bin" / bitness
+    assert b"platform\\core\\text\\text.cpp" in (folder / "Keyreap.pdb").read_bytes()
+    for name in ("Keyreap.exe", "Keyreap.pdb"):
+        data = (folder / name).read_bytes()
+        assert os.fsencode(ROOT) not in data
+        assert os.fsencode(str(ROOT).replace("/", "\\")) not in data
