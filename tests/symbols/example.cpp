@@ -26,8 +26,7 @@ Number Sum(const std::vector<Number>& numbers) {
 
 namespace {
 
-// The compiler must not remove it, nor join it with another function.
-[[gnu::noinline]] int Hidden(const Window& window) {
+int Hidden(const Window& window) {
     std::printf("%d\n", window.width);
     return window.Doubled() + 1;
 }
@@ -36,15 +35,17 @@ namespace {
 
 } // namespace example
 
-#if defined(_WIN32)
-extern "C" [[gnu::noinline]] int __stdcall Called(int first, int second) {
+extern "C" int __stdcall Called(int first, int second) {
     std::printf("%d %d\n", first, second);
     return first - second;
 }
-#endif
+
+// The compiler must not join them with another function.
+int (*volatile hidden)(const example::Window&) = example::Hidden;
+int(__stdcall* volatile called)(int, int) = Called;
 
 int main(int count, char**) {
     const example::Window window{count};
     std::vector<int> numbers(static_cast<std::size_t>(count), 3);
-    return example::Hidden(window) + example::Sum(numbers) + Called(count, 1) + (window ? 1 : 0);
+    return hidden(window) + example::Sum(numbers) + called(count, 1) + (window ? 1 : 0);
 }
