@@ -51,7 +51,7 @@ OwnedFile OpenToRead(const std::wstring& path) {
 
 // Appends the next part of the file to the text. False at the end of the file.
 bool AppendChunk(HANDLE file, std::string& text) {
-    constexpr std::size_t chunk = 256 * 1024;
+    constexpr std::size_t chunk = std::size_t{256} * 1024;
     const std::size_t size = text.size();
     text.resize(size + chunk);
     DWORD got = 0;

@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t firstPiece = 64 * 1024; // bytes; later pieces are larger
+    static constexpr std::size_t firstPiece = std::size_t{64} * 1024; // bytes; later pieces are larger
 
     std::pmr::monotonic_buffer_resource memory{firstPiece};
 };
