@@ -249,7 +249,7 @@ const ImportReplacement* replacedEnd = nullptr;
 
 BOOL WINAPI RecordEnd(HWND dialog, INT_PTR result) {
     endResult = result;
-    return reinterpret_cast<decltype(&EndDialog)>(replacedEnd->Original())(dialog, result);
+    return replacedEnd->Original<decltype(&EndDialog)>()(dialog, result);
 }
 
 class ErrorReportEnd : public testing::Test {

@@ -14,8 +14,11 @@ public:
     ImportReplacement& operator=(const ImportReplacement&) = delete;
     ~ImportReplacement();
 
-    // The system's own function.
-    const void* Original() const { return original; }
+    // The system's own function, as a pointer of its type.
+    template <typename Function>
+    Function Original() const {
+        return reinterpret_cast<Function>(const_cast<void*>(original));
+    }
 
 private:
     const void** slot;

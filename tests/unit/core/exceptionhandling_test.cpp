@@ -255,18 +255,23 @@ TEST(Rethrow, ThrowsACopyOfTheObjectsOwnClass) {
     ExpectRethrownAs<SehException>(SehException(raisingFile, 3, SehKind::SEH_AV_READ_NULLPTR, L"text"));
 }
 
+template <typename Class>
+bool IsExactly(const Exception& exception) {
+    return typeid(exception) == typeid(Class);
+}
+
 TEST(Clone, IsAnObjectOfTheSameClassWithItsData) {
     WindowsException windowsException(raisingFile, 2);
     windowsException.SetWin32Error(5);
     const auto windowsClone = windowsException.Clone(false);
-    EXPECT_EQ(typeid(*windowsClone), typeid(WindowsException));
+    EXPECT_TRUE(IsExactly<WindowsException>(*windowsClone));
     EXPECT_EQ(windowsClone->Message(), windowsException.Message());
     EXPECT_EQ(windowsClone->ErrorCode(), 5U);
     EXPECT_EQ(windowsClone->SourceFile(), raisingFile);
     EXPECT_EQ(windowsClone->SourceLine(), 2U);
 
     const auto sehClone = SehException(raisingFile, 3, SehKind::SEH_AV_DEP_NULLPTR, L"text").Clone(false);
-    EXPECT_EQ(typeid(*sehClone), typeid(SehException));
+    EXPECT_TRUE(IsExactly<SehException>(*sehClone));
     EXPECT_EQ(sehClone->GetKindName(), L"SEH_AV_DEP_NULLPTR");
     EXPECT_EQ(sehClone->Message(), L"text");
     EXPECT_EQ(sehClone->SourceLine(), 3U);
@@ -277,7 +282,7 @@ TEST(Clone, OfAPlainExceptionHasTheDefaultCode) {
     windowsException.SetWin32Error(5);
     const Exception copy(windowsException);
     const auto clone = copy.Clone(false);
-    EXPECT_EQ(typeid(*clone), typeid(Exception));
+    EXPECT_TRUE(IsExactly<Exception>(*clone));
     EXPECT_EQ(clone->ErrorCode(), 0xE0010064U);
     EXPECT_EQ(clone->Message(), windowsException.Message());
 }

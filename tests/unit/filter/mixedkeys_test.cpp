@@ -251,12 +251,12 @@ TEST_F(LiveMixedKeysTest, TheUsersClassesHaveTwoViewsOnWindowsToo) {
 
 TEST(MakesMixingNode, IsTrueForANodeWhereWindowsHasNone) {
     const std::string user = R"(REGISTRY\\User\\S-1-5-21-0-0-0-1000\\Software\\)";
-    const std::string tree = user + R"(Velmoro\\Tesselink\\Temporary\\)";
-    EXPECT_TRUE(MakesMixingNode("Create key " + tree + R"(HKCR\\Wow6432Node)"));
-    EXPECT_TRUE(MakesMixingNode("Create key " + tree + R"(HKLM\\Software\\WOW6432NODE\\A)"));
+    const std::string userTree = user + R"(Velmoro\\Tesselink\\Temporary\\)";
+    EXPECT_TRUE(MakesMixingNode("Create key " + userTree + R"(HKCR\\Wow6432Node)"));
+    EXPECT_TRUE(MakesMixingNode("Create key " + userTree + R"(HKLM\\Software\\WOW6432NODE\\A)"));
     EXPECT_TRUE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Wow6432Node\\Wow6432Node)"));
-    EXPECT_FALSE(MakesMixingNode("Create key " + tree + R"(HKLM\\Software\\Wow6432Nodes)"));
-    EXPECT_FALSE(MakesMixingNode("Open key " + tree + R"(HKCR\\Wow6432Node)"));
+    EXPECT_FALSE(MakesMixingNode("Create key " + userTree + R"(HKLM\\Software\\Wow6432Nodes)"));
+    EXPECT_FALSE(MakesMixingNode("Open key " + userTree + R"(HKCR\\Wow6432Node)"));
     EXPECT_TRUE(MakesMixingNode("Create key " + user + R"(Wow6432Node)"));
     EXPECT_FALSE(MakesMixingNode("Create key " + user + R"(Classes\\Wow6432Node\\CLSID)"));
     EXPECT_FALSE(MakesMixingNode(R"(Create key REGISTRY\\Machine\\Software\\Classes\\Wow6432Node)"));

@@ -19,12 +19,14 @@ KeyView ViewOf(ACCESS_MASK access, ULONG attributes) {
             (attributes & openLink) != 0};
 }
 
+constexpr ACCESS_MASK requestedViews[] = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
+
 // Opens keys in every view and compares the real paths that the system gives with those that are predicted.
 class FoundKeys : public testing::Test {
 protected:
     void Compare(const NativeTestKey& parent, const std::wstring& name) {
         const std::wstring parentPath = parent.IsOpen() ? parent.RealPath() : std::wstring();
-        for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+        for (const ACCESS_MASK view : requestedViews) {
             for (const ULONG attributes : {ULONG{0}, openLink}) {
                 const auto key =
                     NativeTestKey::Open(parent.Handle(), name, KEY_QUERY_VALUE | view, attributes);
@@ -148,7 +150,7 @@ TEST_F(FoundKeys, WhereLinksLead) {
 TEST_F(FoundKeys, WhenACreationFindsThemThere) {
     const auto software = NativeTestKey::Open(nullptr, softwareKey, KEY_READ | KEY_WOW64_64KEY);
     for (const std::wstring& name : software.Subkeys(50)) {
-        for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+        for (const ACCESS_MASK view : requestedViews) {
             if (NativeTestKey::Open(software.Handle(), name, KEY_QUERY_VALUE | view).IsOpen()) {
                 const auto key = NativeTestKey::Create(software.Handle(), name, KEY_QUERY_VALUE | view);
                 ASSERT_TRUE(key.Existed()) << name;

@@ -279,9 +279,9 @@ BOOL WINAPI NoteStart(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIB
                       LPSECURITY_ATTRIBUTES thread, BOOL inherits, DWORD flags, LPVOID environment,
                       LPCWSTR directory, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information) {
     starts.push_back(flags);
-    return reinterpret_cast<decltype(&CreateProcessW)>(replacedStart->Original())(
-        application, commandLine, process, thread, inherits, flags, environment, directory, startup,
-        information);
+    return replacedStart->Original<decltype(&CreateProcessW)>()(application, commandLine, process, thread,
+                                                                inherits, flags, environment, directory,
+                                                                startup, information);
 }
 
 class SessionStarts : public SessionTest {

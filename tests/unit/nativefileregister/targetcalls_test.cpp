@@ -87,7 +87,7 @@ const ImportReplacement* replacedLoad = nullptr;
 
 HMODULE WINAPI NoteLoad(LPCWSTR file, HANDLE reserved, DWORD flags) {
     loads.emplace_back(file, flags);
-    return reinterpret_cast<decltype(&LoadLibraryExW)>(replacedLoad->Original())(file, reserved, flags);
+    return replacedLoad->Original<decltype(&LoadLibraryExW)>()(file, reserved, flags);
 }
 
 class LoadCalls : public TargetCalls {
@@ -124,7 +124,7 @@ const ImportReplacement* replacedStart = nullptr;
 BOOL WINAPI KeepSuspended(LPCWSTR application, LPWSTR commandLine, LPSECURITY_ATTRIBUTES process,
                           LPSECURITY_ATTRIBUTES thread, BOOL inherits, DWORD flags, LPVOID environment,
                           LPCWSTR directory, LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information) {
-    const BOOL started = reinterpret_cast<decltype(&CreateProcessW)>(replacedStart->Original())(
+    const BOOL started = replacedStart->Original<decltype(&CreateProcessW)>()(
         application, commandLine, process, thread, inherits, flags, environment, directory, startup,
         information);
     if (started && (flags & CREATE_SUSPENDED) != 0) {

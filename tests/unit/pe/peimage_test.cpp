@@ -68,7 +68,7 @@ const ImportReplacement* replacedHelper = nullptr;
 
 PIMAGE_NT_HEADERS WINAPI NoteHeaderQuestion(PVOID base) {
     ++headerQuestions;
-    return reinterpret_cast<decltype(&ImageNtHeader)>(replacedHelper->Original())(base);
+    return replacedHelper->Original<decltype(&ImageNtHeader)>()(base);
 }
 
 TEST_F(PeImageTest, WithoutTheLettersMzTheHelperIsAskedForTheImportsAlone) {

@@ -132,14 +132,14 @@ const ImportReplacement* replacedDelete = nullptr;
 
 LSTATUS WINAPI NoteOverride(HKEY root, HKEY key) {
     calls.push_back((key ? L"override " : L"lift ") + RootName(root));
-    return reinterpret_cast<decltype(&RegOverridePredefKey)>(replacedOverride->Original())(root, key);
+    return replacedOverride->Original<decltype(&RegOverridePredefKey)>()(root, key);
 }
 
 LSTATUS WINAPI NoteDelete(HKEY parent, LPCWSTR name) {
     if (std::wstring_view(name) == L"Classes") {
         calls.push_back(L"delete Classes");
     }
-    return reinterpret_cast<decltype(&RegDeleteKeyW)>(replacedDelete->Original())(parent, name);
+    return replacedDelete->Original<decltype(&RegDeleteKeyW)>()(parent, name);
 }
 
 class HiveRedirectionCalls : public HiveRedirectionTest {
