@@ -16,7 +16,7 @@ inline constexpr std::uint32_t secondProcess = 0x30;
 inline constexpr std::uint32_t secondThread = 0x34;
 
 inline const std::wstring machineKey = L"\\REGISTRY\\Machine";
-inline const std::wstring softwareKey = machineKey + L"\\Software";
+inline const std::wstring softwareKey = L"\\REGISTRY\\Machine\\Software";
 
 // A running process with the handle 4 of HKLM\Software.
 class RequestTrackerTest : public testing::Test {

@@ -135,7 +135,7 @@ TEST_P(ImportTables, LookupTableThatRunsPastTheEndEndsThere) {
 }
 
 TEST_P(ImportTables, DescriptorsThatRunPastTheEndEndThere) {
-    for (const std::size_t descriptor : {0, 1}) {
+    for (const std::size_t descriptor : {0U, 1U}) {
         SetDescriptor(descriptor, 0, descriptorsAt, 0);
     }
     EXPECT_THAT(ImportsOf(writer.Bytes().substr(0, descriptorsAt + 20 * 2 - 1)), SizeIs(1));

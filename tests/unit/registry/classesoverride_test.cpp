@@ -47,7 +47,7 @@ protected:
     ~ClassesOverride() override {
         Lift();
         RegDeleteTreeW(HKEY_CURRENT_USER, otherPlace.c_str());
-        for (const REGSAM view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+        for (const REGSAM view : {REGSAM{KEY_WOW64_32KEY}, REGSAM{KEY_WOW64_64KEY}}) {
             RegDeleteKeyExW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\" + testKey).c_str(), view, 0);
         }
     }
