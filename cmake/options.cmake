@@ -8,20 +8,40 @@ if(WIN32)
                                                        _WIN32_WINNT=0x0601 WINVER=0x0601)
 endif()
 
+# Off for a compiler that the sources were not tried with.
+option(KEYREAP_WARNINGS_AS_ERRORS "Fail on a compiler's warning" ON)
+
+# The program needs no run-time DLL.
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
+
 if(MSVC)
-  # C4458 is about parameters that have the names of members, which they may.
-  target_compile_options(keyreap_options INTERFACE /W4 /wd4458 /WX /utf-8 /EHa /permissive-)
+  # C4458 is about parameters that have the names of members, which they may. On x86 stacks are walked along frame pointers.
+  target_compile_options(keyreap_options INTERFACE /W4 /wd4458 /utf-8 /EHa /permissive- /Oy-)
+  if(KEYREAP_WARNINGS_AS_ERRORS)
+    target_compile_options(keyreap_options INTERFACE /WX)
+  endif()
 else()
   # Parameters may have the names of members. Clang accepts that in constructors only.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set(shadow -Wshadow=local)
+    set(warnings -Wshadow=local)
   else()
-    set(shadow -Wshadow)
+    set(warnings -Wshadow)
+  endif()
+  set(debugFormat -gdwarf-4)
+  if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # LLVM's linker makes symbol files for Windows of this format.
+    set(debugFormat -gcodeview)
+    # What Microsoft's compiler also warns of at /W4: extensions of the language, unreachable code, uses before a value, signs that
+    # don't match, hidden functions, and statements without an effect.
+    list(APPEND warnings -Wpedantic -Wunreachable-code-aggressive -Wconditional-uninitialized -Wsign-compare
+         -Woverloaded-virtual -Wcomma -Wextra-semi -Wunused)
+  endif()
+  if(KEYREAP_WARNINGS_AS_ERRORS)
+    list(APPEND warnings -Werror)
   endif()
   target_compile_options(
-    keyreap_options
-    INTERFACE -Wall -Wextra -Wconversion ${shadow} -Werror -gdwarf-4 -fno-omit-frame-pointer
-              -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    keyreap_options INTERFACE -Wall -Wextra -Wconversion ${warnings} ${debugFormat} -fno-omit-frame-pointer
+                              -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
   if(WIN32)
     # The library checks indices and empty containers, in the program as in its tests: a failed check ends the run.
     target_compile_definitions(keyreap_options INTERFACE _GLIBCXX_ASSERTIONS)

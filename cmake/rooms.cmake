@@ -58,10 +58,17 @@ function(keyreap_test_program target)
   endif()
   target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # These builds have no DWARF. Without the file, Wine 8's debug help fails for an image of LLVM's linker.
+    keyreap_symbol_file(${target})
+  endif()
   if(WIN32)
     target_link_libraries(${target} PRIVATE keyreap_heapcheck)
   endif()
 endfunction()
+
+# All programs of unit tests.
+add_custom_target(unit_tests)
 
 # One program of unit tests for a room: unit_<room>. PURE and WINDOWS as for the room.
 function(keyreap_unit_tests room)
@@ -82,4 +89,5 @@ function(keyreap_unit_tests room)
     target_link_libraries(unit_${room} PRIVATE ${UNIT_SYSTEM})
   endif()
   keyreap_test_suite(unit_${room})
+  add_dependencies(unit_tests unit_${room})
 endfunction()
