@@ -72,13 +72,25 @@ make_fuzzers() {
     build_step fuzz "some minutes" fuzzers
 }
 
+# The unit tests are also built with a second compiler.
 make_everything() {
     local preset
     check_owner
     for preset in x64 x86 native native-sanitized; do
         build_step "$preset" "3 to 6 minutes"
     done
+    build_step clang-x64 "3 minutes" unit_tests
     step stage "staging the program" stage_program
+}
+
+# make_compilers: all that the second compiler builds for Windows, staged in a folder of its own.
+make_compilers() {
+    local preset
+    check_owner
+    for preset in clang-x64 clang-x86; do
+        build_step "$preset" "3 to 6 minutes"
+    done
+    step stage-clang "staging the second compiler's program" install_builds "$BUILD/clang/stage" clang-x64 clang-x86
 }
 
 # build_step PRESET TIME [TARGET...]: says how long the build takes on two cores if nothing of it is there yet.
@@ -117,19 +129,25 @@ same_toolchain() {
 
 toolchain_of() {
     case $1 in
+    clang-*) cross_toolchain && versions_of clang lld ;;
     *x64 | *x86) cross_toolchain ;;
     fuzz) versions_of clang "libstdc++-*-dev" libc6-dev googletest ;;
     *) native_toolchain && versions_of googletest ;;
     esac
 }
 
+# install_builds FOLDER PRESET...: lays these builds out in a new folder.
+install_builds() {
+    local preset
+    rm -rf "$1"
+    for preset in "${@:2}"; do clean_environment cmake --install "$BUILD/$preset" --prefix "$1"; done
+}
+
 # stage_program: lays the program out as it is shipped. An unchanged file stays; a changed one is replaced by a rename,
 # so that a run that uses the old file keeps it.
 stage_program() {
     local new=$BUILD/stage.new file
-    rm -rf "$new"
-    clean_environment cmake --install "$BUILD/x64" --prefix "$new"
-    clean_environment cmake --install "$BUILD/x86" --prefix "$new"
+    install_builds "$new" x64 x86
     find "$new" -type f -printf '%P\0' | while IFS= read -r -d '' file; do
         mkdir -p "$(dirname -- "$STAGE/$file")"
         cmp -s "$new/$file" "$STAGE/$file" || mv -f "$new/$file" "$STAGE/$file"

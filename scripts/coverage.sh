@@ -29,13 +29,7 @@ build() {
         step "build-$preset" "building $preset" build_preset "$preset"
         find "$BUILD/$preset" -name '*.gcda' -delete
     done
-    step coverage-stage "staging the program" stage
-}
-
-stage() {
-    rm -rf "$STAGE"
-    cmake --install "$BUILD/coverage-x64" --prefix "$STAGE"
-    cmake --install "$BUILD/coverage-x86" --prefix "$STAGE"
+    step coverage-stage "staging the program" install_builds "$STAGE" coverage-x64 coverage-x86
 }
 
 # run_suites WORD...: as for ./test. The lines that a failing suite runs count too.

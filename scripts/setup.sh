@@ -2,7 +2,7 @@
 # Installs, builds and makes what a run needs, if it is missing or out of date. Sourced after common.sh; sources the
 # other parts.
 #
-# A level (wine, run, package, examples, bench, fuzz, test) has a stamp that is as old as the beginning of its last
+# A level (wine, run, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning of its last
 # complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the time of any
 # change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the packages that
 # were used.
@@ -54,7 +54,7 @@ make_user_data() {
 up_to_date() {
     local stamp=$STAMPS/$1
     # The tests, the measurements and the fuzzers always run the builds, which know what is out of date.
-    [[ $1 != @(test|bench|fuzz) ]] || return
+    [[ $1 != @(test|compilers|bench|fuzz) ]] || return
     [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp" && same_packages "$1"
 }
 
@@ -112,6 +112,7 @@ make_level() {
     used_packages "$1" >"$stamp.packages.new"
     case $1 in
     fuzz) make_fuzzers ;;
+    compilers) make_compilers ;;
     package)
         make_tools
         make_program
@@ -151,7 +152,7 @@ level_packages() {
         ;;
     bench) needed+=("${TEST_PACKAGES[@]}") ;;
     fuzz) needed+=("${FUZZ_PACKAGES[@]}") ;;
-    test) needed+=("${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
+    test | compilers) needed+=("${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
     esac
     install_packages "${needed[@]}"
 }

@@ -4,7 +4,7 @@ import os
 import subprocess
 import threading
 import time
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from pathlib import Path
 from tempfile import TemporaryDirectory
 
@@ -25,6 +25,12 @@ class Places:
     logs: Path
     stage: Path  # the staged program
     samples: Path  # the servers that tests capture
+
+    def of(self, suite: Suite) -> "Places":
+        """The second compiler's suites have a program and samples of their own."""
+        if not suite.is_of_second_compiler:
+            return self
+        return replace(self, stage=self.root / "build/clang/stage", samples=self.root / "build/clang/samples")
 
 
 @dataclass(frozen=True)
@@ -110,7 +116,7 @@ class Runner:
         ):
             report = report_of(suite, Path(folder))
             command = guarded(command_of(suite, self._places.root, share, report), limit)
-            status = self._status(command, log, environment_of(suite, self._places, share, step, summary))
+            status = self._status(command, log, environment_of(suite, self._places.of(suite), share, step, summary))
             results = results_of(report)
         with log.open("a", encoding="utf-8") as output:
             output.write(remark(status, limit, results))

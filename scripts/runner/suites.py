@@ -4,7 +4,11 @@ from dataclasses import dataclass
 from enum import Enum
 from pathlib import Path
 
-PRESETS = ("x64", "x86", "native", "native-sanitized")
+PRESETS = ("x64", "x86", "native", "native-sanitized", "clang-x64", "clang-x86")
+
+# The builds of the second compiler, and the word that runs all suites of them. Other runs have the unit tests of the first one.
+SECOND_COMPILER = ("clang-x64", "clang-x86")
+SECOND_COMPILER_WORD = "compilers"
 
 # A suite with very many cases takes every tenth of them, except in its whole run.
 SAMPLE_STEP = 10
@@ -27,10 +31,20 @@ class Suite:
     whole: str | None  # the word of the run in which the suite goes through all its cases
     host: str = ""  # how strict the logger of its session is (scripts/host.sh)
 
+    @property
+    def is_of_second_compiler(self) -> bool:
+        return self.name.partition("/")[0] in SECOND_COMPILER
+
+    @property
+    def is_run_by_its_name_only(self) -> bool:
+        return self.is_of_second_compiler and not self.name.startswith(SECOND_COMPILER[0] + "/unit_")
+
     def is_named_by(self, word: str) -> bool:
         """A word is the whole name, the part before or after the slash, or the word of the whole run."""
         folder, _, last = self.name.partition("/")
-        return word in (self.name, folder, last, self.whole)
+        if self.is_of_second_compiler and word == SECOND_COMPILER_WORD:
+            return True
+        return word in (self.name, folder) or (word in (last, self.whole) and not self.is_run_by_its_name_only)
 
     def step(self, words: list[str]) -> int:
         return 1 if self.whole in words else SAMPLE_STEP
@@ -44,12 +58,17 @@ def all_suites(root: Path, presets: tuple[str, ...] = PRESETS) -> list[Suite]:
 
 
 def chosen_suites(suites: list[Suite], words: list[str]) -> list[Suite]:
-    """Without words all of them."""
-    return [suite for suite in suites if not words or any(map(suite.is_named_by, words))]
+    """Without words all of them but those that are run by their name only."""
+    if not words:
+        return [suite for suite in suites if not suite.is_run_by_its_name_only]
+    return [suite for suite in suites if any(map(suite.is_named_by, words))]
 
 
 def program_suites(build: Path, preset: str) -> list[Suite]:
-    """A line of the preset's list is a program, its kind and its word, or `-` if it has none."""
+    """A line of the preset's list is a program, its kind and its word, or `-` if it has none. The second compiler's builds
+    may be missing."""
+    if preset in SECOND_COMPILER and not (build / preset / "tests.txt").exists():
+        return []
     lines = (build / preset / "tests.txt").read_text(encoding="utf-8").splitlines()
     return [program_suite(preset, *line.split("\t")) for line in lines if line]
 

@@ -104,7 +104,7 @@ class Tree:
             (folder / name).mkdir()
         shared = ("pe/checkedview", "pe/imagetables", "regmodel/straynames")
         checked = ["%s.%s" % (name, kind) for name in shared for kind in ("cpp", "h")]
-        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", *checked):
+        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", "cmake/mingw-clang.cmake", *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()
 

@@ -101,6 +101,36 @@ def test_without_words_all_are_chosen():
     assert chosen_suites([UNIT, MANY], []) == [UNIT, MANY]
 
 
+SECOND = [
+    Suite("clang-x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), None),
+    Suite("clang-x64/endtoend", Kind.WINDOWS, Path("endtoend.exe"), "many"),
+    Suite("clang-x86/unit_core", Kind.WINDOWS, Path("unit_core.exe"), None),
+]
+
+
+@pytest.mark.parametrize(
+    "words, chosen",
+    [
+        ([], SECOND[:1]),
+        (["unit_core"], SECOND[:1]),
+        (["many"], []),
+        (["compilers"], SECOND),
+        (["clang-x64"], SECOND[:2]),
+        (["clang-x86"], SECOND[2:]),
+        (["clang-x86/unit_core"], SECOND[2:]),
+    ],
+)
+def test_of_the_second_compiler_only_its_word_chooses_more_than_unit_tests(words, chosen):
+    assert chosen_suites(SECOND, words) == chosen
+
+
+def test_the_suites_of_the_second_compiler_run_its_program():
+    places = Places(ROOT, ROOT / "logs", ROOT / "stage", ROOT / "samples")
+    assert places.of(UNIT) == places
+    assert places.of(SECOND[1]).stage == ROOT / "build" / "clang" / "stage"
+    assert places.of(SECOND[1]).samples == ROOT / "build" / "clang" / "samples"
+
+
 def test_only_the_word_of_its_whole_run_makes_a_suite_take_every_case():
     assert [MANY.step(words) for words in (["many"], ["x64", "many"])] == [1, 1]
     assert [MANY.step(words) for words in ([], ["x64"], ["x64/unit_core"])] == [10, 10, 10]
