@@ -13,7 +13,7 @@ namespace {
 constexpr std::wstring_view usersKey = L"\\REGISTRY\\USER\\";
 constexpr std::wstring_view machineKey = L"\\REGISTRY\\MACHINE\\";
 constexpr std::wstring_view classesEnd = L"_Classes";
-constexpr std::wstring_view node = L"WOW6432NODE";
+constexpr std::wstring_view node = L"WOW6432Node";
 // The system's account has the hive of the default user, and no hive of its own for classes.
 constexpr std::wstring_view systemAccount = L"S-1-5-18";
 constexpr std::wstring_view defaultUser = L".DEFAULT";

@@ -11,12 +11,11 @@ namespace keyreap {
 // session of the tests can describe a stricter host in a text with one switch per line, each of which has an
 // effect on its own:
 //
-//   creations    the creation of a key that exists is a creation, whoever asks for it: also Wine's own ways
-//   to
-//                the registry's roots, and its inner parts
+//   creations    the creation of a key that exists is a creation, whoever asks for it; Wine's ways to the
+//                registry's roots and its inner parts create such keys
 //   system       what the system does in a process is logged like anything else, also before the entry point
 //   outlives     a session runs until it is stopped by its name; the end of its process doesn't stop it
-//   capitals     the kernel spells the nodes of the 32-bit view WOW6432NODE
+//   capitals     the kernel spells the nodes of the 32-bit view WOW6432Node, not Wow6432Node
 //   user SID     the current user is the account of this SID
 //   status N     a session can't be started, and the start gives this status of winerror.h
 //   lost N       every log has lost N events, as its header says

@@ -51,7 +51,7 @@ class Program:
         return list(manifest_faults(image, VERSION, self.level, has_windows=self.has_windows))
 
 
-KEYREAP = Program("bin/{}/Keyreap.exe", "requireAdministrator", has_windows=True)
+KEYREAP = Program("bin/{}/Keyreap.exe", "requireAdministrator", has_windows=True, has_symbols=True)
 EXPLAIN = Program("tools/{}/explain.exe", "asInvoker")
 PROGRAMS = (KEYREAP, EXPLAIN, Program("tools/{}/startrecorder.exe", "asInvoker"))
 BITNESSES = ("x64", "x86")

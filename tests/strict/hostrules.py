@@ -1,7 +1,7 @@
 """The rules by which a result on the strict host differs from one on the host as it is (scripts/host.sh). A result has the
 same entries, with these exceptions:
 
-  - spelled_in_capitals: the kernel spells the machine's 32-bit nodes WOW6432NODE. The replay removes only the spelling
+  - spelled_in_capitals: the kernel spells the machine's 32-bit nodes WOW6432Node. The replay removes only the spelling
     Wow6432Node from a name, and only below the machine's Software it takes any spelling. So a class that a 32-bit server
     registers keeps the node.
   - made_again: the creation of a key that exists is a creation. A key without values and subkeys of its own that was there

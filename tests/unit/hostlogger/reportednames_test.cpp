@@ -32,11 +32,11 @@ TEST(ReportedNames, AreByDefaultAsTheyAre) {
 
 TEST(ReportedNames, EveryNodeOfTheMachineIsInCapitals) {
     const ReportedNames names = NamesInCapitals();
-    EXPECT_EQ(names.KernelName(software + L"\\Wow6432Node"), software + L"\\WOW6432NODE");
+    EXPECT_EQ(names.KernelName(software + L"\\Wow6432Node"), software + L"\\WOW6432Node");
     EXPECT_EQ(names.KernelName(software + L"\\Classes\\wow6432node\\CLSID"),
-              software + L"\\Classes\\WOW6432NODE\\CLSID");
+              software + L"\\Classes\\WOW6432Node\\CLSID");
     EXPECT_EQ(names.KernelName(software + L"\\Wow6432Node\\A\\Wow6432Node\\B"),
-              software + L"\\WOW6432NODE\\A\\WOW6432NODE\\B");
+              software + L"\\WOW6432Node\\A\\WOW6432Node\\B");
 }
 
 TEST(ReportedNames, OnlyWholeComponentsAreNodes) {

@@ -200,9 +200,9 @@ TEST_F(StrictRecorderTest, TheKernelNamesANodeInCapitals) {
     const std::vector<Event> events = Events();
     ASSERT_GE(events.size(), 2U);
     EXPECT_EQ(events[0].header.PacketType, registryevent::kcbCreate);
-    EXPECT_EQ(events[0].payload.KeyName, softwareKey + L"\\WOW6432NODE\\A");
+    EXPECT_EQ(events[0].payload.KeyName, softwareKey + L"\\WOW6432Node\\A");
     EXPECT_EQ(events[1].header.PacketType, registryevent::createKey);
-    EXPECT_EQ(events[1].payload.KeyName, softwareKey + L"\\WOW6432NODE\\A");
+    EXPECT_EQ(events[1].payload.KeyName, softwareKey + L"\\WOW6432Node\\A");
 }
 
 TEST_F(StrictRecorderTest, ANodeThatIsAskedForKeepsItsSpellingInTheNameAskedFor) {
