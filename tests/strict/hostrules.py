@@ -7,7 +7,6 @@ same entries, with these exceptions:
   - made_again: the creation of a key that exists is a creation. A key without values and subkeys of its own that was there
     before is in the file, since the system asked for its creation while it served the target.
   - set_by_the_system: what the system sets in the target's process at its start, or for it, counts as the target's.
-  - implied: a key without values is left out where the strict host's result has a key below it.
   - made_up: a GUID that the server makes up differs from run to run.
 """
 
@@ -32,7 +31,7 @@ IN_MEMORY = (
 )
 
 # Those that a whole run needs. A GUID is made up by few servers of the distribution, which another release may lack.
-RULES = ("spelled_in_capitals", "made_again", "set_by_the_system", "implied")
+RULES = ("spelled_in_capitals", "made_again", "set_by_the_system")
 
 NODE = "hkey_classes_root\\wow6432node\\"
 
@@ -78,7 +77,7 @@ def without_nodes(entries):
     return found, named
 
 
-def rule_of(difference, strict, before):
+def rule_of(difference, before):
     key, name, ours, theirs = difference.key, difference.name, difference.captured, difference.other
     if proofs.made_up(difference):
         return "made_up"
@@ -88,8 +87,7 @@ def rule_of(difference, strict, before):
         return "made_again" if is_there(before, key) else None
     if theirs is None:
         return "set_by_the_system" if all(is_set_by_the_system(key, one) for one in ours) else None
-    is_implied = not theirs and any(other.startswith(key + "\\") for other in strict)
-    return "implied" if is_implied else None
+    return None
 
 
 def differences(plain, strict, before=None):
@@ -102,5 +100,5 @@ def differences(plain, strict, before=None):
     # A second capture is the other host's.
     found = [replace(one, again=one.other) for one in comparison.differences()]
     in_capitals = [proofs.Difference(key, None, "with its node", "without it") for key in sorted(named)]
-    ruled = [(one, rule_of(one, strict, before)) for one in found]
+    ruled = [(one, rule_of(one, before)) for one in found]
     return ruled + [(one, "spelled_in_capitals") for one in in_capitals]

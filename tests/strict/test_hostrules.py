@@ -77,11 +77,10 @@ def test_what_the_recording_sets_is_the_systems():
     assert rules({}, {layout + "\\below": {"any": text("x")}}) == [None]
 
 
-def test_a_missing_key_is_implied_by_a_key_below_it_if_it_has_no_values():
+def test_a_missing_key_is_unexplained():
     below = {"k\\b": {"v": text("x")}}
-    assert rules({"k": {}, **below}, below) == ["implied"]
-    assert rules({"k": {"v": text("x")}, **below}, below) == [None]
-    assert rules({"k": {}}, {}) == [None]
+    assert rules({"k": {}, **below}, below) == [None]
+    assert rules({"k": {"v": text("x")}}, {}) == [None]
 
 
 def test_a_guid_that_differs_is_made_up():
