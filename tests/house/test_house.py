@@ -192,6 +192,9 @@ CALLED_BY_THE_SYSTEM = {
     ("AppendResourceId", "extract/nativefileregister/typelibstaging.cpp"),
     ("Routine", "platform/core/errorreport/errorreportdialog.cpp"),
     ("OnUnhandledException", "platform/core/unhandledexception.cpp"),
+    ("Examine", "tools/selfcheck/dialogcloser.cpp"),
+    ("CountEvent", "tools/selfcheck/recording.cpp"),
+    ("ContinueAfterBuffer", "tools/selfcheck/recording.cpp"),
     ("PassEvent", "trace/tracereadersystem.cpp"),
     ("PassBuffer", "trace/tracereadersystem.cpp"),
 }

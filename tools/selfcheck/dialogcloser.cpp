@@ -1,6 +1,7 @@
 #include "tools/selfcheck/dialogcloser.h"
 
 #include "platform/core/text/compare.h"
+#include "platform/os/heldexception.h"
 #include "platform/os/ownedhandle.h"
 
 #include <windows.h>
@@ -37,21 +38,25 @@ std::wstring ProgramOf(HWND window) {
 struct Search {
     std::wstring folder;
     std::set<HWND> found;
+    HeldException failure;
 };
 
 BOOL CALLBACK Examine(HWND window, LPARAM argument) {
     auto& search = *reinterpret_cast<Search*>(argument);
-    // The class of all dialogs.
-    if (TextOf(window, GetClassNameW) == L"#32770" && TextOf(window, GetWindowTextW) == L"Error" &&
-        StartsWithFolded(ProgramOf(window), search.folder)) {
-        search.found.insert(window);
-    }
+    search.failure.Run([&] {
+        // The class of all dialogs.
+        if (TextOf(window, GetClassNameW) == L"#32770" && TextOf(window, GetWindowTextW) == L"Error" &&
+            StartsWithFolded(ProgramOf(window), search.folder)) {
+            search.found.insert(window);
+        }
+    });
     return TRUE;
 }
 
 std::set<HWND> CrashDialogs(const std::filesystem::path& folder) {
-    Search search{folder.wstring() + L"\\", {}};
+    Search search{folder.wstring() + L"\\", {}, {}};
     EnumWindows(Examine, reinterpret_cast<LPARAM>(&search));
+    search.failure.ThrowOn();
     return search.found;
 }
 
