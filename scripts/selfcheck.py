@@ -14,13 +14,17 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent / "runner"))
 
-from suites import PRESETS, Kind, all_suites  # noqa: E402
+from suites import PRESETS, SECOND_COMPILER, STRICT_HOST, Kind, all_suites  # noqa: E402
 
 STRIP = {"x64": "x86_64-w64-mingw32-strip", "x86": "i686-w64-mingw32-strip"}
 DATA = ("selfcheck.cmd", "captures.txt", "expected.txt")
 # What suites of unit tests look for in their folder.
 NEIGHBOURS = ("fault_program.exe", "version_program.exe", "aligned_*.dll")
 SCRIPT = "a script for Linux"
+# Of the builds and hosts whose suites are not laid out.
+OTHERS = {preset: "programs for Linux" for preset in PRESETS if preset not in STRIP}
+OTHERS |= {preset: "the same programs, built by a second compiler" for preset in SECOND_COMPILER}
+OTHERS |= {STRICT_HOST: "the programs of x64 once more, with a stricter logger of Wine's"}
 
 
 def exceptions_of(file):
@@ -70,9 +74,9 @@ def lay_out_samples(root, folder):
 
 def main():
     root, folder = Path(sys.argv[1]), Path(sys.argv[2])
-    suites = all_suites(root, tuple(STRIP))
+    suites = [suite for suite in all_suites(root, tuple(STRIP)) if not suite.host]
     rows = [row_of(suite, exceptions_of(root / "tools/selfcheck/exceptions.txt")) for suite in suites]
-    rows += [[preset + "/*", "not run", "programs for Linux", "-"] for preset in PRESETS if preset not in STRIP]
+    rows += [[folder + "/*", "not run", reason, "-"] for folder, reason in OTHERS.items()]
     (folder / "golden").mkdir(parents=True)
     for file in (root / "tests/endtoend/golden").glob("*.reg"):
         shutil.copyfile(file, folder / "golden" / file.name)
