@@ -8,7 +8,7 @@
 
 namespace keyreap {
 
-// How a program ended that was started with StartedChild or RunChild.
+// How a program ended that was started with RunChild.
 struct ChildEnd {
     DWORD error = 0;             // why it could not be started
     DWORD processId = 0;         // 0 if it was not started

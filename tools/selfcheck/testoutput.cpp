@@ -26,6 +26,20 @@ bool Contains(std::string_view program, std::string_view text) {
     return program.find(text) != std::string_view::npos;
 }
 
+bool IsEndOfText(std::string_view program, std::size_t at) {
+    return at >= program.size() || program[at] == '\0' || program[at] == '\n';
+}
+
+// Not as a part of another text: somebody's name may be a part of one.
+bool ContainsWhole(std::string_view program, std::string_view text) {
+    for (std::size_t at = program.find(text); at != std::string_view::npos; at = program.find(text, at + 1)) {
+        if ((at == 0 || IsEndOfText(program, at - 1)) && IsEndOfText(program, at + text.size())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // As in tests/unit/os/process_test.cpp:25: Failure
 bool IsPlaceOfFailure(std::string_view line, std::string_view program) {
     constexpr std::string_view end = ": Failure";
@@ -45,7 +59,7 @@ bool IsValueOfNumber(std::string_view line) {
 
 bool IsOwnLine(std::string_view line, std::string_view program) {
     return IsPlaceOfFailure(line, program) || IsValueOfNumber(line) ||
-           (line.size() >= shortestLine && Contains(program, line));
+           (line.size() >= shortestLine && ContainsWhole(program, line));
 }
 
 // The name after a mark such as "[       OK ] "; none for a line with another mark, or with a sum.

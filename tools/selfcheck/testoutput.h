@@ -21,8 +21,8 @@ struct SuiteResults {
 
 // Reads the output. What a test prints about its failures may contain paths and the names of keys of the
 // machine that it ran on. So of these lines only those are kept that are the suite's own: `program` is the
-// content of the program's file, and a line is its own if the program contains it, or if it is a place in a
-// source or the value of a number.
+// content of the program's file, and a line is its own if it is a whole text in the program, a place in a
+// source, or the value of a number.
 SuiteResults ReadTestOutput(std::string_view output, std::string_view program);
 
 } // namespace keyreap

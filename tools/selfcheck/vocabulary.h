@@ -21,8 +21,7 @@ public:
     bool Contains(std::wstring_view name) const;
 
     // A registry path in ASCII. An unknown name becomes "?", the numbers that identify an account in a SID
-    // become
-    // "*", and units outside ASCII become escapes.
+    // become "*", and units outside ASCII become escapes.
     std::string Reported(std::wstring_view path) const;
 
 private:
