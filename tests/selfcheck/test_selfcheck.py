@@ -27,8 +27,9 @@ STEP = os.environ.get("KEYREAP_SAMPLE", "10")
 # What a pack must not contain.
 USER = "Plantagenet"
 MACHINE = "PLANTMACHINE"
-FOLDER = "Planted Földer"
 COMPANY = "Planted Company"
+# As a profile's folder has the name of its user.
+FOLDER = f"Planted Földer {USER} {MACHINE} {COMPANY}"
 PLANTED = [USER, MACHINE, FOLDER, "Planted", "Földer", COMPANY, "plant"]
 
 # All of x64/endtoend but the tests of captures.
@@ -60,7 +61,10 @@ def laid_out(folder):
 
 @pytest.fixture(scope="module")
 def release(tmp_path_factory):
-    return laid_out(tmp_path_factory.mktemp("release") / "Keyreap")
+    folder = laid_out(tmp_path_factory.mktemp("release") / "Keyreap")
+    # Some tests replace the list that the check reads.
+    shutil.copy(folder / "selfcheck" / "suites.txt", folder / "suites.txt")
+    return folder
 
 
 @pytest.fixture
@@ -274,6 +278,6 @@ def test_every_exception_is_that_of_a_suite():
 
 
 def test_every_suite_that_needs_the_request_log_is_excepted(release):
-    rows = [line.split("\t") for line in (release / "selfcheck/suites.txt").read_text().splitlines()] if STEP == "1" else []
+    rows = [line.split("\t") for line in (release / "suites.txt").read_text().splitlines()]
     run = {row[0] for row in rows if row[1] == "run"}
-    assert not [suite.name for suite in all_suites(ROOT) if suite.kind == Kind.REQUESTS and suite.name in run]
+    assert run and not [suite.name for suite in all_suites(ROOT) if suite.kind == Kind.REQUESTS and suite.name in run]
