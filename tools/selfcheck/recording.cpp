@@ -93,7 +93,9 @@ private:
         const ChildEnd end =
             RunChild(Quoted(sample) + L" /REGSERVER", places.logs / "sample.txt", longestSample);
         Compare("end of " + bitness, EndText(end));
-        samples[end.processId] = bitness;
+        if (end.processId != 0) {
+            samples[end.processId] = bitness;
+        }
     }
 
     void Read() {
