@@ -76,6 +76,7 @@ TEST_P(Capture, GivesEachFileItsOwnThreadAndApartment) {
 }
 
 TEST_P(Capture, RegistersInAProcessWhoseErrorsOpenNoBoxes) {
+    const InheritedErrorMode boxes(0);
     EXPECT_EQ(CaptureOf(Server(L"errormode.dll")), 0U);
     EXPECT_TRUE(
         Holds(Work(L"out.reg"), DocumentOfClass(L"Keyreap.ErrorMode", L"\"mode\"=dword:00008001\r\n")));

@@ -74,9 +74,8 @@ TEST_P(TracedProgram, ThatShowsAWindowGivesTheHeaderAndLeavesTheRegistryUnchange
 
 // What the program records if a process with this error mode starts it.
 RegistryTree TracedProgram::InheritedFrom(UINT errorMode) const {
-    const UINT before = SetErrorMode(errorMode);
+    const InheritedErrorMode mode(errorMode);
     RunLine(Quoted(Target(L"inheriting.exe")) + L" /REGSERVER");
-    SetErrorMode(before);
     RegistryTree recorded = ReadTree(HKEY_CURRENT_USER, inheritingKey);
     DeleteTree(HKEY_CURRENT_USER, inheritingKey);
     return recorded;
@@ -86,6 +85,7 @@ RegistryTree TracedProgram::InheritedFrom(UINT errorMode) const {
 TEST_P(TracedProgram, InheritsAModeInWhichErrorsOpenNoBoxes) {
     const DWORD inherited = InheritedFrom(0x8001) == InheritedFrom(0) ? 0 : 0x8001;
     EXPECT_EQ(InheritedFrom(0x8001), (RegistryTree{{L"", {{L"error mode", NumberValue(inherited)}}}}));
+    const InheritedErrorMode boxes(0);
     ExpectCapture(
         L"inheriting.exe", L"trace",
         Document(L"\r\n[HKEY_CURRENT_USER\\Software\\KeyreapInheriting]\r\n\"error mode\"=dword:0000" +

@@ -32,6 +32,19 @@ private:
     HANDLE process = nullptr;
 };
 
+// The error mode that programs inherit on Windows, as long as it exists. Without it they inherit
+// GoogleTest's.
+class InheritedErrorMode {
+public:
+    explicit InheritedErrorMode(UINT mode) : before(SetErrorMode(mode)) {}
+    InheritedErrorMode(const InheritedErrorMode&) = delete;
+    InheritedErrorMode& operator=(const InheritedErrorMode&) = delete;
+    ~InheritedErrorMode() { SetErrorMode(before); }
+
+private:
+    UINT before;
+};
+
 // An event that a test shares with a sample by its name. It is not set at first.
 class SharedEvent {
 public:

@@ -1,4 +1,5 @@
 // A server in a process of its own. With /REGSERVER it records the error mode that it inherited.
+#include "tests/samples/support/errormode.h"
 #include "tests/samples/support/keywriter.h"
 
 #include <windows.h>
@@ -10,6 +11,6 @@ int wmain(int count, wchar_t** arguments) {
         return 1;
     }
     keyreap::samples::KeyWriter(HKEY_CURRENT_USER, L"Software\\KeyreapInheriting")
-        .SetDword(L"error mode", GetErrorMode());
+        .SetDword(L"error mode", keyreap::samples::BoxesInErrorMode());
     return 0;
 }

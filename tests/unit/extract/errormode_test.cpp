@@ -15,7 +15,8 @@ protected:
     static UINT ModeAfter(UINT inherited) {
         SetErrorMode(inherited);
         SuppressErrorBoxes();
-        return GetErrorMode();
+        // GoogleTest has set this flag, which can't be cleared again on Windows.
+        return GetErrorMode() & ~static_cast<UINT>(SEM_NOALIGNMENTFAULTEXCEPT);
     }
 
 private:
