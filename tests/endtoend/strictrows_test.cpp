@@ -50,6 +50,20 @@ TEST(StrictRows, AKeyMayBeAddedWithItsValues) {
     EXPECT_FALSE(MakesEqual(L"+ ROOT\\One", {header, one, two}, {header}));
 }
 
+TEST(StrictRows, AnAddedKeyHasNoFiller) {
+    const std::wstring lost = L"\r\n[ROOT\\One]\r\n@=\"" + std::wstring(10, L'\x5555') + L"\"\r\n";
+    EXPECT_FALSE(MakesEqual(L"+ ROOT\\One", {header, lost}, {header}));
+    EXPECT_FALSE(MakesEqual(L"? ROOT\\*", {header, lost}, {header}));
+}
+
+TEST(StrictRows, AnAddedKeyMayHaveToHaveTheseLines) {
+    EXPECT_TRUE(MakesEqual(L"+ ROOT\\One = @=\"1\", \"a\"=\"b\"", {header, one, two}, {header, two}));
+    EXPECT_FALSE(MakesEqual(L"+ ROOT\\One = @=\"1\"", {header, one, two}, {header, two}));
+    EXPECT_FALSE(MakesEqual(L"+ ROOT\\One =", {header, one, two}, {header, two}));
+    EXPECT_TRUE(MakesEqual(L"+ ROOT\\Two =", {header, one, two}, {header, one}));
+    EXPECT_EQ(Row(L"+ ROOT\\One = @=\"1\"").key, L"ROOT\\One");
+}
+
 TEST(StrictRows, AValueMayBeAdded) {
     const std::wstring less = L"\r\n[ROOT\\One]\r\n@=\"1\"\r\n";
     EXPECT_TRUE(MakesEqual(L"+ ROOT\\One \"a\"", {header, one}, {header, less}));

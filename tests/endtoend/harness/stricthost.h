@@ -18,15 +18,13 @@ bool LoggerIsLeftRunning();
 // Stops it by its name, as an administrator would.
 void StopLeftLogger();
 
-// Makes a result and what is expected equal if they differ by what the table lists for the current test.
-// Where they are equal afterwards, these differences have occurred. The texts are those of .reg files.
+// Whether a result differs from what is expected by all that the table lists for the current test, and by
+// nothing else. The texts are those of .reg files. One that a redirection made has no difference.
 testing::AssertionResult DifferAsListed(const std::wstring& file, const std::wstring& actual,
                                         const std::wstring& expected);
 // The same for changes of the registry, which become those that are not listed.
 void DropListedChanges(std::vector<std::wstring>& actual, std::vector<std::wstring>& expected);
 
-// The test fails if a difference between files that is listed for it hasn't occurred. Called when it ends.
-void ExpectListedDifferences();
 // Changes of the registry that are listed for tests of this program and occurred in none of them, one a line.
 std::wstring MissingChanges();
 

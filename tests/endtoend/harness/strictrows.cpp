@@ -11,6 +11,12 @@ namespace {
 constexpr wchar_t columnGap[] = L"  ";
 constexpr wchar_t arrow[] = L" => ";
 constexpr wchar_t ruleWord[] = L"rule ";
+constexpr wchar_t linesSign[] = L" =";
+constexpr wchar_t lineGap[] = L", ";
+constexpr wchar_t lineEnd[] = L"\r\n";
+
+// What a file has for a value that could not be read back.
+const std::wstring filler(10, L'\x5555');
 
 using Blocks = std::vector<std::wstring>;
 
@@ -36,14 +42,33 @@ bool TakePrefix(std::wstring& text, const std::wstring& prefix) {
     return true;
 }
 
+// The lines of a key as a file has them.
+std::wstring LinesOf(std::wstring list) {
+    std::wstring lines;
+    while (!list.empty()) {
+        lines += Take(list, lineGap) + lineEnd;
+    }
+    return lines;
+}
+
+void ParseMore(std::wstring entry, StrictRow& row) {
+    if (const std::size_t sign = entry.find(linesSign); sign != std::wstring::npos) {
+        row.key = Take(entry, linesSign);
+        row.lines = LinesOf(entry);
+        row.kind = StrictRow::Kind::moreKey;
+        return;
+    }
+    row.key = Take(entry, L" \"");
+    row.value = entry.empty() ? entry : L"\"" + entry;
+    row.kind = row.value.empty() ? StrictRow::Kind::moreKey : StrictRow::Kind::moreValue;
+}
+
 bool ParseEntry(std::wstring entry, StrictRow& row) {
     if (entry.find(L".reg: ") != std::wstring::npos) {
         row.file = Take(entry, L": ");
     }
     if (TakePrefix(entry, L"+ ")) {
-        row.key = Take(entry, L" \"");
-        row.value = entry.empty() ? entry : L"\"" + entry;
-        row.kind = row.value.empty() ? StrictRow::Kind::moreKey : StrictRow::Kind::moreValue;
+        ParseMore(entry, row);
     } else if (TakePrefix(entry, L"- ")) {
         row.key = entry;
         row.kind = StrictRow::Kind::lessKey;
@@ -81,10 +106,15 @@ std::wstring WithHeader(const std::wstring& block, const std::wstring& key) {
     return L"\r\n[" + key + block.substr(block.find(L"]\r\n"));
 }
 
-bool EraseMoreKeys(const std::wstring& key, Blocks& actual, const Blocks& expected) {
+bool HasListedLines(const StrictRow& row, const std::wstring& block) {
+    return row.lines ? block == L"\r\n[" + HeaderOf(block) + L"]\r\n" + *row.lines
+                     : block.find(filler) == std::wstring::npos;
+}
+
+bool EraseMoreKeys(const StrictRow& row, Blocks& actual, const Blocks& expected) {
     return std::erase_if(actual, [&](const std::wstring& block) {
-               return Matches(key, HeaderOf(block)) &&
-                      std::find(expected.begin(), expected.end(), block) == expected.end();
+               return Matches(row.key, HeaderOf(block)) && HasListedLines(row, block) &&
+                      std::ranges::find(expected, block) == expected.end();
            }) != 0;
 }
 
@@ -182,7 +212,7 @@ bool Apply(const StrictRow& row, Blocks& actual, Blocks& expected) {
     switch (row.kind) {
     case StrictRow::Kind::moreKey:
     case StrictRow::Kind::maybeKey:
-        return EraseMoreKeys(row.key, actual, expected);
+        return EraseMoreKeys(row, actual, expected);
     case StrictRow::Kind::moreValue:
         return EraseMoreValue(row, actual);
     case StrictRow::Kind::lessKey:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,7 +9,7 @@ namespace keyreap::endtoend {
 // What a row of tests/endtoend/strict.txt says about a result at a strict host, compared with the usual one.
 struct StrictRow {
     enum class Kind {
-        moreKey,     // the file has this key with its values in addition
+        moreKey,     // the file has this key in addition
         maybeKey,    // the same, but not each time
         moreValue,   // the file has this value in addition, in a key that it has anyway
         lessKey,     // the file lacks this key
@@ -25,6 +26,8 @@ struct StrictRow {
     std::wstring key; // or a line of changes
     std::wstring value;
     std::wstring newKey;
+    // Of a key that the file has in addition: all of its lines. Where they aren't listed, any but a filler.
+    std::optional<std::wstring> lines;
 };
 
 // Whether a text is as the pattern says, in which each * stands for any text.

@@ -72,7 +72,6 @@ Workbench::Workbench() : savedTmp(Variable(L"TMP")), savedTemp(Variable(L"TEMP")
 }
 
 Workbench::~Workbench() {
-    ExpectListedDifferences();
     SetEnvironmentVariableW(L"TMP", savedTmp.c_str());
     SetEnvironmentVariableW(L"TEMP", savedTemp.c_str());
     ForgetEarlierRuns();
