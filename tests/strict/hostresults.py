@@ -26,6 +26,17 @@ class Deleted:
 
 NOTHING = Deleted(frozenset(), frozenset())
 
+# The rules by which the system's own entries are in a result.
+OF_THE_SYSTEM = ("made_again", "set_by_the_system")
+
+
+def not_the_systems(deleted, differences, bitness):
+    """The keys of deletions that no entry of the system in the result explains. What the server wrote is deleted on both
+    hosts, so it explains none."""
+    explained = {proofs.normal_path(difference.key, bitness) for difference, rule in differences if rule in OF_THE_SYSTEM}
+    keys = deleted.keys | {key for key, _ in deleted.values}
+    return sorted(key for key in keys if not proofs.is_at_or_above(proofs.normal_path(key, bitness), explained))
+
 
 class HostResults:
     def __init__(self, folder, targets):
@@ -112,6 +123,9 @@ class HostResults:
             return NOTHING
         plain, strict = (self.removed(host, mode, target) for host in HOSTS)
         return Deleted(strict[0] - plain[0], strict[1] - plain[1])
+
+    def unexplained_deletions(self, mode, target):
+        return not_the_systems(self.deleted(mode, target), self.differences(mode, target), target.bitness)
 
     def left_beyond(self, mode, target):
         plain, strict = (self.left(host, mode, target) for host in HOSTS)

@@ -3,7 +3,7 @@ same entries, with these exceptions:
 
   - spelled_in_capitals: the kernel spells the machine's 32-bit nodes WOW6432Node. The replay removes only the spelling
     Wow6432Node from a name, and only below the machine's Software it takes any spelling. So a class that a 32-bit server
-    registers keeps the node.
+    registers keeps the node. It may also be there without the node, but then with no other data.
   - made_again: the creation of a key that exists is a creation. A key without values and subkeys of its own that was there
     before is in the file, since the system asked for its creation while it served the target.
   - set_by_the_system: what the system sets in the target's process at its start, or for it, counts as the target's.
@@ -67,14 +67,21 @@ def is_at_or_below(key, other):
 
 
 def without_nodes(entries):
-    """The entries with the classes of the 32-bit node under the names of the others, and the keys that had the node."""
-    found, named = {}, set()
+    """The entries with the classes of the 32-bit node under the names of the others, the keys that had the node, and what
+    differs between a class and the one of its name in the node."""
+    found, named, apart = {}, set(), []
     for key, values in entries.items():
         plain = key.replace(NODE, "hkey_classes_root\\", 1)
-        found.setdefault(plain, {}).update(values)
+        known = found.setdefault(plain, {})
+        apart += [
+            proofs.Difference(plain, name, known[name], values[name])
+            for name in known.keys() & values.keys()
+            if known[name] != values[name]
+        ]
+        known.update(values)
         if plain != key:
             named.add(plain)
-    return found, named
+    return found, named, apart
 
 
 def rule_of(difference, before):
@@ -82,7 +89,7 @@ def rule_of(difference, before):
     if proofs.made_up(difference):
         return "made_up"
     if name is not None:
-        return "set_by_the_system" if is_set_by_the_system(key, name) else None
+        return "set_by_the_system" if theirs is None and is_set_by_the_system(key, name) else None
     if theirs is None and not ours:
         return "made_again" if is_there(before, key) else None
     if theirs is None:
@@ -93,7 +100,7 @@ def rule_of(difference, before):
 def differences(plain, strict, before=None):
     """Each difference between two results with the name of its rule, or None. `before` is the live registry that both
     began with, if there is one."""
-    strict, named = without_nodes(strict)
+    strict, named, apart = without_nodes(strict)
     comparison = proofs.Comparison(strict)
     comparison.all_ours_there(strict, plain)
     comparison.all_theirs_here(plain)
@@ -101,4 +108,4 @@ def differences(plain, strict, before=None):
     found = [replace(one, again=one.other) for one in comparison.differences()]
     in_capitals = [proofs.Difference(key, None, "with its node", "without it") for key in sorted(named)]
     ruled = [(one, rule_of(one, before)) for one in found]
-    return ruled + [(one, "spelled_in_capitals") for one in in_capitals]
+    return ruled + [(one, "spelled_in_capitals") for one in in_capitals] + [(one, None) for one in apart]

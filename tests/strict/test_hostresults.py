@@ -11,7 +11,8 @@ for folder in ("strict", "corpus", "support"):
     sys.path.insert(0, str(TESTS / folder))
 
 from deletions import report  # noqa: E402
-from hostresults import NOTHING, Deleted, HostResults  # noqa: E402
+from hostresults import NOTHING, Deleted, HostResults, not_the_systems  # noqa: E402
+from proofs import Difference  # noqa: E402
 from targets import Target  # noqa: E402
 
 SERVER = Target("module", "x64", "a.dll", "C:\\a.dll")
@@ -69,6 +70,27 @@ def test_a_key_of_which_the_server_deletes_one_value_counts_without_it(run):
 def test_what_only_the_strict_host_leaves_is_left_beyond(run):
     more = BEFORE + '[Software\\\\D] 1\n"five"="5"\n'
     assert run(BEFORE, more).left_beyond("trace", SERVER) == ["hkey_local_machine\\software\\d"]
+
+
+@pytest.mark.parametrize("rule", ["made_again", "set_by_the_system"])
+def test_only_entries_of_the_system_explain_a_deletion_with_its_parents(rule):
+    deleted = Deleted(frozenset([A, "hkey_local_machine\\software"]), frozenset([(B, "three")]))
+    found = [(Difference(A, None, {}, None), rule)]
+    assert not_the_systems(deleted, found, "x64") == [B]
+    assert not_the_systems(deleted, [*found, (Difference(B, "three", "data", None), rule)], "x64") == []
+    assert not_the_systems(NOTHING, [], "x64") == []
+
+
+@pytest.mark.parametrize("rule", [None, "spelled_in_capitals", "implied", "made_up"])
+def test_entries_of_the_server_explain_no_deletion(rule):
+    assert not_the_systems(Deleted(frozenset([A]), frozenset()), [(Difference(A, None, {}, None), rule)], "x64") == [A]
+
+
+def test_an_entry_of_a_32_bit_server_explains_a_deletion_in_its_view():
+    node = "hkey_local_machine\\software\\wow6432node\\a"
+    found = [(Difference(A, None, {}, None), "made_again")]
+    assert not_the_systems(Deleted(frozenset([node]), frozenset()), found, "x86") == []
+    assert not_the_systems(Deleted(frozenset([node]), frozenset()), found, "x64") == [node]
 
 
 class Recorded:

@@ -47,6 +47,8 @@ def test_a_class_may_keep_its_node_with_the_same_values():
     assert rules({plain: {"v": text("x")}}, {node: {"v": text("x")}}) == ["spelled_in_capitals"]
     assert None in rules({plain: {"v": text("x")}}, {node: {"v": text("y")}})
     assert None in rules({}, {node: {"v": text("x")}})
+    assert rules({plain: {"v": text("x")}}, {plain: {}, node: {"v": text("x")}}) == ["spelled_in_capitals"]
+    assert None in rules({plain: {"v": text("x")}}, {plain: {"v": text("y")}, node: {"v": text("x")}})
     below = "hkey_classes_root\\a\\wow6432node\\b"
     assert None in rules({"hkey_classes_root\\a\\b": {"v": text("x")}}, {below: {"v": text("x")}})
 
@@ -72,6 +74,8 @@ def test_what_the_recording_sets_is_the_systems():
     zone, layout = "hkey_local_machine\\system\\zone", "hkey_current_user\\layout"
     assert rules({}, {zone: {"name": text("x")}}) == ["set_by_the_system"]
     assert rules({zone: {}}, {zone: {"name": text("x")}}) == ["set_by_the_system"]
+    assert rules({zone: {"name": text("x")}}, {zone: {}}) == [None]
+    assert rules({zone: {"name": text("x")}}, {zone: {"name": text("y")}}) == [None]
     assert rules({}, {zone: {"name": text("x"), "other": text("x")}}) == [None]
     assert rules({}, {layout: {"any": text("x")}}) == ["set_by_the_system"]
     assert rules({}, {layout + "\\below": {"any": text("x")}}) == [None]

@@ -91,6 +91,11 @@ def test_the_removal_deletes_only_what_is_in_the_result(results, mode, target):
 
 
 @in_each_mode
+def test_the_removal_deletes_more_only_of_what_the_system_did(results, mode, target):
+    assert results.unexplained_deletions(mode, target) == []
+
+
+@in_each_mode
 def test_nothing_more_is_left_than_on_the_host_as_it_is(results, mode, target):
     assert results.left_beyond(mode, target) == []
 
