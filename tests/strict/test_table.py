@@ -14,6 +14,7 @@ RULES = [line[len("rule ") :].split(":")[0] for line in LINES if line.startswith
 ROWS = [line.split("  ") for line in LINES if line and not line.startswith(("#", " ", "rule "))]
 
 DECLARED = re.compile(r"^TEST_[PF]\((\w+), (\w+)\)", re.M)
+ROUTES = re.findall(r'^    {"(\w+)", Bitness::x\d\d, Bitness::x\d\d},$', (ENDTOEND / "harness" / "workbench.h").read_text(), re.M)
 TESTS = [".".join(found) for file in ENDTOEND.glob("*_test.cpp") for found in DECLARED.findall(file.read_text())]
 
 
@@ -21,6 +22,11 @@ TESTS = [".".join(found) for file in ENDTOEND.glob("*_test.cpp") for found in DE
 def test_a_pattern_is_that_of_a_test(pattern):
     name = pattern.removeprefix("-").split("/")[0]
     assert any(fnmatchcase(test, name) for test in TESTS)
+
+
+@pytest.mark.parametrize("pattern", sorted({part for row in ROWS for part in row[0].split(",") if "/" in part}))
+def test_a_pattern_of_a_parameter_is_that_of_a_route(pattern):
+    assert any(fnmatchcase(route, pattern.split("/")[1]) for route in ROUTES)
 
 
 def test_a_line_has_three_parts_and_is_there_once():
