@@ -2,7 +2,9 @@
 #include "etl/etlfile.h"
 #include "etl/etlreader.h"
 #include "etl/registryevent.h"
+#include "hostlogger/nativeregistry.h"
 #include "hostlogger/requestlog.h"
+#include "platform/core/text/compare.h"
 #include "tests/requests/childmodes.h"
 #include "tests/requests/loggertest.h"
 
@@ -89,9 +91,8 @@ TEST_F(StrictHost, LogsWhatTheSystemReadsAheadOfAnEntryPoint) {
 }
 
 TEST_F(StrictHost, LogsTheCreationOfARootThatExists) {
-    const auto isRoot = [](const RecordedEvent& event) {
-        return event.path.size() == userHive.size() || event.path.ends_with(L"-1000");
-    };
+    const std::wstring root = CurrentUserKey();
+    const auto isRoot = [&](const RecordedEvent& event) { return EqualFolded(event.path, root); };
     const auto creatingRoots = [&](const RecordedLog& log) {
         return std::ranges::count_if(log.Of(registryevent::createKey, child), isRoot);
     };
