@@ -4,6 +4,7 @@
 #include "regmodel/straynames.h"
 
 #include <algorithm>
+#include <array>
 
 namespace keyreap {
 namespace {
@@ -11,7 +12,9 @@ namespace {
 constexpr std::u16string_view fileHeader = u"Windows Registry Editor Version 5.00\r\n";
 constexpr std::size_t fillerLength = 10;
 constexpr char16_t fillerUnit = 0x5555;
-constexpr std::u16string_view temporaryText = u"software\\\\velmoro\\\\tesselink\\\\temporary\\\\";
+// The path of the tree in a text, where it ends or goes on.
+constexpr std::array<std::u16string_view, 2> temporaryTexts = {
+    u"software\\\\velmoro\\\\tesselink\\\\temporary\"", u"software\\\\velmoro\\\\tesselink\\\\temporary\\\\"};
 
 // `part` has lower case.
 bool HoldsInAnyCase(std::u16string_view text, std::u16string_view part) {
@@ -134,7 +137,8 @@ RegContents ContentsOfText(std::u16string_view text) {
         reader.Take(line);
     }
     RegContents contents = reader.Contents();
-    contents.namesTemporaryTree |= HoldsInAnyCase(text, temporaryText);
+    contents.namesTemporaryTree |= std::ranges::any_of(
+        temporaryTexts, [text](std::u16string_view part) { return HoldsInAnyCase(text, part); });
     contents.isWhole = text.starts_with(fileHeader) && text.ends_with(u"\r\n");
     return contents;
 }

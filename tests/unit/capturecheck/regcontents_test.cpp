@@ -47,6 +47,8 @@ TEST(RegContentsTest, FindsTheTemporaryTreeInKeysAndTexts) {
     EXPECT_TRUE(ContentsOf(key).namesTemporaryTree);
     EXPECT_TRUE(
         ContentsOf(u"@=\"Software\\\\Velmoro\\\\Tesselink\\\\Temporary\\\\HKLM\"\r\n").namesTemporaryTree);
+    EXPECT_TRUE(ContentsOf(u"@=\"Software\\\\Velmoro\\\\Tesselink\\\\Temporary\"\r\n").namesTemporaryTree);
+    EXPECT_FALSE(ContentsOf(u"@=\"Software\\\\Velmoro\\\\Tesselink\\\\Temporary2\"\r\n").namesTemporaryTree);
     EXPECT_FALSE(ContentsOf(u"[HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink]\r\n").namesTemporaryTree);
 }
 
