@@ -13,8 +13,11 @@ constexpr std::uint16_t dosMagic = 0x5A4D;
 
 // Signature and file header, counted from the signature.
 constexpr std::uint64_t fixedNtHeadersSize = 24;
+constexpr std::uint32_t ntSignature = 0x00004550;
+constexpr std::uint64_t machineField = 4;
 constexpr std::uint64_t sectionCountField = 6;
 constexpr std::uint64_t optionalHeaderSizeField = 20;
+constexpr std::uint64_t characteristicsField = 22;
 
 constexpr std::uint64_t sectionHeaderSize = 40;
 constexpr std::uint64_t virtualSizeField = 8;
@@ -30,6 +33,7 @@ constexpr std::uint64_t directoryCountSize = 4; // number of directories, just b
 constexpr std::uint64_t sectionAlignmentField = 32;
 constexpr std::uint64_t imageSizeField = 56;
 constexpr std::uint64_t headersSizeField = 60;
+constexpr std::uint64_t subsystemField = 68;
 constexpr std::uint64_t imageBaseField32 = 28;
 constexpr std::uint64_t imageBaseField64 = 24;
 constexpr std::uint16_t optionalMagic32 = 0x10B;
@@ -88,6 +92,27 @@ bool CheckedView::HasNtHeaders() const {
     // The helpers read the field as a signed number: a negative one would lead them before the file.
     return HoldsOffset(0, dosHeaderSize) && NtHeadersOffset() <= std::numeric_limits<std::int32_t>::max() &&
            HoldsOffset(NtHeadersOffset(), fixedNtHeadersSize);
+}
+
+bool CheckedView::HasSignature() const {
+    return HasNtHeaders() && At<std::uint32_t>(NtHeadersOffset()) == ntSignature;
+}
+
+// Counted from the signature.
+std::uint16_t CheckedView::HeaderField(std::uint64_t offset) const {
+    return HasNtHeaders() ? At<std::uint16_t>(NtHeadersOffset() + offset) : std::uint16_t{0};
+}
+
+std::uint16_t CheckedView::Machine() const {
+    return HeaderField(machineField);
+}
+
+std::uint16_t CheckedView::Characteristics() const {
+    return HeaderField(characteristicsField);
+}
+
+std::uint16_t CheckedView::Subsystem() const {
+    return HeaderField(fixedNtHeadersSize + subsystemField);
 }
 
 std::uint64_t CheckedView::OptionalHeaderOffset() const {
@@ -197,6 +222,18 @@ std::span<const std::byte> CheckedView::LoadedBytes(std::uint32_t rva) const {
                          : std::span<const std::byte>();
     }
     return {};
+}
+
+const std::byte* CheckedView::PlaceInSections(std::uint32_t rva) const {
+    for (std::uint64_t index = 0; HasSectionTable() && index < SectionCount(); ++index) {
+        const Section section = SectionAt(index);
+        if (rva >= section.address && rva - section.address < section.fileSize) {
+            const std::span<const std::byte> rest =
+                PartOfFile(section.fileOffset + (rva - section.address), 1);
+            return rest.empty() ? nullptr : rest.data();
+        }
+    }
+    return nullptr;
 }
 
 std::uint64_t CheckedView::DirectoriesOffset() const {

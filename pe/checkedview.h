@@ -39,6 +39,14 @@ public:
     // True if the signature and the file header are where the DOS header says, inside the file.
     bool HasNtHeaders() const;
 
+    // True if that signature is PE and two zeros.
+    bool HasSignature() const;
+
+    // Fields of the file header and of the optional header; 0 if they aren't inside the file.
+    std::uint16_t Machine() const;
+    std::uint16_t Characteristics() const;
+    std::uint16_t Subsystem() const;
+
     // True if the section table is inside the file too.
     bool HasSectionTable() const;
 
@@ -52,6 +60,10 @@ public:
     // end of the part that contains the address: the headers, or a section without bytes beyond its whole
     // pages in memory. Empty if there are none.
     std::span<const std::byte> LoadedBytes(std::uint32_t rva) const;
+
+    // The place of the address `rva` by the sections' bytes in the file alone, as the image helpers look it
+    // up; null if no section has bytes there.
+    const std::byte* PlaceInSections(std::uint32_t rva) const;
 
     // The address in an entry of the data directories; 0 if there is none.
     std::uint32_t DirectoryAddress(std::uint32_t index) const;
@@ -70,6 +82,7 @@ private:
     };
 
     bool HoldsOffset(std::uint64_t offset, std::uint64_t size) const;
+    std::uint16_t HeaderField(std::uint64_t offset) const;
     std::uint64_t NtHeadersOffset() const;
     std::uint64_t OptionalHeaderOffset() const;
     std::uint64_t SectionTableOffset() const;

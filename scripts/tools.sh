@@ -18,7 +18,8 @@ tool_sources() {
         ;;
     observer) printf '%s\n' "$ROOT"/tools/observer/*.cpp ;;
     capturecheck)
-        printf '%s\n' "$ROOT"/tools/capturecheck/*.cpp "$ROOT"/pe/{checkedview,imagetables}.cpp \
+        printf '%s\n' "$ROOT"/tools/capturecheck/*.cpp \
+            "$ROOT"/pe/{checkedview,imageheaders,imagetables,resourcetree}.cpp \
             "$ROOT/regmodel/straynames.cpp" "$ROOT/platform/core/text/compare.cpp"
         ;;
     esac
@@ -30,8 +31,8 @@ tool_folders() {
     requestfilter) printf '%s\n' "$ROOT"/{hostlogger,etl,platform/core/text,platform/os} ;;
     observer) printf '%s\n' "$ROOT"/{tools/observer,platform/core/text} ;;
     capturecheck)
-        printf '%s\n' "$ROOT"/{tools/capturecheck,platform/core/text} "$ROOT"/pe/{checkedview,imagetables}.{cpp,h} \
-            "$ROOT"/regmodel/straynames.{cpp,h}
+        printf '%s\n' "$ROOT"/{tools/capturecheck,platform/core/text} \
+            "$ROOT"/pe/{checkedview,imageheaders,imagetables,resourcetree}.{cpp,h} "$ROOT"/regmodel/straynames.{cpp,h}
         ;;
     esac
 }

@@ -1,4 +1,5 @@
-// Reads everything from bytes that may be an image, including its version resource.
+// Reads everything from bytes that may be an image, including its resources.
+#include "pe/imageheaders.h"
 #include "pe/versionresource.h"
 #include "tests/support/sectiontable.h"
 
@@ -9,5 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     keyreap::testsupport::AskEverything(view);
     view.HasLayout();
     keyreap::HoldsVersionResource(view);
+    const keyreap::ImageHeaders headers(std::as_bytes(std::span(data, size)));
+    headers.Exports("DllRegisterServer");
+    headers.TypeLibraries();
     return 0;
 }

@@ -59,17 +59,20 @@ Section DescriptorSection(const char* place, std::uint32_t directory, std::uint3
     return {std::string(".") + place, directory, rva, 0, writer.Bytes(), {{place, 0}}};
 }
 
+constexpr std::uint32_t subdirectory = 0x80000000;
+
+void PutResourceDirectory(ByteWriter& writer, std::size_t names, std::size_t numbers) {
+    writer.FillTo(writer.Size() + 12);
+    writer.Put(static_cast<std::uint16_t>(names));
+    writer.Put(static_cast<std::uint16_t>(numbers));
+}
+
 // One directory level each for type, name and language, and the data after them.
 Section ResourceSection(std::uint32_t rva, const std::string& resource, std::uint16_t language) {
-    constexpr std::uint32_t subdirectory = 0x80000000;
     constexpr std::uint32_t versionType = 16;
     ByteWriter writer;
     const auto level = [&writer](std::uint32_t id, std::uint32_t target) {
-        writer.Put<std::uint32_t>(0);
-        writer.Put<std::uint32_t>(0);
-        writer.Put<std::uint32_t>(0);
-        writer.Put<std::uint16_t>(0);
-        writer.Put<std::uint16_t>(1);
+        PutResourceDirectory(writer, 0, 1);
         writer.Put(id);
         writer.Put(target);
     };
@@ -80,6 +83,38 @@ Section ResourceSection(std::uint32_t rva, const std::string& resource, std::uin
     writer.Put(static_cast<std::uint32_t>(resource.size()));
     writer.Put<std::uint64_t>(0);
     writer.PutBytes(resource);
+    return {".rsrc", 2, rva, 0, writer.Bytes(), {{"resources", 0}}};
+}
+
+// The type's name at the end, before it for each number a directory of one language, and its data.
+Section TypeLibrarySection(std::uint32_t rva, const std::vector<std::uint32_t>& numbers) {
+    constexpr std::uint32_t sizeOfOne = 24 + 16 + 4;
+    constexpr std::u16string_view type = u"TYPELIB";
+    const auto count = static_cast<std::uint32_t>(numbers.size());
+    const std::uint32_t first = 24 + 16 + 8 * count;
+    ByteWriter writer;
+    PutResourceDirectory(writer, 1, 0);
+    writer.Put(subdirectory | (first + count * sizeOfOne));
+    writer.Put(subdirectory | 24);
+    PutResourceDirectory(writer, 0, count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        writer.Put(numbers[i]);
+        writer.Put(subdirectory | (first + i * sizeOfOne));
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t data = first + i * sizeOfOne + 24;
+        PutResourceDirectory(writer, 0, 1);
+        writer.Put<std::uint32_t>(0x0409);
+        writer.Put(data);
+        writer.Put(rva + data + 16);
+        writer.Put<std::uint32_t>(4);
+        writer.Put<std::uint64_t>(0);
+        writer.PutBytes("MSFT");
+    }
+    writer.Put(static_cast<std::uint16_t>(type.size()));
+    for (const char16_t unit : type) {
+        writer.Put(static_cast<std::uint16_t>(unit));
+    }
     return {".rsrc", 2, rva, 0, writer.Bytes(), {{"resources", 0}}};
 }
 
@@ -164,6 +199,11 @@ ImageBuilder& ImageBuilder::Version(std::string resource, std::uint16_t language
     return *this;
 }
 
+ImageBuilder& ImageBuilder::TypeLibraries(std::vector<std::uint32_t> numbers) {
+    typeLibraries = std::move(numbers);
+    return *this;
+}
+
 BuiltImage ImageBuilder::Build() const {
     std::vector<Section> sections;
     std::uint32_t rva = Up(headersSize, sectionAlignment);
@@ -185,6 +225,9 @@ BuiltImage ImageBuilder::Build() const {
     }
     if (!version.empty()) {
         add(ResourceSection(rva, version, versionLanguage));
+    }
+    if (!typeLibraries.empty()) {
+        add(TypeLibrarySection(rva, typeLibraries));
     }
 
     BuiltImage image;

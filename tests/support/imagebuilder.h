@@ -52,6 +52,9 @@ public:
     // The only resource: a version resource in the given language, as the bytes of VersionResource.
     ImageBuilder& Version(std::string resource, std::uint16_t language = 0x0409);
 
+    // The only resources: type libraries of these numbers, each with four bytes of data.
+    ImageBuilder& TypeLibraries(std::vector<std::uint32_t> numbers);
+
     BuiltImage Build() const;
 
 private:
@@ -65,6 +68,7 @@ private:
     std::vector<std::string> delayImports;
     std::string version;
     std::uint16_t versionLanguage = 0;
+    std::vector<std::uint32_t> typeLibraries;
 };
 
 } // namespace keyreap::testsupport

@@ -1,7 +1,6 @@
 #include "tools/capturecheck/inputfacts.h"
 
-#include "pe/checkedview.h"
-#include "pe/imagetables.h"
+#include "pe/imageheaders.h"
 #include "platform/core/text/compare.h"
 #include "tools/capturecheck/hostfile.h"
 #include "tools/capturecheck/mappedfile.h"
@@ -16,76 +15,6 @@
 
 namespace keyreap {
 namespace {
-
-constexpr std::uint16_t machineX64 = 0x8664;
-constexpr std::uint16_t machineItanium = 0x0200;
-constexpr std::uint16_t machineX86 = 0x014C;
-
-// Layouts of the published PE format, counted from the signature "PE".
-constexpr std::size_t newHeaderField = 60;
-constexpr std::size_t machineField = 4;
-constexpr std::size_t sectionCountField = 6;
-constexpr std::size_t optionalHeaderSizeField = 20;
-constexpr std::size_t characteristicsField = 22;
-constexpr std::size_t optionalHeader = 24;
-constexpr std::uint16_t dllFlag = 0x2000;
-constexpr std::uint32_t imageSignature = 0x00004550;
-constexpr std::uint16_t optionalMagic64 = 0x20B;
-constexpr std::size_t directories32 = 96;
-constexpr std::size_t directories64 = 112;
-constexpr std::size_t sectionHeaderSize = 40;
-
-// An image's headers; the addresses in them can be anything.
-class Headers {
-public:
-    explicit Headers(std::span<const std::byte> bytes) : view(bytes) {
-        hasHeaders = view.HasDosMagic() && view.HasNtHeaders();
-        start = hasHeaders ? view.Start() + At<std::uint32_t>(view.Start() + newHeaderField) : nullptr;
-        hasHeaders = hasHeaders && At<std::uint32_t>(start) == imageSignature;
-    }
-
-    bool AreThere() const { return hasHeaders; }
-    std::uint16_t Machine() const { return At<std::uint16_t>(start + machineField); }
-    bool IsDll() const { return (At<std::uint16_t>(start + characteristicsField) & dllFlag) != 0; }
-
-    bool Exports(std::string_view name) const {
-        if (!view.HasDirectoryEntry(0) || !view.HasSectionTable()) {
-            return false;
-        }
-        const bool is64 = At<std::uint16_t>(start + optionalHeader) == optionalMagic64;
-        const auto place = start + optionalHeader + (is64 ? directories64 : directories32);
-        const std::byte* directory = Resolve(At<std::uint32_t>(place));
-        const auto resolve = [this](std::uint32_t rva) { return Resolve(rva); };
-        return directory != nullptr && ExportTableHasName(view, directory, resolve, name);
-    }
-
-private:
-    template <typename Integer>
-    Integer At(const std::byte* place) const {
-        return view.Read<Integer>(place).value_or(0);
-    }
-
-    // The place of a relative virtual address, by the raw data of the sections; null if no section contains
-    // it.
-    const std::byte* Resolve(std::uint32_t rva) const {
-        const std::byte* section =
-            start + optionalHeader + At<std::uint16_t>(start + optionalHeaderSizeField);
-        for (int i = At<std::uint16_t>(start + sectionCountField); i > 0; --i, section += sectionHeaderSize) {
-            const auto address = At<std::uint32_t>(section + 12);
-            const auto rawSize = At<std::uint32_t>(section + 16);
-            const auto rawPlace = At<std::uint32_t>(section + 20);
-            if (rva >= address && rva - address < rawSize) {
-                const std::byte* place = view.Start() + rawPlace + (rva - address);
-                return view.Holds(place, 1) ? place : nullptr;
-            }
-        }
-        return nullptr;
-    }
-
-    CheckedView view;
-    const std::byte* start = nullptr;
-    bool hasHeaders = false;
-};
 
 bool BeginWith(std::span<const std::byte> bytes, std::string_view magic) {
     return bytes.size() >= magic.size() && std::memcmp(bytes.data(), magic.data(), magic.size()) == 0;
@@ -114,7 +43,7 @@ bool NameEndsWith(std::string_view name, std::string_view ending) {
 }
 
 bool InputFacts::Is64Bit() const {
-    return kind == InputKind::image && (machine == machineX64 || machine == machineItanium);
+    return kind == InputKind::image && is64Bit;
 }
 
 bool InputFacts::IsForThisHost() const {
@@ -132,9 +61,10 @@ InputFacts FactsOfBytes(std::span<const std::byte> bytes) {
     if (BeginWith(bytes, "MSFT") && bytes.size() > 4) {
         facts.kind = InputKind::typeLibrary;
     }
-    if (const Headers headers(bytes); headers.AreThere()) {
+    if (const ImageHeaders headers(bytes); headers.AreThere()) {
         facts.kind = InputKind::image;
         facts.machine = headers.Machine();
+        facts.is64Bit = headers.Is64Bit();
         facts.isDll = headers.IsDll();
         facts.exportsRegistration = headers.Exports("DllRegisterServer");
     }

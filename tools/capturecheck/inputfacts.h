@@ -17,6 +17,7 @@ struct InputFacts {
     InputKind kind = InputKind::missing;
     // Only for images:
     std::uint16_t machine = 0;
+    bool is64Bit = false;
     bool isDll = false;
     bool exportsRegistration = false; // DllRegisterServer, by name
 

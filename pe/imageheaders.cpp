@@ -1,0 +1,63 @@
+#include "pe/imageheaders.h"
+
+#include "pe/imagetables.h"
+#include "pe/resourcetree.h"
+
+#include <algorithm>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::uint32_t exportDirectoryIndex = 0; // of the data directories
+constexpr std::uint16_t dllCharacteristic = 0x2000;
+
+} // namespace
+
+ImageHeaders::ImageHeaders(std::span<const std::byte> bytes)
+    : view(bytes), areThere(view.HasDosMagic() && view.HasSignature()) {}
+
+std::uint16_t ImageHeaders::Machine() const {
+    return areThere ? view.Machine() : std::uint16_t{0};
+}
+
+bool ImageHeaders::Is64Bit() const {
+    return Machine() == machineX64 || Machine() == machineItanium;
+}
+
+bool ImageHeaders::IsDll() const {
+    return areThere && (view.Characteristics() & dllCharacteristic) != 0;
+}
+
+std::uint16_t ImageHeaders::Subsystem() const {
+    return areThere ? view.Subsystem() : std::uint16_t{0};
+}
+
+bool ImageHeaders::Exports(std::string_view name) const {
+    if (!areThere) {
+        return false;
+    }
+    const auto resolve = [this](std::uint32_t rva) { return view.PlaceInSections(rva); };
+    const std::byte* directory = resolve(view.DirectoryAddress(exportDirectoryIndex));
+    return directory != nullptr && ExportTableHasName(view, directory, resolve, name);
+}
+
+std::vector<std::uint16_t> ImageHeaders::TypeLibraries() const {
+    std::vector<std::uint16_t> numbers;
+    if (!areThere || !view.HasLayout()) {
+        return numbers;
+    }
+    const ResourceTree tree(view);
+    const auto names = tree.NamedSubdirectory(0, "TYPELIB");
+    for (const ResourceEntry& name : names ? tree.Entries(*names) : std::vector<ResourceEntry>()) {
+        const auto languages = ResourceTree::DirectoryOf(name);
+        const auto entries = languages ? tree.Entries(*languages) : std::vector<ResourceEntry>();
+        const auto holdsData = [&tree](const ResourceEntry& entry) { return tree.HoldsData(entry); };
+        if (ResourceTree::IsNumber(name) && std::ranges::any_of(entries, holdsData)) {
+            numbers.push_back(static_cast<std::uint16_t>(name.id));
+        }
+    }
+    return numbers;
+}
+
+} // namespace keyreap
