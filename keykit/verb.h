@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+// A verb of the program has a file of its own, with a function that adds it to the command line and says in
+// `status` how it ended.
+namespace CLI {
+class App;
+}
+
+namespace keyreap {
+
+// How a verb ends.
+inline constexpr int statusWhole = 0;      // everything was done
+inline constexpr int statusIncomplete = 1; // something named on standard error isn't carried
+inline constexpr int statusRefused = 2;    // a wrong argument, or a file that can't be read or written
+
+// One line on standard error.
+void Say(const std::string& sentence);
+
+// emit: makes a part of an installer from captures.
+void AddEmit(CLI::App& app, int& status);
+
+} // namespace keyreap
