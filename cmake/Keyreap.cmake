@@ -13,6 +13,8 @@
 # replace values that could not be read again, unless ALLOW_FILLERS is given. On Linux captures run side by side, each
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
+#
+# KEYKIT_COMMAND is the command that makes a part of an installer from a .reg file, if it is there.
 
 if(CMAKE_HOST_WIN32)
   set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/../bin/x64)
@@ -37,6 +39,13 @@ if(NOT KEYREAP_COMMAND)
   endif()
   message(FATAL_ERROR "Keyreap.cmake: ${keyreapReason}")
 endif()
+
+find_program(
+  KEYKIT_COMMAND
+  NAMES keykit KeyKit
+  PATHS ${keyreapPlaces}
+  NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
+  DOC "The command that makes parts of installers from captures")
 
 function(keyreap_capture target)
   cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS" "MODE;OUTPUT" "DEPENDS")

@@ -59,6 +59,7 @@ report_trials() {
 }
 
 set_up examples
+set_up keykit
 step example-x64 "building the examples, x64" build_bitness x64 x86_64
 step example-x86 "building the examples, x86" build_bitness x86 i686
 step example-setup "building their installer" build_setup

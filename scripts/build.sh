@@ -60,6 +60,34 @@ make_program() {
     step stage "staging the program" stage_program
 }
 
+# keykit_sources: what keykit is built from, each ended by a NUL.
+keykit_sources() {
+    local folder
+    for folder in CMakeLists.txt CMakePresets.json cmake kit regmodel regfile pe platform; do
+        [[ ! -e $ROOT/$folder ]] || printf '%s\0' "$ROOT/$folder"
+    done
+}
+
+# make_keykit: the program of this machine. A changed one replaces the old one by a rename.
+make_keykit() {
+    if [[ -f $ROOT/prebuilt ]]; then
+        tool_there keykit || fail "the installation in $ROOT is not complete: keykit"
+        return
+    fi
+    check_owner
+    build_step keykit "a minute or two" keykit
+    mkdir -p "$TOOLS"
+    cmp -s "$BUILD/keykit/kit/keykit" "$TOOLS/keykit" && return
+    cp "$BUILD/keykit/kit/keykit" "$TOOLS/keykit.new"
+    mv "$TOOLS/keykit.new" "$TOOLS/keykit"
+}
+
+# make_windows_keykit: the one for Windows, as a package has it.
+make_windows_keykit() {
+    build_step x64 "a minute or two" keykit
+    step stage-keykit "staging keykit" stage_component keykit
+}
+
 # No ordinary build contains the programs that ./bench measures parts with.
 make_bench() {
     check_owner
@@ -81,6 +109,7 @@ make_everything() {
     done
     build_step clang-x64 "3 minutes" unit_tests
     step stage "staging the program" stage_program
+    step stage-keykit "staging keykit" stage_component keykit
 }
 
 # make_compilers: all that the second compiler builds for Windows, staged in a folder of its own.
@@ -132,6 +161,7 @@ toolchain_of() {
     clang-*) cross_toolchain && versions_of clang lld ;;
     *x64 | *x86) cross_toolchain ;;
     fuzz) versions_of clang "libstdc++-*-dev" libc6-dev googletest ;;
+    keykit) native_toolchain && versions_of "${HEADER_PACKAGES[@]}" ;;
     *) native_toolchain && versions_of googletest ;;
     esac
 }
@@ -146,8 +176,19 @@ install_builds() {
 # stage_program: lays the program out as it is shipped. An unchanged file stays; a changed one is replaced by a rename,
 # so that a run that uses the old file keeps it.
 stage_program() {
+    install_builds "$BUILD/stage.new" x64 x86
+    move_staged
+}
+
+# stage_component NAME: the same for a part of the 64-bit build that isn't always built.
+stage_component() {
+    rm -rf "$BUILD/stage.new"
+    clean_environment cmake --install "$BUILD/x64" --prefix "$BUILD/stage.new" --component "$1"
+    move_staged
+}
+
+move_staged() {
     local new=$BUILD/stage.new file
-    install_builds "$new" x64 x86
     find "$new" -type f -printf '%P\0' | while IFS= read -r -d '' file; do
         mkdir -p "$(dirname -- "$STAGE/$file")"
         cmp -s "$new/$file" "$STAGE/$file" || mv -f "$new/$file" "$STAGE/$file"

@@ -60,7 +60,7 @@ collect() {
 }
 
 SHOW_LOGS=yes
-install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}" gcc
+install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TEST_PACKAGES[@]}" gcc
 set_up wine
 build
 say "running the tests"

@@ -10,10 +10,11 @@ INSTALLED_SCRIPTS=(base build common host isolation mixedkeys notes observed pac
 
 # lay_out_package FOLDER
 lay_out_package() {
+    local command
     rm -rf "$1"
     mkdir -p "$1/usr/bin"
     lay_out_program "$1/usr/lib/keyreap"
-    ln -s ../lib/keyreap/keyreap "$1/usr/bin/keyreap"
+    for command in keyreap keykit; do ln -s "../lib/keyreap/$command" "$1/usr/bin/$command"; done
     lay_out_cmake "$1/usr/lib/cmake/Keyreap"
     lay_out_share "$1/usr/share"
     set_modes "$1"
@@ -27,24 +28,28 @@ lay_out_program() {
     local name
     mkdir -p "$1/scripts" "$1/stage" "$1/tools"
     printf '%s\n' "$(project_version)" >"$1/prebuilt"
-    cp "$ROOT/keyreap" "$1"
+    cp "$ROOT/keyreap" "$ROOT/keykit" "$1"
     for name in "${INSTALLED_SCRIPTS[@]}"; do cp "$ROOT/scripts/$name.sh" "$1/scripts"; done
     cp -r "$STAGE"/{bin,samples,tools} "$1/stage"
-    for name in "${NATIVE_TOOLS[@]}"; do
+    # The package has the one of its own machine.
+    rm -f "$1/stage/bin/x64/KeyKit.exe"
+    for name in "${NATIVE_TOOLS[@]}" keykit; do
         strip --remove-section=.comment -o "$1/tools/$name" "$BUILD/tools/$name"
     done
 }
 
 # lay_out_share FOLDER: documents, manual page, and what silences lintian where it is wrong.
 lay_out_share() {
-    local doc=$1/doc/keyreap
+    local doc=$1/doc/keyreap page
     lay_out_documents "$doc"
     lay_out_copyright >"$doc/copyright"
     # README.md has a link to it.
     ln -s copyright "$doc/LICENSE"
     gzip -9n <"$PACKAGING/changelog" >"$doc/changelog.gz"
     mkdir -p "$1/man/man1" "$1/lintian/overrides"
-    fill_in "$PACKAGING/keyreap.1.in" | gzip -9n >"$1/man/man1/keyreap.1.gz"
+    for page in keyreap keykit; do
+        fill_in "$PACKAGING/$page.1.in" | gzip -9n >"$1/man/man1/$page.1.gz"
+    done
     cp "$PACKAGING/lintian-overrides" "$1/lintian/overrides/keyreap"
 }
 

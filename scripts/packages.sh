@@ -12,10 +12,16 @@
     # Every build is configured with its tests, which need googletest and mingw-w64-tools. Python makes the symbol files.
     BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools googletest python3)
 
+    # Libraries of keykit, which are headers alone.
+    HEADER_PACKAGES=(libcli11-dev nlohmann-json3-dev)
+
+    # What builds keykit, with TOOL_PACKAGES.
+    KEYKIT_PACKAGES=(cmake ninja-build "${HEADER_PACKAGES[@]}")
+
     # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl. LLVM's tools read symbol files, and
     # its compiler and linker make the second build for Windows.
     TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
-        libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap)
+        libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools)
 
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)
@@ -24,7 +30,7 @@
     TIDY_PACKAGES=(clang-tidy)
 
     # What makes the installers of the examples.
-    EXAMPLE_PACKAGES=(nsis wixl python3)
+    EXAMPLE_PACKAGES=(nsis wixl)
 }
 
 # What a compilation depends on beside its sources: `g++` names the packages of the version that it stands for.

@@ -2,10 +2,10 @@
 # Installs, builds and makes what a run needs, if it is missing or out of date. Sourced after common.sh; sources the
 # other parts.
 #
-# A level (wine, run, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning of its last
-# complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the time of any
-# change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the packages that
-# were used.
+# A level (wine, run, keykit, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning
+# of its last complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the
+# time of any change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the
+# packages that were used.
 
 for part in packages tools wine requests isolation startup host session base build probe; do
     # shellcheck source=/dev/null
@@ -77,13 +77,16 @@ same_packages() {
 
 # used_packages LEVEL: what the level was made with, a package with its version a line.
 used_packages() {
-    [[ $1 == package ]] || wine_packages
+    [[ $1 == @(package|keykit) ]] || wine_packages
     [[ -f $ROOT/prebuilt ]] || native_toolchain
-    [[ -f $ROOT/prebuilt || $1 == wine ]] || cross_toolchain
+    [[ -f $ROOT/prebuilt || $1 == @(wine|keykit) ]] || cross_toolchain
+    [[ -f $ROOT/prebuilt || $1 != @(keykit|package) ]] || versions_of "${HEADER_PACKAGES[@]}"
 }
 
 # level_there LEVEL: what was made still exists.
 level_there() {
+    [[ $1 != @(keykit|package) ]] || tool_there keykit || return
+    [[ $1 != keykit ]] || return 0
     [[ $1 == package ]] || wine_there || return
     [[ $1 == @(wine|package) ]] || { start_recorded && host_probed; } || return
     [[ $1 == wine ]] || program_there
@@ -101,6 +104,10 @@ level_sources() {
         return
     fi
     printf '%s\0' "$ROOT/scripts"
+    if [[ $1 == keykit ]]; then
+        keykit_sources
+        return
+    fi
     for tool in "${NATIVE_TOOLS[@]}"; do tool_folders "$tool" | tr '\n' '\0'; done
     [[ $1 == wine ]] || program_sources
 }
@@ -113,9 +120,12 @@ make_level() {
     case $1 in
     fuzz) make_fuzzers ;;
     compilers) make_compilers ;;
+    keykit) make_keykit ;;
     package)
         make_tools
         make_program
+        make_windows_keykit
+        make_keykit
         ;;
     wine)
         make_tools
@@ -139,20 +149,24 @@ make_level() {
 # level_packages LEVEL: installs what the level needs.
 level_packages() {
     local needed=()
-    [[ $1 == @(package|fuzz) ]] || needed+=("${WINE_PACKAGES[@]}")
+    [[ $1 == @(package|fuzz|keykit) ]] || needed+=("${WINE_PACKAGES[@]}")
     if [[ ! -f $ROOT/prebuilt ]]; then
         needed+=("${TOOL_PACKAGES[@]}")
-        [[ $1 == wine ]] || needed+=("${BUILD_PACKAGES[@]}")
+        case $1 in
+        wine) ;;
+        keykit) needed+=("${KEYKIT_PACKAGES[@]}") ;;
+        *) needed+=("${BUILD_PACKAGES[@]}") ;;
+        esac
     fi
     case $1 in
-    package) needed+=(python3) ;;
+    package) needed+=(python3 "${HEADER_PACKAGES[@]}") ;;
     examples)
         [[ ! -f $ROOT/prebuilt ]] || needed+=("${BUILD_PACKAGES[@]}")
         needed+=("${EXAMPLE_PACKAGES[@]}")
         ;;
     bench) needed+=("${TEST_PACKAGES[@]}") ;;
     fuzz) needed+=("${FUZZ_PACKAGES[@]}") ;;
-    test | compilers) needed+=("${EXAMPLE_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
+    test | compilers) needed+=("${EXAMPLE_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
     esac
     install_packages "${needed[@]}"
 }

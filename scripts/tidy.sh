@@ -51,7 +51,7 @@ if [[ ${1-} == --one ]]; then
 fi
 
 SHOW_LOGS=yes
-install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${TIDY_PACKAGES[@]}"
+install_packages "${WINE_PACKAGES[@]}" "${BUILD_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TIDY_PACKAGES[@]}"
 if (($# == 0)); then
     cd "$ROOT"
     mapfile -d '' FILES < <(git -c safe.directory='*' ls-files -z -- '*.cpp' "${LEFT_OUT[@]}")

@@ -5,6 +5,8 @@
 #   capturecheck    checks the arguments and files of a run before and after it (words.sh)
 # They are linked statically, so that what one release of the distribution built also runs on an older one.
 
+# keykit, which no run needs, is built by CMake (build.sh).
+
 TOOLS=$BUILD/tools
 NATIVE_TOOLS=(requestfilter observer capturecheck)
 

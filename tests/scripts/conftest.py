@@ -102,9 +102,10 @@ class Tree:
         (folder / "cmake").mkdir()
         for name in ("pe", "regmodel"):
             (folder / name).mkdir()
-        shared = ("pe/checkedview", "pe/imagetables", "regmodel/straynames")
+        shared = ("pe/checkedview", "pe/imageheaders", "pe/imagetables", "pe/resourcetree", "regmodel/straynames")
         checked = ["%s.%s" % (name, kind) for name in shared for kind in ("cpp", "h")]
-        for name in ("keyreap", "test", "CMakePresets.json", "cmake/mingw.cmake", "cmake/mingw-clang.cmake", *checked):
+        builds = ("CMakePresets.json", "cmake/mingw.cmake", "cmake/mingw-clang.cmake")
+        for name in ("keyreap", "keykit", "test", *builds, *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()
 

@@ -1,4 +1,4 @@
-#include "keykit/emit/componentnames.h"
+#include "kit/emit/componentnames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "keykit/emit/installbuilder.h"
+#include "kit/emit/installbuilder.h"
 #include "regmodel/regtextreader.h"
 
 #include <gtest/gtest.h>

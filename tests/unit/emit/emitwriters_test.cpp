@@ -1,4 +1,4 @@
-#include "keykit/emit/emitwriters.h"
+#include "kit/emit/emitwriters.h"
 #include "tests/unit/emit/emittest.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "keykit/emit/formattedtext.h"
+#include "kit/emit/formattedtext.h"
 
 #include <gtest/gtest.h>
 

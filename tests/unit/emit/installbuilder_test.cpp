@@ -1,4 +1,4 @@
-#include "keykit/emit/installbuilder.h"
+#include "kit/emit/installbuilder.h"
 #include "tests/unit/emit/emittest.h"
 
 #include <gmock/gmock.h>

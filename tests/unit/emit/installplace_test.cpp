@@ -1,4 +1,4 @@
-#include "keykit/emit/installplace.h"
+#include "kit/emit/installplace.h"
 
 #include <gtest/gtest.h>
 

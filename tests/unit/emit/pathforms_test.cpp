@@ -1,4 +1,4 @@
-#include "keykit/emit/pathforms.h"
+#include "kit/emit/pathforms.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -137,6 +137,8 @@ TEST(MayBeShortNameOf, TakesBeginningsWithANumber) {
     EXPECT_FALSE(MayBeShortNameOf(L"PROGRAM~12", L"program files")) << "longer than eight";
     EXPECT_FALSE(MayBeShortNameOf(L"PROGRA~", L"program files"));
     EXPECT_FALSE(MayBeShortNameOf(L"~1", L"program files"));
+    EXPECT_FALSE(MayBeShortNameOf(L"BU~1", L"build")) << "which is short itself";
+    EXPECT_TRUE(MayBeShortNameOf(L"BU~1", L"bu ild"));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "keykit/emit/stableguid.h"
+#include "kit/emit/stableguid.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "keykit/emit/xmltext.h"
+#include "kit/emit/xmltext.h"
 
 #include <gtest/gtest.h>
 

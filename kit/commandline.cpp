@@ -1,0 +1,35 @@
+#include "kit/commandline.h"
+
+#include "kit/verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+
+namespace keyreap {
+
+void Say(const std::string& sentence) {
+    std::cerr << "keykit: " << sentence << '\n';
+}
+
+int RunCommandLine(std::vector<std::string> words) {
+    int status = statusWhole;
+    CLI::App app("Turns captured registry entries into what an installer carries.", "keykit");
+    app.require_subcommand(1);
+    AddEmit(app, status);
+    // The library takes the words from the end.
+    std::ranges::reverse(words);
+    try {
+        app.parse(words);
+    } catch (const CLI::CallForHelp& help) {
+        app.exit(help, std::cout, std::cerr);
+        return statusWhole;
+    } catch (const CLI::ParseError& error) {
+        Say(error.what());
+        return statusRefused;
+    }
+    return status;
+}
+
+} // namespace keyreap

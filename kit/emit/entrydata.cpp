@@ -1,0 +1,131 @@
+#include "kit/emit/entrydata.h"
+
+#include "platform/core/text/compare.h"
+#include "platform/core/text/text.h"
+#include "regfile/valuetext.h"
+
+#include <algorithm>
+#include <array>
+
+namespace keyreap {
+
+namespace {
+
+bool IsOfType(std::uint32_t type, RegType wanted) {
+    return type == static_cast<std::uint32_t>(wanted);
+}
+
+bool IsText(std::uint32_t type) {
+    return IsOfType(type, RegType::Sz) || IsOfType(type, RegType::ExpandSz);
+}
+
+// The keys whose default value is a file, with arguments or a resource's number.
+bool IsPlaceOfFile(const EntryPlace& place) {
+    constexpr std::array<std::wstring_view, 9> keys = {
+        L"InprocServer32", L"InprocHandler32", L"LocalServer32", L"InprocServer", L"LocalServer",
+        L"DefaultIcon",    L"ToolboxBitmap32", L"win32",         L"win64",
+    };
+    const std::wstring_view name = std::wstring_view(place.key).substr(place.key.rfind(L'\\') + 1);
+    return !place.isKey && place.value.empty() &&
+           std::ranges::any_of(keys, [name](std::wstring_view key) { return EqualFolded(name, key); });
+}
+
+// The units up to the last NULs; none if there are others before them.
+std::optional<std::wstring> WholeText(const RegEntry& entry) {
+    const std::wstring units = TrimRight(DataUnits(entry.data), std::wstring_view(L"\0", 1));
+    return units.find(L'\0') == std::wstring::npos ? std::optional(units) : std::nullopt;
+}
+
+std::optional<std::vector<std::wstring>> WholeList(const RegEntry& entry) {
+    const std::wstring_view terminator(L"\0", 1);
+    std::vector<std::wstring> texts =
+        SplitText(TrimRight(DataUnits(entry.data), terminator), terminator, false);
+    const bool hasEmpty = std::ranges::any_of(texts, [](const std::wstring& text) { return text.empty(); });
+    return hasEmpty ? std::nullopt : std::optional(std::move(texts));
+}
+
+std::wstring ReasonAgainst(const RegEntry& entry) {
+    if (entry.kind == RegEntryKind::Deletion) {
+        return L"is a deletion";
+    }
+    if (entry.kind == RegEntryKind::OtherText) {
+        return L"has another value's text in the place of its data";
+    }
+    if (entry.damage == RegDamage::NoData) {
+        return L"has no data";
+    }
+    if (IsFiller(entry)) {
+        return L"could not be read when it was captured";
+    }
+    return {};
+}
+
+// Fills in what belongs to the type.
+std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallValue& value) {
+    if (IsText(entry.type)) {
+        const std::optional<std::wstring> text = WholeText(entry);
+        if (!text) {
+            return L"has data after the end of its text";
+        }
+        value.text = IsPlaceOfFile(value.place) ? paths.ReplacedPlace(*text) : paths.Replaced(*text);
+    } else if (IsOfType(entry.type, RegType::MultiSz)) {
+        const std::optional<std::vector<std::wstring>> list = WholeList(entry);
+        if (!list) {
+            return L"has an empty text in its list";
+        }
+        std::ranges::transform(*list, std::back_inserter(value.list),
+                               [&paths](const std::wstring& text) { return paths.Replaced(text); });
+    } else if (IsOfType(entry.type, RegType::Dword)) {
+        const std::optional<std::uint32_t> number = EntryNumber(entry);
+        if (!number) {
+            return L"is a number that has not four bytes";
+        }
+        value.number = *number;
+    }
+    return {};
+}
+
+std::wstring PathLeftInPieces(const PieceText& pieces) {
+    for (const Piece& piece : pieces) {
+        const std::wstring path = piece.kind == PieceKind::Literal ? AbsolutePathIn(piece.text) : L"";
+        if (!path.empty()) {
+            return L"has a path of the build machine: " + path;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::variant<InstallValue, std::wstring> InstallValueOf(const RegEntry& entry, const EntryPlace& place,
+                                                        PathForms& paths) {
+    InstallValue value;
+    value.place = place;
+    value.type = entry.type;
+    value.data = entry.data;
+    std::wstring reason = ReasonAgainst(entry);
+    if (reason.empty()) {
+        value.name = paths.Replaced(entry.name);
+        reason = ReasonAgainstData(entry, paths, value);
+    }
+    if (!reason.empty()) {
+        return reason;
+    }
+    return value;
+}
+
+std::wstring PathLeftIn(const InstallValue& value, const PathForms& paths) {
+    std::wstring left = PathLeftInPieces(value.name);
+    const auto add = [&left](const PieceText& pieces) {
+        left = left.empty() ? PathLeftInPieces(pieces) : left;
+    };
+    add(value.text);
+    std::ranges::for_each(value.list, add);
+    const bool isData = !IsText(value.type) && !IsOfType(value.type, RegType::MultiSz);
+    if (left.empty() && isData && paths.AreIn(value.data)) {
+        left = L"has a path of the build machine in its bytes";
+    }
+    return left;
+}
+
+} // namespace keyreap

@@ -1,0 +1,283 @@
+#include "kit/emit/emitwriters.h"
+#include "kit/emit/formattedtext.h"
+#include "kit/emit/scripttext.h"
+#include "kit/emit/xmltext.h"
+#include "regfile/valuetext.h"
+
+#include <algorithm>
+
+namespace keyreap {
+
+namespace {
+
+// A dollar sign may begin a variable of the tools; two of them are one.
+std::wstring ForTools(std::wstring_view text) {
+    std::wstring doubled;
+    for (const wchar_t unit : text) {
+        doubled += unit == L'$' ? L"$$" : std::wstring(1, unit);
+    }
+    return doubled;
+}
+
+std::wstring SignedNumber(std::uint32_t number) {
+    return std::to_wstring(static_cast<std::int32_t>(number));
+}
+
+class WixWriter {
+public:
+    WixWriter(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes)
+        : data(data), version(version), notes(notes) {}
+
+    std::string Document() {
+        const bool isFour = version == WixVersion::Four;
+        xml.Declare();
+        xml.Open("Wix", {{"xmlns", isFour ? L"http://wixtoolset.org/schemas/v4/wxs"
+                                          : L"http://schemas.microsoft.com/wix/2006/wi"}});
+        xml.Open("Fragment", {});
+        xml.Open("ComponentGroup", {{"Id", data.name}, {"Directory", data.directory}});
+        for (const InstallComponent& component : data.components) {
+            AddComponent(component);
+        }
+        xml.Close();
+        xml.Close();
+        xml.Close();
+        return xml.Bytes();
+    }
+
+private:
+    void AddComponent(const InstallComponent& component) {
+        hasKeyPath = false;
+        XmlWriter::Attributes attributes = {{"Id", component.id}, {"Guid", component.guid}};
+        const bool is64 = data.bitness == 64;
+        if (version == WixVersion::Four) {
+            attributes.emplace_back("Bitness", is64 ? L"always64" : L"always32");
+        } else {
+            attributes.emplace_back("Win64", is64 ? L"yes" : L"no");
+        }
+        if (component.isKept) {
+            attributes.emplace_back("Permanent", L"yes");
+        }
+        if (std::ranges::all_of(component.keys, [](const InstallKey& key) { return key.values.empty(); })) {
+            attributes.emplace_back("KeyPath", L"yes"); // its folder
+        }
+        xml.Open("Component", attributes);
+        for (const InstallKey& key : component.keys) {
+            AddKey(key);
+        }
+        xml.Close();
+    }
+
+    void AddKey(const InstallKey& key) {
+        if (const std::wstring reason = ReasonAgainstKey(key); !reason.empty()) {
+            AddNotes(notes, key, reason);
+            return;
+        }
+        XmlWriter::Attributes attributes = {{"Root", InstallerRoot(key.root)},
+                                            {"Key", ForTools(FormattedKey(key.path))}};
+        if (key.values.empty()) {
+            attributes.emplace_back("ForceCreateOnInstall", L"yes");
+            if (key.isOwn) {
+                attributes.emplace_back("ForceDeleteOnUninstall", L"yes");
+            }
+            xml.AddEmpty("RegistryKey", attributes);
+            return;
+        }
+        xml.Open("RegistryKey", attributes);
+        for (const InstallValue& value : key.values) {
+            AddValue(value);
+        }
+        xml.Close();
+    }
+
+    void AddValue(const InstallValue& value) {
+        if (std::wstring reason = ReasonAgainstValue(value); !reason.empty()) {
+            notes.push_back({value.place, std::move(reason)});
+            return;
+        }
+        XmlWriter::Attributes attributes;
+        if (!value.name.empty()) {
+            attributes.emplace_back("Name", Text(value.name));
+        }
+        attributes.emplace_back("Type", TypeOf(value));
+        const bool isList = value.type == static_cast<std::uint32_t>(RegType::MultiSz);
+        if (!isList) {
+            attributes.emplace_back("Value", DataOf(value));
+        }
+        if (!hasKeyPath) {
+            attributes.emplace_back("KeyPath", L"yes");
+            hasKeyPath = true;
+        }
+        if (isList) {
+            AddList(attributes, value);
+        } else {
+            xml.AddEmpty("RegistryValue", attributes);
+        }
+    }
+
+    void AddList(const XmlWriter::Attributes& attributes, const InstallValue& value) {
+        xml.Open("RegistryValue", attributes);
+        for (const PieceText& text : value.list) {
+            if (version == WixVersion::Four) {
+                xml.AddEmpty("MultiString", {{"Value", Text(text)}});
+            } else {
+                xml.AddText("MultiStringValue", Text(text));
+            }
+        }
+        xml.Close();
+    }
+
+    static std::wstring TypeOf(const InstallValue& value) {
+        switch (static_cast<RegType>(value.type)) {
+        case RegType::ExpandSz:
+            return L"expandable";
+        case RegType::Dword:
+            return L"integer";
+        case RegType::Binary:
+            return L"binary";
+        case RegType::MultiSz:
+            return L"multiString";
+        default:
+            return L"string";
+        }
+    }
+
+    std::wstring DataOf(const InstallValue& value) const {
+        switch (static_cast<RegType>(value.type)) {
+        case RegType::Dword:
+            return SignedNumber(value.number);
+        case RegType::Binary:
+            return HexDigitsOf(value.data, L"");
+        default:
+            return Text(value.text);
+        }
+    }
+
+    std::wstring Text(const PieceText& pieces) const {
+        return ForTools(FormattedText(pieces, data, FileForm::Reference));
+    }
+
+    const InstallData& data;
+    WixVersion version;
+    std::vector<EmitNote>& notes;
+    XmlWriter xml;
+    bool hasKeyPath = false;
+};
+
+class WixlWriter {
+public:
+    WixlWriter(const InstallData& data, std::vector<EmitNote>& notes) : data(data), notes(notes) {}
+
+    std::string Document() {
+        xml.Open("Include", {});
+        for (const InstallComponent& component : data.components) {
+            AddComponent(component);
+        }
+        xml.Close();
+        return xml.Bytes();
+    }
+
+private:
+    void AddComponent(const InstallComponent& component) {
+        hasKeyPath = false;
+        XmlWriter::Attributes attributes = {
+            {"Id", component.id}, {"Guid", component.guid}, {"Win64", data.bitness == 64 ? L"yes" : L"no"}};
+        if (component.isKept) {
+            attributes.emplace_back("Permanent", L"yes");
+        }
+        xml.Open("Component", attributes);
+        for (const InstallKey& key : component.keys) {
+            AddKey(key);
+        }
+        xml.Close();
+    }
+
+    void AddKey(const InstallKey& key) {
+        if (const std::wstring reason = ReasonAgainstKey(key); !reason.empty()) {
+            AddNotes(notes, key, reason);
+            return;
+        }
+        if (key.values.empty()) {
+            // A row of this name makes a key. With an asterisk it also removes the key, with everything in
+            // it.
+            AddRow(key, key.isOwn ? L"*" : L"+", L"string", L"");
+        }
+        for (const InstallValue& value : key.values) {
+            if (std::wstring reason = ReasonAgainstValue(value); !reason.empty()) {
+                notes.push_back({value.place, std::move(reason)});
+            } else {
+                AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
+            }
+        }
+    }
+
+    void AddRow(const InstallKey& key, const std::wstring& name, std::wstring_view type,
+                const std::wstring& text) {
+        XmlWriter::Attributes attributes = {{"Root", InstallerRoot(key.root)},
+                                            {"Key", ForTools(FormattedKey(key.path))},
+                                            {"Name", ForTools(name)},
+                                            {"Type", std::wstring(type)},
+                                            {"Value", ForTools(text)}};
+        if (!hasKeyPath) {
+            attributes.emplace_back("KeyPath", L"yes");
+            hasKeyPath = true;
+        }
+        xml.AddEmpty("RegistryValue", attributes);
+    }
+
+    // wixl has no type for lists. It doesn't change a string that begins with the separator.
+    static std::wstring_view TypeOf(const InstallValue& value) {
+        switch (static_cast<RegType>(value.type)) {
+        case RegType::ExpandSz:
+            return L"expandable";
+        case RegType::Dword:
+            return L"integer";
+        case RegType::Binary:
+            return L"binary";
+        default:
+            return L"string";
+        }
+    }
+
+    // Begins with what says the type to Windows Installer where some releases of wixl don't write it.
+    std::wstring DataOf(const InstallValue& value) const {
+        switch (static_cast<RegType>(value.type)) {
+        case RegType::ExpandSz:
+            return L"#%" + Text(value.text);
+        case RegType::Dword:
+            return SignedNumber(value.number);
+        case RegType::Binary:
+            return L"#x" + HexDigitsOf(value.data, L"");
+        case RegType::MultiSz:
+            return ListOf(value);
+        default:
+            return Text(value.text);
+        }
+    }
+
+    std::wstring ListOf(const InstallValue& value) const {
+        std::wstring list = L"[~]";
+        for (const PieceText& text : value.list) {
+            list += Text(text) + L"[~]";
+        }
+        return list;
+    }
+
+    std::wstring Text(const PieceText& pieces) const { return FormattedText(pieces, data, FileForm::Folder); }
+
+    const InstallData& data;
+    std::vector<EmitNote>& notes;
+    XmlWriter xml;
+    bool hasKeyPath = false;
+};
+
+} // namespace
+
+std::string WriteWix(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes) {
+    return WixWriter(data, version, notes).Document();
+}
+
+std::string WriteWixl(const InstallData& data, std::vector<EmitNote>& notes) {
+    return WixlWriter(data, notes).Document();
+}
+
+} // namespace keyreap

@@ -1,0 +1,255 @@
+#include "kit/emit/componentnames.h"
+#include "kit/emit/emitwriters.h"
+#include "kit/emit/stableguid.h"
+#include "kit/hostfiles.h"
+#include "kit/serverfile.h"
+#include "kit/verb.h"
+#include "platform/core/text/utf8.h"
+#include "regmodel/regtextreader.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace keyreap {
+
+namespace {
+
+// What the command line has, and what it means.
+struct EmitWords {
+    std::string kind;
+    std::vector<std::string> captures;
+    std::string product;
+    std::vector<std::string> servers;
+    std::string directory;
+    std::vector<std::string> replacements;
+    std::string scope = "machine";
+    std::string bitness;
+    std::string output;
+};
+
+// A sentence about an argument or a file with which nothing can be made.
+class Refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+using Writer =
+    std::function<std::string(const InstallData&, std::span<const Capture>, std::vector<EmitNote>&)>;
+
+// Installers with identifiers have the folder's name as one; in others it is a text of the script.
+enum class FolderName { Identifier, ScriptText };
+
+struct EmitKind {
+    std::string name;
+    FolderName folderName;
+    std::string folder; // without --directory
+    Writer write;
+};
+
+template <typename Function>
+Writer Plain(Function function) {
+    return [function](const InstallData& data, std::span<const Capture>, std::vector<EmitNote>& notes) {
+        return function(data, notes);
+    };
+}
+
+template <WixVersion version>
+std::string WriteWixOf(const InstallData& data, std::vector<EmitNote>& notes) {
+    return WriteWix(data, version, notes);
+}
+
+const std::array<EmitKind, 7>& Kinds() {
+    static const std::array<EmitKind, 7> kinds = {{
+        {"wix", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixOf<WixVersion::Four>)},
+        {"wix3", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixOf<WixVersion::Three>)},
+        {"wixl", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixl)},
+        {"nsis", FolderName::ScriptText, "$INSTDIR", Plain(WriteNsis)},
+        {"inno", FolderName::ScriptText, "{app}", Plain(WriteInno)},
+        {"reg", FolderName::ScriptText, "INSTALLFOLDER", Plain(WriteReg)},
+        {"json", FolderName::ScriptText, "INSTALLFOLDER", WriteJson},
+    }};
+    return kinds;
+}
+
+const EmitKind& KindOf(const std::string& name) {
+    return *std::ranges::find(Kinds(), name, &EmitKind::name);
+}
+
+std::wstring Units(const std::string& word, const std::string& option) {
+    const std::optional<std::wstring> units = UnitsOfUtf8(word);
+    if (!units || units->empty() || units->find_first_of(L"\"\r\n") != std::wstring::npos) {
+        throw Refusal(option + ": there can't be a name '" + word + "'");
+    }
+    return *units;
+}
+
+// The name of a folder in the installer. A number sign begins the identifier of a file.
+std::wstring FolderOf(const std::string& word, const EmitKind& kind, const std::string& option) {
+    std::wstring name = Units(word, option);
+    const std::wstring identifier = name.starts_with(L'#') ? name.substr(1) : name;
+    if (kind.folderName == FolderName::Identifier && IdentifierOf(identifier) != identifier) {
+        throw Refusal(option + ": '" + word + "' is no identifier, which " + kind.name + " needs");
+    }
+    return name;
+}
+
+CapturedPath ReplacementOf(const std::string& word, const EmitKind& kind) {
+    const std::size_t sign = word.rfind('=');
+    const std::wstring path = sign == std::string::npos ? L"" : WindowsPathOf(word.substr(0, sign));
+    if (sign == 0 || path.empty()) {
+        throw Refusal("--replace: '" + word + "' is not PATH=NAME");
+    }
+    return {path, false, {PieceKind::Directory, FolderOf(word.substr(sign + 1), kind, "--replace"), 0}};
+}
+
+std::vector<ServerFile> ServersOf(const EmitWords& words) {
+    std::vector<ServerFile> servers;
+    for (const std::string& word : words.servers) {
+        std::variant<ServerFile, std::string> server = ReadServer(word);
+        if (const auto* const reason = std::get_if<std::string>(&server)) {
+            throw Refusal(*reason);
+        }
+        servers.push_back(std::get<ServerFile>(std::move(server)));
+    }
+    return servers;
+}
+
+std::string NameOf(const ServerFile& file) {
+    return ReadableUtf8(file.server.fileName);
+}
+
+// That of the servers, which --bitness has to agree with.
+int BitnessOf(const EmitWords& words, const std::vector<ServerFile>& servers) {
+    std::optional<int> bitness;
+    if (!words.bitness.empty()) {
+        bitness = words.bitness == "64" ? 64 : 32;
+    }
+    for (const ServerFile& file : servers) {
+        if (file.bitness && bitness && *file.bitness != *bitness) {
+            throw Refusal(NameOf(file) + ": it is a " + std::to_string(*file.bitness) +
+                          "-bit file, and not of " + std::to_string(*bitness) + " bits");
+        }
+        bitness = file.bitness ? file.bitness : bitness;
+    }
+    if (!bitness) {
+        throw Refusal(NameOf(servers.front()) + ": a type library has no bitness; --bitness says it");
+    }
+    return *bitness;
+}
+
+InstallSettings SettingsOf(const EmitWords& words, const EmitKind& kind) {
+    InstallSettings settings;
+    const std::optional<std::wstring> text = UnitsOfUtf8(words.product);
+    const std::optional<Guid> product = text ? WholeGuid(*text) : std::nullopt;
+    if (!product) {
+        throw Refusal("--product: '" + words.product + "' is no GUID");
+    }
+    settings.product = *product;
+    settings.scope = words.scope == "user" ? InstallScope::User : InstallScope::Machine;
+    settings.directory =
+        FolderOf(words.directory.empty() ? kind.folder : words.directory, kind, "--directory");
+    const std::vector<ServerFile> servers = ServersOf(words);
+    settings.bitness = BitnessOf(words, servers);
+    std::ranges::transform(servers, std::back_inserter(settings.servers), &ServerFile::server);
+    for (const std::string& word : words.replacements) {
+        settings.replacements.push_back(ReplacementOf(word, kind));
+    }
+    return settings;
+}
+
+Capture CaptureOf(const std::string& name) {
+    const auto bytes = ReadWholeFile(name);
+    if (!bytes) {
+        throw Refusal(name + ": the capture can't be read");
+    }
+    std::variant<RegDocument, RegReadError> document = ReadRegDocument(*bytes);
+    const std::wstring file = UnitsOfUtf8(name).value_or(L"?");
+    if (const auto* const error = std::get_if<RegReadError>(&document)) {
+        throw Refusal(ReadableUtf8(ErrorText(file, *error)));
+    }
+    return {file, std::get<RegDocument>(std::move(document))};
+}
+
+std::string SentenceOf(const EmitNote& note) {
+    const EntryPlace& place = note.place;
+    std::wstring sentence;
+    if (!place.file.empty()) {
+        sentence = place.file + L':' + std::to_wstring(place.line) + L": ";
+    }
+    if (!place.key.empty()) {
+        sentence += place.key;
+        sentence += place.isKey
+                        ? L""
+                        : (place.value.empty() ? L", default value" : L", value \"" + place.value + L'"');
+        sentence += L": ";
+    }
+    return ReadableUtf8(sentence + note.reason);
+}
+
+void Write(const EmitWords& words, const std::string& bytes) {
+    if (words.output.empty()) {
+        std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        std::cout.flush();
+    }
+    if (words.output.empty() ? !std::cout : !WriteWholeFile(words.output, bytes)) {
+        throw Refusal((words.output.empty() ? "standard output" : words.output) + ": it can't be written");
+    }
+}
+
+int Emit(const EmitWords& words) {
+    const EmitKind& kind = KindOf(words.kind);
+    const InstallSettings settings = SettingsOf(words, kind);
+    std::vector<Capture> captures;
+    std::ranges::transform(words.captures, std::back_inserter(captures), CaptureOf);
+    std::vector<EmitNote> notes;
+    const InstallData data = InstallDataOf(captures, settings, notes);
+    Write(words, kind.write(data, captures, notes));
+    for (const EmitNote& note : notes) {
+        Say(SentenceOf(note));
+    }
+    return notes.empty() ? statusWhole : statusIncomplete;
+}
+
+int EmitOrRefuse(const EmitWords& words) {
+    try {
+        return Emit(words);
+    } catch (const Refusal& refusal) {
+        Say(refusal.what());
+        return statusRefused;
+    }
+}
+
+} // namespace
+
+void AddEmit(CLI::App& app, int& status) {
+    const auto words = std::make_shared<EmitWords>();
+    std::vector<std::string> kinds;
+    std::ranges::transform(Kinds(), std::back_inserter(kinds), &EmitKind::name);
+    CLI::App* const verb = app.add_subcommand("emit", "Makes a part of an installer from captures.");
+    verb->add_option("KIND", words->kind, "The kind of installer")->required()->check(CLI::IsMember(kinds));
+    verb->add_option("CAPTURE", words->captures, "The .reg files")->required();
+    verb->add_option("--product", words->product, "The product's GUID, from which the components' follow")
+        ->required();
+    verb->add_option("--server", words->servers,
+                     "FILE or FILE=CAPTURED PATH: an installed server, and where it was captured")
+        ->required()
+        ->allow_extra_args(false);
+    verb->add_option("--directory", words->directory, "The installer's name for the servers' folder");
+    verb->add_option("--replace", words->replacements,
+                     "PATH=NAME: another folder, and the installer's name for it")
+        ->allow_extra_args(false);
+    verb->add_option("--scope", words->scope, "For whom it is installed")
+        ->check(CLI::IsMember(std::vector<std::string>{"machine", "user"}));
+    verb->add_option("--bitness", words->bitness, "Of type libraries, which have none of their own")
+        ->check(CLI::IsMember(std::vector<std::string>{"32", "64"}));
+    verb->add_option("-o,--output", words->output, "The file to write, in the place of standard output");
+    verb->callback([words, &status] { status = EmitOrRefuse(*words); });
+}
+
+} // namespace keyreap

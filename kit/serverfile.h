@@ -1,0 +1,20 @@
+#pragma once
+
+#include "kit/emit/installdata.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace keyreap {
+
+struct ServerFile {
+    InstallServer server;
+    std::optional<int> bitness; // a type library has none
+};
+
+// The server of a word FILE or FILE=CAPTURED PATH; otherwise a sentence that says why there is none. Without
+// a path the server was captured where it is.
+std::variant<ServerFile, std::string> ReadServer(const std::string& word);
+
+} // namespace keyreap

@@ -1,0 +1,4 @@
+// Ends with the number of its arguments.
+int main(int argc, char**) {
+    return argc - 1;
+}
