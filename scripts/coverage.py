@@ -8,7 +8,7 @@ import sys
 from collections import defaultdict
 from pathlib import Path
 
-ROOMS = ("etl", "extract", "hostlogger", "pe", "platform", "regfile", "registry", "regmodel", "trace")
+ROOMS = ("etl", "extract", "hostlogger", "kit", "pe", "platform", "regfile", "registry", "regmodel", "trace")
 
 
 def runs_of_lines(root, folder):

@@ -8,7 +8,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 
-COMMANDS = ("keyreap", "test", "bench", "fuzz", "release", ".ci/run")
+COMMANDS = ("keyreap", "keykit", "test", "bench", "fuzz", "release", ".ci/run")
 
 CPP_COMMENT = re.compile(r"(?:^|[\s;,{}()])//+\s*(.*)")
 CPP_TEST = re.compile(r"^TEST(?:_[FP])?\(\w+,\s*(\w+)\)")

@@ -19,6 +19,8 @@ ARROWS = {
     "hostlogger": {"etl", "text", "os"},
     "etl": {"text", "os"},
     "registry": {"regfile", "core", "text", "os"},
+    "kit": {"emit", "regmodel", "pe", "text"},
+    "emit": {"regmodel", "regfile", "pe", "text"},
     "regmodel": {"regfile", "text"},
     "regfile": {"file", "text"},
     "pe": {"file", "core", "text", "os"},
@@ -30,8 +32,8 @@ ARROWS = {
     "os": set(),
 }
 
-# Where the sources of the program and of the host's logger are.
-HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "regmodel", "pe", "platform")
+# Where the sources of the programs and of the host's logger are.
+HOUSE = ("extract", "trace", "hostlogger", "etl", "registry", "regfile", "regmodel", "kit", "pe", "platform")
 
 # The headers of C that pure files may include; all others that end in .h belong to a system.
 PLAIN_HEADERS = {"assert.h", "math.h", "stdint.h", "stddef.h", "stdio.h", "stdlib.h", "string.h", "wchar.h"}

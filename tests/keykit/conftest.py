@@ -8,6 +8,7 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 KEYKIT = ROOT / "keykit"
+PROGRAM = ROOT / "build" / "tools" / "keykit"
 PRODUCT = "b29a312e-eb83-43bc-a846-e0c0563b8801"
 KINDS = ["wix", "wix3", "wixl", "nsis", "inno", "reg", "json"]
 MACHINES = {64: 0x8664, 32: 0x014C}
@@ -25,8 +26,14 @@ def document(*lines):
     return ("\ufeffWindows Registry Editor Version 5.00\r\n" + spaced).encode("utf-16-le", "surrogatepass")
 
 
+@pytest.fixture(scope="session", autouse=True)
+def built():
+    """What is out of date is built here, so that no test prints the progress of it."""
+    subprocess.run([KEYKIT, "--help"], check=True, capture_output=True)
+
+
 def keykit(*words, **options):
-    return subprocess.run([KEYKIT, *map(str, words)], capture_output=True, stdin=subprocess.DEVNULL, **options)
+    return subprocess.run([PROGRAM, *map(str, words)], capture_output=True, stdin=subprocess.DEVNULL, **options)
 
 
 class Desk:

@@ -106,7 +106,7 @@ NAMED = re.compile(r'^keykit: .*?:\d+: (.*?)(?:, (?:default value|value "(.*?)")
 
 
 def target(path):
-    return re.sub(r"^HKEY_CLASSES_ROOT", r"HKEY_LOCAL_MACHINE\\\\Software\\\\Classes", path)
+    return re.sub(r"^HKEY_CLASSES_ROOT", r"HKEY_LOCAL_MACHINE\\Software\\Classes", path)
 
 
 def named_in(stderr):
@@ -232,7 +232,7 @@ def test_a_wrong_word_is_named(desk, words, sentence):
 def test_the_words_that_are_needed_are_needed(desk):
     capture = desk.capture("[%s]" % KEY, PATH)
     for words in (["emit"], ["emit", "wix"], ["emit", "wix", capture], ["emit", "wix", capture, "--product", PRODUCT],
-                  ["emit", "wix", capture, "--server", desk.server], ["mend", capture], []):
+                  ["emit", "wix", capture, "--server", desk.server], ["carry", capture], []):
         result = keykit(*words)
         assert (result.returncode, result.stdout) == (2, b"") and result.stderr.startswith(b"keykit: "), words
 
@@ -345,16 +345,17 @@ def rows_of(msi):
 
 
 def test_wixl_takes_what_is_for_the_third_version(desk):
-    """A status of 0 proves nothing, so the rows are read back. wixl has no lists, makes no keys without values, and writes
-    bytes and expandable texts without the signs that say their types."""
-    lines = [line for line, name, kind, _ in FORMS if kind != MULTI_SZ and name != "short"]
+    """A status of 0 proves nothing, so the rows are read back. wixl has no lists, makes no keys without values, writes
+    bytes and expandable texts without the signs that say their types, and crashes at letters outside its code page."""
+    left_out = {"multi", "letters", "short"}
+    lines = [line for line, name, *_ in FORMS if name not in left_out]
     result = desk.emit("wix3", desk.capture("[%s]" % KEY, *lines))
     assert result.returncode == 0, result.stderr
     (desk.folder / "server.wxs").write_bytes(result.stdout)
     (desk.folder / "package.wxs").write_text(PACKAGE)
     subprocess.run(["wixl", "--arch", "x64", "-o", "road.msi", "package.wxs", "server.wxs"], check=True, cwd=desk.folder)
     found = {name: formatted_row(text) for _, name, text in rows_of(desk.folder / "road.msi")}
-    expected = {name: value for name, value in expected_forms("wix3").items() if value[0] != MULTI_SZ and name != "short"}
+    expected = {name: value for name, value in expected_forms("wix3").items() if name not in left_out}
     assert {readers.formatted(name, FILES, "INSTALLFOLDER"): value for name, value in found.items()} == {
         name: row_text(*value) for name, value in expected.items()
     }
