@@ -147,4 +147,28 @@ std::wstring ReasonAgainstValue(const InstallValue& value) {
     return reason;
 }
 
+InstallComponent CarriedPart(InstallComponent component, std::vector<EmitNote>& notes) {
+    std::vector<InstallKey> keys;
+    for (InstallKey& key : component.keys) {
+        if (const std::wstring reason = ReasonAgainstKey(key); !reason.empty()) {
+            AddNotes(notes, key, reason);
+            continue;
+        }
+        const bool hadValues = !key.values.empty();
+        std::erase_if(key.values, [&notes](const InstallValue& value) {
+            std::wstring reason = ReasonAgainstValue(value);
+            const bool isRefused = !reason.empty();
+            if (isRefused) {
+                notes.push_back({value.place, std::move(reason)});
+            }
+            return isRefused;
+        });
+        if (!hadValues || !key.values.empty()) {
+            keys.push_back(std::move(key));
+        }
+    }
+    component.keys = std::move(keys);
+    return component;
+}
+
 } // namespace keyreap

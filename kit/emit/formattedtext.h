@@ -27,4 +27,8 @@ std::wstring InstallerRoot(InstallRoot root);
 std::wstring ReasonAgainstKey(const InstallKey& key);
 std::wstring ReasonAgainstValue(const InstallValue& value);
 
+// The component with what the table can carry; notes for the rest. A key without values stays only if it had
+// none.
+InstallComponent CarriedPart(InstallComponent component, std::vector<EmitNote>& notes);
+
 } // namespace keyreap

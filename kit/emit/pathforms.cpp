@@ -21,6 +21,11 @@ constexpr std::wstring_view afterFile = L"\"\t\r\n ,;'|\\/?*<>#&)";
 // A folder's name may go on after a blank.
 constexpr std::wstring_view afterFolder = L"\"\t\r\n,;'|\\/*<>)";
 
+// Of a short name, with a dot between them.
+constexpr std::size_t longestStem = 8;
+constexpr std::size_t longestExtension = 3;
+constexpr std::size_t longestShortName = longestStem + 1 + longestExtension;
+
 bool IsOneOf(wchar_t unit, std::wstring_view set) {
     return set.find(unit) != std::wstring_view::npos;
 }
@@ -57,11 +62,10 @@ public:
             return true;
         }
         at = start;
-        std::wstring shortName;
-        while (!IsEnd(terminators)) {
-            shortName += text[at++];
+        while (!IsEnd(terminators) && at - start <= longestShortName) {
+            ++at;
         }
-        return MayBeShortNameOf(shortName, name);
+        return MayBeShortNameOf(text.substr(start, at - start), name);
     }
 
     bool TakeSeparator() {
@@ -106,8 +110,8 @@ bool IsShare(std::wstring_view path) {
 }
 
 // The end of the path whose first name begins at a place; none if another path is there.
-std::optional<std::size_t> EndOfPath(const CapturedPath& path, Reader reader) {
-    const std::vector<std::wstring> names = NamesOf(path.path);
+std::optional<std::size_t> EndOfPath(const CapturedPath& path, const std::vector<std::wstring>& names,
+                                     Reader reader) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         const bool isLast = i + 1 == names.size();
         if (i > 0 && !reader.TakeSeparator()) {
@@ -148,9 +152,6 @@ struct NameParts {
     std::wstring_view extension;
 };
 
-constexpr std::size_t longestStem = 8;
-constexpr std::size_t longestExtension = 3;
-
 // A name that is short itself has no other.
 bool HasShortName(const NameParts& parts) {
     const auto isOther = [](wchar_t unit) { return unit >= 0x80 || IsOneOf(unit, L" .+,;=[]"); };
@@ -188,10 +189,17 @@ PathForms::PathForms(std::vector<CapturedPath> paths) : paths(std::move(paths)),
     std::ranges::stable_sort(this->paths, [](const CapturedPath& left, const CapturedPath& right) {
         return left.path.size() > right.path.size();
     });
+    for (const CapturedPath& path : this->paths) {
+        names.push_back(NamesOf(path.path));
+        for (const Opening& opening : OpeningsOf(path)) {
+            firstUnits += FoldLetter(opening.text.empty() ? path.path.front() : opening.text.front());
+        }
+    }
 }
 
 std::optional<PathForms::Match> PathForms::MatchAt(std::wstring_view text, std::size_t at) const {
-    if (IsWordBefore(text, at)) {
+    // Most places are none, and data may be long.
+    if (firstUnits.find(FoldLetter(text[at])) == std::wstring::npos || IsWordBefore(text, at)) {
         return std::nullopt;
     }
     for (std::size_t path = 0; path < paths.size(); ++path) {
@@ -200,7 +208,7 @@ std::optional<PathForms::Match> PathForms::MatchAt(std::wstring_view text, std::
                 continue;
             }
             const Reader reader(text, at + opening.text.size(), opening.isUrl);
-            if (const std::optional<std::size_t> end = EndOfPath(paths[path], reader)) {
+            if (const std::optional<std::size_t> end = EndOfPath(paths[path], names[path], reader)) {
                 return Match{path, *end, std::wstring(opening.kept)};
             }
         }
@@ -211,7 +219,7 @@ std::optional<PathForms::Match> PathForms::MatchAt(std::wstring_view text, std::
 std::optional<PathForms::Match> PathForms::BareNameAt(std::wstring_view text, std::size_t at) const {
     for (std::size_t path = 0; path < paths.size(); ++path) {
         Reader reader(text, at, false);
-        if (paths[path].isFile && reader.TakeName(NamesOf(paths[path].path).back(), afterFile)) {
+        if (paths[path].isFile && reader.TakeName(names[path].back(), afterFile)) {
             return Match{path, reader.At(), L""};
         }
     }

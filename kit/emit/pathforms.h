@@ -51,6 +51,8 @@ private:
     void Append(PieceText& pieces, const Match& match);
 
     std::vector<CapturedPath> paths;
+    std::vector<std::vector<std::wstring>> names; // of each path
+    std::wstring firstUnits;                      // with which a path can begin, folded
     std::vector<bool> found;
 };
 

@@ -36,7 +36,7 @@ public:
         xml.Open("Fragment", {});
         xml.Open("ComponentGroup", {{"Id", data.name}, {"Directory", data.directory}});
         for (const InstallComponent& component : data.components) {
-            AddComponent(component);
+            AddComponent(CarriedPart(component, notes));
         }
         xml.Close();
         xml.Close();
@@ -46,6 +46,9 @@ public:
 
 private:
     void AddComponent(const InstallComponent& component) {
+        if (component.keys.empty()) {
+            return;
+        }
         hasKeyPath = false;
         XmlWriter::Attributes attributes = {{"Id", component.id}, {"Guid", component.guid}};
         const bool is64 = data.bitness == 64;
@@ -68,10 +71,6 @@ private:
     }
 
     void AddKey(const InstallKey& key) {
-        if (const std::wstring reason = ReasonAgainstKey(key); !reason.empty()) {
-            AddNotes(notes, key, reason);
-            return;
-        }
         XmlWriter::Attributes attributes = {{"Root", InstallerRoot(key.root)},
                                             {"Key", ForTools(FormattedKey(key.path))}};
         if (key.values.empty()) {
@@ -90,10 +89,6 @@ private:
     }
 
     void AddValue(const InstallValue& value) {
-        if (std::wstring reason = ReasonAgainstValue(value); !reason.empty()) {
-            notes.push_back({value.place, std::move(reason)});
-            return;
-        }
         XmlWriter::Attributes attributes;
         if (!value.name.empty()) {
             attributes.emplace_back("Name", Text(value.name));
@@ -170,7 +165,7 @@ public:
     std::string Document() {
         xml.Open("Include", {});
         for (const InstallComponent& component : data.components) {
-            AddComponent(component);
+            AddComponent(CarriedPart(component, notes));
         }
         xml.Close();
         return xml.Bytes();
@@ -178,6 +173,9 @@ public:
 
 private:
     void AddComponent(const InstallComponent& component) {
+        if (component.keys.empty()) {
+            return;
+        }
         hasKeyPath = false;
         XmlWriter::Attributes attributes = {
             {"Id", component.id}, {"Guid", component.guid}, {"Win64", data.bitness == 64 ? L"yes" : L"no"}};
@@ -192,21 +190,13 @@ private:
     }
 
     void AddKey(const InstallKey& key) {
-        if (const std::wstring reason = ReasonAgainstKey(key); !reason.empty()) {
-            AddNotes(notes, key, reason);
-            return;
-        }
         if (key.values.empty()) {
             // A row of this name makes a key. With an asterisk it also removes the key, with everything in
             // it.
             AddRow(key, key.isOwn ? L"*" : L"+", L"string", L"");
         }
         for (const InstallValue& value : key.values) {
-            if (std::wstring reason = ReasonAgainstValue(value); !reason.empty()) {
-                notes.push_back({value.place, std::move(reason)});
-            } else {
-                AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
-            }
+            AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
         }
     }
 

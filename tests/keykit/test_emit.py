@@ -102,7 +102,7 @@ def test_paths_in_lists_are_replaced(desk, kind):
 
 
 CAPTURES = sorted((ROOT / "tests" / "endtoend" / "golden").glob("*.reg"))
-NAMED = re.compile(r'^keykit: .*?:\d+: (.*?)(?:, (?:default value|value "(.*?)"))?: (has|is|can|could) ', re.M | re.S)
+NAMED = re.compile(r'\S+:\d+: (HKEY_.*?)(?:, default value|, value "(.*)")?: (?:has|is|can|could) ', re.S)
 
 
 def target(path):
@@ -111,7 +111,8 @@ def target(path):
 
 def named_in(stderr):
     """Key and value of each message about an entry."""
-    return {(key, value or "") for key, value, _ in NAMED.findall(stderr)}
+    messages = re.split(r"^keykit: ", stderr, flags=re.M)[1:]
+    return {(found[1], found[2] or "") for found in map(NAMED.match, messages) if found}
 
 
 def without_tail(kind, data):
