@@ -158,6 +158,17 @@ private:
     bool hasKeyPath = false;
 };
 
+// wixl makes three dollar signs of two that are doubled.
+bool HasTwoDollars(const PieceText& pieces) {
+    return std::ranges::any_of(
+        pieces, [](const Piece& piece) { return piece.text.find(L"$$") != std::wstring::npos; });
+}
+
+bool HasTwoDollars(const InstallValue& value) {
+    return HasTwoDollars(value.name) || HasTwoDollars(value.text) ||
+           std::ranges::any_of(value.list, [](const PieceText& text) { return HasTwoDollars(text); });
+}
+
 class WixlWriter {
 public:
     WixlWriter(const InstallData& data, std::vector<EmitNote>& notes) : data(data), notes(notes) {}
@@ -196,7 +207,11 @@ private:
             AddRow(key, key.isOwn ? L"*" : L"+", L"string", L"");
         }
         for (const InstallValue& value : key.values) {
-            AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
+            if (HasTwoDollars(value)) {
+                notes.push_back({value.place, L"has two dollar signs in a row, which wixl changes"});
+            } else {
+                AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
+            }
         }
     }
 
