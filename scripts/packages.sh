@@ -21,7 +21,8 @@
     # ./bench measures parts with libbenchmark, and compares our SHA-1 with that of libssl. LLVM's tools read symbol files, and
     # its compiler and linker make the second build for Windows.
     TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
-        libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools)
+        libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools
+        python3-jsonschema)
 
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)

@@ -1,9 +1,11 @@
 """keykit emit: every entry of a capture reaches every kind of installer, or is named. What a kind says is evaluated by the
 independent readers of readers.py and compared with the capture, which an independent reader reads as well."""
 
+import json
 import re
 import subprocess
 
+import jsonschema
 import pytest
 import readers
 from conftest import KINDS, PRODUCT, ROOT, Desk, image, keykit
@@ -164,6 +166,16 @@ def test_keys_without_values_are_made(desk, kind):
     registry = readers.read(kind, result.stdout, FILES)
     assert registry["HKEY_LOCAL_MACHINE\\Software\\Classes\\KeyreapRoad\\empty"] == {}
     assert registry["HKEY_LOCAL_MACHINE\\Software\\Shared"] == {}
+
+
+def test_json_is_as_its_schema_says(desk):
+    schema = json.loads((ROOT / "docs" / "keykit.schema.json").read_text())
+    checker = jsonschema.Draft202012Validator(schema)
+    for file in CAPTURES:
+        assert list(checker.iter_errors(json.loads(desk.emit("json", file).stdout))) == [], file
+    broken = json.loads(desk.emit("json", CAPTURES[0]).stdout)
+    broken["components"][0]["keys"][0]["values"][0]["type"] = "REG_SZ"
+    assert len(list(checker.iter_errors(broken))) == 1
 
 
 def test_a_reg_file_that_is_emitted_again_is_the_same(desk):

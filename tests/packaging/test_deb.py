@@ -15,9 +15,10 @@ BITNESSES = ("x64", "x86")
 LIBRARY = "usr/lib/keyreap"
 DOC = "usr/share/doc/keyreap"
 
-LINKS = {"usr/bin/keyreap": "../lib/keyreap/keyreap", DOC + "/LICENSE": "copyright"}
+COMMANDS = ("keyreap", "keykit")
+LINKS = {**{"usr/bin/" + name: "../lib/keyreap/" + name for name in COMMANDS}, DOC + "/LICENSE": "copyright"}
 
-NATIVE_TOOLS = ["capturecheck", "observer", "requestfilter"]
+NATIVE_TOOLS = ["capturecheck", "keykit", "observer", "requestfilter"]
 CMAKE_FILES = ["Keyreap", "KeyreapCapture", "KeyreapConfig", "KeyreapConfigVersion", "mingw", "typelibrary"]
 
 LINK = re.compile(r"\]\(([^)#\s]+)[^)\s]*\)")
@@ -41,11 +42,11 @@ def used_scripts():
 def expected_files():
     programs = ["bin/%s/Keyreap.exe", "bin/%s/Keyreap.pdb", "samples/%s/thermometer.dll"]
     programs += ["tools/%s/explain.exe", "tools/%s/startrecorder.exe"]
-    library = ["keyreap", "prebuilt", *used_scripts(), *("tools/" + name for name in NATIVE_TOOLS)]
+    library = [*COMMANDS, "prebuilt", *used_scripts(), *("tools/" + name for name in NATIVE_TOOLS)]
     library += ["stage/" + program % bitness for program in programs for bitness in BITNESSES]
     cmake = [*("%s.cmake" % name for name in CMAKE_FILES), "oaidl.idl"]
     documents = ["README.md", "copyright", "changelog.gz", *tracked("docs", "examples")]
-    others = ["usr/share/man/man1/keyreap.1.gz", "usr/share/lintian/overrides/keyreap"]
+    others = [*("usr/share/man/man1/%s.1.gz" % name for name in COMMANDS), "usr/share/lintian/overrides/keyreap"]
     folders = {LIBRARY: library, "usr/lib/cmake/Keyreap": cmake, DOC: documents}
     return sorted(["%s/%s" % (folder, name) for folder, names in folders.items() for name in names] + others)
 
@@ -62,7 +63,7 @@ def test_the_command_and_the_license_are_links(package):
 
 def test_the_scripts_and_the_programs_are_those_of_the_tree(package):
     library = package.tree / LIBRARY
-    for name in ("keyreap", *used_scripts()):
+    for name in (*COMMANDS, *used_scripts()):
         assert (library / name).read_bytes() == (ROOT / name).read_bytes(), name
     for file in filter(Path.is_file, (library / "stage").rglob("*")):
         assert file.read_bytes() == (ROOT / "build" / file.relative_to(library)).read_bytes(), file
@@ -165,6 +166,11 @@ def test_every_override_of_lintian_is_needed(judged):
     assert [line for line in judged if "unused-override" in line or "mismatched-override" in line] == []
 
 
+def test_the_second_command_works_where_it_is_unpacked(package, tmp_path):
+    result = run(package.tree / "usr/bin/keykit", "--help", env=dict(os.environ, XDG_CACHE_HOME=str(tmp_path)))
+    assert result.returncode == 0 and "emit" in result.stdout, result.stderr
+
+
 def test_the_usage_names_the_installed_command(package):
     result = run(package.tree / "usr/bin/keyreap", "--help")
     assert (result.returncode, result.stdout) == (0, "")
@@ -200,9 +206,9 @@ def test_links_among_the_documents_have_targets(package):
     assert seen > 50 and wrong == []
 
 
-def manual(package, *words):
+def manual(package, *words, name="keyreap"):
     environment = dict(os.environ, MANWIDTH="80", LC_ALL="C.UTF-8", MAN_KEEP_FORMATTING="")
-    page = package.tree / "usr/share/man/man1/keyreap.1.gz"
+    page = package.tree / ("usr/share/man/man1/%s.1.gz" % name)
     return run("man", *words, "-l", page, env=environment, stdin=subprocess.DEVNULL)
 
 
@@ -212,6 +218,13 @@ def test_the_manual_page_has_no_errors(package):
     for section in ("NAME", "SYNOPSIS", "OPTIONS", "EXIT STATUS", "ENVIRONMENT", "FILES", "EXAMPLES", "SEE ALSO"):
         assert section in result.stdout.splitlines(), section
     assert "keyreap " + package.field("Version") in result.stdout
+
+
+def test_the_manual_page_of_the_second_command_has_no_errors(package):
+    result = manual(package, "--warnings=w", name="keykit")
+    assert (result.returncode, result.stderr) == (0, "")
+    for section in ("NAME", "SYNOPSIS", "OPTIONS", "EXIT STATUS", "SEE ALSO"):
+        assert section in result.stdout.splitlines(), section
 
 
 def test_the_manual_page_names_files_and_variables_that_exist(package):
@@ -307,7 +320,7 @@ MAKE = """
     make_deb "$2"
 """
 
-PACKAGED = ["keyreap", "LICENSE", "README.md", "CMakeLists.txt", "scripts", "packaging", "cmake", "docs", "examples"]
+PACKAGED = ["keyreap", "keykit", "LICENSE", "README.md", "CMakeLists.txt", "scripts", "packaging", "cmake", "docs", "examples"]
 
 
 NOBODY = 65534
