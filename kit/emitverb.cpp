@@ -180,7 +180,7 @@ std::string SentenceOf(const EmitNote& note) {
     const EntryPlace& place = note.place;
     std::wstring sentence;
     if (!place.file.empty()) {
-        sentence = place.file + L':' + std::to_wstring(place.line) + L": ";
+        sentence = place.file + (place.line == 0 ? L"" : L':' + std::to_wstring(place.line)) + L": ";
     }
     if (!place.key.empty()) {
         sentence += place.key;

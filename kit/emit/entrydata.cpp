@@ -3,6 +3,7 @@
 #include "platform/core/text/compare.h"
 #include "platform/core/text/text.h"
 #include "regfile/valuetext.h"
+#include "regmodel/straynames.h"
 
 #include <algorithm>
 #include <array>
@@ -60,6 +61,8 @@ std::wstring ReasonAgainst(const RegEntry& entry) {
     return {};
 }
 
+constexpr std::wstring_view hasTemporaryTree = L"has the name of a key of the temporary tree of the capture";
+
 // Fills in what belongs to the type.
 std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallValue& value) {
     if (IsText(entry.type)) {
@@ -67,11 +70,17 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
         if (!text) {
             return L"has data after the end of its text";
         }
+        if (NamesTemporaryTree(*text)) {
+            return std::wstring(hasTemporaryTree);
+        }
         value.text = IsPlaceOfFile(value.place) ? paths.ReplacedPlace(*text) : paths.Replaced(*text);
     } else if (IsOfType(entry.type, RegType::MultiSz)) {
         const std::optional<std::vector<std::wstring>> list = WholeList(entry);
         if (!list) {
             return L"has an empty text in its list";
+        }
+        if (std::ranges::any_of(*list, NamesTemporaryTree)) {
+            return std::wstring(hasTemporaryTree);
         }
         std::ranges::transform(*list, std::back_inserter(value.list),
                                [&paths](const std::wstring& text) { return paths.Replaced(text); });

@@ -6,6 +6,7 @@
 #include "kit/emit/objectowners.h"
 #include "kit/emit/stableguid.h"
 #include "platform/core/text/compare.h"
+#include "regmodel/straynames.h"
 
 #include <algorithm>
 #include <map>
@@ -46,6 +47,25 @@ std::vector<CapturedPath> AllPathsOf(const InstallSettings& settings) {
     return paths;
 }
 
+bool HasValue(const RegDocument& document) {
+    const auto isValue = [](const RegEntry& entry) { return entry.kind != RegEntryKind::Deletion; };
+    return std::ranges::any_of(document.sections, [&isValue](const RegSection& section) {
+        return !section.isDeletion && std::ranges::any_of(section.entries, isValue);
+    });
+}
+
+// Why a key is none that a server registered; empty if it can be one.
+std::wstring ReasonAgainstKey(std::wstring_view path) {
+    switch (StrayNameOf(path)) {
+    case StrayName::TemporaryTree:
+        return L"is a key of the temporary tree of the capture";
+    case StrayName::NoRoot:
+        return L"is a key of an account whose registry the capture doesn't know";
+    default:
+        return {};
+    }
+}
+
 class Builder {
 public:
     Builder(const InstallSettings& settings, std::vector<EmitNote>& notes)
@@ -55,6 +75,9 @@ public:
         for (const RegAmbiguity& ambiguity : capture.document.ambiguities) {
             notes.push_back({{capture.file, ambiguity.line, {}, false, {}},
                              L"can be read in two ways: " + ambiguity.reading});
+        }
+        if (!HasValue(capture.document)) {
+            notes.push_back({{capture.file, 0, {}, false, {}}, L"no value was captured"});
         }
         const ObjectOwners owners(capture.document);
         std::vector<Part> parts;
@@ -98,6 +121,10 @@ private:
         EntryPlace origin{capture.file, section.line, section.path, true, {}};
         if (section.isDeletion) {
             Note(origin, L"is a deletion");
+            return;
+        }
+        if (const std::wstring reason = ReasonAgainstKey(section.path); !reason.empty()) {
+            NoteAll(section, origin, reason);
             return;
         }
         std::variant<InstallPlace, std::wstring> place = InstallPlaceOf(section.path, settings.scope);

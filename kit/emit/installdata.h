@@ -28,7 +28,7 @@ using PieceText = std::vector<Piece>;
 // Where an entry comes from, for messages.
 struct EntryPlace {
     std::wstring file;
-    std::size_t line = 0;
+    std::size_t line = 0; // 0: the whole file
     std::wstring key;
     bool isKey = false; // the key itself, and not a value of it
     std::wstring value; // empty: the default value

@@ -16,6 +16,17 @@ using testsupport::SettingsOf;
 
 constexpr std::wstring_view path = L"@=\"Z:\\\\build\\\\bin\\\\a.dll\"";
 
+// The units of a text and a NUL, as the bytes of an entry.
+std::wstring HexOf(std::wstring_view text) {
+    std::wstring hex;
+    for (const std::uint8_t byte : UnitData(std::wstring(text) + L'\0')) {
+        constexpr std::wstring_view digits = L"0123456789abcdef";
+        hex += {digits[byte >> 4], digits[byte & 15], L','};
+    }
+    hex.pop_back();
+    return hex;
+}
+
 std::vector<std::wstring> KeysOf(const InstallComponent& component) {
     std::vector<std::wstring> keys;
     for (const InstallKey& key : component.keys) {
@@ -79,6 +90,58 @@ TEST(InstallDataOf, WhatIsNotCarriedIsNamed) {
                             L"HKEY_CLASSES_ROOT\\y: is a deletion", L"HKEY_OTHER\\z: is in no known root",
                             L"HKEY_LOCAL_MACHINE|n: is in a root itself"));
     EXPECT_THAT(emitted.data.components.at(0).keys.at(0).values, SizeIs(1));
+}
+
+TEST(InstallDataOf, AKeyThatNoServerRegisteredIsNamed) {
+    const Emitted emitted =
+        EmittedOf({L"[HKEY_CLASSES_ROOT\\x]", path,
+                   L"[HKEY_CURRENT_USER\\SOFTWARE\\velmoro\\Tesselink\\Temporary\\HKCR]", L"@=\"a\"",
+                   L"\"n\"=\"b\"", L"[HKEY_USERS\\.DEFAULT\\Software\\Velmoro\\Tesselink\\Temporary]",
+                   L"[HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\Software\\K]", L"@=\"c\"",
+                   L"[UNKNOWN!!Software\\K]", L"@=\"d\""});
+    EXPECT_THAT(
+        emitted.Reasons(),
+        ElementsAre(
+            L"HKEY_CURRENT_USER\\SOFTWARE\\velmoro\\Tesselink\\Temporary\\HKCR|: is a key of the temporary "
+            L"tree of "
+            L"the capture",
+            L"HKEY_CURRENT_USER\\SOFTWARE\\velmoro\\Tesselink\\Temporary\\HKCR|n: is a key of the temporary "
+            L"tree of "
+            L"the capture",
+            L"HKEY_USERS\\.DEFAULT\\Software\\Velmoro\\Tesselink\\Temporary: is a key of the temporary tree "
+            L"of the "
+            L"capture",
+            L"HKEY_LOCAL_MACHINE\\S-1-12-1-1-2-3-4\\Software\\K|: is a key of an account whose registry the "
+            L"capture "
+            L"doesn't know",
+            L"UNKNOWN!!Software\\K|: is a key of an account whose registry the capture doesn't know"));
+    EXPECT_THAT(emitted.data.components, SizeIs(1));
+    EXPECT_THAT(KeysOf(emitted.data.components.at(0)), ElementsAre(L"Software\\Classes\\x"));
+}
+
+TEST(InstallDataOf, ATextWithTheTemporaryTreeIsNamed) {
+    const Emitted emitted = EmittedOf(
+        {L"[HKEY_CLASSES_ROOT\\x]", path,
+         L"[HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary files]",
+         L"\"near\"=\"Velmoro\\\\Tesselink\\\\Temporary\"",
+         L"\"text\"=\"HKCU\\\\software\\\\Velmoro\\\\Tesselink\\\\Temporary\\\\HKLM\"",
+         L"\"list\"=hex(7):" + HexOf(std::wstring_view(L"a\0Software\\Velmoro\\Tesselink\\Temporary\0", 40)),
+         L"\"expand\"=hex(2):" + HexOf(L"Software\\Velmoro\\Tesselink\\Temporary")});
+    const std::wstring reason = L": has the name of a key of the temporary tree of the capture";
+    const std::wstring key = L"HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink\\Temporary files|";
+    EXPECT_THAT(emitted.Reasons(),
+                ElementsAre(key + L"text" + reason, key + L"list" + reason, key + L"expand" + reason));
+    EXPECT_THAT(emitted.data.components.at(1).keys.at(0).values, SizeIs(1));
+}
+
+TEST(InstallDataOf, ACaptureWithoutAnyValueIsNamed) {
+    const std::wstring none = L": no value was captured";
+    const std::wstring unnamed = L": no entry names Z:\\build\\bin\\a.dll";
+    EXPECT_THAT(EmittedOf({L"[HKEY_CLASSES_ROOT]", L"[HKEY_CURRENT_USER\\Software\\x]"}).Reasons(),
+                ElementsAre(none, unnamed));
+    EXPECT_THAT(EmittedOf({L"[HKEY_CLASSES_ROOT\\x]", L"\"n\"=-"}).Reasons(),
+                ElementsAre(none, L"HKEY_CLASSES_ROOT\\x|n: is a deletion", unnamed));
+    EXPECT_THAT(EmittedOf({L"[HKEY_CLASSES_ROOT\\x]", L"@=\"a\""}).Reasons(), ElementsAre(unnamed));
 }
 
 TEST(InstallDataOf, AHarvestsOtherTextIsNamedAndItsOwnKeysAreNot) {
