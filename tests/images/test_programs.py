@@ -26,6 +26,7 @@ from programimage import (
 
 ROOT = Path(__file__).resolve().parents[2]
 STAGE = ROOT / "build" / "stage"
+BITNESSES = ("x64", "x86")
 VERSION = re.search(r"^project\(.* VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text(), re.M)[1]
 ALLOWED = allowed_imports(Path(__file__).with_name("windows7imports.txt").read_text())
 
@@ -36,6 +37,7 @@ class Program:
     level: str  # the rights that it asks for
     has_windows: bool = False
     has_symbols: bool = False  # a program database is shipped beside it
+    bitnesses: tuple[str, ...] = BITNESSES
 
     @property
     def name(self):
@@ -53,17 +55,15 @@ class Program:
 
 KEYREAP = Program("bin/{}/Keyreap.exe", "requireAdministrator", has_windows=True, has_symbols=True)
 EXPLAIN = Program("tools/{}/explain.exe", "asInvoker")
-PROGRAMS = (KEYREAP, EXPLAIN, Program("tools/{}/startrecorder.exe", "asInvoker"))
+STARTRECORDER = Program("tools/{}/startrecorder.exe", "asInvoker")
+KEYKIT = Program("bin/{}/KeyKit.exe", "asInvoker", bitnesses=("x64",))
+PROGRAMS = [(program, bitness) for program in (KEYREAP, EXPLAIN, STARTRECORDER, KEYKIT) for bitness in program.bitnesses]
 # It isn't staged: only the zip has it.
 SELFCHECK = Program("../{}/tools/selfcheck/selfcheck.exe", "asInvoker")
-BITNESSES = ("x64", "x86")
-
-each_program = pytest.mark.parametrize("program", PROGRAMS, ids=lambda program: program.name)
-each_bitness = pytest.mark.parametrize("bitness", BITNESSES)
 
 
 def test_every_program_that_is_staged_is_checked():
-    assert set(STAGE.rglob("*.exe")) == {program.file(bitness) for program in PROGRAMS for bitness in BITNESSES}
+    assert set(STAGE.rglob("*.exe")) == {program.file(bitness) for program, bitness in PROGRAMS}
 
 
 def faults_of(program, bitness):
@@ -73,8 +73,7 @@ def faults_of(program, bitness):
     return faults + list(symbol_faults(image, file.with_suffix(".pdb"), required=program.has_symbols))
 
 
-@each_bitness
-@each_program
+@pytest.mark.parametrize("program, bitness", PROGRAMS, ids=lambda value: getattr(value, "name", value))
 def test_a_shipped_program_has_no_fault(program, bitness):
     assert faults_of(program, bitness) == []
 
