@@ -5,7 +5,6 @@
 #include "regmodel/regentry.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace keyreap {
 
@@ -60,7 +59,9 @@ public:
                 std::ranges::for_each(component.keys, [this](const InstallKey& key) { RemoveValues(key); });
             }
         }
-        for (const KeyName& key : KeysToRemove(data) | std::views::reverse) {
+        std::vector<KeyName> removed = KeysToRemove(data);
+        std::ranges::reverse(removed);
+        for (const KeyName& key : removed) {
             if (CanWrite(key.path)) {
                 Line(L"DeleteRegKey /ifempty " + Place(key.root, key.path));
             }
