@@ -93,7 +93,7 @@ def test_every_function_is_in_the_symbol_file(example):
     assert wanted <= there
 
 
-def test_lines_are_those_of_the_dwarf_table(example):
+def assert_same_lines(example):
     addresses = [address for start, end, _ in example.own_ranges() for address in range(start, end)]
     given = "".join("%#x\n" % address for address in addresses)
     lines = output(tool(example.bitness, "addr2line"), "-e", example.linked, given=given).splitlines()
@@ -103,6 +103,25 @@ def test_lines_are_those_of_the_dwarf_table(example):
     pairs = [(wanted, seen) for wanted, seen in zip(expected, found) if wanted[1] not in ("?", "0")]
     assert len(pairs) > 100
     assert [(wanted[0].split("/")[-1], wanted[1]) for wanted, _ in pairs] == [(seen[0].split("/")[-1], seen[1]) for _, seen in pairs]
+
+
+def test_lines_are_those_of_the_dwarf_table(example):
+    assert_same_lines(example)
+
+
+@pytest.mark.parametrize("bitness", TARGETS)
+@pytest.mark.parametrize("version", [3, 5])
+def test_lines_are_those_of_a_table_of_another_version(bitness, version, tmp_path):
+    other = Example(bitness, tmp_path, f"-gdwarf-{version}")
+    units = output(tool(bitness, "objdump"), "--dwarf=rawline", other.linked).split("DWARF Version:")
+    assert [unit.split()[0] for unit in units[1:] if "example.cpp" in unit] == [str(version)]
+    assert_same_lines(other)
+
+
+def test_a_reader_finds_functions_by_their_names(example):
+    names = ["example::Window::Doubled", "example::(anonymous namespace)::Hidden", "Called", "mainCRTStartup"]
+    text = example.dump("-globals", *[f"-global-name={name}" for name in names])
+    assert sorted(re.findall(r"S_L?PROCREF.*`(.*)`", text)) == sorted(names)
 
 
 def test_the_readers_of_all_parts_accept_the_file(example):
@@ -182,7 +201,7 @@ def header_checksum(data):
     return struct.unpack_from("<I", data, place)[0], total + len(data)
 
 
-def test_the_header_has_the_checksum_and_the_size_of_the_image(example):
+def test_the_header_has_the_checksum_and_the_sizes_of_the_image(example):
     data = example.shipped.read_bytes()
     there, expected = header_checksum(data)
     assert there == expected
@@ -193,6 +212,17 @@ def test_the_header_has_the_checksum_and_the_size_of_the_image(example):
         for length, address in re.findall(r"VirtualSize: (0x\w+)\n\s*VirtualAddress: (0x\w+)", text)
     ]
     assert size == -(-max(ends) // 4096) * 4096
+    initialized = [int(size) for size in re.findall(r"RawDataSize: (\d+)(?:(?!Section {).)*IMAGE_SCN_CNT_INITIALIZED_DATA", text, re.S)]
+    assert len(initialized) > 3
+    assert int(re.search(r"SizeOfInitializedData: (\d+)", text)[1]) == sum(initialized)
+
+
+def test_the_header_says_that_the_image_has_no_symbols(example):
+    text = output("llvm-readobj", "--file-headers", example.shipped)
+    assert "PointerToSymbolTable: 0x0\n" in text and "SymbolCount: 0\n" in text
+    assert "IMAGE_FILE_LINE_NUMS_STRIPPED" in text and "IMAGE_FILE_LOCAL_SYMS_STRIPPED" in text
+    # Debuggers take that for debug information in a file of another format.
+    assert "IMAGE_FILE_DEBUG_STRIPPED" not in text
 
 
 def test_an_image_that_was_stripped_already_is_refused_and_stays(example, tmp_path):
@@ -212,3 +242,11 @@ def test_a_large_stream_is_whole(tmp_path):
     for number, stream in ((1, large), (2, b"end")):
         output("llvm-pdbutil", "export", f"-stream={number}", f"-out={tmp_path / 'stream'}", file)
         assert (tmp_path / "stream").read_bytes() == stream
+
+
+@pytest.mark.parametrize("count", range(BLOCK - 8, BLOCK))
+def test_the_number_of_blocks_is_that_of_the_file(count):
+    """Also where the last one is the first of an interval, which has maps in its second and third."""
+    data = packed([bytes(BLOCK * count)])
+    (blocks,) = struct.unpack_from("<I", data, 40)
+    assert blocks * BLOCK == len(data)

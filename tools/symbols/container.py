@@ -30,6 +30,9 @@ def packed(streams):
     directory = struct.pack("<I", len(streams)) + numbered([len(stream) for stream in streams])
     directory += b"".join(numbered(place) for place in places)
     (directory_place,) = add(numbered(add(directory)))
+    # The maps of the last interval are there whole.
+    while (len(blocks) - 1) % BLOCK < MAPS[1]:
+        blocks.append(b"")
     blocks[0] = MAGIC + struct.pack("<IIIIII", BLOCK, MAPS[0], len(blocks), len(directory), 0, directory_place)
     fill_maps(blocks)
     return b"".join(block.ljust(BLOCK, b"\0") for block in blocks)
@@ -39,9 +42,6 @@ def fill_maps(blocks):
     """A bit is 1 for a free block: the blocks after the last one are free."""
     count = len(blocks)
     last = (count - 1) // BLOCK
-    # The maps of the last interval are there whole.
-    while len(blocks) <= last * BLOCK + MAPS[1]:
-        blocks.append(b"")
     used = (1 << count) - 1
     bits = (~used & ((1 << (8 * BLOCK * (last + 1))) - 1)).to_bytes(BLOCK * (last + 1), "little")
     for interval in range(last + 1):
