@@ -158,9 +158,9 @@ same_toolchain() {
 
 toolchain_of() {
     case $1 in
-    clang-*) cross_toolchain && versions_of clang lld ;;
+    clang-*) cross_toolchain && versions_of clang "clang-[0-9]*" lld "lld-[0-9]*" ;;
     *x64 | *x86) cross_toolchain ;;
-    fuzz) versions_of clang "libstdc++-*-dev" libc6-dev googletest ;;
+    fuzz) versions_of clang "clang-[0-9]*" "libstdc++-*-dev" libc6-dev googletest ;;
     keykit) native_toolchain && versions_of "${HEADER_PACKAGES[@]}" ;;
     *) native_toolchain && versions_of googletest ;;
     esac
