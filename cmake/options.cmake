@@ -15,8 +15,12 @@ option(KEYREAP_WARNINGS_AS_ERRORS "Fail on a compiler's warning" ON)
 set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 
 if(MSVC)
-  # C4458 is about parameters that have the names of members, which they may. On x86 stacks are walked along frame pointers.
-  target_compile_options(keyreap_options INTERFACE /W4 /wd4458 /utf-8 /EHa /permissive- /Oy-)
+  # C4458 is about parameters that have the names of members, which they may.
+  target_compile_options(keyreap_options INTERFACE /W4 /wd4458 /utf-8 /EHa /permissive-)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # Stacks are walked along frame pointers there.
+    target_compile_options(keyreap_options INTERFACE /Oy-)
+  endif()
   if(KEYREAP_WARNINGS_AS_ERRORS)
     target_compile_options(keyreap_options INTERFACE /WX)
   endif()
