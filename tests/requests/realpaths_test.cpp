@@ -9,13 +9,15 @@
 namespace keyreap {
 namespace {
 
+constexpr ACCESS_MASK requestedViews[] = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
+
 const std::wstring softwareKey = L"\\REGISTRY\\Machine\\Software";
 
 // Opens and creates many keys in every view, and keeps the path that the system gives for each.
 class RealPaths : public LoggerTest {
 protected:
     void Ask(const NativeTestKey& parent, const std::wstring& name) {
-        for (const ACCESS_MASK view : {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+        for (const ACCESS_MASK view : requestedViews) {
             const auto opened = NativeTestKey::Open(parent.Handle(), name, KEY_QUERY_VALUE | view);
             if (opened.IsOpen()) {
                 paths.push_back(opened.RealPath());

@@ -9,8 +9,6 @@ namespace keyreap::samples {
 
 namespace {
 
-constexpr wchar_t ownKey[] = L"Software\\KeyreapStarting";
-
 #ifdef REPEATS
 
 void WriteAtAttach() {
@@ -23,6 +21,8 @@ void WriteAtAttach() {
 }
 
 #else
+
+constexpr wchar_t ownKey[] = L"Software\\KeyreapStarting";
 
 class Constructed {
 public:
