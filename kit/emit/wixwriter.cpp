@@ -23,6 +23,21 @@ std::wstring SignedNumber(std::uint32_t number) {
     return std::to_wstring(static_cast<std::int32_t>(number));
 }
 
+std::wstring TypeOf(const InstallValue& value) {
+    switch (static_cast<RegType>(value.type)) {
+    case RegType::ExpandSz:
+        return L"expandable";
+    case RegType::Dword:
+        return L"integer";
+    case RegType::Binary:
+        return L"binary";
+    case RegType::MultiSz:
+        return L"multiString";
+    default:
+        return L"string";
+    }
+}
+
 class WixWriter {
 public:
     WixWriter(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes)
@@ -121,21 +136,6 @@ private:
         xml.Close();
     }
 
-    static std::wstring TypeOf(const InstallValue& value) {
-        switch (static_cast<RegType>(value.type)) {
-        case RegType::ExpandSz:
-            return L"expandable";
-        case RegType::Dword:
-            return L"integer";
-        case RegType::Binary:
-            return L"binary";
-        case RegType::MultiSz:
-            return L"multiString";
-        default:
-            return L"string";
-        }
-    }
-
     std::wstring DataOf(const InstallValue& value) const {
         switch (static_cast<RegType>(value.type)) {
         case RegType::Dword:
@@ -207,10 +207,12 @@ private:
             AddRow(key, key.isOwn ? L"*" : L"+", L"string", L"");
         }
         for (const InstallValue& value : key.values) {
+            // wixl has no type for lists. It doesn't change a string that begins with the separator.
+            const bool isList = static_cast<RegType>(value.type) == RegType::MultiSz;
             if (HasTwoDollars(value)) {
                 notes.push_back({value.place, L"has two dollar signs in a row, which wixl changes"});
             } else {
-                AddRow(key, Text(value.name), TypeOf(value), DataOf(value));
+                AddRow(key, Text(value.name), isList ? L"string" : TypeOf(value), DataOf(value));
             }
         }
     }
@@ -227,20 +229,6 @@ private:
             hasKeyPath = true;
         }
         xml.AddEmpty("RegistryValue", attributes);
-    }
-
-    // wixl has no type for lists. It doesn't change a string that begins with the separator.
-    static std::wstring_view TypeOf(const InstallValue& value) {
-        switch (static_cast<RegType>(value.type)) {
-        case RegType::ExpandSz:
-            return L"expandable";
-        case RegType::Dword:
-            return L"integer";
-        case RegType::Binary:
-            return L"binary";
-        default:
-            return L"string";
-        }
     }
 
     // Begins with what says the type to Windows Installer where some releases of wixl don't write it.
