@@ -3,6 +3,7 @@
 #include "platform/core/stacktrace/stacktrace.h"
 #include "platform/core/stacktrace/stacktracetext.h"
 #include "platform/core/structuredexceptions.h"
+#include "platform/os/winehost.h"
 #include "tests/unit/stacktrace/capturedcontext.h"
 
 #include <gmock/gmock.h>
@@ -13,8 +14,17 @@ namespace keyreap {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
+
+// Whether the debug help can follow the frames of this program. Wine 8's takes the first of a function's
+// frame records for all of it, and then stays in that frame.
+bool FollowsFrames() {
+#ifdef KEYREAP_FRAME_RECORDS
+    return !RunsOnWine();
+#else
+    return true;
+#endif
+}
 
 struct Fault {
     DWORD code;
@@ -148,7 +158,8 @@ TEST(TranslateStructuredException, PutsTheTraceAfterTheFirstLine) {
                            L"[0x0000000000001234]\r\n" +
                            std::wstring(StackTraceHeader) + L"[0x"));
     EXPECT_THAT(exception.Message(), HasSubstr(L"exceptiontranslation_test.cpp:"));
-    EXPECT_THAT(exception.Message(), Not(HasSubstr(std::wstring(moreFramesLine))));
+    const bool isCut = exception.Message().find(moreFramesLine) != std::wstring::npos;
+    EXPECT_EQ(isCut, !FollowsFrames());
 }
 
 // The translation of a fault in a function that first calls itself `frames` times.
