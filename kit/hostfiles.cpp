@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 
 namespace keyreap {
@@ -31,9 +30,15 @@ std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::string& name) 
     if (!std::filesystem::is_regular_file(PathOf(name), error)) {
         return std::nullopt;
     }
-    std::ifstream stream(PathOf(name), std::ios::binary);
-    std::vector<std::uint8_t> bytes(std::istreambuf_iterator<char>(stream), {});
-    return stream.is_open() && !stream.bad() ? std::optional(std::move(bytes)) : std::nullopt;
+    std::ifstream stream(PathOf(name), std::ios::binary | std::ios::ate);
+    const std::streamoff size = stream.tellg();
+    if (!stream || size < 0) {
+        return std::nullopt;
+    }
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    stream.seekg(0);
+    stream.read(reinterpret_cast<char*>(bytes.data()), size);
+    return stream ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 bool WriteWholeFile(const std::string& name, std::string_view bytes) {
