@@ -2,19 +2,16 @@
 #include "kit/emit/emitwriters.h"
 #include "kit/emit/stableguid.h"
 #include "kit/hostfiles.h"
-#include "kit/serverfile.h"
+#include "kit/inputs.h"
 #include "kit/verb.h"
 #include "platform/core/text/utf8.h"
-#include "regmodel/regtextreader.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <iostream>
 #include <memory>
-#include <stdexcept>
 
 namespace keyreap {
 
@@ -31,12 +28,6 @@ struct EmitWords {
     std::string scope = "machine";
     std::string bitness;
     std::string output;
-};
-
-// A sentence about an argument or a file with which nothing can be made.
-class Refusal : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
 };
 
 using Writer =
@@ -108,18 +99,6 @@ CapturedPath ReplacementOf(const std::string& word, const EmitKind& kind) {
     return {path, false, {PieceKind::Directory, FolderOf(word.substr(sign + 1), kind, "--replace"), 0}};
 }
 
-std::vector<ServerFile> ServersOf(const EmitWords& words) {
-    std::vector<ServerFile> servers;
-    for (const std::string& word : words.servers) {
-        std::variant<ServerFile, std::string> server = ReadServer(word);
-        if (const auto* const reason = std::get_if<std::string>(&server)) {
-            throw Refusal(*reason);
-        }
-        servers.push_back(std::get<ServerFile>(std::move(server)));
-    }
-    return servers;
-}
-
 std::string NameOf(const ServerFile& file) {
     return ReadableUtf8(file.server.fileName);
 }
@@ -154,26 +133,13 @@ InstallSettings SettingsOf(const EmitWords& words, const EmitKind& kind) {
     settings.scope = words.scope == "user" ? InstallScope::User : InstallScope::Machine;
     settings.directory =
         FolderOf(words.directory.empty() ? kind.folder : words.directory, kind, "--directory");
-    const std::vector<ServerFile> servers = ServersOf(words);
+    const std::vector<ServerFile> servers = ReadServers(words.servers);
     settings.bitness = BitnessOf(words, servers);
     std::ranges::transform(servers, std::back_inserter(settings.servers), &ServerFile::server);
     for (const std::string& word : words.replacements) {
         settings.replacements.push_back(ReplacementOf(word, kind));
     }
     return settings;
-}
-
-Capture CaptureOf(const std::string& name) {
-    const auto bytes = ReadWholeFile(name);
-    if (!bytes) {
-        throw Refusal(name + ": the capture can't be read");
-    }
-    std::variant<RegDocument, RegReadError> document = ReadRegDocument(*bytes);
-    const std::wstring file = UnitsOfUtf8(name).value_or(L"?");
-    if (const auto* const error = std::get_if<RegReadError>(&document)) {
-        throw Refusal(ReadableUtf8(ErrorText(file, *error)));
-    }
-    return {file, std::get<RegDocument>(std::move(document))};
 }
 
 std::string SentenceOf(const EmitNote& note) {
@@ -192,24 +158,13 @@ std::string SentenceOf(const EmitNote& note) {
     return ReadableUtf8(sentence + note.reason);
 }
 
-void Write(const EmitWords& words, const std::string& bytes) {
-    if (words.output.empty()) {
-        std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        std::cout.flush();
-    }
-    if (words.output.empty() ? !std::cout : !WriteWholeFile(words.output, bytes)) {
-        throw Refusal((words.output.empty() ? "standard output" : words.output) + ": it can't be written");
-    }
-}
-
 int Emit(const EmitWords& words) {
     const EmitKind& kind = KindOf(words.kind);
     const InstallSettings settings = SettingsOf(words, kind);
-    std::vector<Capture> captures;
-    std::ranges::transform(words.captures, std::back_inserter(captures), CaptureOf);
+    const std::vector<Capture> captures = ReadCaptures(words.captures);
     std::vector<EmitNote> notes;
     const InstallData data = InstallDataOf(captures, settings, notes);
-    Write(words, kind.write(data, captures, notes));
+    WriteOutput(words.output, kind.write(data, captures, notes));
     for (const EmitNote& note : notes) {
         Say(SentenceOf(note));
     }

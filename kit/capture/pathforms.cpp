@@ -1,4 +1,4 @@
-#include "kit/emit/pathforms.h"
+#include "kit/capture/pathforms.h"
 
 #include "platform/core/text/compare.h"
 #include "platform/core/text/text.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kit/emit/installdata.h"
+#include "kit/capture/piecetext.h"
 
 #include <cstddef>
 #include <cstdint>

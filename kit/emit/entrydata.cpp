@@ -1,12 +1,10 @@
 #include "kit/emit/entrydata.h"
 
-#include "platform/core/text/compare.h"
 #include "platform/core/text/text.h"
 #include "regfile/valuetext.h"
 #include "regmodel/straynames.h"
 
 #include <algorithm>
-#include <array>
 
 namespace keyreap {
 
@@ -18,17 +16,6 @@ bool IsOfType(std::uint32_t type, RegType wanted) {
 
 bool IsText(std::uint32_t type) {
     return IsOfType(type, RegType::Sz) || IsOfType(type, RegType::ExpandSz);
-}
-
-// The keys whose default value is a file, with arguments or a resource's number.
-bool IsPlaceOfFile(const EntryPlace& place) {
-    constexpr std::array<std::wstring_view, 9> keys = {
-        L"InprocServer32", L"InprocHandler32", L"LocalServer32", L"InprocServer", L"LocalServer",
-        L"DefaultIcon",    L"ToolboxBitmap32", L"win32",         L"win64",
-    };
-    const std::wstring_view name = std::wstring_view(place.key).substr(place.key.rfind(L'\\') + 1);
-    return !place.isKey && place.value.empty() &&
-           std::ranges::any_of(keys, [name](std::wstring_view key) { return EqualFolded(name, key); });
 }
 
 // The units up to the last NULs; none if there are others before them.
@@ -73,7 +60,9 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
         if (NamesTemporaryTree(*text)) {
             return std::wstring(hasTemporaryTree);
         }
-        value.text = IsPlaceOfFile(value.place) ? paths.ReplacedPlace(*text) : paths.Replaced(*text);
+        value.text = !value.place.isKey && IsPlaceOfFile(value.place.key, value.place.value)
+                         ? paths.ReplacedPlace(*text)
+                         : paths.Replaced(*text);
     } else if (IsOfType(entry.type, RegType::MultiSz)) {
         const std::optional<std::vector<std::wstring>> list = WholeList(entry);
         if (!list) {
@@ -95,13 +84,8 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
 }
 
 std::wstring PathLeftInPieces(const PieceText& pieces) {
-    for (const Piece& piece : pieces) {
-        const std::wstring path = piece.kind == PieceKind::Literal ? AbsolutePathIn(piece.text) : L"";
-        if (!path.empty()) {
-            return L"has a path of the build machine: " + path;
-        }
-    }
-    return {};
+    const std::wstring path = AbsolutePathLeftIn(pieces);
+    return path.empty() ? L"" : L"has a path of the build machine: " + path;
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "kit/capture/pathforms.h"
 #include "kit/emit/installdata.h"
-#include "kit/emit/pathforms.h"
 #include "regmodel/regentry.h"
 
 #include <optional>

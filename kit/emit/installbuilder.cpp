@@ -1,5 +1,6 @@
 #include "kit/emit/installbuilder.h"
 
+#include "kit/capture/serverpaths.h"
 #include "kit/emit/componentnames.h"
 #include "kit/emit/entrydata.h"
 #include "kit/emit/installplace.h"
@@ -9,6 +10,7 @@
 #include "regmodel/straynames.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <tuple>
@@ -17,41 +19,24 @@ namespace keyreap {
 
 namespace {
 
+std::vector<std::wstring> CapturedPathsOf(const InstallSettings& settings) {
+    std::vector<std::wstring> paths;
+    std::ranges::transform(settings.servers, std::back_inserter(paths), &InstallServer::capturedPath);
+    return paths;
+}
+
 std::vector<CapturedPath> PathsOf(const InstallSettings& settings) {
     std::vector<CapturedPath> paths = settings.replacements;
-    for (std::size_t server = 0; server < settings.servers.size(); ++server) {
-        paths.push_back({settings.servers[server].capturedPath, true, {PieceKind::File, {}, server}});
-    }
+    std::ranges::move(FilesOfServers(CapturedPathsOf(settings)), std::back_inserter(paths));
     return paths;
 }
 
-// A folder of a server. It need not be in an entry, and a drive's root is in too many paths.
-std::vector<CapturedPath> FoldersOf(const InstallSettings& settings) {
-    std::vector<CapturedPath> folders;
-    for (const InstallServer& server : settings.servers) {
-        const std::wstring folder = server.capturedPath.substr(0, server.capturedPath.rfind(L'\\'));
-        const bool isThere = std::ranges::any_of(
-            folders, [&folder](const CapturedPath& other) { return EqualFolded(other.path, folder); });
-        if (folder.find(L'\\') != std::wstring::npos && !isThere) {
-            folders.push_back({folder, false, {PieceKind::Directory, settings.directory}});
-        }
-    }
-    return folders;
-}
-
+// Unlike the others, a folder of a server need not be in an entry.
 std::vector<CapturedPath> AllPathsOf(const InstallSettings& settings) {
     std::vector<CapturedPath> paths = PathsOf(settings);
-    for (CapturedPath& folder : FoldersOf(settings)) {
-        paths.push_back(std::move(folder));
-    }
+    std::ranges::move(FoldersOfServers(CapturedPathsOf(settings), settings.directory),
+                      std::back_inserter(paths));
     return paths;
-}
-
-bool HasValue(const RegDocument& document) {
-    const auto isValue = [](const RegEntry& entry) { return entry.kind != RegEntryKind::Deletion; };
-    return std::ranges::any_of(document.sections, [&isValue](const RegSection& section) {
-        return !section.isDeletion && std::ranges::any_of(section.entries, isValue);
-    });
 }
 
 // Why a key is none that a server registered; empty if it can be one.

@@ -1,20 +1,14 @@
 #pragma once
 
+#include "kit/capture/pathforms.h"
 #include "kit/emit/installdata.h"
-#include "kit/emit/pathforms.h"
 #include "platform/core/text/guid.h"
-#include "regmodel/regentry.h"
 
 #include <span>
 #include <string>
 #include <vector>
 
 namespace keyreap {
-
-struct Capture {
-    std::wstring file;
-    RegDocument document;
-};
 
 struct InstallSettings {
     Guid product;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "kit/capture/capture.h"
+#include "kit/capture/piecetext.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -8,31 +11,6 @@
 // Registry entries as an installer carries them, whichever installer it is: each in a hive of the target
 // machine, with the target's files and folders in the place of the build machine's paths.
 namespace keyreap {
-
-enum class PieceKind {
-    Literal,   // text as it is
-    File,      // the path of an installed server
-    Directory, // the path of a folder, without a backslash at its end
-};
-
-struct Piece {
-    PieceKind kind = PieceKind::Literal;
-    std::wstring text;      // of a literal; the name of a folder
-    std::size_t server = 0; // of a file
-
-    friend bool operator==(const Piece&, const Piece&) = default;
-};
-
-using PieceText = std::vector<Piece>;
-
-// Where an entry comes from, for messages.
-struct EntryPlace {
-    std::wstring file;
-    std::size_t line = 0; // 0: the whole file
-    std::wstring key;
-    bool isKey = false; // the key itself, and not a value of it
-    std::wstring value; // empty: the default value
-};
 
 // An entry that isn't carried, or a path that is carried as it was captured.
 struct EmitNote {
@@ -90,19 +68,6 @@ struct InstallData {
     std::vector<InstallServer> servers;
     std::vector<InstallComponent> components;
 };
-
-// The text of literals, with the given text for every other piece.
-template <typename OfPiece>
-std::wstring TextOfPieces(const PieceText& pieces, const OfPiece& ofPiece) {
-    std::wstring text;
-    for (const Piece& piece : pieces) {
-        text += ofPiece(piece);
-    }
-    return text;
-}
-
-// True if all pieces are literals.
-bool IsLiteral(const PieceText& pieces);
 
 // Adds a note for each value of a key that isn't carried, or for the key if it has none.
 void AddNotes(std::vector<EmitNote>& notes, const InstallKey& key, const std::wstring& reason);

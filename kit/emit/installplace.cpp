@@ -49,9 +49,4 @@ std::variant<InstallPlace, std::wstring> InstallPlaceOf(std::wstring_view keyPat
     }
 }
 
-bool IsOfSystem(std::wstring_view guid) {
-    constexpr std::wstring_view ending = L"-0000-0000-c000-000000000046}";
-    return IsGuidText(guid) && FoldedText(std::wstring(guid)).ends_with(ending);
-}
-
 } // namespace keyreap

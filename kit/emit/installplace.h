@@ -17,8 +17,4 @@ struct InstallPlace {
 // the machine's classes too. Otherwise the reason why no installer of the scope may write there.
 std::variant<InstallPlace, std::wstring> InstallPlaceOf(std::wstring_view keyPath, InstallScope scope);
 
-// True for a class, an interface or a type library that the system's maker has numbered, such as IDispatch.
-// Others need it after the product is gone.
-bool IsOfSystem(std::wstring_view guid);
-
 } // namespace keyreap

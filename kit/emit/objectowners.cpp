@@ -1,6 +1,6 @@
 #include "kit/emit/objectowners.h"
 
-#include "kit/emit/installplace.h"
+#include "kit/capture/capture.h"
 
 namespace keyreap {
 

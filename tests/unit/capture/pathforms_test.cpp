@@ -1,4 +1,4 @@
-#include "kit/emit/pathforms.h"
+#include "kit/capture/pathforms.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

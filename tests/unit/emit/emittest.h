@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kit/emit/installbuilder.h"
-#include "regmodel/regtextreader.h"
+#include "tests/unit/capture/capturelines.h"
 
 #include <gtest/gtest.h>
 
@@ -11,19 +11,6 @@
 
 // Captures as lines, and what becomes of them with one server, Z:\build\bin\a.dll.
 namespace keyreap::testsupport {
-
-inline RegDocument DocumentOf(std::initializer_list<std::wstring_view> lines) {
-    std::wstring text = L"Windows Registry Editor Version 5.00\r\n";
-    for (const std::wstring_view line : lines) {
-        text.append(line.starts_with(L'[') ? L"\r\n" : L"").append(line).append(L"\r\n");
-    }
-    std::vector<std::uint8_t> bytes = {0xFF, 0xFE};
-    const std::vector<std::uint8_t> units = UnitData(text);
-    bytes.insert(bytes.end(), units.begin(), units.end());
-    const auto result = ReadRegDocument(bytes);
-    EXPECT_TRUE(std::holds_alternative<RegDocument>(result));
-    return std::get<RegDocument>(result);
-}
 
 struct Emitted {
     InstallSettings settings;

@@ -50,12 +50,5 @@ TEST(InstallPlaceOf, TheMachineHasAPlaceForAll) {
     EXPECT_EQ(OfMachine(L"HKEY_DYN_DATA\\x"), L"no: is in no known root");
 }
 
-TEST(IsOfSystem, TheMakersNumbersHaveTheSameEnding) {
-    EXPECT_TRUE(IsOfSystem(L"{00020400-0000-0000-C000-000000000046}"));
-    EXPECT_TRUE(IsOfSystem(L"{00020400-0000-0000-c000-000000000046}"));
-    EXPECT_FALSE(IsOfSystem(L"{00020400-0000-0000-C000-000000000047}"));
-    EXPECT_FALSE(IsOfSystem(L"Name-0000-0000-C000-000000000046}"));
-}
-
 } // namespace
 } // namespace keyreap

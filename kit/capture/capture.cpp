@@ -1,0 +1,33 @@
+#include "kit/capture/capture.h"
+
+#include "platform/core/text/compare.h"
+#include "regmodel/regplace.h"
+
+#include <algorithm>
+#include <array>
+
+namespace keyreap {
+
+bool HasValue(const RegDocument& document) {
+    const auto isValue = [](const RegEntry& entry) { return entry.kind != RegEntryKind::Deletion; };
+    return std::ranges::any_of(document.sections, [&isValue](const RegSection& section) {
+        return !section.isDeletion && std::ranges::any_of(section.entries, isValue);
+    });
+}
+
+bool IsPlaceOfFile(std::wstring_view keyPath, std::wstring_view valueName) {
+    constexpr std::array<std::wstring_view, 9> keys = {
+        L"InprocServer32", L"InprocHandler32", L"LocalServer32", L"InprocServer", L"LocalServer",
+        L"DefaultIcon",    L"ToolboxBitmap32", L"win32",         L"win64",
+    };
+    const std::wstring_view name = keyPath.substr(keyPath.rfind(L'\\') + 1);
+    return valueName.empty() &&
+           std::ranges::any_of(keys, [name](std::wstring_view key) { return EqualFolded(name, key); });
+}
+
+bool IsOfSystem(std::wstring_view guid) {
+    constexpr std::wstring_view ending = L"-0000-0000-c000-000000000046}";
+    return IsGuidText(guid) && FoldedText(std::wstring(guid)).ends_with(ending);
+}
+
+} // namespace keyreap

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "regmodel/regentry.h"
+
+#include <cstddef>
+#include <string>
+
+namespace keyreap {
+
+struct Capture {
+    std::wstring file;
+    RegDocument document;
+};
+
+// Where an entry comes from, for messages.
+struct EntryPlace {
+    std::wstring file;
+    std::size_t line = 0; // 0: the whole file
+    std::wstring key;
+    bool isKey = false; // the key itself, and not a value of it
+    std::wstring value; // empty: the default value
+};
+
+// True if a document sets a value.
+bool HasValue(const RegDocument& document);
+
+// True for a value of a key whose default value is the place of a file, with arguments or a resource's number
+// after it.
+bool IsPlaceOfFile(std::wstring_view keyPath, std::wstring_view valueName);
+
+// True for a class, an interface or a type library that the system's maker has numbered, such as IDispatch.
+// Others need it after the product is gone.
+bool IsOfSystem(std::wstring_view guid);
+
+} // namespace keyreap

@@ -1,0 +1,54 @@
+#include "kit/inputs.h"
+
+#include "kit/hostfiles.h"
+#include "platform/core/text/utf8.h"
+#include "regmodel/regtextreader.h"
+
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+
+namespace keyreap {
+
+Capture ReadCapture(const std::string& name) {
+    const auto bytes = ReadWholeFile(name);
+    if (!bytes) {
+        throw Refusal(name + ": the capture can't be read");
+    }
+    std::variant<RegDocument, RegReadError> document = ReadRegDocument(*bytes);
+    const std::wstring file = UnitsOfUtf8(name).value_or(L"?");
+    if (const auto* const error = std::get_if<RegReadError>(&document)) {
+        throw Refusal(ReadableUtf8(ErrorText(file, *error)));
+    }
+    return {file, std::get<RegDocument>(std::move(document))};
+}
+
+std::vector<Capture> ReadCaptures(const std::vector<std::string>& names) {
+    std::vector<Capture> captures;
+    std::ranges::transform(names, std::back_inserter(captures), ReadCapture);
+    return captures;
+}
+
+std::vector<ServerFile> ReadServers(const std::vector<std::string>& words) {
+    std::vector<ServerFile> servers;
+    for (const std::string& word : words) {
+        std::variant<ServerFile, std::string> server = ReadServer(word);
+        if (const auto* const reason = std::get_if<std::string>(&server)) {
+            throw Refusal(*reason);
+        }
+        servers.push_back(std::get<ServerFile>(std::move(server)));
+    }
+    return servers;
+}
+
+void WriteOutput(const std::string& name, const std::string& bytes) {
+    if (name.empty()) {
+        std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        std::cout.flush();
+    }
+    if (name.empty() ? !std::cout : !WriteWholeFile(name, bytes)) {
+        throw Refusal((name.empty() ? "standard output" : name) + ": it can't be written");
+    }
+}
+
+} // namespace keyreap
