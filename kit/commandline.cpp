@@ -18,6 +18,7 @@ int RunCommandLine(std::vector<std::string> words) {
     CLI::App app("Turns captured registry entries into what an installer carries.", "keykit");
     app.require_subcommand(1);
     AddEmit(app, status);
+    AddLint(app, status);
     // The library takes the words from the end.
     std::ranges::reverse(words);
     try {

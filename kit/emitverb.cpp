@@ -149,11 +149,7 @@ std::string SentenceOf(const EmitNote& note) {
         sentence = place.file + (place.line == 0 ? L"" : L':' + std::to_wstring(place.line)) + L": ";
     }
     if (!place.key.empty()) {
-        sentence += place.key;
-        sentence += place.isKey
-                        ? L""
-                        : (place.value.empty() ? L", default value" : L", value \"" + place.value + L'"');
-        sentence += L": ";
+        sentence += NameOfEntry(place) + L": ";
     }
     return ReadableUtf8(sentence + note.reason);
 }

@@ -12,7 +12,7 @@ namespace keyreap {
 
 // How a verb ends.
 inline constexpr int statusWhole = 0;      // everything was done
-inline constexpr int statusIncomplete = 1; // something named on standard error isn't carried
+inline constexpr int statusIncomplete = 1; // something was found that the output names
 inline constexpr int statusRefused = 2;    // a wrong argument, or a file that can't be read or written
 
 // One line on standard error.
@@ -20,5 +20,8 @@ void Say(const std::string& sentence);
 
 // emit: makes a part of an installer from captures.
 void AddEmit(CLI::App& app, int& status);
+
+// lint: finds what is wrong with captures.
+void AddLint(CLI::App& app, int& status);
 
 } // namespace keyreap

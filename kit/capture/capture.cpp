@@ -2,11 +2,46 @@
 
 #include "platform/core/text/compare.h"
 #include "regmodel/regplace.h"
+#include "regmodel/straynames.h"
 
 #include <algorithm>
 #include <array>
 
 namespace keyreap {
+
+std::wstring NameOfEntry(const EntryPlace& place) {
+    if (place.key.empty() || place.isKey) {
+        return place.key;
+    }
+    return place.key + (place.value.empty() ? L", default value" : L", value \"" + place.value + L'"');
+}
+
+std::wstring ReasonAgainstKey(std::wstring_view keyPath) {
+    switch (StrayNameOf(keyPath)) {
+    case StrayName::TemporaryTree:
+        return L"is a key of the temporary tree of the capture";
+    case StrayName::NoRoot:
+        return L"is a key of an account whose registry the capture doesn't know";
+    default:
+        return {};
+    }
+}
+
+std::wstring ReasonAgainstEntry(const RegEntry& entry) {
+    if (entry.kind == RegEntryKind::Deletion) {
+        return L"is a deletion";
+    }
+    if (entry.kind == RegEntryKind::OtherText) {
+        return L"has another value's text in the place of its data";
+    }
+    if (entry.damage == RegDamage::NoData) {
+        return L"has no data";
+    }
+    if (IsFiller(entry)) {
+        return L"could not be read when it was captured";
+    }
+    return {};
+}
 
 bool HasValue(const RegDocument& document) {
     const auto isValue = [](const RegEntry& entry) { return entry.kind != RegEntryKind::Deletion; };

@@ -21,6 +21,19 @@ struct EntryPlace {
     std::wstring value; // empty: the default value
 };
 
+// The key and its value, as messages name them; empty for a whole file.
+std::wstring NameOfEntry(const EntryPlace& place);
+
+// Why no server registered a key of this path; empty if one may have.
+std::wstring ReasonAgainstKey(std::wstring_view keyPath);
+
+// Why an entry sets no value, or another one than the server's; empty for all others.
+std::wstring ReasonAgainstEntry(const RegEntry& entry);
+
+// The reason against a text with the path of a key of the capture's own.
+inline constexpr std::wstring_view namesTemporaryTree =
+    L"has the name of a key of the temporary tree of the capture";
+
 // True if a document sets a value.
 bool HasValue(const RegDocument& document);
 

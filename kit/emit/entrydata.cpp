@@ -32,24 +32,6 @@ std::optional<std::vector<std::wstring>> WholeList(const RegEntry& entry) {
     return hasEmpty ? std::nullopt : std::optional(std::move(texts));
 }
 
-std::wstring ReasonAgainst(const RegEntry& entry) {
-    if (entry.kind == RegEntryKind::Deletion) {
-        return L"is a deletion";
-    }
-    if (entry.kind == RegEntryKind::OtherText) {
-        return L"has another value's text in the place of its data";
-    }
-    if (entry.damage == RegDamage::NoData) {
-        return L"has no data";
-    }
-    if (IsFiller(entry)) {
-        return L"could not be read when it was captured";
-    }
-    return {};
-}
-
-constexpr std::wstring_view hasTemporaryTree = L"has the name of a key of the temporary tree of the capture";
-
 // Fills in what belongs to the type.
 std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallValue& value) {
     if (IsText(entry.type)) {
@@ -58,7 +40,7 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
             return L"has data after the end of its text";
         }
         if (NamesTemporaryTree(*text)) {
-            return std::wstring(hasTemporaryTree);
+            return std::wstring(namesTemporaryTree);
         }
         value.text = !value.place.isKey && IsPlaceOfFile(value.place.key, value.place.value)
                          ? paths.ReplacedPlace(*text)
@@ -69,7 +51,7 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
             return L"has an empty text in its list";
         }
         if (std::ranges::any_of(*list, NamesTemporaryTree)) {
-            return std::wstring(hasTemporaryTree);
+            return std::wstring(namesTemporaryTree);
         }
         std::ranges::transform(*list, std::back_inserter(value.list),
                                [&paths](const std::wstring& text) { return paths.Replaced(text); });
@@ -96,7 +78,7 @@ std::variant<InstallValue, std::wstring> InstallValueOf(const RegEntry& entry, c
     value.place = place;
     value.type = entry.type;
     value.data = entry.data;
-    std::wstring reason = ReasonAgainst(entry);
+    std::wstring reason = ReasonAgainstEntry(entry);
     if (reason.empty()) {
         value.name = paths.Replaced(entry.name);
         reason = ReasonAgainstData(entry, paths, value);

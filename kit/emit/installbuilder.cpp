@@ -7,7 +7,6 @@
 #include "kit/emit/objectowners.h"
 #include "kit/emit/stableguid.h"
 #include "platform/core/text/compare.h"
-#include "regmodel/straynames.h"
 
 #include <algorithm>
 #include <iterator>
@@ -37,18 +36,6 @@ std::vector<CapturedPath> AllPathsOf(const InstallSettings& settings) {
     std::ranges::move(FoldersOfServers(CapturedPathsOf(settings), settings.directory),
                       std::back_inserter(paths));
     return paths;
-}
-
-// Why a key is none that a server registered; empty if it can be one.
-std::wstring ReasonAgainstKey(std::wstring_view path) {
-    switch (StrayNameOf(path)) {
-    case StrayName::TemporaryTree:
-        return L"is a key of the temporary tree of the capture";
-    case StrayName::NoRoot:
-        return L"is a key of an account whose registry the capture doesn't know";
-    default:
-        return {};
-    }
 }
 
 class Builder {

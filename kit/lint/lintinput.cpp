@@ -1,0 +1,137 @@
+#include "kit/lint/lintinput.h"
+
+#include "kit/capture/serverpaths.h"
+#include "platform/core/text/compare.h"
+#include "platform/core/text/text.h"
+#include "regfile/valuetext.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace keyreap {
+
+namespace {
+
+// The full path of a file, without what follows its extension: arguments, or a resource's number.
+std::wstring FileIn(std::wstring_view text) {
+    constexpr std::size_t longestExtension = 4;
+    const std::wstring path = AbsolutePathIn(text);
+    for (std::size_t dot = path.find(L'.'); dot != std::wstring::npos; dot = path.find(L'.', dot + 1)) {
+        const std::size_t end = std::min(path.find_first_of(L" \\/.", dot + 1), path.size());
+        if (end > dot + 1 && end - dot - 1 <= longestExtension) {
+            return path.substr(0, end);
+        }
+    }
+    return {};
+}
+
+std::vector<std::wstring> PlacesOfServers(const RegObject& object) {
+    std::vector<std::wstring> places;
+    if (const auto* const facts = std::get_if<ClassFacts>(&object.facts)) {
+        std::ranges::transform(facts->servers, std::back_inserter(places), &ServerFacts::path);
+    } else if (const auto* const library = std::get_if<TypeLibFacts>(&object.facts)) {
+        for (const TypeLibVersion& version : library->versions) {
+            std::ranges::transform(version.files, std::back_inserter(places), &TypeLibFile::path);
+        }
+    } else if (const auto* const service = std::get_if<ServiceFacts>(&object.facts)) {
+        places.push_back(service->imagePath);
+    }
+    return places;
+}
+
+// The files that a capture names as servers.
+void AddNamedServers(const RegistryModel& model, std::vector<std::wstring>& servers) {
+    for (const RegObject& object : model.objects) {
+        for (const std::wstring& place : PlacesOfServers(object)) {
+            const std::wstring file = FileIn(place);
+            if (!file.empty() && std::ranges::find(servers, file) == servers.end()) {
+                servers.push_back(file);
+            }
+        }
+    }
+}
+
+std::vector<CapturedPath> PathsOf(std::span<const std::wstring> servers) {
+    std::vector<CapturedPath> paths = FilesOfServers(servers);
+    std::ranges::move(FoldersOfServers(servers, L""), std::back_inserter(paths));
+    return paths;
+}
+
+} // namespace
+
+LintInput::LintInput(std::span<const Capture> captures, std::span<const std::wstring> servers,
+                     const Capture* against)
+    : captures(captures), against(against) {
+    models.reserve(captures.size());
+    for (const Capture& capture : captures) {
+        models.push_back(ModelOf(capture.document));
+        for (const RegObject& object : models.back().objects) {
+            objects.try_emplace({object.identity.kind, object.identity.id}, &object);
+        }
+    }
+    std::vector<std::wstring> files(servers.begin(), servers.end());
+    if (servers.empty()) {
+        std::ranges::for_each(models,
+                              [&files](const RegistryModel& model) { AddNamedServers(model, files); });
+    }
+    serverPaths = PathsOf(files);
+    if (against != nullptr) {
+        AddNamedServers(ModelOf(against->document), files);
+        pathsOfAgainst = PathsOf(files);
+    }
+}
+
+bool LintInput::IsThere(ObjectKind kind, std::wstring_view id) const {
+    return Find(kind, id) != nullptr;
+}
+
+const RegObject* LintInput::Find(ObjectKind kind, std::wstring_view id) const {
+    const auto found = objects.find({kind, FoldedText(std::wstring(id))});
+    return found == objects.end() ? nullptr : found->second;
+}
+
+EntryPlace PlaceOfObject(const Capture& capture, const RegObject& object) {
+    if (object.sections.empty()) {
+        return {capture.file, 0, {}, true, {}};
+    }
+    const RegSection& first = capture.document.sections[object.sections.front()];
+    const std::wstring id = L'\\' + object.id;
+    const std::size_t at = first.path.find(id);
+    const std::wstring key = at == std::wstring::npos ? first.path : first.path.substr(0, at + id.size());
+    return {capture.file, first.line, key, true, {}};
+}
+
+EntryPlace KeyIn(const EntryPlace& key, std::wstring_view name) {
+    return {key.file, key.line, key.key + L'\\' + std::wstring(name), true, {}};
+}
+
+EntryPlace ValueIn(const EntryPlace& key, std::wstring_view name) {
+    return {key.file, key.line, key.key, false, std::wstring(name)};
+}
+
+std::set<std::wstring> KeysWithContent(const Capture& capture) {
+    std::set<std::wstring> keys;
+    std::set<std::wstring> withValues;
+    ForEachSection(capture, [&](const RegSection& section, const EntryPlace&) {
+        keys.insert(FoldedText(section.path));
+        if (!section.entries.empty()) {
+            withValues.insert(FoldedText(section.path));
+        }
+    });
+    std::erase_if(keys, [&](const std::wstring& key) {
+        const auto next = keys.lower_bound(key + L'\\');
+        return !withValues.contains(key) && next != keys.end() && next->starts_with(key + L'\\');
+    });
+    return keys;
+}
+
+std::vector<std::wstring> TextsOf(const RegEntry& entry) {
+    if (const std::optional<std::wstring> text = EntryText(entry)) {
+        return {*text};
+    }
+    const bool isList = entry.type == static_cast<std::uint32_t>(RegType::MultiSz);
+    return isList ? SplitText(DataUnits(entry.data), std::wstring_view(L"\0", 1), true)
+                  : std::vector<std::wstring>();
+}
+
+} // namespace keyreap
