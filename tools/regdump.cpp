@@ -1,7 +1,10 @@
-// regdump FILE: prints what a .reg file contains, a line for each key and each entry. Exits with 0; with 1 if
-// the file can't be read; with 2 if the arguments are others.
+// regdump FILE: prints what a .reg file contains, a line for each key and each entry.
+// regdump --rewrite FILE OUT: writes what was read as a .reg file again.
+// Exits with 0; with 1 if the file can't be read, or the other one not be written; with 2 if the arguments
+// are others.
 #include "platform/core/text/text.h"
 #include "regmodel/regtextreader.h"
+#include "regmodel/regtextwriter.h"
 #include "regmodel/straynames.h"
 
 #include <filesystem>
@@ -93,22 +96,46 @@ void PrintDocument(const keyreap::RegDocument& document) {
     }
 }
 
-int Run(const std::vector<std::filesystem::path>& arguments) {
-    if (arguments.size() != 1) {
-        std::cerr << "usage: regdump FILE\n";
-        return 2;
-    }
-    const std::optional<Bytes> bytes = ContentOf(arguments.front());
+// Says why on standard error if there is no document.
+std::optional<keyreap::RegDocument> DocumentOf(const std::filesystem::path& file) {
+    const std::optional<Bytes> bytes = ContentOf(file);
     if (!bytes) {
         std::cerr << "regdump: the file can't be opened\n";
-        return 1;
+        return std::nullopt;
     }
-    const auto result = keyreap::ReadRegDocument(*bytes);
+    auto result = keyreap::ReadRegDocument(*bytes);
     if (const auto* error = std::get_if<keyreap::RegReadError>(&result)) {
-        std::cerr << Escaped(keyreap::ErrorText(arguments.front().filename().wstring(), *error)) << '\n';
+        std::cerr << Escaped(keyreap::ErrorText(file.filename().wstring(), *error)) << '\n';
+        return std::nullopt;
+    }
+    return std::get<keyreap::RegDocument>(std::move(result));
+}
+
+bool Write(const keyreap::RegDocument& document, const std::filesystem::path& file) {
+    const std::optional<Bytes> bytes = keyreap::WriteRegDocument(document);
+    std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+    if (bytes) {
+        stream.write(reinterpret_cast<const char*>(bytes->data()),
+                     static_cast<std::streamsize>(bytes->size()));
+    }
+    stream.close();
+    return bytes && !stream.fail();
+}
+
+int Run(const std::vector<std::filesystem::path>& arguments) {
+    const bool isRewritten = arguments.size() == 3 && arguments.front() == "--rewrite";
+    if (arguments.size() != 1 && !isRewritten) {
+        std::cerr << "usage: regdump FILE, or regdump --rewrite FILE OUT\n";
+        return 2;
+    }
+    const std::optional<keyreap::RegDocument> document = DocumentOf(arguments[isRewritten ? 1 : 0]);
+    if (!document) {
         return 1;
     }
-    PrintDocument(std::get<keyreap::RegDocument>(result));
+    if (isRewritten) {
+        return Write(*document, arguments.back()) ? 0 : 1;
+    }
+    PrintDocument(*document);
     return 0;
 }
 

@@ -66,6 +66,13 @@ def test_both_readers_find_the_same_entries(file):
     assert parsed(result.stdout.splitlines()) == independent(file.read_bytes())
 
 
+@pytest.mark.parametrize("file", GOLDEN, ids=lambda file: file.name)
+def test_a_file_that_is_written_again_is_the_same(file, tmp_path):
+    result = run("--rewrite", file, tmp_path / "a.reg")
+    assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
+    assert (tmp_path / "a.reg").read_bytes() == file.read_bytes()
+
+
 def test_every_kind_of_line_is_printed(tmp_path):
     file = tmp_path / "a.reg"
     file.write_bytes(b'REGEDIT4\r\n\r\n[-A]\r\n\r\n[B\\C\r\nD]\r\n@=-\r\n"n"="x\\\\"\r\n"d"=\r\n')
@@ -106,6 +113,6 @@ def test_a_malformed_file_ends_with_its_place(tmp_path):
     assert result.stderr == "a.reg:4:3: expected a text in quotes, dword:, hex:, hex(n): or a minus sign\n"
 
 
-@pytest.mark.parametrize("words, status", [((), 2), (("a", "b"), 2), (("no such file",), 1)])
+@pytest.mark.parametrize("words, status", [((), 2), (("a", "b"), 2), (("no such file",), 1), (("--rewrite", "a"), 2), (("--rewrite", "no such file", "a"), 1)])
 def test_other_arguments_and_missing_files_have_statuses(words, status):
     assert run(*words).returncode == status
