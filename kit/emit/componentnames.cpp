@@ -10,21 +10,64 @@ namespace keyreap {
 
 namespace {
 
+// As Windows Installer has them.
+constexpr std::size_t longestIdentifier = 72;
+
+// What follows in a component's name.
+constexpr std::size_t longestEnding = std::wstring_view(L"_x64_user_kept").size();
+
 std::wstring StemOf(const std::wstring& fileName) {
     const std::size_t dot = fileName.rfind(L'.');
     return dot == std::wstring::npos || dot == 0 ? fileName : fileName.substr(0, dot);
 }
 
-// The stem, unless two servers have the same.
-std::wstring NameOf(const InstallData& data, std::size_t server) {
+// The stem, unless two servers have the same. A name of a macro can't have a period.
+std::wstring PlainNameOf(const InstallData& data, std::size_t server) {
     const std::wstring& file = data.servers[server].fileName;
     const auto hasStem = [&](const InstallServer& other) {
         return EqualFolded(StemOf(other.fileName), StemOf(file));
     };
     const bool isOnly = std::ranges::count_if(data.servers, hasStem) == 1;
     std::wstring name = IdentifierOf(isOnly ? StemOf(file) : file);
-    std::ranges::replace(name, L'.', L'_'); // a name of a macro can't have one
-    return name + (data.bitness == 64 ? L"_x64" : L"_x86");
+    std::ranges::replace(name, L'.', L'_');
+    return name;
+}
+
+// The name, if it has `longest` characters at most and no other server has it; otherwise its start and a
+// number that follows from the file's name.
+std::wstring OwnName(const std::vector<std::wstring>& names, const InstallData& data, std::size_t server,
+                     std::size_t longest) {
+    const std::wstring& name = names[server];
+    const auto isSame = [&](const std::wstring& other) { return EqualFolded(other, name); };
+    if (name.size() <= longest && std::ranges::count_if(names, isSame) == 1) {
+        return name;
+    }
+    const std::string file = ReadableUtf8(FoldedText(data.servers[server].fileName));
+    const std::wstring number = L'_' + GuidText(NamedGuid(Guid(), file)).substr(0, 8);
+    return name.substr(0, longest - number.size()) + number;
+}
+
+void NameServers(InstallData& data) {
+    std::vector<std::wstring> names;
+    for (const InstallServer& server : data.servers) {
+        names.push_back(IdentifierOf(server.fileName));
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        data.servers[i].id = OwnName(names, data, i, longestIdentifier);
+    }
+}
+
+// One for each server: what its components are named after.
+std::vector<std::wstring> ComponentNames(const InstallData& data) {
+    std::vector<std::wstring> plain, names;
+    for (std::size_t i = 0; i < data.servers.size(); ++i) {
+        plain.push_back(PlainNameOf(data, i));
+    }
+    for (std::size_t i = 0; i < plain.size(); ++i) {
+        names.push_back(OwnName(plain, data, i, longestIdentifier - longestEnding) +
+                        (data.bitness == 64 ? L"_x64" : L"_x86"));
+    }
+    return names;
 }
 
 std::wstring EndingOf(const InstallComponent& component) {
@@ -59,12 +102,11 @@ std::wstring IdentifierOf(std::wstring_view text) {
 }
 
 void NameComponents(InstallData& data, const Guid& product) {
-    for (InstallServer& server : data.servers) {
-        server.id = IdentifierOf(server.fileName);
-    }
-    data.name = NameOf(data, 0);
+    NameServers(data);
+    const std::vector<std::wstring> names = ComponentNames(data);
+    data.name = names.front();
     for (InstallComponent& component : data.components) {
-        component.id = NameOf(data, component.server) + EndingOf(component);
+        component.id = names[component.server] + EndingOf(component);
         component.guid = GuidOf(data, component, product);
     }
 }

@@ -1,4 +1,5 @@
 #include "kit/emit/componentnames.h"
+#include "platform/core/text/compare.h"
 
 #include <gtest/gtest.h>
 
@@ -25,6 +26,33 @@ TEST(NameComponents, ServersOfTheSameStemHaveDifferentNames) {
     EXPECT_EQ(data.components[1].id, L"A_exe_x86_user_kept");
     EXPECT_EQ(data.components[2].id, L"b_x86");
     EXPECT_EQ(data.servers[1].id, L"A.exe");
+}
+
+TEST(NameComponents, IdentifiersEndAtSeventyTwoCharacters) {
+    const std::wstring letters(80, L'a');
+    InstallData data;
+    data.servers = {{letters + L"b.dll", {}, {}, {}}, {letters + L"c.dll", {}, {}, {}}};
+    data.components = {{0, true, true, {}, {}, {}}, {1, true, true, {}, {}, {}}};
+    NameComponents(data, Guid());
+    EXPECT_EQ(data.servers[0].id.size(), 72U);
+    EXPECT_EQ(data.components[0].id.size(), 72U);
+    EXPECT_NE(data.servers[0].id, data.servers[1].id);
+    EXPECT_NE(data.components[0].id, data.components[1].id);
+    EXPECT_TRUE(data.components[0].id.ends_with(L"_x64_user_kept"));
+}
+
+TEST(NameComponents, FilesThatDifferInSignsAloneHaveDifferentNames) {
+    InstallData data;
+    data.servers = {{L"x-y.dll", {}, {}, {}}, {L"X+Y.dll", {}, {}, {}}, {L"z.dll", {}, {}, {}}};
+    data.components = {
+        {0, false, false, {}, {}, {}}, {1, false, false, {}, {}, {}}, {2, false, false, {}, {}, {}}};
+    NameComponents(data, Guid());
+    EXPECT_TRUE(data.servers[0].id.starts_with(L"x_y.dll_"));
+    EXPECT_TRUE(data.components[1].id.starts_with(L"X_Y_"));
+    EXPECT_NE(FoldedText(data.servers[0].id), FoldedText(data.servers[1].id));
+    EXPECT_NE(FoldedText(data.components[0].id), FoldedText(data.components[1].id));
+    EXPECT_EQ(data.servers[2].id, L"z.dll");
+    EXPECT_EQ(data.components[2].id, L"z_x64");
 }
 
 } // namespace
