@@ -23,6 +23,10 @@ std::wstring SignedNumber(std::uint32_t number) {
     return std::to_wstring(static_cast<std::int32_t>(number));
 }
 
+bool IsList(const InstallValue& value) {
+    return static_cast<RegType>(value.type) == RegType::MultiSz;
+}
+
 std::wstring TypeOf(const InstallValue& value) {
     switch (static_cast<RegType>(value.type)) {
     case RegType::ExpandSz:
@@ -108,8 +112,9 @@ private:
         if (!value.name.empty()) {
             attributes.emplace_back("Name", Text(value.name));
         }
-        attributes.emplace_back("Type", TypeOf(value));
-        const bool isList = value.type == static_cast<std::uint32_t>(RegType::MultiSz);
+        // The tools make a string of a list with one text. A string with the separator is a list.
+        const bool isList = IsList(value) && value.list.size() > 1;
+        attributes.emplace_back("Type", IsList(value) && !isList ? L"string" : TypeOf(value));
         if (!isList) {
             attributes.emplace_back("Value", DataOf(value));
         }
@@ -142,6 +147,8 @@ private:
             return SignedNumber(value.number);
         case RegType::Binary:
             return HexDigitsOf(value.data, L"");
+        case RegType::MultiSz:
+            return L"[~]" + Text(value.list.front()) + L"[~]";
         default:
             return Text(value.text);
         }
@@ -208,11 +215,10 @@ private:
         }
         for (const InstallValue& value : key.values) {
             // wixl has no type for lists. It doesn't change a string that begins with the separator.
-            const bool isList = static_cast<RegType>(value.type) == RegType::MultiSz;
             if (HasTwoDollars(value)) {
                 notes.push_back({value.place, L"has two dollar signs in a row, which wixl changes"});
             } else {
-                AddRow(key, Text(value.name), isList ? L"string" : TypeOf(value), DataOf(value));
+                AddRow(key, Text(value.name), IsList(value) ? L"string" : TypeOf(value), DataOf(value));
             }
         }
     }

@@ -92,12 +92,15 @@ def wix_value(value, files, folder):
     kind = value.get("Type")
     if kind == "multiString":
         texts = [item.get("Value") if tag(item) == "MultiString" else item.text or "" for item in value]
+        assert len(texts) > 1, "the tools make a string of it"
         return MULTI_SZ, list_data([evaluated(text) for text in texts])
     text = value.get("Value")
     if kind == "integer":
         return DWORD, int(text).to_bytes(4, "little", signed=True)
     if kind == "binary":
         return BINARY, bytes.fromhex(text)
+    if kind == "string" and text.startswith("[~]"):
+        return MULTI_SZ, list_data(evaluated(text).split("\0")[1:-1])
     return {"string": SZ, "expandable": EXPAND_SZ}[kind], text_data(evaluated(text))
 
 

@@ -47,6 +47,7 @@ FORMS = [
     ('"expand"=hex(2):' + hexed(text_data("%a% Z:\\build\\bin\\server.dll")), "expand", EXPAND_SZ, text_data("%a% " + FILE)),
     ('"no expand"=hex(2):,00,00', "no expand", EXPAND_SZ, text_data("")),
     ('"multi"=hex(7):' + hexed(list_data(["a", "bc"])), "multi", MULTI_SZ, list_data(["a", "bc"])),
+    ('"lone text"=hex(7):' + hexed(list_data(["a {b}"])), "lone text", MULTI_SZ, list_data(["a {b}"])),
     ('"number"=dword:80000010', "number", DWORD, b"\x10\0\0\x80"),
     ('"bytes"=hex:' + ",".join(["ab"] * 25) + ",\\\r\n  cd", "bytes", BINARY, b"\xab" * 25 + b"\xcd"),
 ]
@@ -390,4 +391,6 @@ def row_text(kind, data):
     """The data as wixl writes them."""
     if kind == DWORD:
         return "#%d" % int.from_bytes(data, "little", signed=True)
+    if kind == MULTI_SZ:
+        return "\0" + data.decode("utf-16-le")[:-1]
     return data.hex() if kind == BINARY else data.decode("utf-16-le").rstrip("\0")

@@ -1,6 +1,8 @@
 """The grammar of WiX fragments: it takes what the published reference allows, and refuses files that are broken in one way."""
 
 import pytest
+from conftest import image
+from test_emit import CAPTURES, FORMS, KEY
 from wixgrammar import FOLDER, complaints
 
 GOOD = {"wix": "good.wxs", "wix3": "good3.wxs"}
@@ -22,6 +24,7 @@ BROKEN = {
     "a type of values that there isn't": ("wix", '"expandable"', '"expandString"', "Type"),
     "a root inside a key": ("wix", '<RegistryKey Key="sub">', '<RegistryKey Root="HKLM" Key="sub">', "RegistryKey"),
     "a list that also has a Value": ("wix", 'Type="multiString">', 'Type="multiString" Value="zero">', "RegistryValue"),
+    "a list of one text": ("wix", '<MultiString Value="two"/>', "", "of one text"),
     "a threading model with a capital": ("wix", '"both"', '"Both"', "ThreadingModel"),
     "a second key path": ("wix", 'Value="[#server.dll]"', 'Value="[#server.dll]" KeyPath="yes"', "one key path"),
     "a second component of an Id": ("wix", '<Component Id="shared"', '<Component Id="server.dll"', "Id is its own"),
@@ -47,3 +50,21 @@ def test_a_broken_file_is_refused(name):
     assert text.count(right) == 1
     found = complaints(kind, text.replace(right, wrong).encode())
     assert any(complaint in line for line in found), found
+
+
+# Every kind and every way to write it, as words of keykit emit.
+WAYS = [["wix"], ["wix3"]]
+
+
+@pytest.mark.parametrize("way", WAYS, ids=" ".join)
+def test_what_keykit_writes_is_as_the_reference_says(desk, way):
+    odd = ["x-y.dll", "x_y.dll", "%s.dll" % (100 * "a")]
+    for name in odd:
+        (desk.folder / name).write_bytes(image(64))
+    entries = [line for name in odd for line in ("[%s\\%s]" % (KEY, name), r'@="Z:\\build\\bin\\%s"' % name)]
+    files = [*CAPTURES, desk.capture("[%s]" % KEY, *(line for line, *_ in FORMS), *entries)]
+    words = [word for name in odd for word in ("--server", "%s=Z:\\build\\bin\\%s" % (desk.folder / name, name))]
+    outputs = [desk.emit(way[0], file, *way[1:], *words).stdout for file in files]
+    for file, output in zip(files, outputs):
+        assert complaints(way[0], output) == [], file
+    assert sum(output.count(b"<RegistryValue ") for output in outputs) > 2000
