@@ -22,7 +22,7 @@
     # its compiler and linker make the second build for Windows.
     TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
         libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools
-        python3-jsonschema python3-lxml)
+        python3-jsonschema python3-lxml libwin-hivex-perl)
 
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)

@@ -27,6 +27,7 @@ def read_all(files):
 
 class Results:
     modes = (*CAPTURES, "trace")
+    second_reader = ""  # a line of the report
 
     def __init__(self, folder, targets):
         self.folder, self.targets = folder, targets

@@ -15,6 +15,7 @@ import pytest
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
+from secondreader import read_twice  # noqa: E402
 from results import Results, unproven  # noqa: E402
 from sessions import CAPTURES, chosen_targets, run_proofs  # noqa: E402
 from table import Table  # noqa: E402
@@ -46,7 +47,7 @@ def results(tmp_path_factory):
     found = Results(folder, TARGETS)
     yield found
     if "KEYREAP_REPORT" in os.environ:
-        Path(os.environ["KEYREAP_REPORT"]).write_text(report(Table(found)))
+        Path(os.environ["KEYREAP_REPORT"]).write_text(report(Table(found)) + found.second_reader)
     # The hives of a whole run take almost a gigabyte. The captures stay in pytest's folder.
     for hive in (*folder.rglob("machine"), *folder.rglob("users")):
         hive.unlink()
@@ -134,3 +135,9 @@ def test_traces_leave_no_temporary_files(results):
 
 def test_every_registration_and_trace_started_from_the_same_registry(results):
     assert results.left_by_sessions() == []
+
+
+def test_a_second_reader_reads_what_keykit_writes_of_each_capture(results, tmp_path):
+    captured = [target for target in TARGETS if results.is_captured(target)]
+    differences, results.second_reader = read_twice(results, captured, tmp_path)
+    assert differences == []
