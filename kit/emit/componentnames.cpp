@@ -43,7 +43,7 @@ std::wstring OwnName(const std::vector<std::wstring>& names, const InstallData& 
         return name;
     }
     const std::string file = ReadableUtf8(FoldedText(data.servers[server].fileName));
-    const std::wstring number = L'_' + GuidText(NamedGuid(Guid(), file)).substr(0, 8);
+    const std::wstring number = L'_' + BareGuidText(NamedGuid(Guid(), file)).substr(0, 8);
     return name.substr(0, longest - number.size()) + number;
 }
 
@@ -78,7 +78,7 @@ std::wstring GuidOf(const InstallData& data, const InstallComponent& component, 
     const std::wstring scope = data.scope == InstallScope::Machine ? L"machine" : L"user";
     const std::wstring name = scope + L'/' + std::to_wstring(data.bitness) + L'/' + data.directory + L'/' +
                               data.servers[component.server].fileName + EndingOf(component);
-    return GuidText(NamedGuid(product, ReadableUtf8(FoldedText(name))));
+    return BareGuidText(NamedGuid(product, ReadableUtf8(FoldedText(name))));
 }
 
 } // namespace

@@ -62,7 +62,7 @@ public:
     InstallData Data() {
         FinishKeys();
         AddNotFound();
-        InstallData data{GuidText(settings.product),
+        InstallData data{BareGuidText(settings.product),
                          settings.scope,
                          settings.bitness,
                          settings.directory,

@@ -40,7 +40,7 @@ std::optional<Guid> WholeGuid(std::wstring_view text) {
     return IsGuidText(braced) ? std::optional(ParseGuid(braced)) : std::nullopt;
 }
 
-std::wstring GuidText(const Guid& guid) {
+std::wstring BareGuidText(const Guid& guid) {
     std::wstring text;
     std::size_t count = 0;
     for (const std::byte byte : BytesOf(guid)) {

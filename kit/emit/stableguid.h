@@ -12,7 +12,7 @@ namespace keyreap {
 std::optional<Guid> WholeGuid(std::wstring_view text);
 
 // The GUID in upper case, without braces.
-std::wstring GuidText(const Guid& guid);
+std::wstring BareGuidText(const Guid& guid);
 
 // The same GUID for the same name in the same space, on every machine: version 5 of RFC 9562.
 Guid NamedGuid(const Guid& space, std::string_view name);
