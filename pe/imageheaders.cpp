@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::uint32_t exportDirectoryIndex = 0; // of the data directories
 constexpr std::uint16_t dllCharacteristic = 0x2000;
+constexpr std::uint32_t manifestType = 24; // RT_MANIFEST
 
 } // namespace
 
@@ -58,6 +59,15 @@ std::vector<std::uint16_t> ImageHeaders::TypeLibraries() const {
         }
     }
     return numbers;
+}
+
+bool ImageHeaders::HasManifest() const {
+    if (!areThere || !view.HasLayout()) {
+        return false;
+    }
+    const ResourceTree tree(view);
+    const auto names = tree.Subdirectory(0, manifestType);
+    return names && !tree.Entries(*names).empty();
 }
 
 } // namespace keyreap

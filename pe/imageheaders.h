@@ -41,6 +41,9 @@ public:
     // the directory. The lowest one belongs to the file's name without a number.
     std::vector<std::uint16_t> TypeLibraries() const;
 
+    // True if there is a resource of the type RT_MANIFEST (24 in winuser.h).
+    bool HasManifest() const;
+
 private:
     CheckedView view;
     bool areThere;

@@ -91,6 +91,16 @@ TEST(ImageHeadersTest, OtherResourcesAreNoTypeLibraries) {
     EXPECT_THAT(HeadersOf(image.bytes).TypeLibraries(), IsEmpty());
 }
 
+TEST(ImageHeadersTest, AManifestIsAResourceOfTheType24) {
+    BuiltImage image = ImageBuilder().Version("data").Build();
+    EXPECT_FALSE(HeadersOf(image.bytes).HasManifest());
+    constexpr std::size_t directoryHeader = 16;
+    image.bytes[image.At("resources") + directoryHeader] = 24;
+    EXPECT_TRUE(HeadersOf(image.bytes).HasManifest());
+    EXPECT_FALSE(HeadersOf(ImageBuilder().Build().bytes).HasManifest());
+    EXPECT_FALSE(HeadersOf("MZ").HasManifest());
+}
+
 TEST(ImageHeadersTest, ATypeLibraryOutsideTheFileDoesNotCount) {
     const BuiltImage image = ImageBuilder().TypeLibraries({1}).Build();
     const std::size_t data = image.bytes.find("MSFT");
