@@ -2,8 +2,9 @@
 #include "kit/emit/emitwriters.h"
 #include "kit/emit/stableguid.h"
 #include "kit/hostfiles.h"
-#include "kit/inputs.h"
+#include "kit/refusal.h"
 #include "kit/verb.h"
+#include "kit/verbfiles.h"
 #include "platform/core/text/utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -142,38 +143,14 @@ InstallSettings SettingsOf(const EmitWords& words, const EmitKind& kind) {
     return settings;
 }
 
-std::string SentenceOf(const EmitNote& note) {
-    const EntryPlace& place = note.place;
-    std::wstring sentence;
-    if (!place.file.empty()) {
-        sentence = place.file + (place.line == 0 ? L"" : L':' + std::to_wstring(place.line)) + L": ";
-    }
-    if (!place.key.empty()) {
-        sentence += NameOfEntry(place) + L": ";
-    }
-    return ReadableUtf8(sentence + note.reason);
-}
-
 int Emit(const EmitWords& words) {
     const EmitKind& kind = KindOf(words.kind);
     const InstallSettings settings = SettingsOf(words, kind);
     const std::vector<Capture> captures = ReadCaptures(words.captures);
     std::vector<EmitNote> notes;
     const InstallData data = InstallDataOf(captures, settings, notes);
-    WriteOutput(words.output, kind.write(data, captures, notes));
-    for (const EmitNote& note : notes) {
-        Say(SentenceOf(note));
-    }
-    return notes.empty() ? statusWhole : statusIncomplete;
-}
-
-int EmitOrRefuse(const EmitWords& words) {
-    try {
-        return Emit(words);
-    } catch (const Refusal& refusal) {
-        Say(refusal.what());
-        return statusRefused;
-    }
+    WriteResult(words.output, kind.write(data, captures, notes));
+    return SayNotes(notes);
 }
 
 } // namespace
@@ -200,7 +177,7 @@ void AddEmit(CLI::App& app, int& status) {
     verb->add_option("--bitness", words->bitness, "Of type libraries, which have none of their own")
         ->check(CLI::IsMember(std::vector<std::string>{"32", "64"}));
     verb->add_option("-o,--output", words->output, "The file to write, in the place of standard output");
-    verb->callback([words, &status] { status = EmitOrRefuse(*words); });
+    verb->callback([words, &status] { status = StatusOf([&words] { return Emit(*words); }); });
 }
 
 } // namespace keyreap

@@ -1,6 +1,6 @@
-#include "kit/inputs.h"
 #include "kit/lint/lintrules.h"
 #include "kit/verb.h"
+#include "kit/verbfiles.h"
 #include "platform/core/text/utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -72,17 +72,8 @@ int Lint(const LintWords& words) {
     }
     const LintInput input(captures, servers, against.empty() ? nullptr : &against.front());
     const std::vector<RuleFinding> findings = FindingsIn(input);
-    WriteOutput({}, words.isJson ? JsonOf(findings) : LinesOf(findings));
+    WriteResult({}, words.isJson ? JsonOf(findings) : LinesOf(findings));
     return findings.empty() ? statusWhole : statusIncomplete;
-}
-
-int LintOrRefuse(const LintWords& words) {
-    try {
-        return Lint(words);
-    } catch (const Refusal& refusal) {
-        Say(refusal.what());
-        return statusRefused;
-    }
 }
 
 // The rules, for the end of the help.
@@ -106,7 +97,7 @@ void AddLint(CLI::App& app, int& status) {
         ->allow_extra_args(false);
     verb->add_option("--against", words->against, "An older capture, to compare with");
     verb->add_flag("--json", words->isJson, "Writes the findings as JSON");
-    verb->callback([words, &status] { status = LintOrRefuse(*words); });
+    verb->callback([words, &status] { status = StatusOf([&words] { return Lint(*words); }); });
 }
 
 } // namespace keyreap

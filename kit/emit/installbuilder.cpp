@@ -1,6 +1,7 @@
 #include "kit/emit/installbuilder.h"
 
 #include "kit/capture/serverpaths.h"
+#include "kit/emit/captureissues.h"
 #include "kit/emit/componentnames.h"
 #include "kit/emit/entrydata.h"
 #include "kit/emit/installplace.h"
@@ -44,13 +45,7 @@ public:
         : settings(settings), notes(notes), paths(AllPathsOf(settings)) {}
 
     void Add(const Capture& capture) {
-        for (const RegAmbiguity& ambiguity : capture.document.ambiguities) {
-            notes.push_back({{capture.file, ambiguity.line, {}, false, {}},
-                             L"can be read in two ways: " + ambiguity.reading});
-        }
-        if (!HasValue(capture.document)) {
-            notes.push_back({{capture.file, 0, {}, false, {}}, L"no value was captured"});
-        }
+        NoteIssuesOf(capture, notes);
         const ObjectOwners owners(capture.document);
         std::vector<Part> parts;
         for (std::size_t section = 0; section < capture.document.sections.size(); ++section) {

@@ -1,14 +1,34 @@
-#include "kit/inputs.h"
+#include "kit/verbfiles.h"
 
 #include "kit/hostfiles.h"
+#include "kit/refusal.h"
+#include "kit/verb.h"
 #include "platform/core/text/utf8.h"
 #include "regmodel/regtextreader.h"
 
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <utility>
+#include <variant>
 
 namespace keyreap {
+
+namespace {
+
+std::string SentenceOf(const EmitNote& note) {
+    const EntryPlace& place = note.place;
+    std::wstring sentence;
+    if (!place.file.empty()) {
+        sentence = place.file + (place.line == 0 ? L"" : L':' + std::to_wstring(place.line)) + L": ";
+    }
+    if (!place.key.empty()) {
+        sentence += NameOfEntry(place) + L": ";
+    }
+    return ReadableUtf8(sentence + note.reason);
+}
+
+} // namespace
 
 Capture ReadCapture(const std::string& name) {
     const auto bytes = ReadWholeFile(name);
@@ -41,13 +61,29 @@ std::vector<ServerFile> ReadServers(const std::vector<std::string>& words) {
     return servers;
 }
 
-void WriteOutput(const std::string& name, const std::string& bytes) {
+void WriteResult(const std::string& name, std::string_view bytes) {
     if (name.empty()) {
         std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         std::cout.flush();
     }
     if (name.empty() ? !std::cout : !WriteWholeFile(name, bytes)) {
         throw Refusal((name.empty() ? "standard output" : name) + ": it can't be written");
+    }
+}
+
+int SayNotes(std::span<const EmitNote> notes) {
+    for (const EmitNote& note : notes) {
+        Say(SentenceOf(note));
+    }
+    return notes.empty() ? statusWhole : statusIncomplete;
+}
+
+int StatusOf(const std::function<int()>& verb) {
+    try {
+        return verb();
+    } catch (const Refusal& refusal) {
+        Say(refusal.what());
+        return statusRefused;
     }
 }
 
