@@ -19,6 +19,7 @@ int RunCommandLine(std::vector<std::string> words) {
     app.require_subcommand(1);
     AddEmit(app, status);
     AddLint(app, status);
+    AddManifest(app, status);
     // The library takes the words from the end.
     std::ranges::reverse(words);
     try {

@@ -55,4 +55,8 @@ std::variant<ServerFile, std::string> ReadServer(const std::string& word) {
     return file;
 }
 
+std::string ServerFileName(const std::string& word) {
+    return PartsOf(word).file;
+}
+
 } // namespace keyreap

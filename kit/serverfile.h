@@ -17,4 +17,7 @@ struct ServerFile {
 // a path the server was captured where it is.
 std::variant<ServerFile, std::string> ReadServer(const std::string& word);
 
+// FILE of such a word.
+std::string ServerFileName(const std::string& word);
+
 } // namespace keyreap

@@ -24,4 +24,7 @@ void AddEmit(CLI::App& app, int& status);
 // lint: finds what is wrong with captures.
 void AddLint(CLI::App& app, int& status);
 
+// manifest: makes a manifest with which servers work without registration.
+void AddManifest(CLI::App& app, int& status);
+
 } // namespace keyreap

@@ -85,7 +85,24 @@ make_keykit() {
 # make_windows_keykit: the one for Windows, as a package has it.
 make_windows_keykit() {
     build_step x64 "a minute or two" keykit
-    step stage-keykit "staging keykit" stage_component keykit
+    step stage-keykit "staging keykit" stage_component keykit x64
+    make_live
+}
+
+# make_live: what keykit starts in a session, in both bitnesses.
+make_live() {
+    if [[ -f $ROOT/prebuilt ]]; then
+        live_there || fail "the installation in $ROOT is not complete: KeyKitLive.exe"
+        return
+    fi
+    check_owner
+    build_step x64 "a minute or two" KeyKitLive
+    build_step x86 "a minute or two" KeyKitLive
+    step stage-keykitlive "staging KeyKitLive" stage_component keykitlive x64 x86
+}
+
+live_there() {
+    [[ -f $STAGE/bin/x64/KeyKitLive.exe && -f $STAGE/bin/x86/KeyKitLive.exe ]]
 }
 
 # No ordinary build contains the programs that ./bench measures parts with.
@@ -109,7 +126,8 @@ make_everything() {
     done
     build_step clang-x64 "3 minutes" unit_tests
     step stage "staging the program" stage_program
-    step stage-keykit "staging keykit" stage_component keykit
+    step stage-keykit "staging keykit" stage_component keykit x64
+    step stage-keykitlive "staging KeyKitLive" stage_component keykitlive x64 x86
 }
 
 # make_compilers: all that the second compiler builds for Windows, staged in a folder of its own.
@@ -180,10 +198,13 @@ stage_program() {
     move_staged
 }
 
-# stage_component NAME: the same for a part of the 64-bit build that isn't always built.
+# stage_component NAME PRESET...: the same for a part of these builds that isn't always built.
 stage_component() {
+    local preset
     rm -rf "$BUILD/stage.new"
-    clean_environment cmake --install "$BUILD/x64" --prefix "$BUILD/stage.new" --component "$1"
+    for preset in "${@:2}"; do
+        clean_environment cmake --install "$BUILD/$preset" --prefix "$BUILD/stage.new" --component "$1"
+    done
     move_staged
 }
 

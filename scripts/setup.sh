@@ -2,7 +2,7 @@
 # Installs, builds and makes what a run needs, if it is missing or out of date. Sourced after common.sh; sources the
 # other parts.
 #
-# A level (wine, run, keykit, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning
+# A level (wine, run, keykit, live, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning
 # of its last complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the
 # time of any change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the
 # packages that were used.
@@ -80,7 +80,7 @@ used_packages() {
     [[ $1 == @(package|keykit) ]] || wine_packages
     [[ -f $ROOT/prebuilt ]] || native_toolchain
     [[ -f $ROOT/prebuilt || $1 == @(wine|keykit) ]] || cross_toolchain
-    [[ -f $ROOT/prebuilt || $1 != @(keykit|package) ]] || versions_of "${HEADER_PACKAGES[@]}"
+    [[ -f $ROOT/prebuilt || $1 != @(keykit|live|package) ]] || versions_of "${HEADER_PACKAGES[@]}"
 }
 
 # level_there LEVEL: what was made still exists.
@@ -88,8 +88,9 @@ level_there() {
     [[ $1 != @(keykit|package) ]] || tool_there keykit || return
     [[ $1 != keykit ]] || return 0
     [[ $1 == package ]] || wine_there || return
-    [[ $1 == @(wine|package) ]] || { start_recorded && host_probed; } || return
-    [[ $1 == wine ]] || program_there
+    [[ $1 == @(wine|live|package) ]] || { start_recorded && host_probed; } || return
+    [[ $1 != @(live|package) ]] || live_there || return
+    [[ $1 == @(wine|live) ]] || program_there
 }
 
 wine_there() {
@@ -127,9 +128,10 @@ make_level() {
         make_windows_keykit
         make_keykit
         ;;
-    wine)
+    wine | live)
         make_tools
         make_wine
+        [[ $1 == wine ]] || make_live
         ;;
     *)
         make_tools
@@ -159,6 +161,7 @@ level_packages() {
         esac
     fi
     case $1 in
+    live) [[ -f $ROOT/prebuilt ]] || needed+=("${HEADER_PACKAGES[@]}") ;;
     package) needed+=(python3 "${HEADER_PACKAGES[@]}") ;;
     examples)
         [[ ! -f $ROOT/prebuilt ]] || needed+=("${BUILD_PACKAGES[@]}")

@@ -57,7 +57,9 @@ KEYREAP = Program("bin/{}/Keyreap.exe", "requireAdministrator", has_windows=True
 EXPLAIN = Program("tools/{}/explain.exe", "asInvoker")
 STARTRECORDER = Program("tools/{}/startrecorder.exe", "asInvoker")
 KEYKIT = Program("bin/{}/KeyKit.exe", "asInvoker", bitnesses=("x64",))
-PROGRAMS = [(program, bitness) for program in (KEYREAP, EXPLAIN, STARTRECORDER, KEYKIT) for bitness in program.bitnesses]
+KEYKITLIVE = Program("bin/{}/KeyKitLive.exe", "asInvoker")
+STAGED = (KEYREAP, EXPLAIN, STARTRECORDER, KEYKIT, KEYKITLIVE)
+PROGRAMS = [(program, bitness) for program in STAGED for bitness in program.bitnesses]
 # It isn't staged: only the zip has it.
 SELFCHECK = Program("../{}/tools/selfcheck/selfcheck.exe", "asInvoker")
 

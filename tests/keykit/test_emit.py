@@ -110,7 +110,7 @@ def test_paths_in_lists_are_replaced(desk, kind):
 
 
 CAPTURES = sorted((ROOT / "tests" / "endtoend" / "golden").glob("*.reg"))
-NAMED = re.compile(r'\S+:\d+: (HKEY_.*?)(?:, default value|, value "(.*)")?: (?:has|is|can|could) ', re.S)
+NAMED = re.compile(r'\S+:\d+: (HKEY_.*?)(?:, default value|, value "(.*)")?: (?:has|is|can|could|belongs|names|differs) ', re.S)
 
 
 def target(path):

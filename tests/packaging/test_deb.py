@@ -28,8 +28,8 @@ LINK = re.compile(r"\]\(([^)#\s]+)[^)\s]*\)")
 
 
 def used_scripts():
-    """The scripts that `keyreap` and the walk of the examples source or run, directly or through others."""
-    pending, reached = ["keyreap", "examples/walk.sh"], set()
+    """The scripts that the commands and the walk of the examples source or run, directly or through others."""
+    pending, reached = ["keyreap", "keykit", "examples/walk.sh"], set()
     while pending:
         code = re.sub(r"^\s*#.*", "", (ROOT / pending.pop()).read_text(), flags=re.M)
         loops = " ".join(re.findall(r"for part in ([\w -]+); do", code))
@@ -40,7 +40,7 @@ def used_scripts():
 
 
 def expected_files():
-    programs = ["bin/%s/Keyreap.exe", "bin/%s/Keyreap.pdb", "samples/%s/thermometer.dll"]
+    programs = ["bin/%s/Keyreap.exe", "bin/%s/Keyreap.pdb", "bin/%s/KeyKitLive.exe", "samples/%s/thermometer.dll"]
     programs += ["tools/%s/explain.exe", "tools/%s/startrecorder.exe"]
     library = [*COMMANDS, "prebuilt", *used_scripts(), *("tools/" + name for name in NATIVE_TOOLS)]
     library += ["stage/" + program % bitness for program in programs for bitness in BITNESSES]

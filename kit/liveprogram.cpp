@@ -1,0 +1,81 @@
+#include "kit/liveprogram.h"
+
+#include "kit/hostfiles.h"
+#include "kit/liveoutput.h"
+#include "kit/refusal.h"
+#include "kit/temporaryfolder.h"
+#include "platform/core/text/utf8.h"
+
+#include <nlohmann/json.hpp>
+
+namespace keyreap {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// All answers up to the end of the program.
+std::vector<Json> Answers(int bitness, const std::string& request) {
+    const std::string text = LiveOutput(bitness, request);
+    std::vector<Json> answers;
+    for (std::size_t at = 0, end = text.find('\n'); end != std::string::npos;
+         at = end + 1, end = text.find('\n', at)) {
+        Json answer = Json::parse(text.substr(at, end - at), nullptr, false);
+        if (answer.is_object()) {
+            answers.push_back(std::move(answer));
+        }
+    }
+    return answers;
+}
+
+Json RequestJson(const CreationRequest& request, std::size_t first) {
+    Json json = {{"question", "create"}, {"folders", Json::array()}, {"classes", Json::array()}};
+    json["manifest"] = ReadableUtf8(request.manifest);
+    for (const std::wstring& folder : request.folders) {
+        json["folders"].push_back(ReadableUtf8(folder));
+    }
+    for (std::size_t i = first; i < request.classes.size(); ++i) {
+        const LiveClass& one = request.classes[i];
+        json["classes"].push_back(
+            {{"clsid", ReadableUtf8(one.clsid)}, {"threadingModel", ReadableUtf8(one.threadingModel)}});
+    }
+    return json;
+}
+
+// The first answer says that the program runs.
+void CheckStart(const std::vector<Json>& answers, int bitness) {
+    if (answers.empty() || !answers.front().contains("bitness")) {
+        throw Refusal("--prove: KeyKitLive.exe of " + std::to_string(bitness) + " bits" +
+                      " can't be started");
+    }
+    if (answers.size() > 1 && answers[1].contains("failure")) {
+        throw Refusal("--prove: " + answers[1].value("failure", std::string()) + " gave error " +
+                      std::to_string(answers[1].value("error", 0)));
+    }
+}
+
+} // namespace
+
+std::vector<CreatedClass> CreateClasses(const CreationRequest& request) {
+    const TemporaryFolder folder;
+    const std::string file = folder.FileNamed("request.json");
+    std::vector<CreatedClass> created;
+    while (created.size() < request.classes.size()) {
+        if (!WriteWholeFile(file, RequestJson(request, created.size()).dump())) {
+            throw Refusal(file + ": it can't be written");
+        }
+        const std::vector<Json> answers = Answers(request.bitness, file);
+        CheckStart(answers, request.bitness);
+        for (std::size_t i = 1; i < answers.size() && created.size() < request.classes.size(); ++i) {
+            created.push_back({request.classes[created.size()].clsid,
+                               answers[i].value("result", std::uint32_t{0}),
+                               answers[i].value("isRegistered", false)});
+        }
+        if (created.size() < request.classes.size()) {
+            created.push_back({request.classes[created.size()].clsid, std::nullopt, false});
+        }
+    }
+    return created;
+}
+
+} // namespace keyreap

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Asks KeyKitLive what needs a live host: the request is a file, and the answers are lines of JSON. On
+// Windows the program is beside this one; on another system the variable KEYKIT_LIVE names the command that
+// starts it, with the words x64 or x86 and the request's file.
+namespace keyreap {
+
+struct LiveClass {
+    std::wstring clsid;
+    std::wstring threadingModel; // empty: the main thread's
+};
+
+struct CreatedClass {
+    std::wstring clsid;
+    std::optional<std::uint32_t> result; // an HRESULT; none if the program ended before it said one
+    bool isRegistered = false;           // the registry has the class too
+};
+
+struct CreationRequest {
+    int bitness = 64;
+    std::wstring manifest;             // a path of Windows
+    std::vector<std::wstring> folders; // in which the servers find other files
+    std::vector<LiveClass> classes;
+};
+
+// Lets the host create an object of each class by the manifest, one after another. If one ends the program, a
+// new one goes on with the next class. There is no time limit: a class that doesn't answer is waited for.
+// Fails with a Refusal if there is no such program, or if the system can't read the manifest.
+std::vector<CreatedClass> CreateClasses(const CreationRequest& request);
+
+} // namespace keyreap

@@ -1,0 +1,138 @@
+"""A server works by its manifest alone: in a Wine session in whose registry no class is registered, keykit creates the classes,
+and the client of the examples calls the thermometer."""
+
+import shutil
+import subprocess
+from pathlib import Path
+
+import pytest
+from conftest import KEYKIT, ROOT, Desk, keykit
+from manifestreader import Manifest
+from test_manifest import CLASS, OTHER, SERVED, SERVER
+
+SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--empty-classes"]
+COMPILERS = {64: "x86_64-w64-mingw32-gcc-posix", 32: "i686-w64-mingw32-gcc-posix"}
+ARCHITECTURES = {64: "x64", 32: "x86"}
+THERMOMETER = "{B29A312E-EB83-43BC-A846-E0C0563B8877}"
+
+BITNESSES = pytest.mark.parametrize("bitness", [64, 32])
+
+
+def thermometer(bitness):
+    return ROOT / "build" / "stage" / "samples" / ARCHITECTURES[bitness] / "thermometer.dll"
+
+
+@pytest.fixture(scope="session", autouse=True)
+def live():
+    """What is out of date is built here, so that no test prints the progress of it."""
+    subprocess.run([KEYKIT, "--help", "--prove"], check=True, capture_output=True)
+
+
+@pytest.fixture(scope="session")
+def captures(tmp_path_factory):
+    """The captured thermometer of each bitness."""
+    folder = tmp_path_factory.mktemp("captures")
+    files = {bitness: folder / ("thermometer-%d.reg" % bitness) for bitness in ARCHITECTURES}
+    words = [word for bitness, file in files.items() for word in (thermometer(bitness), file)]
+    subprocess.run([ROOT / "keyreap", "extreg", *words, "keyRedir"], check=True, capture_output=True)
+    return files
+
+
+def prove(*words):
+    return subprocess.run([KEYKIT, "manifest", *map(str, words), "--prove"], capture_output=True, stdin=subprocess.DEVNULL)
+
+
+def left_behind():
+    return sorted(Path("/tmp").glob("keykit-*"))
+
+
+@BITNESSES
+def test_the_thermometer_is_created_by_its_manifest(captures, bitness):
+    before = left_behind()
+    result = prove(captures[bitness], "--server", thermometer(bitness))
+    assert (result.returncode, result.stderr) == (0, b"keykit: 1 of 1 classes are created by the manifest alone\n")
+    assert Manifest(result.stdout).bitness == bitness
+    assert left_behind() == before
+
+
+def compiled(folder, bitness, source, name="server.dll"):
+    (folder / "server.c").write_text(source)
+    (folder / "server.def").write_text("EXPORTS\nDllGetClassObject\n")
+    words = [COMPILERS[bitness], "-shared", "-static", "server.c", "server.def", "-o", name, "-Wl,--enable-stdcall-fixup", "-lole32"]
+    subprocess.run(words, cwd=folder, check=True)
+
+
+# The first class crashes; no other is known.
+CRASHING = """#include <windows.h>
+HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) {
+    if ((class_id->Data1 & 0xF) == 0xE && class_id->Data4[7] == 0x77) *(volatile int *)0 = 1;
+    *found = 0;
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+"""
+
+
+@BITNESSES
+def test_a_class_that_crashes_is_named_and_those_after_it_are_still_created(tmp_path, bitness):
+    desk = Desk(tmp_path, bitness)
+    compiled(tmp_path, bitness, CRASHING)
+    lines = [*SERVED, "[%s\\InprocServer32]" % OTHER, SERVER, '"ThreadingModel"="Free"']
+    result = prove(desk.capture(*lines), "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server)
+    crashing, other = (key.rpartition("\\")[2] for key in (CLASS, OTHER))
+    assert result.returncode == 1
+    assert result.stderr.decode().splitlines() == [
+        "keykit: %s: the program ended while it was created" % crashing,
+        "keykit: %s: CoCreateInstance gave 0x80040111" % other,
+        "keykit: 0 of 2 classes are created by the manifest alone",
+    ]
+
+
+def run_client(folder, word="thermometer"):
+    return subprocess.run([*SESSION, "wine", folder / "client.exe", word], capture_output=True, cwd=folder, stdin=subprocess.DEVNULL)
+
+
+@pytest.fixture
+def installed(tmp_path, request):
+    """A folder with the client and the thermometer, as they are installed."""
+    bitness = request.node.callspec.params["bitness"]
+    shutil.copy(ROOT / "build" / ARCHITECTURES[bitness] / "tests" / "manifest_client.exe", tmp_path / "client.exe")
+    shutil.copy(thermometer(bitness), tmp_path)
+    return tmp_path
+
+
+ANSWER = b"thermometer: 100 C are 212 F, -40 C are -40 F\r\n"
+NO_ANSWER = b"there is no such object\r\n"
+
+
+
+
+@BITNESSES
+def test_a_client_works_by_its_own_manifest_alone(installed, captures, bitness):
+    assert run_client(installed).stdout == NO_ANSWER, "nothing is registered"
+    words = [captures[bitness], "--server", thermometer(bitness), "--for", installed / "client.exe"]
+    result = keykit("manifest", *words, "-o", installed / "client.exe.manifest")
+    assert result.returncode == 0, result.stderr
+    answer = run_client(installed)
+    assert (answer.returncode, answer.stdout) == (0, ANSWER)
+
+
+CLIENT_MANIFEST = """<?xml version="1.0" encoding="utf-8"?>
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
+  <assemblyIdentity type="win32" name="client" version="1.0.0.0" processorArchitecture="%s"/>
+  <dependency><dependentAssembly>
+    <assemblyIdentity type="win32" name="thermometer.classes" version="1.0.0.0" processorArchitecture="%s"/>
+  </dependentAssembly></dependency>
+</assembly>
+"""
+
+
+@BITNESSES
+def test_a_client_works_by_an_assembly_that_it_depends_on(installed, captures, bitness):
+    architecture = {64: "amd64", 32: "x86"}[bitness]
+    (installed / "client.exe.manifest").write_text(CLIENT_MANIFEST % (architecture, architecture))
+    assert run_client(installed).stdout != ANSWER, "there is no such assembly yet"
+    words = [captures[bitness], "--server", thermometer(bitness), "-o", installed / "thermometer.classes.manifest"]
+    result = keykit("manifest", *words)
+    assert result.returncode == 0, result.stderr
+    answer = run_client(installed)
+    assert (answer.returncode, answer.stdout) == (0, ANSWER)

@@ -1,0 +1,67 @@
+#include "kit/manifest/objectentries.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+ObjectEntries::Entry TextEntry(std::vector<std::wstring> key, const std::wstring& text,
+                               std::size_t line = 1) {
+    InstallValue value;
+    value.type = 1;
+    value.text = {{PieceKind::Literal, text, 0}};
+    value.data.assign(text.begin(), text.end());
+    return {std::move(key), {}, value, {L"a.reg", line, L"key", false, {}}};
+}
+
+std::wstring Reason(const ObjectEntries::Entry&) {
+    return L"left";
+}
+
+class ObjectEntriesTest : public testing::Test {
+protected:
+    std::vector<EmitNote> notes;
+    ObjectEntries object{ObjectKind::Class, L"{x}"};
+};
+
+TEST_F(ObjectEntriesTest, WhatIsTakenIsNotNamed) {
+    object.Add(TextEntry({L"A", L"b"}, L"one"), notes);
+    object.Add(TextEntry({}, L"two"), notes);
+    EXPECT_EQ(object.TakeText(L"a\\B"), L"one");
+    object.NoteRest(notes, Reason);
+    ASSERT_THAT(notes, SizeIs(1));
+    EXPECT_EQ(notes[0].reason, L"left");
+    EXPECT_EQ(object.Text(L""), L"two");
+}
+
+TEST_F(ObjectEntriesTest, AnEmptyTextStays) {
+    object.Add(TextEntry({}, L""), notes);
+    EXPECT_EQ(object.TakeText(L""), L"");
+    object.NoteRest(notes, Reason);
+    EXPECT_THAT(notes, SizeIs(1));
+}
+
+TEST_F(ObjectEntriesTest, APathIsNoText) {
+    ObjectEntries::Entry entry = TextEntry({}, L"");
+    entry.value->text = {{PieceKind::File, {}, 0}};
+    object.Add(entry, notes);
+    EXPECT_EQ(object.TakeText(L""), L"");
+    EXPECT_NE(object.Find(L""), nullptr);
+}
+
+TEST_F(ObjectEntriesTest, TheFirstDataOfAValueCount) {
+    object.Add(TextEntry({L"A"}, L"one", 3), notes);
+    object.Add(TextEntry({L"a"}, L"one", 4), notes);
+    EXPECT_THAT(notes, IsEmpty());
+    object.Add(TextEntry({L"a"}, L"two", 5), notes);
+    ASSERT_THAT(notes, SizeIs(1));
+    EXPECT_EQ(notes[0].reason, L"has other data in line 3 of a.reg");
+    EXPECT_EQ(object.Text(L"A"), L"one");
+}
+
+} // namespace
+} // namespace keyreap
