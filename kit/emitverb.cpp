@@ -29,6 +29,7 @@ struct EmitWords {
     std::string scope = "machine";
     std::string bitness;
     std::string output;
+    bool isNative = false;
 };
 
 using Writer =
@@ -42,6 +43,7 @@ struct EmitKind {
     FolderName folderName;
     std::string folder; // without --directory
     Writer write;
+    Writer writeNative; // empty: the kind has no elements but those of values
 };
 
 template <typename Function>
@@ -51,26 +53,39 @@ Writer Plain(Function function) {
     };
 }
 
-template <WixVersion version>
+template <WixVersion version, WixForm form>
 std::string WriteWixOf(const InstallData& data, std::vector<EmitNote>& notes) {
-    return WriteWix(data, version, notes);
+    return WriteWix(data, version, form, notes);
+}
+
+template <WixVersion version>
+EmitKind WixKind(const std::string& name) {
+    return {name, FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixOf<version, WixForm::Values>),
+            Plain(WriteWixOf<version, WixForm::Native>)};
 }
 
 const std::array<EmitKind, 7>& Kinds() {
     static const std::array<EmitKind, 7> kinds = {{
-        {"wix", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixOf<WixVersion::Four>)},
-        {"wix3", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixOf<WixVersion::Three>)},
-        {"wixl", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixl)},
-        {"nsis", FolderName::ScriptText, "$INSTDIR", Plain(WriteNsis)},
-        {"inno", FolderName::ScriptText, "{app}", Plain(WriteInno)},
-        {"reg", FolderName::ScriptText, "INSTALLFOLDER", Plain(WriteReg)},
-        {"json", FolderName::ScriptText, "INSTALLFOLDER", WriteJson},
+        WixKind<WixVersion::Four>("wix"),
+        WixKind<WixVersion::Three>("wix3"),
+        {"wixl", FolderName::Identifier, "INSTALLFOLDER", Plain(WriteWixl), {}},
+        {"nsis", FolderName::ScriptText, "$INSTDIR", Plain(WriteNsis), {}},
+        {"inno", FolderName::ScriptText, "{app}", Plain(WriteInno), {}},
+        {"reg", FolderName::ScriptText, "INSTALLFOLDER", Plain(WriteReg), {}},
+        {"json", FolderName::ScriptText, "INSTALLFOLDER", WriteJson, {}},
     }};
     return kinds;
 }
 
 const EmitKind& KindOf(const std::string& name) {
     return *std::ranges::find(Kinds(), name, &EmitKind::name);
+}
+
+const Writer& WriterOf(const EmitKind& kind, const EmitWords& words) {
+    if (words.isNative && !kind.writeNative) {
+        throw Refusal("--native: it is for wix and wix3, and not for " + kind.name);
+    }
+    return words.isNative ? kind.writeNative : kind.write;
 }
 
 std::wstring Units(const std::string& word, const std::string& option) {
@@ -145,11 +160,12 @@ InstallSettings SettingsOf(const EmitWords& words, const EmitKind& kind) {
 
 int Emit(const EmitWords& words) {
     const EmitKind& kind = KindOf(words.kind);
+    const Writer& write = WriterOf(kind, words);
     const InstallSettings settings = SettingsOf(words, kind);
     const std::vector<Capture> captures = ReadCaptures(words.captures);
     std::vector<EmitNote> notes;
     const InstallData data = InstallDataOf(captures, settings, notes);
-    WriteResult(words.output, kind.write(data, captures, notes));
+    WriteResult(words.output, write(data, captures, notes));
     return SayNotes(notes);
 }
 
@@ -176,6 +192,8 @@ void AddEmit(CLI::App& app, int& status) {
         ->check(CLI::IsMember(std::vector<std::string>{"machine", "user"}));
     verb->add_option("--bitness", words->bitness, "Of type libraries, which have none of their own")
         ->check(CLI::IsMember(std::vector<std::string>{"32", "64"}));
+    verb->add_flag("--native", words->isNative,
+                   "For wix and wix3: Class, ProgId, TypeLib and Interface where they say the same");
     verb->add_option("-o,--output", words->output, "The file to write, in the place of standard output");
     verb->callback([words, &status] { status = StatusOf([&words] { return Emit(*words); }); });
 }

@@ -16,8 +16,13 @@ enum class WixVersion {
     Four,  // and later
 };
 
+enum class WixForm {
+    Values, // each entry is an element RegistryValue
+    Native, // classes, ProgIDs, type libraries and interfaces are elements of their own, below their file's
+};
+
 // A fragment with a group of components.
-std::string WriteWix(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes);
+std::string WriteWix(const InstallData& data, WixVersion version, WixForm form, std::vector<EmitNote>& notes);
 
 // Components in an element Include, as wixl takes them.
 std::string WriteWixl(const InstallData& data, std::vector<EmitNote>& notes);

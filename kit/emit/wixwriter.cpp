@@ -1,5 +1,6 @@
 #include "kit/emit/emitwriters.h"
 #include "kit/emit/formattedtext.h"
+#include "kit/emit/nativeelements.h"
 #include "kit/emit/scripttext.h"
 #include "kit/emit/xmltext.h"
 #include "regfile/valuetext.h"
@@ -44,8 +45,8 @@ std::wstring TypeOf(const InstallValue& value) {
 
 class WixWriter {
 public:
-    WixWriter(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes)
-        : data(data), version(version), notes(notes) {}
+    WixWriter(const InstallData& data, WixVersion version, WixForm form, std::vector<EmitNote>& notes)
+        : data(data), version(version), form(form), notes(notes), hasFile(data.servers.size()) {}
 
     std::string Document() {
         const bool isFour = version == WixVersion::Four;
@@ -60,15 +61,23 @@ public:
         xml.Close();
         xml.Close();
         xml.Close();
+        if (form == WixForm::Native) {
+            AddFilesLeftOut();
+        }
         return xml.Bytes();
     }
 
 private:
-    void AddComponent(const InstallComponent& component) {
+    // What stays when the product is removed, or is of a user, has no file in its component.
+    bool HasFile(const InstallComponent& component) const {
+        return form == WixForm::Native && !component.isKept && !component.isPerUser;
+    }
+
+    void AddComponent(InstallComponent component) {
         if (component.keys.empty()) {
             return;
         }
-        hasKeyPath = false;
+        hasKeyPath = HasFile(component);
         XmlWriter::Attributes attributes = {{"Id", component.id}, {"Guid", component.guid}};
         const bool is64 = data.bitness == 64;
         if (version == WixVersion::Four) {
@@ -79,14 +88,52 @@ private:
         if (component.isKept) {
             attributes.emplace_back("Permanent", L"yes");
         }
-        if (std::ranges::all_of(component.keys, [](const InstallKey& key) { return key.values.empty(); })) {
+        if (!hasKeyPath &&
+            std::ranges::all_of(component.keys, [](const InstallKey& key) { return key.values.empty(); })) {
             attributes.emplace_back("KeyPath", L"yes"); // its folder
         }
         xml.Open("Component", attributes);
+        if (HasFile(component)) {
+            AddFile(component);
+        }
         for (const InstallKey& key : component.keys) {
             AddKey(key);
         }
         xml.Close();
+    }
+
+    // The file is found by its name in the folders that the tools search.
+    void AddFile(InstallComponent& component) {
+        const InstallServer& server = data.servers[component.server];
+        const NativeElements elements = TakeNativeElements(component, data);
+        AddElement({"File",
+                    {{"Id", server.id}, {"Source", ForTools(server.fileName)}, {"KeyPath", L"yes"}},
+                    elements.inFile});
+        for (const NativeElement& element : elements.inComponent) {
+            AddElement(element);
+        }
+        hasFile[component.server] = true;
+    }
+
+    void AddElement(const NativeElement& element) {
+        if (element.children.empty()) {
+            xml.AddEmpty(element.name, element.attributes);
+            return;
+        }
+        xml.Open(element.name, element.attributes);
+        for (const NativeElement& child : element.children) {
+            AddElement(child);
+        }
+        xml.Close();
+    }
+
+    void AddFilesLeftOut() {
+        for (std::size_t server = 0; server < data.servers.size(); ++server) {
+            if (!hasFile[server]) {
+                notes.push_back({{data.servers[server].fileName, 0, {}, false, {}},
+                                 L"is in no component, since none is removed with it"});
+            }
+        }
     }
 
     void AddKey(const InstallKey& key) {
@@ -160,9 +207,11 @@ private:
 
     const InstallData& data;
     WixVersion version;
+    WixForm form;
     std::vector<EmitNote>& notes;
     XmlWriter xml;
     bool hasKeyPath = false;
+    std::vector<bool> hasFile; // of each server
 };
 
 // wixl makes three dollar signs of two that are doubled.
@@ -271,8 +320,9 @@ private:
 
 } // namespace
 
-std::string WriteWix(const InstallData& data, WixVersion version, std::vector<EmitNote>& notes) {
-    return WixWriter(data, version, notes).Document();
+std::string WriteWix(const InstallData& data, WixVersion version, WixForm form,
+                     std::vector<EmitNote>& notes) {
+    return WixWriter(data, version, form, notes).Document();
 }
 
 std::string WriteWixl(const InstallData& data, std::vector<EmitNote>& notes) {

@@ -84,12 +84,13 @@ TEST(WriteInnoTest, TextsThatALineCannotHaveAreNamed) {
 
 TEST(WriteWixTest, ADollarSignIsDoubled) {
     Emitted emitted = EmittedOf({key, path, L"\"n\"=\"$(var.x)\""});
-    EXPECT_THAT(WriteWix(emitted.data, WixVersion::Four, emitted.notes), HasSubstr("Value=\"$$(var.x)\""));
+    EXPECT_THAT(WriteWix(emitted.data, WixVersion::Four, WixForm::Values, emitted.notes),
+                HasSubstr("Value=\"$$(var.x)\""));
 }
 
 TEST(WriteWixTest, AComponentWithoutValuesHasItsFolderAsKeyPath) {
     Emitted emitted = EmittedOf({L"[HKEY_CLASSES_ROOT\\x]"});
-    const std::string document = WriteWix(emitted.data, WixVersion::Four, emitted.notes);
+    const std::string document = WriteWix(emitted.data, WixVersion::Four, WixForm::Values, emitted.notes);
     EXPECT_THAT(document, HasSubstr("Bitness=\"always64\" KeyPath=\"yes\">"));
 }
 
