@@ -244,12 +244,10 @@ private:
             return;
         }
         hasKeyPath = false;
-        XmlWriter::Attributes attributes = {
-            {"Id", component.id}, {"Guid", component.guid}, {"Win64", data.bitness == 64 ? L"yes" : L"no"}};
-        if (component.isKept) {
-            attributes.emplace_back("Permanent", L"yes");
-        }
-        xml.Open("Component", attributes);
+        // wixl doesn't know permanent components. Windows Installer doesn't remove one without a GUID.
+        xml.Open("Component", {{"Id", component.id},
+                               {"Guid", component.isKept ? L"" : component.guid},
+                               {"Win64", data.bitness == 64 ? L"yes" : L"no"}});
         for (const InstallKey& key : component.keys) {
             AddKey(key);
         }

@@ -306,8 +306,13 @@ def test_guids_follow_from_the_product_and_not_from_the_entries(desk):
 def test_what_others_need_stays(desk):
     shared = "HKEY_CLASSES_ROOT\\Interface\\{00020400-0000-0000-C000-000000000046}"
     capture = desk.capture("[%s]" % KEY, PATH, "[%s]" % shared, '@="IDispatch"')
-    _, components = readers.wix(desk.emit("wix", capture).stdout, FILES, "INSTALLFOLDER")
-    assert [component.get("Permanent") for component in components] == [None, "yes"]
+    for kind in ("wix", "wix3"):
+        _, components = readers.wix(desk.emit(kind, capture).stdout, FILES, "INSTALLFOLDER")
+        assert [component.get("Permanent") for component in components] == [None, "yes"], kind
+    _, components = readers.wixl(desk.emit("wixl", capture).stdout, FILES, "INSTALLFOLDER")
+    assert [component["Guid"] == "" for component in components] == [False, True], "without a GUID nothing is removed"
+    document = readers.of_json(desk.emit("json", capture).stdout)[1]
+    assert [component["isKept"] for component in document["components"]] == [False, True]
     _, removal = readers.nsis(desk.emit("nsis", capture).stdout)
     assert removal and not any("00020400" in line for line in removal)
     _, lines = readers.inno(desk.emit("inno", capture).stdout)

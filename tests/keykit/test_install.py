@@ -15,6 +15,10 @@ import hive  # noqa: E402
 
 # A key that existed before, as traces of programs contain some.
 NEIGHBOUR = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\OLE"
+
+# What others share: a key in which another product has a value, and an interface of the system that no system has.
+SHARED = "HKEY_CLASSES_ROOT\\KeyreapShared"
+OF_SYSTEM = "HKEY_CLASSES_ROOT\\Interface\\{000204FE-0000-0000-C000-000000000046}"
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Classes\\KeyreapRoad"
 
 NSIS = """Unicode true
@@ -48,7 +52,9 @@ WIXL = """<?xml version="1.0"?>
         <?include road.wxi ?>
       </Directory></Directory>
     </Directory>
-    <Feature Id="All" Level="1"><ComponentRef Id="Files"/><ComponentRef Id="server_x64"/></Feature>
+    <Feature Id="All" Level="1">
+      <ComponentRef Id="Files"/><ComponentRef Id="server_x64"/><ComponentRef Id="server_x64_kept"/>
+    </Feature>
   </Product>
 </Wix>
 """
@@ -63,7 +69,8 @@ def folder(tmp_path_factory):
     """Both installers of one capture."""
     desk = Desk(tmp_path_factory.mktemp("road"))
     lines = [line for line, name, *_ in FORMS if name not in LEFT_OUT]
-    capture = desk.capture("[%s]" % KEY, *lines, LINES, "[%s\\empty key]" % KEY, "[%s]" % NEIGHBOUR, name="road.reg")
+    shared = ["[%s]" % SHARED, '"ours"="x"', "[%s]" % OF_SYSTEM, '@="IRoad"']
+    capture = desk.capture("[%s]" % KEY, *lines, LINES, "[%s\\empty key]" % KEY, "[%s]" % NEIGHBOUR, *shared, name="road.reg")
     for kind, name in [("nsis", "road.nsh"), ("wixl", "road.wxi")]:
         result = desk.emit(kind, capture, "-o", desk.folder / name)
         assert result.returncode == 0, result.stderr
@@ -78,12 +85,17 @@ def registry_in_steps(folder, name, install, uninstall):
     """The keys of HKLM after the installation and after the uninstallation."""
     script = """
         ended() { wineserver -w; wineserver -k; wineserver -w; cp "$WINEPREFIX/system.reg" "$1"; }
-        cd "$1" && eval "wine $3" && ended "$2.installed" && eval "wine $4" && ended "$2.removed"
+        cd "$1" && wine reg add 'HKLM\\Software\\Classes\\KeyreapShared' /v others /d y && eval "wine $3" && ended "$2.installed" &&
+            eval "wine $4" && ended "$2.removed"
     """
     session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
     words = ["bash", "-c", script, "bash", folder, name, install, uninstall]
     subprocess.run([*session, *words], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return [hive.parse(folder / (name + step), "HKEY_LOCAL_MACHINE") for step in (".installed", ".removed")]
+
+
+def in_classes(key):
+    return key.replace("HKEY_CLASSES_ROOT", "HKEY_LOCAL_MACHINE\\Software\\Classes")
 
 
 def expected(kind):
@@ -102,5 +114,8 @@ def test_what_was_captured_is_installed_and_removed(folder, kind, install, unins
     installed, removed = registry_in_steps(folder, kind, install, uninstall)
     assert installed[INSTALLED] == expected(kind)
     assert installed[INSTALLED + "\\empty key"] == {}
+    assert installed[in_classes(SHARED)] == {"ours": (SZ, text_data("x")), "others": (SZ, text_data("y"))}
     assert [key for key in removed if key.startswith(INSTALLED)] == []
     assert removed[NEIGHBOUR] != {}
+    assert removed[in_classes(SHARED)] == {"others": (SZ, text_data("y"))}
+    assert removed[in_classes(OF_SYSTEM)] == {"": (SZ, text_data("IRoad"))}
