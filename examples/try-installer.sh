@@ -1,7 +1,7 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
 # Usage: try-installer.sh FILE FOLDER CLIENT...   (within a session of scripts/wine-session.sh)
-# Installs FILE, an .exe of NSIS or an .msi, into FOLDER, lets each CLIENT below it create and call the servers,
+# Installs FILE, an .msi or an .exe of NSIS or Inno Setup, into FOLDER, lets each CLIENT below it create and call the servers,
 # uninstalls, and compares registry and drive with what they were. Paths are those of Windows. Ends with 1 at the first
 # thing that isn't as it should be.
 set -euo pipefail
@@ -14,18 +14,31 @@ fail() {
     exit 1
 }
 
+# NSIS and Inno Setup ignore each other's words.
+SILENT=(/S /VERYSILENT /SUPPRESSMSGBOXES)
+
 install() {
     case $1 in
     *.msi) run_windows msiexec /i "$1" /qn ;;
-    *) run_windows "$1" /S ;;
+    *) run_windows "$1" "${SILENT[@]}" ;;
     esac
 }
 
 uninstall() {
     case $1 in
     *.msi) run_windows msiexec /x "$1" /qn ;;
-    *) run_windows "$2\\uninstall.exe" /S ;;
+    *) run_windows "$2\\$(uninstaller_in "$2")" "${SILENT[@]}" ;;
     esac
+}
+
+# uninstaller_in FOLDER: prints the name of the uninstaller, which Inno Setup chooses itself.
+uninstaller_in() {
+    local path=${1//\\//}
+    if [[ -e $WINEPREFIX/dosdevices/${path,}/unins000.exe ]]; then
+        echo unins000.exe
+    else
+        echo uninstall.exe
+    fi
 }
 
 # run_windows COMMAND...: also waits for what the command starts; an uninstaller continues as a copy of itself.

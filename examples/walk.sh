@@ -22,7 +22,7 @@ EXAMPLES=$USER_DATA/examples
 CMAKE_FILES=$ROOT/cmake
 [[ ! -f $ROOT/prebuilt ]] || CMAKE_FILES=$ROOT/../cmake/Keyreap
 
-# build_bitness NAME TARGET: the servers, what they register, and the package for Windows Installer.
+# build_bitness NAME TARGET: the servers, what they register, and the packages for Windows Installer.
 build_bitness() {
     clean_environment cmake -S "$SOURCES" -B "$EXAMPLES/$1" -G Ninja -D CMAKE_BUILD_TYPE=Release \
         -D CMAKE_TOOLCHAIN_FILE="$CMAKE_FILES/mingw.cmake" -D KEYREAP_TARGET="$2"
@@ -68,4 +68,6 @@ TRIALS=() TRIED=()
 try_installer keyreap-examples.exe 'C:\Program Files\Keyreap examples' 'x64\client.exe' 'x86\client.exe'
 try_installer x64/keyreap-examples.msi 'C:\Program Files\Keyreap examples x64' client.exe
 try_installer x86/keyreap-examples.msi 'C:\Program Files (x86)\Keyreap examples x86' client.exe
+try_installer x64/keyreap-examples-fragments.msi 'C:\Program Files\Keyreap examples x64' client.exe
+try_installer x86/keyreap-examples-fragments.msi 'C:\Program Files (x86)\Keyreap examples x86' client.exe
 report_trials

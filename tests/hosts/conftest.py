@@ -1,15 +1,8 @@
 """What takes minutes in each release runs only in the whole run, ./test hosts."""
 
-import os
+import sys
+from pathlib import Path
 
-WHOLE = os.environ.get("KEYREAP_SAMPLE") == "1"
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
-
-def pytest_configure(config):
-    config.addinivalue_line("markers", "whole: a test of the whole run")
-
-
-def pytest_collection_modifyitems(config, items):
-    left_out = [item for item in items if not WHOLE and item.get_closest_marker("whole")]
-    config.hook.pytest_deselected(items=left_out)
-    items[:] = [item for item in items if item not in left_out]
+from wholerun import WHOLE, pytest_collection_modifyitems, pytest_configure  # noqa: E402, F401

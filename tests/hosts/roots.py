@@ -1,9 +1,14 @@
 """Minimal roots of Debian's releases, made with mmdebstrap from the package sources of this machine."""
 
+import contextlib
+import fcntl
 import os
 import shutil
 import subprocess
+import tempfile
 from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
 
 RELEASES = {"bookworm": "Debian 12", "trixie": "Debian 13"}
 
@@ -42,14 +47,44 @@ def own_sources():
     return sorted({tuple(rest) for origin, *rest in fields if origin == "Debian"})
 
 
-def sources_of(release):
+def sources_of(release, with_updates=True):
     """The distribution's own among the machine's package sources, one a line, with the other release's name."""
     own = own_release()
     return "".join(
         f"deb {site} {codename.replace(own, release)} {component}\n"
         for site, codename, component in own_sources()
-        if codename.startswith(own)
+        if (codename.startswith(own) if with_updates else codename == own)
     )
+
+
+def remove(folder):
+    subprocess.run(["rm", "-rf", "--one-file-system", folder], check=True)
+
+
+def remove_abandoned():
+    """What runs that were killed have left. A run holds the lock of its folder."""
+    for lock in (ROOT / "build").glob("hosts.*/lock"):
+        with lock.open() as held:
+            try:
+                fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            except BlockingIOError:
+                continue
+            remove(lock.parent)
+
+
+@contextlib.contextmanager
+def place_for_roots():
+    """A folder for roots, with a folder `shared` for what they share."""
+    remove_abandoned()
+    folder = Path(tempfile.mkdtemp(prefix="hosts.", dir=ROOT / "build"))
+    folder.chmod(0o755)
+    with (folder / "lock").open("w") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        (folder / "shared").mkdir()
+        try:
+            yield folder
+        finally:
+            remove(folder)
 
 
 def acquire_settings():
@@ -71,24 +106,26 @@ AS_USER = ["setpriv", "--reuid", USER, "--regid", USER, "--init-groups", "--no-n
 
 
 class Root:
-    """A root in a folder that doesn't exist yet; `shared` appears in it as /mnt."""
+    """A root in a folder that doesn't exist yet; `shared` appears in it as /mnt. `foreign` is an architecture whose packages
+    it can have, too; it has no updates then, since a mirror's lists of them may differ between architectures."""
 
-    def __init__(self, release, folder, shared, *packages):
+    def __init__(self, release, folder, shared, *packages, foreign=None):
         self.release = release
         self.folder = folder
         self.shared = shared
         self.name = RELEASES[release]
-        self._make(["ca-certificates", "passwd", *packages])
+        self._make(["ca-certificates", "passwd", *packages], foreign)
 
-    def _make(self, packages):
+    def _make(self, packages, foreign):
         if os.geteuid() != 0:
             raise RootFailed("making a root needs the rights of root: run ./test as root")
         settings = self.folder.with_name(self.folder.name + ".apt")
         settings.write_text(acquire_settings(), encoding="utf-8")
         words = ["mmdebstrap", "--quiet", "--variant=minbase", f"--aptopt={settings}", "--include=" + ",".join(packages)]
-        made = subprocess.run(
-            [*words, self.release, self.folder, "-"], input=sources_of(self.release), capture_output=True, text=True
-        )
+        own = output_of("dpkg", "--print-architecture").strip()
+        words += [f"--architectures={own},{foreign}"] if foreign else []
+        sources = sources_of(self.release, with_updates=not foreign)
+        made = subprocess.run([*words, self.release, self.folder, "-"], input=sources, capture_output=True, text=True)
         settings.unlink()
         if made.returncode != 0:
             raise RootFailed(f"a root of {self.name} can't be made: {made.stderr}")
@@ -123,4 +160,4 @@ class Root:
         return int(output_of("du", "-scm", *(str(self.path(path)) for path in inner)).split()[-2])
 
     def remove(self):
-        subprocess.run(["rm", "-rf", "--one-file-system", self.folder], check=True)
+        remove(self.folder)

@@ -1,18 +1,16 @@
 """Both releases of Debian are hosts of equal right. Tried in fresh roots of them, without a display: the package in the
 release that this machine isn't; in a whole run the package in both, and what a newcomer does with a clone."""
 
-import fcntl
 import os
 import re
 import shutil
 import subprocess
-import tempfile
 import time
 from pathlib import Path
 
 import pytest
 from conftest import WHOLE
-from roots import RELEASES, USER, Root, other_release
+from roots import RELEASES, USER, Root, other_release, place_for_roots
 
 ROOT = Path(__file__).resolve().parents[2]
 HOME = f"/home/{USER}"
@@ -43,32 +41,10 @@ class Clock:
         return f"{time.monotonic() - self.begun:.0f} s"
 
 
-def remove(folder):
-    subprocess.run(["rm", "-rf", "--one-file-system", folder], check=True)
-
-
-def remove_abandoned():
-    """What runs that were killed have left. A run holds the lock of its folder."""
-    for lock in (ROOT / "build").glob("hosts.*/lock"):
-        with lock.open() as held:
-            try:
-                fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
-            except BlockingIOError:
-                continue
-            remove(lock.parent)
-
-
 @pytest.fixture(scope="module")
 def place():
-    """A folder for roots, and what they share."""
-    remove_abandoned()
-    folder = Path(tempfile.mkdtemp(prefix="hosts.", dir=ROOT / "build"))
-    folder.chmod(0o755)
-    with (folder / "lock").open("w") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        (folder / "shared").mkdir()
+    with place_for_roots() as folder:
         yield folder
-        remove(folder)
 
 
 @pytest.fixture(scope="module")

@@ -1,0 +1,8 @@
+"""What needs a root of a release runs only in the whole run, ./test examples."""
+
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+
+from wholerun import pytest_collection_modifyitems, pytest_configure  # noqa: E402, F401
