@@ -4,7 +4,8 @@ target. The word after the fence of a block says what the block contains:
   sh               commands, run one after another
   console          a session at a terminal: what follows a `$ ` is run, the rest is what it prints; a document has one
   bat              commands of Windows, run in the unpacked zip
-  cmake nsis xml   a piece of the examples
+  cmake nsis xml iss
+                   a piece of the examples
   reg              what the program writes: lines of a golden file, in their order
   text, nothing    anything but commands
   ... not-run      can't be tried here, and the text before the block says so
@@ -39,6 +40,7 @@ QUOTED = {
     "cmake": ROOT / "examples" / "CMakeLists.txt",
     "nsis": ROOT / "examples" / "installer" / "example.nsi",
     "xml": ROOT / "examples" / "installer" / "example.wxs.in",
+    "iss": ROOT / "examples" / "installer" / "example.iss",
 }
 
 
