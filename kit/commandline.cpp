@@ -20,6 +20,7 @@ int RunCommandLine(std::vector<std::string> words) {
     AddEmit(app, status);
     AddLint(app, status);
     AddManifest(app, status);
+    AddShow(app, status);
     // The library takes the words from the end.
     std::ranges::reverse(words);
     try {

@@ -27,4 +27,7 @@ void AddLint(CLI::App& app, int& status);
 // manifest: makes a manifest with which servers work without registration.
 void AddManifest(CLI::App& app, int& status);
 
+// show: makes a page of captures.
+void AddShow(CLI::App& app, int& status);
+
 } // namespace keyreap

@@ -1,0 +1,192 @@
+// The page around the cards and the tree.
+
+const place = (id) => document.getElementById(id);
+const model = new Model(JSON.parse(place("data").textContent));
+const tree = new Tree(place("tree"), model, clearFilter);
+const cards = new Cards(place("objects"), model, goToKey);
+
+function goToKey(key, value = null) {
+  tree.reveal(key, value);
+}
+
+function clearFilter() {
+  place("words").value = "";
+  model.onlyDifferences = false;
+  place("only") && (place("only").checked = false);
+  model.search("");
+  renderFiltered();
+}
+
+function renderFiltered() {
+  tree.limits.clear();
+  cards.limits.clear();
+  const isWhole = tree.unfoldWithin(ROWS_AT_FIRST);
+  renderAll();
+  if (!model.isFiltering) {
+    say("");
+  } else {
+    say(counted(model.matches, "key") + " and " + counted(model.shownObjects.length, "object") +
+      (model.matches === 1 && model.shownObjects.length === 0 ? " matches." : " match.") + (isWhole ? "" : " Keys further down are folded."));
+  }
+}
+
+function renderAll() {
+  cards.render();
+  tree.render();
+  place("nothing").hidden = model.shownChildren(null).length > 0;
+  renderContents();
+}
+
+function say(text) {
+  place("status").textContent = text;
+}
+
+// At the top
+
+function renderTitle() {
+  const names = model.isComparing ? [model.left, model.right] : [model.left];
+  document.title = names.map((number) => plain(model.captures[number])).join(" and ");
+  place("title").replaceChildren(...names.flatMap((number, index) => [index ? " and " : "", shown("span", "", model.captures[number])]));
+}
+
+function renderCounts() {
+  const totals = model.totals;
+  place("counts").textContent = counted(totals.keys, "key") + ", " + counted(totals.values, "value");
+  if (model.isComparing) {
+    const legend = place("legend");
+    const chip = (side, text) => element("span", "chip " + side, text);
+    const only = (number) => " only in " + plain(model.captures[number]);
+    legend.replaceChildren(chip(LEFT, totals.left + only(model.left)), " ", chip(RIGHT, totals.right + only(model.right)), " ",
+      chip(CHANGED, totals.changed + " changed"));
+  }
+  const columns = place("columns");
+  columns.hidden = !model.isComparing;
+  if (model.isComparing) {
+    columns.replaceChildren(element("span", "name", ""), ...[model.left, model.right].map((number) => shown("span", "cell", model.captures[number])));
+  }
+}
+
+function choice(label, selected, action) {
+  const select = element("select", "");
+  model.captures.forEach((name, number) => select.append(new Option(plain(name), number, false, number === selected)));
+  select.addEventListener("change", () => action(Number(select.value)));
+  return element("label", "", label + " ", select);
+}
+
+function changeCaptures(left, right) {
+  model.select(left, right);
+  renderTitle();
+  renderCounts();
+  renderFindings();
+  renderFiltered();
+}
+
+function setUpComparison() {
+  if (!model.isComparing) {
+    return;
+  }
+  document.body.classList.add("comparing");
+  const comparison = place("comparison");
+  comparison.hidden = false;
+  if (model.captures.length > 2) {
+    comparison.append(choice("Capture", model.left, (number) => changeCaptures(number, model.right)),
+      choice("compared with", model.right, (number) => changeCaptures(model.left, number)));
+  }
+  const legend = element("span", "legend"), only = element("input", "");
+  legend.id = "legend";
+  only.id = "only";
+  only.type = "checkbox";
+  only.addEventListener("change", () => {
+    model.onlyDifferences = only.checked;
+    model.filter();
+    renderFiltered();
+  });
+  comparison.append(legend, element("label", "only", only, " Only differences"));
+}
+
+function renderContents() {
+  const link = (id, text) => {
+    const made = element("a", "", text);
+    made.href = "#" + id;
+    return made;
+  };
+  const sections = [...document.querySelectorAll("main section.objects")].map((section) => link(section.id, section.querySelector("h2").textContent));
+  const findings = place("findings").hidden ? [] : [link("findings", place("findings-title").textContent)];
+  place("contents").replaceChildren(...[...findings, ...sections, link("keys", "Keys")].flatMap((made) => [made, " "]));
+}
+
+function renderFindings() {
+  const found = model.findings.filter((finding) => model.isOfShown(finding));
+  place("findings").hidden = found.length === 0;
+  place("findings-title").replaceChildren("Findings ", element("span", "count", found.length.toLocaleString("en")));
+  place("findings").querySelector("ul").replaceChildren(...found.map(findingItem));
+}
+
+function findingItem(finding) {
+  const item = element("li", "");
+  if (finding.rule) {
+    item.append(shown("span", "rule", finding.rule), " ");
+  }
+  item.append(shown("span", "sentence", finding.sentence));
+  if (model.isComparing) {
+    item.append(" ", shown("span", "of", model.captures[finding.capture]));
+  }
+  if (finding.key !== null) {
+    const name = finding.value === null ? "" : ", " + (finding.value === "" ? "default value" : finding.value);
+    const link = element("a", "path", shown("span", "", model.path(finding.key) + name));
+    link.href = "#keys";
+    link.addEventListener("click", (event) => {
+      event.preventDefault();
+      goToKey(finding.key, finding.value);
+    });
+    item.append(link);
+  } else if (finding.path) {
+    item.append(shown("span", "path", finding.path));
+  }
+  return item;
+}
+
+// Search
+
+let searching = 0;
+
+function search() {
+  clearTimeout(searching);
+  searching = setTimeout(() => {
+    model.search(place("words").value);
+    renderFiltered();
+  }, 120);
+}
+
+place("words").addEventListener("input", search);
+place("words").addEventListener("keydown", (event) => {
+  if (event.key === "ArrowDown") {
+    event.preventDefault();
+    tree.focus(place("tree").firstElementChild);
+  }
+});
+place("search").addEventListener("submit", (event) => event.preventDefault());
+document.addEventListener("keydown", (event) => {
+  if (event.key === "/" && event.target.tagName !== "INPUT" && !event.ctrlKey && !event.altKey && !event.metaKey) {
+    event.preventDefault();
+    place("words").focus();
+    place("words").select();
+  } else if (event.key === "Escape" && model.words.length > 0) {
+    clearFilter();
+  }
+});
+place("unfold").addEventListener("click", () => {
+  const isWhole = tree.unfoldWithin(MOST_ROWS);
+  tree.render();
+  say(isWhole ? "All keys are unfolded." : "There are too many keys to unfold all of them. Keys further down are folded.");
+});
+place("fold").addEventListener("click", () => {
+  tree.foldAll();
+  say("All keys are folded.");
+});
+
+setUpComparison();
+renderTitle();
+renderCounts();
+renderFindings();
+renderAll();

@@ -1,0 +1,78 @@
+#include "kit/hostfiles.h"
+#include "kit/lint/lintrules.h"
+#include "kit/show/showpage.h"
+#include "kit/verb.h"
+#include "kit/verbfiles.h"
+#include "platform/core/text/utf8.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+
+namespace keyreap {
+
+namespace {
+
+struct ShowWords {
+    std::vector<std::string> captures;
+    std::string output;
+};
+
+// The files' names, or the words themselves if two files have the same name.
+std::vector<std::wstring> NamesOf(const std::vector<std::string>& words) {
+    std::vector<std::wstring> names;
+    std::set<std::string> distinct;
+    for (const std::string& word : words) {
+        const std::string name = FileNameOf(word);
+        distinct.insert(name);
+        names.push_back(UnitsOfUtf8(name).value_or(L"?"));
+    }
+    for (std::size_t i = 0; i < words.size() && distinct.size() < words.size(); ++i) {
+        names[i] = UnitsOfUtf8(words[i]).value_or(L"?");
+    }
+    return names;
+}
+
+// What `keykit lint` says of the captures, at their places.
+std::vector<PageFinding> FindingsOf(const std::vector<Capture>& captures) {
+    std::vector<PageFinding> findings;
+    for (const auto& [rule, finding] : FindingsIn(LintInput(captures, {}, nullptr))) {
+        const EntryPlace& place = finding.place;
+        const auto capture = std::ranges::find(captures, place.file, &Capture::file);
+        PageFinding found;
+        found.capture = static_cast<std::size_t>(capture - captures.begin());
+        found.rule = std::wstring(rule->number.begin(), rule->number.end());
+        found.key = place.key;
+        found.value = place.isKey || place.key.empty() ? std::nullopt : std::optional(place.value);
+        found.sentence = finding.sentence;
+        findings.push_back(std::move(found));
+    }
+    return findings;
+}
+
+int Show(const ShowWords& words) {
+    std::vector<Capture> captures = ReadCaptures(words.captures);
+    const std::vector<PageFinding> findings = FindingsOf(captures);
+    const std::vector<std::wstring> names = NamesOf(words.captures);
+    std::vector<PageCapture> shown;
+    for (std::size_t i = 0; i < captures.size(); ++i) {
+        shown.push_back({names[i], std::move(captures[i].document)});
+    }
+    WriteResult(words.output, ShowPage(shown, findings));
+    return statusWhole;
+}
+
+} // namespace
+
+void AddShow(CLI::App& app, int& status) {
+    const auto words = std::make_shared<ShowWords>();
+    CLI::App* const verb =
+        app.add_subcommand("show", "Makes a page to look at captures, and to compare them.");
+    verb->add_option("CAPTURE", words->captures, "The .reg files")->required();
+    verb->add_option("-o,--output", words->output, "The file to write, in the place of standard output");
+    verb->callback([words, &status] { status = StatusOf([&words] { return Show(*words); }); });
+}
+
+} // namespace keyreap
