@@ -24,6 +24,9 @@
         libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools
         python3-jsonschema python3-lxml libwin-hivex-perl)
 
+    # The browser in which ./test looks at the page of keykit.
+    BROWSER_PACKAGES=(chromium chromium-driver python3-selenium)
+
     # The compiler of the fuzzers and its runtime library.
     FUZZ_PACKAGES=(clang libclang-rt-dev)
 

@@ -169,7 +169,8 @@ level_packages() {
         ;;
     bench) needed+=("${TEST_PACKAGES[@]}") ;;
     fuzz) needed+=("${FUZZ_PACKAGES[@]}") ;;
-    test | compilers) needed+=("${EXAMPLE_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
+    test) needed+=("${EXAMPLE_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TEST_PACKAGES[@]}" "${BROWSER_PACKAGES[@]}") ;;
+    compilers) needed+=("${EXAMPLE_PACKAGES[@]}" "${HEADER_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
     esac
     install_packages "${needed[@]}"
 }

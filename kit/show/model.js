@@ -164,17 +164,19 @@ class Model {
     return found;
   }
 
-  // Decides which keys are shown: those that match, and those above them. A word may be found in any name of the path.
+  // Decides which keys are shown: those that match, with their values, and those above them. A word may be found in any name of the path.
   filter() {
     const all = 2 ** this.words.length - 1;
     const inPath = new Int32Array(this.keys.length);
     this.isShown = new Uint8Array(this.keys.length);
+    this.isMatch = new Uint8Array(this.keys.length);
     this.matches = 0;
     this.keys.forEach((key, number) => {
       inPath[number] = (key.parent === null ? 0 : inPath[key.parent]) | this.wordsIn(key.name);
       const isThere = this.stateOfKey(number) !== null && !(this.onlyDifferences && this.isComparing && this.ownDifferences[number] === 0);
       if (isThere && ((inPath[number] & all) === all || ((inPath[number] | this.wordsInValues(number)) & all) === all)) {
         ++this.matches;
+        this.isMatch[number] = 1;
         for (let at = number; at !== null && !this.isShown[at]; at = this.keys[at].parent) {
           this.isShown[at] = 1;
         }
@@ -197,6 +199,9 @@ class Model {
   }
 
   shownValues(number) {
+    if (this.isMatch[number] === 0) {
+      return [];
+    }
     const isWanted = (state) => state !== null && !(this.onlyDifferences && this.isComparing && state === SAME);
     return this.keys[number].values.filter((value) => isWanted(this.stateOfValue(value)));
   }

@@ -136,9 +136,9 @@ class Cards {
     const libraries = object.kind === "typeLib" ? [number] : object.kind === "class" ? this.librariesOf(object) : [];
     const interfaces = [...new Set(libraries.flatMap(interfacesOf))];
     if (interfaces.length > 0) {
-      const links = interfaces.slice(0, MOST_LINKS).flatMap((of) => [this.link(model.objects[of].id, of), " "]);
+      const links = interfaces.slice(0, MOST_LINKS).flatMap((of, index) => [index > 0 ? ", " : "", this.link(model.objects[of].id, of)]);
       if (interfaces.length > MOST_LINKS) {
-        links.push("and " + (interfaces.length - MOST_LINKS).toLocaleString("en") + " more");
+        links.push(" and " + (interfaces.length - MOST_LINKS).toLocaleString("en") + " more");
       }
       list.append(element("dt", "", "Interfaces"), element("dd", "links", ...links));
     }

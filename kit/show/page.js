@@ -25,8 +25,8 @@ function renderFiltered() {
   if (!model.isFiltering) {
     say("");
   } else {
-    say(counted(model.matches, "key") + " and " + counted(model.shownObjects.length, "object") +
-      (model.matches === 1 && model.shownObjects.length === 0 ? " matches." : " match.") + (isWhole ? "" : " Keys further down are folded."));
+    say("Found " + counted(model.matches, "key") + " and " + counted(model.shownObjects.length, "object") + "." +
+      (isWhole ? "" : " Keys further down are folded."));
   }
 }
 

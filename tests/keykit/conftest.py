@@ -36,6 +36,20 @@ def keykit(*words, **options):
     return subprocess.run([PROGRAM, *map(str, words)], capture_output=True, stdin=subprocess.DEVNULL, **options)
 
 
+def calculator_captures(folder):
+    """The captures of a server in both bitnesses. Those of 32 bits are changed: another threading model, and a key is missing."""
+    files = []
+    for bitness in ("x64", "x86"):
+        text = (ROOT / "tests" / "endtoend" / "golden" / ("calculator-%s.reg" % bitness)).read_bytes().decode("utf-16")
+        text = text.replace("{MODULE}", "Z:\\\\build\\\\%s\\\\calculator.dll" % bitness).replace("{FOLDER}", "Z:\\\\build\\\\" + bitness)
+        if bitness == "x86":
+            text = text.replace('"Both"', '"Apartment"')
+            text = text.replace('[HKEY_CLASSES_ROOT\\Keyreap.Calculator\\CurVer]\r\n@="Keyreap.Calculator.1"\r\n\r\n', "")
+        files.append(folder / ("calculator-%s.reg" % bitness))
+        files[-1].write_bytes(("\ufeff" + text).encode("utf-16-le"))
+    return files
+
+
 class Desk:
     """A folder with a server, captured as Z:\\build\\bin\\server.dll."""
 
