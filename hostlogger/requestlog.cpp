@@ -19,7 +19,7 @@ constexpr DWORD pause = 1;                                       // milliseconds
 std::wstring NextMark() {
     LARGE_INTEGER now{};
     QueryPerformanceCounter(&now);
-    return L"\\REGISTRY\\Keyreap mark " + std::to_wstring(GetCurrentProcessId()) + L' ' +
+    return std::wstring(markPrefix) + std::to_wstring(GetCurrentProcessId()) + L' ' +
            std::to_wstring(now.QuadPart);
 }
 
@@ -30,8 +30,19 @@ public:
 
     bool WantsKeyRequests() const override { return next && !found; }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
+    void OnSystemRequest(const KeyRequest& request) override { next->OnSystemRequest(request); }
+    void OnProcessStart(const ProcessStart& start) override {
+        if (next) {
+            next->OnProcessStart(start);
+        }
+    }
     void OnLostLines() override { lost = true; }
-    void OnMissingKey(const std::wstring& name) override { found = name == mark; }
+    void OnMissingKey(const std::wstring& name) override {
+        found = name == mark;
+        if (next) {
+            next->OnMissingKey(name);
+        }
+    }
 
     bool Found() const { return found; }
     bool Lost() const { return lost; }

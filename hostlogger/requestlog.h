@@ -19,6 +19,9 @@ std::wstring SystemStartPath();
 // Where the session of a test describes its host (Strictness). Other sessions have no such file.
 std::wstring HostDescriptionPath();
 
+// With this begin the marks that readers of the log make; the id of the reader's process follows.
+inline constexpr std::wstring_view markPrefix = L"\\REGISTRY\\Keyreap mark ";
+
 // A request log that is being written, and what it has reported so far. Windows only.
 class RequestLog {
 public:

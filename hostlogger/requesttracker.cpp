@@ -176,14 +176,23 @@ bool RequestTracker::BelongsToStart(const Call& call, const KeyRequest& request)
 
 void RequestTracker::Report(const Call& call, KeyRequest request) const {
     request.machine = call.process.machine;
-    if (!IsReported(call) || BelongsToStart(call, request)) {
+    if (!IsReported(call)) {
         return;
     }
+    if (!BelongsToStart(call, request)) {
+        call.listener->OnKeyRequest(Completed(call, std::move(request)));
+    } else if (SystemStart::IsChange(request)) {
+        call.listener->OnSystemRequest(Completed(call, std::move(request)));
+    }
+}
+
+// With what every request has.
+KeyRequest RequestTracker::Completed(const Call& call, KeyRequest request) const {
     request.processId = call.processId;
     request.threadId = call.threadId;
     request.status = call.status == statusObjectNameExists ? 0 : call.status;
     request.time = time;
-    call.listener->OnKeyRequest(request);
+    return request;
 }
 
 void RequestTracker::CreateOrOpenKey(const Call& call) {
@@ -320,6 +329,9 @@ void RequestTracker::StartProcess(const Call& call) {
     }
     const std::uint32_t parentHandle = NumberField(call.requestFields, "parent_process");
     const std::uint32_t parent = parentHandle == 0 ? call.processId : call.ProcessOf(parentHandle);
+    if (call.listener) {
+        call.listener->OnProcessStart({child, parent, TextField(call.requestFields, "image")});
+    }
     const bool inherits = (NumberField(call.requestFields, "flags") & inheritHandles) != 0;
     processes.Start(child, inherits ? processes.Find(parent) : nullptr,
                     NumbersField(call.requestFields, "handles"));

@@ -31,10 +31,22 @@ struct KeyRequest {
     KeyView view;      // of a creation or opening
 };
 
+// The start of a process.
+struct ProcessStart {
+    std::uint32_t processId = 0;
+    std::uint32_t parentId = 0; // 0 if unknown
+    std::wstring imageName;     // the file name; empty if the log lacks it
+};
+
 // Receives what the log reports about the registry.
 class KeyRequestListener {
 public:
     virtual ~KeyRequestListener() = default;
+
+    // Also while no key requests are wanted.
+    virtual void OnProcessStart(const ProcessStart&) {}
+    // A change of the registry that belongs to the system's start, and that OnKeyRequest doesn't get.
+    virtual void OnSystemRequest(const KeyRequest&) {}
 
     // While it is false OnKeyRequest isn't called, and nothing is put together for it.
     virtual bool WantsKeyRequests() const { return true; }
@@ -115,6 +127,7 @@ private:
     void MoveKeys(const std::wstring& from, const std::wstring& to);
     bool IsReported(const Call& call) const;
     bool BelongsToStart(const Call& call, const KeyRequest& request) const;
+    KeyRequest Completed(const Call& call, KeyRequest request) const;
     void Report(const Call& call, KeyRequest request) const;
 
     KeyFacts& facts;

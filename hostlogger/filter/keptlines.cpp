@@ -13,6 +13,8 @@ struct KeptRequest {
     std::string_view name;
     // Where the request's private part begins; it reaches to the end of the line.
     std::string_view privateFrom = {};
+    // The field of the private part whose path's last name is kept.
+    std::string_view pathField = {};
 };
 
 // Sorted by name, for the binary search.
@@ -26,7 +28,7 @@ constexpr std::array<KeptRequest, 16> keptRequests = {{
     {requestword::mappingInfo},
     {requestword::debugInfo},
     {requestword::firstThread},
-    {requestword::newProcess, ", info={"},
+    {requestword::newProcess, ", info={", "imagepath=L\""},
     {requestword::newThread},
     {requestword::openKey},
     {requestword::openProcess},
@@ -75,9 +77,38 @@ bool IsKeptLine(std::string_view line) {
            std::ranges::any_of(keptPaths, [&](std::string_view start) { return line.starts_with(start); });
 }
 
-void AppendWithoutPrivatePart(std::string_view line, std::string_view privateFrom, std::string& kept) {
-    const std::size_t end = FindOutsideNames(line, privateFrom);
+// Where the quoted text ends that begins at the front.
+std::size_t QuotedLength(std::string_view text) {
+    std::size_t at = 0;
+    while (at < text.size() && text[at] != '"') {
+        at += text[at] == '\\' ? 2 : 1;
+    }
+    return std::min(at, text.size());
+}
+
+// The last name of the quoted path in the field, in the server's escapes; empty if there is none.
+std::string_view LastNameIn(std::string_view part, std::string_view field) {
+    constexpr std::string_view backslash = R"(\\)";
+    const std::size_t begin = FindOutsideNames(part, field);
+    if (field.empty() || begin == part.size()) {
+        return {};
+    }
+    part.remove_prefix(begin + field.size());
+    const std::size_t length = QuotedLength(part);
+    if (length == part.size()) {
+        return {}; // the line was cut off
+    }
+    part = part.substr(0, length);
+    const std::size_t last = part.rfind(backslash);
+    return last == std::string_view::npos ? part : part.substr(last + backslash.size());
+}
+
+void AppendWithoutPrivatePart(std::string_view line, const KeptRequest& request, std::string& kept) {
+    const std::size_t end = FindOutsideNames(line, request.privateFrom);
     kept += line.substr(0, end);
+    if (const std::string_view name = LastNameIn(line.substr(end), request.pathField); !name.empty()) {
+        kept.append(", image=L\"").append(name).append("\"");
+    }
     if (end < line.size()) {
         kept += line.back() == '}' ? " }" : " )";
     }
@@ -90,7 +121,7 @@ void AppendKeptPart(std::string_view line, std::string& kept) {
     const std::string_view text = AfterThread(line);
     const KeptRequest* request = FindKept(text.substr(0, text.find('(')));
     if (request != nullptr && !request->privateFrom.empty()) {
-        AppendWithoutPrivatePart(line, request->privateFrom, kept);
+        AppendWithoutPrivatePart(line, *request, kept);
     } else if (request != nullptr || IsKeptEvent(text) || IsKeptLine(line)) {
         kept.append(line).push_back('\n');
     }

@@ -11,7 +11,8 @@ namespace keyreap {
 // ends it with one; appends nothing if the line isn't kept. Kept are requests and replies about keys,
 // handles, processes, threads and image mappings, the real names of the keys that they opened, the ends of
 // threads and processes, and the server's word that it is up. The data of values and what a new process is
-// given (its environment, its command line) are left out.
+// given (its environment, its command line) are left out, but for the file name of its image, without the
+// folder: `image=L"server.exe"`.
 void AppendKeptPart(std::string_view line, std::string& kept);
 
 // Splits the log, which comes in pieces of any size, into its lines.

@@ -92,6 +92,35 @@ TEST(AppendKeptPart, TheEnvironmentOfAProcessIsRemoved) {
             R"(0024: new_process( token=0000, flags=00000004, objattr={name=L""}, handles={0004}, jobs={} ))"));
 }
 
+// What is kept of a request for a process that is given this.
+std::string KeptOfStart(const std::string& info) {
+    return Kept(R"(0024: new_process( flags=00000004, handles={}, jobs={}, info={debug_flags=0,)" + info +
+                R"(}, env=L"A=secret\0imagepath=L\"C:\\secret.exe\"" ))");
+}
+
+std::string WithImage(const std::string& name) {
+    return WithLineBreak("0024: new_process( flags=00000004, handles={}, jobs={}" + name + " )");
+}
+
+TEST(AppendKeptPart, OfAProcessTheFileNameOfItsImageIsKept) {
+    EXPECT_EQ(KeptOfStart(R"(curdir=L"C:\\secret",imagepath=L"C:\\secret\\child.exe",cmdline=L"secret")"),
+              WithImage(R"(, image=L"child.exe")"));
+    EXPECT_EQ(KeptOfStart(R"(imagepath=L"child.exe")"), WithImage(R"(, image=L"child.exe")"));
+    EXPECT_EQ(KeptOfStart(R"(imagepath=L"C:\\secret\\a\"b.exe",cmdline=L"secret")"),
+              WithImage(R"(, image=L"a\"b.exe")"));
+}
+
+TEST(AppendKeptPart, NoOtherTextOfAProcessIsTakenForItsImage) {
+    EXPECT_EQ(KeptOfStart(R"(curdir=L"imagepath=L\"C:\\secret",imagepath=L"",cmdline=L"secret")"),
+              WithImage(""));
+    EXPECT_EQ(KeptOfStart(R"(cmdline=L"imagepath=L\"secret.exe")"), WithImage(""));
+}
+
+TEST(AppendKeptPart, AnImageWhoseNameIsCutOffIsNotKept) {
+    EXPECT_EQ(Kept(R"(0024: new_process( flags=00000004, jobs={}, info={imagepath=L"C:\\secret\\chi)"),
+              WithLineBreak("0024: new_process( flags=00000004, jobs={} )"));
+}
+
 TEST(AppendKeptPart, TheNameOfAValueCannotHideItsData) {
     EXPECT_EQ(Kept(R"(0024: set_key_value( hkey=0034, name=L"a\", data={b", data={05} ))"),
               WithLineBreak(R"(0024: set_key_value( hkey=0034, name=L"a\", data={b" ))"));

@@ -71,11 +71,12 @@ void RequestStory::ReachEntryPoint(std::uint32_t thread, std::uint32_t process) 
 }
 
 void RequestStory::NewProcess(std::uint32_t thread, std::uint32_t child, std::uint32_t handle,
-                              std::uint32_t flags, std::string_view handles, std::uint32_t parent) {
+                              std::uint32_t flags, std::string_view handles, std::uint32_t parent,
+                              std::string_view image) {
     Ask(thread, "new_process",
         "token=0000, debug=0000, parent_process=" + Hex(parent) + ", flags=" + Hex(flags) +
             ", objattr={rootdir=0000,attributes=00000000,sd={},name=L\"\"}, handles={" +
-            std::string(handles) + "}, jobs={}");
+            std::string(handles) + "}, jobs={}" + (image.empty() ? "" : ", image=" + Quoted(image)));
     Answer(thread, "new_process", "0", "info=005c, pid=" + Hex(child) + ", handle=" + Hex(handle));
 }
 

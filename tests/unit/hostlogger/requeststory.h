@@ -15,11 +15,15 @@ class RecordingRequests : public KeyRequestListener {
 public:
     bool WantsKeyRequests() const override { return wants; }
     void OnKeyRequest(const KeyRequest& request) override { requests.push_back(request); }
+    void OnSystemRequest(const KeyRequest& request) override { ofSystem.push_back(request); }
+    void OnProcessStart(const ProcessStart& start) override { starts.push_back(start); }
     void OnLostLines() override { ++lost; }
     void OnMissingKey(const std::wstring& name) override { missing.push_back(name); }
 
     bool wants = true;
     std::vector<KeyRequest> requests;
+    std::vector<KeyRequest> ofSystem;
+    std::vector<ProcessStart> starts;
     std::vector<std::wstring> missing;
     int lost = 0;
 };
@@ -51,7 +55,7 @@ public:
     void ReachEntryPoint(std::uint32_t thread, std::uint32_t process = self);
     // With 4 in `flags` the child inherits handles: those listed in `handles`, or all if it is empty.
     void NewProcess(std::uint32_t thread, std::uint32_t child, std::uint32_t handle, std::uint32_t flags = 0,
-                    std::string_view handles = {}, std::uint32_t parent = 0);
+                    std::string_view handles = {}, std::uint32_t parent = 0, std::string_view image = {});
     void NewThread(std::uint32_t thread, std::uint32_t process, std::uint32_t newThread);
     void OpenProcess(std::uint32_t thread, std::uint32_t process, std::uint32_t handle);
     void KillThread(std::uint32_t thread);

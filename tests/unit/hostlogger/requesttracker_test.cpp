@@ -390,5 +390,24 @@ TEST_F(RequestTrackerTest, RenamingThroughAHandleOfNoKeyIsIgnored) {
     EXPECT_TRUE(reported.empty());
 }
 
+TEST_F(RequestTrackerTest, AStartedProcessIsReportedWithItsParentAndItsImage) {
+    story.reported.wants = false;
+    story.NewProcess(firstThread, secondProcess, 0x60, 0, {}, 0, "child.exe");
+    story.NewProcess(firstThread, 0x40, 0x64);
+    ASSERT_EQ(story.reported.starts.size(), 2U);
+    EXPECT_EQ(story.reported.starts[0].processId, secondProcess);
+    EXPECT_EQ(story.reported.starts[0].parentId, firstProcess);
+    EXPECT_EQ(story.reported.starts[0].imageName, L"child.exe");
+    EXPECT_EQ(story.reported.starts[1].imageName, L"");
+}
+
+TEST_F(RequestTrackerTest, AProcessMayBeStartedForAnotherParent) {
+    story.Process(secondProcess, secondThread);
+    story.OpenProcess(firstThread, secondProcess, 0x60);
+    story.NewProcess(firstThread, 0x40, 0x64, 0, {}, 0x60);
+    ASSERT_EQ(story.reported.starts.size(), 1U);
+    EXPECT_EQ(story.reported.starts[0].parentId, secondProcess);
+}
+
 } // namespace
 } // namespace keyreap

@@ -58,6 +58,18 @@ TEST_F(SystemStartTest, ARecordedRequestIsNotReportedAheadOfTheEntryPoint) {
     EXPECT_EQ(Reported(), Lines{});
 }
 
+TEST_F(SystemStartTest, AChangeOfTheSystemIsReportedAsSuch) {
+    Recorded(createsZone + '\n' + setsName + '\n');
+    Begin();
+    story.SetValue(firstThread, zone, "Name");
+    story.QueryValue(firstThread, zone, "Name");
+    ASSERT_EQ(story.reported.ofSystem.size(), 2U);
+    EXPECT_EQ(story.reported.ofSystem[0].type, registryevent::createKey);
+    EXPECT_EQ(story.reported.ofSystem[1].type, registryevent::setValue);
+    EXPECT_EQ(story.reported.ofSystem[1].processId, firstProcess);
+    EXPECT_EQ(story.reported.ofSystem[1].name, L"Name");
+}
+
 TEST_F(SystemStartTest, AnUnrecordedChangeIsReportedAheadOfTheEntryPoint) {
     Recorded(createsZone + '\n');
     Begin();
