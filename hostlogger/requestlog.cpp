@@ -39,7 +39,7 @@ public:
     void OnLostLines() override { lost = true; }
     void OnMissingKey(const std::wstring& name) override {
         found = name == mark;
-        if (next) {
+        if (next && !found) {
             next->OnMissingKey(name);
         }
     }

@@ -26,6 +26,9 @@ ARROWS = {
     "show": {"regmodel", "regfile", "text"},
     "capture": {"regmodel", "text"},
     "live": {"text"},
+    "explain": {
+        *("extract", "nativefileregister", "replay", "trace", "hostlogger", "etl", "regmodel", "file", "core", "text", "os")
+    },
     "regmodel": {"regfile", "text"},
     "regfile": {"file", "text"},
     "pe": {"file", "core", "text", "os"},

@@ -56,9 +56,10 @@ class Program:
 KEYREAP = Program("bin/{}/Keyreap.exe", "requireAdministrator", has_windows=True, has_symbols=True)
 EXPLAIN = Program("tools/{}/explain.exe", "asInvoker")
 STARTRECORDER = Program("tools/{}/startrecorder.exe", "asInvoker")
+KEYKIT_EXPLAIN = Program("tools/{}/KeyKitExplain.exe", "requireAdministrator", has_windows=True)
 KEYKIT = Program("bin/{}/KeyKit.exe", "asInvoker", bitnesses=("x64",))
 KEYKITLIVE = Program("bin/{}/KeyKitLive.exe", "asInvoker")
-STAGED = (KEYREAP, EXPLAIN, STARTRECORDER, KEYKIT, KEYKITLIVE)
+STAGED = (KEYREAP, EXPLAIN, STARTRECORDER, KEYKIT_EXPLAIN, KEYKIT, KEYKITLIVE)
 PROGRAMS = [(program, bitness) for program in STAGED for bitness in program.bitnesses]
 # It isn't staged: only the zip has it.
 SELFCHECK = Program("../{}/tools/selfcheck/selfcheck.exe", "asInvoker")

@@ -1,0 +1,161 @@
+#include "kit/explain/explainedcapture.h"
+
+#include "extract/nativefileregister/nativefileregister.h"
+#include "hostlogger/requestlog.h"
+#include "kit/explain/liveregistry.h"
+#include "kit/explain/observedtracing.h"
+#include "kit/explain/storyrecorder.h"
+#include "platform/core/text/compare.h"
+#include "platform/os/file/executablepath.h"
+#include "platform/os/file/temporaryfiles.h"
+#include "regmodel/regtextreader.h"
+#include "trace/replay/controlsets.h"
+#include "trace/replay/systemnamerules.h"
+#include "trace/replay/tracereplay.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace keyreap {
+
+namespace {
+
+constexpr std::wstring_view temporaryPrefix = L"Software\\Velmoro\\Tesselink\\Temporary\\";
+
+// The .reg file, which is removed with this object.
+class ResultFile {
+public:
+    ResultFile() : path(CreateTempFileWithExtension(L"exp", L"reg")) {}
+    ~ResultFile() { DeleteFileW(path.ExtendedLengthForm().c_str()); }
+    ResultFile(const ResultFile&) = delete;
+    ResultFile& operator=(const ResultFile&) = delete;
+
+    const WidePath& Path() const { return path; }
+
+    // None if it is no whole .reg file.
+    std::optional<RegDocument> Read() const {
+        std::ifstream stream(std::filesystem::path(path.ExtendedLengthForm()), std::ios::binary);
+        const std::vector<std::uint8_t> bytes(std::istreambuf_iterator<char>(stream), {});
+        auto document = ReadRegDocument(bytes);
+        auto* const whole = std::get_if<RegDocument>(&document);
+        return whole ? std::optional(std::move(*whole)) : std::nullopt;
+    }
+
+private:
+    WidePath path;
+};
+
+// What a capture is explained from, collected while it runs.
+class Observation {
+public:
+    explicit Observation(const ExplainRequest& request)
+        : requests(RequestLogPath()), recorder(requests.Facts()), tracing(HostEventTracing()),
+          server(request.server) {
+        tracing.SetCeiling(request.ceiling);
+        tracing.onStopped = [this] { requests.ReadToNow(&recorder); };
+        tracing.onRead = [this](const std::wstring& file) { TakeTrace(file); };
+    }
+
+    // Reads what the prefix did so far. False without a request log.
+    bool Begin() {
+        if (!requests.Open() || !requests.ReadToNow(&recorder)) {
+            return false;
+        }
+        recorder.WatchMarks(std::wstring(markPrefix) + std::to_wstring(GetCurrentProcessId()) + L' ');
+        recorder.NameProcess(GetCurrentProcessId(), GetExecutablePath().FileName());
+        recorder.BeginCapture();
+        return true;
+    }
+
+    // Reads the rest. False if lines are missing.
+    bool End() { return requests.ReadToNow(&recorder) && requests.IsComplete(); }
+
+    EventTracing& Tracing() { return tracing; }
+    Story Recorded() const { return recorder.Recorded(); }
+
+    CaptureFacts Facts(const Story& story) {
+        CaptureFacts facts;
+        facts.ownProcess = recorder.ProcessOf(GetCurrentProcessId());
+        facts.ownThread = GetCurrentThreadId();
+        facts.serverProcess = ServerProcess(story);
+        facts.temporaryPrefix = temporaryPrefix;
+        facts.log = tracing.HasStarted() ? &log : nullptr;
+        facts.isLogFull = isLogFull;
+        return facts;
+    }
+
+private:
+    void TakeTrace(const std::wstring& file) {
+        const Story story = Recorded();
+        const std::size_t process = ServerProcess(story);
+        LoadTrace(log, HostEventTracing(), file, GetCurrentProcessId(),
+                  process == noIndex ? 0 : story.processes[process].id);
+        PruneControlSets(log, true, std::wstring(temporaryPrefix));
+        constexpr std::uint64_t megabyte = std::uint64_t{1024} * 1024;
+        constexpr std::uint64_t buffer = std::uint64_t{128} * 1024;
+        std::error_code error;
+        isLogFull = std::filesystem::file_size(file, error) + buffer >= tracing.Ceiling() * megabyte;
+    }
+
+    // The last process of the server's image that this process has started: an earlier one only tried
+    // whether it can be started.
+    std::size_t ServerProcess(const Story& story) const {
+        const std::wstring image = server.FileName();
+        const std::size_t own = recorder.ProcessOf(GetCurrentProcessId());
+        std::size_t last = noIndex;
+        for (std::size_t i = 0; i < story.processes.size(); ++i) {
+            const StoryProcess& process = story.processes[i];
+            const bool isServer = process.isOfCapture && EqualFolded(process.imageName, image);
+            last = isServer && process.parent == own ? i : last;
+        }
+        return last;
+    }
+
+    RequestLog requests;
+    StoryRecorder recorder;
+    ObservedTracing tracing;
+    WidePath server;
+    SystemNameRules rules;
+    RegistryLog log{rules};
+    bool isLogFull = false;
+};
+
+} // namespace
+
+std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request, std::wstring& failure) {
+    Observation observation(request);
+    if (!observation.Begin()) {
+        failure = L"there is no request log of Wine's server";
+        return {};
+    }
+    const ResultFile file;
+    NativeFileRegister session(WidePath(request.server), file.Path(), request.mode, observation.Tracing());
+    if (!session.Register()) {
+        failure = L"it can't be registered, so there is no result";
+        return {};
+    }
+    const std::optional<RegDocument> document = file.Read();
+    if (!document || !observation.End()) {
+        failure =
+            !document ? L"its result is no .reg file that can be read" : L"the request log isn't complete";
+        return {};
+    }
+    const auto start = std::chrono::steady_clock::now();
+    ExplainedCapture capture;
+    ExplainedStory& explained = capture.explained;
+    explained.story = observation.Recorded();
+    const CaptureFacts facts = observation.Facts(explained.story);
+    const ResultIndex result(*document);
+    LiveRegistry live;
+    Judge judge(explained.story, facts, result, live);
+    explained.verdicts = judge.Verdicts();
+    explained.Number();
+    explained.isFromTrace = facts.log != nullptr;
+    explained.isRedirected = judge.SawTemporaryTree();
+    capture.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return capture;
+}
+
+} // namespace keyreap

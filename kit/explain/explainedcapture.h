@@ -1,0 +1,27 @@
+#pragma once
+
+#include "extract/nativefileregister/capturemode.h"
+#include "kit/explain/explainedstory.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace keyreap {
+
+struct ExplainRequest {
+    std::wstring server;
+    CaptureMode mode = CaptureMode::both;
+    std::uint32_t ceiling = 0; // of the trace's log, in megabytes; 0 for the program's own
+};
+
+struct ExplainedCapture {
+    ExplainedStory explained;
+    double seconds = 0; // that finding the verdicts took
+};
+
+// Captures the server as the program does, and finds the verdicts before the session ends. A sentence if
+// there is no result to explain. Windows only.
+std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request, std::wstring& failure);
+
+} // namespace keyreap

@@ -1,0 +1,137 @@
+// KeyKitExplain OUTPUT MODE SERVER [--key KEY]... [--value NAME] [--ceiling MEGABYTES] [--time]: captures the
+// server and writes to OUTPUT, in UTF-8, what each operation on the registry became, and why. `keykit
+// explain` starts the build of the server's bitness. Exits with 0; with 1 if a key that was asked about isn't
+// in the result; with 2 if nothing can be explained, and OUTPUT then has a sentence.
+#include "extract/errormode.h"
+#include "extract/modeword.h"
+#include "extract/startmodules.h"
+#include "kit/explain/advice.h"
+#include "kit/explain/explainedcapture.h"
+#include "kit/explain/storylines.h"
+#include "kit/explain/verdicttext.h"
+#include "platform/core/osversion.h"
+#include "platform/core/text/utf8.h"
+
+#include <cwchar>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using keyreap::KeyFilter;
+
+constexpr int statusWhole = 0;
+constexpr int statusNotInResult = 1;
+constexpr int statusRefused = 2;
+
+struct Words {
+    std::filesystem::path output;
+    keyreap::ExplainRequest request;
+    std::vector<std::wstring> keys;
+    std::optional<std::wstring> value;
+    bool showsTime = false;
+};
+
+std::optional<Words> Parse(const std::vector<std::wstring>& given) {
+    constexpr std::size_t named = 3;
+    if (given.size() < named) {
+        return {};
+    }
+    Words words;
+    words.output = given[0];
+    words.request.mode = keyreap::ParseModeWord(given[1]);
+    words.request.server = given[2];
+    for (std::size_t i = named; i < given.size(); ++i) {
+        if (given[i] == L"--time") {
+            words.showsTime = true;
+        } else if (i + 1 == given.size()) {
+            return {};
+        } else if (given[i] == L"--key") {
+            words.keys.push_back(given[++i]);
+        } else if (given[i] == L"--value") {
+            words.value = given[++i];
+        } else if (given[i] == L"--ceiling") {
+            words.request.ceiling = std::wcstoul(given[++i].c_str(), nullptr, 10);
+        } else {
+            return {};
+        }
+    }
+    return words;
+}
+
+class Output {
+public:
+    explicit Output(const std::filesystem::path& file) : stream(file, std::ios::binary) {}
+
+    void Line(const std::wstring& text) { stream << keyreap::ReadableUtf8(text) << '\n'; }
+
+private:
+    std::ofstream stream;
+};
+
+bool WriteKeys(Output& output, const keyreap::ExplainedStory& explained,
+               const std::vector<KeyFilter>& filters) {
+    bool areAllThere = true;
+    for (const KeyFilter& filter : filters) {
+        for (const std::wstring& line : StoryLines(explained, filter)) {
+            output.Line(line);
+        }
+        output.Line(AdviceText(explained, filter));
+        areAllThere = areAllThere && IsInResult(explained, filter);
+    }
+    return areAllThere;
+}
+
+int Explain(const Words& words, Output& output) {
+    std::vector<KeyFilter> filters;
+    for (const std::wstring& key : words.keys) {
+        const std::optional<KeyFilter> filter = KeyFilter::Of(key, words.value);
+        if (!filter) {
+            output.Line(L"--key: '" + key + L"' does not begin with a root, such as HKEY_CLASSES_ROOT");
+            return statusRefused;
+        }
+        filters.push_back(*filter);
+    }
+    std::wstring failure;
+    const auto capture = CaptureAndExplain(words.request, failure);
+    if (!capture) {
+        output.Line(words.request.server + L": " + failure);
+        return statusRefused;
+    }
+    bool areAllThere = true;
+    if (filters.empty()) {
+        for (const std::wstring& line : StoryLines(capture->explained)) {
+            output.Line(line);
+        }
+    } else {
+        areAllThere = WriteKeys(output, capture->explained, filters);
+    }
+    if (words.showsTime) {
+        output.Line(std::to_wstring(capture->explained.story.operations.size()) + L" operations, judged in " +
+                    std::to_wstring(capture->seconds) + L" seconds");
+    }
+    return areAllThere ? statusWhole : statusNotInResult;
+}
+
+// As the program itself does before its first session.
+void PrepareProcess() {
+    keyreap::SuppressErrorBoxes();
+    keyreap::LoadStartModules();
+    keyreap::RunningVersion();
+    keyreap::VistaVersion();
+}
+
+} // namespace
+
+int wmain(int argumentCount, wchar_t** arguments) {
+    const std::optional<Words> words = Parse({arguments + 1, arguments + argumentCount});
+    if (!words) {
+        return statusRefused;
+    }
+    PrepareProcess();
+    Output output(words->output);
+    return Explain(*words, output);
+}

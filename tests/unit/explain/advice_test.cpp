@@ -1,0 +1,78 @@
+#include "kit/explain/advice.h"
+#include "tests/unit/explain/capturedstory.h"
+
+#include <gtest/gtest.h>
+
+namespace keyreap {
+namespace {
+
+const std::wstring key = std::wstring(treePath) + L"HKCR\\Server";
+const std::wstring name = L"HKEY_CLASSES_ROOT\\Server";
+
+std::wstring AdviceOn(CapturedStory& capture, std::optional<std::wstring> value = {}) {
+    return AdviceText(capture.Explained(), *KeyFilter::Of(name, value));
+}
+
+TEST(Advice, WhatIsThereNeedsNone) {
+    CapturedStory capture;
+    capture.Set(key, L"a");
+    capture.HasValue(name, L"a");
+    EXPECT_EQ(AdviceOn(capture, L"a"), name + L", value \"a\": it is in the result.");
+    EXPECT_TRUE(IsInResult(capture.Explained(), *KeyFilter::Of(name, L"a")));
+    EXPECT_FALSE(IsInResult(capture.Explained(), *KeyFilter::Of(name, L"b")));
+}
+
+TEST(Advice, AnEmptyKeyLeadsToTheModeTrace) {
+    CapturedStory capture;
+    capture.Open(std::wstring(treePath) + L"HKLM\\Software\\Needed", notFound);
+    capture.live.keys = {L"Software\\Needed"};
+    EXPECT_EQ(
+        AdviceOn(capture, L""),
+        name +
+            L", default value: it is not in the result; nothing was done to it; the last thing that was "
+            L"looked for, and is only in the registry, is HKEY_LOCAL_MACHINE\\Software\\Needed (line 1): try "
+            L"the mode trace.");
+}
+
+TEST(Advice, AMissingKeyLeadsToADependency) {
+    CapturedStory capture;
+    capture.Open(std::wstring(treePath) + L"HKCR\\CLSID\\{1}", notFound);
+    EXPECT_NE(AdviceOn(capture).find(L"supply the dependency that HKEY_CLASSES_ROOT\\CLSID\\{1} belongs to"),
+              std::wstring::npos);
+}
+
+TEST(Advice, WhatNobodyTouchedMayBeMisspelt) {
+    CapturedStory capture;
+    EXPECT_EQ(AdviceOn(capture),
+              name + L": it is not in the result; nothing was done to it; check its spelling.");
+}
+
+TEST(Advice, AChildIsCapturedByItself) {
+    CapturedStory capture;
+    const std::size_t child = capture.StartProcess(L"child.exe", 0);
+    capture.By(child).Set(L"\\REGISTRY\\Machine\\Software\\Classes\\Server", L"a");
+    EXPECT_NE(AdviceOn(capture).find(L"capture child.exe (33) itself"), std::wstring::npos);
+}
+
+TEST(Advice, ARenamedKeyLeadsToTheModeKeyRedir) {
+    CapturedStory capture;
+    capture.Set(key, L"a");
+    capture.Rename(key);
+    capture.HasFiller(name, L"a");
+    capture.RecordTrace();
+    EXPECT_EQ(AdviceOn(capture, L"a"),
+              name + L", value \"a\": its data are not in the result; try the mode keyRedir, "
+                     L"which has renamed keys right.");
+}
+
+TEST(Advice, AChangeSaysMoreThanALaterSearch) {
+    CapturedStory capture;
+    capture.Set(key, L"a");
+    capture.DeleteValue(key, L"a");
+    capture.Add(registryevent::queryValue, key, L"a", notFound);
+    capture.RecordTrace();
+    EXPECT_NE(AdviceOn(capture, L"a").find(L"it did not last"), std::wstring::npos);
+}
+
+} // namespace
+} // namespace keyreap
