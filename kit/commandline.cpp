@@ -21,6 +21,7 @@ int RunCommandLine(std::vector<std::string> words) {
     AddLint(app, status);
     AddManifest(app, status);
     AddShow(app, status);
+    AddExplain(app, status);
     // The library takes the words from the end.
     std::ranges::reverse(words);
     try {

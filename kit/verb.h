@@ -30,4 +30,7 @@ void AddManifest(CLI::App& app, int& status);
 // show: makes a page of captures.
 void AddShow(CLI::App& app, int& status);
 
+// explain: captures a server and says what became of each entry.
+void AddExplain(CLI::App& app, int& status);
+
 } // namespace keyreap

@@ -8,14 +8,14 @@ project_version() {
 }
 
 # What a run needs of each build.
-PROGRAM_TARGETS=(Keyreap thermometer explain startrecorder)
+PROGRAM_TARGETS=(Keyreap thermometer explain startrecorder KeyKitExplain)
 
 # program_there: the program, its sample server and its tools are staged.
 program_there() {
     local bitness tool
     for bitness in x64 x86; do
         [[ -f $STAGE/bin/$bitness/Keyreap.exe && -f $STAGE/samples/$bitness/thermometer.dll ]] || return
-        for tool in explain startrecorder; do [[ -f $STAGE/tools/$bitness/$tool.exe ]] || return; done
+        for tool in explain startrecorder KeyKitExplain; do [[ -f $STAGE/tools/$bitness/$tool.exe ]] || return; done
     done
 }
 

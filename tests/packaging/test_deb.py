@@ -41,7 +41,7 @@ def used_scripts():
 
 def expected_files():
     programs = ["bin/%s/Keyreap.exe", "bin/%s/Keyreap.pdb", "bin/%s/KeyKitLive.exe", "samples/%s/thermometer.dll"]
-    programs += ["tools/%s/explain.exe", "tools/%s/startrecorder.exe"]
+    programs += ["tools/%s/explain.exe", "tools/%s/startrecorder.exe", "tools/%s/KeyKitExplain.exe"]
     library = [*COMMANDS, "prebuilt", *used_scripts(), *("tools/" + name for name in NATIVE_TOOLS)]
     library += ["stage/" + program % bitness for program in programs for bitness in BITNESSES]
     cmake = [*("%s.cmake" % name for name in CMAKE_FILES), "oaidl.idl"]

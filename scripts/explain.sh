@@ -1,0 +1,37 @@
+#!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
+# shellcheck shell=bash
+# Usage: scripts/explain.sh BITNESS MODE SERVER [OPTION...]   (keykit executes it)
+# Captures SERVER, a Windows path, in a session of its own and prints what became of each operation on the registry. BITNESS
+# is x64 or x86, and the options are those of KeyKitExplain.exe, whose status this script returns: 0, 1 if a key isn't in
+# the result, 2 if nothing can be explained. The status is 125 if the set-up failed, or if what Wine's server logs can't be
+# relied on.
+set -euo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+# shellcheck source=scripts/setup.sh
+source "$ROOT/scripts/setup.sh"
+# shellcheck source=scripts/unplaced.sh
+source "$ROOT/scripts/unplaced.sh"
+
+# report OUTPUT STATUS: prints what the session has left, and ends with its status.
+report() {
+    [[ ! -s $1 ]] || (($2 == 2)) || cat "$1"
+    [[ -z $KEYREAP_UNPLACED ]] || fail "this can't be relied on, since $KEYREAP_UNPLACED; see docs/hosts.md"
+    [[ ! -s $1 ]] || (($2 != 2)) || { say "$(<"$1")" && exit 2; }
+    [[ -s $1 ]] || { say "the server ended the program that captures it: ${KEYREAP_CRASH:-status $2}" && exit 2; }
+    exit "$2"
+}
+
+[[ ${1-} != --report ]] || report "$2" "$3"
+
+set_up run
+require_known_host
+check_pool
+allow_open_files
+output=$(mktemp)
+trap 'rm -f "$output"' EXIT
+status=0
+"$ROOT/scripts/wine-session.sh" --ready --no-display --requests --observed --silent \
+    --then 3 "$ROOT/scripts/explain.sh" --report "$output" \
+    "$WINE" "$STAGE/tools/$1/KeyKitExplain.exe" "Z:${output//\//\\}" "${@:2}" || status=$?
+exit "$status"
