@@ -90,7 +90,7 @@ std::wstring AssemblyNameOf(const ManifestWords& words, const std::vector<Server
         return Stem(servers.front().server.fileName) + L".classes";
     }
     const std::wstring file = NameOfFile(words.output);
-    const std::wstring name = Stem(file);
+    std::wstring name = Stem(file);
     if (!EqualFolded(file, name + std::wstring(ending))) {
         throw Refusal(words.output + ": the system finds an assembly only in a file that ends in .manifest");
     }
