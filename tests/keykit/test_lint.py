@@ -111,6 +111,8 @@ CASES = [
     ("K201", [" %s: is a class without a server" % CLSID],
      [key(CLSID), '@="x"', '"AppID"="%s"' % APP, key(ROOT_KEY, "AppID", APP), '@="x"'],
      [key(CLSID), '@="x"', '"AppID"="%s"' % APP, key(ROOT_KEY, "AppID", APP), '"LocalService"="x"']),
+    ("K201", [" %s: is a class without a server" % CLSID],
+     [key(CLSID), '@="x"', '"AppID"="%s"' % APP, key(ROOT_KEY, "AppID", APP), '@="x"'], [key(CLSID), '@="x"', '"AppID"="%s"' % APP]),
     ("K202", [" %s\\InprocServer32: has no ThreadingModel" % CLSID], in_process()[:-1], in_process()),
     ("K203", [" %s: is 'Bath', which COM doesn't know" % value(CLSID + "\\InprocServer32", "ThreadingModel")],
      in_process('"ThreadingModel"="Bath"'), in_process('"ThreadingModel"="bOTH"')),
@@ -161,7 +163,7 @@ DIFFERENCES = [
     ("K602", ["new: K602 %s: is new" % value(CLSID + "\\Other", "c")], [*OLD, '"c"="3"']),
     ("K602", ["new: K602 %s\\Third: is new" % CLSID], [*OLD, key(CLSID, "Third"), '@="x"', key(CLSID, "Third\\Below"), '@="x"']),
     ("K603", ["new: K603 %s: has other data" % value(CLSID + "\\Some", "b")], [line.replace('"b"="2"', '"b"="3"') for line in OLD]),
-    ("K603", ["new: K603 %s: has another type" % value(CLSID + "\\Some", "b")], [line.replace('"b"="2"', '"b"=dword:00000002') for line in OLD]),
+    ("K603", ["new: K603 %s: has another type" % value(CLSID + "\\Some", "b")], [line.replace('"b"="2"', '"b"=hex(2):32,00,00,00') for line in OLD]),
 ]
 
 

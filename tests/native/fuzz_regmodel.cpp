@@ -3,7 +3,7 @@
 #include "regmodel/registrymodel.h"
 #include "regmodel/regtextreader.h"
 #include "regmodel/regtextwriter.h"
-#include "tests/native/fuzzinput.h"
+#include "tests/native/regpieces.h"
 
 #include <array>
 #include <set>
@@ -58,43 +58,6 @@ constexpr std::array<std::wstring_view, 44> pieces = {
     L"text",
     L"",
     L""};
-
-std::wstring PiecedFile(fuzz::Input& input, std::wstring_view header) {
-    std::wstring text(header);
-    while (!input.IsEmpty()) {
-        const std::wstring_view piece = pieces[input.Byte() % pieces.size()];
-        text += piece;
-        if (piece.empty()) {
-            text += input.Unit();
-        }
-    }
-    return text;
-}
-
-std::vector<std::uint8_t> FileOf(fuzz::Input& input) {
-    const std::uint8_t form = input.Byte() % 4;
-    if (form == 0) {
-        const auto bytes = input.TakeRest();
-        const auto* const first = reinterpret_cast<const std::uint8_t*>(bytes.data());
-        return {first, first + bytes.size()};
-    }
-    if (form == 1) {
-        std::wstring text = PiecedFile(input, L"REGEDIT4\r\n");
-        for (wchar_t& unit : text) {
-            unit = static_cast<wchar_t>(unit & 0x7F);
-        }
-        return {text.begin(), text.end()};
-    }
-    const std::wstring_view lineEnd = form == 2 ? L"\r\n" : L"\n";
-    const std::wstring text =
-        PiecedFile(input, std::wstring(L"Windows Registry Editor Version 5.00").append(lineEnd));
-    std::vector<std::uint8_t> bytes = {0xFF, 0xFE};
-    for (const wchar_t unit : text) {
-        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-        bytes.push_back(static_cast<std::uint8_t>((unit >> 8) & 0xFF));
-    }
-    return bytes;
-}
 
 bool IsSound(const RegDocument& document) {
     for (const RegSection& section : document.sections) {
@@ -153,7 +116,7 @@ void CheckModel(const RegDocument& document) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const std::vector<std::uint8_t> file = FileOf(input);
+    const std::vector<std::uint8_t> file = fuzz::RegFileOf(input, pieces);
     const auto result = ReadRegDocument(file);
     if (const auto* error = std::get_if<RegReadError>(&result)) {
         fuzz::Require(error->line >= 1 && error->column >= 1 && !error->expected.empty());
