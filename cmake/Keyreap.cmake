@@ -2,7 +2,8 @@
 #
 #   find_package(Keyreap REQUIRED)         or: include(.../cmake/Keyreap.cmake)
 #   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...]
-#                   [ALLOW_FILLERS])
+#                   [ALLOW_FILLERS]
+#                   [EMIT <kind>... PRODUCT <GUID> [DIRECTORY <kind>=<name>...]] [MANIFEST] [LINT])
 #
 # <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
 # target's property KEYREAP_REG_FILE contains its path. The file is recreated whenever the server changes, or something
@@ -14,7 +15,16 @@
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
 #
-# KEYKIT_COMMAND is the command that makes a part of an installer from a .reg file, if it is there.
+# keykit makes more of the .reg file, each time that it changes, in files beside it: for the file server.reg
+#
+#   EMIT       parts of installers of these kinds: server.wxs (wix), .wix3.wxs (wix3), .wxi (wixl), .nsh (nsis), .iss
+#              (inno), .installer.reg (reg), .json (json). PRODUCT is the product's own GUID. DIRECTORY is the name that
+#              an installer has for the servers' folder. An entry that isn't carried fails the build with its name.
+#   MANIFEST   server.classes.manifest, to use the server without registration. What a manifest can't carry is shown.
+#   LINT       server.lint, what is wrong with the registration, which is also shown.
+#
+# The target <target>_kit makes them, and the target's property KEYREAP_KIT_FILES contains their paths. KEYKIT_COMMAND is the
+# command, if it is there.
 
 if(CMAKE_HOST_WIN32)
   set(keyreapPlaces ${CMAKE_CURRENT_LIST_DIR}/../bin/x64)
@@ -48,7 +58,8 @@ find_program(
   DOC "The command that makes parts of installers from captures")
 
 function(keyreap_capture target)
-  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS" "MODE;OUTPUT" "DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS;MANIFEST;LINT" "MODE;OUTPUT;PRODUCT"
+                        "DEPENDS;EMIT;DIRECTORY")
   if(CAPTURE_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "keyreap_capture(${target}): unknown words ${CAPTURE_UNPARSED_ARGUMENTS}")
   endif()
@@ -74,4 +85,65 @@ function(keyreap_capture target)
     VERBATIM)
   add_custom_target(${target}_reg ALL DEPENDS ${CAPTURE_OUTPUT})
   set_target_properties(${target} PROPERTIES KEYREAP_REG_FILE ${CAPTURE_OUTPUT})
+
+  if(CAPTURE_EMIT OR CAPTURE_PRODUCT OR CAPTURE_DIRECTORY OR CAPTURE_MANIFEST OR CAPTURE_LINT)
+    keyreap_kit(${target} ${CAPTURE_OUTPUT})
+  endif()
+endfunction()
+
+# keyreap_kit(target reg): the rules for what keykit makes of a .reg file. Takes the words of keyreap_capture.
+function(keyreap_kit target reg)
+  if(NOT KEYKIT_COMMAND)
+    message(FATAL_ERROR "keyreap_capture(${target}): there is no keykit; KEYKIT_COMMAND names one")
+  endif()
+  if(CAPTURE_EMIT AND NOT CAPTURE_PRODUCT)
+    message(FATAL_ERROR "keyreap_capture(${target}): EMIT needs PRODUCT, the product's own GUID")
+  endif()
+  if(NOT CAPTURE_EMIT AND (CAPTURE_PRODUCT OR CAPTURE_DIRECTORY))
+    message(FATAL_ERROR "keyreap_capture(${target}): PRODUCT and DIRECTORY are for EMIT")
+  endif()
+  set(ending_wix wxs)
+  set(ending_wix3 wix3.wxs)
+  set(ending_wixl wxi)
+  set(ending_nsis nsh)
+  set(ending_inno iss)
+  set(ending_reg installer.reg)
+  set(ending_json json)
+  string(REGEX REPLACE "\\.reg$" "" stem ${reg})
+  set(files "")
+  foreach(kind ${CAPTURE_EMIT})
+    if(NOT DEFINED ending_${kind})
+      message(FATAL_ERROR "keyreap_capture(${target}): there is no kind ${kind}")
+    endif()
+    set(words emit ${kind} ${reg} --product ${CAPTURE_PRODUCT} --server $<TARGET_FILE:${target}>)
+    set(directories ${CAPTURE_DIRECTORY})
+    list(FILTER directories INCLUDE REGEX "^${kind}=")
+    if(directories)
+      string(REGEX REPLACE "^${kind}=" "" directory "${directories}")
+      list(APPEND words --directory ${directory})
+    endif()
+    keyreap_kit_file(${target} ${reg} ${stem}.${ending_${kind}} 1 OFF ${words})
+  endforeach()
+  if(CAPTURE_MANIFEST)
+    keyreap_kit_file(${target} ${reg} ${stem}.classes.manifest 2 OFF manifest ${reg} --server $<TARGET_FILE:${target}>)
+  endif()
+  if(CAPTURE_LINT)
+    keyreap_kit_file(${target} ${reg} ${stem}.lint 2 ON lint ${reg} --server $<TARGET_FILE:${target}>)
+  endif()
+  add_custom_target(${target}_kit ALL DEPENDS ${files})
+  set_target_properties(${target} PROPERTIES KEYREAP_KIT_FILES "${files}")
+endfunction()
+
+# keyreap_kit_file(target reg file failsFrom text words...): the rule for one file, which is added to the caller's `files`.
+function(keyreap_kit_file target reg file failsFrom text)
+  set(script ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/KeyreapKit.cmake)
+  cmake_path(GET file FILENAME name)
+  add_custom_command(
+    OUTPUT ${file}
+    COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYKIT_COMMAND} -D "WORDS=${ARGN}" -D OUTPUT=${file}
+            -D FAILS_FROM=${failsFrom} -D TEXT=${text} -P ${script}
+    DEPENDS ${target} ${reg} ${script}
+    COMMENT "Making ${name}"
+    VERBATIM)
+  set(files ${files} ${file} PARENT_SCOPE)
 endfunction()

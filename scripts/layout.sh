@@ -16,7 +16,7 @@ lay_out_documents() {
 # lay_out_cmake FOLDER: what find_package(Keyreap) reads, and what the examples are built with.
 lay_out_cmake() {
     mkdir -p "$1"
-    cp "$ROOT"/cmake/{Keyreap,KeyreapCapture,KeyreapConfig,mingw,typelibrary}.cmake "$ROOT/cmake/oaidl.idl" "$1"
+    cp "$ROOT"/cmake/{Keyreap,KeyreapCapture,KeyreapConfig,KeyreapKit,mingw,typelibrary}.cmake "$ROOT/cmake/oaidl.idl" "$1"
     fill_in "$ROOT/packaging/KeyreapConfigVersion.cmake.in" >"$1/KeyreapConfigVersion.cmake"
 }
 

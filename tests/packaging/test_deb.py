@@ -19,7 +19,7 @@ COMMANDS = ("keyreap", "keykit")
 LINKS = {**{"usr/bin/" + name: "../lib/keyreap/" + name for name in COMMANDS}, DOC + "/LICENSE": "copyright"}
 
 NATIVE_TOOLS = ["capturecheck", "keykit", "observer", "requestfilter"]
-CMAKE_FILES = ["Keyreap", "KeyreapCapture", "KeyreapConfig", "KeyreapConfigVersion", "mingw", "typelibrary"]
+CMAKE_FILES = ["Keyreap", "KeyreapCapture", "KeyreapConfig", "KeyreapConfigVersion", "KeyreapKit", "mingw", "typelibrary"]
 
 LINK = re.compile(r"\]\(([^)#\s]+)[^)\s]*\)")
 
@@ -250,13 +250,13 @@ def configure(folder, prefix, request="", *words):
     """Configures a project that asks for the package in a folder below the one where it finds it."""
     (folder / "below").mkdir()
     (folder / "CMakeLists.txt").write_text(PROJECT % request)
-    (folder / "below" / "CMakeLists.txt").write_text("keyreap_capture(one)\n")
+    (folder / "below" / "CMakeLists.txt").write_text("if(KEYKIT_COMMAND)\n  set(words LINT)\nendif()\nkeyreap_capture(one ${words})\n")
     (folder / "one.cpp").write_text("int one() { return 1; }\n")
     return run("cmake", "-S", folder, "-B", folder / "build", "-G", "Ninja", "-D", "CMAKE_PREFIX_PATH=%s" % prefix, *words)
 
 
-def found_command(folder):
-    return Path(re.search(r"^KEYREAP_COMMAND:FILEPATH=(.*)$", (folder / "build" / "CMakeCache.txt").read_text(), re.M)[1])
+def found_command(folder, name="KEYREAP_COMMAND"):
+    return Path(re.search(r"^%s:FILEPATH=(.*)$" % name, (folder / "build" / "CMakeCache.txt").read_text(), re.M)[1])
 
 
 @pytest.mark.parametrize("words", [(), ("-D", "CMAKE_TOOLCHAIN_FILE=%s/usr/lib/cmake/Keyreap/mingw.cmake")])
@@ -264,8 +264,9 @@ def test_cmake_finds_the_package_and_its_command_wherever_it_is_unpacked(package
     result = configure(tmp_path, package.tree / "usr", "", *(word.replace("%s", str(package.tree)) for word in words))
     assert result.returncode == 0, result.stderr
     assert os.path.samefile(found_command(tmp_path), package.tree / LIBRARY / "keyreap")
-    step = package.tree / "usr/lib/cmake/Keyreap/KeyreapCapture.cmake"
-    assert str(step) in (tmp_path / "build" / "build.ninja").read_text().replace("$ ", " ")
+    assert os.path.samefile(found_command(tmp_path, "KEYKIT_COMMAND"), package.tree / LIBRARY / "keykit")
+    rules = (tmp_path / "build" / "build.ninja").read_text().replace("$ ", " ")
+    assert all(str(package.tree / "usr/lib/cmake/Keyreap" / step) in rules for step in ("KeyreapCapture.cmake", "KeyreapKit.cmake"))
 
 
 # Requests, and whether version 2.3.1 fulfils them.

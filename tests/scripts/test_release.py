@@ -11,7 +11,7 @@ import pytest
 from conftest import ROOT, new_tree, run
 
 LAID_OUT = ["README.md", "LICENSE", "docs", "examples", "packaging", "release", ".gitignore"]
-BUILD_FILES = ["Keyreap.cmake", "KeyreapCapture.cmake", "KeyreapConfig.cmake", "typelibrary.cmake", "oaidl.idl"]
+BUILD_FILES = ["Keyreap.cmake", "KeyreapCapture.cmake", "KeyreapConfig.cmake", "KeyreapKit.cmake", "typelibrary.cmake", "oaidl.idl"]
 CHANGELOG = """keyreap (1.2.3) unstable; urgency=medium
 
   * A change.

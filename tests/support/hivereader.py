@@ -56,7 +56,7 @@ def refusal(text):
 
 
 def readable(text):
-    """An entry's text in lines as hivexregedit reads them. It joins lines in quadratic time, so many lines are joined here."""
+    """An entry's text in lines as hivexregedit reads them. Its time grows with the square of their number, so more of them are joined here."""
     lines = text.removesuffix("\r\n").split("\\\r\n")
     return "\\\n".join(lines) if len(lines) <= MOST_LINES else "".join(line.strip(" ") for line in lines)
 
