@@ -4,8 +4,6 @@
 #include "platform/core/text/text.h"
 #include "regfile/valuetext.h"
 
-#include <ranges>
-
 namespace keyreap {
 
 namespace {
@@ -63,14 +61,14 @@ void ClassEntries::TakeKey(const std::wstring& path) {
 }
 
 void ClassEntries::Finish() {
-    for (const auto& [key, value] : taken | std::views::reverse) {
+    for (const auto& [key, value] : taken) {
         std::vector<InstallValue>& left = component.keys[key].values;
         left.erase(left.begin() + static_cast<std::ptrdiff_t>(value));
         if (left.empty()) {
             takenKeys.insert(key);
         }
     }
-    for (const std::size_t key : takenKeys | std::views::reverse) {
+    for (const std::size_t key : takenKeys) {
         component.keys.erase(component.keys.begin() + static_cast<std::ptrdiff_t>(key));
     }
 }

@@ -2,6 +2,7 @@
 
 #include "kit/emit/installdata.h"
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -44,8 +45,9 @@ private:
     std::vector<std::vector<std::wstring>> keys;
     std::map<EntryName, Place> values;
     std::map<std::wstring, std::size_t> emptyKeys;
-    std::set<Place> taken;
-    std::set<std::size_t> takenKeys;
+    // The last first: what is removed moves only what follows it.
+    std::set<Place, std::greater<>> taken;
+    std::set<std::size_t, std::greater<>> takenKeys;
 };
 
 } // namespace keyreap
