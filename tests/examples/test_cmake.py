@@ -327,8 +327,8 @@ def test_each_kind_of_installer_gets_a_file_beside_the_capture(tmp_path):
     result = made.make()
     assert result.returncode == 0, result.stdout
     assert all((made.build / ("one." + ending)).read_text() == "emit\n" for ending in ENDINGS.values())
-    words = "emit %s {0}/one.reg --product %s --server {0}/libone.so -o {0}/one.%s.part"
-    expected = [(words % (kind, PRODUCT, ending)).format(made.build) for kind, ending in ENDINGS.items()]
+    words = "emit %s {0}/one.reg --product %s --server {0}/libone.so -o {0}/one.%s.part/one.%s"
+    expected = [(words % (kind, PRODUCT, ending, ending)).format(made.build) for kind, ending in ENDINGS.items()]
     assert sorted(made.asked("kitted")) == sorted(expected)
 
 
