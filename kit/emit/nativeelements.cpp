@@ -31,7 +31,7 @@ bool IsPlain(std::wstring_view text) {
 // The form in which an element writes a GUID; empty if the text isn't one.
 std::wstring WrittenGuid(std::wstring_view text) {
     const std::optional<Guid> guid = text.starts_with(L'{') ? WholeGuid(text) : std::nullopt;
-    return guid ? L'{' + GuidText(*guid) + L'}' : L"";
+    return guid ? L'{' + BareGuidText(*guid) + L'}' : L"";
 }
 
 std::wstring GuidAttribute(const std::wstring& written) {
