@@ -188,6 +188,28 @@ def test_a_session_prints_what_it_shows(desk, name):
         assert printed == expected, command
 
 
+USAGE = re.compile(r"^    (keykit (\w+) .*\n(?:      .*\n)*)", re.M)
+
+
+def options_of(verb):
+    """The names of each option of keykit's verb."""
+    result = subprocess.run([ROOT / "keykit", verb, "--help"], check=True, capture_output=True, text=True)
+    names = (re.findall(r"--?[\w-]+", line.split("  ")[1]) for line in result.stdout.splitlines() if line.startswith("  -"))
+    return [set(found) for found in names if "--help" not in found]
+
+
+@pytest.mark.parametrize("verb", {usage[2] for name in DOCUMENTS for usage in USAGE.finditer(text_of(name))})
+def test_a_usage_names_the_options_that_the_verb_has(servers, verb):
+    options = options_of(verb)
+    assert len(options) > 1
+    for name in DOCUMENTS:
+        for usage in USAGE.finditer(text_of(name)):
+            words = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", usage[1]))
+            if usage[2] == verb:
+                assert [found for found in options if not found & words] == [], name
+                assert words - set.union(*options) == set(), name
+
+
 def first_block(name, text):
     """The first commands of a document that contain a text."""
     return next(fence[2] for fence in FENCE.finditer(text_of(name)) if fence[1] == "sh" and text in fence[2])
