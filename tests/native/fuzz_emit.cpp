@@ -151,9 +151,15 @@ std::pair<std::string, std::size_t> Written(const Write& write) {
 }
 
 void CheckWix(const InstallData& data, WixVersion version, std::size_t values) {
-    const auto [text, named] = Written([&](auto& notes) { return WriteWix(data, version, notes); });
+    const auto [text, named] =
+        Written([&](auto& notes) { return WriteWix(data, version, WixForm::Values, notes); });
     CheckXml(text);
     fuzz::Require(CountOf(text, "<RegistryValue ") + named == values);
+    // Elements of their own say many values each.
+    const auto [native, left] =
+        Written([&](auto& notes) { return WriteWix(data, version, WixForm::Native, notes); });
+    CheckXml(native);
+    fuzz::Require(CountOf(native, "<RegistryValue ") + left <= values);
 }
 
 void CheckReg(const InstallData& data, std::size_t values) {
