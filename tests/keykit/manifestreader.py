@@ -36,6 +36,15 @@ ASPECTS = {"miscStatus": "", "miscStatusContent": "\\1", "miscStatusThumbnail": 
 ANY = object()  # a text that the file itself has
 
 
+class OneOf(tuple):
+    """Texts that say the same: all ProgIDs of a class lead to it, whichever of them another entry names."""
+
+    def __eq__(self, other):
+        return other in tuple(self)
+
+    __hash__ = tuple.__hash__
+
+
 def tag(element):
     assert element.tag.startswith(NAMESPACE), element.tag
     return element.tag.removeprefix(NAMESPACE)
@@ -99,13 +108,13 @@ class Manifest:
         self.add(key + "\\TypeLib", element.get("tlbid"))
         self.add(key + "\\Version", hexadecimal(versions.get(element.get("tlbid", "").upper())))
         self.add(key + "\\ProgID", element.get("progid"))
-        self.add(key + "\\VersionIndependentProgID", progids[1] if len(progids) > 1 else None)
+        self.add(key + "\\VersionIndependentProgID", OneOf(progids) if progids else None)
         for attribute, below in ASPECTS.items():
             self.add(key + "\\MiscStatus" + below, number_of(element.get(attribute, ""), MISC_STATUS))
         for progid in progids:
             self.add(progid, element.get("description"))
             self.add(progid + "\\CLSID", element.get("clsid"))
-            self.add(progid + "\\CurVer", progids[0])
+            self.add(progid + "\\CurVer", OneOf(progids))
 
     def add_library(self, element, path, _):
         key = "TypeLib\\%s\\%s" % (element.get("tlbid"), hexadecimal(element.get("version")))
