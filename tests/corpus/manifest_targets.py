@@ -19,7 +19,7 @@ from pathlib import Path
 from keeper import Keeper, windows_path
 from targets import host_file, read_shard, session_folder, system_program
 
-# A class that doesn't answer for so many seconds counts as one that hangs.
+# The seconds after which a class that doesn't answer counts as one that hangs.
 LIMIT = 30
 
 ASSEMBLY = "%s.classes.manifest"
