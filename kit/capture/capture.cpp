@@ -62,7 +62,14 @@ bool IsPlaceOfFile(std::wstring_view keyPath, std::wstring_view valueName) {
 
 bool IsOfSystem(std::wstring_view guid) {
     constexpr std::wstring_view ending = L"-0000-0000-c000-000000000046}";
-    return IsGuidText(guid) && FoldedText(std::wstring(guid)).ends_with(ending);
+    // Insertable, Control and Programmable (comcat.h), safe for scripting and for initialising (objsafe.h).
+    constexpr std::array<std::wstring_view, 5> categories = {
+        L"{40FC6ED3-2438-11CF-A3DB-080036F12502}", L"{40FC6ED4-2438-11CF-A3DB-080036F12502}",
+        L"{40FC6ED5-2438-11CF-A3DB-080036F12502}", L"{7DD95801-9882-11CF-9FA9-00AA006C42C4}",
+        L"{7DD95802-9882-11CF-9FA9-00AA006C42C4}"};
+    const auto isSame = [guid](std::wstring_view category) { return EqualFolded(guid, category); };
+    return IsGuidText(guid) &&
+           (FoldedText(std::wstring(guid)).ends_with(ending) || std::ranges::any_of(categories, isSame));
 }
 
 } // namespace keyreap

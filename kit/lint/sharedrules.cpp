@@ -98,6 +98,7 @@ void FindObjectsOfSystem(const LintInput& input, Findings& findings) {
     FindObjectsOfSystemWith<ClassFacts>(input, L"a class", findings);
     FindObjectsOfSystemWith<InterfaceFacts>(input, L"an interface", findings);
     FindObjectsOfSystemWith<TypeLibFacts>(input, L"a type library", findings);
+    FindObjectsOfSystemWith<CategoryFacts>(input, L"a category", findings);
 }
 
 void FindEntriesOfLibraries(const LintInput& input, Findings& findings) {

@@ -90,6 +90,7 @@ def value(place, name=""):
 VALUE = [key(SOFTWARE, "Some product"), '"name"="data"']
 SHELL_FOLDERS = "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"
 SYSTEMS = "{00020400-0000-0000-C000-000000000046}"
+SAFE = "{7DD95801-9882-11CF-9FA9-00AA006C42C"
 FILLER = "\u5555" * 10
 
 # The rule, what it finds with the key, a capture that has it, and one that just hasn't.
@@ -138,6 +139,8 @@ CASES = [
      program("%ProgramFiles%\\\\a.exe"), program("%SystemRoot%\\\\a.exe /x y")),
     ("K401", [" HKEY_CLASSES_ROOT\\Interface\\%s: is an interface of the system, which others need after the product is gone" % SYSTEMS],
      [key(ROOT_KEY, "Interface", SYSTEMS), '@="IDispatch"'], proxy()),
+    ("K401", [" HKEY_CLASSES_ROOT\\Component Categories\\%s4}: is a category of the system, which others need after the product is gone" % SAFE],
+     [key(ROOT_KEY, "Component Categories", SAFE + "4}"), '"409"="x"'], [key(ROOT_KEY, "Component Categories", SAFE + "5}"), '"409"="x"']),
     ("K402", [" %s: is what the library of cryptography writes" % value(SOFTWARE + "\\Microsoft\\Cryptography", "MachineGuid")],
      [key(SOFTWARE, "Microsoft\\Cryptography"), '"MachineGuid"="x"'], [key(SOFTWARE, "Microsoft\\Cryptography"), '"Other"="x"']),
     ("K402", [" HKEY_CURRENT_USER\\%s, value \"Fonts\": is what the shell's library writes for every program that asks for a folder" % SHELL_FOLDERS],

@@ -37,6 +37,12 @@ TEST(IsOfSystem, TheMakersNumbersHaveTheSameEnding) {
     EXPECT_FALSE(IsOfSystem(L"Name-0000-0000-C000-000000000046}"));
 }
 
+TEST(IsOfSystem, TheCategoriesOfEverySystemAre) {
+    EXPECT_TRUE(IsOfSystem(L"{7dd95801-9882-11CF-9FA9-00AA006C42C4}"));
+    EXPECT_TRUE(IsOfSystem(L"{40FC6ED4-2438-11CF-A3DB-080036F12502}"));
+    EXPECT_FALSE(IsOfSystem(L"{7DD95803-9882-11CF-9FA9-00AA006C42C4}"));
+}
+
 TEST(PathsOfServers, FoldersAreThereOnceAndNoDriveIsOne) {
     const std::vector<std::wstring> servers = {L"Z:\\b\\one.dll", L"Z:\\B\\two.dll", L"Z:\\three.dll"};
     EXPECT_THAT(TextsOf(FilesOfServers(servers)),
