@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace keyreap {
 
@@ -41,8 +42,8 @@ bool HasValue(const RegDocument& document);
 // after it.
 bool IsPlaceOfFile(std::wstring_view keyPath, std::wstring_view valueName);
 
-// True for a class, an interface or a type library that the system's maker has numbered, such as IDispatch, and
-// for the categories that every system has. Others need it after the product is gone.
+// True for a class, an interface or a type library that the system's maker has numbered, such as IDispatch,
+// and for the categories that every system has. Others need it after the product is gone.
 bool IsOfSystem(std::wstring_view guid);
 
 } // namespace keyreap
