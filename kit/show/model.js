@@ -174,7 +174,7 @@ class Model {
     this.keys.forEach((key, number) => {
       inPath[number] = (key.parent === null ? 0 : inPath[key.parent]) | this.wordsIn(key.name);
       const isThere = this.stateOfKey(number) !== null && !(this.onlyDifferences && this.isComparing && this.ownDifferences[number] === 0);
-      if (isThere && ((inPath[number] & all) === all || ((inPath[number] | this.wordsInValues(number)) & all) === all)) {
+      if (isThere && (inPath[number] === all || (inPath[number] | this.wordsInValues(number)) === all)) {
         ++this.matches;
         this.isMatch[number] = 1;
         for (let at = number; at !== null && !this.isShown[at]; at = this.keys[at].parent) {

@@ -29,8 +29,7 @@ void Merge(ComparedObject& object, const RegObject& found, std::size_t capture, 
 
 void SortKeys(ComparedObject& object) {
     std::ranges::sort(object.keys);
-    const auto repeated = std::ranges::unique(object.keys);
-    object.keys.erase(repeated.begin(), repeated.end());
+    object.keys.erase(std::unique(object.keys.begin(), object.keys.end()), object.keys.end());
 }
 
 } // namespace

@@ -32,7 +32,8 @@ class Cards {
     section.tabIndex = -1;
     section.setAttribute("aria-labelledby", heading.id);
     if (objects.length > limit) {
-      section.append(button("more", "Show more: " + (objects.length - limit).toLocaleString("en") + " are left", () => this.showMore(kind, section)));
+      const text = "Show more: " + (objects.length - limit).toLocaleString("en") + " are left";
+      section.append(button("more", text, () => this.showMore(kind, section)));
     }
     return section;
   }

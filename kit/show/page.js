@@ -10,6 +10,8 @@ function goToKey(key, value = null) {
 }
 
 function clearFilter() {
+  clearTimeout(waiting);
+  waiting = 0;
   place("words").value = "";
   model.onlyDifferences = false;
   place("only") && (place("only").checked = false);
@@ -62,7 +64,8 @@ function renderCounts() {
   const columns = place("columns");
   columns.hidden = !model.isComparing;
   if (model.isComparing) {
-    columns.replaceChildren(element("span", "name", ""), ...[model.left, model.right].map((number) => shown("span", "cell", model.captures[number])));
+    const heads = [model.left, model.right].map((number) => shown("span", "cell", model.captures[number]));
+    columns.replaceChildren(element("span", "name", ""), ...heads);
   }
 }
 
@@ -110,7 +113,8 @@ function renderContents() {
     made.href = "#" + id;
     return made;
   };
-  const sections = [...document.querySelectorAll("main section.objects")].map((section) => link(section.id, section.querySelector("h2").textContent));
+  const headings = [...document.querySelectorAll("main section.objects > h2")];
+  const sections = headings.map((heading) => link(heading.parentElement.id, heading.textContent));
   const findings = place("findings").hidden ? [] : [link("findings", place("findings-title").textContent)];
   place("contents").replaceChildren(...[...findings, ...sections, link("keys", "Keys")].flatMap((made) => [made, " "]));
 }
@@ -148,30 +152,41 @@ function findingItem(finding) {
 
 // Search
 
-let searching = 0;
+let waiting = 0;
 
-function search() {
-  clearTimeout(searching);
-  searching = setTimeout(() => {
-    model.search(place("words").value);
-    renderFiltered();
-  }, 120);
+// What is typed is searched after a pause, or at once where the result is needed.
+function searchLater() {
+  clearTimeout(waiting);
+  waiting = setTimeout(searchNow, 120);
 }
 
-place("words").addEventListener("input", search);
+function searchNow() {
+  if (waiting !== 0) {
+    clearTimeout(waiting);
+    waiting = 0;
+    model.search(place("words").value);
+    renderFiltered();
+  }
+}
+
+place("words").addEventListener("input", searchLater);
 place("words").addEventListener("keydown", (event) => {
   if (event.key === "ArrowDown") {
     event.preventDefault();
+    searchNow();
     tree.focus(place("tree").firstElementChild);
   }
 });
-place("search").addEventListener("submit", (event) => event.preventDefault());
+place("search").addEventListener("submit", (event) => {
+  event.preventDefault();
+  searchNow();
+});
 document.addEventListener("keydown", (event) => {
   if (event.key === "/" && event.target.tagName !== "INPUT" && !event.ctrlKey && !event.altKey && !event.metaKey) {
     event.preventDefault();
     place("words").focus();
     place("words").select();
-  } else if (event.key === "Escape" && model.words.length > 0) {
+  } else if (event.key === "Escape" && (model.words.length > 0 || waiting !== 0)) {
     clearFilter();
   }
 });

@@ -172,7 +172,8 @@ class Tree {
       return "not there";
     }
     const data = this.model.data[number];
-    return [data.type, plain(data.texts.join("; ").slice(0, LONGEST_LABEL)) || "empty", plain(data.remark)].filter((text) => text).join(", ");
+    const text = plain(data.texts.join("; ").slice(0, LONGEST_LABEL)) || "empty";
+    return [data.type, text, plain(data.remark)].filter((part) => part).join(", ");
   }
 
   appendFindings(made, findings) {
@@ -247,9 +248,9 @@ class Tree {
       this.unfolded.add(at);
     }
     this.render();
-    const isWanted = ({ item }) => (valueName === null ? item.key === key : item.parent === key && item.value && item.value.name.toLowerCase() === valueName.toLowerCase());
     const rows = [...this.root.children];
-    const found = rows.find(isWanted) || rows.find(({ item }) => item.key === key);
+    const isValue = ({ item }) => item.value && item.parent === key && item.value.name.toLowerCase() === valueName.toLowerCase();
+    const found = (valueName !== null && rows.find(isValue)) || rows.find(({ item }) => item.key === key);
     this.focus(found);
     found.scrollIntoView({ block: "center" });
   }
@@ -334,7 +335,8 @@ class Tree {
     clearTimeout(this.pause);
     this.pause = setTimeout(() => (this.typed = ""), 700);
     this.typed += letter.toLowerCase();
-    const begins = ({ item }) => (item.value ? item.value.name : item.left ? "" : this.model.keys[item.key].name).toLowerCase().startsWith(this.typed);
+    const nameOf = (item) => (item.value ? item.value.name : item.left ? "" : this.model.keys[item.key].name);
+    const begins = ({ item }) => nameOf(item).toLowerCase().startsWith(this.typed);
     const rows = [...this.root.children], at = rows.indexOf(made) + (this.typed.length === 1 ? 1 : 0);
     this.focus([...rows.slice(at), ...rows.slice(0, at)].find(begins));
   }

@@ -10,6 +10,8 @@ from selenium.webdriver.common.action_chains import ActionChains
 
 WORDS = ["--headless=new", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run", "--disable-background-networking"]
 WORDS += ["--disable-component-update", "--disable-default-apps", "--disable-extensions", "--hide-scrollbars", "--lang=en-US"]
+# The sandbox refuses to run as root and in many containers; all pages are the tests' own.
+WORDS += ["--no-sandbox"]
 
 # Colours of the visible texts and of what is below them.
 COLOURS = """
@@ -31,12 +33,12 @@ class Browser:
     def __init__(self, folder):
         options = Options()
         options.binary_location = "/usr/bin/chromium"
-        # The browser's sandbox refuses to run as root.
-        for word in WORDS + ["--user-data-dir=%s" % folder] + (["--no-sandbox"] if os.geteuid() == 0 else []):
+        for word in WORDS + ["--user-data-dir=%s" % folder]:
             options.add_argument(word)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-        environment = dict(os.environ, HOME=str(folder), XDG_CONFIG_HOME=str(folder), XDG_CACHE_HOME=str(folder))
-        service = Service("/usr/bin/chromedriver", env=environment, log_path=os.devnull)
+        # What it leaves in a home or a temporary folder is deleted with the folder.
+        places = dict.fromkeys(("HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "TMPDIR"), str(folder))
+        service = Service("/usr/bin/chromedriver", env=dict(os.environ, **places))
         self.driver = webdriver.Chrome(service=service, options=options)
 
     def close(self):

@@ -20,7 +20,8 @@ def take(browser, folder, name, scheme, captures, below):
     browser.open(page)
     browser.run("scrollTo(0, arguments[0] ? document.querySelector(arguments[0]).offsetTop - 90 : 0)", below)
     browser.picture(picture)
-    subprocess.run(["convert", picture, "-strip", "+dither", "-colors", "128", "-define", "png:compression-level=9", "PNG8:%s" % (PICTURES / name)], check=True)
+    words = ["-strip", "+dither", "-colors", "128", "-define", "png:compression-level=9", "PNG8:%s" % (PICTURES / name)]
+    subprocess.run(["convert", picture, *words], check=True)
 
 
 def main():

@@ -91,6 +91,13 @@ TEST(CaptureTreeTest, ADeletionTakesWhatIsBelowTheKey) {
     EXPECT_THAT(KeyAt(tree, L"HKEY_CLASSES_ROOT\\x\\y").values[0].data, ElementsAre(none));
 }
 
+TEST(CaptureTreeTest, ADeletionIsShownBelowTheKeysOfItsPath) {
+    const std::vector<PageCapture> captures = {CaptureOf({L"[-HKEY_CLASSES_ROOT\\x\\y]"})};
+    const CaptureTree tree(captures);
+    EXPECT_THAT(KeyAt(tree, L"HKEY_CLASSES_ROOT\\x").states, ElementsAre(Present));
+    EXPECT_THAT(KeyAt(tree, L"HKEY_CLASSES_ROOT\\x\\y").states, ElementsAre(Deleted));
+}
+
 TEST(CaptureTreeTest, AKeyMayBeMadeAgainAfterItsDeletion) {
     const std::vector<PageCapture> captures = {
         CaptureOf({L"[-HKEY_CLASSES_ROOT\\x]", L"[HKEY_CLASSES_ROOT\\x]", L"[-HKEY_CLASSES_ROOT\\z]",
