@@ -18,7 +18,7 @@ def take(browser, folder, name, scheme, captures, below):
     browser.resize(WIDTH, HEIGHT)
     browser.prefer(scheme)
     browser.open(page)
-    browser.run("scrollTo(0, arguments[0] ? document.querySelector(arguments[0]).offsetTop - 90 : 0)", below)
+    browser.run("scrollTo(0, arguments[0] ? document.querySelector(arguments[0]).offsetTop - 72 : 0)", below)
     browser.picture(picture)
     words = ["-strip", "+dither", "-colors", "128", "-define", "png:compression-level=9", "PNG8:%s" % (PICTURES / name)]
     subprocess.run(["convert", picture, *words], check=True)
