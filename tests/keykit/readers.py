@@ -177,8 +177,13 @@ INNO_TYPES = {"string": SZ, "expandsz": EXPAND_SZ, "dword": DWORD, "qword": QWOR
 INNO_CONSTANTS = {"{{": "{", "{app}": THERE, "{break}": "\0"}
 
 
+INNO_BRACE = re.compile(r"\{\{|\{\w+\}")
+
+
 def inno_text(text):
-    return re.sub(r"\{\{|\{\w+\}", lambda found: INNO_CONSTANTS[found[0]], text)
+    """A brace that begins neither a constant nor a pair is an error."""
+    assert "{" not in INNO_BRACE.sub("", text), text
+    return INNO_BRACE.sub(lambda found: INNO_CONSTANTS[found[0]], text)
 
 
 def inno_parameters(line):
