@@ -28,7 +28,7 @@ class MarkFinder : public KeyRequestListener {
 public:
     MarkFinder(KeyRequestListener* next, std::wstring_view mark) : next(next), mark(mark) {}
 
-    bool WantsKeyRequests() const override { return next && !found; }
+    bool WantsKeyRequests() const override { return next && !found && next->WantsKeyRequests(); }
     void OnKeyRequest(const KeyRequest& request) override { next->OnKeyRequest(request); }
     void OnSystemRequest(const KeyRequest& request) override { next->OnSystemRequest(request); }
     void OnProcessStart(const ProcessStart& start) override {

@@ -13,7 +13,6 @@
 #include "trace/replay/systemnamerules.h"
 #include "trace/replay/tracereplay.h"
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -73,7 +72,7 @@ public:
     bool End() { return requests.ReadToNow(&recorder) && requests.IsComplete(); }
 
     EventTracing& Tracing() { return tracing; }
-    Story Recorded() const { return recorder.Recorded(); }
+    Story Take() { return recorder.Take(); }
 
     CaptureFacts Facts(const Story& story) {
         CaptureFacts facts;
@@ -88,7 +87,7 @@ public:
 
 private:
     void TakeTrace(const std::wstring& file) {
-        const Story story = Recorded();
+        const Story& story = recorder.SoFar();
         const std::size_t process = ServerProcess(story);
         LoadTrace(log, HostEventTracing(), file, GetCurrentProcessId(),
                   process == noIndex ? 0 : story.processes[process].id);
@@ -124,6 +123,20 @@ private:
 
 } // namespace
 
+double ProcessorSeconds() {
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user);
+    constexpr double ticksPerSecond = 10'000'000;
+    const auto ticks = [](const FILETIME& time) {
+        return static_cast<double>((static_cast<std::uint64_t>(time.dwHighDateTime) << 32) |
+                                   time.dwLowDateTime);
+    };
+    return (ticks(kernel) + ticks(user)) / ticksPerSecond;
+}
+
 std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request, std::wstring& failure) {
     Observation observation(request);
     if (!observation.Begin()) {
@@ -142,10 +155,11 @@ std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request,
             !document ? L"its result is no .reg file that can be read" : L"the request log isn't complete";
         return {};
     }
-    const auto start = std::chrono::steady_clock::now();
     ExplainedCapture capture;
+    capture.captured = std::chrono::steady_clock::now();
+    capture.processorSeconds = ProcessorSeconds();
     ExplainedStory& explained = capture.explained;
-    explained.story = observation.Recorded();
+    explained.story = observation.Take();
     const CaptureFacts facts = observation.Facts(explained.story);
     const ResultIndex result(*document);
     LiveRegistry live;
@@ -154,7 +168,6 @@ std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request,
     explained.Number();
     explained.isFromTrace = facts.log != nullptr;
     explained.isRedirected = judge.SawTemporaryTree();
-    capture.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return capture;
 }
 

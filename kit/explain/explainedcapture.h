@@ -3,6 +3,7 @@
 #include "extract/nativefileregister/capturemode.h"
 #include "kit/explain/explainedstory.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,8 +18,13 @@ struct ExplainRequest {
 
 struct ExplainedCapture {
     ExplainedStory explained;
-    double seconds = 0; // that finding the verdicts took
+    std::chrono::steady_clock::time_point
+        captured;                // when the capture was done, and the search for reasons began
+    double processorSeconds = 0; // at that time
 };
+
+// What this thread has used so far.
+double ProcessorSeconds();
 
 // Captures the server as the program does, and finds the verdicts before the session ends. A sentence if
 // there is no result to explain. Windows only.

@@ -115,11 +115,11 @@ std::vector<JudgedOperation> Judge::Verdicts() {
 // False for an operation that doesn't matter.
 bool Judge::JudgeOne(JudgedOperation& judged) {
     const StoryOperation& operation = story.operations[judged.operation];
-    const MeantKey key = names.Meant(operation.keyPath);
-    judged.key = key.Name();
     if (IsMakers(operation)) {
         return false;
     }
+    const MeantKey key = names.Meant(operation.keyPath);
+    judged.key = key.Name();
     if (IsWatched(operation)) {
         sawTemporaryTree = sawTemporaryTree || key.isTemporary;
         return !IsCapturesOwn(operation, key) && JudgeWatched(key, judged);

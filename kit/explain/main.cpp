@@ -12,6 +12,7 @@
 #include "platform/core/osversion.h"
 #include "platform/core/text/utf8.h"
 
+#include <chrono>
 #include <cwchar>
 #include <filesystem>
 #include <fstream>
@@ -85,6 +86,14 @@ bool WriteKeys(Output& output, const keyreap::ExplainedStory& explained,
     return areAllThere;
 }
 
+std::wstring TimeText(const keyreap::ExplainedCapture& capture) {
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - capture.captured;
+    const double busy = keyreap::ProcessorSeconds() - capture.processorSeconds;
+    return std::to_wstring(capture.explained.story.operations.size()) + L" operations, explained in " +
+           std::to_wstring(passed.count()) + L" seconds, of which the processor was busy for " +
+           std::to_wstring(busy);
+}
+
 int Explain(const Words& words, Output& output) {
     std::vector<KeyFilter> filters;
     for (const std::wstring& key : words.keys) {
@@ -110,8 +119,7 @@ int Explain(const Words& words, Output& output) {
         areAllThere = WriteKeys(output, capture->explained, filters);
     }
     if (words.showsTime) {
-        output.Line(std::to_wstring(capture->explained.story.operations.size()) + L" operations, judged in " +
-                    std::to_wstring(capture->seconds) + L" seconds");
+        output.Line(TimeText(*capture));
     }
     return areAllThere ? statusWhole : statusNotInResult;
 }

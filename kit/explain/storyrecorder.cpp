@@ -107,14 +107,13 @@ bool StoryRecorder::IsOtherView(const KeyRequest& request, const std::wstring& p
     return wideKeys.contains(FoldedText(path));
 }
 
-Story StoryRecorder::Recorded() const {
-    Story recorded = story;
+Story StoryRecorder::Take() {
     if (marks == 0) {
-        for (StoryOperation& operation : recorded.operations) {
+        for (StoryOperation& operation : story.operations) {
             operation.phase = StoryPhase::During;
         }
     }
-    return recorded;
+    return std::move(story);
 }
 
 } // namespace keyreap

@@ -30,8 +30,10 @@ public:
     // The process that has the id now; noIndex if none of that id was started.
     std::size_t ProcessOf(std::uint32_t id) const;
 
-    // So far. Without marks all operations are During.
-    Story Recorded() const;
+    // So far. Ahead of the first mark all operations are Before.
+    const Story& SoFar() const { return story; }
+    // At the end. Without marks all operations are During.
+    Story Take();
 
     bool WantsKeyRequests() const override { return captures; }
     void OnProcessStart(const ProcessStart& start) override;

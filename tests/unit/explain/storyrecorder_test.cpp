@@ -14,13 +14,13 @@ constexpr std::uint32_t software = 4;
 // The lines of a log go through a tracker into the recorder.
 class StoryRecorderTest : public testing::Test {
 protected:
-    // What the lines since then make up.
+    // What the lines so far make up.
     Story Recorded() {
         for (const std::string& line : log.lines) {
             second.Feed(line, &recorder);
         }
         log.lines.clear();
-        return recorder.Recorded();
+        return recorder.SoFar();
     }
 
     RequestStory log;
@@ -95,7 +95,8 @@ TEST_F(StoryRecorderTest, WithoutMarksThereIsNoTrace) {
     recorder.BeginCapture();
     log.Process(process, thread);
     log.Create(thread, R"(\Registry\Machine)", software, {.realPath = R"(REGISTRY\Machine)"});
-    const Story story = Recorded();
+    Recorded();
+    const Story story = recorder.Take();
     ASSERT_EQ(story.operations.size(), 1U);
     EXPECT_EQ(story.operations[0].phase, StoryPhase::During);
 }
