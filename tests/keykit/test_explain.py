@@ -31,7 +31,7 @@ PLAN = [
     ("", "x64/family.exe", "both"),
     ("", "x64/empty.exe", "trace", "--key", ZONE),
     ("", "x64/thousands.dll", "both", "--key", MANY, "--key", "HKCU\\Software", "--key", "HKCR\\CLSID", "--time"),
-    ("", "x64/thousands.dll", "both", "--ceiling", "1", "--value", "000000", "--key", MANY),
+    ("", "x64/longnames.dll", "both", "--ceiling", "1", "--value", 200 * "0", "--key", MANY),
     ("", "x64/resourceonly.dll", "both"),
     ("", "x64/plain.dll", "both", "--key", "Software\\A"),
     ("system", "x64/empty.exe", "trace", "--key", ZONE),
@@ -196,7 +196,7 @@ def test_three_keys_of_ten_thousand_operations_take_less_than_two_seconds(captur
 def test_the_ceiling_of_the_log_cuts_the_oldest_operations_off(captures):
     status, lines = next(found for plan, found in captures.items() if "--ceiling" in plan)
     assert status == 1
-    assert lines[-2].endswith('value "000000": not in the result: cut off by the ceiling of the log')
+    assert lines[-2].endswith('value "%s": not in the result: cut off by the ceiling of the log' % (200 * "0"))
     assert lines[-1].endswith("try the mode keyRedir, which needs no log.")
 
 
