@@ -8,6 +8,7 @@
 #include "platform/core/text/compare.h"
 #include "platform/os/file/executablepath.h"
 #include "platform/os/file/temporaryfiles.h"
+#include "platform/os/ownedhandle.h"
 #include "regmodel/regtextreader.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/systemnamerules.h"
@@ -22,6 +23,16 @@ namespace keyreap {
 namespace {
 
 constexpr std::wstring_view temporaryPrefix = L"Software\\Velmoro\\Tesselink\\Temporary\\";
+
+// 0 for a file that can't be opened.
+std::uint64_t SizeOf(const std::wstring& file) {
+    const OwnedFile opened(CreateFileW(file.c_str(), GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    LARGE_INTEGER size{};
+    return opened.Valid() && GetFileSizeEx(opened.Get(), &size) ? static_cast<std::uint64_t>(size.QuadPart)
+                                                                : 0;
+}
 
 // The .reg file, which is removed with this object.
 class ResultFile {
@@ -94,8 +105,7 @@ private:
         PruneControlSets(log, true, std::wstring(temporaryPrefix));
         constexpr std::uint64_t megabyte = std::uint64_t{1024} * 1024;
         constexpr std::uint64_t buffer = std::uint64_t{128} * 1024;
-        std::error_code error;
-        isLogFull = std::filesystem::file_size(file, error) + buffer >= tracing.Ceiling() * megabyte;
+        isLogFull = SizeOf(file) + buffer >= tracing.Ceiling() * megabyte;
     }
 
     // The last process of the server's image that this process has started: an earlier one only tried
@@ -122,6 +132,14 @@ private:
 };
 
 } // namespace
+
+double ClockSeconds() {
+    LARGE_INTEGER now{};
+    LARGE_INTEGER frequency{};
+    QueryPerformanceCounter(&now);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
 
 double ProcessorSeconds() {
     FILETIME created{};
@@ -156,7 +174,7 @@ std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request,
         return {};
     }
     ExplainedCapture capture;
-    capture.captured = std::chrono::steady_clock::now();
+    capture.clockSeconds = ClockSeconds();
     capture.processorSeconds = ProcessorSeconds();
     ExplainedStory& explained = capture.explained;
     explained.story = observation.Take();

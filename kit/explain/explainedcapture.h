@@ -3,7 +3,6 @@
 #include "extract/nativefileregister/capturemode.h"
 #include "kit/explain/explainedstory.h"
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,12 +17,14 @@ struct ExplainRequest {
 
 struct ExplainedCapture {
     ExplainedStory explained;
-    std::chrono::steady_clock::time_point
-        captured;                // when the capture was done, and the search for reasons began
-    double processorSeconds = 0; // at that time
+    // When the capture was done, and the search for reasons began.
+    double clockSeconds = 0;
+    double processorSeconds = 0;
 };
 
-// What this thread has used so far.
+// By the clock, from any time on.
+double ClockSeconds();
+// What this thread has used of the processor.
 double ProcessorSeconds();
 
 // Captures the server as the program does, and finds the verdicts before the session ends. A sentence if

@@ -12,8 +12,7 @@
 #include "platform/core/osversion.h"
 #include "platform/core/text/utf8.h"
 
-#include <chrono>
-#include <cwchar>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -36,6 +35,18 @@ struct Words {
     bool showsTime = false;
 };
 
+// Up to the first unit that is no digit.
+std::uint32_t NumberOf(const std::wstring& text) {
+    std::uint32_t number = 0;
+    for (const wchar_t unit : text) {
+        if (unit < L'0' || unit > L'9') {
+            break;
+        }
+        number = number * 10 + static_cast<std::uint32_t>(unit - L'0');
+    }
+    return number;
+}
+
 std::optional<Words> Parse(const std::vector<std::wstring>& given) {
     constexpr std::size_t named = 3;
     if (given.size() < named) {
@@ -55,7 +66,7 @@ std::optional<Words> Parse(const std::vector<std::wstring>& given) {
         } else if (given[i] == L"--value") {
             words.value = given[++i];
         } else if (given[i] == L"--ceiling") {
-            words.request.ceiling = std::wcstoul(given[++i].c_str(), nullptr, 10);
+            words.request.ceiling = NumberOf(given[++i]);
         } else {
             return {};
         }
@@ -87,10 +98,10 @@ bool WriteKeys(Output& output, const keyreap::ExplainedStory& explained,
 }
 
 std::wstring TimeText(const keyreap::ExplainedCapture& capture) {
-    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - capture.captured;
+    const double passed = keyreap::ClockSeconds() - capture.clockSeconds;
     const double busy = keyreap::ProcessorSeconds() - capture.processorSeconds;
     return std::to_wstring(capture.explained.story.operations.size()) + L" operations, explained in " +
-           std::to_wstring(passed.count()) + L" seconds, of which the processor was busy for " +
+           std::to_wstring(passed) + L" seconds, of which the processor was busy for " +
            std::to_wstring(busy);
 }
 

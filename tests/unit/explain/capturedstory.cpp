@@ -97,6 +97,7 @@ void CapturedStory::RecordTrace(std::size_t lost) {
         RegistryOperation operation;
         operation.type = done.type;
         operation.status = done.status;
+        operation.processId = story.processes[done.process].id;
         operation.valueName = done.valueName;
         NormalizeKernelPath(done.keyPath, true, operation.root, paths.emplace_back());
         operation.keyPath = paths.back();

@@ -207,6 +207,17 @@ TEST(JudgeOfTrace, TheServersOwnProcessIsWatched) {
     EXPECT_EQ(capture.VerdictOn(set).verdict, Verdict::InResult);
 }
 
+TEST(JudgeOfTrace, AProcessThatTheLogHasIsWatched) {
+    CapturedStory capture;
+    const std::size_t child = capture.StartProcess(L"child.exe", 0);
+    const std::size_t set = capture.By(child).Set(liveKey, L"a");
+    capture.HasValue(liveName, L"a");
+    capture.facts.serverProcess = child;
+    capture.RecordTrace();
+    capture.facts.serverProcess = noIndex;
+    EXPECT_EQ(capture.VerdictOn(set).verdict, Verdict::InResult);
+}
+
 TEST(JudgeOfTrace, ARenamedKeyGivesFillers) {
     CapturedStory capture;
     const std::size_t created = capture.Create(key);
