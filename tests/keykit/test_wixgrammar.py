@@ -53,7 +53,7 @@ def test_a_broken_file_is_refused(name):
 
 
 # Every kind and every way to write it, as words of keykit emit.
-WAYS = [["wix"], ["wix3"]]
+WAYS = [["wix"], ["wix3"], ["wix", "--native"], ["wix3", "--native"]]
 
 
 @pytest.mark.parametrize("way", WAYS, ids=" ".join)
