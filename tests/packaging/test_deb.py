@@ -28,7 +28,7 @@ LINK = re.compile(r"\]\(([^)#\s]+)[^)\s]*\)")
 
 
 def used_scripts():
-    """The scripts that the commands and the walk of the examples source or run, directly or through others."""
+    """The scripts that `keyreap`, `keykit` and the walk of the examples source or run, directly or through others."""
     pending, reached = ["keyreap", "keykit", "examples/walk.sh"], set()
     while pending:
         code = re.sub(r"^\s*#.*", "", (ROOT / pending.pop()).read_text(), flags=re.M)
