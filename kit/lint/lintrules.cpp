@@ -63,8 +63,7 @@ std::vector<RuleFinding> FindingsIn(const LintInput& input) {
         return OrderOf(left) == OrderOf(right);
     };
     std::ranges::sort(all, isBefore);
-    const auto rest = std::ranges::unique(all, isSame);
-    all.erase(rest.begin(), rest.end());
+    all.erase(std::unique(all.begin(), all.end(), isSame), all.end());
     return all;
 }
 
