@@ -92,7 +92,7 @@ TEST(AccessOfEveryoneIn, EveryCutIsUnreadable) {
 TEST(AccessOfEveryoneIn, NumbersThatPointOutsideAreUnreadable) {
     const Bytes whole = Descriptor({Entry(allowed, 31, everyone)});
     // The place and the size of the list, its number of entries, the size of an entry.
-    for (const std::size_t at : {16, 19, 22, 23, 24, 25, 30, 31}) {
+    for (const std::size_t at : {16U, 19U, 22U, 23U, 24U, 25U, 30U, 31U}) {
         Bytes wrong = whole;
         wrong[at] = 0xFF;
         EXPECT_EQ(AccessOfEveryoneIn(wrong), unreadable) << at;
