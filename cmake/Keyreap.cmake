@@ -3,7 +3,8 @@
 #   find_package(Keyreap REQUIRED)         or: include(.../cmake/Keyreap.cmake)
 #   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...]
 #                   [ALLOW_FILLERS]
-#                   [EMIT <kind>... PRODUCT <GUID> [DIRECTORY <kind>=<name>...]] [MANIFEST] [LINT])
+#                   [EMIT <kind>... PRODUCT <GUID> [SCOPE <machine|user>] [DIRECTORY <kind>=<name>...]
+#                    [REPLACE <kind>=<path>=<name>...]] [MANIFEST] [LINT])
 #
 # <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
 # target's property KEYREAP_REG_FILE contains its path. The file is recreated whenever the server changes, or something
@@ -19,7 +20,8 @@
 #
 #   EMIT       parts of installers of these kinds: server.wxs (wix), .wix3.wxs (wix3), .wxi (wixl), .nsh (nsis), .iss
 #              (inno), .installer.reg (reg), .json (json). PRODUCT is the product's own GUID. DIRECTORY is the name that
-#              an installer has for the servers' folder. An entry that isn't carried fails the build with its name.
+#              an installer has for the servers' folder, REPLACE that for another folder of this machine. An entry that
+#              isn't carried fails the build with its name.
 #   MANIFEST   server.classes.manifest, to use the server without registration. What a manifest can't carry is shown.
 #   LINT       server.lint, what is wrong with the registration, which is also shown.
 #
@@ -58,8 +60,8 @@ find_program(
   DOC "The command that makes parts of installers from captures")
 
 function(keyreap_capture target)
-  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS;MANIFEST;LINT" "MODE;OUTPUT;PRODUCT"
-                        "DEPENDS;EMIT;DIRECTORY")
+  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS;MANIFEST;LINT" "MODE;OUTPUT;PRODUCT;SCOPE"
+                        "DEPENDS;EMIT;DIRECTORY;REPLACE")
   if(CAPTURE_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "keyreap_capture(${target}): unknown words ${CAPTURE_UNPARSED_ARGUMENTS}")
   endif()
@@ -86,7 +88,8 @@ function(keyreap_capture target)
   add_custom_target(${target}_reg ALL DEPENDS ${CAPTURE_OUTPUT})
   set_target_properties(${target} PROPERTIES KEYREAP_REG_FILE ${CAPTURE_OUTPUT})
 
-  if(CAPTURE_EMIT OR CAPTURE_PRODUCT OR CAPTURE_DIRECTORY OR CAPTURE_MANIFEST OR CAPTURE_LINT)
+  set(ofEmit ${CAPTURE_PRODUCT} ${CAPTURE_SCOPE} ${CAPTURE_DIRECTORY} ${CAPTURE_REPLACE})
+  if(CAPTURE_EMIT OR ofEmit OR CAPTURE_MANIFEST OR CAPTURE_LINT)
     keyreap_kit(${target} ${CAPTURE_OUTPUT})
   endif()
 endfunction()
@@ -99,8 +102,8 @@ function(keyreap_kit target reg)
   if(CAPTURE_EMIT AND NOT CAPTURE_PRODUCT)
     message(FATAL_ERROR "keyreap_capture(${target}): EMIT needs PRODUCT, the product's own GUID")
   endif()
-  if(NOT CAPTURE_EMIT AND (CAPTURE_PRODUCT OR CAPTURE_DIRECTORY))
-    message(FATAL_ERROR "keyreap_capture(${target}): PRODUCT and DIRECTORY are for EMIT")
+  if(NOT CAPTURE_EMIT AND ofEmit)
+    message(FATAL_ERROR "keyreap_capture(${target}): PRODUCT, SCOPE, DIRECTORY and REPLACE are for EMIT")
   endif()
   set(ending_wix wxs)
   set(ending_wix3 wix3.wxs)
@@ -116,12 +119,17 @@ function(keyreap_kit target reg)
       message(FATAL_ERROR "keyreap_capture(${target}): there is no kind ${kind}")
     endif()
     set(words emit ${kind} ${reg} --product ${CAPTURE_PRODUCT} --server $<TARGET_FILE:${target}>)
-    set(directories ${CAPTURE_DIRECTORY})
-    list(FILTER directories INCLUDE REGEX "^${kind}=")
-    if(directories)
-      string(REGEX REPLACE "^${kind}=" "" directory "${directories}")
-      list(APPEND words --directory ${directory})
+    if(CAPTURE_SCOPE)
+      list(APPEND words --scope ${CAPTURE_SCOPE})
     endif()
+    foreach(option DIRECTORY REPLACE)
+      string(TOLOWER ${option} word)
+      foreach(text ${CAPTURE_${option}})
+        if(text MATCHES "^${kind}=(.*)$")
+          list(APPEND words --${word} ${CMAKE_MATCH_1})
+        endif()
+      endforeach()
+    endforeach()
     keyreap_kit_file(${target} ${reg} ${stem}.${ending_${kind}} 1 OFF ${words})
   endforeach()
   if(CAPTURE_MANIFEST)
@@ -142,7 +150,7 @@ function(keyreap_kit_file target reg file failsFrom text)
     OUTPUT ${file}
     COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYKIT_COMMAND} -D "WORDS=${ARGN}" -D OUTPUT=${file}
             -D FAILS_FROM=${failsFrom} -D TEXT=${text} -P ${script}
-    DEPENDS ${target} ${reg} ${script}
+    DEPENDS ${target} ${reg} ${script} ${KEYKIT_COMMAND}
     COMMENT "Making ${name}"
     VERBATIM)
   set(files ${files} ${file} PARENT_SCOPE)

@@ -340,6 +340,15 @@ def test_the_servers_folder_has_a_name_for_a_kind(tmp_path):
     assert "--directory" not in wix and "--directory $INSTDIR\\x64 -o" in nsis
 
 
+def test_another_folder_has_a_name_for_a_kind_and_the_product_a_scope(tmp_path):
+    words = 'SCOPE user REPLACE "wix=C:\\\\windows=WindowsFolder" "wix=C:\\\\data=DATA" "nsis=C:\\\\windows=$WINDIR"'
+    made = project(tmp_path, "keyreap_capture(one EMIT wix nsis PRODUCT %s %s)" % (PRODUCT, words))
+    assert made.make().returncode == 0
+    wix, nsis = sorted(made.asked("kitted"), key=lambda words: "nsis" in words)
+    assert "--scope user --replace C:\\windows=WindowsFolder --replace C:\\data=DATA -o" in wix
+    assert "--scope user --replace C:\\windows=$WINDIR -o" in nsis
+
+
 def test_a_manifest_and_the_findings_are_files_beside_the_capture(tmp_path):
     made = project(tmp_path, "keyreap_capture(one MANIFEST LINT OUTPUT there.reg)")
     result = made.make()
