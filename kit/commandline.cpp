@@ -1,5 +1,6 @@
 #include "kit/commandline.h"
 
+#include "kit/capture/messageline.h"
 #include "kit/verb.h"
 
 #include <CLI/CLI.hpp>
@@ -10,7 +11,7 @@
 namespace keyreap {
 
 void Say(const std::string& sentence) {
-    std::cerr << "keykit: " << sentence << '\n';
+    std::cerr << "keykit: " << InOneLine(sentence) << '\n';
 }
 
 int RunCommandLine(std::vector<std::string> words) {

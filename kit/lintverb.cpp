@@ -1,3 +1,4 @@
+#include "kit/capture/messageline.h"
 #include "kit/lint/lintrules.h"
 #include "kit/verb.h"
 #include "kit/verbfiles.h"
@@ -20,18 +21,12 @@ struct LintWords {
     bool isJson = false;
 };
 
-// Without line breaks, which names and data may have.
-std::string InOneLine(std::wstring text) {
-    std::ranges::replace_if(
-        text, [](wchar_t unit) { return unit < L' '; }, L' ');
-    return ReadableUtf8(text);
-}
-
 std::string LineOf(const RuleFinding& found) {
     const EntryPlace& place = found.finding.place;
     const std::wstring name = NameOfEntry(place);
-    return InOneLine(place.file) + ": " + std::string(found.rule->number) +
-           InOneLine((name.empty() ? L"" : L' ' + name) + L": " + found.finding.sentence) + '\n';
+    return InOneLine(ReadableUtf8(place.file) + ": " + std::string(found.rule->number) +
+                     ReadableUtf8((name.empty() ? L"" : L' ' + name) + L": " + found.finding.sentence)) +
+           '\n';
 }
 
 std::string LinesOf(const std::vector<RuleFinding>& findings) {

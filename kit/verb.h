@@ -15,7 +15,7 @@ inline constexpr int statusWhole = 0;      // everything was done
 inline constexpr int statusIncomplete = 1; // something was found that the output names
 inline constexpr int statusRefused = 2;    // a wrong argument, or a file that can't be read or written
 
-// One line on standard error.
+// One line on standard error, whatever names and data of captures are in the sentence.
 void Say(const std::string& sentence);
 
 // emit: makes a part of an installer from captures.

@@ -270,6 +270,24 @@ def test_a_finding_is_one_line(desk):
     assert len(result.stdout.splitlines()) == len(findings(result)) == len(json.loads(lint(desk, desk.folder / "server.reg", "--json").stdout))
 
 
+# Each would end a line or control a terminal.
+CONTROLS = "\r\n\x1b[2J\x7f\x85\x9b\u2028\u2029keykit: all is well"
+
+
+def test_no_verb_has_a_line_or_a_control_character_of_a_name(desk):
+    name = "a" + CONTROLS
+    foreign = '@="D:\\\\%s"' % CONTROLS[2:]
+    capture = desk.capture(VALUE[0], '"%s"="D:\\\\x"' % name, "[%s\\%s]" % (SOFTWARE, name), foreign)
+    results = [lint(desk, capture), desk.emit("reg", capture), desk.emit("wix", capture), keykit("emit", CONTROLS, capture)]
+    results.append(keykit("manifest", capture, "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server))
+    results.append(keykit("show", desk.folder / (CONTROLS + ".reg")))
+    for result in results:
+        messages = (result.stderr or result.stdout).decode()
+        assert "all is well" in messages
+        assert re.sub("[ -~]", "", messages) == "\n" * messages.count("\n"), messages
+        assert not re.search("^keykit: all is well", messages, re.M), messages
+
+
 def test_what_cannot_be_read_is_refused(desk):
     capture = desk.capture(*VALUE)
     for words in ([desk.folder / "none.reg"], [capture, "--against", desk.folder / "none.reg"], [desk.server], []):
