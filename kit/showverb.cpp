@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <span>
 
 namespace keyreap {
 
@@ -35,19 +36,25 @@ std::vector<std::wstring> NamesOf(const std::vector<std::string>& words) {
     return names;
 }
 
-// What `keykit lint` says of the captures, at their places.
-std::vector<PageFinding> FindingsOf(const std::vector<Capture>& captures) {
+PageFinding PageFindingOf(const RuleFinding& found, std::size_t capture) {
+    const EntryPlace& place = found.finding.place;
+    PageFinding finding;
+    finding.capture = capture;
+    finding.rule = std::wstring(found.rule->number.begin(), found.rule->number.end());
+    finding.key = place.key;
+    finding.value = place.isKey || place.key.empty() ? std::nullopt : std::optional(place.value);
+    finding.sentence = found.finding.sentence;
+    return finding;
+}
+
+// What `keykit lint` says of each capture alone: they may be versions, and what one refers to isn't
+// registered by the other.
+std::vector<PageFinding> FindingsOf(std::span<const Capture> captures) {
     std::vector<PageFinding> findings;
-    for (const auto& [rule, finding] : FindingsIn(LintInput(captures, {}, nullptr))) {
-        const EntryPlace& place = finding.place;
-        const auto capture = std::ranges::find(captures, place.file, &Capture::file);
-        PageFinding found;
-        found.capture = static_cast<std::size_t>(capture - captures.begin());
-        found.rule = std::wstring(rule->number.begin(), rule->number.end());
-        found.key = place.key;
-        found.value = place.isKey || place.key.empty() ? std::nullopt : std::optional(place.value);
-        found.sentence = finding.sentence;
-        findings.push_back(std::move(found));
+    for (std::size_t i = 0; i < captures.size(); ++i) {
+        for (const RuleFinding& found : FindingsIn(LintInput(captures.subspan(i, 1), {}, nullptr))) {
+            findings.push_back(PageFindingOf(found, i));
+        }
     }
     return findings;
 }

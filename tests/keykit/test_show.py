@@ -75,6 +75,16 @@ def test_a_capture_is_called_by_its_file(desk):
     assert Page(shown(one, other)).data["captures"] == [str(one), str(other)]
 
 
+def test_each_capture_has_the_findings_that_it_has_alone(desk):
+    clsid = "{B29A312E-EB83-43BC-A846-E0C0563B8877}"
+    program = ["[%s\\CLSID]" % KEY, '@="%s"' % clsid]
+    server = ["[HKEY_CLASSES_ROOT\\CLSID\\%s\\InprocServer32]" % clsid, '@="Z:\\\\a.dll"', '"ThreadingModel"="Both"']
+    old, new = desk.capture(*program, name="old.reg"), desk.capture(*program, *server, name="new.reg")
+    found = [(finding["capture"], finding["rule"]) for finding in Page(shown(new, old)).data["findings"]]
+    assert found == [(1, "K205")]
+    assert [finding["capture"] for finding in Page(shown(old, old)).data["findings"]] == [0, 1]
+
+
 @pytest.mark.parametrize(
     "words, sentence",
     [
