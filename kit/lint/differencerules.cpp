@@ -117,7 +117,7 @@ void ForEachValue(const Keys& keys, const Keys& others, const Visit& visit) {
 }
 
 struct States {
-    explicit States(const LintInput& input) : now(input.ServerPaths()), before(input.PathsOfAgainst()) {
+    explicit States(const LintInput& input) : now(input.ComparedPaths()), before(input.ComparedPaths()) {
         for (const Capture& capture : input.Captures()) {
             now.Add(capture);
         }

@@ -70,14 +70,15 @@ LintInput::LintInput(std::span<const Capture> captures, std::span<const std::wst
         }
     }
     std::vector<std::wstring> files(servers.begin(), servers.end());
+    const auto addNamed = [&files](const RegistryModel& model) { AddNamedServers(model, files); };
     if (servers.empty()) {
-        std::ranges::for_each(models,
-                              [&files](const RegistryModel& model) { AddNamedServers(model, files); });
+        std::ranges::for_each(models, addNamed);
     }
     serverPaths = PathsOf(files);
     if (against != nullptr) {
-        AddNamedServers(ModelOf(against->document), files);
-        pathsOfAgainst = PathsOf(files);
+        std::ranges::for_each(models, addNamed);
+        addNamed(ModelOf(against->document));
+        comparedPaths = PathsOf(files);
     }
 }
 

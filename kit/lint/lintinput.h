@@ -35,9 +35,12 @@ public:
     // The object; null if none of the captures has it.
     const RegObject* Find(ObjectKind kind, std::wstring_view id) const;
 
-    // The servers' files and folders, and those of the older capture.
+    // The servers' files and folders.
     const std::vector<CapturedPath>& ServerPaths() const { return serverPaths; }
-    const std::vector<CapturedPath>& PathsOfAgainst() const { return pathsOfAgainst; }
+
+    // The same with what all captures name as servers, the older one too. Both sides of a comparison need the
+    // same ones, since a path is comparable by them.
+    const std::vector<CapturedPath>& ComparedPaths() const { return comparedPaths; }
 
 private:
     using Name = std::pair<ObjectKind, std::wstring>; // folded
@@ -47,7 +50,7 @@ private:
     std::vector<RegistryModel> models;
     std::map<Name, const RegObject*> objects;
     std::vector<CapturedPath> serverPaths;
-    std::vector<CapturedPath> pathsOfAgainst;
+    std::vector<CapturedPath> comparedPaths;
 };
 
 // The key of an object, whose first section may be below it. An object without keys has none.

@@ -245,6 +245,16 @@ def test_another_folder_of_the_build_machine_is_no_difference(desk):
     assert findings(lint(desk, desk.capture(*OLD, name="new.reg"), "--against", old)) == []
 
 
+def test_a_server_beside_the_given_one_is_the_same_in_both_captures(desk):
+    neighbour = [key(CLSID, "InprocServer32"), '@="Z:\\\\build\\\\bin\\\\ps.dll"', '"ThreadingModel"="Both"']
+    same = desk.capture(*neighbour)
+    assert findings(lint(desk, same, "--against", same)) == []
+    older = desk.capture(*[line.replace("build", "older") for line in neighbour], name="old.reg")
+    assert findings(lint(desk, same, "--against", older)) == []
+    other = desk.capture(*[line.replace("ps.dll", "other.dll") for line in neighbour], name="other.reg")
+    assert findings(lint(desk, other, "--against", same)) == ["other: K603 %s: has other data" % value(CLSID + "\\InprocServer32")]
+
+
 @pytest.mark.parametrize("data", [b"", descriptor()[:-1], descriptor(access(ALLOWED, ALL, EVERYONE))[:-1], b"\2" + descriptor()[1:]])
 def test_permissions_that_are_cut_off_are_no_security_descriptor(desk, data):
     found = findings(lint(desk, desk.capture(*permission(data))))
