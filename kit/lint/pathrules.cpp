@@ -27,13 +27,31 @@ bool IsFolderWithBlank(std::wstring_view text) {
                                [text](std::wstring_view folder) { return StartsWithFolded(text, folder); });
 }
 
+// True if a text begins with a full path, or with a variable for one.
+bool IsPath(std::wstring_view text) {
+    return text.starts_with(L'%') || text.starts_with(L"\\\\") || text.substr(1).starts_with(L":\\");
+}
+
+// True if an option or another path begins in a text. A minus between blanks may be in a folder's name.
+bool HasArguments(std::wstring_view text) {
+    constexpr std::wstring_view minus = L" -";
+    for (std::size_t at = text.find(minus); at != std::wstring_view::npos; at = text.find(minus, at + 1)) {
+        if (!text.substr(at + minus.size()).starts_with(L' ')) {
+            return true;
+        }
+    }
+    return text.find(L" /") != std::wstring_view::npos || text.find(L':', 2) != std::wstring_view::npos;
+}
+
 // True if the program's path ends after a blank. A file without an extension can't be distinguished from
 // arguments.
 bool HasBlankInPath(std::wstring_view command) {
     constexpr std::wstring_view extension = L".exe";
     const std::wstring folded = FoldedText(std::wstring(command));
     const std::size_t end = folded.find(extension);
-    return end != std::wstring::npos && folded.find(L' ') < end;
+    const std::wstring_view path = std::wstring_view(folded).substr(0, end);
+    return end != std::wstring::npos && path.find(L' ') != std::wstring_view::npos && IsPath(path) &&
+           !HasArguments(path);
 }
 
 } // namespace
