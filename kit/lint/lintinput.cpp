@@ -12,13 +12,37 @@ namespace keyreap {
 
 namespace {
 
-// The full path of a file, without what follows its extension: arguments, or a resource's number.
+// True for a resource's number after a file's name.
+bool IsNumberOfResource(std::wstring_view text) {
+    const std::size_t end = std::min(text.find(L' '), text.size());
+    return end > 1 && text.front() == L'\\' &&
+           text.substr(1, end - 1).find_first_not_of(L"0123456789") == std::wstring_view::npos;
+}
+
+// True if what follows a blank can be no part of the path before it: arguments, or a path of its own.
+bool AreArguments(std::wstring_view text) {
+    const std::size_t separator = text.find_first_of(L"\\/");
+    const std::wstring_view name = text.substr(0, separator);
+    return separator == std::wstring_view::npos || name.empty() || name.starts_with(L'-') ||
+           name.ends_with(L' ') || name.find_first_of(L":%") != std::wstring_view::npos;
+}
+
+// True if a file's name may end before a text.
+bool IsAfterFile(std::wstring_view text) {
+    const std::size_t argument = text.find_first_not_of(L' ');
+    return argument == std::wstring_view::npos || IsNumberOfResource(text) ||
+           (argument > 0 && AreArguments(text.substr(argument)));
+}
+
+// The full path of a file, without what follows its extension: arguments, or a resource's number. A folder's
+// name may have a dot too.
 std::wstring FileIn(std::wstring_view text) {
     constexpr std::size_t longestExtension = 4;
     const std::wstring path = AbsolutePathIn(text);
     for (std::size_t dot = path.find(L'.'); dot != std::wstring::npos; dot = path.find(L'.', dot + 1)) {
         const std::size_t end = std::min(path.find_first_of(L" \\/.", dot + 1), path.size());
-        if (end > dot + 1 && end - dot - 1 <= longestExtension) {
+        if (end > dot + 1 && end - dot - 1 <= longestExtension &&
+            IsAfterFile(std::wstring_view(path).substr(end))) {
             return path.substr(0, end);
         }
     }

@@ -44,6 +44,22 @@ TEST(LintInput, ArgumentsAndNumbersAreNoPartOfAFile) {
     EXPECT_THAT(ServersOf({inProcess, L"@=\"a.dll\""}), IsEmpty());
 }
 
+TEST(LintInput, AFolderMayHaveADot) {
+    EXPECT_THAT(ServersOf({inProcess, L"@=\"C:\\\\Users\\\\john.doe\\\\a.dll\""}),
+                ElementsAre(L"C:\\Users\\john.doe\\a.dll", L"C:\\Users\\john.doe"));
+    EXPECT_THAT(ServersOf({inProcess, L"@=\"C:\\\\v1.2 of x.y\\\\a.b.dll\\\\3\""}),
+                ElementsAre(L"C:\\v1.2 of x.y\\a.b.dll", L"C:\\v1.2 of x.y"));
+    EXPECT_THAT(ServersOf({inProcess, L"@=\"C:\\\\john.doe\\\\a\""}), IsEmpty());
+}
+
+TEST(LintInput, WhatFollowsABlankMayBeArguments) {
+    for (const std::wstring_view arguments : {L" /x C:\\\\y.txt", L" -x y\\\\z.txt", L" run C:\\\\y.txt",
+                                              L" x /y", L" x", L" %x%\\\\y.txt", L" "}) {
+        EXPECT_THAT(ServersOf({inProcess, L"@=\"D:\\\\x.y\\\\a.exe" + std::wstring(arguments) + L"\""}),
+                    ElementsAre(L"D:\\x.y\\a.exe", L"D:\\x.y"));
+    }
+}
+
 TEST(LintInput, AnObjectIsFoundInAnyHive) {
     const std::vector<Capture> captures = {CaptureOf(
         {L"[HKEY_CURRENT_USER\\Software\\Classes\\TypeLib\\{B29A312E-EB83-43bc-A846-E0C0563B8879}\\1.0]"})};
