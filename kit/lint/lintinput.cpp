@@ -120,10 +120,11 @@ EntryPlace PlaceOfObject(const Capture& capture, const RegObject& object) {
         return {capture.file, 0, {}, true, {}};
     }
     const RegSection& first = capture.document.sections[object.sections.front()];
-    const std::wstring id = L'\\' + object.id;
-    const std::size_t at = first.path.find(id);
-    const std::wstring key = at == std::wstring::npos ? first.path : first.path.substr(0, at + id.size());
-    return {capture.file, first.line, key, true, {}};
+    const std::wstring path = FoldedText(first.path) + L'\\';
+    const std::wstring id = L'\\' + FoldedText(object.id) + L'\\';
+    const std::size_t at = path.rfind(id);
+    const std::size_t end = at == std::wstring::npos ? first.path.size() : at + id.size() - 1;
+    return {capture.file, first.line, first.path.substr(0, end), true, {}};
 }
 
 EntryPlace KeyIn(const EntryPlace& key, std::wstring_view name) {

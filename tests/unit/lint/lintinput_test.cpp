@@ -75,6 +75,21 @@ TEST(PlaceOfObject, ItsKeyIsAboveItsFirstSection) {
               L"HKEY_CLASSES_ROOT\\CLSID\\{B29A312E-EB83-43BC-A846-E0C0563B8877}");
 }
 
+TEST(PlaceOfObject, ANameThatContainsTheIdIsNotItsKey) {
+    const std::vector<Capture> captures = {
+        CaptureOf({L"[HKEY_LOCAL_MACHINE\\Software\\Classes\\Soft\\CLSID]",
+                   L"@=\"{B29A312E-EB83-43BC-A846-E0C0563B8877}\"",
+                   L"[HKEY_LOCAL_MACHINE\\Software\\Classes\\Software\\CLSID]",
+                   L"@=\"{B29A312E-EB83-43BC-A846-E0C0563B8877}\""})};
+    const RegistryModel model = ModelOf(captures.front().document);
+    std::vector<std::wstring> keys;
+    for (const RegObject& object : model.objects) {
+        keys.push_back(PlaceOfObject(captures.front(), object).key);
+    }
+    EXPECT_THAT(keys, testing::UnorderedElementsAre(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\Soft",
+                                                    L"HKEY_LOCAL_MACHINE\\Software\\Classes\\Software"));
+}
+
 TEST(KeysWithContent, KeysThatOnlyContainKeysAreNone) {
     const Capture capture =
         CaptureOf({L"[HKEY_CLASSES_ROOT\\A]", L"[HKEY_CLASSES_ROOT\\A B]", L"[HKEY_CLASSES_ROOT\\A\\C]",
