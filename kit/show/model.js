@@ -90,6 +90,11 @@ class Model {
     return Model.difference(left !== ABSENT, right !== ABSENT, isDeleted(left) === isDeleted(right));
   }
 
+  // The first key of an object that a shown capture has; undefined if none has any.
+  keyOfObject(object) {
+    return object.keys.find((key) => this.stateOfKey(key) !== null);
+  }
+
   stateOfValue(value) {
     const [left, right] = this.dataOf(value);
     return Model.difference(left !== null, right !== null, left === right);

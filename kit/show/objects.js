@@ -65,7 +65,7 @@ class Cards {
     }
     card.append(this.facts(object, state));
     card.append(...this.findings(object));
-    const keys = button("keys", "Show its keys", () => this.goToKey(object.keys[0]));
+    const keys = button("keys", "Show its keys", () => this.goToKey(this.model.keyOfObject(object)));
     keys.setAttribute("aria-label", "Show the keys of " + plain(title));
     card.append(keys);
     card.tabIndex = -1;
@@ -122,7 +122,7 @@ class Cards {
     const object = this.model.objects[target];
     const place = this.model.shownObjects.filter((of) => of.kind === object.kind).indexOf(object);
     if (place < 0) {
-      this.goToKey(object.keys[0]);
+      this.goToKey(this.model.keyOfObject(object));
       return;
     }
     this.limits.set(object.kind, Math.max(this.limits.get(object.kind) || CARDS, place + 1));

@@ -99,7 +99,7 @@ class Tree {
     }
     const name = element("span", "name", shown("span", "", model.keys[number].name, model.words));
     const object = model.objects[model.objectOfKey.get(number)];
-    const objectName = object && object.keys[0] === number ? object.name : "";
+    const objectName = object && model.keyOfObject(object) === number ? object.name : "";
     if (objectName) {
       name.append(shown("span", "note", objectName));
     }
@@ -236,8 +236,11 @@ class Tree {
     }
   }
 
-  // Goes to a key, wherever it is, or to a value of it.
+  // Goes to a key, wherever it is, or to a value of it. A key that no shown capture has is nowhere.
   reveal(key, valueName = null) {
+    if (key === undefined || this.model.stateOfKey(key) === null) {
+      return;
+    }
     if (this.model.isShown[key] !== 1) {
       this.clearFilter();
     }

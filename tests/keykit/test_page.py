@@ -163,6 +163,16 @@ def test_of_more_captures_any_two_are_compared(opened, calculators, desk):
     assert page.texts(".value.changed > .cell") == ["REG_SZ\nCalculator Class", "REG_SZ\nNew"]
 
 
+def test_the_keys_of_an_object_are_those_that_a_shown_capture_has(opened, desk):
+    software, values = "HKEY_LOCAL_MACHINE\\Software\\", ["\\CLSID\\{B29A312E-EB83-43BC-A846-E0C0563B8877}]", '@="Some class"']
+    first = ["[" + software + "Wow6432Node\\Classes" + values[0], values[1]]
+    last = ["[" + software + "Classes\\Wow6432Node" + values[0], values[1]]
+    page = opened(*(desk.capture(*lines, name=name) for name, lines in (("v1.reg", first), ("v2.reg", first), ("v3.reg", last))))
+    page.click("article .keys")
+    assert focused(page).startswith("{B29A312E-EB83-43BC-A846-E0C0563B8877}, key, Some class")
+    page.run("goToKey(model.objects[0].keys[0]); goToKey(undefined)")
+
+
 def test_deletions_and_damaged_entries_are_named(opened, desk):
     page = opened(desk.capture("[-%s]" % CLASS, "[HKEY_CLASSES_ROOT\\x]", '"gone"=-', '"odd"=hex(2):,00,00'))
     assert page.texts("#tree .tag") == ["deletes the key", "deletes the value", "damaged: expected no comma after the colon"]
