@@ -119,11 +119,25 @@ function renderContents() {
   place("contents").replaceChildren(...[...findings, ...sections, link("keys", "Keys")].flatMap((made) => [made, " "]));
 }
 
-function renderFindings() {
-  const found = model.findings.filter((finding) => model.isOfShown(finding));
-  place("findings").hidden = found.length === 0;
+const FINDINGS = 200;
+
+function renderFindings(limit = FINDINGS) {
+  const found = model.findings.filter((finding) => model.isOfShown(finding)), section = place("findings");
+  section.hidden = found.length === 0;
   place("findings-title").replaceChildren("Findings ", element("span", "count", found.length.toLocaleString("en")));
-  place("findings").querySelector("ul").replaceChildren(...found.map(findingItem));
+  section.querySelector("ul").replaceChildren(...found.slice(0, limit).map(findingItem));
+  section.querySelector(".more")?.remove();
+  if (found.length > limit) {
+    const text = "Show more: " + (found.length - limit).toLocaleString("en") + " are left";
+    section.append(button("more", text, () => showMoreFindings(limit)));
+  }
+}
+
+function showMoreFindings(limit) {
+  renderFindings(limit + FINDINGS);
+  const item = place("findings").querySelectorAll("li")[limit];
+  item.tabIndex = -1;
+  item.focus();
 }
 
 function findingItem(finding) {

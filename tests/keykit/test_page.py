@@ -429,10 +429,22 @@ def test_of_a_long_list_more_is_shown_on_demand(opened, desk):
     page.click("#tree .more")
     assert focused(page).startswith("{000000FA-")
     assert (len(page.texts("#tree [aria-level='3'].key")), page.texts("#tree .more")) == (300, [])
-    page.run("document.querySelector('button.more').scrollIntoView({ block: 'center' })")
-    page.click("button.more")
+    page.run("document.querySelector('#objects button.more').scrollIntoView({ block: 'center' })")
+    page.click("#objects button.more")
     assert len(page.texts("article")) == 120
     assert page.run("return document.activeElement === document.querySelectorAll('article')[60]")
+
+
+def test_of_many_findings_more_is_shown_on_demand(opened, desk):
+    lines = ["[HKEY_CLASSES_ROOT\\x]", *['"%d"="D:\\\\x"' % number for number in range(450)]]
+    page = opened(desk.capture(*lines))
+    assert (page.texts("#findings-title"), len(page.texts("#findings li"))) == (["Findings 450"], 200)
+    for shown in (400, 450):
+        page.run("document.querySelector('#findings .more').scrollIntoView({ block: 'center' })")
+        page.click("#findings .more")
+        assert len(page.texts("#findings li")) == shown
+        assert page.run("return document.activeElement === document.querySelectorAll('#findings li')[arguments[0]]", (shown - 1) // 200 * 200)
+    assert page.texts("#findings .more") == []
 
 
 def test_a_link_leads_into_the_rest_of_a_long_list(opened, desk):
