@@ -1,8 +1,8 @@
 "use strict";
 // What a text of a capture looks like on the page: never markup, and without characters that can't be seen or that
-// change the order of others.
+// change the order of others. A blank can't be seen at the beginning and the end.
 
-const SIGNS = /[\u0000-\u001f\u007f-\u009f\u00ad\u061c\u115f\u1160\u17b4\u17b5\u180b-\u180e\u200b-\u200f\u2028-\u202e\u2060-\u206f\u3164\ufe00-\ufe0f\ufeff\uffa0\ufff0-\uffff]|\udb40[\udc00-\udfff]|[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g;
+const SIGNS = /^ | $|[\u0000-\u001f\u007f-\u00a0\u00ad\u034f\u061c\u115f\u1160\u1680\u17b4\u17b5\u180b-\u180f\u2000-\u200f\u2028-\u202f\u205f-\u206f\u2800\u3000\u3164\ufe00-\ufe0f\ufeff\uffa0\ufff0-\uffff]|\ud82f[\udca0-\udca3]|\ud834[\udd73-\udd7a]|\udb40[\udc00-\udfff]|[\ud800-\udbff](?![\udc00-\udfff])|(?<![\ud800-\udbff])[\udc00-\udfff]/g;
 const SIGN_NAMES = { 0: "NUL", 9: "TAB", 10: "LF", 13: "CR", 27: "ESC", 127: "DEL" };
 
 function nameOfSign(sign) {

@@ -349,6 +349,16 @@ def readable(text):
     return re.sub(unseen, lambda found: names.get(found[0], "U+%04X" % ord(found[0])), text)
 
 
+def test_blanks_and_what_can_not_be_seen_make_a_difference(opened, desk):
+    unseen = "\u00a0\u034f\u1680\u2002\u202f\u205f\u2800\u3000\U0001d173\U0001bca0"
+    page = opened(desk.capture("[HKEY_CLASSES_ROOT\\k]", *['"%s"=""' % name for name in ("x", "x ", " x", "x  y", "x y", "z" + unseen)]))
+    names = page.run("""return [...document.querySelectorAll("#tree .value > .name")].map((of) => of.textContent)""")
+    assert set(names) == {"x", "xU+0020", "U+0020x", "x  y", "x y", "z" + "".join("U+%04X" % ord(one) for one in unseen)}
+    widths = dict(page.run("""return [...document.querySelectorAll("#tree .value > .name")].map((of) => {
+        const range = document.createRange(); range.selectNodeContents(of); return [of.textContent, range.getBoundingClientRect().width] })"""))
+    assert widths["x  y"] > widths["x y"]
+
+
 def test_hostile_texts_can_be_searched(opened, desk):
     page = opened(hostile_capture(desk))
     search(page, "<img")
