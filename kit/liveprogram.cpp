@@ -8,6 +8,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace keyreap {
 
 namespace {
@@ -42,6 +44,17 @@ Json RequestJson(const CreationRequest& request, std::size_t first) {
     return json;
 }
 
+// The answer for a class; null if the program ended before it.
+const Json* AnswerFor(const std::vector<Json>& answers, const LiveClass& one) {
+    const Json clsid = ReadableUtf8(one.clsid);
+    const auto isOfClass = [&clsid](const Json& answer) {
+        return answer.contains("clsid") && answer["clsid"] == clsid && answer.contains("result") &&
+               answer["result"].is_number_unsigned();
+    };
+    const auto found = std::ranges::find_if(answers, isOfClass);
+    return found == answers.end() ? nullptr : &*found;
+}
+
 // The first answer says that the program runs.
 void CheckStart(const std::vector<Json>& answers, int bitness) {
     if (answers.empty() || !answers.front().contains("bitness")) {
@@ -66,13 +79,14 @@ std::vector<CreatedClass> CreateClasses(const CreationRequest& request) {
         }
         const std::vector<Json> answers = Answers(request.bitness, file);
         CheckStart(answers, request.bitness);
-        for (std::size_t i = 1; i < answers.size() && created.size() < request.classes.size(); ++i) {
-            created.push_back({request.classes[created.size()].clsid,
-                               answers[i].value("result", std::uint32_t{0}),
-                               answers[i].value("isRegistered", false)});
-        }
-        if (created.size() < request.classes.size()) {
-            created.push_back({request.classes[created.size()].clsid, std::nullopt, false});
+        bool isRunning = true;
+        while (isRunning && created.size() < request.classes.size()) {
+            const LiveClass& one = request.classes[created.size()];
+            const Json* const answer = AnswerFor(answers, one);
+            isRunning = answer != nullptr;
+            created.push_back(isRunning ? CreatedClass{one.clsid, answer->at("result").get<std::uint32_t>(),
+                                                       answer->value("isRegistered", false)}
+                                        : CreatedClass{one.clsid, std::nullopt, false});
         }
     }
     return created;

@@ -29,8 +29,9 @@ struct CreationRequest {
 };
 
 // Lets the host create an object of each class by the manifest, one after another. If one ends the program, a
-// new one goes on with the next class. There is no time limit: a class that doesn't answer is waited for.
-// Fails with a Refusal if there is no such program, or if the system can't read the manifest.
+// new one goes on with the next class. An answer is that of the class that it names. There is no time limit:
+// a class that doesn't answer is waited for. Fails with a Refusal if there is no such program, or if the
+// system can't read the manifest.
 std::vector<CreatedClass> CreateClasses(const CreationRequest& request);
 
 } // namespace keyreap
