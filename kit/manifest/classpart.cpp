@@ -33,7 +33,9 @@ std::wstring ReasonAgainstServer(const ObjectEntries& object) {
 
 void TakeMiscStatus(ObjectEntries& object, ManifestClass& one) {
     for (std::size_t i = 0; i < miscStatusCount; ++i) {
-        if (const auto words = MiscStatusWords(object.Text(miscStatusKeys[i]))) {
+        const auto words = MiscStatusWords(object.Text(miscStatusKeys[i]));
+        // An aspect without bits of its own has the general ones, the first.
+        if (words && (!words->empty() || one.miscStatus[0].empty())) {
             one.miscStatus[i] = *words;
             object.Carry(miscStatusKeys[i]);
         }
@@ -51,6 +53,9 @@ std::variant<ClassPart, std::wstring> ClassPartOf(ObjectEntries& object, const L
     const std::optional<std::size_t> server = ServerIn(object.Find(serverKey));
     if (!server) {
         return ReasonAgainstServer(object);
+    }
+    if (!object.IsText(serverKey, L"ThreadingModel")) {
+        return L"belongs to a class whose threading model is none for which manifests have a word";
     }
     const std::wstring model = object.Text(serverKey, L"ThreadingModel");
     const std::optional<std::wstring> word = ThreadingModelWord(model);

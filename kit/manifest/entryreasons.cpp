@@ -1,3 +1,4 @@
+#include "kit/manifest/flagwords.h"
 #include "kit/manifest/manifestparts.h"
 #include "platform/core/text/compare.h"
 
@@ -32,7 +33,18 @@ constexpr std::array<KeyReason, 9> ofClass = {{
     {L"MiscStatus", L"has a bit for which manifests have no word"},
 }};
 
+// True for the number of an aspect that differs from the general one by being 0.
+bool IsZeroOfAspect(const ObjectEntries::Entry& entry) {
+    const bool isAspect = entry.key.size() == 2 && entry.value && IsLiteral(entry.value->text);
+    return isAspect && EqualFolded(entry.key[0], L"MiscStatus") &&
+           MiscStatusWords(TextOfPieces(entry.value->text, [](const Piece& piece) { return piece.text; })) ==
+               L"";
+}
+
 std::wstring_view ReasonOfClass(const ObjectEntries::Entry& entry) {
+    if (IsZeroOfAspect(entry)) {
+        return L"is 0 for an aspect, to which a manifest without words for it gives the bits of the class";
+    }
     if (entry.key.empty() && EqualFolded(entry.name, L"AppID")) {
         return L"names an AppID, which no manifest can have";
     }

@@ -42,13 +42,13 @@ std::optional<LibraryFile> FileIn(const InstallValue& value) {
 
 // The folder of the servers, or one below it.
 std::optional<std::wstring> FolderIn(const InstallValue* value) {
-    if (value == nullptr || value->text.empty()) {
+    if (value == nullptr || (IsOfText(*value) && value->text.empty())) {
         return std::wstring();
     }
     const PieceText& text = value->text;
     const std::wstring rest = text.size() == 2 ? text[1].text : L"";
-    const bool isBelow =
-        text[0].kind == PieceKind::Directory && text.size() <= 2 && (rest.empty() || rest.starts_with(L'\\'));
+    const bool isBelow = !text.empty() && text[0].kind == PieceKind::Directory && text.size() <= 2 &&
+                         (rest.empty() || rest.starts_with(L'\\'));
     return isBelow ? std::optional(TrimLeft(TrimRight(rest, L"\\"), L"\\")) : std::nullopt;
 }
 
@@ -56,16 +56,18 @@ struct Candidate {
     const ObjectEntries::Entry* entry = nullptr;
     LibraryFile file;
     std::wstring version; // decimal
+    bool isOfBitness = false;
 
-    // The newest version first; then the neutral language and the platform of this bitness, by their names.
+    // The newest version first; then the neutral language and the platform of the server's bitness.
     auto Order() const {
         const std::vector<std::wstring> numbers = SplitText(version, L".", false);
         return std::make_tuple(-TextToInteger(numbers[0]), -TextToInteger(numbers[1]), entry->key[1] != L"0",
-                               !EqualFolded(entry->key[2], L"win64"));
+                               !isOfBitness);
     }
 };
 
-std::vector<Candidate> CandidatesOf(const ObjectEntries& object) {
+std::vector<Candidate> CandidatesOf(const ObjectEntries& object, int bitness) {
+    const std::wstring platform = bitness == 64 ? L"win64" : L"win32";
     std::vector<Candidate> candidates;
     for (const ObjectEntries::Entry& entry : object.All()) {
         if (entry.key.size() != fileDepth || !entry.value || !entry.name.empty()) {
@@ -74,7 +76,7 @@ std::vector<Candidate> CandidatesOf(const ObjectEntries& object) {
         const std::optional<LibraryFile> file = FileIn(*entry.value);
         const std::optional<std::wstring> version = DecimalVersion(entry.key[0]);
         if (file && version) {
-            candidates.push_back({&entry, *file, *version});
+            candidates.push_back({&entry, *file, *version, EqualFolded(entry.key[2], platform)});
         }
     }
     return candidates;
@@ -82,8 +84,8 @@ std::vector<Candidate> CandidatesOf(const ObjectEntries& object) {
 
 } // namespace
 
-std::variant<LibraryPart, std::wstring> LibraryPartOf(ObjectEntries& object) {
-    const std::vector<Candidate> candidates = CandidatesOf(object);
+std::variant<LibraryPart, std::wstring> LibraryPartOf(ObjectEntries& object, int bitness) {
+    const std::vector<Candidate> candidates = CandidatesOf(object, bitness);
     const auto best = std::ranges::min_element(candidates, {}, &Candidate::Order);
     if (best == candidates.end()) {
         return L"belongs to a type library that isn't in the server";
@@ -94,7 +96,9 @@ std::variant<LibraryPart, std::wstring> LibraryPartOf(ObjectEntries& object) {
     const std::size_t server = best->file.server;
     object.Carry(file);
     // The library has its own name too.
-    object.Carry(version);
+    if (object.IsText(version)) {
+        object.Carry(version);
+    }
     if (const auto folder = FolderIn(object.Find(version + L"\\HELPDIR"))) {
         library.helpDir = *folder;
         object.Carry(version + L"\\HELPDIR");

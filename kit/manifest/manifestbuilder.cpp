@@ -67,7 +67,7 @@ private:
     }
 
     std::wstring AddLibrary(ObjectEntries& object) {
-        std::variant<LibraryPart, std::wstring> part = LibraryPartOf(object);
+        std::variant<LibraryPart, std::wstring> part = LibraryPartOf(object, settings.bitness);
         if (const auto* const reason = std::get_if<std::wstring>(&part)) {
             return *reason;
         }
@@ -89,10 +89,11 @@ private:
         }
         ClassPart& one = std::get<ClassPart>(part);
         owners.AddTo(one.part, object);
+        std::vector<ManifestClass>& classes = manifest.files[one.server].classes;
         for (const std::wstring& progId : one.part.progIds) {
-            classOfProgId.emplace(FoldedText(progId), one.part);
+            classOfProgId.emplace(FoldedText(progId), ClassPlace{one.server, classes.size()});
         }
-        manifest.files[one.server].classes.push_back(std::move(one.part));
+        classes.push_back(std::move(one.part));
         return {};
     }
 
@@ -101,21 +102,31 @@ private:
         if (owner == nullptr) {
             return L"belongs to a ProgID whose class isn't in the manifest";
         }
-        object.Carry(L"CLSID");
+        if (EqualFolded(object.Text(L"CLSID"), owner->clsid)) {
+            object.Carry(L"CLSID");
+        }
         const ManifestClass* const current = ClassOf(object.Text(L"CurVer"));
         if (current != nullptr && current->clsid == owner->clsid) {
             object.Carry(L"CurVer");
         }
-        if (object.Text({}) == owner->description) {
+        if (object.IsText({}) && object.Text({}) == owner->description) {
             object.Carry({});
         }
         return {};
     }
 
+    struct ClassPlace {
+        std::size_t file = 0; // in the manifest
+        std::size_t index = 0;
+    };
+
     // Null if no class in the manifest has it.
     const ManifestClass* ClassOf(const std::wstring& progId) const {
         const auto known = classOfProgId.find(FoldedText(progId));
-        return known == classOfProgId.end() ? nullptr : &known->second;
+        if (known == classOfProgId.end()) {
+            return nullptr;
+        }
+        return &manifest.files[known->second.file].classes[known->second.index];
     }
 
     std::wstring AddProxy(ObjectEntries& object) {
@@ -142,7 +153,7 @@ private:
     PathForms paths;
     std::vector<ObjectEntries> objects;
     LibraryParts libraries;
-    std::map<std::wstring, ManifestClass> classOfProgId; // by the folded ProgID
+    std::map<std::wstring, ClassPlace> classOfProgId; // by the folded ProgID
     ComManifest manifest;
 };
 

@@ -27,7 +27,7 @@ using ClassPart = PartOfServer<ManifestClass>;
 using LibraryParts = std::map<std::wstring, LibraryPart>;
 
 // A manifest can have one version of a library, so it is the newest one in a server.
-std::variant<LibraryPart, std::wstring> LibraryPartOf(ObjectEntries& object);
+std::variant<LibraryPart, std::wstring> LibraryPartOf(ObjectEntries& object, int bitness);
 
 // Without its ProgIDs.
 std::variant<ClassPart, std::wstring> ClassPartOf(ObjectEntries& object, const LibraryParts& libraries);

@@ -4,6 +4,12 @@
 
 namespace keyreap {
 
+bool IsOfText(const InstallValue& value) {
+    constexpr std::uint32_t text = 1; // REG_SZ of winnt.h
+    constexpr std::uint32_t expandedText = 2;
+    return value.type == text || value.type == expandedText;
+}
+
 std::wstring JoinedNames(const std::vector<std::wstring>& names) {
     std::wstring joined;
     for (const std::wstring& name : names) {
@@ -36,9 +42,14 @@ const InstallValue* ObjectEntries::Find(std::wstring_view key, std::wstring_view
     return entry == nullptr ? nullptr : &*entry->value;
 }
 
+bool ObjectEntries::IsText(std::wstring_view key, std::wstring_view name) const {
+    const InstallValue* const value = Find(key, name);
+    return value == nullptr || (IsOfText(*value) && IsLiteral(value->text));
+}
+
 std::wstring ObjectEntries::Text(std::wstring_view key, std::wstring_view name) const {
     const InstallValue* const value = Find(key, name);
-    if (value == nullptr || !IsLiteral(value->text)) {
+    if (value == nullptr || !IsText(key, name)) {
         return {};
     }
     return TextOfPieces(value->text, [](const Piece& piece) { return piece.text; });

@@ -38,7 +38,10 @@ public:
     // The value of a key, whose names have backslashes between them; null if it isn't there.
     const InstallValue* Find(std::wstring_view key, std::wstring_view name = {}) const;
 
-    // The value's text; empty if there is none, or if it contains a path of a server.
+    // False for a value that is no text, or that contains a path of a server. A missing one counts as empty.
+    bool IsText(std::wstring_view key, std::wstring_view name = {}) const;
+
+    // The value's text; empty without one.
     std::wstring Text(std::wstring_view key, std::wstring_view name = {}) const;
 
     // The manifest says the value, if it is there.
@@ -61,6 +64,9 @@ private:
     std::vector<Entry> entries;
     std::map<Name, std::size_t> values;
 };
+
+// True for REG_SZ and REG_EXPAND_SZ.
+bool IsOfText(const InstallValue& value);
 
 // Names with backslashes between them.
 std::wstring JoinedNames(const std::vector<std::wstring>& names);

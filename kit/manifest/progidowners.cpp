@@ -3,7 +3,7 @@
 #include "kit/emit/xmltext.h"
 #include "platform/core/text/compare.h"
 
-#include <algorithm>
+#include <set>
 
 namespace keyreap {
 
@@ -39,10 +39,9 @@ bool ProgIdOwners::Claim(const std::wstring& progId, const std::wstring& clsid) 
 
 void ProgIdOwners::AddTo(ManifestClass& one, ObjectEntries& object) {
     const std::wstring clsid = FoldedText(one.clsid);
+    std::set<std::wstring> added; // folded
     const auto add = [&](const std::wstring& progId) {
-        const bool isThere = std::ranges::any_of(
-            one.progIds, [&progId](const std::wstring& other) { return EqualFolded(other, progId); });
-        if (!isThere) {
+        if (added.insert(FoldedText(progId)).second) {
             one.progIds.push_back(progId);
         }
     };

@@ -2,10 +2,11 @@
 evaluated by the independent reader of manifestreader.py, and compared with the capture."""
 
 import re
+import subprocess
 
 import pytest
-from conftest import ROOT, Desk, document, image, keykit
-from manifestreader import ANY, NAMESPACE, Manifest, text_of
+from conftest import PROGRAM, ROOT, Desk, image, keykit
+from manifestreader import ANY, Manifest, text_of
 from readers import regfile
 from test_emit import CAPTURES, named_in
 
@@ -129,6 +130,36 @@ def test_a_class_with_an_unknown_model_is_named(desk):
     assert named == ["%s, default value: %s" % (key, reason), '%s, value "ThreadingModel": %s' % (key, reason)]
 
 
+@pytest.mark.parametrize("model", ["dword:00000000", "hex:41,00,70,00", r'"Z:\\build\\bin\\server.dll"', "hex(7):41,00,00,00,00,00"])
+def test_a_class_with_a_model_that_is_no_word_is_named(desk, model):
+    found, named = made(desk, *SERVED, '"ThreadingModel"=%s' % model)
+    reason = "belongs to a class whose threading model is none for which manifests have a word"
+    key = "%s\\InprocServer32" % CLASS
+    assert found.all("comClass") == []
+    assert named == ["%s, default value: %s" % (key, reason), '%s, value "ThreadingModel": %s' % (key, reason)]
+
+
+@pytest.mark.parametrize("value", ["@=dword:00000001", "@=hex:01", '@=""'])
+def test_a_progid_whose_class_is_no_clsid_is_named(desk, value):
+    lines = ["[%s\\ProgID]" % CLASS, '@="A.B"', "[%sA.B]" % ROOT_KEY, "@=dword:00000000", "[%sA.B\\CLSID]" % ROOT_KEY, value]
+    found, named = made(desk, *SERVED, *lines)
+    assert only(found, "comClass").get("progid") == "A.B"
+    assert named == [
+        ROOT_KEY + "A.B, default value: differs from the name of the class, which is the only one that a manifest has",
+        ROOT_KEY + "A.B\\CLSID, default value: has no place in a manifest",
+    ]
+
+
+def test_many_progids_of_a_class_need_little_memory(desk):
+    count, most = 4000, 1 << 30
+    lines = [line for number in range(count) for line in progid("A.%d" % number)]
+    limit = ["prlimit", "--as=%d" % most]
+    words = ["manifest", desk.capture(*SERVED, *lines), "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server]
+    result = subprocess.run([*limit, PROGRAM, *words], capture_output=True, stdin=subprocess.DEVNULL)
+    assert (result.returncode, result.stderr) == (0, b"")
+    assert len(Manifest(result.stdout).all("progid")) == count - 1
+
+
 def progid(name, clsid=CLSID, *more):
     return ["[%s%s\\CLSID]" % (ROOT_KEY, name), '@="%s"' % clsid, *more]
 
@@ -178,6 +209,19 @@ def test_a_misc_status_without_words_is_named(desk, number):
     assert only(found, "comClass").get("miscStatus") is None
 
 
+def test_an_aspect_of_0_beside_bits_of_the_class_is_named(desk):
+    """The aspect would have the class's bits."""
+    found, named = made(desk, *SERVED, "[%s\\MiscStatus]" % CLASS, '@="1"', "[%s\\MiscStatus\\1]" % CLASS, '@="0"')
+    assert only(found, "comClass").get("miscStatus") == "recomposeonresize"
+    reason = "is 0 for an aspect, to which a manifest without words for it gives the bits of the class"
+    assert named == ["%s\\MiscStatus\\1, default value: %s" % (CLASS, reason)]
+
+
+def test_an_aspect_of_0_beside_a_class_without_bits_is_carried(desk):
+    _, named = made(desk, *SERVED, "[%s\\MiscStatus]" % CLASS, '@="0"', "[%s\\MiscStatus\\1]" % CLASS, '@="0"')
+    assert named == []
+
+
 # Type libraries and interfaces
 
 
@@ -208,6 +252,27 @@ def test_the_folder_of_another_place_is_named(desk):
     found, named = made(desk, *library("[%s\\1.0\\HELPDIR]" % LIBRARY, r'@="D:\\help"'))
     assert only(found, "typelib").get("helpdir") == ""
     assert named == ["%s\\1.0\\HELPDIR, default value: is a folder outside that of the server" % LIBRARY]
+
+
+@pytest.mark.parametrize("below, reason", [
+    ("\\FLAGS", "has a bit for which manifests have no word"),
+    ("\\HELPDIR", "is a folder outside that of the server"),
+])
+@pytest.mark.parametrize("value", ["dword:00000000", "hex:00"])
+def test_what_is_no_text_of_a_library_is_named(desk, below, reason, value):
+    _, named = made(desk, *library("[%s\\1.0%s]" % (LIBRARY, below), "@=" + value))
+    assert named == ["%s\\1.0%s, default value: %s" % (LIBRARY, below, reason)]
+
+
+@pytest.mark.parametrize("bitness", [64, 32])
+def test_a_library_of_both_platforms_is_that_of_the_server(tmp_path, bitness):
+    desk = Desk(tmp_path, bitness)
+    both = ["%s\\1.0\\0\\win%d" % (LIBRARY, number) for number in (64, 32)]
+    lines = [line for number, key in zip((64, 32), both) for line in ("[%s]" % key, SERVER[:-1] + r'\\%d"' % number)]
+    found, named = made(desk, *lines)
+    assert only(found, "typelib").get("resourceid") == "%x" % bitness
+    reason = "is another version, language or platform of a type library, of which a manifest can have one"
+    assert named == ["%s, default value: %s" % (both[bitness == 64], reason)]
 
 
 def interface(*lines, proxy=AUTOMATION):
@@ -310,81 +375,3 @@ def test_a_server_that_no_entry_names_is_named(desk):
     result = manifest(desk, desk.capture("[%s]" % CLASS, '@="x"'))
     assert result.returncode == 1
     assert result.stderr.decode().splitlines()[0] == "keykit: no entry names Z:\\build\\bin\\server.dll"
-
-
-# Names, and what is refused
-
-
-def test_the_assembly_has_the_name_of_its_file(desk):
-    out = desk.folder / "road.things.manifest"
-    printed = manifest(desk, desk.capture(*SERVED)).stdout
-    result = manifest(desk, desk.capture(*SERVED), "-o", out)
-    assert (result.returncode, result.stdout) == (0, b"")
-    assert out.read_bytes() == printed.replace(b'name="server.classes"', b'name="road.things"')
-
-
-def test_the_manifest_of_a_client_has_its_name(desk):
-    (desk.folder / "client.exe").write_bytes(program(64))
-    result = manifest(desk, desk.capture(*SERVED), "--for", desk.folder / "client.exe", "-o", desk.folder / "client.exe.manifest")
-    assert result.returncode == 0, result.stderr
-    assert Manifest((desk.folder / "client.exe.manifest").read_bytes()).identity["name"] == "client"
-
-
-def program(bitness):
-    data = bytearray(image(bitness))
-    data[86:88] = (0x0002).to_bytes(2, "little")  # the characteristics, without that of a DLL
-    return bytes(data)
-
-
-def refused(desk, *words):
-    result = manifest(desk, desk.capture(*SERVED), *words)
-    assert (result.returncode, result.stdout) == (2, b"")
-    return result.stderr.decode().removeprefix("keykit: ").strip()
-
-
-def test_an_assembly_with_the_name_of_its_server_is_refused(desk):
-    out = desk.folder / "Server.manifest"
-    assert refused(desk, "-o", out) == (
-        "%s: an assembly can't have the name of its server, into which the system looks first; server.classes.manifest is possible" % out)
-    assert not out.exists()
-
-
-def test_a_file_that_the_system_doesnt_find_is_refused(desk):
-    out = desk.folder / "server.xml"
-    assert refused(desk, "-o", out) == "%s: the system finds an assembly only in a file that ends in .manifest" % out
-
-
-def test_a_wrong_client_is_refused(desk):
-    client = desk.folder / "client.exe"
-    assert refused(desk, "--for", client) == "%s: the client's file can't be read" % client
-    client.write_bytes(image(64))
-    assert refused(desk, "--for", client) == "%s: it is no program" % client
-    client.write_bytes(program(32))
-    assert refused(desk, "--for", client) == "%s: it is a 32-bit program, and the server is of 64 bits" % client
-    with_manifest = ROOT / "build/stage/bin/x64/KeyKit.exe"
-    assert refused(desk, "--for", with_manifest).startswith("%s: it has a manifest inside, and so doesn't read one beside it" % with_manifest)
-
-
-def test_a_type_library_alone_is_refused(desk):
-    (desk.folder / "server.tlb").write_bytes(b"MSFT\2\0")
-    result = keykit("manifest", desk.capture(*SERVED), "--server", desk.folder / "server.tlb")
-    assert (result.returncode, result.stderr) == (2, b"keykit: server.tlb: a type library has no code, and so no manifest of its own\n")
-
-
-def test_servers_of_both_bitnesses_are_refused(desk):
-    (desk.folder / "b.dll").write_bytes(image(32))
-    assert refused(desk, "--server", desk.folder / "b.dll") == "server.dll: it is a 64-bit file, and not of 32 bits"
-
-
-def test_a_missing_or_damaged_file_is_refused(desk):
-    result = keykit("manifest", desk.folder / "none.reg", "--server", desk.server)
-    assert (result.returncode, result.stderr.decode()) == (2, "keykit: %s/none.reg: the capture can't be read\n" % desk.folder)
-    (desk.folder / "damaged.reg").write_bytes(document("[x", "y"))
-    result = keykit("manifest", desk.folder / "damaged.reg", "--server", desk.server)
-    assert result.returncode == 2 and re.match(r"keykit: \S+/damaged.reg:3:\d+: expected ", result.stderr.decode())
-
-
-def test_a_proof_needs_the_command_that_starts_windows_programs(desk):
-    result = manifest(desk, desk.capture(*SERVED), "--prove")
-    assert result.returncode == 2 and result.stderr.startswith(b"keykit: --prove: ")
-    assert NAMESPACE[1:-1].encode() in result.stdout, "the manifest is written before"

@@ -22,6 +22,13 @@ std::wstring Reason(const ObjectEntries::Entry&) {
     return L"left";
 }
 
+ObjectEntries::Entry BytesEntry(std::vector<std::wstring> key, std::uint32_t type) {
+    ObjectEntries::Entry entry = TextEntry(std::move(key), L"");
+    entry.value->type = type;
+    entry.value->text.clear();
+    return entry;
+}
+
 class ObjectEntriesTest : public testing::Test {
 protected:
     std::vector<EmitNote> notes;
@@ -61,6 +68,22 @@ TEST_F(ObjectEntriesTest, TheFirstDataOfAValueCount) {
     ASSERT_THAT(notes, SizeIs(1));
     EXPECT_EQ(notes[0].reason, L"has other data in line 3 of a.reg");
     EXPECT_EQ(object.Text(L"A"), L"one");
+}
+
+TEST_F(ObjectEntriesTest, OnlyStringsWithoutAServersPathAreTexts) {
+    object.Add(TextEntry({L"a"}, L"x"), notes);
+    object.Add(BytesEntry({L"expanded"}, 2), notes);
+    object.Add(BytesEntry({L"binary"}, 3), notes);
+    object.Add(BytesEntry({L"number"}, 4), notes);
+    ObjectEntries::Entry path = TextEntry({L"path"}, L"");
+    path.value->text = {{PieceKind::File, {}, 0}};
+    object.Add(path, notes);
+    EXPECT_TRUE(object.IsText(L"a"));
+    EXPECT_TRUE(object.IsText(L"expanded"));
+    EXPECT_TRUE(object.IsText(L"missing"));
+    EXPECT_FALSE(object.IsText(L"binary"));
+    EXPECT_FALSE(object.IsText(L"number"));
+    EXPECT_FALSE(object.IsText(L"path"));
 }
 
 } // namespace
