@@ -1,3 +1,4 @@
+#include "kit/emit/xmltext.h"
 #include "kit/hostfiles.h"
 #include "kit/liveprogram.h"
 #include "kit/manifest/manifestbuilder.h"
@@ -70,9 +71,13 @@ void CheckClient(const std::string& client, int bitness) {
     if (!headers.AreThere() || headers.IsDll()) {
         throw Refusal(client + (content ? ": it is no program" : ": the client's file can't be read"));
     }
-    if (headers.Is64Bit() != (bitness == 64)) {
-        throw Refusal(client + ": it is a " + (bitness == 64 ? "32" : "64") +
-                      "-bit program, and the server is of " + std::to_string(bitness) + " bits");
+    const std::optional<int> own = BitnessOf(headers);
+    if (!own) {
+        throw Refusal(client + ": it is for another machine than x86 and x64");
+    }
+    if (*own != bitness) {
+        throw Refusal(client + ": it is a " + std::to_string(*own) + "-bit program, and the server is of " +
+                      std::to_string(bitness) + " bits");
     }
     if (headers.HasManifest()) {
         throw Refusal(client +
@@ -81,9 +86,19 @@ void CheckClient(const std::string& client, int bitness) {
     }
 }
 
+// The system reads no other file for the client.
+void CheckClientOutput(const ManifestWords& words) {
+    const std::wstring wanted = NameOfFile(words.client) + std::wstring(ending);
+    if (!words.output.empty() && !EqualFolded(NameOfFile(words.output), wanted)) {
+        throw Refusal(words.output + ": the system reads the client's manifest only from " +
+                      ReadableUtf8(wanted));
+    }
+}
+
 // The loader looks for an assembly in a file with its name and .dll first.
 std::wstring AssemblyNameOf(const ManifestWords& words, const std::vector<ServerFile>& servers) {
     if (!words.client.empty()) {
+        CheckClientOutput(words);
         return Stem(NameOfFile(words.client));
     }
     if (words.output.empty()) {
@@ -172,15 +187,26 @@ int Prove(const ManifestWords& words, const ComManifest& manifest, const std::st
     return proven == created.size() ? statusWhole : statusIncomplete;
 }
 
+void CheckNames(const ManifestSettings& settings) {
+    std::vector<std::wstring> names = {settings.assemblyName};
+    std::ranges::transform(settings.servers, std::back_inserter(names), &InstallServer::fileName);
+    for (const std::wstring& name : names) {
+        if (!IsXmlText(name)) {
+            throw Refusal(ReadableUtf8(name) + ": its name has a character that no XML document can have");
+        }
+    }
+}
+
 int MakeManifest(const ManifestWords& words) {
     const std::vector<ServerFile> servers = ReadServers(words.servers);
     ManifestSettings settings;
+    std::ranges::transform(servers, std::back_inserter(settings.servers), &ServerFile::server);
     settings.bitness = BitnessOf(servers);
     settings.assemblyName = AssemblyNameOf(words, servers);
+    CheckNames(settings);
     if (!words.client.empty()) {
         CheckClient(words.client, settings.bitness);
     }
-    std::ranges::transform(servers, std::back_inserter(settings.servers), &ServerFile::server);
     std::vector<Capture> captures;
     std::ranges::transform(words.captures, std::back_inserter(captures), ReadCapture);
     std::vector<EmitNote> notes;

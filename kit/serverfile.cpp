@@ -1,7 +1,6 @@
 #include "kit/serverfile.h"
 
 #include "kit/hostfiles.h"
-#include "pe/imageheaders.h"
 #include "platform/core/text/utf8.h"
 
 #include <span>
@@ -49,10 +48,22 @@ std::variant<ServerFile, std::string> ReadServer(const std::string& word) {
     }
     ServerFile file;
     file.server = {*fileName, {}, captured, headers.TypeLibraries()};
-    if (headers.AreThere()) {
-        file.bitness = headers.Is64Bit() ? 64 : 32;
+    file.bitness = BitnessOf(headers);
+    if (headers.AreThere() && !file.bitness) {
+        return parts.file + ": it is for another machine than x86 and x64";
     }
     return file;
+}
+
+std::optional<int> BitnessOf(const ImageHeaders& headers) {
+    switch (headers.Machine()) {
+    case machineX64:
+        return 64;
+    case machineX86:
+        return 32;
+    default:
+        return std::nullopt;
+    }
 }
 
 std::string ServerFileName(const std::string& word) {
