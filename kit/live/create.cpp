@@ -95,11 +95,18 @@ HRESULT CreatedInItsApartment(const std::wstring& clsid, const std::wstring& mod
         create();
         return result;
     }
-    std::thread([&] {
+    HANDLE end = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread thread([&] {
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
         create();
         CoUninitialize();
-    }).join();
+        SetEvent(end);
+    });
+    // What the server creates there may be made for the main thread, which has to answer meanwhile.
+    DWORD ignored = 0;
+    CoWaitForMultipleHandles(0, INFINITE, 1, &end, &ignored);
+    thread.join();
+    CloseHandle(end);
     return result;
 }
 

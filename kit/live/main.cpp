@@ -1,5 +1,6 @@
 // KeyKitLive: answers what only a live host can, for keykit. Usage: KeyKitLive REQUEST.json. Each answer is a
-// line of JSON on standard output. What crashes ends the program, and keeps the lines before it.
+// line of JSON on standard output, on which nothing else is: what servers print is discarded. What crashes
+// ends the program, and keeps the lines before it.
 #include "kit/live/question.h"
 
 #include <windows.h>
@@ -18,6 +19,22 @@ namespace {
 
 constexpr int statusRefused = 2;
 
+HANDLE answers = INVALID_HANDLE_VALUE;
+
+// Keeps standard output for the answers, under a handle that no other program inherits, and gives the process
+// NUL in its place. False if there is none.
+bool TakeOutput() {
+    const HANDLE self = GetCurrentProcess();
+    const int nothing = _open("NUL", _O_WRONLY);
+    if (nothing < 0 || DuplicateHandle(self, GetStdHandle(STD_OUTPUT_HANDLE), self, &answers, 0, FALSE,
+                                       DUPLICATE_SAME_ACCESS) == FALSE) {
+        return false;
+    }
+    const bool isReplaced = _dup2(nothing, _fileno(stdout)) == 0;
+    return isReplaced && SetStdHandle(STD_OUTPUT_HANDLE,
+                                      reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stdout)))) != FALSE;
+}
+
 // Without a box and without a debugger, which would wait for somebody.
 LONG WINAPI EndAtException(EXCEPTION_POINTERS* exception) {
     TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
@@ -33,8 +50,8 @@ nlohmann::json ReadRequest(const wchar_t* file) {
 
 void Answer(const nlohmann::json& line) {
     const std::string text = line.dump() + '\n';
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    DWORD written = 0;
+    WriteFile(answers, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
 int AnswerRequest(const wchar_t* file) {
@@ -53,8 +70,7 @@ int AnswerRequest(const wchar_t* file) {
 int wmain(int argc, wchar_t** argv) {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     SetUnhandledExceptionFilter(keyreap::EndAtException);
-    _setmode(_fileno(stdout), _O_BINARY);
-    if (argc != 2) {
+    if (argc != 2 || !keyreap::TakeOutput()) {
         std::fputs("Usage: KeyKitLive REQUEST.json\n", stderr);
         return keyreap::statusRefused;
     }

@@ -38,8 +38,8 @@ def captures(tmp_path_factory):
     return files
 
 
-def prove(*words):
-    return subprocess.run([KEYKIT, "manifest", *map(str, words), "--prove"], capture_output=True, stdin=subprocess.DEVNULL)
+def prove(*words, **options):
+    return subprocess.run([KEYKIT, "manifest", *map(str, words), "--prove"], capture_output=True, stdin=subprocess.DEVNULL, **options)
 
 
 def left_behind():
@@ -58,7 +58,7 @@ def test_the_thermometer_is_created_by_its_manifest(captures, bitness):
 def compiled(folder, bitness, source, name="server.dll"):
     (folder / "server.c").write_text(source)
     (folder / "server.def").write_text("EXPORTS\nDllGetClassObject\n")
-    words = [COMPILERS[bitness], "-shared", "-static", "server.c", "server.def", "-o", name, "-Wl,--enable-stdcall-fixup", "-lole32"]
+    words = [COMPILERS[bitness], "-shared", "-static", "server.c", "server.def", "-o", name, "-Wl,--enable-stdcall-fixup", "-lole32", "-luuid"]
     subprocess.run(words, cwd=folder, check=True)
 
 
@@ -136,3 +136,61 @@ def test_a_client_works_by_an_assembly_that_it_depends_on(installed, captures, b
     assert result.returncode == 0, result.stderr
     answer = run_client(installed)
     assert (answer.returncode, answer.stdout) == (0, ANSWER)
+
+
+# Prints what looks like an answer, and a text without the end of a line. No class is known.
+TALKING = """#include <windows.h>
+#include <stdio.h>
+HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) {
+    DWORD written;
+    printf("{}\\n{\\"clsid\\":\\"%s\\",\\"result\\":0}\\nloading ");
+    fflush(stdout);
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "{}\\nloading ", 11, &written, 0);
+    *found = 0;
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+""" % THERMOMETER
+
+
+@BITNESSES
+def test_what_a_server_prints_is_no_answer(tmp_path, bitness):
+    desk = Desk(tmp_path, bitness)
+    compiled(tmp_path, bitness, TALKING)
+    result = prove(desk.capture(*SERVED, "[%s\\InprocServer32]" % OTHER, SERVER), "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server)
+    assert result.returncode == 1
+    assert result.stderr.decode().splitlines() == [
+        *("keykit: %s: CoCreateInstance gave 0x80040111" % key.rpartition("\\")[2] for key in (CLASS, OTHER)),
+        "keykit: 0 of 2 classes are created by the manifest alone",
+    ]
+
+
+# The second class, which is made for any thread, creates the first one, which is made for the main one.
+CREATING = """#define COBJMACROS
+#include <windows.h>
+#include <objbase.h>
+static HRESULT WINAPI query(IClassFactory *self, const IID *wanted, void **found) { *found = self; return S_OK; }
+static ULONG WINAPI count(IClassFactory *self) { return 1; }
+static HRESULT WINAPI create(IClassFactory *self, IUnknown *outer, const IID *wanted, void **found) { *found = self; return S_OK; }
+static HRESULT WINAPI lock(IClassFactory *self, BOOL isLocked) { return S_OK; }
+static IClassFactoryVtbl functions = {query, count, count, create, lock};
+static IClassFactory factory = {&functions};
+HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) {
+    CLSID first = *class_id;
+    IUnknown *object = 0;
+    if (class_id->Data4[7] == 0x78) {
+        first.Data4[7] = 0x77;
+        CoCreateInstance(&first, 0, CLSCTX_INPROC_SERVER, &IID_IUnknown, (void **)&object);
+    }
+    *found = &factory;
+    return S_OK;
+}
+"""
+
+
+@BITNESSES
+def test_a_class_of_any_thread_may_create_one_of_the_main_thread(tmp_path, bitness):
+    desk = Desk(tmp_path, bitness)
+    compiled(tmp_path, bitness, CREATING)
+    capture = desk.capture(*SERVED, "[%s\\InprocServer32]" % OTHER, SERVER, '"ThreadingModel"="Free"')
+    result = prove(capture, "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server, timeout=60)
+    assert (result.returncode, result.stderr) == (0, b"keykit: 2 of 2 classes are created by the manifest alone\n")
