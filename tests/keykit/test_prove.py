@@ -1,8 +1,11 @@
 """A server works by its manifest alone: in a Wine session in whose registry no class is registered, keykit creates the classes,
 and the client of the examples calls the thermometer."""
 
+import os
 import shutil
+import signal
 import subprocess
+import time
 from pathlib import Path
 
 import pytest
@@ -194,3 +197,31 @@ def test_a_class_of_any_thread_may_create_one_of_the_main_thread(tmp_path, bitne
     capture = desk.capture(*SERVED, "[%s\\InprocServer32]" % OTHER, SERVER, '"ThreadingModel"="Free"')
     result = prove(capture, "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server, timeout=60)
     assert (result.returncode, result.stderr) == (0, b"keykit: 2 of 2 classes are created by the manifest alone\n")
+
+
+# Says that it waits, by a file beside it, and never answers.
+WAITING = """#include <windows.h>
+HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) {
+    CloseHandle(CreateFileW(L"Z:%s", GENERIC_WRITE, 0, 0, CREATE_ALWAYS, 0, 0));
+    for (;;) Sleep(1000);
+}
+"""
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+def test_a_proof_that_a_signal_ends_leaves_no_files(tmp_path, number):
+    desk, temporary = Desk(tmp_path), tmp_path / "temporary"
+    temporary.mkdir()
+    waits = tmp_path / "waits"
+    compiled(tmp_path, 64, WAITING % str(waits).replace("/", "\\\\"))
+    words = [KEYKIT, "manifest", desk.capture(*SERVED), "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server, "--prove"]
+    environment = {**os.environ, "TMPDIR": str(temporary)}
+    with subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=environment) as process:
+        end = time.monotonic() + 60
+        while not waits.exists() and time.monotonic() < end:
+            time.sleep(0.1)
+        assert waits.exists() and list(temporary.rglob("server.dll")), "the proof is under way"
+        process.send_signal(number)
+        process.communicate(timeout=30)
+    assert process.returncode == -number
+    assert list(temporary.iterdir()) == []
