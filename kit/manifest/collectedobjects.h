@@ -1,7 +1,7 @@
 #pragma once
 
-#include "kit/emit/installbuilder.h"
 #include "kit/capture/pathforms.h"
+#include "kit/emit/installbuilder.h"
 #include "kit/manifest/objectentries.h"
 
 #include <span>
