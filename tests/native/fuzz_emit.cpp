@@ -155,11 +155,11 @@ void CheckWix(const InstallData& data, WixVersion version, std::size_t values) {
         Written([&](auto& notes) { return WriteWix(data, version, WixForm::Values, notes); });
     CheckXml(text);
     fuzz::Require(CountOf(text, "<RegistryValue ") + named == values);
-    // Elements of their own say many values each.
-    const auto [native, left] =
-        Written([&](auto& notes) { return WriteWix(data, version, WixForm::Native, notes); });
+    // Elements of their own say many values each, and a file without entries is named.
+    std::vector<EmitNote> notes;
+    const std::string native = WriteWix(data, version, WixForm::Native, notes);
     CheckXml(native);
-    fuzz::Require(CountOf(native, "<RegistryValue ") + left <= values);
+    fuzz::Require(CountOf(native, "<RegistryValue ") <= values);
 }
 
 void CheckReg(const InstallData& data, std::size_t values) {
