@@ -9,6 +9,7 @@
 #include <io.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -25,7 +26,9 @@ HANDLE answers = INVALID_HANDLE_VALUE;
 // NUL in its place. False if there is none.
 bool TakeOutput() {
     const HANDLE self = GetCurrentProcess();
-    const int nothing = _open("NUL", _O_WRONLY);
+    constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const HANDLE file = CreateFileW(L"NUL", GENERIC_WRITE, sharing, nullptr, OPEN_EXISTING, 0, nullptr);
+    const int nothing = _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_WRONLY);
     if (nothing < 0 || DuplicateHandle(self, GetStdHandle(STD_OUTPUT_HANDLE), self, &answers, 0, FALSE,
                                        DUPLICATE_SAME_ACCESS) == FALSE) {
         return false;
