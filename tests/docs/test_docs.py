@@ -201,7 +201,7 @@ def options_of(verb):
 @pytest.mark.parametrize("verb", {usage[2] for name in DOCUMENTS for usage in USAGE.finditer(text_of(name))})
 def test_a_usage_names_the_options_that_the_verb_has(servers, verb):
     options = options_of(verb)
-    assert len(options) > 1
+    assert options
     for name in DOCUMENTS:
         for usage in USAGE.finditer(text_of(name)):
             words = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", usage[1]))
