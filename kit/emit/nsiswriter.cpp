@@ -11,14 +11,22 @@ namespace keyreap {
 namespace {
 
 constexpr std::size_t longestText = 1023;
+constexpr std::size_t mostBytes = 3072; // of binary data and of a list
 constexpr std::wstring_view writableControls = L"\t\r\n";
+
+// The preprocessor reads a dollar sign with what follows it, also if there are two: as a symbol, a variable
+// of the environment or an escape. It doesn't read again what it made of a character's number.
+std::wstring DollarBefore(std::wstring_view rest) {
+    const bool isRead = rest.starts_with(L'{') || rest.starts_with(L'%') || rest.starts_with(L'\\');
+    return isRead ? L"${U+24}${U+24}" : L"$$";
+}
 
 std::wstring Quoted(std::wstring_view text) {
     std::wstring quoted = L"\"";
-    for (const wchar_t unit : text) {
-        switch (unit) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        switch (text[i]) {
         case L'$':
-            quoted += L"$$";
+            quoted += DollarBefore(text.substr(i + 1));
             break;
         case L'"':
             quoted += L"$\\\"";
@@ -33,7 +41,7 @@ std::wstring Quoted(std::wstring_view text) {
             quoted += L"$\\t";
             break;
         default:
-            quoted += unit;
+            quoted += text[i];
         }
     }
     return quoted + L'"';
@@ -155,15 +163,22 @@ private:
         case RegType::Sz:
         case RegType::ExpandSz:
         case RegType::Dword:
-        case RegType::Binary:
             return {};
+        case RegType::Binary:
+            return ReasonAgainstBytes(value.data);
         case RegType::MultiSz:
             return std::ranges::all_of(value.list, IsLiteral)
-                       ? L""
+                       ? ReasonAgainstBytes(ListData(value))
                        : L"is a list with a path, and NSIS carries lists as bytes";
         default:
             return L"is of type " + std::to_wstring(value.type) + L", which NSIS doesn't carry";
         }
+    }
+
+    static std::wstring ReasonAgainstBytes(const std::vector<std::uint8_t>& bytes) {
+        return bytes.size() > mostBytes
+                   ? L"has more than the " + std::to_wstring(mostBytes) + L" bytes that NSIS carries"
+                   : L"";
     }
 
     std::wstring Command(const InstallKey& key, const InstallValue& value) const {

@@ -136,11 +136,15 @@ def wixl_value(row, files, folder):
 
 NSIS_TEXT = r'"((?:[^"$]|\$.|\$\\.)*)"'
 NSIS_LINE = re.compile(r"  (\w+)(?: /(\w+))? (HK\w+?)(?:32|64)? %s(?: %s)?(?: (.*))?$" % (NSIS_TEXT, NSIS_TEXT), re.S)
-NSIS_ESCAPES = {"$$": "$", "$\\r": "\r", "$\\n": "\n", "$\\t": "\t", '$\\"': '"', "$INSTDIR": THERE}
+NSIS_FIRST = {"${U+24}": "$", "$\\r": "\r", "$\\n": "\n", "$\\t": "\t", '$\\"': '"'}
+NSIS_THEN = {"$$": "$", "$INSTDIR": THERE}
 
 
 def nsis_text(quoted):
-    return re.sub(r"\$\$|\$\\.|\$INSTDIR", lambda found: NSIS_ESCAPES[found[0]], quoted)
+    """As the compiler reads it: symbols, the environment and escapes first, and then dollar signs and variables."""
+    assert not re.search(r"\$\{(?!U\+24\})|\$%", quoted), "the preprocessor may replace it"
+    text = re.sub(r"\$\{U\+24\}|\$\\.", lambda found: NSIS_FIRST[found[0]], quoted)
+    return re.sub(r"\$\$|\$INSTDIR", lambda found: NSIS_THEN[found[0]], text)
 
 
 def nsis(data):
