@@ -3,6 +3,7 @@
 #include "kit/hostfiles.h"
 #include "kit/refusal.h"
 #include "kit/verb.h"
+#include "platform/core/text/compare.h"
 #include "platform/core/text/utf8.h"
 #include "regmodel/regtextreader.h"
 
@@ -26,6 +27,16 @@ std::string SentenceOf(const EmitNote& note) {
         sentence += NameOfEntry(place) + L": ";
     }
     return ReadableUtf8(sentence + note.reason);
+}
+
+// All servers go to one folder.
+void RefuseSameName(std::span<const ServerFile> servers) {
+    const std::wstring& name = servers.back().server.fileName;
+    const auto isSame = [&name](const ServerFile& other) { return EqualFolded(other.server.fileName, name); };
+    if (std::ranges::count_if(servers, isSame) > 1) {
+        throw Refusal("--server: there are two files of the name " + ReadableUtf8(name) +
+                      ", and one folder gets them");
+    }
 }
 
 } // namespace
@@ -57,6 +68,7 @@ std::vector<ServerFile> ReadServers(const std::vector<std::string>& words) {
             throw Refusal(*reason);
         }
         servers.push_back(std::get<ServerFile>(std::move(server)));
+        RefuseSameName(servers);
     }
     return servers;
 }

@@ -16,7 +16,7 @@ namespace keyreap {
 Capture ReadCapture(const std::string& name);
 std::vector<Capture> ReadCaptures(const std::vector<std::string>& names);
 
-// The servers of the words FILE or FILE=CAPTURED PATH.
+// The servers of the words FILE or FILE=CAPTURED PATH, each with a name of its own.
 std::vector<ServerFile> ReadServers(const std::vector<std::string>& words);
 
 // Writes to standard output if the name is empty.

@@ -205,6 +205,16 @@ def test_servers_of_both_bitnesses_are_refused(desk):
     assert (result.returncode, result.stdout) == (2, b"")
 
 
+@pytest.mark.parametrize("name", ["server.dll", "SERVER.DLL"])
+def test_two_servers_of_one_name_are_refused(desk, name):
+    (desk.folder / "x").mkdir()
+    (desk.folder / "x" / name).write_bytes(image(64))
+    for kind, server in [("nsis", desk.folder / "x" / name), ("wix", desk.server)]:
+        result = desk.emit(kind, desk.capture("[%s]" % KEY, PATH), "--server", server)
+        assert (result.returncode, result.stdout) == (2, b"")
+        assert re.fullmatch(rb"keykit: --server: there are two files of the name (?i:server.dll), and one folder gets them\n", result.stderr)
+
+
 def test_a_missing_file_is_refused(desk):
     capture = desk.capture("[%s]" % KEY, PATH)
     words = ["emit", "nsis", capture, "--product", PRODUCT, "--server"]
