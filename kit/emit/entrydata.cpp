@@ -34,6 +34,10 @@ std::optional<std::vector<std::wstring>> WholeList(const RegEntry& entry) {
 
 // Fills in what belongs to the type.
 std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallValue& value) {
+    const bool isList = IsOfType(entry.type, RegType::MultiSz);
+    if ((IsText(entry.type) || isList) && entry.data.size() % sizeof(char16_t) != 0) {
+        return L"is a text that ends within a character";
+    }
     if (IsText(entry.type)) {
         const std::optional<std::wstring> text = WholeText(entry);
         if (!text) {
@@ -45,7 +49,7 @@ std::wstring ReasonAgainstData(const RegEntry& entry, PathForms& paths, InstallV
         value.text = !value.place.isKey && IsPlaceOfFile(value.place.key, value.place.value)
                          ? paths.ReplacedPlace(*text)
                          : paths.Replaced(*text);
-    } else if (IsOfType(entry.type, RegType::MultiSz)) {
+    } else if (isList) {
         const std::optional<std::vector<std::wstring>> list = WholeList(entry);
         if (!list) {
             return L"has an empty text in its list";
@@ -97,7 +101,8 @@ std::wstring PathLeftIn(const InstallValue& value, const PathForms& paths) {
     add(value.text);
     std::ranges::for_each(value.list, add);
     const bool isData = !IsText(value.type) && !IsOfType(value.type, RegType::MultiSz);
-    if (left.empty() && isData && paths.AreIn(value.data)) {
+    if (left.empty() && isData &&
+        (paths.AreIn(value.data) || !AbsolutePathIn(DataUnits(value.data)).empty())) {
         left = L"has a path of the build machine in its bytes";
     }
     return left;

@@ -121,7 +121,7 @@ std::wstring ReasonAgainstKey(const InstallKey& key) {
     if (InstallerRoot(key.root).empty()) {
         return L"is in a root that Windows Installer doesn't carry";
     }
-    if (key.path.size() > longestKey) {
+    if (FormattedKey(key.path).size() > longestKey) {
         return L"is longer than the " + std::to_wstring(longestKey) +
                L" characters that Windows Installer carries";
     }

@@ -67,6 +67,12 @@ TEST(ReasonAgainstKey, NamesWhatTheTableCannotCarry) {
     EXPECT_EQ(ReasonAgainstKey(key), L"");
     key.path += L'x';
     EXPECT_EQ(ReasonAgainstKey(key), L"is longer than the 255 characters that Windows Installer carries");
+    key.path = std::wstring(252, L'x') + L'[';
+    EXPECT_EQ(ReasonAgainstKey(key), L"is longer than the 255 characters that Windows Installer carries")
+        << "a bracket is three characters there";
+    key.path = std::wstring(251, L'x') + L'[';
+    key.root = InstallRoot::LocalMachine;
+    EXPECT_EQ(ReasonAgainstKey(key), L"");
     key.path = L"x";
     key.root = InstallRoot::CurrentConfig;
     EXPECT_EQ(ReasonAgainstKey(key), L"is in a root that Windows Installer doesn't carry");
