@@ -1,5 +1,6 @@
 #include "kit/emit/installbuilder.h"
 
+#include "kit/capture/libraryentries.h"
 #include "kit/capture/serverpaths.h"
 #include "kit/emit/captureissues.h"
 #include "kit/emit/componentnames.h"
@@ -104,7 +105,7 @@ private:
             NoteAll(section, origin, reason ? *reason : L"is in a root itself");
             return;
         }
-        parts.push_back({std::get<0>(place), origin, owners.OfSection(index), std::nullopt});
+        parts.push_back({std::get<0>(place), origin, OwnerOf(owners.OfSection(index), origin), std::nullopt});
         for (std::size_t entry = 0; entry < section.entries.size(); ++entry) {
             AddEntry(section.entries[entry], parts, origin, owners.OfEntry({index, entry}));
         }
@@ -140,8 +141,13 @@ private:
             Note(origin, std::move(left));
         }
         if (IsNew(place, entry, carried)) {
-            parts.push_back({place, origin, owner, std::move(carried)});
+            parts.push_back({place, origin, OwnerOf(owner, origin), std::move(carried)});
         }
+    }
+
+    static ObjectOwner OwnerOf(ObjectOwner owner, const EntryPlace& origin) {
+        owner.isShared = owner.isShared || !LibraryThatWrites(origin.key, origin.value).empty();
+        return owner;
     }
 
     bool IsNew(const InstallPlace& place, const RegEntry& entry, const InstallValue& value) {
@@ -193,12 +199,12 @@ private:
         const bool isPerUser =
             settings.scope == InstallScope::Machine && part.place.root == InstallRoot::CurrentUser;
         const auto fits = [&](const InstallComponent& other) {
-            return other.server == server && other.isKept == part.owner.isOfSystem &&
+            return other.server == server && other.isKept == part.owner.isShared &&
                    other.isPerUser == isPerUser;
         };
         const auto known = std::ranges::find_if(components, fits);
         if (known == components.end()) {
-            components.push_back({server, part.owner.isOfSystem, isPerUser, {}, {}, {}});
+            components.push_back({server, part.owner.isShared, isPerUser, {}, {}, {}});
             return components.size() - 1;
         }
         return static_cast<std::size_t>(known - components.begin());
@@ -216,6 +222,9 @@ private:
         allKeys.insert(name);
         if (part.value) {
             keysWithValues.insert(name);
+            if (part.owner.isOwn) {
+                keysOfObjects.insert(name);
+            }
             keys[known->second].values.push_back(std::move(*part.value));
         }
     }
@@ -232,17 +241,20 @@ private:
             };
             std::erase_if(component.keys, isCreated);
             for (InstallKey& key : component.keys) {
-                key.isOwn = IsBelowValues(key);
+                if (std::wstring reason = DoubtAboutKey(key.place.key); !reason.empty()) {
+                    Note(key.place, std::move(reason));
+                }
+                key.isOwn = IsInObject(key);
             }
         }
         std::erase_if(components, [](const InstallComponent& component) { return component.keys.empty(); });
     }
 
-    bool IsBelowValues(const InstallKey& key) const {
+    bool IsInObject(const InstallKey& key) const {
         std::wstring path = FoldedText(key.path);
         for (std::size_t end = path.rfind(L'\\'); end != std::wstring::npos; end = path.rfind(L'\\')) {
             path.resize(end);
-            if (keysWithValues.contains({key.root, path})) {
+            if (keysOfObjects.contains({key.root, path})) {
                 return true;
             }
         }
@@ -265,6 +277,7 @@ private:
     std::map<std::pair<std::size_t, KeyName>, std::size_t> keyIndex;
     std::set<KeyName> allKeys;
     std::set<KeyName> keysWithValues;
+    std::set<KeyName> keysOfObjects; // with values of what is the server's alone
     std::map<std::tuple<InstallRoot, std::wstring, std::wstring>, InstallValue> seen;
 };
 

@@ -35,7 +35,7 @@ struct InstallKey {
     std::wstring path;
     std::vector<InstallValue> values;
     // Without values, a key is in the list only if no other one creates it. It is the server's with
-    // everything in it if it is below a key in which the server set a value.
+    // everything in it if it is below a key of a class or the like in which the server set a value.
     bool isOwn = false;
     EntryPlace place;
 };

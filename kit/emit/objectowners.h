@@ -12,7 +12,8 @@ struct ObjectOwner {
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
     std::size_t object = none; // its number in the document
-    bool isOfSystem = false;   // others need it after the product is gone
+    bool isShared = false;     // others need it after the product is gone
+    bool isOwn = false;        // the server's with everything in it
 };
 
 // Which object each section and each entry of a document belongs to.

@@ -287,6 +287,24 @@ def test_another_path_of_the_build_machine_is_replaced(desk):
     assert (result.returncode, result.stderr) == (1, b"keykit: no entry names D:\\docs\n")
 
 
+@pytest.mark.parametrize(
+    "lines, sentence",
+    [
+        ([r'"odd"=hex(2):41,00,42'], 'value "odd": is a text that ends within a character'),
+        ([r'"odd"=hex(7):41,00,00,00,42'], 'value "odd": is a text that ends within a character'),
+        ([r'"bytes"=hex:43,00,3a,00,5c,00,78,00'], 'value "bytes": has a path of the build machine in its bytes'),
+        ([r"[HKEY_CLASSES_ROOT\V\C:/build/other]", '"x"="y"'], "V\\C:/build/other: has a path of the build machine in its name: C:/build/other"),
+        ([r"[HKEY_CLASSES_ROOT\V\Z:/build/bin/server.dll]"], "has a path of the build machine in its name: Z:/build/bin/server.dll"),
+        ([r"[HKEY_LOCAL_MACHINE\Software\Wow6432Node\Road]", '"x"="y"'], "Road: names the 32-bit view, which an installer chooses by itself"),
+        ([r"[HKEY_CLASSES_ROOT\Wow6432Node\CLSID\{B29A312E-EB83-43BC-A846-E0C0563B8877}]", '"x"="y"'], "names the 32-bit view, which"),
+    ],
+)
+def test_what_works_on_the_build_machine_alone_is_named(desk, lines, sentence):
+    result = desk.emit("nsis", desk.capture("[%s]" % KEY, PATH, *lines))
+    assert result.returncode == 1 and sentence in result.stderr.decode()
+    assert result.stderr.count(b"\n") == 1
+
+
 def test_the_result_goes_to_a_file(desk):
     capture, out = desk.capture("[%s]" % KEY, PATH), desk.folder / "out.nsh"
     printed = desk.emit("nsis", capture).stdout

@@ -44,14 +44,15 @@ std::vector<std::wstring> IdsOf(const InstallData& data) {
 }
 
 TEST(InstallDataOf, KeysWithValuesAndLeavesAreCarried) {
-    const Emitted emitted = EmittedOf({L"[HKEY_CLASSES_ROOT\\x]", L"[HKEY_CLASSES_ROOT\\x\\a]", path,
-                                       L"[HKEY_CLASSES_ROOT\\x\\a\\own]", L"[HKEY_LOCAL_MACHINE\\Software]",
-                                       L"[HKEY_LOCAL_MACHINE\\Software\\shared]"});
+    constexpr std::wstring_view appId = L"[HKEY_CLASSES_ROOT\\AppID\\x.exe]";
+    const Emitted emitted =
+        EmittedOf({L"[HKEY_CLASSES_ROOT\\AppID]", appId, path, L"[HKEY_CLASSES_ROOT\\AppID\\x.exe\\own]",
+                   L"[HKEY_LOCAL_MACHINE\\Software]", L"[HKEY_LOCAL_MACHINE\\Software\\shared]"});
     EXPECT_THAT(emitted.notes, IsEmpty());
     ASSERT_THAT(emitted.data.components, SizeIs(1));
     const InstallComponent& component = emitted.data.components.front();
-    EXPECT_THAT(KeysOf(component), ElementsAre(L"Software\\Classes\\x\\a", L"Software\\Classes\\x\\a\\own",
-                                               L"Software\\shared"));
+    EXPECT_THAT(KeysOf(component), ElementsAre(L"Software\\Classes\\AppID\\x.exe",
+                                               L"Software\\Classes\\AppID\\x.exe\\own", L"Software\\shared"));
     EXPECT_FALSE(component.keys[0].isOwn);
     EXPECT_TRUE(component.keys[1].isOwn);
     EXPECT_FALSE(component.keys[2].isOwn);
