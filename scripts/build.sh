@@ -8,42 +8,50 @@ project_version() {
 }
 
 # What a run needs of each build.
-PROGRAM_TARGETS=(Keyreap thermometer explain startrecorder KeyKitExplain)
+PROGRAM_TARGETS=(Keyreap thermometer explain startrecorder)
 
 # program_there: the program, its sample server and its tools are staged.
 program_there() {
     local bitness tool
     for bitness in x64 x86; do
         [[ -f $STAGE/bin/$bitness/Keyreap.exe && -f $STAGE/samples/$bitness/thermometer.dll ]] || return
-        for tool in explain startrecorder KeyKitExplain; do [[ -f $STAGE/tools/$bitness/$tool.exe ]] || return; done
+        for tool in explain startrecorder; do [[ -f $STAGE/tools/$bitness/$tool.exe ]] || return; done
     done
 }
 
 # program_sources: the files and folders that the program and its sample server are built from, each ended by a NUL.
+# keykit's own are none of them.
 program_sources() {
     local list
     printf '%s\0' "$ROOT"/CMakeLists.txt "$ROOT"/CMakePresets.json "$ROOT"/cmake
     for list in "$ROOT"/*/CMakeLists.txt; do
-        [[ $list == "$ROOT"/@(tests|examples|benchmarks)/* ]] || printf '%s\0' "${list%/*}"
+        [[ $list == "$ROOT"/@(tests|examples|benchmarks|kit)/* ]] || printf '%s\0' "${list%/*}"
     done
     for list in server thermometer; do
         [[ ! -d $ROOT/examples/$list ]] || printf '%s\0' "$ROOT/examples/$list"
     done
 }
 
-# check_owner: fails unless the caller may build.
+# check_owner [COMMAND]: fails unless the caller may build. COMMAND is what makes it, without a word `keyreap`.
 check_owner() {
+    local command="$ROOT/${1:-keyreap} once"
     [[ $USER_DATA != "$BUILD" ]] || return 0
-    [[ -e $BUILD ]] || fail "nothing is built in $ROOT yet; $(stat -c %U "$ROOT"), who owns it, has to run $ROOT/keyreap once"
-    fail "what is built in $BUILD is out of date; $(stat -c %U "$BUILD"), who built it, has to run $ROOT/keyreap once"
+    [[ -e $BUILD ]] || fail "nothing is built in $ROOT yet; $(stat -c %U "$ROOT"), who owns it, has to run $command"
+    fail "what is built in $BUILD is out of date; $(stat -c %U "$BUILD"), who built it, has to run $command"
 }
 
 # built_by_owner: another user's build is up to date.
 built_by_owner() {
+    program_there && made_by_owner run test examples bench package explain
+}
+
+# made_by_owner LEVEL STAMP...: another user has made what the level needs, with the set-up of one of these stamps.
+made_by_owner() {
     local stamp
-    program_there && [[ $USER_DATA != "$BUILD" ]] || return
-    for stamp in "$BUILD"/stamps/{run,test,examples,bench,package}; do
-        [[ ! -f $stamp ]] || ! nothing_newer run "$stamp" || return 0
+    [[ $USER_DATA != "$BUILD" ]] || return
+    for stamp in "${@:2}" "$1"; do
+        stamp=$BUILD/stamps/$stamp
+        [[ ! -f $stamp ]] || ! nothing_newer "$1" "$stamp" || return 0
     done
     return 1
 }
@@ -87,6 +95,7 @@ make_windows_keykit() {
     build_step x64 "a minute or two" keykit
     step stage-keykit "staging keykit" stage_component keykit x64
     make_live
+    make_explain
 }
 
 # make_live: what keykit starts in a session, in both bitnesses.
@@ -99,6 +108,23 @@ make_live() {
     build_step x64 "a minute or two" KeyKitLive
     build_step x86 "a minute or two" KeyKitLive
     step stage-keykitlive "staging KeyKitLive" stage_component keykitlive x64 x86
+}
+
+# make_explain: what `keykit explain` starts in a session, in both bitnesses.
+make_explain() {
+    if [[ -f $ROOT/prebuilt ]]; then
+        explain_there || fail "the installation in $ROOT is not complete: KeyKitExplain.exe"
+        return
+    fi
+    explain_there && made_by_owner explain test package && return
+    check_owner "keykit explain"
+    build_step x64 "a minute or two" KeyKitExplain
+    build_step x86 "a minute or two" KeyKitExplain
+    step stage-keykitexplain "staging KeyKitExplain" stage_component keykitexplain x64 x86
+}
+
+explain_there() {
+    [[ -f $STAGE/tools/x64/KeyKitExplain.exe && -f $STAGE/tools/x86/KeyKitExplain.exe ]]
 }
 
 live_there() {
@@ -128,6 +154,7 @@ make_everything() {
     step stage "staging the program" stage_program
     step stage-keykit "staging keykit" stage_component keykit x64
     step stage-keykitlive "staging KeyKitLive" stage_component keykitlive x64 x86
+    step stage-keykitexplain "staging KeyKitExplain" stage_component keykitexplain x64 x86
 }
 
 # make_compilers: all that the second compiler builds for Windows, staged in a folder of its own.

@@ -13,18 +13,25 @@ source "$ROOT/scripts/setup.sh"
 # shellcheck source=scripts/unplaced.sh
 source "$ROOT/scripts/unplaced.sh"
 
-# report OUTPUT STATUS: prints what the session has left, and ends with its status.
+# report OUTPUT STATUS: prints what the session has left, and ends with its status. With any other status than its own
+# the program was ended, perhaps while it wrote: a part of a story isn't printed.
 report() {
-    [[ ! -s $1 ]] || (($2 == 2)) || cat "$1"
+    local end=ended
+    [[ ! -s $1 || $2 != [01] ]] || end=whole
+    [[ ! -s $1 || $2 != 2 ]] || end=refused
+    [[ $end != whole ]] || cat "$1"
     [[ -z $KEYREAP_UNPLACED ]] || fail "this can't be relied on, since $KEYREAP_UNPLACED; see docs/hosts.md"
-    [[ ! -s $1 ]] || (($2 != 2)) || { say "$(<"$1")" && exit 2; }
-    [[ -s $1 ]] || { say "the server ended the program that captures it: ${KEYREAP_CRASH:-status $2}" && exit 2; }
-    exit "$2"
+    case $end in
+    whole) exit "$2" ;;
+    refused) say "$(<"$1")" ;;
+    ended) say "the server ended the program that captures it: ${KEYREAP_CRASH:-status $2}" ;;
+    esac
+    exit 2
 }
 
 [[ ${1-} != --report ]] || report "$2" "$3"
 
-set_up run
+set_up explain
 require_known_host
 check_pool
 allow_open_files

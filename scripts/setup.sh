@@ -2,8 +2,8 @@
 # Installs, builds and makes what a run needs, if it is missing or out of date. Sourced after common.sh; sources the
 # other parts.
 #
-# A level (wine, run, keykit, live, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as the beginning
-# of its last complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the
+# A level (wine, run, keykit, live, explain, package, examples, bench, fuzz, test, compilers) has a stamp that is as old as
+# the beginning of its last complete set-up. It is up to date if nothing that it was made from has changed since. What counts is the
 # time of any change to a file or folder (ctime), which copying or unpacking can't set back, and the versions of the
 # packages that were used.
 
@@ -90,6 +90,7 @@ level_there() {
     [[ $1 == package ]] || wine_there || return
     [[ $1 == @(wine|live|package) ]] || { start_recorded && host_probed; } || return
     [[ $1 != @(live|package) ]] || live_there || return
+    [[ $1 != @(explain|package) ]] || explain_there || return
     [[ $1 == @(wine|live) ]] || program_there
 }
 
@@ -110,6 +111,7 @@ level_sources() {
         return
     fi
     for tool in "${NATIVE_TOOLS[@]}"; do tool_folders "$tool" | tr '\n' '\0'; done
+    [[ $1 != @(live|explain|package) ]] || printf '%s\0' "$ROOT/kit"
     [[ $1 == wine ]] || program_sources
 }
 
@@ -138,10 +140,11 @@ make_level() {
         make_wine
         if [[ $1 == test ]]; then make_everything; else make_program; fi
         [[ $1 != bench ]] || make_bench
+        [[ $1 != explain ]] || make_explain
         record_start
         probe_host
-        # ./keyreap says so itself, for each run that it refuses.
-        [[ $1 == run ]] || ! host_unknown || say "$(unknown_host_text)"
+        # ./keyreap and `keykit explain` say so themselves, for each run that they refuse.
+        [[ $1 == @(run|explain) ]] || ! host_unknown || say "$(unknown_host_text)"
         ;;
     esac
     mv "$stamp.packages.new" "$stamp.packages"

@@ -12,6 +12,8 @@
 #include "platform/core/osversion.h"
 #include "platform/core/text/utf8.h"
 
+#include <windows.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -151,6 +153,12 @@ int wmain(int argumentCount, wchar_t** arguments) {
         return statusRefused;
     }
     PrepareProcess();
-    Output output(words->output);
-    return Explain(*words, output);
+    int status = statusRefused;
+    {
+        Output output(words->output);
+        status = Explain(*words, output);
+    }
+    // Servers may still be loaded, and what they do at the end of a process must not change its status.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+    return status;
 }

@@ -7,7 +7,7 @@ import subprocess
 import sys
 
 import pytest
-from conftest import ROOT, is_locked, processes_of, run, until, windows
+from conftest import ROOT, bash, is_locked, processes_of, run, until, windows
 
 sys.path.insert(0, str(ROOT / "tests" / "support"))
 
@@ -92,6 +92,34 @@ def test_a_changed_source_is_built(tree):
     assert result.returncode == 8
     assert "keyreap: building x64" in result.stderr
     assert tree.run("status", "7").stderr == ""
+
+
+def explainers_of(tree):
+    return [tree.build / "stage" / "tools" / bitness / "KeyKitExplain.exe" for bitness in ("x64", "x86")]
+
+
+def set_up_explain(tree):
+    result = bash('source "$1/scripts/common.sh" && source "$1/scripts/setup.sh" && set_up explain', tree.folder)
+    assert result.returncode == 0, result.stderr
+    return result.stderr
+
+
+def test_what_explains_captures_is_built_for_who_asks_for_it_alone(tree):
+    assert tree.run("status", "7").returncode == 7
+    assert [file.exists() for file in explainers_of(tree)] == [False, False]
+    set_up_explain(tree)
+    assert [file.exists() for file in explainers_of(tree)] == [True, True]
+    assert set_up_explain(tree) == ""
+    assert tree.run("status", "7").stderr == ""
+
+
+def test_a_change_of_keykit_is_none_of_the_program(tree):
+    assert tree.run("status", "7").returncode == 7
+    set_up_explain(tree)
+    with (tree.folder / "kit" / "main.cpp").open("a") as source:
+        source.write("char another[] = {1};\n")
+    assert tree.run("status", "7").stderr == ""
+    assert "keyreap: building x64" in set_up_explain(tree)
 
 
 def recording_of(tree):

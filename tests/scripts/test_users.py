@@ -178,7 +178,7 @@ BUILT_AT = """
 """
 
 
-@pytest.mark.parametrize("level, built", [("run", True), ("package", True), ("wine", False), ("fuzz", False)])
+@pytest.mark.parametrize("level, built", [("run", True), ("package", True), ("explain", True), ("wine", False), ("fuzz", False)])
 def test_every_level_that_builds_the_program_serves_other_users(tmp_path, level, built):
     assert (bash(BUILT_AT, ROOT, tmp_path, level).returncode == 0) == built
 
