@@ -14,14 +14,18 @@ bool IsIn(Verdict verdict) {
     return verdict == Verdict::InResult || verdict == Verdict::InResultBelow;
 }
 
+// A search, a read or a removal of what was missing says less.
+bool IsRealChange(const ExplainedStory& explained, const JudgedOperation& judged) {
+    return IsChange(explained.OperationOf(judged)) && judged.verdict != Verdict::NothingRemoved;
+}
+
 // The last operation with one of the verdicts, among those that the filter is about; null if there is none.
 const JudgedOperation* LastAbout(const ExplainedStory& explained, const KeyFilter& filter) {
     const JudgedOperation* last = nullptr;
     for (const JudgedOperation& judged : explained.verdicts) {
         const StoryOperation& operation = explained.OperationOf(judged);
-        // A change says more than a search or a read.
         const bool saysMore =
-            last == nullptr || IsChange(operation) || !IsChange(explained.OperationOf(*last));
+            last == nullptr || IsRealChange(explained, judged) || !IsRealChange(explained, *last);
         if (saysMore && filter.IsAbout(operation, judged.key)) {
             last = &judged;
         }
@@ -79,7 +83,10 @@ std::wstring RemedyFor(const ExplainedStory& explained, const JudgedOperation& j
     case Verdict::AfterTrace:
         return L"the server has to do it before its registration returns: no mode waits for it";
     case Verdict::Systems:
-        return L"nothing is missing: it isn't the server's";
+        return explained.OperationOf(judged).isSystems ? L"nothing is missing: it isn't the server's"
+                                                       : L"nothing is missing if it is the system's; if it "
+                                                         L"is the server's, try the mode keyRedir, "
+                                                         L"which has such keys too";
     case Verdict::Cut:
         return L"try the mode keyRedir, which needs no log";
     case Verdict::Filler:
@@ -90,6 +97,8 @@ std::wstring RemedyFor(const ExplainedStory& explained, const JudgedOperation& j
                                      : L"look for its new name";
     case Verdict::EmptyKeyWithKeys:
         return L"try the mode keyRedir, which has keys without values as well";
+    case Verdict::NothingRemoved:
+        return L"nothing is missing: the server only wanted it removed, and it was not there";
     case Verdict::Refused:
         return L"the system refused it: check who may write there";
     default:

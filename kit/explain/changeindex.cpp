@@ -18,6 +18,10 @@ bool RemovesKey(const StoryOperation& operation) {
     return operation.type == registryevent::deleteKey || operation.type == registryevent::setInformation;
 }
 
+bool Makes(const StoryOperation& operation) {
+    return operation.type == registryevent::createKey || operation.type == registryevent::setValue;
+}
+
 } // namespace
 
 bool IsChange(const StoryOperation& operation) {
@@ -81,6 +85,14 @@ std::size_t ChangeIndex::Next(std::size_t operation) const {
         next = std::min(next, FirstAfter(Find(removals, key), operation));
     }
     return next;
+}
+
+bool ChangeIndex::IsMadeAfter(std::size_t operation) const {
+    const StoryOperation& asked = operations[operation];
+    const Indices* const list =
+        IsOnValue(asked) ? Find(values, ValueKey(asked)) : Find(keys, Folded(asked.keyPath));
+    return list != nullptr && std::any_of(std::ranges::upper_bound(*list, operation), list->end(),
+                                          [this](std::size_t later) { return Makes(operations[later]); });
 }
 
 std::size_t ChangeIndex::Previous(std::size_t operation) const {

@@ -28,6 +28,8 @@ public:
     // The first change after the operation that undoes it: of an operation on a value another change of the
     // value; of any the removal or renaming of the key or of one above. noIndex if there is none.
     std::size_t Next(std::size_t operation) const;
+    // Whether the key or the value that the operation asked for is created or set after it.
+    bool IsMadeAfter(std::size_t operation) const;
     // The last change of the same value, or creation of the same key, ahead of the operation.
     std::size_t Previous(std::size_t operation) const;
 

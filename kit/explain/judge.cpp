@@ -28,6 +28,10 @@ bool IsSearchForNode(const StoryOperation& operation) {
            EqualFolded(path.substr(path.size() - end.size()), end);
 }
 
+bool IsRemoval(const StoryOperation& operation) {
+    return operation.type == registryevent::deleteKey || operation.type == registryevent::deleteValue;
+}
+
 bool IsKeptByTrace(const StoryOperation& operation) {
     return operation.status == 0 ||
            (operation.status == statusObjectNameNotFound && operation.type == registryevent::createKey);
@@ -150,7 +154,8 @@ bool Judge::JudgeWatched(const MeantKey& key, JudgedOperation& judged) {
 bool Judge::JudgeFailure(const MeantKey& key, JudgedOperation& judged) {
     const StoryOperation& operation = story.operations[judged.operation];
     if (IsChange(operation)) {
-        judged.verdict = Verdict::Refused;
+        judged.verdict =
+            IsRemoval(operation) && WasMissing(operation.status) ? Verdict::NothingRemoved : Verdict::Refused;
         // The API creates a key level by level after it failed to create it at once.
         return !(operation.type == registryevent::createKey && WasMissing(operation.status));
     }
@@ -160,8 +165,7 @@ bool Judge::JudgeFailure(const MeantKey& key, JudgedOperation& judged) {
 
 bool Judge::JudgeSearch(const MeantKey& key, JudgedOperation& judged) {
     const StoryOperation& operation = story.operations[judged.operation];
-    if (ConcernsValue(operation.type) ? changes.Next(judged.operation) != noIndex
-                                      : changes.Touches(operation.keyPath)) {
+    if (changes.IsMadeAfter(judged.operation)) {
         judged.verdict = Verdict::NotYetThere;
         return true;
     }

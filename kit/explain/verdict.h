@@ -18,17 +18,18 @@ enum class Verdict {
     OnlyOpened,    // the key or value was there
     NotFound,      // nowhere in the registry
     EmptyThere,    // not in the redirected tree, but in the registry
-    NotYetThere,   // `other` makes it later
+    NotYetThere,   // it is made later
     Unwatched,     // by another process
     OtherView,     // of the registry
     NotRedirected, // in the registry itself, which the result isn't made from
     AfterTrace,
-    Systems,          // noise of the system
+    Systems,          // noise of the system, or a control set without recorded values
     Cut,              // off by the ceiling of the log
     Filler,           // for the reason `cause`
     Renamed,          // a renaming, or something below a key that `other` renames
     OldName,          // a key that `other` renames, and that the result has under its old name
     EmptyKeyWithKeys, // a key without values that a trace takes for implied by keys which don't last
+    NothingRemoved,   // a removal of what was missing
     Refused,          // by the system
     Lost,             // none of these reasons is known to hold
 };

@@ -153,7 +153,9 @@ std::wstring VerdictText(const ExplainedStory& explained, const JudgedOperation&
         return explained.isFromTrace ? L"not in the result: after the trace"
                                      : L"not in the result: after the redirected roots were read";
     case Verdict::Systems:
-        return L"not in the result: noise of the system";
+        return operation.isSystems
+                   ? L"not in the result: noise of the system"
+                   : L"not in the result: a trace takes a control set without values for noise of the system";
     case Verdict::Cut:
         return L"not in the result: cut off by the ceiling of the log";
     case Verdict::Filler:
@@ -165,6 +167,8 @@ std::wstring VerdictText(const ExplainedStory& explained, const JudgedOperation&
                ByText(explained, judged.other) + L": a trace doesn't follow that";
     case Verdict::EmptyKeyWithKeys:
         return L"not in the result: it has no values, and a trace expects the keys below it to stand for it";
+    case Verdict::NothingRemoved:
+        return L"there was nothing to remove";
     case Verdict::Refused:
         return L"refused by the system (" + StatusText(operation.status) + L')';
     case Verdict::Lost:

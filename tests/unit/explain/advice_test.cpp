@@ -65,6 +65,24 @@ TEST(Advice, ARenamedKeyLeadsToTheModeKeyRedir) {
                      L"which has renamed keys right.");
 }
 
+TEST(Advice, ARemovalOfWhatIsMissingNeedsNoRights) {
+    CapturedStory capture;
+    capture.Add(registryevent::deleteValue, key, L"a", notFound);
+    EXPECT_EQ(AdviceOn(capture, L"a"), name +
+                                           L", value \"a\": it is not in the result; nothing is missing: the "
+                                           L"server only wanted it removed, and it was not there.");
+}
+
+TEST(Advice, AControlSetWithoutValuesMayBeTheServers) {
+    CapturedStory capture;
+    capture.Create(L"\\REGISTRY\\Machine\\System\\CurrentControlSet\\Server");
+    capture.RecordTrace();
+    const std::wstring text =
+        AdviceText(capture.Explained(), *KeyFilter::Of(L"HKLM\\SYSTEM\\CurrentControlSet\\Server", {}));
+    EXPECT_NE(text.find(L"if it is the server's"), std::wstring::npos) << text;
+    EXPECT_NE(text.find(L"try the mode keyRedir"), std::wstring::npos) << text;
+}
+
 TEST(Advice, AChangeSaysMoreThanALaterSearch) {
     CapturedStory capture;
     capture.Set(key, L"a");

@@ -126,6 +126,34 @@ TEST_P(JudgeOfBoth, AKeyMayBeMadeLaterThanItIsLookedFor) {
     EXPECT_EQ(capture.VerdictOn(missing).verdict, Verdict::NotYetThere);
 }
 
+TEST_P(JudgeOfBoth, AValueMayBeSetLaterThanItIsLookedFor) {
+    const std::size_t missing = capture.Add(registryevent::queryValue, key, L"a", notFound);
+    capture.Set(key, L"a");
+    MakeResult();
+    EXPECT_EQ(capture.VerdictOn(missing).verdict, Verdict::NotYetThere);
+}
+
+TEST_P(JudgeOfBoth, WhatWasMadeAndRemovedBeforeIsNotMadeLater) {
+    capture.Set(key, L"a");
+    capture.DeleteValue(key, L"a");
+    const std::size_t value = capture.Add(registryevent::queryValue, key, L"a", notFound);
+    capture.Create(key + L"\\Sub");
+    capture.DeleteKey(key + L"\\Sub");
+    const std::size_t subkey = capture.Open(key + L"\\Sub", notFound);
+    MakeResult();
+    EXPECT_EQ(capture.VerdictOn(value).verdict, Verdict::NotFound);
+    EXPECT_EQ(capture.VerdictOn(subkey).verdict, Verdict::NotFound);
+}
+
+TEST_P(JudgeOfBoth, ALaterRemovalMakesNothing) {
+    const std::size_t value = capture.Add(registryevent::queryValue, key, L"a", notFound);
+    const std::size_t subkey = capture.Open(key + L"\\Sub", notFound);
+    capture.DeleteKey(key);
+    MakeResult();
+    EXPECT_EQ(capture.VerdictOn(value).verdict, Verdict::NotFound);
+    EXPECT_EQ(capture.VerdictOn(subkey).verdict, Verdict::NotFound);
+}
+
 TEST_P(JudgeOfBoth, WhatAnInnerPartOfTheHostLooksForDoesNotMatter) {
     const std::size_t missing = capture.Open(key, notFound);
     const std::size_t opened = capture.Open(key + L"\\Sub");
@@ -157,6 +185,17 @@ TEST_P(JudgeOfBoth, WhatTheMakerOfTheResultDoesIsNoOperationOfTheServer) {
 TEST_P(JudgeOfBoth, ARefusalIsNamed) {
     const std::size_t refused = capture.Add(registryevent::setValue, key, L"a", 0xC0000022);
     MakeResult();
+    EXPECT_EQ(capture.VerdictOn(refused).verdict, Verdict::Refused);
+}
+
+TEST_P(JudgeOfBoth, ARemovalOfWhatIsMissingIsNoRefusal) {
+    constexpr std::uint32_t pathNotFound = 0xC000003A; // STATUS_OBJECT_PATH_NOT_FOUND, ntstatus.h
+    const std::size_t value = capture.Add(registryevent::deleteValue, key, L"a", notFound);
+    const std::size_t subkey = capture.Add(registryevent::deleteKey, key, {}, pathNotFound);
+    const std::size_t refused = capture.Add(registryevent::deleteValue, key, L"a", 0xC0000022);
+    MakeResult();
+    EXPECT_EQ(capture.VerdictOn(value).verdict, Verdict::NothingRemoved);
+    EXPECT_EQ(capture.VerdictOn(subkey).verdict, Verdict::NothingRemoved);
     EXPECT_EQ(capture.VerdictOn(refused).verdict, Verdict::Refused);
 }
 
