@@ -1,6 +1,8 @@
 #include "kit/explain/keyfilter.h"
 
+#include "kit/explain/meantkey.h"
 #include "platform/core/text/compare.h"
+#include "trace/kernelpath.h"
 #include "trace/registryoperation.h"
 
 #include <array>
@@ -25,8 +27,18 @@ bool IsIn(std::wstring_view path, std::wstring_view key) {
     return StartsWithFolded(path, key) && (path.size() == key.size() || path[key.size()] == L'\\');
 }
 
-// The same text for all names of a key.
+// The same text for all names of a key, as the replay names it.
 std::wstring Comparable(std::wstring key) {
+    static const std::wstring node = FoldedText(L"Wow6432Node");
+    constexpr std::wstring_view machine = L"HKEY_LOCAL_MACHINE\\";
+    key = FoldedText(std::move(key));
+    while (RemovePathComponent(key, node)) {
+    }
+    if (StartsWithFolded(key, machine)) {
+        std::wstring path = key.substr(machine.size());
+        FoldControlSet(path);
+        key.replace(machine.size(), key.size(), path);
+    }
     for (const std::wstring_view classes :
          {L"HKEY_LOCAL_MACHINE\\Software\\Classes", L"HKEY_CURRENT_USER\\Software\\Classes"}) {
         if (IsIn(key, classes)) {

@@ -9,7 +9,7 @@
 namespace keyreap {
 
 // A key that is asked about, and perhaps one of its values. The classes of the machine and of the user are
-// the same key as those below HKEY_CLASSES_ROOT.
+// the same key as those below HKEY_CLASSES_ROOT, both views are the same, and all control sets.
 class KeyFilter {
 public:
     // A key by its root's name or its short form (HKCR, HKCU, HKLM, HKU); none for any other text.

@@ -29,16 +29,6 @@ std::wstring_view NameOfRoot(PredefinedRoot root) {
     }
 }
 
-// The replay counts the numbered control sets as the current one.
-void FoldControlSet(std::wstring& path) {
-    for (const std::wstring_view set : {L"SYSTEM\\ControlSet001", L"SYSTEM\\ControlSet002"}) {
-        if (StartsWithFolded(path, set) && (path.size() == set.size() || path[set.size()] == L'\\')) {
-            path.replace(0, set.size(), currentControlSet);
-            return;
-        }
-    }
-}
-
 bool IsSame(std::wstring_view path, std::wstring_view prefixWithBackslash) {
     return path.size() + 1 == prefixWithBackslash.size() && StartsWithFolded(prefixWithBackslash, path);
 }
@@ -54,6 +44,15 @@ bool IsOfTree(std::wstring_view path, const std::wstring& prefix) {
 }
 
 } // namespace
+
+void FoldControlSet(std::wstring& path) {
+    for (const std::wstring_view set : {L"SYSTEM\\ControlSet001", L"SYSTEM\\ControlSet002"}) {
+        if (StartsWithFolded(path, set) && (path.size() == set.size() || path[set.size()] == L'\\')) {
+            path.replace(0, set.size(), currentControlSet);
+            return;
+        }
+    }
+}
 
 std::wstring MeantKey::Name() const {
     const std::wstring_view rootName = NameOfRoot(root);

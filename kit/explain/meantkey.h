@@ -16,6 +16,10 @@ struct LogPlace {
     std::wstring Text() const; // for maps
 };
 
+// Gives a path below HKEY_LOCAL_MACHINE the name of the current control set in the place of a numbered one,
+// as the replay does.
+void FoldControlSet(std::wstring& path);
+
 // A key as the server named it.
 struct MeantKey {
     PredefinedRoot root = noRoot;

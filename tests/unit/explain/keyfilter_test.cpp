@@ -64,5 +64,28 @@ TEST(KeyFilter, AllNamesOfAClassAreTheSame) {
     EXPECT_FALSE(filter.IsAbout(OnKey(), L"HKEY_LOCAL_MACHINE\\Software\\ClassesA"));
 }
 
+TEST(KeyFilter, BothViewsAreTheSame) {
+    const KeyFilter filter = *KeyFilter::Of(L"HKCR\\Wow6432Node\\CLSID\\{1}", {});
+    EXPECT_TRUE(filter.IsAbout(OnKey(), L"HKEY_CLASSES_ROOT\\CLSID\\{1}"));
+    EXPECT_TRUE(filter.IsAbout(OnKey(), L"HKEY_CLASSES_ROOT\\WOW6432NODE\\CLSID\\{1}"));
+    for (const wchar_t* const asked : {L"HKLM\\Software\\Wow6432Node\\Classes\\CLSID\\{1}",
+                                       L"HKLM\\Software\\Classes\\Wow6432Node\\CLSID\\{1}",
+                                       L"HKCU\\Software\\Classes\\wow6432node\\CLSID\\{1}"}) {
+        EXPECT_TRUE(KeyFilter::Of(asked, {})->IsAbout(OnKey(), L"HKEY_CLASSES_ROOT\\CLSID\\{1}")) << asked;
+    }
+    EXPECT_TRUE(KeyFilter::Of(L"HKLM\\Software\\Wow6432Node\\A", {})
+                    ->IsAbout(OnKey(), L"HKEY_LOCAL_MACHINE\\SOFTWARE\\A"));
+}
+
+TEST(KeyFilter, AllNamesOfTheControlSetAreTheSame) {
+    for (const wchar_t* const asked :
+         {L"HKLM\\SYSTEM\\ControlSet001\\A", L"HKLM\\System\\ControlSet002\\A"}) {
+        const KeyFilter filter = *KeyFilter::Of(asked, {});
+        EXPECT_TRUE(filter.IsAbout(OnKey(), L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\A")) << asked;
+    }
+    EXPECT_FALSE(KeyFilter::Of(L"HKLM\\SYSTEM\\ControlSet0011\\A", {})
+                     ->IsAbout(OnKey(), L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\A"));
+}
+
 } // namespace
 } // namespace keyreap
