@@ -15,9 +15,6 @@ namespace keyreap {
 
 namespace {
 
-constexpr wchar_t productPath[] = L"Software\\Velmoro\\Tesselink\\";
-constexpr wchar_t temporaryName[] = L"Temporary\\";
-
 WidePath ReserveTracePath() {
     std::wstring name;
     return ReserveTempName(L"ETL", name) ? WidePath(name) : WidePath();

@@ -14,6 +14,10 @@
 
 namespace keyreap {
 
+// Below HKEY_CURRENT_USER, and the temporary tree below that. Each ends with a backslash.
+inline constexpr wchar_t productPath[] = L"Software\\Velmoro\\Tesselink\\";
+inline constexpr wchar_t temporaryName[] = L"Temporary\\";
+
 // One registration session: one input, one .reg file. It owns everything that the capture needs: the
 // temporary key tree, the trace log, copies and staged files. Its destructor removes them. (On a machine's
 // first run the key tree stays for the next session's destructor.)

@@ -22,7 +22,9 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::wstring_view temporaryPrefix = L"Software\\Velmoro\\Tesselink\\Temporary\\";
+std::wstring TemporaryPrefix() {
+    return std::wstring(productPath) + temporaryName;
+}
 
 // 0 for a file that can't be opened.
 std::uint64_t SizeOf(const std::wstring& file) {
@@ -90,7 +92,7 @@ public:
         facts.ownProcess = recorder.ProcessOf(GetCurrentProcessId());
         facts.ownThread = GetCurrentThreadId();
         facts.serverProcess = ServerProcess(story);
-        facts.temporaryPrefix = temporaryPrefix;
+        facts.temporaryPrefix = TemporaryPrefix();
         facts.log = tracing.HasStarted() ? &log : nullptr;
         facts.isLogFull = isLogFull;
         return facts;
@@ -102,7 +104,7 @@ private:
         const std::size_t process = ServerProcess(story);
         LoadTrace(log, HostEventTracing(), file, GetCurrentProcessId(),
                   process == noIndex ? 0 : story.processes[process].id);
-        PruneControlSets(log, true, std::wstring(temporaryPrefix));
+        PruneControlSets(log, true, TemporaryPrefix());
         constexpr std::uint64_t megabyte = std::uint64_t{1024} * 1024;
         constexpr std::uint64_t buffer = std::uint64_t{128} * 1024;
         isLogFull = SizeOf(file) + buffer >= tracing.Ceiling() * megabyte;
