@@ -53,9 +53,11 @@ void AddExplain(CLI::App& app, int& status) {
     verb->add_option("SERVER", words->server, "The server's file")->required();
     verb->add_option("--mode", words->mode, "How it is captured")
         ->check(CLI::IsMember(std::vector<std::string>{"keyRedir", "trace", "both"}, CLI::ignore_case));
-    verb->add_option("--key", words->keys, "A key; its whole story and that of the keys above it are shown")
-        ->allow_extra_args(false);
-    verb->add_option("--value", words->value, "A value of these keys; an empty name is the default value's");
+    CLI::Option* const key = verb->add_option(
+        "--key", words->keys, "A key; its whole story and that of the keys above it are shown");
+    key->allow_extra_args(false);
+    verb->add_option("--value", words->value, "A value of these keys; an empty name is the default value's")
+        ->needs(key);
     verb->add_option("--ceiling", words->ceiling,
                      "Of the trace's log, in megabytes, in place of the usual 2048")
         ->check(CLI::Range(1, 2048));

@@ -1,6 +1,7 @@
 """keykit explain: each thing that can become of what a server does is found in a capture of a server that does it, with the
 line that names the cause. A rule of the program that is switched changes the capture and the reasons alike."""
 
+import os
 import re
 import shlex
 import subprocess
@@ -98,7 +99,7 @@ OF_VALUES = [
     (TRACED, value("afterwards", "HKEY_CURRENT_USER\\Software\\KeyreapVerdicts"), ["not in the result: after the trace"]),
     (("keyRedir",), value("afterwards", "HKEY_CURRENT_USER\\Software\\KeyreapVerdicts"),
      ["not in the result: it went past the redirected roots into the registry"]),
-    (("both",), "SYSTEM\\CurrentControlSet\\KeyreapVerdicts: ", ["not in the result: noise of the system"]),
+    (("both",), "SYSTEM\\CurrentControlSet\\KeyreapVerdicts: ", ["not in the result: a trace takes a control set without values for noise of the system"]),
     (("keyRedir",), "SYSTEM\\CurrentControlSet\\KeyreapVerdicts: ", ["in the result"]),
     (REDIRECTED, "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion: ",
      ["looked for and not found: the redirected roots are empty there, and the registry has it"]),
@@ -238,6 +239,33 @@ def test_a_key_needs_a_root(captures):
     status, lines = captures["", "x64/plain.dll", "both", "--key", "Software\\A"]
     assert status == 2
     assert "does not begin with a root" in lines[0]
+
+
+def report(tmp_path, text, status, **variables):
+    """Status, output and messages of what the script makes of a session's end."""
+    (tmp_path / "output").write_text(text)
+    environment = dict(os.environ, KEYREAP_UNPLACED="", **variables)
+    command = [ROOT / "scripts" / "explain.sh", "--report", tmp_path / "output", str(status)]
+    result = subprocess.run(command, capture_output=True, stdin=subprocess.DEVNULL, text=True, env=environment)
+    return result.returncode, result.stdout, result.stderr
+
+
+def test_a_story_that_ends_too_early_is_not_printed(tmp_path):
+    crash = "access violation (0xC0000005)"
+    status, output, messages = report(tmp_path, "1 a line\n", 5, KEYREAP_CRASH=crash)
+    assert (status, output) == (2, "")
+    assert "the server ended the program that captures it: " + crash in messages
+
+
+def test_a_whole_story_is_printed_with_its_status(tmp_path):
+    assert report(tmp_path, "1 a line\n", 0) == (0, "1 a line\n", "")
+    assert report(tmp_path, "1 a line\n", 1) == (1, "1 a line\n", "")
+
+
+def test_a_value_needs_a_key():
+    result = keykit("explain", SAMPLES / "x64" / "plain.dll", "--value", "a", env={})
+    assert result.returncode == 2
+    assert b"--key" in result.stderr
 
 
 def test_a_file_that_is_no_server_is_refused(tmp_path):
