@@ -81,6 +81,7 @@ def servers(tmp_path_factory):
     # What is out of date is set up here, so that the commands of the documents don't print the set-up.
     subprocess.run([ROOT / "keyreap", "extreg"], check=True)
     subprocess.run([ROOT / "keykit", "--help", "--prove"], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run([ROOT / "keykit", "explain", calculator], check=True, stdout=subprocess.DEVNULL)
     return {"server.dll": calculator, **hlinks}
 
 

@@ -19,12 +19,12 @@ START = '{"bitness": 64}'
 
 
 def test_a_class_that_is_created_is_proven(desk):
-    status, lines = proved(desk, START, '{"result": 0, "isRegistered": false}')
+    status, lines = proved(desk, START, '{"clsid": "%s", "result": 0, "isRegistered": false}' % CLSID)
     assert (status, lines) == (0, ["keykit: 1 of 1 classes are created by the manifest alone"])
 
 
 def test_a_class_that_is_registered_too_proves_nothing(desk):
-    status, lines = proved(desk, START, '{"result": 0, "isRegistered": true}')
+    status, lines = proved(desk, START, '{"clsid": "%s", "result": 0, "isRegistered": true}' % CLSID)
     assert status == 1
     assert lines == [
         "keykit: %s: it is registered on this machine, so that it was created proves nothing" % CLSID,

@@ -20,6 +20,7 @@ NEIGHBOUR = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\OLE"
 SHARED = "HKEY_CLASSES_ROOT\\KeyreapShared"
 OF_SYSTEM = "HKEY_CLASSES_ROOT\\Interface\\{000204FE-0000-0000-C000-000000000046}"
 INSTALLED = "HKEY_LOCAL_MACHINE\\Software\\Classes\\KeyreapRoad"
+CLASS = "HKEY_CLASSES_ROOT\\CLSID\\{B29A312E-EB83-43BC-A846-E0C0563B8877}"
 
 NSIS = """Unicode true
 OutFile "road.exe"
@@ -70,7 +71,7 @@ def folder(tmp_path_factory):
     desk = Desk(tmp_path_factory.mktemp("road"))
     lines = [line for line, name, *_ in FORMS if name not in LEFT_OUT]
     shared = ["[%s]" % SHARED, '"ours"="x"', "[%s]" % OF_SYSTEM, '@="IRoad"']
-    capture = desk.capture("[%s]" % KEY, *lines, LINES, "[%s\\empty key]" % KEY, "[%s]" % NEIGHBOUR, *shared, name="road.reg")
+    capture = desk.capture("[%s]" % KEY, *lines, LINES, "[%s]" % CLASS, '@="Road"', "[%s\\empty key]" % CLASS, "[%s]" % NEIGHBOUR, *shared, name="road.reg")
     for kind, name in [("nsis", "road.nsh"), ("wixl", "road.wxi")]:
         result = desk.emit(kind, capture, "-o", desk.folder / name)
         assert result.returncode == 0, result.stderr
@@ -113,9 +114,9 @@ def expected(kind):
 def test_what_was_captured_is_installed_and_removed(folder, kind, install, uninstall):
     installed, removed = registry_in_steps(folder, kind, install, uninstall)
     assert installed[INSTALLED] == expected(kind)
-    assert installed[INSTALLED + "\\empty key"] == {}
+    assert installed[in_classes(CLASS) + "\\empty key"] == {}
     assert installed[in_classes(SHARED)] == {"ours": (SZ, text_data("x")), "others": (SZ, text_data("y"))}
-    assert [key for key in removed if key.startswith(INSTALLED)] == []
+    assert [key for key in removed if key.startswith((INSTALLED, in_classes(CLASS)))] == []
     assert removed[NEIGHBOUR] != {}
     assert removed[in_classes(SHARED)] == {"others": (SZ, text_data("y"))}
     assert removed[in_classes(OF_SYSTEM)] == {"": (SZ, text_data("IRoad"))}

@@ -8,7 +8,7 @@ import pytest
 from conftest import PROGRAM, ROOT, Desk, image, keykit
 from manifestreader import ANY, Manifest, text_of
 from readers import regfile
-from test_emit import CAPTURES, named_in
+from test_emit import CAPTURES, named_in, readable
 
 CLASS = "HKEY_CLASSES_ROOT\\CLSID\\{B29A312E-EB83-43BC-A846-E0C0563B8877}"
 OTHER = "HKEY_CLASSES_ROOT\\CLSID\\{B29A312E-EB83-43BC-A846-E0C0563B8878}"
@@ -79,10 +79,6 @@ def values_of(capture):
 
 def is_own(key):
     return key.count("\\") == 0 or key.upper() in ("HKEY_LOCAL_MACHINE\\SOFTWARE", "HKEY_LOCAL_MACHINE\\SOFTWARE\\CLASSES")
-
-
-def readable(text):
-    return text.encode("utf-16-le", "surrogatepass").decode("utf-16-le", "replace")
 
 
 def test_every_entry_of_the_golden_files_is_carried_or_named(desk):
