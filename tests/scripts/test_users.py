@@ -51,9 +51,9 @@ def user():
     shutil.rmtree(made.home)
 
 
-def capture(folder, *mode):
-    """The words of a run over the example's servers, and their results."""
-    results = [folder / "64.reg", folder / "32.reg"]
+def capture(folder, *mode, name=""):
+    """The words of a run over the example's servers, and their results, whose names begin with name."""
+    results = [folder / f"{name}64.reg", folder / f"{name}32.reg"]
     servers = [SAMPLES / bitness / "thermometer.dll" for bitness in ("x64", "x86")]
     pairs = [word for pair in zip(servers, results) for word in pair]
     return [ROOT / "keyreap", "extreg", *pairs, *mode], results
@@ -89,10 +89,11 @@ def test_another_users_cache_can_be_read_by_nobody_else(user):
 
 def test_users_may_run_at_once(user, tmp_path):
     words, results = capture(user.home, "both")
+    further_words, further_results = capture(user.home, "both", name="further")
     own_words, own_results = capture(tmp_path, "both")
-    runs = [user.start(*words), subprocess.Popen([str(word) for word in own_words]), user.start(*words)]
+    runs = [user.start(*words), subprocess.Popen([str(word) for word in own_words]), user.start(*further_words)]
     assert [process.wait() for process in runs] == [0, 0, 0]
-    assert bytes_of(results) == bytes_of(own_results)
+    assert bytes_of(results) == bytes_of(further_results) == bytes_of(own_results)
 
 
 def test_nothing_of_another_users_run_is_left_in_the_prefix(user):
