@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What `keykit check` says of a capture. docs/check.md has a section for each rule.
+namespace keyreap {
+
+// The parts of a check, each of which can be left out.
+enum class CheckPart { Whole, Result, Works, Clean, Noise, Same, Fillers };
+
+// One thing that is wrong. The number is that of its rule, such as C101.
+struct CheckFinding {
+    std::string_view rule;
+    std::wstring key;                  // empty: the whole capture
+    std::optional<std::wstring> value; // none: the key itself; empty: the default value
+    std::wstring sentence;
+};
+
+// An entry of the capture that a library of the system wrote when it was loaded.
+struct NoiseEntry {
+    std::wstring key;                  // as the capture spells it
+    std::optional<std::wstring> value; // none: the key itself
+
+    friend auto operator<=>(const NoiseEntry&, const NoiseEntry&) = default;
+};
+
+// How many of the capture's classes could be created.
+struct CreatedCount {
+    std::size_t classes = 0;
+    std::size_t byCapture = 0;      // after an import of the capture
+    std::size_t byRegistration = 0; // after the server registered itself
+};
+
+struct CheckReport {
+    std::string capture;           // the file's name
+    std::string server;            // the file's name
+    std::string digest;            // of the capture: SHA-1, in hexadecimal digits
+    std::vector<CheckPart> parts;  // which were checked
+    std::optional<CreatedCount> created;
+    std::vector<CheckFinding> findings;
+    std::vector<NoiseEntry> noise;
+};
+
+} // namespace keyreap
