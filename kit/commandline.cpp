@@ -20,6 +20,7 @@ int RunCommandLine(std::vector<std::string> words) {
     app.require_subcommand(1);
     AddEmit(app, status);
     AddLint(app, status);
+    AddCheck(app, status);
     AddManifest(app, status);
     AddShow(app, status);
     AddExplain(app, status);

@@ -10,4 +10,7 @@ namespace keyreap {
 // refusal after a sentence on standard error.
 int RunExplainer(const std::string& bitness, const std::vector<std::string>& words);
 
+// The same, but what it prints is returned. Empty if nothing can be explained.
+std::string ExplainedText(const std::string& bitness, const std::vector<std::string>& words);
+
 } // namespace keyreap

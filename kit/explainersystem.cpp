@@ -8,4 +8,8 @@ int RunExplainer(const std::string&, const std::vector<std::string>&) {
     return statusRefused;
 }
 
+std::string ExplainedText(const std::string&, const std::vector<std::string>&) {
+    return {};
+}
+
 } // namespace keyreap

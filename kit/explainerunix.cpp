@@ -1,4 +1,5 @@
 // Here the program runs under Wine, in a session that a script begins. ./keykit says where that is.
+#include "kit/commandoutput.h"
 #include "kit/explainer.h"
 #include "kit/verb.h"
 
@@ -33,6 +34,16 @@ int RunExplainer(const std::string& bitness, const std::vector<std::string>& wor
     std::vector<std::string> line = {script, bitness};
     line.insert(line.end(), words.begin(), words.end());
     Become(line);
+}
+
+std::string ExplainedText(const std::string& bitness, const std::vector<std::string>& words) {
+    const char* const script = std::getenv("KEYKIT_EXPLAIN");
+    if (script == nullptr) {
+        return {};
+    }
+    std::vector<std::string> line = {script, bitness};
+    line.insert(line.end(), words.begin(), words.end());
+    return OutputOf(line).value_or(std::string());
 }
 
 } // namespace keyreap

@@ -24,6 +24,9 @@ void AddEmit(CLI::App& app, int& status);
 // lint: finds what is wrong with captures.
 void AddLint(CLI::App& app, int& status);
 
+// check: finds out whether a capture is what its server registers.
+void AddCheck(CLI::App& app, int& status);
+
 // manifest: makes a manifest with which servers work without registration.
 void AddManifest(CLI::App& app, int& status);
 

@@ -1,6 +1,8 @@
 #include "kit/capture/capture.h"
 
 #include "platform/core/text/compare.h"
+#include "platform/core/text/text.h"
+#include "regfile/valuetext.h"
 #include "regmodel/regplace.h"
 #include "regmodel/straynames.h"
 
@@ -41,6 +43,15 @@ std::wstring ReasonAgainstEntry(const RegEntry& entry) {
         return L"could not be read when it was captured";
     }
     return {};
+}
+
+std::vector<std::wstring> TextsOf(const RegEntry& entry) {
+    if (const std::optional<std::wstring> text = EntryText(entry)) {
+        return {*text};
+    }
+    const bool isList = entry.type == static_cast<std::uint32_t>(RegType::MultiSz);
+    return isList ? SplitText(DataUnits(entry.data), std::wstring_view(L"\0", 1), true)
+                  : std::vector<std::wstring>();
 }
 
 bool HasValue(const RegDocument& document) {

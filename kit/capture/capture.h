@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace keyreap {
 
@@ -34,6 +35,9 @@ std::wstring ReasonAgainstEntry(const RegEntry& entry);
 // The reason against a text with the path of a key of the capture's own.
 inline constexpr std::wstring_view namesTemporaryTree =
     L"has the name of a key of the temporary tree of the capture";
+
+// The texts of an entry: one, those of a list, or none.
+std::vector<std::wstring> TextsOf(const RegEntry& entry);
 
 // True if a document sets a value.
 bool HasValue(const RegDocument& document);

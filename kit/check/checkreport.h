@@ -36,10 +36,10 @@ struct CreatedCount {
 };
 
 struct CheckReport {
-    std::string capture;           // the file's name
-    std::string server;            // the file's name
-    std::string digest;            // of the capture: SHA-1, in hexadecimal digits
-    std::vector<CheckPart> parts;  // which were checked
+    std::string capture;          // the file's name
+    std::string server;           // the file's name
+    std::string digest;           // of the capture: SHA-1, in hexadecimal digits
+    std::vector<CheckPart> parts; // which were checked
     std::optional<CreatedCount> created;
     std::vector<CheckFinding> findings;
     std::vector<NoiseEntry> noise;

@@ -151,13 +151,4 @@ std::set<std::wstring> KeysWithContent(const Capture& capture) {
     return keys;
 }
 
-std::vector<std::wstring> TextsOf(const RegEntry& entry) {
-    if (const std::optional<std::wstring> text = EntryText(entry)) {
-        return {*text};
-    }
-    const bool isList = entry.type == static_cast<std::uint32_t>(RegType::MultiSz);
-    return isList ? SplitText(DataUnits(entry.data), std::wstring_view(L"\0", 1), true)
-                  : std::vector<std::wstring>();
-}
-
 } // namespace keyreap

@@ -95,7 +95,4 @@ void ForEachObject(const LintInput& input, const Visit& visit) {
 // The folded paths of all keys of a capture that have values or no keys in them.
 std::set<std::wstring> KeysWithContent(const Capture& capture);
 
-// The texts of an entry: one, those of a list, or none.
-std::vector<std::wstring> TextsOf(const RegEntry& entry);
-
 } // namespace keyreap

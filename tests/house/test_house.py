@@ -19,12 +19,13 @@ ARROWS = {
     "hostlogger": {"etl", "text", "os"},
     "etl": {"text", "os"},
     "registry": {"regfile", "core", "text", "os"},
-    "kit": {"manifest", "emit", "lint", "show", "capture", "regmodel", "pe", "text"},
+    "kit": {"manifest", "emit", "lint", "check", "show", "capture", "regmodel", "pe", "text"},
     "manifest": {"emit", "capture", "regmodel", "text"},
     "emit": {"capture", "regmodel", "regfile", "pe", "text"},
     "lint": {"capture", "regmodel", "regfile", "text"},
     "show": {"regmodel", "regfile", "text"},
-    "capture": {"regmodel", "text"},
+    "capture": {"regmodel", "regfile", "text"},
+    "check": {"capture", "regmodel", "text"},
     "live": {"text"},
     "explain": {
         *("extract", "nativefileregister", "replay", "trace", "hostlogger", "etl", "regmodel", "file", "core", "text", "os")

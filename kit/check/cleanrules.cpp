@@ -1,0 +1,116 @@
+#include "kit/capture/libraryentries.h"
+#include "kit/check/comparedkey.h"
+#include "kit/check/foundentries.h"
+#include "kit/check/ruletable.h"
+#include "platform/core/text/compare.h"
+
+#include <algorithm>
+#include <array>
+
+// What unregistering leaves of the server, and takes of others.
+namespace keyreap {
+
+namespace {
+
+// Every server's objects are in these keys, and nobody removes them.
+bool IsContainer(std::wstring_view compared) {
+    constexpr std::wstring_view classes = L"hkey_local_machine\\software\\classes";
+    constexpr std::array<std::wstring_view, 6> names = {
+        L"clsid", L"interface", L"typelib", L"appid", L"component categories", L"wow6432node",
+    };
+    if (!compared.starts_with(classes)) {
+        return false;
+    }
+    const std::wstring_view rest = compared.substr(classes.size());
+    const std::wstring_view name = rest.substr(rest.rfind(L'\\') + 1);
+    constexpr std::wstring_view node = L"\\wow6432node\\";
+    const bool isTop =
+        rest.rfind(L'\\') == 0 || (rest.starts_with(node) && rest.rfind(L'\\') == node.size() - 1);
+    return rest.empty() || (isTop && std::ranges::find(names, name) != names.end());
+}
+
+bool IsOfOthers(const CheckInput& input, const std::wstring& key, const std::optional<std::wstring>& value) {
+    return !LibraryThatWrites(key, value.value_or(L"")).empty() || input.IsNoise(key, value);
+}
+
+template <typename Visit>
+void ForEachRemoval(const CheckInput& input, const Visit& visit) {
+    for (const auto* const one : {&input.facts.empty, &input.facts.full}) {
+        // Where the server was not registered, its removal has nothing to do.
+        if (*one && (*one)->status == 0 && (*one)->removalStatus) {
+            visit(**one);
+        }
+    }
+}
+
+void AddLeft(const CheckInput& input, const KeyChange& change, TopmostKeys& topmost, CheckPlaces& found) {
+    const std::wstring compared = ComparedKey(change.key, input.facts.bitness);
+    const bool isKey =
+        change.isCreated && !IsContainer(compared) && !IsOfOthers(input, change.key, std::nullopt);
+    if (isKey) {
+        if (topmost.Add(compared)) {
+            found.push_back({{}, change.key, std::nullopt, L"is left when the server is unregistered"});
+        }
+        return;
+    }
+    for (const ValueChange& value : change.values) {
+        if (value.after && !change.isCreated && !IsOfOthers(input, change.key, value.name)) {
+            found.push_back({{},
+                             change.key,
+                             value.name,
+                             value.before ? L"has other data after the server was registered and unregistered"
+                                          : L"is left when the server is unregistered"});
+        }
+    }
+}
+
+void AddTaken(const CheckInput& input, const KeyChange& change, TopmostKeys& topmost, CheckPlaces& found) {
+    const std::wstring compared = ComparedKey(change.key, input.facts.bitness);
+    if (change.isRemoved) {
+        if (!input.compared.HasAtOrBelow(compared) && topmost.Add(compared)) {
+            found.push_back(
+                {{}, change.key, std::nullopt, L"is not the server's, and unregistering takes it"});
+        }
+        return;
+    }
+    for (const ValueChange& value : change.values) {
+        if (value.before && !value.after && input.compared.Find(compared, value.name) == nullptr) {
+            found.push_back({{}, change.key, value.name, L"is not the server's, and unregistering takes it"});
+        }
+    }
+}
+
+} // namespace
+
+void FindWhatIsLeft(const CheckInput& input, CheckPlaces& found) {
+    TopmostKeys topmost;
+    ForEachRemoval(input, [&](const RegistrationFacts& registration) {
+        for (const KeyChange& change : registration.changesAfterRemoval) {
+            AddLeft(input, change, topmost, found);
+        }
+    });
+}
+
+void FindWhatIsTaken(const CheckInput& input, CheckPlaces& found) {
+    TopmostKeys topmost;
+    ForEachRemoval(input, [&](const RegistrationFacts& registration) {
+        for (const KeyChange& change : registration.changesAfterRemoval) {
+            AddTaken(input, change, topmost, found);
+        }
+    });
+}
+
+void FindFailingRemovals(const CheckInput& input, CheckPlaces& found) {
+    ForEachRemoval(input, [&](const RegistrationFacts& registration) {
+        if (*registration.removalStatus != 0) {
+            found.push_back(
+                {{},
+                 {},
+                 std::nullopt,
+                 L"the registrar of the system ended with " + std::to_wstring(*registration.removalStatus) +
+                     L" when it unregistered the server in " + std::wstring(RegistryName(registration))});
+        }
+    });
+}
+
+} // namespace keyreap

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "kit/check/checkfacts.h"
+#include "regmodel/regentry.h"
+
+#include <string>
+#include <string_view>
+
+namespace keyreap {
+
+// A key's path in the form in which a capture's keys and the registry's own are comparable: folded, the
+// classes below Software\Classes of the machine, the numbered control sets as the current one, and for a
+// 32-bit server without Wow6432Node, which the registry has and a capture may lack.
+std::wstring ComparedKey(std::wstring_view path, int bitness);
+
+// The same for an object of a user's classes, which HKEY_CLASSES_ROOT shows too.
+std::wstring ComparedClassesOfUser(std::wstring_view comparedKey);
+
+// True if a capture could have carried the data as they are: it has no form for some types, and ends a text
+// at its first NUL.
+bool AreSameData(const RegEntry& captured, const ValueData& data);
+
+// True if the texts differ at most in how a file is named that was loaded before under another name: by case,
+// or by system32 for syswow64.
+bool MayBeSameFile(const RegEntry& captured, const ValueData& data);
+
+// True if both are GUIDs, which a server may make up whenever it registers.
+bool AreGuids(const RegEntry& captured, const ValueData& data);
+
+} // namespace keyreap

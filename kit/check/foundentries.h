@@ -1,0 +1,28 @@
+#pragma once
+
+#include "kit/check/checkfacts.h"
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace keyreap {
+
+// "a registry without classes" or "a full registry".
+std::wstring_view RegistryName(const RegistrationFacts& registration);
+
+// An HRESULT as people look it up: 0x80004005 (E_FAIL).
+std::wstring ResultText(std::uint32_t result);
+
+// Keys for one finding each: not for those below one that was found.
+class TopmostKeys {
+public:
+    // False if the key, or one above it, was added before.
+    bool Add(const std::wstring& comparedKey);
+
+private:
+    std::set<std::wstring> keys;
+};
+
+} // namespace keyreap

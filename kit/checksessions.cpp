@@ -1,0 +1,396 @@
+#include "kit/checksessions.h"
+
+#include "kit/explainer.h"
+#include "kit/hostfiles.h"
+#include "kit/livefacts.h"
+#include "kit/liveprogram.h"
+#include "kit/otherfolder.h"
+#include "kit/refusal.h"
+#include "kit/temporaryfolder.h"
+#include "kit/verbfiles.h"
+#include "platform/core/text/compare.h"
+#include "platform/core/text/utf8.h"
+#include "regmodel/registrymodel.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace keyreap {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// Names that no text contains by chance.
+struct Names {
+    const char* user;
+    const char* computer;
+};
+constexpr Names namesHere = {"keyreaphere", "KEYREAPHERE"};
+constexpr Names namesElsewhere = {"keyreapother", "KEYREAPOTHER"};
+
+bool Has(std::span<const CheckPart> parts, CheckPart part) {
+    return std::ranges::find(parts, part) != parts.end();
+}
+
+void Run(LiveSteps& steps, const LiveSession& session) {
+    steps.TakeAnswers(AnswersOf(session, steps.Request()));
+}
+
+Json RunStep(const CheckedServer& server, const std::string& program, const std::string& words) {
+    // The 64-bit folder of the system has the name of the older one.
+    const std::string folder = server.bitness == 64 ? "system32" : "syswow64";
+    const std::string path = "C:\\windows\\" + folder + "\\" + program;
+    return {{"step", "run"}, {"program", path}, {"line", '"' + path + "\" " + words}};
+}
+
+std::string Quoted(const std::wstring& path) {
+    return '"' + ReadableUtf8(path) + '"';
+}
+
+// The steps that register a server or remove its registration, by programs of the system.
+class Registrar {
+public:
+    Registrar(LiveSteps& steps, const CheckedServer& server, bool removes) : steps(steps) {
+        if (server.hasExport) {
+            own.push_back(steps.Add(RunStep(server, "regsvr32.exe",
+                                            (removes ? "/u /s " : "/s ") + Quoted(server.path))));
+        } else if (server.isProgram) {
+            const std::string program = ReadableUtf8(server.path);
+            own.push_back(steps.Add({{"step", "run"},
+                                     {"program", program},
+                                     {"line", Quoted(server.path) + (removes ? " /UNREGSERVER " : " /REGSERVER ")}}));
+        }
+        if (server.hasTypeLib) {
+            own.push_back(steps.Ask({{"question", "library"},
+                                     {"file", ReadableUtf8(server.path)},
+                                     {"registers", !removes}}));
+        }
+    }
+
+    // The first status or result of a failure; 0 if there was none.
+    std::uint32_t Status() const {
+        for (const std::size_t step : own) {
+            const std::vector<Json> answers = steps.AnswersOf(step);
+            for (const char* const name : {"result", "error", "status"}) {
+                const std::uint32_t number = NumberIn(answers, name).value_or(0);
+                if (number != 0) {
+                    return number;
+                }
+            }
+        }
+        return 0;
+    }
+
+private:
+    LiveSteps& steps;
+    std::vector<std::size_t> own;
+};
+
+Json CapturedKeys(const Capture& capture) {
+    Json keys = Json::array();
+    for (const RegSection& section : capture.document.sections) {
+        if (!section.isDeletion && !section.isCapturesOwn) {
+            keys.push_back(ReadableUtf8(section.path));
+        }
+    }
+    return keys;
+}
+
+Json CaptureRequest(const std::wstring& server, const std::vector<std::string>& outputs, const Json& preload) {
+    Json files = Json::array();
+    for (const std::string& output : outputs) {
+        files.push_back(ReadableUtf8(WindowsPathOf(output)));
+    }
+    return {{"question", "capture"},
+            {"server", ReadableUtf8(server)},
+            {"mode", "keyRedir"},
+            {"outputs", files},
+            {"preload", preload}};
+}
+
+// An answer's list of names.
+Json ListIn(const std::vector<Json>& answers, const char* name) {
+    for (const Json& answer : answers) {
+        const auto found = answer.find(name);
+        if (found != answer.end() && found->is_array()) {
+            return *found;
+        }
+    }
+    return Json::array();
+}
+
+class Sessions {
+public:
+    Sessions(const CheckedServer& server, const Capture& capture, const std::string& captureFile,
+             std::span<const CheckPart> parts)
+        : server(server), capture(capture), captureFile(captureFile), parts(parts) {
+        facts.bitness = server.bitness;
+        facts.server = server.path;
+    }
+
+    CheckFacts Find() {
+        if (Wants(CheckPart::Whole) || Wants(CheckPart::Clean)) {
+            FindInEmpty();
+        }
+        if (Wants(CheckPart::Whole) || Wants(CheckPart::Clean) || Wants(CheckPart::Result)) {
+            FindInFull();
+        }
+        if (Wants(CheckPart::Works)) {
+            FindCreated();
+        }
+        // A program's own process isn't redirected, so that it is captured in one way alone.
+        if (server.hasExport || server.hasTypeLib) {
+            FindCaptures();
+        }
+        return std::move(facts);
+    }
+
+private:
+    bool Wants(CheckPart part) const { return Has(parts, part); }
+
+    LiveSession Session(const Names& names) const {
+        LiveSession session = Session(true);
+        session.user = names.user;
+        session.computer = names.computer;
+        return session;
+    }
+
+    static PlaceFacts Place(const std::wstring& path, const Names& names, RegDocument document) {
+        return {path, UnitsOfUtf8(names.user).value_or(L""), UnitsOfUtf8(names.computer).value_or(L""),
+                std::move(document)};
+    }
+
+    LiveSession Session(bool hasClasses) const {
+        LiveSession session;
+        session.bitness = server.bitness;
+        session.hasClasses = hasClasses;
+        return session;
+    }
+
+    // A registration, what it changed, and its removal.
+    struct RegistrationSteps {
+        RegistrationSteps(LiveSteps& steps, const CheckedServer& server, const Capture& capture, bool isAgain,
+                          bool isRemoved)
+            : snapshot(steps.Add({{"step", "snapshot"}})), registrar(steps, server, false),
+              changes(steps.Add({{"step", "difference"}})),
+              states(steps.Add({{"step", "read"}, {"keys", CapturedKeys(capture)}})) {
+            if (isAgain) {
+                again.emplace(steps, server, false);
+            }
+            if (isRemoved) {
+                removal.emplace(steps, server, true);
+                changesAfterRemoval = steps.Add({{"step", "difference"}});
+            }
+        }
+
+        std::size_t snapshot;
+        Registrar registrar;
+        std::size_t changes;
+        std::size_t states;
+        std::optional<Registrar> again;
+        std::optional<Registrar> removal;
+        std::size_t changesAfterRemoval = 0;
+    };
+
+    RegistrationFacts FactsOf(const LiveSteps& steps, const RegistrationSteps& own, bool hasClasses) const {
+        RegistrationFacts found;
+        found.hasClasses = hasClasses;
+        found.status = own.registrar.Status();
+        found.changes = ChangesIn(Whole(steps, own.changes));
+        found.states = StatesIn(Whole(steps, own.states));
+        if (own.again) {
+            found.secondStatus = own.again->Status();
+        }
+        if (own.removal) {
+            found.removalStatus = own.removal->Status();
+            found.changesAfterRemoval = ChangesIn(Whole(steps, own.changesAfterRemoval));
+        }
+        return found;
+    }
+
+    // The answers of a step. One that didn't come to its end would pass for one without findings.
+    std::vector<Json> Whole(const LiveSteps& steps, std::size_t step) const {
+        if (!steps.IsDone(step)) {
+            throw Refusal(server.file + ": the session in which it was checked ended too early");
+        }
+        return steps.AnswersOf(step);
+    }
+
+    void FindInEmpty() {
+        LiveSteps steps;
+        const RegistrationSteps own(steps, server, capture, false, Wants(CheckPart::Clean));
+        Run(steps, Session(false));
+        facts.empty = FactsOf(steps, own, false);
+    }
+
+    void FindInFull() {
+        LiveSteps steps;
+        const TemporaryFolder folder;
+        std::optional<std::size_t> redirected;
+        std::optional<std::size_t> dependencies;
+        if (Wants(CheckPart::Result) && server.hasExport) {
+            redirected = steps.Ask(CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array()));
+            dependencies =
+                steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
+        }
+        const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), Wants(CheckPart::Clean));
+        Run(steps, Session(true));
+        facts.full = FactsOf(steps, own, true);
+        if (redirected) {
+            ResultFacts& result = facts.result.emplace();
+            result.redirected = NumberIn(Whole(steps, *redirected), "result");
+            result.dependencies = DependenciesIn(Whole(steps, *dependencies));
+            result.outside = facts.full->status == 0 ? 0 : ResultOutside();
+            if (result.redirected && IsFailure(*result.redirected) && !IsFailure(*result.outside)) {
+                result.lookedFor = LookedFor();
+            }
+        }
+    }
+
+    // What the registrar doesn't say: the HRESULT of the export.
+    std::uint32_t ResultOutside() const {
+        LiveSteps steps;
+        const std::size_t call = steps.Ask({{"question", "call"},
+                                            {"server", ReadableUtf8(server.path)},
+                                            {"export", "DllRegisterServer"}});
+        Run(steps, Session(true));
+        const std::vector<Json> answers = Whole(steps, call);
+        constexpr std::uint32_t ofWin32 = 0x80070000;
+        const auto error = NumberIn(answers, "error");
+        return error ? ofWin32 | *error : NumberIn(answers, "result").value_or(0x80004005);
+    }
+
+    // What the server asked the redirected roots for in vain, from the story of a capture.
+    std::vector<std::wstring> LookedFor() const {
+        constexpr std::string_view verdict =
+            ": looked for and not found: the redirected roots are empty there, and the registry has it";
+        std::vector<std::wstring> found;
+        const std::string story = ExplainedText(server.bitness == 64 ? "x64" : "x86",
+                                                {"keyRedir", ReadableUtf8(server.path)});
+        for (std::size_t at = 0, end = story.find('\n'); end != std::string::npos;
+             at = end + 1, end = story.find('\n', at)) {
+            const std::string line = story.substr(at, end - at);
+            const std::size_t last = line.find(verdict);
+            const std::size_t first = line.find("): ");
+            if (last != std::string::npos && first < last) {
+                found.push_back(UnitsOfUtf8(line.substr(first + 3, last - first - 3)).value_or(L"?"));
+            }
+        }
+        return found;
+    }
+
+    void FindCreated() {
+        facts.hasCreated = true;
+        for (const RegObject& object : ModelOf(capture.document).objects) {
+            const auto* const one = std::get_if<ClassFacts>(&object.facts);
+            const auto isInProcess = [](const ServerFacts& way) { return EqualFolded(way.kind, L"InprocServer32"); };
+            if (one == nullptr) {
+                continue;
+            }
+            const auto way = std::ranges::find_if(one->servers, isInProcess);
+            if (way != one->servers.end()) {
+                classes.push_back({object.id, way->threadingModel});
+                facts.classes.push_back({object.id, std::nullopt, std::nullopt});
+            }
+        }
+        Create(&ClassFact::byCapture, true);
+        Create(&ClassFact::byRegistration, false);
+    }
+
+    // Creates the classes one after another, and goes on after one that ends the program.
+    void Create(std::optional<std::uint32_t> ClassFact::*result, bool isImported) {
+        for (std::size_t first = 0; first < classes.size();) {
+            LiveSteps steps;
+            if (isImported) {
+                steps.Add(RunStep(server, "reg.exe", "import " + Quoted(WindowsPathOf(captureFile))));
+            } else {
+                const Registrar registrar(steps, server, false);
+            }
+            Json list = Json::array();
+            for (std::size_t i = first; i < classes.size(); ++i) {
+                list.push_back({{"clsid", ReadableUtf8(classes[i].clsid)},
+                                {"threadingModel", ReadableUtf8(classes[i].threadingModel)}});
+            }
+            const std::size_t create = steps.Ask({{"question", "create"}, {"classes", list}});
+            Run(steps, Session(false));
+            first = TakeCreated(Whole(steps, create), first, result);
+        }
+    }
+
+    // The number of the next class.
+    std::size_t TakeCreated(const std::vector<Json>& answers, std::size_t first,
+                            std::optional<std::uint32_t> ClassFact::*result) {
+        std::size_t next = first;
+        for (const Json& answer : answers) {
+            if (next < classes.size() && answer.contains("clsid") &&
+                answer["clsid"] == ReadableUtf8(classes[next].clsid)) {
+                facts.classes[next++].*result = NumberIn({answer}, "result");
+            }
+        }
+        // The one that ended the program has no answer.
+        return next < classes.size() ? next + 1 : next;
+    }
+
+    RegDocument Read(const std::string& file) const {
+        if (!ReadWholeFile(file)) {
+            throw Refusal(server.file + ": it can't be captured again");
+        }
+        return ReadCapture(file).document;
+    }
+
+    void FindCaptures() {
+        if (!Wants(CheckPart::Noise) && !Wants(CheckPart::Same)) {
+            return;
+        }
+        const TemporaryFolder folder;
+        const std::string first = folder.FileNamed("first.reg");
+        const std::string second = folder.FileNamed("second.reg");
+        LiveSteps steps;
+        const std::size_t twice = steps.Ask(CaptureRequest(server.path, {first, second}, Json::array()));
+        Run(steps, Session(namesHere));
+        const std::vector<Json> answers = Whole(steps, twice);
+        if (Wants(CheckPart::Noise)) {
+            facts.witnesses = {Read(first), Read(second), Preloaded(folder, ListIn(answers, "loaded")), {}};
+        }
+        if (Wants(CheckPart::Same)) {
+            facts.same = {Place(server.path, namesHere, Read(first)), Elsewhere(folder)};
+        }
+    }
+
+    RegDocument Preloaded(const TemporaryFolder& folder, const Json& libraries) const {
+        const std::string file = folder.FileNamed("preloaded.reg");
+        LiveSteps steps;
+        const std::size_t step = steps.Ask(CaptureRequest(server.path, {file}, libraries));
+        Run(steps, Session(true));
+        Whole(steps, step);
+        return Read(file);
+    }
+
+    PlaceFacts Elsewhere(const TemporaryFolder& folder) const {
+        const OtherFolder other(server.file);
+        const std::wstring path = WindowsPathOf(other.File());
+        const std::string file = folder.FileNamed("elsewhere.reg");
+        LiveSteps steps;
+        const std::size_t step = steps.Ask(CaptureRequest(path, {file}, Json::array()));
+        Run(steps, Session(namesElsewhere));
+        Whole(steps, step);
+        return Place(path, namesElsewhere, Read(file));
+    }
+
+    const CheckedServer& server;
+    const Capture& capture;
+    const std::string& captureFile;
+    std::span<const CheckPart> parts;
+    CheckFacts facts;
+    std::vector<LiveClass> classes;
+};
+
+} // namespace
+
+CheckFacts FactsOf(const CheckedServer& server, const Capture& capture, const std::string& captureFile,
+                   std::span<const CheckPart> parts) {
+    return Sessions(server, capture, captureFile, parts).Find();
+}
+
+} // namespace keyreap
