@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kit/capture/noise.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -18,14 +20,6 @@ struct CheckFinding {
     std::wstring key;                  // empty: the whole capture
     std::optional<std::wstring> value; // none: the key itself; empty: the default value
     std::wstring sentence;
-};
-
-// An entry of the capture that a library of the system wrote when it was loaded.
-struct NoiseEntry {
-    std::wstring key;                  // as the capture spells it
-    std::optional<std::wstring> value; // none: the key itself
-
-    friend auto operator<=>(const NoiseEntry&, const NoiseEntry&) = default;
 };
 
 // How many of the capture's classes could be created.
