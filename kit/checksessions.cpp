@@ -53,18 +53,18 @@ class Registrar {
 public:
     Registrar(LiveSteps& steps, const CheckedServer& server, bool removes) : steps(steps) {
         if (server.hasExport) {
-            own.push_back(steps.Add(RunStep(server, "regsvr32.exe",
-                                            (removes ? "/u /s " : "/s ") + Quoted(server.path))));
+            own.push_back(steps.Add(
+                RunStep(server, "regsvr32.exe", (removes ? "/u /s " : "/s ") + Quoted(server.path))));
         } else if (server.isProgram) {
             const std::string program = ReadableUtf8(server.path);
-            own.push_back(steps.Add({{"step", "run"},
-                                     {"program", program},
-                                     {"line", Quoted(server.path) + (removes ? " /UNREGSERVER " : " /REGSERVER ")}}));
+            own.push_back(
+                steps.Add({{"step", "run"},
+                           {"program", program},
+                           {"line", Quoted(server.path) + (removes ? " /UNREGSERVER " : " /REGSERVER ")}}));
         }
         if (server.hasTypeLib) {
-            own.push_back(steps.Ask({{"question", "library"},
-                                     {"file", ReadableUtf8(server.path)},
-                                     {"registers", !removes}}));
+            own.push_back(steps.Ask(
+                {{"question", "library"}, {"file", ReadableUtf8(server.path)}, {"registers", !removes}}));
         }
     }
 
@@ -97,7 +97,8 @@ Json CapturedKeys(const Capture& capture) {
     return keys;
 }
 
-Json CaptureRequest(const std::wstring& server, const std::vector<std::string>& outputs, const Json& preload) {
+Json CaptureRequest(const std::wstring& server, const std::vector<std::string>& outputs,
+                    const Json& preload) {
     Json files = Json::array();
     for (const std::string& output : outputs) {
         files.push_back(ReadableUtf8(WindowsPathOf(output)));
@@ -230,9 +231,9 @@ private:
         std::optional<std::size_t> redirected;
         std::optional<std::size_t> dependencies;
         if (Wants(CheckPart::Result) && server.hasExport) {
-            redirected = steps.Ask(CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array()));
-            dependencies =
-                steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
+            redirected =
+                steps.Ask(CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array()));
+            dependencies = steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
         }
         const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), Wants(CheckPart::Clean));
         Run(steps, Session(true));
@@ -251,9 +252,8 @@ private:
     // What the registrar doesn't say: the HRESULT of the export.
     std::uint32_t ResultOutside() const {
         LiveSteps steps;
-        const std::size_t call = steps.Ask({{"question", "call"},
-                                            {"server", ReadableUtf8(server.path)},
-                                            {"export", "DllRegisterServer"}});
+        const std::size_t call = steps.Ask(
+            {{"question", "call"}, {"server", ReadableUtf8(server.path)}, {"export", "DllRegisterServer"}});
         Run(steps, Session(true));
         const std::vector<Json> answers = Whole(steps, call);
         constexpr std::uint32_t ofWin32 = 0x80070000;
@@ -266,8 +266,8 @@ private:
         constexpr std::string_view verdict =
             ": looked for and not found: the redirected roots are empty there, and the registry has it";
         std::vector<std::wstring> found;
-        const std::string story = ExplainedText(server.bitness == 64 ? "x64" : "x86",
-                                                {"keyRedir", ReadableUtf8(server.path)});
+        const std::string story =
+            ExplainedText(server.bitness == 64 ? "x64" : "x86", {"keyRedir", ReadableUtf8(server.path)});
         for (std::size_t at = 0, end = story.find('\n'); end != std::string::npos;
              at = end + 1, end = story.find('\n', at)) {
             const std::string line = story.substr(at, end - at);
@@ -284,7 +284,9 @@ private:
         facts.hasCreated = true;
         for (const RegObject& object : ModelOf(capture.document).objects) {
             const auto* const one = std::get_if<ClassFacts>(&object.facts);
-            const auto isInProcess = [](const ServerFacts& way) { return EqualFolded(way.kind, L"InprocServer32"); };
+            const auto isInProcess = [](const ServerFacts& way) {
+                return EqualFolded(way.kind, L"InprocServer32");
+            };
             if (one == nullptr) {
                 continue;
             }

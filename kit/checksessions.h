@@ -12,11 +12,11 @@ namespace keyreap {
 
 // The server of a check.
 struct CheckedServer {
-    std::string file;    // as this program opens it
-    std::wstring path;   // of Windows
-    int bitness = 64;    // that of the program which registers it
-    bool hasExport = false; // DllRegisterServer
-    bool isProgram = false; // without that export
+    std::string file;        // as this program opens it
+    std::wstring path;       // of Windows
+    int bitness = 64;        // that of the program which registers it
+    bool hasExport = false;  // DllRegisterServer
+    bool isProgram = false;  // without that export
     bool hasTypeLib = false; // it is a type library, or has one inside
 };
 

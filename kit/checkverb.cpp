@@ -84,9 +84,8 @@ std::string LinesOf(const CheckReport& report) {
 
 CreatedCount CountOf(const std::vector<ClassFact>& classes) {
     const auto count = [&classes](std::optional<std::uint32_t> ClassFact::*result) {
-        return static_cast<std::size_t>(std::ranges::count_if(classes, [result](const ClassFact& one) {
-            return one.*result && !IsFailure(*(one.*result));
-        }));
+        return static_cast<std::size_t>(std::ranges::count_if(
+            classes, [result](const ClassFact& one) { return one.*result && !IsFailure(*(one.*result)); }));
     };
     return {classes.size(), count(&ClassFact::byCapture), count(&ClassFact::byRegistration)};
 }
@@ -139,7 +138,8 @@ void AddCheck(CLI::App& app, int& status) {
     CLI::App* const verb =
         app.add_subcommand("check", "Finds out whether a capture is what its server registers.");
     verb->footer(ListOfRules());
-    verb->add_option("SERVER", words->server, "FILE or FILE=CAPTURED PATH: the server, and where it was captured")
+    verb->add_option("SERVER", words->server,
+                     "FILE or FILE=CAPTURED PATH: the server, and where it was captured")
         ->required();
     verb->add_option("CAPTURE", words->capture, "The .reg file")->required();
     verb->add_option("--parts", words->parts, "What is checked, separated by commas; all without this word")

@@ -25,6 +25,11 @@ bool IsLetter(char byte) {
 
 } // namespace
 
+bool IsThere(const std::string& name) {
+    std::error_code error;
+    return std::filesystem::status(PathOf(name), error).type() != std::filesystem::file_type::not_found;
+}
+
 std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::string& name) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(PathOf(name), error)) {

@@ -9,6 +9,9 @@
 // Files of the machine that the program runs on. Names are UTF-8, or any bytes where the system takes these.
 namespace keyreap {
 
+// True also for what is no file, or can't be looked at.
+bool IsThere(const std::string& name);
+
 // None if the file can't be read.
 std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::string& name);
 

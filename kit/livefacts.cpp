@@ -97,7 +97,8 @@ std::vector<Json> LiveSteps::AnswersOf(std::size_t step) const {
 
 bool LiveSteps::IsDone(std::size_t step) const {
     const std::vector<Json> own = AnswersOf(step);
-    return !own.empty() && (own.back().contains("done") || own.back().contains("status") || own.back().contains("error"));
+    return !own.empty() &&
+           (own.back().contains("done") || own.back().contains("status") || own.back().contains("error"));
 }
 
 std::vector<KeyChange> ChangesIn(const std::vector<Json>& answers) {

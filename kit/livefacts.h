@@ -2,8 +2,9 @@
 
 #include "kit/check/checkfacts.h"
 
-#include <cstddef>
 #include <nlohmann/json.hpp>
+
+#include <cstddef>
 #include <optional>
 #include <vector>
 

@@ -14,7 +14,8 @@ std::filesystem::path PathOf(const std::string& name) {
     return {std::u8string(name.begin(), name.end())};
 }
 
-// Links cost nothing, however large the files are. A file that can't be linked is missing, as in an installation.
+// Links cost nothing, however large the files are. A file that can't be linked is missing, as in an
+// installation.
 void LinkNeighbours(const std::filesystem::path& file, const std::filesystem::path& folder) {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), error)) {

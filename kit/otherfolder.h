@@ -6,8 +6,8 @@
 
 namespace keyreap {
 
-// A folder with a copy of a server's file and everything else that is in its folder, so that a server can be captured
-// as if it were installed elsewhere. Fails with a Refusal.
+// A folder with a copy of a server's file and everything else that is in its folder, so that a server can be
+// captured as if it were installed elsewhere. Fails with a Refusal.
 class OtherFolder {
 public:
     explicit OtherFolder(const std::string& file);
