@@ -10,6 +10,7 @@
 #include "trace/eventtracing.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace keyreap {
@@ -37,6 +38,10 @@ public:
     // registered; false, perhaps with a part of the file, if writing failed. Waits for the input's own code,
     // however long that takes.
     bool Register();
+
+    // The HRESULT of the input's DllRegisterServer in the last Register; none if it wasn't called, or didn't
+    // return. It decides nothing.
+    std::optional<std::int32_t> ReportedResult() const { return reportedResult; }
 
 private:
     struct StartBlock;
@@ -77,6 +82,7 @@ private:
     RegKey hkuKey;
     RegKey hklmKey;
     std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
+    std::optional<std::int32_t> reportedResult;
 };
 
 } // namespace keyreap

@@ -20,6 +20,7 @@ void NativeFileRegister::RegisterTarget() {
     TargetRun run = RunTarget(target, filePath);
     succeeded = run.succeeded;
     serverProcessId = run.serverProcessId;
+    reportedResult = run.reportedResult;
     if (!target.typeLibFile.IsEmpty()) {
         // Deliberate: the type library alone decides. Its failure fails a good server, and its success makes
         // up for a failed one.

@@ -26,9 +26,9 @@ TargetRun CallRegisterExport(const WidePath& file) {
     run.module.Reset(
         LoadLibraryExW(file.ExtendedLengthForm().c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
     if (const auto registerServer = FindEntryPoint<RegisterFunction>(run.module.Get(), registerExport)) {
-        // Deliberate: the HRESULT is ignored, because a server that reports failure still counts as
+        // Deliberate: the HRESULT decides nothing, because a server that reports failure still counts as
         // registered.
-        registerServer();
+        run.reportedResult = registerServer();
         run.succeeded = true;
     }
     return run;

@@ -6,6 +6,7 @@
 #include "platform/os/ownedhandle.h"
 
 #include <cstdint>
+#include <optional>
 
 // What a file is, and how each kind registers itself. Every result is a value; the session stores it.
 namespace keyreap {
@@ -30,7 +31,8 @@ bool IsExecutable(const WidePath& file);
 struct TargetRun {
     OwnedModule module; // still loaded: what it does on unloading is not for the capture
     bool succeeded = false;
-    std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
+    std::uint32_t serverProcessId = 0;               // of the /REGSERVER process, 0 if there was none
+    std::optional<std::int32_t> reportedResult = {}; // what the export returned, if it was called
 };
 
 // Calls the export of a target that has it, else runs a program; does nothing for any other target.
