@@ -1,8 +1,9 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
-# Usage: scripts/live.sh x64|x86 REQUEST.json
-# Asks KeyKitLive of that bitness in a session of its own, in whose registry no class is registered. Its answers are on
-# standard output, and its exit status is the script's. ./keykit has done the set-up.
+# Usage: scripts/live.sh x64|x86 REQUEST.json [--classes] [--requests] [--user NAME] [--computer NAME]
+# Asks KeyKitLive of that bitness in a session of its own. Its answers are on standard output, and its exit status is the
+# script's. No class is registered in the session, but with --classes those of a whole system are. The other options are
+# those of scripts/wine-session.sh. ./keykit has done the set-up.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
@@ -11,5 +12,9 @@ for part in build wine; do
     source "$ROOT/scripts/$part.sh"
 done
 
-exec "$ROOT/scripts/wine-session.sh" --ready --no-display --empty-classes \
+classes=(--empty-classes) options=()
+for word in "${@:3}"; do
+    if [[ $word == --classes ]]; then classes=(); else options+=("$word"); fi
+done
+exec "$ROOT/scripts/wine-session.sh" --ready --no-display "${classes[@]}" "${options[@]}" \
     "$WINE" "$STAGE/bin/$1/KeyKitLive.exe" "Z:${2//\//\\}"

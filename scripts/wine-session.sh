@@ -7,6 +7,8 @@
 # is ended too, and the prefix is cleared.
 #   --empty-classes    the prefix has no registered class (nothing below HKLM\Software\Classes)
 #   --share FOLDER     FOLDER appears as \\server\share
+#   --user NAME        the user has this name, and a profile folder of this name
+#   --computer NAME    the computer has this name; the session fails where the system refuses that
 #   --no-display       windows can not be opened, even if the caller has a display
 #   --requests         C:\windows\keyreap-requests.log records what the programs request of Wine's server, as far as
 #                      a trace needs it; the server runs until the end of the session
@@ -36,15 +38,19 @@ source "$ROOT/scripts/isolation.sh"
 source "$ROOT/scripts/startup.sh"
 # shellcheck source=scripts/host.sh
 source "$ROOT/scripts/host.sh"
+# shellcheck source=scripts/identity.sh
+source "$ROOT/scripts/identity.sh"
 
 given=("$@") INSIDE=no
 [[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
 classes=all share='' requests=no mixed=quiet heaps=usual ready=no output=shown
-observed=no afterwards=()
+observed=no afterwards=() user=$WINE_USER computer=
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
     --share) share=${2:?--share needs a folder} && shift ;;
+    --user) user=${2:?--user needs a name} && shift ;;
+    --computer) computer=${2:?--computer needs a name} && shift ;;
     --no-display) unset DISPLAY WAYLAND_DISPLAY ;;
     --requests) requests=yes ;;
     --host) KEYREAP_HOST=${2?--host needs switches} && shift ;;
@@ -65,8 +71,11 @@ while (($# > 0)); do
 done
 (($# > 0)) || fail "wine-session.sh: no command"
 host_switches "${KEYREAP_HOST-}" >/dev/null
+check_user "$user"
+[[ -z $computer ]] || check_computer "$computer"
 if [[ $INSIDE == no ]]; then
     [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
+    [[ -z $computer ]] || enter_computer "$computer" /bin/bash "$ROOT/scripts/wine-session.sh" "${given[@]}"
     # Starts this script again in the namespace, or returns if there is none.
     enter_namespace /bin/bash "$ROOT/scripts/wine-session.sh" --inside "${given[@]}"
 fi
@@ -94,6 +103,8 @@ for signal in INT TERM HUP QUIT; do
 done
 end_prefix "$PREFIX"
 prepare renew_prefix "$classes" "$share"
+prepare be_user "$user"
+WINE_USER=$user
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
 open_notes "$PREFIX"
