@@ -1,11 +1,13 @@
 #pragma once
 
+#include "kit/liveprogram.h"
+
 #include <string>
 
 namespace keyreap {
 
-// What KeyKitLive of a bitness prints for the request in a file, up to its end. Empty if it can't be started;
+// What KeyKitLive prints in a session for the request in a file, up to its end. Empty if it can't be started;
 // fails with a Refusal if nothing could start it.
-std::string LiveOutput(int bitness, const std::string& request);
+std::string LiveOutput(const LiveSession& session, const std::string& request);
 
 } // namespace keyreap

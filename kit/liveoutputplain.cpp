@@ -17,15 +17,24 @@ std::string Quoted(const std::string& word) {
     return quoted + "'";
 }
 
+// The words after the command, as scripts/live.sh takes them.
+std::string WordsOf(const LiveSession& session, const std::string& request) {
+    std::string words = (session.bitness == 64 ? " x64 " : " x86 ") + Quoted(request);
+    words += session.hasClasses ? " --classes" : "";
+    words += session.isLogged ? " --requests" : "";
+    words += session.user.empty() ? "" : " --user " + Quoted(session.user);
+    words += session.computer.empty() ? "" : " --computer " + Quoted(session.computer);
+    return words;
+}
+
 } // namespace
 
-std::string LiveOutput(int bitness, const std::string& request) {
+std::string LiveOutput(const LiveSession& session, const std::string& request) {
     const char* const command = std::getenv("KEYKIT_LIVE");
     if (command == nullptr) {
-        throw Refusal("--prove: only the command ./keykit can start a Windows program");
+        throw Refusal("only the command ./keykit can start a Windows program");
     }
-    const std::string words =
-        Quoted(command) + (bitness == 64 ? " x64 " : " x86 ") + Quoted(request) + " </dev/null";
+    const std::string words = Quoted(command) + WordsOf(session, request) + " </dev/null";
     std::FILE* const pipe = popen(words.c_str(), "r");
     std::string text;
     std::array<char, 4096> block{};

@@ -71,9 +71,9 @@ OwnedHandle Start(const std::wstring& program, const std::wstring& file, const P
 
 } // namespace
 
-std::string LiveOutput(int bitness, const std::string& request) {
+std::string LiveOutput(const LiveSession& session, const std::string& request) {
     Pipe pipe = NewPipe();
-    const OwnedHandle process = Start(LiveProgram(bitness), WindowsPathOf(request), pipe);
+    const OwnedHandle process = Start(LiveProgram(session.bitness), WindowsPathOf(request), pipe);
     pipe.writing.reset();
     if (process == nullptr) {
         return {};

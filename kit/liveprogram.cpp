@@ -16,9 +16,8 @@ namespace {
 
 using Json = nlohmann::json;
 
-// All answers up to the end of the program.
-std::vector<Json> Answers(int bitness, const std::string& request) {
-    const std::string text = LiveOutput(bitness, request);
+// The answers in a text, each a line; what is no line of an answer isn't one.
+std::vector<Json> AnswersIn(const std::string& text) {
     std::vector<Json> answers;
     for (std::size_t at = 0, end = text.find('\n'); end != std::string::npos;
          at = end + 1, end = text.find('\n', at)) {
@@ -55,30 +54,34 @@ const Json* AnswerFor(const std::vector<Json>& answers, const LiveClass& one) {
     return found == answers.end() ? nullptr : &*found;
 }
 
-// The first answer says that the program runs.
-void CheckStart(const std::vector<Json>& answers, int bitness) {
-    if (answers.empty() || !answers.front().contains("bitness")) {
-        throw Refusal("--prove: KeyKitLive.exe of " + std::to_string(bitness) + " bits" +
-                      " can't be started");
-    }
+void CheckManifest(const std::vector<Json>& answers) {
     if (answers.size() > 1 && answers[1].contains("failure")) {
-        throw Refusal("--prove: " + answers[1].value("failure", std::string()) + " gave error " +
+        throw Refusal(answers[1].value("failure", std::string()) + " gave error " +
                       std::to_string(answers[1].value("error", 0)));
     }
 }
 
 } // namespace
 
-std::vector<CreatedClass> CreateClasses(const CreationRequest& request) {
+std::vector<Json> AnswersOf(const LiveSession& session, const Json& request) {
     const TemporaryFolder folder;
     const std::string file = folder.FileNamed("request.json");
+    if (!WriteWholeFile(file, request.dump())) {
+        throw Refusal(file + ": it can't be written");
+    }
+    std::vector<Json> answers = AnswersIn(LiveOutput(session, file));
+    if (answers.empty() || !answers.front().contains("bitness")) {
+        throw Refusal("KeyKitLive.exe of " + std::to_string(session.bitness) + " bits can't be started");
+    }
+    return answers;
+}
+
+std::vector<CreatedClass> CreateClasses(const CreationRequest& request) {
+    const LiveSession session{.bitness = request.bitness, .hasClasses = false};
     std::vector<CreatedClass> created;
     while (created.size() < request.classes.size()) {
-        if (!WriteWholeFile(file, RequestJson(request, created.size()).dump())) {
-            throw Refusal(file + ": it can't be written");
-        }
-        const std::vector<Json> answers = Answers(request.bitness, file);
-        CheckStart(answers, request.bitness);
+        const std::vector<Json> answers = AnswersOf(session, RequestJson(request, created.size()));
+        CheckManifest(answers);
         bool isRunning = true;
         while (isRunning && created.size() < request.classes.size()) {
             const LiveClass& one = request.classes[created.size()];

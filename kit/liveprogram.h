@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,8 +9,22 @@
 
 // Asks KeyKitLive what needs a live host: the request is a file, and the answers are lines of JSON. On
 // Windows the program is beside this one; on another system the variable KEYKIT_LIVE names the command that
-// starts it, with the words x64 or x86 and the request's file.
+// starts it, with the words x64 or x86, the request's file, and options for the rest of a session.
 namespace keyreap {
+
+// A session in which the program answers one request. On Windows it is this machine itself, whatever this
+// says beside the bitness; elsewhere it is one that nothing outlives.
+struct LiveSession {
+    int bitness = 64;
+    bool hasClasses = true;    // the registry has the classes of a whole system
+    bool isLogged = false;     // a capture can have a trace
+    std::string user = {};     // who the session's user is; empty: the usual one
+    std::string computer = {}; // what the computer is called; empty: as it is
+};
+
+// All answers up to the end of the program; the first one has its bitness. Fails with a Refusal if there is
+// no such program, or if it can't be started.
+std::vector<nlohmann::json> AnswersOf(const LiveSession& session, const nlohmann::json& request);
 
 struct LiveClass {
     std::wstring clsid;

@@ -1,10 +1,9 @@
 #include "kit/live/question.h"
+#include "kit/live/requesttext.h"
 #include "platform/core/text/compare.h"
-#include "platform/core/text/utf8.h"
 
 #include <windows.h>
 
-#include <nlohmann/json.hpp>
 #include <objbase.h>
 
 #include <string>
@@ -15,10 +14,6 @@ namespace keyreap {
 namespace {
 
 using Json = nlohmann::json;
-
-std::wstring TextOf(const Json& json, const char* name) {
-    return UnitsOfUtf8(json.value(name, std::string())).value_or(std::wstring());
-}
 
 // The context of a manifest; none if there is no manifest.
 class ManifestContext {
@@ -111,10 +106,10 @@ HRESULT CreatedInItsApartment(const std::wstring& clsid, const std::wstring& mod
 }
 
 // The servers' folders are searched for the files that they need.
-void AddFolders(const Json& folders) {
+void AddFolders(const std::vector<std::wstring>& folders) {
     std::wstring path;
-    for (const Json& folder : folders) {
-        path += UnitsOfUtf8(folder.get<std::string>()).value_or(std::wstring()) + L';';
+    for (const std::wstring& folder : folders) {
+        path += folder + L';';
     }
     const DWORD size = GetEnvironmentVariableW(L"PATH", nullptr, 0);
     std::wstring own(size, L'\0');
@@ -125,7 +120,7 @@ void AddFolders(const Json& folders) {
 } // namespace
 
 void AnswerCreate(const Json& request) {
-    AddFolders(request.value("folders", Json::array()));
+    AddFolders(TextsOf(request, "folders"));
     const ManifestContext context(TextOf(request, "manifest"));
     if (context.Error() != ERROR_SUCCESS) {
         Answer({{"failure", "CreateActCtxW"}, {"error", context.Error()}});

@@ -1,6 +1,7 @@
 // KeyKitLive: answers what only a live host can, for keykit. Usage: KeyKitLive REQUEST.json. Each answer is a
 // line of JSON on standard output, on which nothing else is: what servers print is discarded. What crashes
 // ends the program, and keeps the lines before it.
+#include "kit/live/crash.h"
 #include "kit/live/question.h"
 
 #include <windows.h>
@@ -9,10 +10,14 @@
 #include <io.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <string_view>
 
 namespace keyreap {
 
@@ -38,11 +43,17 @@ bool TakeOutput() {
                                       reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stdout)))) != FALSE;
 }
 
-// Without a box and without a debugger, which would wait for somebody.
-LONG WINAPI EndAtException(EXCEPTION_POINTERS* exception) {
-    TerminateProcess(GetCurrentProcess(), exception->ExceptionRecord->ExceptionCode);
-    return EXCEPTION_EXECUTE_HANDLER;
-}
+struct Question {
+    std::string_view word;
+    void (*answer)(const nlohmann::json& request);
+};
+
+constexpr std::array<Question, 6> questions{{{"create", AnswerCreate},
+                                             {"steps", AnswerSteps},
+                                             {"capture", AnswerCapture},
+                                             {"call", AnswerCall},
+                                             {"library", AnswerLibrary},
+                                             {"dependencies", AnswerDependencies}}};
 
 nlohmann::json ReadRequest(const wchar_t* file) {
     std::ifstream stream(std::filesystem::path(file), std::ios::binary);
@@ -59,12 +70,20 @@ void Answer(const nlohmann::json& line) {
 
 int AnswerRequest(const wchar_t* file) {
     const nlohmann::json request = ReadRequest(file);
-    if (!request.is_object() || request.value("question", std::string()) != "create") {
+    const std::string word = request.is_object() ? request.value("question", std::string()) : std::string();
+    const auto isOfWord = [&word](const Question& question) { return question.word == word; };
+    const auto found = std::ranges::find_if(questions, isOfWord);
+    if (found == questions.end()) {
         std::fputs("KeyKitLive: there is no such question\n", stderr);
         return statusRefused;
     }
     Answer({{"bitness", 8 * sizeof(void*)}});
-    AnswerCreate(request);
+    try {
+        found->answer(request);
+    } catch (const nlohmann::json::exception& exception) {
+        std::fprintf(stderr, "KeyKitLive: %s\n", exception.what());
+        return statusRefused;
+    }
     return 0;
 }
 

@@ -26,7 +26,7 @@ ARROWS = {
     "show": {"regmodel", "regfile", "text"},
     "capture": {"regmodel", "regfile", "text"},
     "check": {"capture", "regmodel", "text"},
-    "live": {"text"},
+    "live": {"extract", "nativefileregister", "pe", "file", "core", "text", "os"},
     "explain": {
         *("extract", "nativefileregister", "replay", "trace", "hostlogger", "etl", "regmodel", "file", "core", "text", "os")
     },
@@ -203,7 +203,8 @@ CALLED_BY_THE_SYSTEM = {
     ("AppendResourceId", "extract/nativefileregister/typelibstaging.cpp"),
     ("Routine", "platform/core/errorreport/errorreportdialog.cpp"),
     ("OnUnhandledException", "platform/core/unhandledexception.cpp"),
-    ("EndAtException", "kit/live/main.cpp"),
+    ("EndAtException", "kit/live/crash.cpp"),
+    ("NoteModule", "kit/live/loadedmodules.cpp"),
     ("Examine", "tools/selfcheck/dialogcloser.cpp"),
     ("CountEvent", "tools/selfcheck/recording.cpp"),
     ("ContinueAfterBuffer", "tools/selfcheck/recording.cpp"),

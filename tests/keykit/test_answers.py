@@ -33,9 +33,9 @@ def test_a_class_that_is_registered_too_proves_nothing(desk):
 
 
 def test_a_program_that_doesnt_start_is_refused(desk):
-    assert proved(desk, "no answer") == (2, ["keykit: --prove: KeyKitLive.exe of 64 bits can't be started"])
+    assert proved(desk, "no answer") == (2, ["keykit: KeyKitLive.exe of 64 bits can't be started"])
 
 
 def test_a_manifest_that_the_system_doesnt_read_is_refused(desk):
     answer = '{"failure": "CreateActCtxW", "error": 14001}'
-    assert proved(desk, START, answer) == (2, ["keykit: --prove: CreateActCtxW gave error 14001"])
+    assert proved(desk, START, answer) == (2, ["keykit: CreateActCtxW gave error 14001"])

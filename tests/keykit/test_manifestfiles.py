@@ -111,5 +111,5 @@ def test_a_missing_or_damaged_file_is_refused(desk):
 
 def test_a_proof_needs_the_command_that_starts_windows_programs(desk):
     result = manifest(desk, desk.capture(*SERVED), "--prove")
-    assert result.returncode == 2 and result.stderr.startswith(b"keykit: --prove: ")
+    assert result.returncode == 2 and result.stderr.startswith(b"keykit: only the command ")
     assert NAMESPACE[1:-1].encode() in result.stdout, "the manifest is written before"
