@@ -63,8 +63,12 @@ public:
                            {"line", Quoted(server.path) + (removes ? " /UNREGSERVER " : " /REGSERVER ")}}));
         }
         if (server.hasTypeLib) {
-            own.push_back(steps.Ask(
-                {{"question", "library"}, {"file", ReadableUtf8(server.path)}, {"registers", !removes}}));
+            const std::size_t step = steps.Ask(
+                {{"question", "library"}, {"file", ReadableUtf8(server.path)}, {"registers", !removes}});
+            // A server that has removed its library itself leaves nothing to remove.
+            if (!removes || !server.hasExport) {
+                own.push_back(step);
+            }
         }
     }
 

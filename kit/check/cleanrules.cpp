@@ -2,32 +2,11 @@
 #include "kit/check/comparedkey.h"
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
-#include "platform/core/text/compare.h"
-
-#include <algorithm>
-#include <array>
 
 // What unregistering leaves of the server, and takes of others.
 namespace keyreap {
 
 namespace {
-
-// Every server's objects are in these keys, and nobody removes them.
-bool IsContainer(std::wstring_view compared) {
-    constexpr std::wstring_view classes = L"hkey_local_machine\\software\\classes";
-    constexpr std::array<std::wstring_view, 6> names = {
-        L"clsid", L"interface", L"typelib", L"appid", L"component categories", L"wow6432node",
-    };
-    if (!compared.starts_with(classes)) {
-        return false;
-    }
-    const std::wstring_view rest = compared.substr(classes.size());
-    const std::wstring_view name = rest.substr(rest.rfind(L'\\') + 1);
-    constexpr std::wstring_view node = L"\\wow6432node\\";
-    const bool isTop =
-        rest.rfind(L'\\') == 0 || (rest.starts_with(node) && rest.rfind(L'\\') == node.size() - 1);
-    return rest.empty() || (isTop && std::ranges::find(names, name) != names.end());
-}
 
 bool IsOfOthers(const CheckInput& input, const std::wstring& key, const std::optional<std::wstring>& value) {
     return !LibraryThatWrites(key, value.value_or(L"")).empty() || input.IsNoise(key, value);
@@ -46,7 +25,7 @@ void ForEachRemoval(const CheckInput& input, const Visit& visit) {
 void AddLeft(const CheckInput& input, const KeyChange& change, TopmostKeys& topmost, CheckPlaces& found) {
     const std::wstring compared = ComparedKey(change.key, input.facts.bitness);
     const bool isKey =
-        change.isCreated && !IsContainer(compared) && !IsOfOthers(input, change.key, std::nullopt);
+        change.isCreated && !IsContainerOfClasses(compared) && !IsOfOthers(input, change.key, std::nullopt);
     if (isKey) {
         if (topmost.Add(compared)) {
             found.push_back({{}, change.key, std::nullopt, L"is left when the server is unregistered"});
@@ -107,7 +86,7 @@ void FindFailingRemovals(const CheckInput& input, CheckPlaces& found) {
                 {{},
                  {},
                  std::nullopt,
-                 L"the registrar of the system ended with " + std::to_wstring(*registration.removalStatus) +
+                 L"the registrar of the system ended with " + StatusText(*registration.removalStatus) +
                      L" when it unregistered the server in " + std::wstring(RegistryName(registration))});
         }
     });

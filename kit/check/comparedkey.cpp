@@ -68,7 +68,9 @@ std::optional<std::pair<std::wstring, std::wstring>> TextsOf(const RegEntry& cap
 
 std::wstring NamedBySystem(std::wstring text) {
     constexpr std::wstring_view other = L"\\syswow64\\";
+    constexpr std::wstring_view extended = L"\\\\?\\";
     text = FoldedText(std::move(text));
+    text.erase(0, text.starts_with(extended) ? extended.size() : 0);
     for (std::size_t at = text.find(other); at != std::wstring::npos; at = text.find(other)) {
         text.replace(at, other.size(), L"\\system32\\");
     }
@@ -94,6 +96,25 @@ std::wstring ComparedClassesOfUser(std::wstring_view comparedKey) {
     std::wstring compared(comparedKey);
     ReplaceStart(compared, userClasses, machineClasses);
     return compared;
+}
+
+std::wstring ComparedInterfaceOfBothViews(std::wstring_view comparedKey) {
+    std::wstring compared(comparedKey);
+    ReplaceStart(compared, std::wstring(machineClasses) + L"\\wow6432node\\interface",
+                 std::wstring(machineClasses) + L"\\interface");
+    return compared;
+}
+
+bool IsContainerOfClasses(std::wstring_view comparedKey) {
+    constexpr std::array<std::wstring_view, 6> names = {
+        L"\\clsid", L"\\interface", L"\\typelib", L"\\appid", L"\\component categories", L"",
+    };
+    if (!StartsWithKey(comparedKey, machineClasses)) {
+        return false;
+    }
+    std::wstring_view rest = comparedKey.substr(machineClasses.size());
+    rest.remove_prefix(StartsWithKey(rest, node) ? node.size() : 0);
+    return std::ranges::find(names, rest) != names.end();
 }
 
 bool AreSameData(const RegEntry& captured, const ValueData& data) {

@@ -16,12 +16,20 @@ std::wstring ComparedKey(std::wstring_view path, int bitness);
 // The same for an object of a user's classes, which HKEY_CLASSES_ROOT shows too.
 std::wstring ComparedClassesOfUser(std::wstring_view comparedKey);
 
+// The same for an interface in the 32-bit view of the machine's classes. The system's library of type
+// libraries writes an interface into both views, and the redirected roots have one.
+std::wstring ComparedInterfaceOfBothViews(std::wstring_view comparedKey);
+
+// True for the classes themselves and for the keys that have the objects of all servers, which no server
+// removes.
+bool IsContainerOfClasses(std::wstring_view comparedKey);
+
 // True if a capture could have carried the data as they are: it has no form for some types, and ends a text
 // at its first NUL.
 bool AreSameData(const RegEntry& captured, const ValueData& data);
 
-// True if the texts differ at most in how a file is named that was loaded before under another name: by case,
-// or by system32 for syswow64.
+// True if the texts differ at most in how the system names a file: by case, by system32 for syswow64 where it
+// was loaded before, or by \\?\ at the start, under which a library of types is loaded from an image.
 bool MayBeSameFile(const RegEntry& captured, const ValueData& data);
 
 // True if both are GUIDs, which a server may make up whenever it registers.

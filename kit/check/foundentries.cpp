@@ -63,6 +63,10 @@ std::wstring ResultText(std::uint32_t result) {
     return named == names.end() ? text : text + L" (" + std::wstring(named->name) + L')';
 }
 
+std::wstring StatusText(std::uint32_t status) {
+    return IsFailure(status) ? ResultText(status) : std::to_wstring(status);
+}
+
 bool TopmostKeys::Add(const std::wstring& comparedKey) {
     for (std::size_t end = comparedKey.size(); end != std::wstring::npos && end > 0;
          end = comparedKey.rfind(L'\\', end - 1)) {

@@ -15,6 +15,9 @@ std::wstring_view RegistryName(const RegistrationFacts& registration);
 // An HRESULT as people look it up: 0x80004005 (E_FAIL).
 std::wstring ResultText(std::uint32_t result);
 
+// How a registrar ended: a small number, or an HRESULT.
+std::wstring StatusText(std::uint32_t status);
+
 // Keys for one finding each: not for those below one that was found.
 class TopmostKeys {
 public:

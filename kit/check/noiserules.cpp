@@ -148,7 +148,7 @@ void FindRefusalsOfSecondTime(const CheckInput& input, CheckPlaces& found) {
         found.push_back({{},
                          {},
                          std::nullopt,
-                         L"the registrar of the system ended with " + std::to_wstring(*full->secondStatus) +
+                         L"the registrar of the system ended with " + StatusText(*full->secondStatus) +
                              L" when the server was there already"});
     }
 }

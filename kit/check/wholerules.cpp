@@ -2,7 +2,6 @@
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
 #include "platform/core/text/compare.h"
-#include "regmodel/regplace.h"
 
 #include <algorithm>
 #include <set>
@@ -23,10 +22,16 @@ void ForEachRegistration(const CheckInput& input, const Visit& visit) {
     }
 }
 
-// A key that was changed, under the name that the capture can have for it.
+// A key that was changed, under the name that the capture has for it if it has one.
 std::wstring CapturedName(const CheckInput& input, const std::wstring& key) {
-    std::wstring compared = ComparedKey(key, input.facts.bitness);
-    return input.compared.HasAtOrBelow(compared) ? compared : ComparedClassesOfUser(compared);
+    const std::wstring compared = ComparedKey(key, input.facts.bitness);
+    for (const std::wstring& other :
+         {ComparedClassesOfUser(compared), ComparedInterfaceOfBothViews(compared)}) {
+        if (!input.compared.HasAtOrBelow(compared) && input.compared.HasAtOrBelow(other)) {
+            return other;
+        }
+    }
+    return compared;
 }
 
 // A trace drops a control set's keys if they have no values, and takes a key without values for implied by
@@ -186,20 +191,18 @@ void FindFailingRegistrars(const CheckInput& input, CheckPlaces& found) {
             found.push_back({{},
                              {},
                              std::nullopt,
-                             L"the registrar of the system ended with " + std::to_wstring((*one)->status) +
+                             L"the registrar of the system ended with " + StatusText((*one)->status) +
                                  L" in " + std::wstring(RegistryName(**one))});
         }
     }
 }
 
 void FindClassesOfUser(const CheckInput& input, CheckPlaces& found) {
-    constexpr std::wstring_view classes = L"hkey_current_user\\software\\classes\\";
     TopmostKeys topmost;
     for (const auto& [key, section] : input.compared.Sections()) {
-        const RegPlace place = PlaceOf(section.path);
-        const bool isObject =
-            place.names.size() >= (place.names.empty() || !EqualFolded(place.names[0], L"CLSID") ? 1U : 2U);
-        if (key.starts_with(classes) && isObject && topmost.Add(key)) {
+        const std::wstring ofMachine = ComparedClassesOfUser(key);
+        const bool isObject = ofMachine != key && !IsContainerOfClasses(ofMachine);
+        if (isObject && topmost.Add(key)) {
             found.push_back({{},
                              section.path,
                              std::nullopt,
