@@ -1,0 +1,3 @@
+extern "C" __declspec(dllexport) int CheckedHelperStart() {
+    return 1;
+}
