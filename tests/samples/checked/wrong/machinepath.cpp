@@ -26,8 +26,8 @@ std::wstring Expanded(const wchar_t* text) {
 std::wstring NameOfComputer() {
     wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
     DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-    GetComputerNameW(name, &length);
-    return name;
+    // Wine looks the name up below HKEY_LOCAL_MACHINE, which may have been replaced by another key.
+    return GetComputerNameW(name, &length) && length != 0 ? name : Expanded(L"%COMPUTERNAME%");
 }
 
 } // namespace
