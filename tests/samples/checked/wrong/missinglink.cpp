@@ -5,7 +5,8 @@
 
 #include <olectl.h>
 
-extern "C" __declspec(dllimport) int CheckedAbsentStart();
+// Not declared as imported, which would have GNU's linker drop the code that loads the library in 32 bits.
+extern "C" int CheckedAbsentStart();
 
 namespace keyreap::checked {
 

@@ -36,5 +36,9 @@ STDAPI DllUnregisterServer() {
     using namespace keyreap::checked;
     Entries entries(HKEY_CURRENT_USER, L"Software\\Classes\\");
     UnregisterClass(entries, classes[0]);
+    // A user without any class has neither key.
+    Entries parents(HKEY_CURRENT_USER, L"Software\\");
+    parents.RemoveUnlessUsed(L"Classes\\CLSID");
+    parents.RemoveUnlessUsed(L"Classes");
     return entries.Result();
 }

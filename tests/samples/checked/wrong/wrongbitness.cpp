@@ -5,7 +5,8 @@
 
 #include <olectl.h>
 
-extern "C" __declspec(dllimport) int CheckedHelperStart();
+// Not declared as imported, which would have GNU's linker drop the code that loads the library in 32 bits.
+extern "C" int CheckedHelperStart();
 
 namespace keyreap::checked {
 
