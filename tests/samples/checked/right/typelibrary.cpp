@@ -76,10 +76,20 @@ HRESULT RegisterOwnTypeLibrary() {
     return result;
 }
 
+bool IsTypeLibraryRegistered() {
+    HKEY key = nullptr;
+    const std::wstring path = L"TypeLib\\" + TextOf(LIBID_MeterLib) + L"\\1.0";
+    const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status == ERROR_SUCCESS) {
+        RegCloseKey(key);
+    }
+    return status == ERROR_SUCCESS;
+}
+
 HRESULT UnregisterOwnTypeLibrary() {
     constexpr SYSKIND ownSystem = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
-    const HRESULT result = UnRegisterTypeLib(LIBID_MeterLib, 1, 0, LOCALE_NEUTRAL, ownSystem);
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result; // it isn't registered
+    return IsTypeLibraryRegistered() ? UnRegisterTypeLib(LIBID_MeterLib, 1, 0, LOCALE_NEUTRAL, ownSystem)
+                                     : S_OK;
 }
 
 } // namespace
