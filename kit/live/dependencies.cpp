@@ -5,6 +5,7 @@
 #include "pe/peimage.h"
 #include "platform/core/text/compare.h"
 #include "platform/core/text/text.h"
+#include "platform/os/comapartment.h"
 #include "platform/os/file/widepath.h"
 
 #include <windows.h>
@@ -34,8 +35,12 @@ int BitnessOf(const std::wstring& path) {
 class Dependencies {
 public:
     explicit Dependencies(const std::wstring& server) : server(server) {
-        DependencyWalker(server).CollectDependencies(found);
+        // The system's folders are found by an object.
+        const ComApartment apartment;
+        error = DependencyWalker(server).CollectDependencies(found);
     }
+
+    std::uint32_t Error() const { return error; }
 
     void AnswerAll() const {
         AnswerOf(server);
@@ -84,12 +89,18 @@ private:
 
     std::wstring server;
     DependencyList found;
+    std::uint32_t error = 0;
 };
 
 } // namespace
 
 void AnswerDependencies(const Json& request) {
-    Dependencies(TextOf(request, "server")).AnswerAll();
+    const Dependencies dependencies(TextOf(request, "server"));
+    if (dependencies.Error() != 0) {
+        Answer({{"failure", "CollectDependencies"}, {"error", dependencies.Error()}});
+        return;
+    }
+    dependencies.AnswerAll();
 }
 
 } // namespace keyreap

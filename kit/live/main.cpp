@@ -3,6 +3,7 @@
 // ends the program, and keeps the lines before it.
 #include "kit/live/crash.h"
 #include "kit/live/question.h"
+#include "platform/core/filterstack.h"
 
 #include <windows.h>
 
@@ -92,6 +93,7 @@ int AnswerRequest(const wchar_t* file) {
 int wmain(int argc, wchar_t** argv) {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     SetUnhandledExceptionFilter(keyreap::EndAtException);
+    keyreap::KeepStackForFilter();
     if (argc != 2 || !keyreap::TakeOutput()) {
         std::fputs("Usage: KeyKitLive REQUEST.json\n", stderr);
         return keyreap::statusRefused;

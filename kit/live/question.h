@@ -29,7 +29,8 @@ void AnswerCall(const nlohmann::json& request);
 void AnswerLibrary(const nlohmann::json& request);
 
 // dependencies: what the server's file and the files that it depends on import, each DLL that a file wants.
-// Where a DLL is found, it has the bitness of the file that is there. No code runs.
+// Where a DLL is found, it has the bitness of the file that is there. No code runs. A failure of the walk,
+// for which the registry needs the system's classes, is the only answer.
 void AnswerDependencies(const nlohmann::json& request);
 
 } // namespace keyreap
