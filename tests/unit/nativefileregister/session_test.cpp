@@ -128,6 +128,18 @@ TEST_F(SessionTest, NoLoggerIsStartedInModeKeyRedir) {
     EXPECT_THAT(Written(), HasSubstr(serverClass));
 }
 
+TEST_F(SessionTest, ResultIsReportedOfTheExportAlone) {
+    const auto reported = [this](const wchar_t* file) {
+        NativeFileRegister session(WidePath(SystemFile(file)), WidePath(output), CaptureMode::keyRedir,
+                                   tracing);
+        session.Register();
+        return session.ReportedResult();
+    };
+    EXPECT_EQ(reported(L"hlink.dll"), S_OK);
+    EXPECT_EQ(reported(L"missing.dll"), std::nullopt);
+    EXPECT_EQ(reported(L"stdole2.tlb"), std::nullopt);
+}
+
 TEST_F(SessionTest, LoggerRunsWhileTheRootsAreRedirected) {
     EXPECT_TRUE(Capture(CaptureMode::both));
     EXPECT_TRUE(tracing.redirectedAtStart);
