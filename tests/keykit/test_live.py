@@ -196,6 +196,17 @@ def test_a_question_that_isnt_known_is_refused_with_a_status(tmp_path):
     assert taken(tmp_path, 64, ask("dance")) == [[{"status": 2}]]
 
 
+DOCUMENT = "{F5078F32-C551-11D3-89B9-0000F81FE221}"
+
+
+@BITNESSES
+def test_a_class_is_created_once_a_step_has_registered_it(tmp_path, bitness):
+    create = ask("create", classes=[{"clsid": DOCUMENT, "threadingModel": "Both"}])
+    answers = taken(tmp_path, bitness, create, run("regsvr32", "/s", "msxml3.dll"), create)
+    assert answers[0] == [{"clsid": DOCUMENT, "result": 0x80040154, "isRegistered": False}, {"status": 0}]
+    assert answers[2] == [{"clsid": DOCUMENT, "result": 0, "isRegistered": True}, {"status": 0}]
+
+
 # Captures.
 
 
@@ -325,7 +336,10 @@ def seen(folder, *options):
     return variables, (folder / "users").read_text().split(), hives
 
 
-def test_another_user_has_another_profile_and_only_in_that_session(tmp_path):
+@pytest.mark.parametrize("isolation", ["mounts", "copies"])
+def test_another_user_has_another_profile_and_only_in_that_session(tmp_path, monkeypatch, isolation):
+    monkeypatch.setenv("KEYREAP_ISOLATION", isolation)
+    monkeypatch.setenv("KEYREAP_POOL", str(tmp_path / "pool"))
     variables, users, hives = seen(tmp_path, "--user", "Ann.B")
     assert (variables["USERNAME"], variables["USERPROFILE"]) == ("Ann.B", "C:\\users\\Ann.B")
     assert variables["TEMP"].startswith("C:\\users\\Ann.B\\") and variables["APPDATA"].startswith("C:\\users\\Ann.B\\")
