@@ -221,12 +221,16 @@ def test_each_capture_is_written_and_answered(tmp_path, bitness):
     assert '[HKEY_CLASSES_ROOT\\Keyreap.Failing]\r\n@="written before failing"' in documents[0]
 
 
-@pytest.mark.parametrize("mode", ["trace", "both"])
-def test_a_session_with_requests_has_traces(tmp_path, mode):
-    server, output = ROOT / "build" / "samples" / "x64" / "failing.dll", tmp_path / "a.reg"
-    request = {"question": "capture", "server": windows(server), "mode": mode, "outputs": [windows(output)]}
-    assert asked(tmp_path, 64, request, "--classes", "--requests")[0]["succeeded"]
-    assert "Keyreap.Failing" in output.read_bytes().decode("utf-16")
+@BITNESSES
+@pytest.mark.parametrize("mode", ["keyRedir", "trace", "both"])
+def test_a_capture_is_that_of_the_command_in_every_mode(tmp_path, bitness, mode):
+    server = ROOT / "build" / "samples" / ARCHITECTURES[bitness] / "calculator.dll"
+    outputs, expected = [tmp_path / "a.reg", tmp_path / "b.reg"], tmp_path / "expected.reg"
+    subprocess.run([ROOT / "keyreap", "extreg", server, expected, mode], check=True, capture_output=True)
+    request = {"question": "capture", "server": windows(server), "mode": mode, "outputs": list(map(windows, outputs))}
+    answers = asked(tmp_path, bitness, request, "--classes", *["--requests"] * (mode != "keyRedir"))
+    assert [answer["succeeded"] for answer in answers] == [True, True]
+    assert [file.read_bytes() for file in outputs] == [expected.read_bytes()] * 2
 
 
 @BITNESSES
