@@ -26,8 +26,11 @@ struct Names {
     const char* user;
     const char* computer;
 };
-constexpr Names namesHere = {"keyreaphere", "KEYREAPHERE"};
-constexpr Names namesElsewhere = {"keyreapother", "KEYREAPOTHER"};
+constexpr Names namesHere = {"checkinghere", "KEYREAPTHIS"};
+constexpr Names namesElsewhere = {"checkingthere", "KEYREAPTHAT"};
+
+// How long a thread of the server may take that goes on after its registration, in milliseconds.
+constexpr int lingering = 600;
 
 bool Has(std::span<const CheckPart> parts, CheckPart part) {
     return std::ranges::find(parts, part) != parts.end();
@@ -233,10 +236,14 @@ private:
         LiveSteps steps;
         const TemporaryFolder folder;
         std::optional<std::size_t> redirected;
+        std::size_t past = 0;
         std::optional<std::size_t> dependencies;
         if (Wants(CheckPart::Result) && server.hasExport) {
-            redirected =
-                steps.Ask(CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array()));
+            steps.Add({{"step", "snapshot"}});
+            Json request = CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array());
+            request["linger"] = lingering;
+            redirected = steps.Ask(std::move(request));
+            past = steps.Add({{"step", "difference"}});
             dependencies = steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
         }
         const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), Wants(CheckPart::Clean));
@@ -245,6 +252,7 @@ private:
         if (redirected) {
             ResultFacts& result = facts.result.emplace();
             result.redirected = NumberIn(Whole(steps, *redirected), "result");
+            result.past = ChangesIn(Whole(steps, past));
             result.dependencies = DependenciesIn(Whole(steps, *dependencies));
             result.outside = facts.full->status == 0 ? 0 : ResultOutside();
             if (result.redirected && IsFailure(*result.redirected) && !IsFailure(*result.outside)) {

@@ -70,6 +70,9 @@ struct ResultFacts {
     std::optional<std::uint32_t> redirected; // an HRESULT of the export; none without one
     std::optional<std::uint32_t> outside;    // in a full registry
     std::vector<DependencyFact> dependencies;
+    // What changed in the registry itself while the server was registered in the redirected roots, and
+    // shortly after.
+    std::vector<KeyChange> past;
     // Keys and values that were looked for in the redirected roots, and that only the registry has; the last
     // one is the last that was looked for.
     std::vector<std::wstring> lookedFor;

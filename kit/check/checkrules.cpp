@@ -13,17 +13,19 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::array<CheckRule, 22> rules = {{
+constexpr std::array<CheckRule, 24> rules = {{
     {"C101", "an entry that the capture lacks", CheckPart::Whole, FindLackingEntries},
     {"C102", "an entry that only the capture has", CheckPart::Whole, FindEntriesBesides},
     {"C103", "other data than a registration has", CheckPart::Whole, FindOtherData},
     {"C104", "a registration that fails", CheckPart::Whole, FindFailingRegistrars},
     {"C105", "a class of one user alone", CheckPart::Whole, FindClassesOfUser},
+    {"C106", "an entry of the other view", CheckPart::Whole, FindEntriesOfOtherView},
     {"C201", "half a registration", CheckPart::Result, FindFailureOfRedirection},
     {"C202", "a server that reports failure", CheckPart::Result, FindFailureOfServer},
     {"C203", "a server that fails outside of the capture alone", CheckPart::Result, FindFailureOutside},
     {"C204", "a dependency that is nowhere", CheckPart::Result, FindMissingDependencies},
     {"C205", "a dependency of the other bitness", CheckPart::Result, FindForeignDependencies},
+    {"C206", "an entry that is written past the capture", CheckPart::Result, FindEntriesPastCapture},
     {"C301", "a class that the capture alone doesn't make usable", CheckPart::Works,
      FindClassesOfRegistrationAlone},
     {"C302", "a class that can't be created", CheckPart::Works, FindClassesOfNoUse},
@@ -59,10 +61,19 @@ CheckInput::CheckInput(const Capture& capture, const CheckFacts& facts)
     for (const NoiseEntry& entry : noise) {
         foldedNoise.insert({ComparedKey(entry.key, facts.bitness), FoldedValue(entry.value)});
     }
+    if (facts.result) {
+        for (const KeyChange& change : facts.result->past) {
+            pastCapture.insert(ComparedKey(change.key, facts.bitness));
+        }
+    }
 }
 
 bool CheckInput::IsNoise(std::wstring_view key, const std::optional<std::wstring>& value) const {
     return foldedNoise.contains({ComparedKey(key, facts.bitness), FoldedValue(value)});
+}
+
+bool CheckInput::IsPastCapture(std::wstring_view comparedKey) const {
+    return pastCapture.contains(std::wstring(comparedKey));
 }
 
 std::span<const CheckRule> CheckRules() {

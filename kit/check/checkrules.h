@@ -20,13 +20,17 @@ struct CheckInput {
 
     bool IsNoise(std::wstring_view key, const std::optional<std::wstring>& value) const;
 
+    // True for a key that the server wrote past the capture.
+    bool IsPastCapture(std::wstring_view comparedKey) const;
+
     const Capture& capture;
     const CheckFacts& facts;
     ComparedCapture compared;
     std::vector<NoiseEntry> noise;
 
 private:
-    std::set<NoiseEntry> foldedNoise; // with compared keys
+    std::set<NoiseEntry> foldedNoise;   // with compared keys
+    std::set<std::wstring> pastCapture; // compared keys
 };
 
 // The place and the sentence of a finding, without its rule.

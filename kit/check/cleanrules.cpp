@@ -46,14 +46,16 @@ void AddLeft(const CheckInput& input, const KeyChange& change, TopmostKeys& topm
 void AddTaken(const CheckInput& input, const KeyChange& change, TopmostKeys& topmost, CheckPlaces& found) {
     const std::wstring compared = ComparedKey(change.key, input.facts.bitness);
     if (change.isRemoved) {
-        if (!input.compared.HasAtOrBelow(compared) && topmost.Add(compared)) {
+        const bool isServers = input.compared.HasAtOrBelow(compared) || input.IsPastCapture(compared);
+        if (!isServers && topmost.Add(compared)) {
             found.push_back(
                 {{}, change.key, std::nullopt, L"is not the server's, and unregistering takes it"});
         }
         return;
     }
     for (const ValueChange& value : change.values) {
-        if (value.before && !value.after && input.compared.Find(compared, value.name) == nullptr) {
+        if (value.before && !value.after && input.compared.Find(compared, value.name) == nullptr &&
+            !input.IsPastCapture(compared)) {
             found.push_back({{}, change.key, value.name, L"is not the server's, and unregistering takes it"});
         }
     }

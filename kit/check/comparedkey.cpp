@@ -105,6 +105,12 @@ std::wstring ComparedInterfaceOfBothViews(std::wstring_view comparedKey) {
     return compared;
 }
 
+std::wstring ComparedKeyInOwnView(std::wstring_view comparedKey) {
+    std::wstring compared(comparedKey);
+    RemoveNodes(compared);
+    return compared;
+}
+
 bool IsContainerOfClasses(std::wstring_view comparedKey) {
     constexpr std::array<std::wstring_view, 6> names = {
         L"\\clsid", L"\\interface", L"\\typelib", L"\\appid", L"\\component categories", L"",

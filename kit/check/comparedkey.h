@@ -20,6 +20,9 @@ std::wstring ComparedClassesOfUser(std::wstring_view comparedKey);
 // libraries writes an interface into both views, and the redirected roots have one.
 std::wstring ComparedInterfaceOfBothViews(std::wstring_view comparedKey);
 
+// The same key without Wow6432Node: in the view of a 64-bit server itself.
+std::wstring ComparedKeyInOwnView(std::wstring_view comparedKey);
+
 // True for the classes themselves and for the keys that have the objects of all servers, which no server
 // removes.
 bool IsContainerOfClasses(std::wstring_view comparedKey);

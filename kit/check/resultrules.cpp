@@ -1,3 +1,5 @@
+#include "kit/capture/libraryentries.h"
+#include "kit/check/comparedkey.h"
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
 
@@ -114,6 +116,31 @@ void FindForeignDependencies(const CheckInput& input, CheckPlaces& found) {
                              dependency.path + L" is a " + std::to_wstring(dependency.bitness) +
                                  L"-bit file, and the server is of " + std::to_wstring(input.facts.bitness) +
                                  L" bits" + WantedBy(dependency)});
+        }
+    }
+}
+
+void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found) {
+    constexpr std::wstring_view ownKey = L"hkey_current_user\\software\\velmoro";
+    if (!input.facts.result) {
+        return;
+    }
+    for (const KeyChange& change : input.facts.result->past) {
+        const auto add = [&](const std::optional<std::wstring>& value) {
+            if (!ComparedKey(change.key, input.facts.bitness).starts_with(ownKey) &&
+                LibraryThatWrites(change.key, value.value_or(L"")).empty()) {
+                found.push_back({{},
+                                 change.key,
+                                 value,
+                                 L"is written past the redirected roots: by another process, or when "
+                                 L"DllRegisterServer had returned"});
+            }
+        };
+        if (change.isCreated && change.values.empty()) {
+            add(std::nullopt);
+        }
+        for (const ValueChange& value : change.values) {
+            add(value.name);
         }
     }
 }

@@ -11,6 +11,7 @@ void FindEntriesBesides(const CheckInput& input, CheckPlaces& found);
 void FindOtherData(const CheckInput& input, CheckPlaces& found);
 void FindFailingRegistrars(const CheckInput& input, CheckPlaces& found);
 void FindClassesOfUser(const CheckInput& input, CheckPlaces& found);
+void FindEntriesOfOtherView(const CheckInput& input, CheckPlaces& found);
 
 // resultrules.cpp
 void FindFailureOfRedirection(const CheckInput& input, CheckPlaces& found);
@@ -18,6 +19,7 @@ void FindFailureOfServer(const CheckInput& input, CheckPlaces& found);
 void FindFailureOutside(const CheckInput& input, CheckPlaces& found);
 void FindMissingDependencies(const CheckInput& input, CheckPlaces& found);
 void FindForeignDependencies(const CheckInput& input, CheckPlaces& found);
+void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found);
 
 // worksrules.cpp
 void FindClassesOfNoUse(const CheckInput& input, CheckPlaces& found);

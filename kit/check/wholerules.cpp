@@ -132,6 +132,27 @@ void FindLackingEntries(const CheckInput& input, CheckPlaces& found) {
     });
 }
 
+void FindEntriesOfOtherView(const CheckInput& input, CheckPlaces& found) {
+    OncePerPlace once;
+    ForEachRegistration(input, [&](const RegistrationFacts& registration) {
+        for (const KeyChange& change : registration.changes) {
+            const std::wstring compared = CapturedName(input, change.key);
+            const std::wstring inOwnView = ComparedKeyInOwnView(compared);
+            for (const ValueChange& value : change.values) {
+                if (value.after && input.compared.Find(compared, value.name) == nullptr &&
+                    input.compared.Find(inOwnView, value.name) != nullptr &&
+                    once.IsNew(change.key, value.name)) {
+                    found.push_back(
+                        {{},
+                         change.key,
+                         value.name,
+                         L"is in the view of the other bitness, and the capture has it in the server's own"});
+                }
+            }
+        }
+    });
+}
+
 void FindEntriesBesides(const CheckInput& input, CheckPlaces& found) {
     OncePerPlace once;
     ForEachRegistration(input, [&](const RegistrationFacts& registration) {

@@ -62,6 +62,8 @@ void AnswerCapture(const Json& request) {
         }
         Answer(answer);
     }
+    // Threads of the server may go on, and write to the registry itself.
+    Sleep(request.value("linger", 0U));
 }
 
 } // namespace keyreap

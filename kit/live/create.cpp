@@ -86,7 +86,8 @@ HRESULT CreatedInItsApartment(const std::wstring& clsid, const std::wstring& mod
                               const ManifestContext& context) {
     HRESULT result = E_FAIL;
     const auto create = [&] { context.Within([&] { result = Created(clsid); }); };
-    if (!EqualFolded(model, L"Free") && !EqualFolded(model, L"Neutral")) {
+    // Wine knows no neutral apartment, and would create such an object in the main thread.
+    if (!EqualFolded(model, L"Free")) {
         create();
         return result;
     }

@@ -34,6 +34,9 @@ STDAPI DllRegisterServer() {
     if (isDone.exchange(true)) {
         return S_OK;
     }
+    // Stays loaded, as servers do that are linked to a library which can't be unloaded.
+    HMODULE own = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, ownKey, &own);
     Entries entries(HKEY_LOCAL_MACHINE);
     entries.SetText(ownKey, L"Installed", L"yes");
     const HRESULT result = RegisterClasses();
