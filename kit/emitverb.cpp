@@ -1,6 +1,7 @@
 #include "kit/emit/componentnames.h"
 #include "kit/emit/emitwriters.h"
 #include "kit/emit/stableguid.h"
+#include "kit/emitnoise.h"
 #include "kit/hostfiles.h"
 #include "kit/refusal.h"
 #include "kit/verb.h"
@@ -28,6 +29,7 @@ struct EmitWords {
     std::vector<std::string> replacements;
     std::string scope = "machine";
     std::string bitness;
+    std::string noise = "fail";
     std::string output;
     bool isNative = false;
 };
@@ -158,14 +160,25 @@ InstallSettings SettingsOf(const EmitWords& words, const EmitKind& kind) {
     return settings;
 }
 
+NoiseChoice NoiseChoiceOf(const std::string& word) {
+    if (word == "keep") {
+        return NoiseChoice::Keep;
+    }
+    return word == "drop" ? NoiseChoice::Drop : NoiseChoice::Fail;
+}
+
 int Emit(const EmitWords& words) {
     const EmitKind& kind = KindOf(words.kind);
     const Writer& write = WriterOf(kind, words);
     const InstallSettings settings = SettingsOf(words, kind);
-    const std::vector<Capture> captures = ReadCaptures(words.captures);
+    const std::optional<std::vector<Capture>> captures =
+        CapturesToEmit(words.captures, NoiseChoiceOf(words.noise));
+    if (!captures) {
+        return statusRefused;
+    }
     std::vector<EmitNote> notes;
-    const InstallData data = InstallDataOf(captures, settings, notes);
-    WriteResult(words.output, write(data, captures, notes));
+    const InstallData data = InstallDataOf(*captures, settings, notes);
+    WriteResult(words.output, write(data, *captures, notes));
     return SayNotes(notes);
 }
 
@@ -192,6 +205,9 @@ void AddEmit(CLI::App& app, int& status) {
         ->check(CLI::IsMember(std::vector<std::string>{"machine", "user"}));
     verb->add_option("--bitness", words->bitness, "Of type libraries, which have none of their own")
         ->check(CLI::IsMember(std::vector<std::string>{"32", "64"}));
+    verb->add_option("--noise", words->noise,
+                     "What becomes of entries that 'keykit check' found to be a system library's")
+        ->check(CLI::IsMember(std::vector<std::string>{"keep", "drop", "fail"}));
     verb->add_flag("--native", words->isNative,
                    "For wix and wix3: Class, ProgId, TypeLib and Interface where they say the same");
     verb->add_option("-o,--output", words->output, "The file to write, in the place of standard output");

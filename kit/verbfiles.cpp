@@ -41,17 +41,25 @@ void RefuseSameName(std::span<const ServerFile> servers) {
 
 } // namespace
 
-Capture ReadCapture(const std::string& name) {
-    const auto bytes = ReadWholeFile(name);
+std::vector<std::uint8_t> ReadCaptureBytes(const std::string& name) {
+    auto bytes = ReadWholeFile(name);
     if (!bytes) {
         throw Refusal(name + ": the capture can't be read");
     }
-    std::variant<RegDocument, RegReadError> document = ReadRegDocument(*bytes);
+    return std::move(*bytes);
+}
+
+Capture CaptureOf(const std::string& name, std::span<const std::uint8_t> bytes) {
+    std::variant<RegDocument, RegReadError> document = ReadRegDocument(bytes);
     const std::wstring file = UnitsOfUtf8(name).value_or(L"?");
     if (const auto* const error = std::get_if<RegReadError>(&document)) {
         throw Refusal(ReadableUtf8(ErrorText(file, *error)));
     }
     return {file, std::get<RegDocument>(std::move(document))};
+}
+
+Capture ReadCapture(const std::string& name) {
+    return CaptureOf(name, ReadCaptureBytes(name));
 }
 
 std::vector<Capture> ReadCaptures(const std::vector<std::string>& names) {

@@ -4,6 +4,7 @@
 #include "kit/emit/installdata.h"
 #include "kit/serverfile.h"
 
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -13,6 +14,8 @@
 // What verbs do with the files that their words name. Each fails with a Refusal.
 namespace keyreap {
 
+std::vector<std::uint8_t> ReadCaptureBytes(const std::string& name);
+Capture CaptureOf(const std::string& name, std::span<const std::uint8_t> bytes);
 Capture ReadCapture(const std::string& name);
 std::vector<Capture> ReadCaptures(const std::vector<std::string>& names);
 
