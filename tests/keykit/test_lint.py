@@ -4,6 +4,7 @@ import json
 import re
 import struct
 
+import jsonschema
 import pytest
 from conftest import ROOT, keykit
 
@@ -277,6 +278,14 @@ def test_json_has_the_same_findings(desk):
     ]
     sound = lint(desk, desk.capture(*in_process()), "--json")
     assert (sound.returncode, json.loads(sound.stdout)) == (0, [])
+
+
+def test_json_is_as_its_schema_says(desk):
+    checker = jsonschema.Draft202012Validator(json.loads((ROOT / "docs" / "lint.schema.json").read_text()))
+    for _, _, lines, _ in CASES:
+        found = json.loads(lint(desk, desk.capture(*lines), "--json").stdout)
+        assert found and list(checker.iter_errors(found)) == []
+        assert len(list(checker.iter_errors([dict(found[0], rule="C101")]))) == 1
 
 
 def test_a_finding_is_one_line(desk):
