@@ -2,9 +2,9 @@
 #
 #   find_package(Keyreap REQUIRED)         or: include(.../cmake/Keyreap.cmake)
 #   keyreap_capture(<target> [MODE <keyRedir|trace|both>] [OUTPUT <file>] [DEPENDS <file or target>...]
-#                   [ALLOW_FILLERS]
+#                   [ALLOW_FILLERS] [CHECK full | NO_CHECK]
 #                   [EMIT <kind>... PRODUCT <GUID> [SCOPE <machine|user>] [DIRECTORY <kind>=<name>...]
-#                    [REPLACE <kind>=<path>=<name>...]] [MANIFEST] [LINT])
+#                    [REPLACE <kind>=<path>=<name>...] [NOISE <keep|drop>]] [MANIFEST] [LINT])
 #
 # <target> is a DLL or a program of the build. The .reg file is OUTPUT, or <target>.reg in the current build folder; the
 # target's property KEYREAP_REG_FILE contains its path. The file is recreated whenever the server changes, or something
@@ -16,12 +16,18 @@
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
 #
+# keykit, if it is there, checks each capture that is whole in itself: whether it has what the server registers, and whether
+# an import of it brings all of it back. What is found fails the build like a failing capture. `CHECK full` also creates the
+# server's objects, captures it twice, and looks for noise, which is what a library of the system wrote; that takes several
+# sessions. NO_CHECK leaves all of it out. What the check says is in the file server.check.json beside server.reg.
+#
 # keykit makes more of the .reg file, each time that it changes, in files beside it: for the file server.reg
 #
 #   EMIT       parts of installers of these kinds: server.wxs (wix), .wix3.wxs (wix3), .wxi (wixl), .nsh (nsis), .iss
 #              (inno), .installer.reg (reg), .json (json). PRODUCT is the product's own GUID. DIRECTORY is the name that
 #              an installer has for the servers' folder, REPLACE that for another folder of this machine. An entry that
-#              isn't carried fails the build with its name.
+#              isn't carried fails the build with its name. So does noise that `CHECK full` has found, unless NOISE says
+#              that it is kept, or dropped.
 #   MANIFEST   server.classes.manifest, to use the server without registration. What a manifest can't carry is shown.
 #   LINT       server.lint, what is wrong with the registration, which is also shown.
 #
@@ -60,8 +66,8 @@ find_program(
   DOC "The command that makes parts of installers from captures")
 
 function(keyreap_capture target)
-  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS;MANIFEST;LINT" "MODE;OUTPUT;PRODUCT;SCOPE"
-                        "DEPENDS;EMIT;DIRECTORY;REPLACE")
+  cmake_parse_arguments(PARSE_ARGV 1 CAPTURE "ALLOW_FILLERS;NO_CHECK;MANIFEST;LINT"
+                        "MODE;OUTPUT;CHECK;PRODUCT;SCOPE;NOISE" "DEPENDS;EMIT;DIRECTORY;REPLACE")
   if(CAPTURE_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "keyreap_capture(${target}): unknown words ${CAPTURE_UNPARSED_ARGUMENTS}")
   endif()
@@ -76,22 +82,61 @@ function(keyreap_capture target)
   endif()
   cmake_path(ABSOLUTE_PATH CAPTURE_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 
+  keyreap_check_words(${target} ${CAPTURE_OUTPUT})
   set(script ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/KeyreapCapture.cmake)
   add_custom_command(
-    OUTPUT ${CAPTURE_OUTPUT}
+    OUTPUT ${CAPTURE_OUTPUT} ${byproducts}
     COMMAND ${CMAKE_COMMAND} -D COMMAND=${KEYREAP_COMMAND} -D SERVER=$<TARGET_FILE:${target}>
             -D OUTPUT=${CAPTURE_OUTPUT} -D MODE=${CAPTURE_MODE}
-            -D ALLOW_FILLERS=${CAPTURE_ALLOW_FILLERS} -P ${script}
-    DEPENDS ${target} ${CAPTURE_DEPENDS} ${script}
+            -D ALLOW_FILLERS=${CAPTURE_ALLOW_FILLERS} ${checkWords} -P ${script}
+    DEPENDS ${target} ${CAPTURE_DEPENDS} ${script} ${checker}
     COMMENT "Capturing the registration of ${target}"
     VERBATIM)
   add_custom_target(${target}_reg ALL DEPENDS ${CAPTURE_OUTPUT})
   set_target_properties(${target} PROPERTIES KEYREAP_REG_FILE ${CAPTURE_OUTPUT})
 
-  set(ofEmit ${CAPTURE_PRODUCT} ${CAPTURE_SCOPE} ${CAPTURE_DIRECTORY} ${CAPTURE_REPLACE})
+  set(ofEmit ${CAPTURE_PRODUCT} ${CAPTURE_SCOPE} ${CAPTURE_DIRECTORY} ${CAPTURE_REPLACE} ${CAPTURE_NOISE})
   if(CAPTURE_EMIT OR ofEmit OR CAPTURE_MANIFEST OR CAPTURE_LINT)
     keyreap_kit(${target} ${CAPTURE_OUTPUT})
   endif()
+endfunction()
+
+# keyreap_check_words(target reg): if there is to be a check, sets the caller's `checkWords` for the step that captures,
+# `checker` for what it depends on and `byproducts` for what else it makes. Takes the words of keyreap_capture.
+function(keyreap_check_words target reg)
+  set(checkWords "" PARENT_SCOPE)
+  set(checker "" PARENT_SCOPE)
+  set(byproducts "" PARENT_SCOPE)
+  if("CHECK" IN_LIST CAPTURE_KEYWORDS_MISSING_VALUES OR (CAPTURE_CHECK AND NOT CAPTURE_CHECK STREQUAL "full"))
+    message(FATAL_ERROR "keyreap_capture(${target}): CHECK is full, and not '${CAPTURE_CHECK}'")
+  endif()
+  if(CAPTURE_CHECK AND CAPTURE_NO_CHECK)
+    message(FATAL_ERROR "keyreap_capture(${target}): CHECK and NO_CHECK exclude each other")
+  endif()
+  if(CAPTURE_NOISE AND NOT CAPTURE_NOISE MATCHES "^(keep|drop)$")
+    message(FATAL_ERROR "keyreap_capture(${target}): NOISE is keep or drop, and not ${CAPTURE_NOISE}")
+  endif()
+  if(CAPTURE_NOISE AND NOT CAPTURE_CHECK)
+    message(FATAL_ERROR "keyreap_capture(${target}): NOISE needs CHECK full, which looks for noise")
+  endif()
+  if(CAPTURE_CHECK AND NOT KEYKIT_COMMAND)
+    message(FATAL_ERROR "keyreap_capture(${target}): there is no keykit; KEYKIT_COMMAND names one")
+  endif()
+  if(CAPTURE_NO_CHECK OR NOT KEYKIT_COMMAND)
+    return()
+  endif()
+  set(parts whole result fillers)
+  if(CAPTURE_CHECK)
+    set(parts whole result works clean noise same fillers)
+  endif()
+  if(CAPTURE_ALLOW_FILLERS)
+    list(REMOVE_ITEM parts fillers)
+  endif()
+  list(JOIN parts "," parts)
+  set(checkWords -D KEYKIT=${KEYKIT_COMMAND} -D PARTS=${parts} PARENT_SCOPE)
+  set(checker ${KEYKIT_COMMAND} PARENT_SCOPE)
+  string(REGEX REPLACE "\\.[Rr][Ee][Gg]$" "" stem ${reg})
+  set(byproducts BYPRODUCTS ${stem}.check.json PARENT_SCOPE)
 endfunction()
 
 # keyreap_kit(target reg): the rules for what keykit makes of a .reg file. Takes the words of keyreap_capture.
@@ -103,7 +148,7 @@ function(keyreap_kit target reg)
     message(FATAL_ERROR "keyreap_capture(${target}): EMIT needs PRODUCT, the product's own GUID")
   endif()
   if(NOT CAPTURE_EMIT AND ofEmit)
-    message(FATAL_ERROR "keyreap_capture(${target}): PRODUCT, SCOPE, DIRECTORY and REPLACE are for EMIT")
+    message(FATAL_ERROR "keyreap_capture(${target}): PRODUCT, SCOPE, DIRECTORY, REPLACE and NOISE are for EMIT")
   endif()
   set(ending_wix wxs)
   set(ending_wix3 wix3.wxs)
@@ -119,9 +164,12 @@ function(keyreap_kit target reg)
       message(FATAL_ERROR "keyreap_capture(${target}): there is no kind ${kind}")
     endif()
     set(words emit ${kind} ${reg} --product ${CAPTURE_PRODUCT} --server $<TARGET_FILE:${target}>)
-    if(CAPTURE_SCOPE)
-      list(APPEND words --scope ${CAPTURE_SCOPE})
-    endif()
+    foreach(option SCOPE NOISE)
+      if(CAPTURE_${option})
+        string(TOLOWER ${option} word)
+        list(APPEND words --${word} ${CAPTURE_${option}})
+      endif()
+    endforeach()
     foreach(option DIRECTORY REPLACE)
       string(TOLOWER ${option} word)
       foreach(text ${CAPTURE_${option}})
