@@ -26,8 +26,8 @@
 #   EMIT       parts of installers of these kinds: server.wxs (wix), .wix3.wxs (wix3), .wxi (wixl), .nsh (nsis), .iss
 #              (inno), .installer.reg (reg), .json (json). PRODUCT is the product's own GUID. DIRECTORY is the name that
 #              an installer has for the servers' folder, REPLACE that for another folder of this machine. An entry that
-#              isn't carried fails the build with its name. So does noise that `CHECK full` has found, unless NOISE says
-#              that it is kept, or dropped.
+#              isn't carried fails the build with its name. NOISE keeps or drops noise, which otherwise is a finding of
+#              `CHECK full`.
 #   MANIFEST   server.classes.manifest, to use the server without registration. What a manifest can't carry is shown.
 #   LINT       server.lint, what is wrong with the registration, which is also shown.
 #
@@ -133,7 +133,12 @@ function(keyreap_check_words target reg)
     list(REMOVE_ITEM parts fillers)
   endif()
   list(JOIN parts "," parts)
-  set(checkWords -D KEYKIT=${KEYKIT_COMMAND} -D PARTS=${parts} PARENT_SCOPE)
+  set(words -D KEYKIT=${KEYKIT_COMMAND} -D PARTS=${parts})
+  if(CAPTURE_NOISE)
+    # It is decided about, and so no finding.
+    list(APPEND words -D WITHOUT=C501)
+  endif()
+  set(checkWords ${words} PARENT_SCOPE)
   set(checker ${KEYKIT_COMMAND} PARENT_SCOPE)
   string(REGEX REPLACE "\\.[Rr][Ee][Gg]$" "" stem ${reg})
   set(byproducts BYPRODUCTS ${stem}.check.json PARENT_SCOPE)

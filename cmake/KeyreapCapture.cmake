@@ -1,7 +1,7 @@
 # One capture as a step of a build, run by the rule that keyreap_capture makes:
-#   cmake -D COMMAND=... -D SERVER=... -D OUTPUT=... -D MODE=... [-D ALLOW_FILLERS=ON] [-D KEYKIT=... [-D PARTS=...]]
-#         -P KeyreapCapture.cmake
-# KEYKIT then checks the capture: the PARTS, or all of it. OUTPUT gets its name, and the file with what the check says its
+#   cmake -D COMMAND=... -D SERVER=... -D OUTPUT=... -D MODE=... [-D ALLOW_FILLERS=ON] [-D KEYKIT=... -D PARTS=...
+#         [-D WITHOUT=...]] -P KeyreapCapture.cmake
+# KEYKIT then checks PARTS of the capture without a rule. OUTPUT gets its name, and the file with what the check says its
 # place beside it, only if nothing was found.
 cmake_minimum_required(VERSION 3.25)
 
@@ -73,9 +73,9 @@ if(NOT ALLOW_FILLERS)
 endif()
 
 if(KEYKIT)
-  set(words "")
-  if(PARTS)
-    set(words --parts ${PARTS})
+  set(words --parts ${PARTS})
+  if(WITHOUT)
+    list(APPEND words --without ${WITHOUT})
   endif()
   execute_process(COMMAND ${KEYKIT} check ${SERVER} ${part} ${words} RESULT_VARIABLE status OUTPUT_VARIABLE found
                   ERROR_VARIABLE said)

@@ -40,6 +40,7 @@ def test_noise_can_be_kept_or_dropped(tmp_path, word):
     made = project(tmp_path, "keyreap_capture(one CHECK full EMIT wix nsis PRODUCT %s NOISE %s)" % (PRODUCT, word))
     assert made.make().returncode == 0
     assert [line.partition(" --noise ")[2].split()[0] for line in made.asked("kitted")] == [word, word]
+    assert made.asked("checked")[0].endswith(",noise,same,fillers --without C501"), "what is decided is no finding"
 
 
 def test_a_manifest_and_the_findings_are_files_beside_the_capture(tmp_path):
