@@ -16,10 +16,10 @@
 # in a registry of its own. On Windows, where they share the user's, they wait for each other, and the build has
 # to run elevated.
 #
-# keykit, if it is there, checks each capture: whether it has all that the server registers, and whether an import brings
-# all of it back. A finding fails the build like a failing capture. `CHECK full` does all that `keykit check` does, which
-# takes several sessions, and also looks for noise: what a library of the system wrote. NO_CHECK checks nothing. What the
-# check says is in server.check.json beside server.reg.
+# keykit, if it is there, checks each capture: whether it has what the server registers and nothing else, and whether the
+# registration succeeded. A finding fails the build like a failing capture. `CHECK full` does all that `keykit check` does,
+# which takes several sessions, and also looks for noise: what a library of the system wrote. NO_CHECK checks nothing. What
+# the check says is in server.check.json beside server.reg.
 #
 # keykit makes more of the .reg file, each time that it changes, in files beside it: for the file server.reg
 #
