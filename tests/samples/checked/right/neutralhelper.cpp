@@ -27,7 +27,7 @@ std::wstring VersionName() {
     using Function = const wchar_t* (*)();
     const auto function =
         reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(helper, "CheckedVersionName")));
-    const std::wstring name = function == nullptr ? L"" : function();
+    std::wstring name = function == nullptr ? L"" : function();
     FreeLibrary(helper);
     return name;
 }

@@ -25,9 +25,9 @@ constexpr ServedClass classes[] = {
      MakeMeter},
 };
 
-class Meter final : public IMeter, private Counted {
+class MeterObject final : public IMeter, private Counted {
 public:
-    virtual ~Meter() = default;
+    virtual ~MeterObject() = default;
 
     STDMETHODIMP QueryInterface(REFIID wanted, void** found) override {
         const bool isKnown = wanted == IID_IUnknown || wanted == IID_IDispatch || wanted == IID_IMeter;
@@ -61,7 +61,7 @@ public:
 };
 
 IUnknown* MakeMeter(const CLSID&) {
-    return new (std::nothrow) Meter;
+    return new (std::nothrow) MeterObject;
 }
 
 HRESULT RegisterOwnTypeLibrary() {
