@@ -7,6 +7,7 @@
 #include "kit/verb.h"
 #include "kit/verbfiles.h"
 #include "pe/imageheaders.h"
+#include "platform/core/text/compare.h"
 #include "platform/core/text/utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -62,7 +63,10 @@ CheckedServer ServerOf(const std::string& word) {
     const ImageHeaders headers(content ? std::as_bytes(std::span(*content)) : std::span<const std::byte>());
     server.hasExport = headers.Exports("DllRegisterServer");
     server.isProgram = headers.AreThere() && !server.hasExport && !headers.IsDll();
-    server.hasTypeLib = !headers.AreThere() || !file.server.typeLibraries.empty();
+    // A library inside a DLL is the DLL's own affair, also for a capture.
+    const bool hasOwnLibrary =
+        FoldedText(file.server.fileName).ends_with(L".exe") && !file.server.typeLibraries.empty();
+    server.hasTypeLib = !headers.AreThere() || hasOwnLibrary;
     return server;
 }
 

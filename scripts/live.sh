@@ -16,5 +16,6 @@ classes=(--empty-classes) options=()
 for word in "${@:3}"; do
     if [[ $word == --classes ]]; then classes=(); else options+=("$word"); fi
 done
+# Sessions that end at once make Wine's services crash now and then, which they say on the standard error that they inherit.
 exec "$ROOT/scripts/wine-session.sh" --ready --no-display "${classes[@]}" "${options[@]}" \
-    "$WINE" "$STAGE/bin/$1/KeyKitLive.exe" "Z:${2//\//\\}"
+    /bin/sh -c 'exec "$@" 2>/dev/null' sh "$WINE" "$STAGE/bin/$1/KeyKitLive.exe" "Z:${2//\//\\}"

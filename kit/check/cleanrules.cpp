@@ -1,4 +1,3 @@
-#include "kit/capture/libraryentries.h"
 #include "kit/check/comparedkey.h"
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
@@ -9,7 +8,7 @@ namespace keyreap {
 namespace {
 
 bool IsOfOthers(const CheckInput& input, const std::wstring& key, const std::optional<std::wstring>& value) {
-    return !LibraryThatWrites(key, value.value_or(L"")).empty() || input.IsNoise(key, value);
+    return IsOfHost(key, value.value_or(L"")) || input.IsNoise(key, value);
 }
 
 template <typename Visit>

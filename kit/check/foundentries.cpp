@@ -1,5 +1,7 @@
 #include "kit/check/foundentries.h"
 
+#include "kit/capture/libraryentries.h"
+#include "platform/core/text/compare.h"
 #include "platform/core/text/text.h"
 
 #include <algorithm>
@@ -61,6 +63,12 @@ std::wstring ResultText(std::uint32_t result) {
     const auto* const named =
         std::ranges::find_if(names, [result](const NamedResult& one) { return one.result == result; });
     return named == names.end() ? text : text + L" (" + std::wstring(named->name) + L')';
+}
+
+bool IsOfHost(std::wstring_view key, std::wstring_view value) {
+    constexpr std::wstring_view fonts =
+        L"HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts";
+    return StartsWithFolded(key, fonts) || !LibraryThatWrites(key, value).empty();
 }
 
 std::wstring StatusText(std::uint32_t status) {

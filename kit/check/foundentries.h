@@ -15,6 +15,10 @@ std::wstring_view RegistryName(const RegistrationFacts& registration);
 // An HRESULT as people look it up: 0x80004005 (E_FAIL).
 std::wstring ResultText(std::uint32_t result);
 
+// True for what the host or one of its libraries writes for whoever runs, and not a server: what
+// LibraryThatWrites names, and the fonts that Wine notes for a process of another bitness.
+bool IsOfHost(std::wstring_view key, std::wstring_view value);
+
 // How a registrar ended: a small number, or an HRESULT.
 std::wstring StatusText(std::uint32_t status);
 

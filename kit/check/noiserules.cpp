@@ -95,12 +95,14 @@ std::vector<NoiseEntry> NoiseOf(const Capture& capture, const CheckFacts& facts)
         return noise;
     }
     const Witnesses witnesses(capture, facts);
+    const ComparedCapture own(capture.document, facts.bitness);
     for (const RegSection& section : capture.document.sections) {
         if (section.isDeletion || section.isCapturesOwn) {
             continue;
         }
         const std::wstring compared = ComparedKey(section.path, facts.bitness);
-        bool isAllNoise = witnesses.AgreeOnKey(compared);
+        // A key that has only other keys is nobody's entry.
+        bool isAllNoise = own.HasContent(compared) && witnesses.AgreeOnKey(compared);
         const std::size_t first = noise.size();
         for (const RegEntry& entry : section.entries) {
             if (entry.kind != RegEntryKind::Deletion && witnesses.AgreeOnValue(compared, entry)) {

@@ -1,4 +1,3 @@
-#include "kit/capture/libraryentries.h"
 #include "kit/check/comparedkey.h"
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
@@ -128,7 +127,7 @@ void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found) {
     for (const KeyChange& change : input.facts.result->past) {
         const auto add = [&](const std::optional<std::wstring>& value) {
             if (!ComparedKey(change.key, input.facts.bitness).starts_with(ownKey) &&
-                LibraryThatWrites(change.key, value.value_or(L"")).empty()) {
+                !IsOfHost(change.key, value.value_or(L""))) {
                 found.push_back({{},
                                  change.key,
                                  value,

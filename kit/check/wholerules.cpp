@@ -4,6 +4,7 @@
 #include "platform/core/text/compare.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 // Whether the capture is what a registrar of the system makes of the server.
@@ -59,13 +60,14 @@ public:
             return;
         }
         if (!input.compared.HasAtOrBelow(compared)) {
-            if (topmost.Add(compared)) {
+            if (!IsOfHost(change.key, L"") && topmost.Add(compared)) {
                 found.push_back({{}, change.key, std::nullopt, sentence});
             }
             return;
         }
         for (const ValueChange& value : change.values) {
-            if (value.after && input.compared.Find(compared, value.name) == nullptr) {
+            if (value.after && input.compared.Find(compared, value.name) == nullptr &&
+                !IsOfHost(change.key, value.name)) {
                 found.push_back({{}, change.key, value.name, sentence});
             }
         }
@@ -93,6 +95,29 @@ const ValueData* FindValue(const KeyState& state, const std::wstring& name) {
     const auto found = std::ranges::find_if(
         state.values, [&name](const auto& value) { return EqualFolded(value.first, name); });
     return found == state.values.end() ? nullptr : &found->second;
+}
+
+using States = std::map<std::wstring, const KeyState*>; // by compared keys
+
+States StatesByKey(const CheckInput& input, const RegistrationFacts& registration) {
+    States states;
+    for (const KeyState& state : registration.states) {
+        states.insert_or_assign(ComparedKey(state.key, input.facts.bitness), &state);
+    }
+    return states;
+}
+
+// Where a registration set a value that the capture has, but in the view of the other bitness.
+bool IsInOtherView(const CheckInput& input, const States& states, const KeyChange& change,
+                   const std::wstring& value) {
+    const std::wstring compared = CapturedName(input, change.key);
+    if (input.facts.bitness == 64) {
+        return input.compared.Find(compared, value) == nullptr &&
+               input.compared.Find(ComparedKeyInOwnView(compared), value) != nullptr;
+    }
+    const auto state = states.find(compared);
+    return input.compared.Find(compared, value) != nullptr && state != states.end() &&
+           FindValue(*state->second, value) == nullptr;
 }
 
 // Calls visit(section, state) for each key of the capture that sets values or has no keys in it.
@@ -135,12 +160,10 @@ void FindLackingEntries(const CheckInput& input, CheckPlaces& found) {
 void FindEntriesOfOtherView(const CheckInput& input, CheckPlaces& found) {
     OncePerPlace once;
     ForEachRegistration(input, [&](const RegistrationFacts& registration) {
+        const States states = StatesByKey(input, registration);
         for (const KeyChange& change : registration.changes) {
-            const std::wstring compared = CapturedName(input, change.key);
-            const std::wstring inOwnView = ComparedKeyInOwnView(compared);
             for (const ValueChange& value : change.values) {
-                if (value.after && input.compared.Find(compared, value.name) == nullptr &&
-                    input.compared.Find(inOwnView, value.name) != nullptr &&
+                if (value.after && IsInOtherView(input, states, change, value.name) &&
                     once.IsNew(change.key, value.name)) {
                     found.push_back(
                         {{},
