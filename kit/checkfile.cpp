@@ -97,6 +97,17 @@ public:
         return entry;
     }
 
+    WrittenFinding Finding(const Json& json) const {
+        WrittenFinding finding;
+        finding.rule = Units(Member(json, "rule"));
+        finding.sentence = Units(Member(json, "sentence"));
+        finding.key = json.contains("key") ? Units(Member(json, "key")) : std::wstring();
+        if (json.contains("value")) {
+            finding.value = Units(Member(json, "value"));
+        }
+        return finding;
+    }
+
 private:
     const Json& Require(bool isSound, const Json& json) const {
         if (!isSound) {
@@ -107,6 +118,32 @@ private:
 
     const std::string& fileName;
 };
+
+// What the text of a check file of this capture says.
+Json CheckOf(const Reader& reader, std::string_view json, std::string_view digest,
+             const std::string& fileName) {
+    Json check = Json::parse(json, nullptr, false);
+    if (reader.Member(check, "format") != formatNumber) {
+        throw Refusal(fileName + ": it has a format that this version doesn't know; check the capture again");
+    }
+    if (reader.Text(reader.Member(check, "digest")) != digest) {
+        throw Refusal(fileName + ": it is of another capture; check the capture again");
+    }
+    return check;
+}
+
+// The text of the check file beside a capture; none if there is no such file.
+std::optional<std::string> CheckTextOf(const std::string& captureName) {
+    const std::string fileName = CheckFileName(captureName);
+    if (!IsThere(fileName)) {
+        return std::nullopt;
+    }
+    const auto bytes = ReadWholeFile(fileName);
+    if (!bytes) {
+        throw Refusal(fileName + ": the check file can't be read");
+    }
+    return std::string(bytes->begin(), bytes->end());
+}
 
 bool HasNoisePart(const Reader& reader, const Json& parts) {
     return std::ranges::any_of(reader.List(parts), [&reader](const Json& part) {
@@ -150,14 +187,8 @@ std::string CheckJson(const CheckReport& report) {
 
 std::optional<std::vector<NoiseEntry>> NoiseIn(std::string_view json, std::string_view digest,
                                                const std::string& fileName) {
-    const Json check = Json::parse(json, nullptr, false);
     const Reader reader(fileName);
-    if (reader.Member(check, "format") != formatNumber) {
-        throw Refusal(fileName + ": it has a format that this version doesn't know; check the capture again");
-    }
-    if (reader.Text(reader.Member(check, "digest")) != digest) {
-        throw Refusal(fileName + ": it is of another capture; check the capture again");
-    }
+    const Json check = CheckOf(reader, json, digest, fileName);
     const bool isChecked = HasNoisePart(reader, reader.Member(check, "parts"));
     std::vector<NoiseEntry> noise;
     for (const Json& entry : reader.List(reader.Member(check, "noise"))) {
@@ -168,16 +199,26 @@ std::optional<std::vector<NoiseEntry>> NoiseIn(std::string_view json, std::strin
 
 std::optional<std::vector<NoiseEntry>> ReadNoise(const std::string& captureName,
                                                  std::span<const std::uint8_t> captureBytes) {
-    const std::string fileName = CheckFileName(captureName);
-    if (!IsThere(fileName)) {
-        return std::nullopt;
+    const std::optional<std::string> text = CheckTextOf(captureName);
+    return text ? NoiseIn(*text, DigestOf(captureBytes), CheckFileName(captureName)) : std::nullopt;
+}
+
+std::vector<WrittenFinding> CheckFindingsIn(std::string_view json, std::string_view digest,
+                                            const std::string& fileName) {
+    const Reader reader(fileName);
+    const Json check = CheckOf(reader, json, digest, fileName);
+    std::vector<WrittenFinding> findings;
+    for (const Json& finding : reader.List(reader.Member(check, "findings"))) {
+        findings.push_back(reader.Finding(finding));
     }
-    const auto bytes = ReadWholeFile(fileName);
-    if (!bytes) {
-        throw Refusal(fileName + ": the check file can't be read");
-    }
-    return NoiseIn({reinterpret_cast<const char*>(bytes->data()), bytes->size()}, DigestOf(captureBytes),
-                   fileName);
+    return findings;
+}
+
+std::vector<WrittenFinding> ReadCheckFindings(const std::string& captureName,
+                                              std::span<const std::uint8_t> captureBytes) {
+    const std::optional<std::string> text = CheckTextOf(captureName);
+    return text ? CheckFindingsIn(*text, DigestOf(captureBytes), CheckFileName(captureName))
+                : std::vector<WrittenFinding>();
 }
 
 } // namespace keyreap

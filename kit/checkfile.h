@@ -47,4 +47,18 @@ std::optional<std::vector<NoiseEntry>> NoiseIn(std::string_view json, std::strin
 std::optional<std::vector<NoiseEntry>> ReadNoise(const std::string& captureName,
                                                  std::span<const std::uint8_t> captureBytes);
 
+// A finding as the text of a check file has it.
+struct WrittenFinding {
+    std::wstring rule;
+    std::wstring key;                  // empty: the whole capture
+    std::optional<std::wstring> value; // none: the key itself
+    std::wstring sentence;
+};
+
+// The findings in a check file, with the failures of NoiseIn; none without such a file beside the capture.
+std::vector<WrittenFinding> CheckFindingsIn(std::string_view json, std::string_view digest,
+                                            const std::string& fileName);
+std::vector<WrittenFinding> ReadCheckFindings(const std::string& captureName,
+                                              std::span<const std::uint8_t> captureBytes);
+
 } // namespace keyreap

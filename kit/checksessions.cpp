@@ -117,6 +117,20 @@ Json CaptureRequest(const std::wstring& server, const std::vector<std::string>& 
             {"preload", preload}};
 }
 
+constexpr std::wstring_view ofLibrary = L"InprocServer32";
+constexpr std::wstring_view ofProgram = L"LocalServer32";
+
+// How objects of a class are made: in the process if they can be. Null if no server is known.
+const ServerFacts* WayOf(const ClassFacts& facts) {
+    for (const std::wstring_view kind : {ofLibrary, ofProgram}) {
+        const auto isIt = [kind](const ServerFacts& way) { return EqualFolded(way.kind, kind); };
+        if (const auto way = std::ranges::find_if(facts.servers, isIt); way != facts.servers.end()) {
+            return &*way;
+        }
+    }
+    return nullptr;
+}
+
 // An answer's list of names.
 Json ListIn(const std::vector<Json>& answers, const char* name) {
     for (const Json& answer : answers) {
@@ -296,15 +310,11 @@ private:
         facts.hasCreated = true;
         for (const RegObject& object : ModelOf(capture.document).objects) {
             const auto* const one = std::get_if<ClassFacts>(&object.facts);
-            const auto isInProcess = [](const ServerFacts& way) {
-                return EqualFolded(way.kind, L"InprocServer32");
-            };
-            if (one == nullptr) {
-                continue;
-            }
-            const auto way = std::ranges::find_if(one->servers, isInProcess);
-            if (way != one->servers.end()) {
-                classes.push_back({object.id, way->threadingModel});
+            const ServerFacts* const way = one == nullptr ? nullptr : WayOf(*one);
+            if (way != nullptr) {
+                classes.push_back({{"clsid", ReadableUtf8(object.id)},
+                                   {"threadingModel", ReadableUtf8(way->threadingModel)},
+                                   {"isOfProgram", EqualFolded(way->kind, ofProgram)}});
                 facts.classes.push_back({object.id, std::nullopt, std::nullopt});
             }
         }
@@ -323,8 +333,7 @@ private:
             }
             Json list = Json::array();
             for (std::size_t i = first; i < classes.size(); ++i) {
-                list.push_back({{"clsid", ReadableUtf8(classes[i].clsid)},
-                                {"threadingModel", ReadableUtf8(classes[i].threadingModel)}});
+                list.push_back(classes[i]);
             }
             const std::size_t create = steps.Ask({{"question", "create"}, {"classes", list}});
             Run(steps, Session(false));
@@ -338,7 +347,7 @@ private:
         std::size_t next = first;
         for (const Json& answer : answers) {
             if (next < classes.size() && answer.contains("clsid") &&
-                answer["clsid"] == ReadableUtf8(classes[next].clsid)) {
+                answer["clsid"] == classes[next]["clsid"]) {
                 facts.classes[next++].*result = NumberIn({answer}, "result");
             }
         }
@@ -397,7 +406,7 @@ private:
     const std::string& captureFile;
     std::span<const CheckPart> parts;
     CheckFacts facts;
-    std::vector<LiveClass> classes;
+    std::vector<Json> classes; // as a request has them
 };
 
 } // namespace

@@ -106,15 +106,15 @@ void CheckRuleNumbers(const std::vector<std::string>& numbers) {
 int Check(const CheckWords& words) {
     CheckRuleNumbers(words.without);
     const CheckedServer server = ServerOf(words.server);
-    const Capture capture = ReadCapture(words.capture);
-    const auto bytes = ReadWholeFile(words.capture);
+    const std::vector<std::uint8_t> bytes = ReadCaptureBytes(words.capture);
+    const Capture capture = CaptureOf(words.capture, bytes);
     CheckReport report;
     report.parts = PartsOf(words.parts);
     const CheckFacts facts = FactsOf(server, capture, words.capture, report.parts);
     const CheckInput input(capture, facts);
     report.capture = FileNameOf(words.capture);
     report.server = FileNameOf(server.file);
-    report.digest = bytes ? DigestOf(*bytes) : std::string();
+    report.digest = DigestOf(bytes);
     report.findings = FindingsOf(input, report.parts, words.without);
     report.noise = input.noise;
     if (facts.hasCreated) {

@@ -1,3 +1,4 @@
+#include "kit/checkfile.h"
 #include "kit/hostfiles.h"
 #include "kit/lint/lintrules.h"
 #include "kit/show/showpage.h"
@@ -59,9 +60,25 @@ std::vector<PageFinding> FindingsOf(std::span<const Capture> captures) {
     return findings;
 }
 
+// What a check has written beside a capture.
+void AddCheckFindings(std::vector<PageFinding>& findings, const std::string& name,
+                      std::span<const std::uint8_t> bytes, std::size_t capture) {
+    for (WrittenFinding& found : ReadCheckFindings(name, bytes)) {
+        findings.push_back({capture, std::move(found.rule), std::move(found.key), std::move(found.value),
+                            std::move(found.sentence)});
+    }
+}
+
 int Show(const ShowWords& words) {
-    std::vector<Capture> captures = ReadCaptures(words.captures);
-    const std::vector<PageFinding> findings = FindingsOf(captures);
+    std::vector<Capture> captures;
+    std::vector<PageFinding> checked;
+    for (const std::string& name : words.captures) {
+        const std::vector<std::uint8_t> bytes = ReadCaptureBytes(name);
+        AddCheckFindings(checked, name, bytes, captures.size());
+        captures.push_back(CaptureOf(name, bytes));
+    }
+    std::vector<PageFinding> findings = FindingsOf(captures);
+    findings.insert(findings.end(), checked.begin(), checked.end());
     const std::vector<std::wstring> names = NamesOf(words.captures);
     std::vector<PageCapture> shown;
     for (std::size_t i = 0; i < captures.size(); ++i) {

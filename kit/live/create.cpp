@@ -66,13 +66,12 @@ bool IsRegistered(const std::wstring& clsid) {
 }
 
 // Creates the object and releases it.
-HRESULT Created(const std::wstring& clsid) {
+HRESULT Created(const std::wstring& clsid, CLSCTX context) {
     CLSID id{};
     IUnknown* object = nullptr;
     HRESULT result = CLSIDFromString(clsid.c_str(), &id);
     if (SUCCEEDED(result)) {
-        result = CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                  reinterpret_cast<void**>(&object));
+        result = CoCreateInstance(id, nullptr, context, IID_IUnknown, reinterpret_cast<void**>(&object));
     }
     if (object != nullptr) {
         object->Release();
@@ -85,7 +84,7 @@ HRESULT Created(const std::wstring& clsid) {
 HRESULT CreatedInItsApartment(const std::wstring& clsid, const std::wstring& model,
                               const ManifestContext& context) {
     HRESULT result = E_FAIL;
-    const auto create = [&] { context.Within([&] { result = Created(clsid); }); };
+    const auto create = [&] { context.Within([&] { result = Created(clsid, CLSCTX_INPROC_SERVER); }); };
     // Wine knows no neutral apartment, and would create such an object in the main thread.
     if (!EqualFolded(model, L"Free")) {
         create();
@@ -131,7 +130,9 @@ void AnswerCreate(const Json& request) {
     for (const Json& one : request.value("classes", Json::array())) {
         const std::wstring clsid = TextOf(one, "clsid");
         const bool isRegistered = IsRegistered(clsid);
-        const HRESULT result = CreatedInItsApartment(clsid, TextOf(one, "threadingModel"), context);
+        const HRESULT result = one.value("isOfProgram", false)
+                                   ? Created(clsid, CLSCTX_LOCAL_SERVER)
+                                   : CreatedInItsApartment(clsid, TextOf(one, "threadingModel"), context);
         Answer({{"clsid", ReadableUtf8(clsid)},
                 {"result", static_cast<std::uint32_t>(result)},
                 {"isRegistered", isRegistered}});

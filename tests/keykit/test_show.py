@@ -75,6 +75,33 @@ def test_a_capture_is_called_by_its_file(desk):
     assert Page(shown(one, other)).data["captures"] == [str(one), str(other)]
 
 
+def check_file(capture, *findings, digest=None):
+    """The file that a check of the capture leaves beside it."""
+    digest = digest or hashlib.sha1(capture.read_bytes()).hexdigest()
+    report = {"format": 1, "capture": capture.name, "server": "a.dll", "digest": digest, "parts": ["whole"]}
+    report.update(findings=list(findings), noise=[])
+    capture.with_suffix(".check.json").write_text(json.dumps(report))
+
+
+def test_findings_of_a_check_are_in_the_page_of_its_capture(desk):
+    capture = desk.capture("[%s]" % KEY, '@="x"')
+    check_file(capture, {"rule": "C103", "key": KEY, "value": "", "sentence": "has other data"}, {"rule": "C202", "sentence": "fails"})
+    found = [finding for finding in Page(shown(capture)).data["findings"] if finding["rule"].startswith("C")]
+    assert [(finding["capture"], finding["rule"], finding["sentence"]) for finding in found] == [
+        (0, "C103", "has other data"),
+        (0, "C202", "fails"),
+    ]
+    assert (found[0]["path"], found[0]["value"], found[1]["key"]) == (KEY, "", None)
+
+
+def test_a_check_of_another_capture_is_refused(desk):
+    capture = desk.capture("[%s]" % KEY, '@="x"')
+    check_file(capture, digest="0" * 40)
+    result = keykit("show", capture)
+    assert (result.returncode, result.stdout) == (2, b"")
+    assert b"of another capture; check the capture again" in result.stderr
+
+
 def test_each_capture_has_the_findings_that_it_has_alone(desk):
     clsid = "{B29A312E-EB83-43BC-A846-E0C0563B8877}"
     program = ["[%s\\CLSID]" % KEY, '@="%s"' % clsid]

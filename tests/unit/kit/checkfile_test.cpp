@@ -204,5 +204,20 @@ TEST(CheckFile, AnyChangedByteIsReadOrRefused) {
     }
 }
 
+TEST(CheckFindingsIn, AreThoseThatWereWritten) {
+    const std::vector<WrittenFinding> findings = CheckFindingsIn(wholeText, digest, file);
+    ASSERT_EQ(findings.size(), 3U);
+    EXPECT_EQ(findings[0].rule, L"C101");
+    EXPECT_EQ(findings[0].key, L"");
+    EXPECT_EQ(findings[0].value, std::nullopt);
+    EXPECT_EQ(findings[2].key, L"HKEY_CLASSES_ROOT\\a");
+    EXPECT_EQ(findings[2].value, L"");
+    EXPECT_EQ(findings[2].sentence, L"is no value");
+}
+
+TEST(CheckFindingsIn, AnotherCapturesAreRefused) {
+    EXPECT_THROW(CheckFindingsIn(wholeText, "0", file), Refusal);
+}
+
 } // namespace
 } // namespace keyreap
