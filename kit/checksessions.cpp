@@ -69,7 +69,7 @@ public:
             const std::size_t step = steps.Ask(
                 {{"question", "library"}, {"file", ReadableUtf8(server.path)}, {"registers", !removes}});
             // A server that has removed its library itself leaves nothing to remove.
-            if (!removes || !server.hasExport) {
+            if (!removes || (!server.hasExport && !server.isProgram)) {
                 own.push_back(step);
             }
         }
@@ -336,7 +336,8 @@ private:
                 list.push_back(classes[i]);
             }
             const std::size_t create = steps.Ask({{"question", "create"}, {"classes", list}});
-            Run(steps, Session(false));
+            // Between processes nothing works without the system's own classes.
+            Run(steps, Session(server.isProgram));
             first = TakeCreated(Whole(steps, create), first, result);
         }
     }
