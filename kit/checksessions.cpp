@@ -1,8 +1,10 @@
 #include "kit/checksessions.h"
 
+#include "kit/checksteps.h"
 #include "kit/explainer.h"
 #include "kit/hostfiles.h"
 #include "kit/livefacts.h"
+#include "kit/liveoutput.h"
 #include "kit/liveprogram.h"
 #include "kit/otherfolder.h"
 #include "kit/refusal.h"
@@ -40,83 +42,6 @@ void Run(LiveSteps& steps, const LiveSession& session) {
     steps.TakeAnswers(AnswersOf(session, steps.Request()));
 }
 
-Json RunStep(const CheckedServer& server, const std::string& program, const std::string& words) {
-    // The 64-bit folder of the system has the name of the older one.
-    const std::string folder = server.bitness == 64 ? "system32" : "syswow64";
-    const std::string path = "C:\\windows\\" + folder + "\\" + program;
-    return {{"step", "run"}, {"program", path}, {"line", '"' + path + "\" " + words}};
-}
-
-std::string Quoted(const std::wstring& path) {
-    return '"' + ReadableUtf8(path) + '"';
-}
-
-// The steps that register a server or remove its registration, by programs of the system.
-class Registrar {
-public:
-    Registrar(LiveSteps& steps, const CheckedServer& server, bool removes) : steps(steps) {
-        if (server.hasExport) {
-            own.push_back(steps.Add(
-                RunStep(server, "regsvr32.exe", (removes ? "/u /s " : "/s ") + Quoted(server.path))));
-        } else if (server.isProgram) {
-            const std::string program = ReadableUtf8(server.path);
-            own.push_back(
-                steps.Add({{"step", "run"},
-                           {"program", program},
-                           {"line", Quoted(server.path) + (removes ? " /UNREGSERVER " : " /REGSERVER ")}}));
-        }
-        if (server.hasTypeLib) {
-            const std::size_t step = steps.Ask(
-                {{"question", "library"}, {"file", ReadableUtf8(server.path)}, {"registers", !removes}});
-            // A server that has removed its library itself leaves nothing to remove.
-            if (!removes || (!server.hasExport && !server.isProgram)) {
-                own.push_back(step);
-            }
-        }
-    }
-
-    // The first status or result of a failure; 0 if there was none.
-    std::uint32_t Status() const {
-        for (const std::size_t step : own) {
-            const std::vector<Json> answers = steps.AnswersOf(step);
-            for (const char* const name : {"result", "error", "status"}) {
-                const std::uint32_t number = NumberIn(answers, name).value_or(0);
-                if (number != 0) {
-                    return number;
-                }
-            }
-        }
-        return 0;
-    }
-
-private:
-    LiveSteps& steps;
-    std::vector<std::size_t> own;
-};
-
-Json CapturedKeys(const Capture& capture) {
-    Json keys = Json::array();
-    for (const RegSection& section : capture.document.sections) {
-        if (!section.isDeletion && !section.isCapturesOwn) {
-            keys.push_back(ReadableUtf8(section.path));
-        }
-    }
-    return keys;
-}
-
-Json CaptureRequest(const std::wstring& server, const std::vector<std::string>& outputs,
-                    const Json& preload) {
-    Json files = Json::array();
-    for (const std::string& output : outputs) {
-        files.push_back(ReadableUtf8(WindowsPathOf(output)));
-    }
-    return {{"question", "capture"},
-            {"server", ReadableUtf8(server)},
-            {"mode", "keyRedir"},
-            {"outputs", files},
-            {"preload", preload}};
-}
-
 constexpr std::wstring_view ofLibrary = L"InprocServer32";
 constexpr std::wstring_view ofProgram = L"LocalServer32";
 
@@ -152,10 +77,12 @@ public:
     }
 
     CheckFacts Find() {
-        if (Wants(CheckPart::Whole) || Wants(CheckPart::Clean)) {
+        // This machine itself always has its classes.
+        if ((Wants(CheckPart::Whole) || Wants(CheckPart::Clean)) && SessionsAreThrownAway()) {
             FindInEmpty();
         }
-        if (Wants(CheckPart::Whole) || Wants(CheckPart::Clean) || Wants(CheckPart::Result)) {
+        if (Wants(CheckPart::Whole) || Wants(CheckPart::Clean) || Wants(CheckPart::Result) ||
+            (Wants(CheckPart::Noise) && SessionsAreThrownAway())) {
             FindInFull();
         }
         if (Wants(CheckPart::Works)) {
@@ -231,12 +158,24 @@ private:
         return found;
     }
 
-    // The answers of a step. One that didn't come to its end would pass for one without findings.
+    // The answers of a step. One without its end would pass for one without findings.
     std::vector<Json> Whole(const LiveSteps& steps, std::size_t step) const {
-        if (!steps.IsDone(step)) {
+        std::vector<Json> answers = steps.AnswersOf(step);
+        const auto isFailure = [](const Json& answer) { return answer.contains("failure"); };
+        if (!steps.IsDone(step) || std::ranges::any_of(answers, isFailure)) {
             throw Refusal(server.file + ": the session in which it was checked ended too early");
         }
-        return steps.AnswersOf(step);
+        return answers;
+    }
+
+    // The same of a question that the server's own code can keep from being answered.
+    std::vector<Json> Answered(const LiveSteps& steps, std::size_t step, const char* name) const {
+        std::vector<Json> answers = Whole(steps, step);
+        const auto isAnswer = [name](const Json& answer) { return answer.contains(name); };
+        if (std::ranges::none_of(answers, isAnswer)) {
+            throw Refusal(server.file + ": it ended the program that registered it");
+        }
+        return answers;
     }
 
     void FindInEmpty() {
@@ -254,18 +193,19 @@ private:
         std::optional<std::size_t> dependencies;
         if (Wants(CheckPart::Result) && server.hasExport) {
             steps.Add({{"step", "snapshot"}});
-            Json request = CaptureRequest(server.path, {folder.FileNamed("redirected.reg")}, Json::array());
+            Json request = CaptureRequest(server.path, {folder.FileNamed("redirected.reg")});
             request["linger"] = lingering;
             redirected = steps.Ask(std::move(request));
             past = steps.Add({{"step", "difference"}});
             dependencies = steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
         }
-        const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), Wants(CheckPart::Clean));
+        const bool isRemoved = Wants(CheckPart::Clean) || !SessionsAreThrownAway();
+        const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), isRemoved);
         Run(steps, Session(true));
         facts.full = FactsOf(steps, own, true);
         if (redirected) {
             ResultFacts& result = facts.result.emplace();
-            result.redirected = NumberIn(Whole(steps, *redirected), "result");
+            result.redirected = NumberIn(Answered(steps, *redirected, "succeeded"), "result");
             result.past = ChangesIn(Whole(steps, past));
             result.dependencies = DependenciesIn(Whole(steps, *dependencies));
             result.outside = facts.full->status == 0 ? 0 : ResultOutside();
@@ -327,7 +267,8 @@ private:
         for (std::size_t first = 0; first < classes.size();) {
             LiveSteps steps;
             if (isImported) {
-                steps.Add(RunStep(server, "reg.exe", "import " + Quoted(WindowsPathOf(captureFile))));
+                steps.Add(
+                    SystemProgramStep(server, "reg.exe", "import " + QuotedPath(WindowsPathOf(captureFile))));
             } else {
                 const Registrar registrar(steps, server, false);
             }
@@ -336,6 +277,9 @@ private:
                 list.push_back(classes[i]);
             }
             const std::size_t create = steps.Ask({{"question", "create"}, {"classes", list}});
+            if (!SessionsAreThrownAway()) {
+                const Registrar removal(steps, server, true);
+            }
             // Between processes nothing works without the system's own classes.
             Run(steps, Session(server.isProgram));
             first = TakeCreated(Whole(steps, create), first, result);
@@ -371,9 +315,9 @@ private:
         const std::string first = folder.FileNamed("first.reg");
         const std::string second = folder.FileNamed("second.reg");
         LiveSteps steps;
-        const std::size_t twice = steps.Ask(CaptureRequest(server.path, {first, second}, Json::array()));
+        const std::size_t twice = steps.Ask(CaptureRequest(server.path, {first, second}));
         Run(steps, Session(namesHere));
-        const std::vector<Json> answers = Whole(steps, twice);
+        const std::vector<Json> answers = Answered(steps, twice, "succeeded");
         if (Wants(CheckPart::Noise)) {
             facts.witnesses = {Read(first), Read(second), Preloaded(folder, ListIn(answers, "loaded")), {}};
         }
@@ -396,7 +340,7 @@ private:
         const std::wstring path = WindowsPathOf(other.File());
         const std::string file = folder.FileNamed("elsewhere.reg");
         LiveSteps steps;
-        const std::size_t step = steps.Ask(CaptureRequest(path, {file}, Json::array()));
+        const std::size_t step = steps.Ask(CaptureRequest(path, {file}));
         Run(steps, Session(namesElsewhere));
         Whole(steps, step);
         return Place(path, namesElsewhere, Read(file));

@@ -3,6 +3,7 @@
 #include "kit/checkfile.h"
 #include "kit/checksessions.h"
 #include "kit/hostfiles.h"
+#include "kit/liveoutput.h"
 #include "kit/refusal.h"
 #include "kit/verb.h"
 #include "kit/verbfiles.h"
@@ -27,6 +28,7 @@ struct CheckWords {
     std::vector<std::string> parts;
     std::vector<std::string> without;
     bool isJson = false;
+    bool isLive = false;
 };
 
 std::vector<std::string> NamesOfParts() {
@@ -37,11 +39,23 @@ std::vector<std::string> NamesOfParts() {
     return names;
 }
 
-// All of them without a word.
-std::vector<CheckPart> PartsOf(const std::vector<std::string>& words) {
+// Those that capture, or look at the capture alone.
+bool LeavesRegistryAlone(CheckPart part) {
+    return part == CheckPart::Noise || part == CheckPart::Same || part == CheckPart::Fillers;
+}
+
+// Without words all that are possible here.
+std::vector<CheckPart> PartsOf(const CheckWords& words) {
+    const bool mayChange = words.isLive || SessionsAreThrownAway();
     std::vector<CheckPart> parts;
     for (const CheckPartName& part : checkPartNames) {
-        if (words.empty() || std::ranges::find(words, part.name) != words.end()) {
+        const bool isPossible = mayChange || LeavesRegistryAlone(part.part);
+        const bool isNamed = std::ranges::find(words.parts, part.name) != words.parts.end();
+        if (isNamed && !isPossible) {
+            throw Refusal("--parts: " + std::string(part.name) +
+                          " registers the server on this machine itself, which needs --live");
+        }
+        if (isNamed || (words.parts.empty() && isPossible)) {
             parts.push_back(part.part);
         }
     }
@@ -109,7 +123,7 @@ int Check(const CheckWords& words) {
     const std::vector<std::uint8_t> bytes = ReadCaptureBytes(words.capture);
     const Capture capture = CaptureOf(words.capture, bytes);
     CheckReport report;
-    report.parts = PartsOf(words.parts);
+    report.parts = PartsOf(words);
     const CheckFacts facts = FactsOf(server, capture, words.capture, report.parts);
     const CheckInput input(capture, facts);
     report.capture = FileNameOf(words.capture);
@@ -150,6 +164,8 @@ void AddCheck(CLI::App& app, int& status) {
         ->delimiter(',')
         ->check(CLI::IsMember(NamesOfParts()));
     verb->add_option("--without", words->without, "The numbers of rules that are left out")->delimiter(',');
+    verb->add_flag("--live", words->isLive,
+                   "Where sessions can't be thrown away: register the server on this machine itself");
     verb->add_flag("--json", words->isJson, "Writes the report as JSON");
     verb->callback([words, &status] { status = StatusOf([&words] { return Check(*words); }); });
 }

@@ -10,4 +10,7 @@ namespace keyreap {
 // fails with a Refusal if nothing could start it.
 std::string LiveOutput(const LiveSession& session, const std::string& request);
 
+// True if nothing of a session outlives it; false if it is this machine itself.
+bool SessionsAreThrownAway();
+
 } // namespace keyreap
