@@ -144,6 +144,11 @@ private:
 
     RegistrationFacts FactsOf(const LiveSteps& steps, const RegistrationSteps& own, bool hasClasses) const {
         RegistrationFacts found;
+        for (const Registrar* const one : {&own.registrar, own.again ? &*own.again : nullptr}) {
+            if (one != nullptr && !one->IsDone()) {
+                throw EndedEarly();
+            }
+        }
         found.hasClasses = hasClasses;
         found.status = own.registrar.Status();
         found.changes = ChangesIn(Whole(steps, own.changes));
@@ -158,24 +163,22 @@ private:
         return found;
     }
 
+    Refusal EndedEarly() const {
+        return Refusal(server.file + ": the session in which it was checked ended too early");
+    }
+
     // The answers of a step. One without its end would pass for one without findings.
     std::vector<Json> Whole(const LiveSteps& steps, std::size_t step) const {
         std::vector<Json> answers = steps.AnswersOf(step);
         const auto isFailure = [](const Json& answer) { return answer.contains("failure"); };
         if (!steps.IsDone(step) || std::ranges::any_of(answers, isFailure)) {
-            throw Refusal(server.file + ": the session in which it was checked ended too early");
+            throw EndedEarly();
         }
         return answers;
     }
 
-    // The same of a question that the server's own code can keep from being answered.
-    std::vector<Json> Answered(const LiveSteps& steps, std::size_t step, const char* name) const {
-        std::vector<Json> answers = Whole(steps, step);
-        const auto isAnswer = [name](const Json& answer) { return answer.contains(name); };
-        if (std::ranges::none_of(answers, isAnswer)) {
-            throw Refusal(server.file + ": it ended the program that registered it");
-        }
-        return answers;
+    static CallOutcome OutcomeOf(const std::optional<std::uint32_t>& result) {
+        return result ? CallOutcome(*result) : CallOutcome();
     }
 
     void FindInEmpty() {
@@ -205,18 +208,18 @@ private:
         facts.full = FactsOf(steps, own, true);
         if (redirected) {
             ResultFacts& result = facts.result.emplace();
-            result.redirected = NumberIn(Answered(steps, *redirected, "succeeded"), "result");
+            result.redirected = OutcomeOf(NumberIn(Whole(steps, *redirected), "result"));
             result.past = ChangesIn(Whole(steps, past));
             result.dependencies = DependenciesIn(Whole(steps, *dependencies));
-            result.outside = facts.full->status == 0 ? 0 : ResultOutside();
-            if (result.redirected && IsFailure(*result.redirected) && !IsFailure(*result.outside)) {
+            result.outside = facts.full->status == 0 ? CallOutcome(0) : ResultOutside();
+            if (!result.redirected.Succeeds() && result.outside.Succeeds()) {
                 result.lookedFor = LookedFor();
             }
         }
     }
 
     // What the registrar doesn't say: the HRESULT of the export.
-    std::uint32_t ResultOutside() const {
+    CallOutcome ResultOutside() const {
         LiveSteps steps;
         const std::size_t call = steps.Ask(
             {{"question", "call"}, {"server", ReadableUtf8(server.path)}, {"export", "DllRegisterServer"}});
@@ -224,7 +227,7 @@ private:
         const std::vector<Json> answers = Whole(steps, call);
         constexpr std::uint32_t ofWin32 = 0x80070000;
         const auto error = NumberIn(answers, "error");
-        return error ? ofWin32 | *error : NumberIn(answers, "result").value_or(0x80004005);
+        return error ? CallOutcome(ofWin32 | *error) : OutcomeOf(NumberIn(answers, "result"));
     }
 
     // What the server asked the redirected roots for in vain, from the story of a capture.
@@ -258,6 +261,7 @@ private:
                 facts.classes.push_back({object.id, std::nullopt, std::nullopt});
             }
         }
+        hasProgram = std::ranges::any_of(classes, [](const Json& one) { return one["isOfProgram"] == true; });
         Create(&ClassFact::byCapture, true);
         Create(&ClassFact::byRegistration, false);
     }
@@ -266,6 +270,7 @@ private:
     void Create(std::optional<std::uint32_t> ClassFact::*result, bool isImported) {
         for (std::size_t first = 0; first < classes.size();) {
             LiveSteps steps;
+            std::optional<std::size_t> import;
             if (isImported) {
                 steps.Add(
                     SystemProgramStep(server, "reg.exe", "import " + QuotedPath(WindowsPathOf(captureFile))));
@@ -281,7 +286,10 @@ private:
                 const Registrar removal(steps, server, true);
             }
             // Between processes nothing works without the system's own classes.
-            Run(steps, Session(server.isProgram));
+            Run(steps, Session(hasProgram));
+            if (import && NumberIn(Whole(steps, *import), "status") != 0U) {
+                throw Refusal(captureFile + ": reg.exe can't import it");
+            }
             first = TakeCreated(Whole(steps, create), first, result);
         }
     }
@@ -317,9 +325,10 @@ private:
         LiveSteps steps;
         const std::size_t twice = steps.Ask(CaptureRequest(server.path, {first, second}));
         Run(steps, Session(namesHere));
-        const std::vector<Json> answers = Answered(steps, twice, "succeeded");
-        if (Wants(CheckPart::Noise)) {
-            facts.witnesses = {Read(first), Read(second), Preloaded(folder, ListIn(answers, "loaded")), {}};
+        const std::vector<Json> answers = Whole(steps, twice);
+        facts.hasNoSecond = Wants(CheckPart::Noise) && !ReadWholeFile(second);
+        if (Wants(CheckPart::Noise) && !facts.hasNoSecond) {
+            facts.witnesses = {Read(first), Read(second), Preloaded(folder, ListIn(answers, "loaded"))};
         }
         if (Wants(CheckPart::Same)) {
             facts.same = {Place(server.path, namesHere, Read(first)), Elsewhere(folder)};
@@ -352,6 +361,7 @@ private:
     std::span<const CheckPart> parts;
     CheckFacts facts;
     std::vector<Json> classes; // as a request has them
+    bool hasProgram = false;   // among the classes' servers
 };
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "kit/hostfiles.h"
 #include "platform/core/text/utf8.h"
 
+#include <algorithm>
+
 namespace keyreap {
 
 namespace {
@@ -42,6 +44,7 @@ Registrar::Registrar(LiveSteps& steps, const CheckedServer& server, bool removes
         // A server that has removed its library itself leaves nothing to remove.
         if (!removes || (!server.hasExport && !server.isProgram)) {
             own.push_back(step);
+            library = step;
         }
     }
 }
@@ -49,7 +52,7 @@ Registrar::Registrar(LiveSteps& steps, const CheckedServer& server, bool removes
 std::uint32_t Registrar::Status() const {
     for (const std::size_t step : own) {
         const std::vector<Json> answers = steps.AnswersOf(step);
-        if (answers.empty()) {
+        if (step == library && !NumberIn(answers, "result")) {
             return noAnswer;
         }
         for (const char* const name : {"result", "error", "status"}) {
@@ -60,6 +63,10 @@ std::uint32_t Registrar::Status() const {
         }
     }
     return 0;
+}
+
+bool Registrar::IsDone() const {
+    return std::ranges::all_of(own, [this](std::size_t step) { return steps.IsDone(step); });
 }
 
 Json CapturedKeys(const Capture& capture) {

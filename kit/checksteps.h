@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,12 +27,17 @@ class Registrar {
 public:
     Registrar(LiveSteps& steps, const CheckedServer& server, bool removes);
 
-    // The first status or result of a failure; 0 if there was none.
+    // The first status or result of a failure; 0 if there was none. E_UNEXPECTED for a type library that
+    // ended the program which registered it.
     std::uint32_t Status() const;
+
+    // True if all steps have answers.
+    bool IsDone() const;
 
 private:
     LiveSteps& steps;
     std::vector<std::size_t> own;
+    std::optional<std::size_t> library; // the question among them
 };
 
 // The names of the keys that the server may have registered.

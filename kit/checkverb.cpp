@@ -44,18 +44,30 @@ bool LeavesRegistryAlone(CheckPart part) {
     return part == CheckPart::Noise || part == CheckPart::Same || part == CheckPart::Fillers;
 }
 
-// Without words all that are possible here.
-std::vector<CheckPart> PartsOf(const CheckWords& words) {
-    const bool mayChange = words.isLive || SessionsAreThrownAway();
+// Why a part of this server's check is left out; empty if it isn't.
+std::string ReasonAgainst(CheckPart part, const CheckedServer& server, bool isLive) {
+    if (!isLive && !SessionsAreThrownAway() && !LeavesRegistryAlone(part)) {
+        return "it registers the server on this machine itself, which needs --live";
+    }
+    if (part == CheckPart::Result && !server.hasExport) {
+        return "only DllRegisterServer has a result";
+    }
+    if ((part == CheckPart::Noise || part == CheckPart::Same) && server.isProgram) {
+        return "a program's own process can't be redirected";
+    }
+    return {};
+}
+
+// Those that are named, or all without a word, as far as they are possible here. The others have a line.
+std::vector<CheckPart> PartsOf(const CheckWords& words, const CheckedServer& server) {
     std::vector<CheckPart> parts;
     for (const CheckPartName& part : checkPartNames) {
-        const bool isPossible = mayChange || LeavesRegistryAlone(part.part);
-        const bool isNamed = std::ranges::find(words.parts, part.name) != words.parts.end();
-        if (isNamed && !isPossible) {
-            throw Refusal("--parts: " + std::string(part.name) +
-                          " registers the server on this machine itself, which needs --live");
-        }
-        if (isNamed || (words.parts.empty() && isPossible)) {
+        const bool isWanted =
+            words.parts.empty() || std::ranges::find(words.parts, part.name) != words.parts.end();
+        const std::string reason = isWanted ? ReasonAgainst(part.part, server, words.isLive) : std::string();
+        if (!reason.empty()) {
+            Say(std::string(part.name) + " isn't checked: " + reason);
+        } else if (isWanted) {
             parts.push_back(part.part);
         }
     }
@@ -81,6 +93,9 @@ CheckedServer ServerOf(const std::string& word) {
     const bool hasOwnLibrary =
         FoldedText(file.server.fileName).ends_with(L".exe") && !file.server.typeLibraries.empty();
     server.hasTypeLib = !headers.AreThere() || hasOwnLibrary;
+    if (!server.hasExport && !server.isProgram && !server.hasTypeLib) {
+        throw Refusal(word + ": it has no DllRegisterServer, and is neither a program nor a type library");
+    }
     return server;
 }
 
@@ -123,7 +138,7 @@ int Check(const CheckWords& words) {
     const std::vector<std::uint8_t> bytes = ReadCaptureBytes(words.capture);
     const Capture capture = CaptureOf(words.capture, bytes);
     CheckReport report;
-    report.parts = PartsOf(words);
+    report.parts = PartsOf(words, server);
     const CheckFacts facts = FactsOf(server, capture, words.capture, report.parts);
     const CheckInput input(capture, facts);
     report.capture = FileNameOf(words.capture);

@@ -3,6 +3,7 @@
 #include "platform/core/text/utf8.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,7 +27,8 @@ bool FlagIn(const Json& json, const char* name) {
 
 std::optional<std::uint32_t> NumberIn(const Json& json, const char* name) {
     const auto found = json.find(name);
-    const bool isNumber = found != json.end() && found->is_number_unsigned();
+    const bool isNumber = found != json.end() && found->is_number_unsigned() &&
+                          found->get<std::uint64_t>() <= std::numeric_limits<std::uint32_t>::max();
     return isNumber ? std::optional(found->get<std::uint32_t>()) : std::nullopt;
 }
 

@@ -27,7 +27,7 @@ public:
     // The answers of a step, in order.
     std::vector<nlohmann::json> AnswersOf(std::size_t step) const;
 
-    // True if the step came to its end.
+    // True if the step has its last answer.
     bool IsDone(std::size_t step) const;
 
 private:

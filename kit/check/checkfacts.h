@@ -66,9 +66,19 @@ struct DependencyFact {
     std::wstring importer;  // the file that names it
 };
 
+// How a call of DllRegisterServer ended.
+struct CallOutcome {
+    CallOutcome() = default;
+    CallOutcome(std::uint32_t result) : result(result) {}
+
+    bool Succeeds() const { return result && !IsFailure(*result); }
+
+    std::optional<std::uint32_t> result; // an HRESULT; none if the call ended the process
+};
+
 struct ResultFacts {
-    std::optional<std::uint32_t> redirected; // an HRESULT of the export; none without one
-    std::optional<std::uint32_t> outside;    // in a full registry
+    CallOutcome redirected;
+    CallOutcome outside; // in a full registry
     std::vector<DependencyFact> dependencies;
     // What changed in the registry itself while the server was registered in the redirected roots, and
     // shortly after.
@@ -89,7 +99,6 @@ struct WitnessFacts {
     RegDocument first;     // in a process of its own
     RegDocument second;    // in that process again
     RegDocument preloaded; // in one that had loaded the system's libraries of the first one before
-    std::optional<std::uint32_t> secondResult; // an HRESULT
 };
 
 // Two captures by redirection, and where and for whom they were made.
@@ -114,6 +123,7 @@ struct CheckFacts {
     std::vector<ClassFact> classes;
     bool hasCreated = false; // the classes were created
     std::optional<WitnessFacts> witnesses;
+    bool hasNoSecond = false; // a second capture in the same process failed
     std::optional<SameFacts> same;
 };
 

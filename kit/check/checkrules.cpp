@@ -13,13 +13,14 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::array<CheckRule, 24> rules = {{
+constexpr std::array<CheckRule, 25> rules = {{
     {"C101", "an entry that the capture lacks", CheckPart::Whole, FindLackingEntries},
     {"C102", "an entry that only the capture has", CheckPart::Whole, FindEntriesBesides},
     {"C103", "other data than a registration has", CheckPart::Whole, FindOtherData},
     {"C104", "a registration that fails", CheckPart::Whole, FindFailingRegistrars},
     {"C105", "a class of one user alone", CheckPart::Whole, FindClassesOfUser},
     {"C106", "an entry of the other view", CheckPart::Whole, FindEntriesOfOtherView},
+    {"C107", "an entry of others that registering takes", CheckPart::Whole, FindRemovalsByRegistration},
     {"C201", "half a registration", CheckPart::Result, FindFailureOfRedirection},
     {"C202", "a server that reports failure", CheckPart::Result, FindFailureOfServer},
     {"C203", "a server that fails outside of the capture alone", CheckPart::Result, FindFailureOutside},
@@ -49,9 +50,7 @@ std::optional<std::wstring> FoldedValue(const std::optional<std::wstring>& value
     return value ? std::optional(FoldedName(*value)) : std::nullopt;
 }
 
-bool IsSamePlace(const CheckFinding& left, const CheckFinding& right) {
-    return std::tie(left.key, left.value, left.sentence) == std::tie(right.key, right.value, right.sentence);
-}
+using FindingPlace = std::tuple<std::wstring, std::optional<std::wstring>, std::wstring>;
 
 } // namespace
 
@@ -90,12 +89,10 @@ std::vector<CheckFinding> FindingsOf(const CheckInput& input, std::span<const Ch
         }
         CheckPlaces found;
         rule.find(input, found);
-        const std::size_t first = all.size();
+        std::set<FindingPlace> places;
         for (CheckFinding& finding : found) {
             finding.rule = rule.number;
-            const auto begin = all.begin() + static_cast<std::ptrdiff_t>(first);
-            if (std::none_of(begin, all.end(),
-                             [&](const CheckFinding& other) { return IsSamePlace(other, finding); })) {
+            if (places.insert({finding.key, finding.value, finding.sentence}).second) {
                 all.push_back(std::move(finding));
             }
         }

@@ -2,6 +2,9 @@
 #include "kit/check/foundentries.h"
 #include "kit/check/ruletable.h"
 
+#include <algorithm>
+#include <set>
+
 // What unregistering leaves of the server, and takes of others.
 namespace keyreap {
 
@@ -42,22 +45,39 @@ void AddLeft(const CheckInput& input, const KeyChange& change, TopmostKeys& topm
     }
 }
 
+// What was in the registry before is the server's only if the capture has it just so.
+bool IsServers(const CheckInput& input, const std::wstring& compared, const ValueChange& value) {
+    const RegEntry* const entry = input.compared.Find(compared, value.name);
+    return input.IsPastCapture(compared) ||
+           (entry != nullptr && (AreSameData(*entry, *value.before) || MayBeSameFile(*entry, *value.before)));
+}
+
 void AddTaken(const CheckInput& input, const KeyChange& change, TopmostKeys& topmost, CheckPlaces& found) {
+    constexpr std::wstring_view sentence = L"is not the server's, and unregistering takes it";
     const std::wstring compared = ComparedKey(change.key, input.facts.bitness);
-    if (change.isRemoved) {
-        const bool isServers = input.compared.HasAtOrBelow(compared) || input.IsPastCapture(compared);
-        if (!isServers && topmost.Add(compared)) {
-            found.push_back(
-                {{}, change.key, std::nullopt, L"is not the server's, and unregistering takes it"});
+    const bool isServers = input.compared.HasAtOrBelow(compared) || input.IsPastCapture(compared);
+    if (change.isRemoved && !isServers) {
+        if (topmost.Add(compared)) {
+            found.push_back({{}, change.key, std::nullopt, std::wstring(sentence)});
         }
         return;
     }
     for (const ValueChange& value : change.values) {
-        if (value.before && !value.after && input.compared.Find(compared, value.name) == nullptr &&
-            !input.IsPastCapture(compared)) {
-            found.push_back({{}, change.key, value.name, L"is not the server's, and unregistering takes it"});
+        if (value.before && !value.after && !IsServers(input, compared, value)) {
+            found.push_back({{}, change.key, value.name, std::wstring(sentence)});
         }
     }
+}
+
+std::set<std::wstring> RemovedByRegistration(const RegistrationFacts& registration) {
+    std::set<std::wstring> keys;
+    for (const KeyChange& change : registration.changes) {
+        const auto isGone = [](const ValueChange& value) { return value.before && !value.after; };
+        if (change.isRemoved || std::ranges::any_of(change.values, isGone)) {
+            keys.insert(change.key);
+        }
+    }
+    return keys;
 }
 
 } // namespace
@@ -74,8 +94,12 @@ void FindWhatIsLeft(const CheckInput& input, CheckPlaces& found) {
 void FindWhatIsTaken(const CheckInput& input, CheckPlaces& found) {
     TopmostKeys topmost;
     ForEachRemoval(input, [&](const RegistrationFacts& registration) {
+        const std::set<std::wstring> earlier = RemovedByRegistration(registration);
         for (const KeyChange& change : registration.changesAfterRemoval) {
-            AddTaken(input, change, topmost, found);
+            // C107 names it.
+            if (!earlier.contains(change.key)) {
+                AddTaken(input, change, topmost, found);
+            }
         }
     });
 }

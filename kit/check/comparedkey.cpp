@@ -16,12 +16,9 @@ constexpr std::wstring_view machineClasses = L"hkey_local_machine\\software\\cla
 constexpr std::wstring_view userClasses = L"hkey_current_user\\software\\classes";
 constexpr std::wstring_view node = L"\\wow6432node";
 
-// REG_SZ, REG_EXPAND_SZ, REG_BINARY, REG_DWORD and REG_MULTI_SZ of winnt.h.
+// REG_SZ and REG_EXPAND_SZ of winnt.h.
 constexpr std::uint32_t typeText = 1;
 constexpr std::uint32_t typeExpandable = 2;
-constexpr std::uint32_t typeBinary = 3;
-constexpr std::uint32_t typeNumber = 4;
-constexpr std::uint32_t typeList = 7;
 
 bool StartsWithKey(std::wstring_view path, std::wstring_view key) {
     return path.starts_with(key) && (path.size() == key.size() || path[key.size()] == L'\\');
@@ -46,10 +43,6 @@ void RemoveNodes(std::wstring& path) {
 
 bool IsText(std::uint32_t type) {
     return type == typeText || type == typeExpandable;
-}
-
-bool HasFormInCaptures(std::uint32_t type) {
-    return IsText(type) || type == typeBinary || type == typeNumber || type == typeList;
 }
 
 std::wstring TextUpToNul(const std::vector<std::uint8_t>& data) {
@@ -124,7 +117,8 @@ bool IsContainerOfClasses(std::wstring_view comparedKey) {
 }
 
 bool AreSameData(const RegEntry& captured, const ValueData& data) {
-    if (captured.kind != RegEntryKind::Value || IsFiller(captured) || !HasFormInCaptures(data.type)) {
+    // Of a type without a form of its own, a capture has another kind of entry.
+    if (captured.kind != RegEntryKind::Value || IsFiller(captured)) {
         return true;
     }
     if (captured.type != data.type) {

@@ -27,8 +27,8 @@ std::wstring ComparedKeyInOwnView(std::wstring_view comparedKey);
 // removes.
 bool IsContainerOfClasses(std::wstring_view comparedKey);
 
-// True if a capture could have carried the data as they are: it has no form for some types, and ends a text
-// at its first NUL.
+// True if the capture has the data as far as it can: it ends a text at its first NUL, and has an entry that
+// is no value in the place of a type without a form of its own.
 bool AreSameData(const RegEntry& captured, const ValueData& data);
 
 // True if the texts differ at most in how the system names a file: by case, by system32 for syswow64 where it

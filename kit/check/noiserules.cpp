@@ -129,6 +129,9 @@ void FindNoise(const CheckInput& input, CheckPlaces& found) {
 }
 
 void FindOncePerProcess(const CheckInput& input, CheckPlaces& found) {
+    if (input.facts.hasNoSecond) {
+        found.push_back({{}, {}, std::nullopt, L"the server can't register a second time in a process"});
+    }
     if (!input.facts.witnesses) {
         return;
     }

@@ -9,16 +9,8 @@ namespace keyreap {
 
 namespace {
 
-bool Fails(const std::optional<std::uint32_t>& result) {
-    return result && IsFailure(*result);
-}
-
-bool Succeeds(const std::optional<std::uint32_t>& result) {
-    return result && !IsFailure(*result);
-}
-
 bool FailsAnywhere(const ResultFacts& facts) {
-    return Fails(facts.redirected) || Fails(facts.outside);
+    return !facts.redirected.Succeeds() || !facts.outside.Succeeds();
 }
 
 bool IsForeign(const DependencyFact& dependency, int bitness) {
@@ -30,8 +22,13 @@ bool IsMissing(const DependencyFact& dependency) {
 }
 
 std::wstring Both(const ResultFacts& facts) {
-    return L"DllRegisterServer gives " + ResultText(*facts.redirected) +
-           L" while the roots are redirected, and " + ResultText(*facts.outside) + L" in a full registry";
+    const auto text = [](const CallOutcome& outcome, std::wstring_view gives) {
+        return outcome.result ? std::wstring(gives) + ResultText(*outcome.result) : L"ends the process";
+    };
+    const bool isSame = facts.redirected.result && facts.outside.result;
+    return L"DllRegisterServer " + text(facts.redirected, L"gives ") +
+           L" while the roots are redirected, and " + text(facts.outside, isSame ? L"" : L"gives ") +
+           L" in a full registry";
 }
 
 std::wstring CauseInRegistry(const ResultFacts& facts) {
@@ -63,7 +60,7 @@ std::wstring WantedBy(const DependencyFact& dependency) {
 
 void FindFailureOfRedirection(const CheckInput& input, CheckPlaces& found) {
     const auto& facts = input.facts.result;
-    if (facts && Fails(facts->redirected) && Succeeds(facts->outside)) {
+    if (facts && !facts->redirected.Succeeds() && facts->outside.Succeeds()) {
         found.push_back(
             {{},
              {},
@@ -74,19 +71,15 @@ void FindFailureOfRedirection(const CheckInput& input, CheckPlaces& found) {
 
 void FindFailureOfServer(const CheckInput& input, CheckPlaces& found) {
     const auto& facts = input.facts.result;
-    if (facts && Fails(facts->redirected) && Fails(facts->outside)) {
+    if (facts && !facts->redirected.Succeeds() && !facts->outside.Succeeds()) {
         found.push_back({{}, {}, std::nullopt, Both(*facts) + CauseOfFailure(input)});
     }
 }
 
 void FindFailureOutside(const CheckInput& input, CheckPlaces& found) {
     const auto& facts = input.facts.result;
-    if (facts && !Fails(facts->redirected) && Fails(facts->outside)) {
-        found.push_back({{},
-                         {},
-                         std::nullopt,
-                         L"DllRegisterServer gives " + ResultText(*facts->outside) +
-                             L" in a full registry, and succeeds while the roots are redirected"});
+    if (facts && facts->redirected.Succeeds() && !facts->outside.Succeeds()) {
+        found.push_back({{}, {}, std::nullopt, Both(*facts)});
     }
 }
 

@@ -11,6 +11,7 @@ void FindEntriesBesides(const CheckInput& input, CheckPlaces& found);
 void FindOtherData(const CheckInput& input, CheckPlaces& found);
 void FindFailingRegistrars(const CheckInput& input, CheckPlaces& found);
 void FindClassesOfUser(const CheckInput& input, CheckPlaces& found);
+void FindRemovalsByRegistration(const CheckInput& input, CheckPlaces& found);
 void FindEntriesOfOtherView(const CheckInput& input, CheckPlaces& found);
 
 // resultrules.cpp

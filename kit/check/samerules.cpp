@@ -20,12 +20,15 @@ public:
     std::wstring Of(const RegEntry& entry) {
         std::wstring all;
         for (const std::wstring& text : TextsOf(entry)) {
-            all += FoldedText(TextOfPieces(paths.Replaced(text), [](const Piece& piece) {
-                return piece.kind == PieceKind::Literal ? piece.text : std::wstring(L"\1");
-            }));
-            all += L'\0';
+            all += Of(text) + L'\0';
         }
         return all;
+    }
+
+    std::wstring Of(const std::wstring& text) {
+        return FoldedText(TextOfPieces(paths.Replaced(text), [](const Piece& piece) {
+            return piece.kind == PieceKind::Literal ? piece.text : std::wstring(L"\1");
+        }));
     }
 
     bool HasPath(const RegEntry& entry) const { return paths.AreIn(entry.data); }
@@ -70,9 +73,9 @@ public:
 
     // Calls visit(section, value) for each key and value that one of them lacks.
     template <typename Visit>
-    void ForEachMissing(const Visit& visit) const {
-        ForEachMissing(here, elsewhere, visit);
-        ForEachMissing(elsewhere, here, visit);
+    void ForEachMissing(const Visit& visit) {
+        ForEachMissing({here, textsHere}, {elsewhere, textsElsewhere}, visit);
+        ForEachMissing({elsewhere, textsElsewhere}, {here, textsHere}, visit);
     }
 
     // True if one has a name of its machine where the other has its own.
@@ -83,19 +86,35 @@ public:
     const SameFacts& facts;
 
 private:
+    struct Side {
+        const ComparedCapture& capture;
+        Texts& texts;
+    };
+
     template <typename Visit>
-    static void ForEachMissing(const ComparedCapture& one, const ComparedCapture& other, const Visit& visit) {
-        for (const auto& [compared, section] : one.Sections()) {
-            if (!other.HasAtOrBelow(compared)) {
+    static void ForEachMissing(const Side& one, const Side& other, const Visit& visit) {
+        for (const auto& [compared, section] : one.capture.Sections()) {
+            if (!other.capture.HasAtOrBelow(compared)) {
                 visit(section, std::optional<std::wstring>());
                 continue;
             }
             for (const auto& [name, entry] : section.entries) {
-                if (other.Find(compared, name) == nullptr) {
+                if (other.capture.Find(compared, name) == nullptr &&
+                    !HasNameWithPath(one, other, compared, name)) {
                     visit(section, std::optional(entry->name));
                 }
             }
         }
+    }
+
+    // A value may have the server's path in its name.
+    static bool HasNameWithPath(const Side& one, const Side& other, const std::wstring& compared,
+                                const std::wstring& name) {
+        const ComparedSection* const section = other.capture.Find(compared);
+        const std::wstring marked = one.texts.Of(name);
+        return section != nullptr && marked != name &&
+               std::ranges::any_of(section->entries,
+                                   [&](const auto& entry) { return other.texts.Of(entry.first) == marked; });
     }
 
     bool Differ(const RegEntry& left, const RegEntry& right) {

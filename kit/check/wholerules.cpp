@@ -145,6 +145,28 @@ private:
 
 } // namespace
 
+namespace {
+
+const ValueData* FindRegistered(const CheckInput& input, const std::optional<RegistrationFacts>& registration,
+                                const std::wstring& compared, const std::wstring& name) {
+    if (!registration) {
+        return nullptr;
+    }
+    const States states = StatesByKey(input, *registration);
+    const auto state = states.find(compared);
+    return state == states.end() ? nullptr : FindValue(*state->second, name);
+}
+
+// A GUID that differs between two registrations, too: the server makes one up whenever it registers.
+bool IsMadeUp(const CheckInput& input, const std::wstring& compared, const RegEntry& entry) {
+    const ValueData* const empty = FindRegistered(input, input.facts.empty, compared, entry.name);
+    const ValueData* const full = FindRegistered(input, input.facts.full, compared, entry.name);
+    return empty != nullptr && full != nullptr && empty->data != full->data && AreGuids(entry, *empty) &&
+           AreGuids(entry, *full);
+}
+
+} // namespace
+
 void FindLackingEntries(const CheckInput& input, CheckPlaces& found) {
     CheckPlaces all;
     ForEachRegistration(input, [&](const RegistrationFacts& registration) {
@@ -211,7 +233,8 @@ void FindOtherData(const CheckInput& input, CheckPlaces& found) {
                 for (const auto& [name, entry] : section.entries) {
                     const ValueData* const data = FindValue(state, entry->name);
                     const bool isExplained = data == nullptr || AreSameData(*entry, *data) ||
-                                             MayBeSameFile(*entry, *data) || AreGuids(*entry, *data) ||
+                                             MayBeSameFile(*entry, *data) ||
+                                             IsMadeUp(input, compared, *entry) ||
                                              // A server that looks before it writes leaves what it finds.
                                              !set.contains({compared, name});
                     if (!isExplained && once.IsNew(section.path, entry->name)) {
@@ -226,11 +249,28 @@ void FindOtherData(const CheckInput& input, CheckPlaces& found) {
     });
 }
 
+void FindRemovalsByRegistration(const CheckInput& input, CheckPlaces& found) {
+    TopmostKeys topmost;
+    ForEachRegistration(input, [&](const RegistrationFacts& registration) {
+        for (const KeyChange& change : registration.changes) {
+            if (change.isRemoved && topmost.Add(ComparedKey(change.key, input.facts.bitness))) {
+                found.push_back(
+                    {{}, change.key, std::nullopt, L"was there, and the registration removes it"});
+            }
+            for (const ValueChange& value : change.values) {
+                if (!change.isRemoved && value.before && !value.after) {
+                    found.push_back(
+                        {{}, change.key, value.name, L"was there, and the registration removes it"});
+                }
+            }
+        }
+    });
+}
+
 void FindFailingRegistrars(const CheckInput& input, CheckPlaces& found) {
     for (const auto* const one : {&input.facts.empty, &input.facts.full}) {
         // The rules of results say why the export fails in a full registry.
-        const bool isExplained =
-            one == &input.facts.full && input.facts.result && input.facts.result->outside;
+        const bool isExplained = one == &input.facts.full && input.facts.result;
         if (*one && (*one)->status != 0 && !isExplained) {
             found.push_back({{},
                              {},

@@ -82,5 +82,22 @@ TEST(CleanRules, NothingIsSaidWhereTheServerWasNotRegistered) {
     EXPECT_THAT(Found(Server(), facts), ElementsAre(L"C104"));
 }
 
+TEST(CleanRules, WhatWasThereBeforeIsTheServersOnlyWithItsData) {
+    const RegDocument capture = DocumentOf({L"[HKEY_CLASSES_ROOT\\.ini]", L"@=\"a\"", L"\"n\"=\"b\""});
+    KeyChange removed = RemovedKey(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini");
+    removed.values = {{L"", TextData(L"inifile"), std::nullopt},
+                      {L"n", TextData(L"b"), std::nullopt},
+                      {L"o", TextData(L"c"), std::nullopt}};
+    EXPECT_THAT(Found(capture, Removed({removed})),
+                ElementsAre(L"C402 HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini \"\"",
+                            L"C402 HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini \"o\""));
+}
+
+TEST(CleanRules, WhatTheRegistrationTakesIsNotBlamedOnItsRemoval) {
+    CheckFacts facts = Removed({RemovedKey(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini")});
+    facts.empty->changes = facts.empty->changesAfterRemoval;
+    EXPECT_THAT(Found(Server(), facts), ElementsAre(L"C107 HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini"));
+}
+
 } // namespace
 } // namespace keyreap

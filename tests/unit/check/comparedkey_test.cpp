@@ -48,8 +48,9 @@ TEST(AreSameData, TheTypeCountsToo) {
     EXPECT_FALSE(AreSameData(EntryOf(L"@=dword:00000001"), NumberData(2)));
 }
 
-TEST(AreSameData, DataWithoutAFormInCapturesAreNotCompared) {
-    EXPECT_TRUE(AreSameData(EntryOf(L"@=\"a\""), {11, {1, 2, 3, 4, 5, 6, 7, 8}}));
+TEST(AreSameData, AnEntryThatIsNoValueIsNotCompared) {
+    EXPECT_TRUE(AreSameData(EntryOf(L"@="), {11, {1, 2, 3, 4, 5, 6, 7, 8}}));
+    EXPECT_FALSE(AreSameData(EntryOf(L"@=\"a\""), {11, {1, 2, 3, 4, 5, 6, 7, 8}}));
 }
 
 TEST(MayBeSameFile, SystemFoldersOfBothBitnessesAreOne) {

@@ -17,7 +17,7 @@ constexpr std::wstring_view value = L"\"n\"=\"b\"";
 CheckFacts Seen(RegDocument first, RegDocument second, RegDocument preloaded) {
     CheckFacts facts;
     facts.server = L"Z:\\bin\\server.dll";
-    facts.witnesses = WitnessFacts{std::move(first), std::move(second), std::move(preloaded), {}};
+    facts.witnesses = WitnessFacts{std::move(first), std::move(second), std::move(preloaded)};
     return facts;
 }
 

@@ -75,6 +75,24 @@ TEST(ResultRules, FailureOutsideAloneIsAnotherRule) {
     EXPECT_THAT(Found(Empty(), Reported(0, fails)), ElementsAre(L"C203"));
 }
 
+TEST(ResultRules, ACallThatEndsTheProcessIsAFailureToo) {
+    CheckFacts facts = Reported(0, 0);
+    facts.result->redirected = CallOutcome();
+    EXPECT_THAT(Found(Empty(), facts), ElementsAre(L"C201"));
+    EXPECT_EQ(Sentences(Empty(), facts)
+                  .front()
+                  .find(L"DllRegisterServer ends the process while the roots are redirected, and "
+                        L"gives 0x00000000 (S_OK) in a full registry"),
+              0U);
+}
+
+TEST(ResultRules, WhatIsWrittenPastTheCaptureIsNamed) {
+    CheckFacts facts = Reported(0, 0);
+    facts.result->past = {CreatedKey(L"HKEY_LOCAL_MACHINE\\Software\\x", {NewValue(L"n", L"b")}),
+                          CreatedKey(L"HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink")};
+    EXPECT_THAT(Found(Empty(), facts), ElementsAre(L"C206 HKEY_LOCAL_MACHINE\\Software\\x \"n\""));
+}
+
 TEST(WorksRules, AClassIsOfOneRuleByWhatRegistrationMakesOfIt) {
     CheckFacts facts;
     facts.classes = {{L"{a}", 0, 0},

@@ -47,5 +47,11 @@ TEST(SameRules, AValueOfOneCaptureAloneIsAnotherRule) {
                 ElementsAre(L"C603 HKEY_CLASSES_ROOT\\A.B \"a\"", L"C603 HKEY_CLASSES_ROOT\\A.B \"c\""));
 }
 
+TEST(SameRules, TheServersPathMayBeTheNameOfAValue) {
+    EXPECT_THAT(Differences(L"\"Z:\\\\bin\\\\server.dll\"=dword:00000001",
+                            L"\"Z:\\\\other\\\\server.dll\"=dword:00000001"),
+                IsEmpty());
+}
+
 } // namespace
 } // namespace keyreap

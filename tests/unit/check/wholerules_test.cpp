@@ -80,6 +80,37 @@ TEST(WholeRules, OtherDataAreAFindingOnlyIfTheRegistrationSetThem) {
     EXPECT_THAT(Found(capture, Registered({}, states)), IsEmpty());
 }
 
+TEST(WholeRules, AGuidIsMadeUpOnlyIfEachRegistrationHasAnother) {
+    constexpr std::wstring_view captured = L"{B29A312E-EB83-43BC-A846-E0C0563B8877}";
+    constexpr std::wstring_view one = L"{B29A312E-EB83-43BC-A846-E0C0563B8878}";
+    constexpr std::wstring_view other = L"{B29A312E-EB83-43BC-A846-E0C0563B8879}";
+    const RegDocument capture =
+        DocumentOf({L"[HKEY_CLASSES_ROOT\\a]", L"@=\"" + std::wstring(captured) + L'"'});
+    const auto registered = [&](std::wstring_view guid) {
+        return *Registered({CreatedKey(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\a", {NewValue(L"", guid)})},
+                           {State(L"HKEY_CLASSES_ROOT\\a", {{L"", TextData(guid)}})})
+                    .empty;
+    };
+    CheckFacts facts;
+    facts.empty = registered(one);
+    facts.full = registered(one);
+    EXPECT_THAT(Found(capture, facts), ElementsAre(L"C103 HKEY_CLASSES_ROOT\\a \"\""));
+    facts.full = registered(other);
+    EXPECT_THAT(Found(capture, facts), IsEmpty());
+}
+
+TEST(WholeRules, WhatARegistrationTakesIsAFinding) {
+    EXPECT_THAT(
+        Found(
+            DocumentOf({L"[HKEY_CLASSES_ROOT\\a]", L"@=\"b\""}),
+            Registered(
+                {RemovedKey(L"HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini"),
+                 {L"HKEY_LOCAL_MACHINE\\Software\\x", false, false, {{L"n", TextData(L"b"), std::nullopt}}}},
+                {State(L"HKEY_CLASSES_ROOT\\a", {{L"", TextData(L"b")}})})),
+        ElementsAre(L"C107 HKEY_LOCAL_MACHINE\\Software\\Classes\\.ini",
+                    L"C107 HKEY_LOCAL_MACHINE\\Software\\x \"n\""));
+}
+
 TEST(WholeRules, AFailingRegistrarIsTheOnlyFindingOfItsRegistry) {
     CheckFacts facts = Registered({CreatedKey(L"HKEY_LOCAL_MACHINE\\Software\\x")}, {});
     facts.empty->status = 5;
