@@ -183,7 +183,8 @@ EXPLAINED = {
 
 NAMES = sorted([*RIGHT, *WRONG, *CAPTURED_RIGHT])
 # Of 32 bits every third one, from the third on: those are among them for which the bitness matters.
-SAMPLE = {64: NAMES, 32: NAMES if os.environ.get("KEYREAP_SAMPLE") == "1" else NAMES[2::3]}
+WHOLE = os.environ.get("KEYREAP_SAMPLE") == "1"
+SAMPLE = {64: NAMES, 32: NAMES if WHOLE else NAMES[2::3]}
 SERVERS = [(bitness, name) for bitness, names in SAMPLE.items() for name in names]
 
 

@@ -24,6 +24,7 @@ from checkedservers import (
     SERVERS,
     SOURCES,
     TRACED_RENAMED,
+    WHOLE,
     WRONG,
     server_of,
 )
@@ -203,14 +204,16 @@ def test_each_cause_is_named_by_one_rule_alone(place, reports):
         assert unfound_without(rule, reports) == expected, rule
 
 
-# A rule with the first server whose cause it names.
+# A rule with the first server whose cause it names, and the rules whose part is checked alone with them: all of them in a
+# whole run, otherwise one of each part.
 NAMED = {wrong.rule: (64, name) for name, wrong in sorted(WRONG.items(), reverse=True)}
+ALONE = sorted(NAMED if WHOLE else {rule[1]: rule for rule in sorted(NAMED)}.values())
 
 
 @pytest.fixture(scope="module")
 def quick_reports(place, captures):
-    """Of each rule a check of its part alone, with the rule and without it."""
-    words = [(rule, without) for rule in NAMED for without in ((), ("--without", rule))]
+    """Of each rule a check of its part alone without the rule, and of some also with it."""
+    words = [(rule, ("--without", rule)) for rule in NAMED] + [(rule, ()) for rule in ALONE]
 
     def report(item):
         rule, without = item
@@ -219,7 +222,7 @@ def quick_reports(place, captures):
     return at_once(report, words)
 
 
-@pytest.mark.parametrize("rule", sorted(NAMED))
+@pytest.mark.parametrize("rule", ALONE)
 def test_a_part_alone_has_the_lines_of_its_rules(reports, quick_reports, rule):
     report = quick_reports[rule, ()]
     assert lines_of(report) == [line for line in lines_of(reports[NAMED[rule]]) if rule_of(line)[1] == rule[1]]
