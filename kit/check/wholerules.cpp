@@ -174,8 +174,9 @@ void FindLackingEntries(const CheckInput& input, CheckPlaces& found) {
         std::ranges::for_each(registration.changes, [&](const KeyChange& change) { lacking.Visit(change); });
     });
     OncePerPlace once;
-    std::ranges::copy_if(all, std::back_inserter(found), [&once](const CheckFinding& finding) {
-        return once.IsNew(finding.key, finding.value);
+    std::ranges::copy_if(all, std::back_inserter(found), [&](const CheckFinding& finding) {
+        // Registries may have other spellings of a key, with Wow6432Node and without.
+        return once.IsNew(ComparedKey(finding.key, input.facts.bitness), finding.value);
     });
 }
 
