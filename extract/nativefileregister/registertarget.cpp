@@ -20,7 +20,7 @@ void NativeFileRegister::RegisterTarget() {
     TargetRun run = RunTarget(target, filePath);
     succeeded = run.succeeded;
     serverProcessId = run.serverProcessId;
-    reportedResult = run.reportedResult;
+    reportedResult = run.ReportedResult();
     if (!target.typeLibFile.IsEmpty()) {
         // Deliberate: the type library alone decides. Its failure fails a good server, and its success makes
         // up for a failed one.

@@ -28,7 +28,8 @@ TargetRun CallRegisterExport(const WidePath& file) {
     if (const auto registerServer = FindEntryPoint<RegisterFunction>(run.module.Get(), registerExport)) {
         // Deliberate: the HRESULT decides nothing, because a server that reports failure still counts as
         // registered.
-        run.reportedResult = registerServer();
+        run.result = registerServer();
+        run.hasResult = true;
         run.succeeded = true;
     }
     return run;

@@ -31,8 +31,15 @@ bool IsExecutable(const WidePath& file);
 struct TargetRun {
     OwnedModule module; // still loaded: what it does on unloading is not for the capture
     bool succeeded = false;
-    std::uint32_t serverProcessId = 0;               // of the /REGSERVER process, 0 if there was none
-    std::optional<std::int32_t> reportedResult = {}; // what the export returned, if it was called
+    std::uint32_t serverProcessId = 0; // of the /REGSERVER process, 0 if there was none
+    // What the export returned, if it was called. Plain fields: after the call comes a line of target.cpp,
+    // which stack traces show.
+    std::int32_t result = 0;
+    bool hasResult = false;
+
+    std::optional<std::int32_t> ReportedResult() const {
+        return hasResult ? std::optional(result) : std::nullopt;
+    }
 };
 
 // Calls the export of a target that has it, else runs a program; does nothing for any other target.

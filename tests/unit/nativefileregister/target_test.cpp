@@ -133,7 +133,7 @@ TEST_F(RunTargetTest, CalledExportSucceedsAndItsModuleStaysLoaded) {
     EXPECT_TRUE(run.module.Valid());
     EXPECT_EQ(run.module.Get(), GetModuleHandleW(server));
     EXPECT_EQ(run.serverProcessId, 0U);
-    EXPECT_EQ(run.reportedResult, S_OK);
+    EXPECT_EQ(run.ReportedResult(), S_OK);
 }
 
 TEST_F(RunTargetTest, ModuleIsUnloadedWithTheResult) {
@@ -154,7 +154,7 @@ TEST_F(RunTargetTest, LoadedModuleWithoutTheExportFails) {
     const TargetRun run = RunTarget(WithExport(), SystemFile(L"version.dll"));
     EXPECT_FALSE(run.succeeded);
     EXPECT_TRUE(run.module.Valid());
-    EXPECT_EQ(run.reportedResult, std::nullopt);
+    EXPECT_EQ(run.ReportedResult(), std::nullopt);
 }
 
 TEST_F(RunTargetTest, ExportComesBeforeTheProgram) {
