@@ -193,13 +193,17 @@ private:
         const TemporaryFolder folder;
         std::optional<std::size_t> redirected;
         std::size_t past = 0;
+        std::size_t pastAndLater = 0;
         std::optional<std::size_t> dependencies;
         if (Wants(CheckPart::Result) && server.hasExport) {
+            const std::vector<std::string> outputs = {folder.FileNamed("redirected.reg")};
             steps.Add({{"step", "snapshot"}});
-            Json request = CaptureRequest(server.path, {folder.FileNamed("redirected.reg")});
-            request["linger"] = lingering;
-            redirected = steps.Ask(std::move(request));
+            redirected = steps.Ask(CaptureRequest(server.path, outputs));
             past = steps.Add({{"step", "difference"}});
+            Json request = CaptureRequest(server.path, outputs);
+            request["linger"] = lingering;
+            steps.Ask(std::move(request));
+            pastAndLater = steps.Add({{"step", "difference"}});
             dependencies = steps.Ask({{"question", "dependencies"}, {"server", ReadableUtf8(server.path)}});
         }
         const bool isRemoved = Wants(CheckPart::Clean) || !SessionsAreThrownAway();
@@ -210,6 +214,7 @@ private:
             ResultFacts& result = facts.result.emplace();
             result.redirected = OutcomeOf(NumberIn(Whole(steps, *redirected), "result"));
             result.past = ChangesIn(Whole(steps, past));
+            result.pastAndLater = ChangesIn(Whole(steps, pastAndLater));
             result.dependencies = DependenciesIn(Whole(steps, *dependencies));
             result.outside = facts.full->status == 0 ? CallOutcome(0) : ResultOutside();
             if (!result.redirected.Succeeds() && result.outside.Succeeds()) {

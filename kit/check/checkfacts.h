@@ -80,9 +80,10 @@ struct ResultFacts {
     CallOutcome redirected;
     CallOutcome outside; // in a full registry
     std::vector<DependencyFact> dependencies;
-    // What changed in the registry itself while the server was registered in the redirected roots, and
-    // shortly after.
+    // What changed in the registry itself while the server was registered in the redirected roots.
     std::vector<KeyChange> past;
+    // The same with a process that went on for a while when DllRegisterServer had returned.
+    std::vector<KeyChange> pastAndLater;
     // Keys and values that were looked for in the redirected roots, and that only the registry has; the last
     // one is the last that was looked for.
     std::vector<std::wstring> lookedFor;

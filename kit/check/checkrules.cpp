@@ -13,7 +13,7 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::array<CheckRule, 25> rules = {{
+constexpr std::array<CheckRule, 26> rules = {{
     {"C101", "an entry that the capture lacks", CheckPart::Whole, FindLackingEntries},
     {"C102", "an entry that only the capture has", CheckPart::Whole, FindEntriesBesides},
     {"C103", "other data than a registration has", CheckPart::Whole, FindOtherData},
@@ -27,6 +27,7 @@ constexpr std::array<CheckRule, 25> rules = {{
     {"C204", "a dependency that is nowhere", CheckPart::Result, FindMissingDependencies},
     {"C205", "a dependency of the other bitness", CheckPart::Result, FindForeignDependencies},
     {"C206", "an entry that is written past the capture", CheckPart::Result, FindEntriesPastCapture},
+    {"C207", "an entry that is written after the capture", CheckPart::Result, FindEntriesAfterReturn},
     {"C301", "a class that the capture alone doesn't make usable", CheckPart::Works,
      FindClassesOfRegistrationAlone},
     {"C302", "a class that can't be created", CheckPart::Works, FindClassesOfNoUse},
@@ -61,7 +62,7 @@ CheckInput::CheckInput(const Capture& capture, const CheckFacts& facts)
         foldedNoise.insert({ComparedKey(entry.key, facts.bitness), FoldedValue(entry.value)});
     }
     if (facts.result) {
-        for (const KeyChange& change : facts.result->past) {
+        for (const KeyChange& change : facts.result->pastAndLater) {
             pastCapture.insert(ComparedKey(change.key, facts.bitness));
         }
     }

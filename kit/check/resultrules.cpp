@@ -3,6 +3,8 @@
 #include "kit/check/ruletable.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 // What the server itself reports, which a capture doesn't look at.
 namespace keyreap {
@@ -112,27 +114,46 @@ void FindForeignDependencies(const CheckInput& input, CheckPlaces& found) {
     }
 }
 
-void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found) {
+namespace {
+
+using PastEntry = std::pair<std::wstring, std::optional<std::wstring>>; // a key, and a value of it
+
+std::set<PastEntry> EntriesOf(const std::vector<KeyChange>& changes, int bitness) {
     constexpr std::wstring_view ownKey = L"hkey_current_user\\software\\velmoro";
+    std::set<PastEntry> entries;
+    for (const KeyChange& change : changes) {
+        const bool isOwn = ComparedKey(change.key, bitness).starts_with(ownKey);
+        if (!isOwn && change.isCreated && change.values.empty() && !IsOfHost(change.key, L"")) {
+            entries.insert({change.key, std::nullopt});
+        }
+        for (const ValueChange& value : change.values) {
+            if (!isOwn && !IsOfHost(change.key, value.name)) {
+                entries.insert({change.key, value.name});
+            }
+        }
+    }
+    return entries;
+}
+
+} // namespace
+
+void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found) {
+    if (input.facts.result) {
+        for (const auto& [key, value] : EntriesOf(input.facts.result->past, input.facts.bitness)) {
+            found.push_back({{}, key, value, L"is written past the redirected roots, as by another process"});
+        }
+    }
+}
+
+void FindEntriesAfterReturn(const CheckInput& input, CheckPlaces& found) {
     if (!input.facts.result) {
         return;
     }
-    for (const KeyChange& change : input.facts.result->past) {
-        const auto add = [&](const std::optional<std::wstring>& value) {
-            if (!ComparedKey(change.key, input.facts.bitness).starts_with(ownKey) &&
-                !IsOfHost(change.key, value.value_or(L""))) {
-                found.push_back({{},
-                                 change.key,
-                                 value,
-                                 L"is written past the redirected roots: by another process, or when "
-                                 L"DllRegisterServer had returned"});
-            }
-        };
-        if (change.isCreated && change.values.empty()) {
-            add(std::nullopt);
-        }
-        for (const ValueChange& value : change.values) {
-            add(value.name);
+    const std::set<PastEntry> past = EntriesOf(input.facts.result->past, input.facts.bitness);
+    for (const PastEntry& entry : EntriesOf(input.facts.result->pastAndLater, input.facts.bitness)) {
+        if (!past.contains(entry)) {
+            found.push_back(
+                {{}, entry.first, entry.second, L"is written when DllRegisterServer has returned"});
         }
     }
 }

@@ -21,6 +21,7 @@ void FindFailureOutside(const CheckInput& input, CheckPlaces& found);
 void FindMissingDependencies(const CheckInput& input, CheckPlaces& found);
 void FindForeignDependencies(const CheckInput& input, CheckPlaces& found);
 void FindEntriesPastCapture(const CheckInput& input, CheckPlaces& found);
+void FindEntriesAfterReturn(const CheckInput& input, CheckPlaces& found);
 
 // worksrules.cpp
 void FindClassesOfNoUse(const CheckInput& input, CheckPlaces& found);

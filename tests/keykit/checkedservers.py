@@ -14,7 +14,8 @@ RIGHT = ["advapi", "apartmentclass", "category", "extension", "freedata", "neutr
 
 # In a line, OWN is the machine's software in the view of the server's bitness, FOREIGN in the other view; FOLDER is that
 # of the server, and BITS and OTHER are the bitnesses.
-PAST = "is written past the redirected roots: by another process, or when DllRegisterServer had returned"
+PAST = "is written past the redirected roots, as by another process"
+LATE = "is written when DllRegisterServer has returned"
 OF_USER = "is registered for the user alone who captured it, and nobody else finds it"
 NAMES_USER = "names the user who captured it"
 BOTH_FAIL = (
@@ -52,10 +53,10 @@ def placed(text, bitness, folder):
 
 WRONG = {
     "afterreturn": Wrong(
-        "C206",
+        "C207",
         (
-            " OWN\\KeyreapChecked: " + PAST,
-            ' OWN\\KeyreapChecked\\AfterReturn, value "Installed": ' + PAST,
+            " OWN\\KeyreapChecked: " + LATE,
+            ' OWN\\KeyreapChecked\\AfterReturn, value "Installed": ' + LATE,
         ),
     ),
     "childwrites": Wrong(

@@ -86,11 +86,14 @@ TEST(ResultRules, ACallThatEndsTheProcessIsAFailureToo) {
               0U);
 }
 
-TEST(ResultRules, WhatIsWrittenPastTheCaptureIsNamed) {
+TEST(ResultRules, WhatIsWrittenPastTheCaptureIsNamedByWhenItIs) {
     CheckFacts facts = Reported(0, 0);
     facts.result->past = {CreatedKey(L"HKEY_LOCAL_MACHINE\\Software\\x", {NewValue(L"n", L"b")}),
                           CreatedKey(L"HKEY_CURRENT_USER\\Software\\Velmoro\\Tesselink")};
-    EXPECT_THAT(Found(Empty(), facts), ElementsAre(L"C206 HKEY_LOCAL_MACHINE\\Software\\x \"n\""));
+    facts.result->pastAndLater = facts.result->past;
+    facts.result->pastAndLater.push_back(CreatedKey(L"HKEY_LOCAL_MACHINE\\Software\\y"));
+    EXPECT_THAT(Found(Empty(), facts), ElementsAre(L"C206 HKEY_LOCAL_MACHINE\\Software\\x \"n\"",
+                                                   L"C207 HKEY_LOCAL_MACHINE\\Software\\y"));
 }
 
 TEST(WorksRules, AClassIsOfOneRuleByWhatRegistrationMakesOfIt) {
