@@ -1,29 +1,29 @@
+#include "kit/commandoutput.h"
 #include "kit/liveoutput.h"
 #include "kit/refusal.h"
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
+#include <string>
+#include <vector>
 
 namespace keyreap {
 
 namespace {
 
-std::string Quoted(const std::string& word) {
-    std::string quoted = "'";
-    for (const char unit : word) {
-        quoted += unit == '\'' ? std::string("'\\''") : std::string(1, unit);
-    }
-    return quoted + "'";
-}
-
-// The words after the command, as scripts/live.sh takes them.
-std::string WordsOf(const LiveSession& session, const std::string& request) {
-    std::string words = (session.bitness == 64 ? " x64 " : " x86 ") + Quoted(request);
-    words += session.hasClasses ? " --classes" : "";
-    words += session.isLogged ? " --requests" : "";
-    words += session.user.empty() ? "" : " --user " + Quoted(session.user);
-    words += session.computer.empty() ? "" : " --computer " + Quoted(session.computer);
+// The command with its words, as scripts/live.sh takes them.
+std::vector<std::string> WordsOf(const char* command, const LiveSession& session,
+                                 const std::string& request) {
+    std::vector<std::string> words = {command, session.bitness == 64 ? "x64" : "x86", request};
+    const auto add = [&words](bool isWanted, std::initializer_list<std::string> more) {
+        if (isWanted) {
+            words.insert(words.end(), more);
+        }
+    };
+    add(session.hasClasses, {"--classes"});
+    add(session.isLogged, {"--requests"});
+    add(!session.user.empty(), {"--user", session.user});
+    add(!session.computer.empty(), {"--computer", session.computer});
     return words;
 }
 
@@ -34,18 +34,7 @@ std::string LiveOutput(const LiveSession& session, const std::string& request) {
     if (command == nullptr) {
         throw Refusal("only the command ./keykit can start a Windows program");
     }
-    const std::string words = Quoted(command) + WordsOf(session, request) + " </dev/null";
-    std::FILE* const pipe = popen(words.c_str(), "r");
-    std::string text;
-    std::array<char, 4096> block{};
-    for (std::size_t count = 1; pipe != nullptr && count > 0;) {
-        count = std::fread(block.data(), 1, block.size(), pipe);
-        text.append(block.data(), count);
-    }
-    if (pipe != nullptr) {
-        pclose(pipe);
-    }
-    return text;
+    return OutputOf(WordsOf(command, session, request)).value_or(std::string());
 }
 
 bool SessionsAreThrownAway() {

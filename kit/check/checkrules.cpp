@@ -43,12 +43,8 @@ constexpr std::array<CheckRule, 26> rules = {{
     {"C701", "a filler in the place of data", CheckPart::Fillers, FindFillersOfCapture},
 }};
 
-std::wstring FoldedName(const std::wstring& name) {
-    return FoldedText(name);
-}
-
 std::optional<std::wstring> FoldedValue(const std::optional<std::wstring>& value) {
-    return value ? std::optional(FoldedName(*value)) : std::nullopt;
+    return value ? std::optional(FoldedText(*value)) : std::nullopt;
 }
 
 using FindingPlace = std::tuple<std::wstring, std::optional<std::wstring>, std::wstring>;

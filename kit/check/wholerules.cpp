@@ -143,10 +143,6 @@ private:
     std::set<std::pair<std::wstring, std::optional<std::wstring>>> places;
 };
 
-} // namespace
-
-namespace {
-
 const ValueData* FindRegistered(const CheckInput& input, const std::optional<RegistrationFacts>& registration,
                                 const std::wstring& compared, const std::wstring& name) {
     if (!registration) {
@@ -158,7 +154,12 @@ const ValueData* FindRegistered(const CheckInput& input, const std::optional<Reg
 }
 
 // A GUID that differs between two registrations, too: the server makes one up whenever it registers.
-bool IsMadeUp(const CheckInput& input, const std::wstring& compared, const RegEntry& entry) {
+bool IsMadeUp(const CheckInput& input, const std::wstring& compared, const RegEntry& entry,
+              const ValueData& data) {
+    // The usual case, which needs no search.
+    if (!AreGuids(entry, data)) {
+        return false;
+    }
     const ValueData* const empty = FindRegistered(input, input.facts.empty, compared, entry.name);
     const ValueData* const full = FindRegistered(input, input.facts.full, compared, entry.name);
     return empty != nullptr && full != nullptr && empty->data != full->data && AreGuids(entry, *empty) &&
@@ -235,7 +236,7 @@ void FindOtherData(const CheckInput& input, CheckPlaces& found) {
                     const ValueData* const data = FindValue(state, entry->name);
                     const bool isExplained = data == nullptr || AreSameData(*entry, *data) ||
                                              MayBeSameFile(*entry, *data) ||
-                                             IsMadeUp(input, compared, *entry) ||
+                                             IsMadeUp(input, compared, *entry, *data) ||
                                              // A server that looks before it writes leaves what it finds.
                                              !set.contains({compared, name});
                     if (!isExplained && once.IsNew(section.path, entry->name)) {
