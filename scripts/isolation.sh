@@ -49,13 +49,22 @@ private_drive() {
 # mount_drive: fails if the base is not the caller's, since a changed file keeps its owner.
 mount_drive() {
     [[ -O $WINE_BASE/version ]] || return
+    mount_prefix || return
     mkdir -m 755 "$PREFIX/drive_c" "$PREFIX/overlay" || return
     touch -r "$WINE_BASE/drive_c" "$PREFIX/drive_c"
     ln -s "$WINE_BASE/drive_c" "$PREFIX/base" || return
-    mount --bind "$PREFIX" "$PREFIX" || return
     (cd "$PREFIX" && mount -t overlay -o "$(overlay_options)" overlay drive_c) || return
     # May fail: it protects what drive Z: reaches, and drive C: is the session's own already.
     if mount --rbind "$WINE_HOME" "$WINE_HOME"; then mount -o remount,bind,ro "$WINE_HOME" || true; fi
+}
+
+# mount_prefix: in a box all that a session writes is in memory, of which it has only so much (PREFIX_SIZE, in megabytes).
+mount_prefix() {
+    if [[ -n ${PREFIX_SIZE-} ]]; then
+        mount -t tmpfs -o "size=${PREFIX_SIZE}m,mode=755" keyreap "$PREFIX"
+    else
+        mount --bind "$PREFIX" "$PREFIX"
+    fi
 }
 
 # overlay_options: the paths are relative to the prefix, since a comma or colon would split an absolute path. Nothing

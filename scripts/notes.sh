@@ -8,12 +8,19 @@
 
 # open_notes PREFIX: call it after the prefix was renewed.
 open_notes() {
+    mkdir -p "$(notes_folder "$1")"
     : >"$(mixed_keys_file "$1")"
     : >"$(crash_file "$1")"
     : >"$(unplaced_lines_file "$1")"
     exec 5<"$(mixed_keys_file "$1")" 4<"$(crash_file "$1")" 3<"$(unplaced_lines_file "$1")"
 }
 
+# box_report PREFIX: where sessionbox says what became of the box.
+box_report() {
+    printf '%s/box' "$(notes_folder "$1")"
+}
+
+# crash_file PREFIX: in the box, since the observer is.
 crash_file() {
     printf '%s/crash' "$1"
 }

@@ -3,8 +3,8 @@
 
 # shellcheck disable=SC2034 # setup.sh names what each level needs
 {
-    # The error dialog shows its details in one of the fonts.
-    WINE_PACKAGES=(wine wine64 fonts-dejavu-core)
+    # The error dialog shows its details in one of the fonts. Bubblewrap makes the boxes of the sessions.
+    WINE_PACKAGES=(wine wine64 fonts-dejavu-core bubblewrap)
 
     # What builds the native programs (tools.sh).
     TOOL_PACKAGES=(g++)

@@ -55,8 +55,8 @@ make_probe() {
     rm -rf "$new"
     mkdir -p "$new"
     probe_version >"$new/version"
-    found=$(clean_environment KEYREAP_WINESERVER="$WINESERVER" "$ROOT/scripts/wine-session.sh" --ready --no-display \
-        --requests --then 2 "$ROOT/scripts/probed.sh" log "$ROOT/scripts/probed.sh" captures) ||
+    found=$(clean_environment KEYREAP_WINESERVER="${KEYREAP_WINESERVER-}" KEYREAP_SANDBOX="${KEYREAP_SANDBOX-}" \
+        "$ROOT/scripts/wine-session.sh" --ready --no-display --requests --box --scripts --then 2 "$ROOT/scripts/probed.sh" log "$ROOT/scripts/probed.sh" captures) ||
         found="a session with a request log can't be started"
     [[ -n $found || -s $START_RECORDING ]] || found="how it starts programs can't be recorded"
     printf '%s' "${found##*$'\n'}" >"$new/unknown"

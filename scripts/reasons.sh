@@ -5,18 +5,19 @@
 # How many seconds the examination of a file may take: it may load the file, and a DllMain may wait for ever.
 REASON_LIMIT=30
 
-# Starts the 64-bit program, which may say that the 32-bit one has to examine the file. Ends with the process $4: if the
-# caller is killed, nobody needs the reason.
-# shellcheck disable=SC2016 # the words are those of a shell of its own
-ASK_PROGRAMS='{ tail --pid="$4" -s 0.2 -f /dev/null; kill "$$"; } >/dev/null &
-    /usr/bin/wine "$1" "$3" || { (($? == 2)) && /usr/bin/wine "$2" "$3"; }'
-
 # input_reason WINDOWS_PATH: prints why the file can't be registered, as a piece of a sentence ("needs foo.dll, which is
-# nowhere; wanted by bar.dll"), or nothing if no reason is found. An interrupt from the keyboard ends the examination
-# (--foreground).
+# nowhere; wanted by bar.dll"), or nothing if no reason is found. The 64-bit program may say that the 32-bit one has to examine
+# the file. An interrupt from the keyboard ends the examination (--foreground), and so does the end of the caller, since
+# nobody needs the reason then.
 input_reason() {
-    local programs=("$BUILD"/stage/tools/x{64,86}/explain.exe) reason
-    reason=$(timeout --foreground -k 5 "$REASON_LIMIT" "$ROOT/scripts/wine-session.sh" --ready --no-display \
-        /bin/bash -c "$ASK_PROGRAMS" bash "${programs[@]}" "$1" "$$" 2>/dev/null </dev/null) || return 0
-    printf '%s' "$reason"
+    local bitness reason status file=
+    [[ $1 != [zZ]:* ]] || file=${1:2}
+    for bitness in x64 x86; do
+        status=0
+        reason=$(exec setpriv --pdeathsig TERM timeout --foreground -k 5 "$REASON_LIMIT" \
+            "$ROOT/scripts/wine-session.sh" --ready --no-display --box --see "$BUILD/stage/tools" \
+            ${file:+--input "${file//\\//}"} "$WINE" "$BUILD/stage/tools/$bitness/explain.exe" "$1" 2>/dev/null </dev/null) || status=$?
+        ((status == 2)) || break
+    done
+    ((status != 0)) || printf '%s' "$reason"
 }

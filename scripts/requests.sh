@@ -11,16 +11,21 @@
 REQUEST_FILTER=$BUILD/tools/requestfilter
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
 
+# notes_folder PREFIX: what the session's scripts keep there isn't in its box.
+notes_folder() {
+    printf '%s/notes' "$1"
+}
+
 # mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the
 # session ends and if there are any.
 mixed_keys_file() {
-    printf '%s/mixedkeys' "$1"
+    printf '%s/mixedkeys' "$(notes_folder "$1")"
 }
 
 # unplaced_lines_file PREFIX: where the filter leaves the first line of the log that no known server writes, and the number of
 # such lines in a second line, when the session ends.
 unplaced_lines_file() {
-    printf '%s/unplacedlines' "$1"
+    printf '%s/unplacedlines' "$(notes_folder "$1")"
 }
 
 # start_logging_server PREFIX: the server runs until it is ended, also while no program runs.

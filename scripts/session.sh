@@ -143,6 +143,8 @@ run_in_session() {
 # end_session: returns when the keeper has ended all processes of the session and released the prefix. If the keeper was
 # killed, this function does its work.
 end_session() {
+    # A box has the keeper's pipe, too.
+    [[ -z ${BOX_PROCESS-} ]] || { kill "$BOX_PROCESS" && wait "$BOX_PROCESS"; } 2>/dev/null || true
     exec 8>&-
     if ! wait "$KEEPER"; then
         end_prefix "$PREFIX"

@@ -27,8 +27,9 @@ start_version() {
 make_start_recording() {
     local new=$WINE_HOME/start.new recorder probes=()
     for recorder in "${START_RECORDERS[@]}"; do probes+=("Z:${recorder//\//\\}"); done
-    clean_environment KEYREAP_WINESERVER="$WINESERVER" "$ROOT/scripts/wine-session.sh" --ready --no-display --requests \
-        timeout -k 10 120 "$WINE" "${probes[0]}" "${probes[@]}" >"$new" || : >"$new"
+    clean_environment KEYREAP_WINESERVER="${KEYREAP_WINESERVER-}" KEYREAP_SANDBOX="${KEYREAP_SANDBOX-}" \
+        timeout -k 10 120 "$ROOT/scripts/wine-session.sh" --ready --no-display --requests --box --see "$STAGE" \
+        "$WINE" "${probes[0]}" "${probes[@]}" >"$new" || : >"$new"
     mkdir -p "${START_RECORDING%/*}"
     mv "$new" "$START_RECORDING"
     start_version >"$START_VERSION"

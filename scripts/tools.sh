@@ -1,14 +1,15 @@
 # shellcheck shell=bash
 # The native programs that a run needs, each built from a few sources. Sourced after common.sh and packages.sh.
 #   requestfilter   between Wine's server and its request log (requests.sh)
-#   observer        watches a session's command for a crash (observed.sh)
+#   observer        watches a session's command for a crash (wine-session.sh)
 #   capturecheck    checks the arguments and files of a run before and after it (words.sh)
+#   sessionbox      keeps a session apart from the rest of the machine (box.sh)
 # They are linked statically, so that what one release of the distribution built also runs on an older one.
 
 # keykit, which no run needs, is built by CMake (build.sh).
 
 TOOLS=$BUILD/tools
-NATIVE_TOOLS=(requestfilter observer capturecheck)
+NATIVE_TOOLS=(requestfilter observer capturecheck sessionbox)
 
 # tool_sources NAME: prints the sources that the program is built from.
 tool_sources() {
@@ -19,6 +20,7 @@ tool_sources() {
             "$ROOT"/hostlogger/{serverprocess,systemstart}.cpp "$ROOT/platform/core/text/compare.cpp"
         ;;
     observer) printf '%s\n' "$ROOT"/tools/observer/*.cpp ;;
+    sessionbox) printf '%s\n' "$ROOT"/tools/box/*.cpp ;;
     capturecheck)
         printf '%s\n' "$ROOT"/tools/capturecheck/*.cpp \
             "$ROOT"/pe/{checkedview,imageheaders,imagetables,resourcetree}.cpp \
@@ -32,6 +34,7 @@ tool_folders() {
     case $1 in
     requestfilter) printf '%s\n' "$ROOT"/{hostlogger,etl,platform/core/text,platform/os} ;;
     observer) printf '%s\n' "$ROOT"/{tools/observer,platform/core/text} ;;
+    sessionbox) printf '%s\n' "$ROOT/tools/box" ;;
     capturecheck)
         printf '%s\n' "$ROOT"/{tools/capturecheck,platform/core/text} \
             "$ROOT"/pe/{checkedview,imageheaders,imagetables,resourcetree}.{cpp,h} "$ROOT"/regmodel/straynames.{cpp,h}

@@ -17,14 +17,23 @@
 #                      (scripts/mixedkeys.sh), if there are any
 #   --host SWITCHES    with --requests: how strict the session's logger is, in the form of KEYREAP_HOST
 #                      (scripts/host.sh), which it replaces
-#   --observed         a crash of the command is recorded (scripts/observed.sh)
+#   --observed         a crash of the command is recorded (the program observer)
+#   --box              the command and all that it starts are kept apart from the machine (box.sh), where that is possible. It
+#                      sees the prefix and what the next options name; it is a program, not a script
+#   --input FILE       the box sees this file and its folder
+#   --output FILE      the box can change this file
+#   --see FOLDER       the box sees this folder
+#   --write FOLDER     the box can change this folder
+#   --scripts          the box also has what scripts of the project need, a shell among it
+#   --env NAME         the caller's variable is passed into the box
+#   --display          the box has the caller's display
 #   --checked-heaps    HeapValidate in a program finds writes just past the end of a block
 #   --ready            the caller has done the set-up
 #   --silent           what the command writes to its standard streams is discarded
 #   --then N WORD...   when the session has ended, this script executes the command of N words, with the status as one
 #                      more. KEYREAP_CRASH says what crashed (--observed), KEYREAP_MIXED_KEYS is what
 #                      --report-mixed-keys would print, and KEYREAP_UNPLACED says why the log can't be
-#                      relied on (--requests)
+#                      relied on (--requests), and KEYREAP_CEILING why the box was ended (--box)
 #
 # The first line removes the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
@@ -41,10 +50,13 @@ source "$ROOT/scripts/host.sh"
 # shellcheck source=scripts/identity.sh
 source "$ROOT/scripts/identity.sh"
 
+# shellcheck source=scripts/box.sh
+source "$ROOT/scripts/box.sh"
+
 given=("$@") INSIDE=no
 [[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
 classes=all share='' requests=no mixed=quiet heaps=usual ready=no output=shown
-observed=no afterwards=() user=$WINE_USER computer=
+observed=no afterwards=() user=$WINE_USER computer='' boxed=no PLACES=() outputs=()
 while (($# > 0)); do
     case $1 in
     --empty-classes) classes=none ;;
@@ -56,6 +68,20 @@ while (($# > 0)); do
     --host) KEYREAP_HOST=${2?--host needs switches} && shift ;;
     --report-mixed-keys) mixed=reported ;;
     --checked-heaps) heaps=checked ;;
+    --box) [[ $SANDBOX == off ]] || boxed=yes ;;
+    --input | --see | --write | --env)
+        PLACES+=("$1" "${2:?$1 needs a word}")
+        shift
+        ;;
+    --output)
+        PLACES+=("$1" "${2:?--output needs a file}")
+        outputs+=("$2")
+        shift
+        ;;
+    --scripts)
+        for folder in "${SCRIPT_FOLDERS[@]}"; do PLACES+=(--see "$folder"); done
+        ;;
+    --display) PLACES+=("$1") ;;
     --ready) ready=yes ;;
     --observed) observed=yes ;;
     --silent) output=none ;;
@@ -70,9 +96,11 @@ while (($# > 0)); do
     shift
 done
 (($# > 0)) || fail "wine-session.sh: no command"
+[[ -z $share ]] || PLACES+=(--write "$share")
 host_switches "${KEYREAP_HOST-}" >/dev/null
 check_user "$user"
 [[ -z $computer ]] || check_computer "$computer"
+check_sandbox
 if [[ $INSIDE == no ]]; then
     [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
     [[ -z $computer ]] || enter_computer "$computer" /bin/bash "$ROOT/scripts/wine-session.sh" "${given[@]}"
@@ -91,6 +119,23 @@ source "$ROOT/scripts/mixedkeys.sh"
 # shellcheck source=scripts/unplaced.sh
 source "$ROOT/scripts/unplaced.sh"
 
+# run_command COMMAND...: starts the session's server and runs the command, in the box if there is to be one.
+run_command() {
+    local status=0
+    if [[ $boxed == yes ]]; then
+        run_in_box "$@" || status=$?
+        box_missing || return "$status"
+    fi
+    [[ $observed == no ]] || set -- "$OBSERVER" "$(crash_file "$PREFIX")" "$@"
+    start_server "$requests"
+    with_output run_in_session "$@"
+}
+
+# with_output COMMAND...: the command's output is shown or not, as the caller wants it.
+with_output() {
+    if [[ $output == shown ]]; then "$@"; else "$@" </dev/null >/dev/null 2>&1; fi
+}
+
 check_pool
 allow_open_files
 take_prefix
@@ -102,26 +147,27 @@ for signal in INT TERM HUP QUIT; do
     trap "end_on_signal $signal" "$signal"
 done
 end_prefix "$PREFIX"
+PREFIX_SIZE=
+# shellcheck disable=SC2034 # isolation.sh reads it
+if [[ $boxed == yes ]] && prefix_on_tmpfs; then PREFIX_SIZE=$(ceiling DISK); fi
 prepare renew_prefix "$classes" "$share"
 prepare be_user "$user"
 WINE_USER=$user
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
 open_notes "$PREFIX"
-[[ $observed == no ]] || set -- "$ROOT/scripts/observed.sh" "$(crash_file "$PREFIX")" "$@"
-start_server "$requests"
+make_outputs "${outputs[@]}"
 status=0
-if [[ $output == shown ]]; then
-    run_in_session "$@" || status=$?
-else
-    run_in_session "$@" >/dev/null 2>&1 || status=$?
-fi
+run_command "$@" || status=$?
 end_session
 take_notes
 mixed_text=$(mixed_keys_text) unplaced=
 [[ $requests == no ]] || unplaced=$(unplaced_text)
+passed=$(passed_ceiling)
 if ((${#afterwards[@]} > 0)); then
-    KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text KEYREAP_UNPLACED=$unplaced exec "${afterwards[@]}" "$status"
+    export KEYREAP_CEILING=$passed KEYREAP_CRASH=$CRASH KEYREAP_MIXED_KEYS=$mixed_text KEYREAP_UNPLACED=$unplaced
+    exec "${afterwards[@]}" "$status"
 fi
+[[ -z $passed ]] || fail "$passed"
 [[ $mixed == quiet || -z $mixed_text ]] || say "$mixed_text"
 exit "$status"

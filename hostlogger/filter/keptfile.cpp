@@ -13,10 +13,12 @@
 namespace keyreap {
 namespace {
 
-// False for a device, which may be named to try the filter.
-bool IsOrdinaryFile(int file) {
+// False for a device, which may be named to try the filter, and if the path leads to another file by now.
+bool IsOrdinaryFileAt(const char* path, int file) {
     struct stat status = {};
-    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    struct stat there = {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && lstat(path, &there) == 0 &&
+           there.st_dev == status.st_dev && there.st_ino == status.st_ino;
 }
 
 } // namespace
@@ -27,7 +29,7 @@ KeptFile::~KeptFile() {
     if (file == -1) {
         return;
     }
-    if (IsOrdinaryFile(file)) {
+    if (IsOrdinaryFileAt(path.c_str(), file)) {
         unlink(path.c_str());
     }
     close(file);

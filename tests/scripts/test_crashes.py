@@ -1,4 +1,4 @@
-"""What scripts/observed.sh reports of a command's crash, and that it changes neither the command's streams nor its
+"""What the observer reports of a command's crash, and that it changes neither the command's streams nor its
 status."""
 
 import os
@@ -12,7 +12,7 @@ from conftest import ROOT, SESSION, bash, run, windows
 
 SAMPLES = ROOT / "build" / "samples"
 PROGRAM = ROOT / "build" / "stage" / "bin" / "x64" / "Keyreap.exe"
-OBSERVED = ROOT / "scripts" / "observed.sh"
+OBSERVED = ROOT / "build" / "tools" / "observer"
 WINE = "/usr/bin/wine"
 
 AFTER = "outside of any module, after %s.dll was loaded"
@@ -35,7 +35,7 @@ CRASHES = {
 
 @pytest.fixture
 def log():
-    """A log in a folder of its own, outside of the session's prefix, as users of observed.sh have it."""
+    """A log in a folder of its own, outside of the session's prefix, as users of the observer have it."""
     with tempfile.TemporaryDirectory(prefix="observed.") as folder:
         yield Path(folder) / "log"
 

@@ -4,8 +4,9 @@
 //
 //   capturecheck prepare WORD...
 //       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two commands
-//       below. `traces` is yes or no: whether a result comes from a trace.
-//       The status is 0, or 125 if the run must not begin; the line before it gives the reason.
+//       below. `input` and `output` are the paths of its files on this machine. `traces` is yes or no:
+//       whether a result comes from a trace. The status is 0, or 125 if the run must not begin; the line
+//       before it gives the reason.
 //
 //   capturecheck progress N STATE... WORD...
 //       Writes a line to the standard error that shows the progress of the run, until the parent ends or a

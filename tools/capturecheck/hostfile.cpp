@@ -135,4 +135,9 @@ std::string FileStamp(const std::string& path) {
     return stamp.str();
 }
 
+bool IsEmptyFile(const std::string& path) {
+    const std::optional<struct stat> status = StatusOf(path);
+    return status && S_ISREG(status->st_mode) && status->st_size == 0;
+}
+
 } // namespace keyreap

@@ -71,4 +71,6 @@ private:
 // The identity, size and times of a file, as a word to keep and compare later; "-" if it doesn't exist.
 std::string FileStamp(const std::string& path);
 
+bool IsEmptyFile(const std::string& path);
+
 } // namespace keyreap

@@ -25,6 +25,12 @@ bool IsChangedSince(const PairFiles& pair, std::string_view state) {
     return pair.output.host && FileStamp(pair.output.host->Path()) != state.substr(state.find(' ') + 1);
 }
 
+// While a run is going on, an output that wasn't there may be an empty file, which the program hasn't
+// written.
+bool IsBegunSince(const PairFiles& pair, std::string_view state) {
+    return IsChangedSince(pair, state) && !IsEmptyFile(pair.output.host->Path());
+}
+
 bool IsWrittenSince(const PairFiles& pair, std::string_view state) {
     return IsChangedSince(pair, state) && pair.output.host->IsOrdinary();
 }
@@ -202,7 +208,7 @@ std::vector<PairRemark> RunOutcome::Remarks() const {
 Progress ProgressOf(const std::vector<PairFiles>& pairs, const std::vector<std::string>& states) {
     Progress progress;
     for (const std::size_t i : OrderOf(pairs.size(), [&](std::size_t at) { return IsNative(states[at]); })) {
-        if (!IsChangedSince(pairs[i], states[i])) {
+        if (!IsBegunSince(pairs[i], states[i])) {
             progress.current = pairs[i].input.word;
             break;
         }

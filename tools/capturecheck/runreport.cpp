@@ -45,6 +45,13 @@ void ReportRemark(const PairRemark& remark, const RecordSink& print) {
     print("open", remark.text);
 }
 
+// A file that the session has to reach.
+void PrintFile(std::string_view kind, const NamedFile& file, const RecordSink& print) {
+    if (file.host) {
+        print(kind, file.host->Path());
+    }
+}
+
 } // namespace
 
 void PrintWords(std::span<const std::string> words, const std::vector<PairFiles>& pairs,
@@ -56,6 +63,8 @@ void PrintWords(std::span<const std::string> words, const std::vector<PairFiles>
     }
     for (const PairFiles& pair : pairs) {
         print("state", StateBefore(pair));
+        PrintFile("input", pair.input, print);
+        PrintFile("output", pair.output, print);
     }
 }
 

@@ -1,0 +1,142 @@
+# shellcheck shell=bash
+# The box of a session: its programs see of this machine what they need and nothing else, reach nobody, and use no more than
+# the ceilings allow (docs/security.md). Sourced after common.sh, wine.sh, session.sh and notes.sh. KEYREAP_SANDBOX says
+# what happens where a box can't be made:
+#   (unset)   the session goes on without, and a line says so
+#   require   the session is refused
+#   off       no box is made anywhere, and nothing is said
+
+SANDBOX=${KEYREAP_SANDBOX-}
+SESSION_BOX=$BUILD/tools/sessionbox
+OBSERVER=$BUILD/tools/observer
+BOX='' BOX_PROCESS=''
+
+# The programs themselves: those in /usr/bin are scripts, and a box has no shell.
+WINE_PROGRAMS=/usr/lib/wine
+
+# What a script of the project needs in a box, which isn't there for a server.
+# shellcheck disable=SC2034 # wine-session.sh names them
+SCRIPT_FOLDERS=(/usr /bin /etc/alternatives "$ROOT" "$BUILD/stage" "$BUILD/tools")
+
+# check_sandbox: fails unless the caller's words for the box can be understood.
+check_sandbox() {
+    [[ $SANDBOX == @(|require|off) ]] || fail "KEYREAP_SANDBOX is '$SANDBOX', and has to be require or off, if it is set"
+    local name
+    for name in MEMORY DISK PROCESSES; do
+        name=KEYREAP_BOX_$name
+        [[ -z ${!name-} || ${!name} =~ ^[1-9][0-9]{0,6}$ ]] ||
+            fail "$name is '${!name}', and has to be a number from 1 to 9999999"
+    done
+}
+
+# check_seen FOLDER: what a box has of its own can't be the machine's.
+check_seen() {
+    [[ $1 == /* && -d $1 ]] || fail "--see is '$1', and has to be the whole path of a folder"
+    case $(realpath -- "$1") in
+    / | /tmp | /dev | /dev/* | /proc | /proc/* | /sys | /sys/* | /run)
+        fail "--see is '$1', which would let the session reach too much of this machine"
+        ;;
+    esac
+}
+
+# check_passed NAME: the name of a variable.
+check_passed() {
+    [[ $1 =~ ^[A-Za-z_][A-Za-z0-9_]*$ ]] || fail "--env is '$1', and has to be the name of a variable"
+    [[ ! $1 =~ ^(WINE.*|HOME|TMPDIR|LD_.*)$ ]] || fail "--env is '$1', which a session has of its own"
+}
+
+# half_of_memory: prints half of the machine's memory in megabytes.
+half_of_memory() {
+    local kilobytes
+    read -r _ kilobytes _ </proc/meminfo
+    printf '%s' $((kilobytes / 2048))
+}
+
+# ceiling NAME: prints the caller's ceiling in megabytes, or 4 GB, or half of the memory where that is less.
+ceiling() {
+    local name=KEYREAP_BOX_$1 half
+    half=$(half_of_memory)
+    printf '%s' "${!name:-$((half < 4096 ? half : 4096))}"
+}
+
+# prefix_on_tmpfs: whether the files of a session can be in memory, which ends with the session and has a size. Before
+# Linux 6.6 such files have no attributes of users, without which an ordinary user's drive C: can't be made of layers.
+prefix_on_tmpfs() {
+    local users major minor
+    read -r _ _ users </proc/self/uid_map
+    ((users != 4294967295)) || return 0
+    IFS=.- read -r major minor _ < <(uname -r)
+    ((major > 6 || (major == 6 && minor >= 6)))
+}
+
+# make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty.
+make_outputs() {
+    local file
+    for file in "$@"; do
+        [[ ! -e $file && ! -d $file ]] || continue
+        { : >"$file"; } 2>/dev/null || continue
+        printf 'created %s\n' "$file" >&8
+    done
+}
+
+# box_words REQUESTS: prints the words of sessionbox for this session, each ended by a NUL. REQUESTS is `yes` with a request
+# log. PLACES are the words for what the session sees.
+box_words() {
+    local assignment memory disk
+    memory=$(ceiling MEMORY) disk=$(ceiling DISK)
+    printf '%s\0' --report "$(box_report "$PREFIX")" --prefix "$PREFIX" --hide "$(notes_folder "$PREFIX")" \
+        --server "$(server_in_box)" --see "$WINE_MODULES" --see "$BUILD/tools" --memory $((memory << 20)) \
+        --file-size $((disk << 20)) --temporary $((disk << 18)) --threads "${KEYREAP_BOX_PROCESSES:-2000}"
+    ((${#PLACES[@]} == 0)) || printf '%s\0' "${PLACES[@]}"
+    # A test's own server is a script.
+    [[ -z ${KEYREAP_WINESERVER-} ]] ||
+        printf '%s\0' --see /usr --see /bin --see /etc/alternatives --see "${KEYREAP_WINESERVER%/*}"
+    [[ $1 != yes ]] || printf '%s\0' --log "$REQUEST_FILTER" "$PREFIX/$REQUEST_LOG" "$(mixed_keys_file "$PREFIX")" \
+        "$(unplaced_lines_file "$PREFIX")"
+    while IFS= read -r assignment; do printf '%s\0' --set "$assignment"; done < <(wine_environment "$PREFIX")
+    printf '%s\0' --set "WINELOADER=$WINE_PROGRAMS/wine64" --set "WINESERVER=$WINE_PROGRAMS/wineserver64" \
+        --set "PATH=$STANDARD_PATH"
+}
+
+# server_in_box: the distribution's own, unless a test names another one.
+server_in_box() {
+    printf '%s' "${KEYREAP_WINESERVER:-$WINE_PROGRAMS/wineserver64}"
+}
+
+# run_in_box COMMAND...: returns COMMAND's status when all that it started has ended; fills BOX with what became of the box
+# (tools/box/outside.h). COMMAND doesn't run if there is no box. The script's `observed`, `requests` and `output` say how.
+# shellcheck disable=SC2154 # they are there
+run_in_box() {
+    local words status=0
+    mapfile -d '' -t words < <(box_words "$requests")
+    [[ $1 != @(wine|"$WINE") ]] || set -- "$WINE_PROGRAMS/wine64" "${@:2}"
+    [[ $observed == no ]] || set -- "$OBSERVER" "$(crash_file "$PREFIX")" "$@"
+    : >"$(box_report "$PREFIX")"
+    with_output start_box "${words[@]}" -- "$@" || status=$?
+    BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
+    [[ $BOX != server ]] || { end_session && fail "Wine's server did not come up"; }
+    return "$status"
+}
+
+# start_box WORD...: the keeper waits for the box, which has the keeper's pipe until its end.
+start_box() {
+    "$SESSION_BOX" "$@" <&0 3>&- 4>&- 5>&- 7>&- 9>&- &
+    BOX_PROCESS=$!
+    { wait "$BOX_PROCESS"; } 2>/dev/null
+}
+
+# box_missing: whether the last box couldn't be made. Says why, or fails where a box is required.
+box_missing() {
+    [[ $BOX == unavailable\ * ]] || return
+    local text="this run can't be kept apart from the machine (${BOX#unavailable })"
+    if [[ $SANDBOX == require ]]; then
+        end_session
+        fail "$text, and KEYREAP_SANDBOX asks for that; see docs/security.md"
+    fi
+    say "$text; see docs/security.md"
+}
+
+# passed_ceiling: prints why the box was ended, or nothing.
+passed_ceiling() {
+    [[ $BOX != ceiling\ * ]] || printf 'it was ended, since it used %s (docs/security.md)' "${BOX#ceiling }"
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+namespace keyreap {
+
+// What a process and all its descendants use.
+struct TreeUse {
+    std::uint64_t threads = 0;
+    std::uint64_t memory =
+        0; // bytes of their own; what they share with files or with each other isn't counted
+};
+
+// Reads from `processes`, a folder like /proc. A process that ends meanwhile counts as far as it was read.
+// Stops when `threadCeiling` is passed, if that isn't 0.
+TreeUse UseOfTree(const std::string& processes, pid_t first, std::uint64_t threadCeiling);
+
+} // namespace keyreap
