@@ -55,13 +55,20 @@ make_tools() {
     done
 }
 
-# make_tool NAME
+# make_tool NAME: the folder NAME.parts has the objects, with a list of headers for each, and the linker's map. The bill of
+# materials of a release is made of them (scripts/materials).
 make_tool() {
-    local file=$TOOLS/$1 sources
+    local file=$TOOLS/$1 sources source name objects=()
+    local compiler=(clean_environment g++ -std=c++20 -O2 -static-pie)
     mapfile -t sources < <(tool_sources "$1")
-    rm -f "$file.version"
-    mkdir -p "$TOOLS"
-    clean_environment g++ -std=c++20 -O2 -static-pie -I "$ROOT" "${sources[@]}" -o "$file.new"
+    rm -rf "$file.version" "$file.parts"
+    mkdir -p "$file.parts"
+    for source in "${sources[@]}"; do
+        name=${source#"$ROOT/"}
+        objects+=("$file.parts/${name//\//-}.o")
+        "${compiler[@]}" -I "$ROOT" -MD -c "$source" -o "${objects[-1]}"
+    done
+    "${compiler[@]}" "${objects[@]}" -o "$file.new" -Xlinker -Map="$file.parts/link.map"
     mv "$file.new" "$file"
     tool_version "$1" >"$file.version"
 }

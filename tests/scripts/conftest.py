@@ -104,7 +104,7 @@ class Tree:
             (folder / name).mkdir()
         shared = ("pe/checkedview", "pe/imageheaders", "pe/imagetables", "pe/resourcetree", "regmodel/straynames")
         checked = ["%s.%s" % (name, kind) for name in shared for kind in ("cpp", "h")]
-        builds = ("CMakePresets.json", "cmake/mingw.cmake", "cmake/mingw-clang.cmake")
+        builds = ("CMakePresets.json", "cmake/linkmaps.cmake", "cmake/mingw.cmake", "cmake/mingw-clang.cmake")
         for name in ("keyreap", "keykit", "test", *builds, *checked):
             shutil.copy(ROOT / name, folder / name)
         self.borrow_wine()
