@@ -114,6 +114,12 @@ private:
         LiveSession session;
         session.bitness = server.bitness;
         session.hasClasses = hasClasses;
+        session.inputs = {server.file, captureFile};
+        return session;
+    }
+
+    static LiveSession Writing(const TemporaryFolder& folder, LiveSession session) {
+        session.outputs = {folder.Name()};
         return session;
     }
 
@@ -208,7 +214,7 @@ private:
         }
         const bool isRemoved = Wants(CheckPart::Clean) || !SessionsAreThrownAway();
         const RegistrationSteps own(steps, server, capture, Wants(CheckPart::Noise), isRemoved);
-        Run(steps, Session(true));
+        Run(steps, Writing(folder, Session(true)));
         facts.full = FactsOf(steps, own, true);
         if (redirected) {
             ResultFacts& result = facts.result.emplace();
@@ -329,7 +335,7 @@ private:
         const std::string second = folder.FileNamed("second.reg");
         LiveSteps steps;
         const std::size_t twice = steps.Ask(CaptureRequest(server.path, {first, second}));
-        Run(steps, Session(namesHere));
+        Run(steps, Writing(folder, Session(namesHere)));
         const std::vector<Json> answers = Whole(steps, twice);
         facts.hasNoSecond = Wants(CheckPart::Noise) && !ReadWholeFile(second);
         if (Wants(CheckPart::Noise) && !facts.hasNoSecond) {
@@ -344,7 +350,7 @@ private:
         const std::string file = folder.FileNamed("preloaded.reg");
         LiveSteps steps;
         const std::size_t step = steps.Ask(CaptureRequest(server.path, {file}, libraries));
-        Run(steps, Session(true));
+        Run(steps, Writing(folder, Session(true)));
         Whole(steps, step);
         return Read(file);
     }
@@ -355,7 +361,9 @@ private:
         const std::string file = folder.FileNamed("elsewhere.reg");
         LiveSteps steps;
         const std::size_t step = steps.Ask(CaptureRequest(path, {file}));
-        Run(steps, Session(namesElsewhere));
+        LiveSession session = Writing(folder, Session(namesElsewhere));
+        session.inputs.push_back(other.File());
+        Run(steps, session);
         Whole(steps, step);
         return Place(path, namesElsewhere, Read(file));
     }

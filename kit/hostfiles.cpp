@@ -57,11 +57,15 @@ std::string FileNameOf(const std::string& name) {
     return BytesOf(PathOf(name).filename().u8string());
 }
 
+std::string FullName(const std::string& name) {
+    std::error_code error;
+    return BytesOf(std::filesystem::absolute(PathOf(name), error).lexically_normal().u8string());
+}
+
 std::wstring WindowsPathOf(const std::string& name) {
     std::string path = name;
     if (!IsWindowsPath(name)) {
-        std::error_code error;
-        path = BytesOf(std::filesystem::absolute(PathOf(name), error).lexically_normal().u8string());
+        path = FullName(name);
         path.insert(0, IsWindowsPath(path) ? "" : "Z:");
     }
     std::ranges::replace(path, '/', '\\');

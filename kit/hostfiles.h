@@ -21,6 +21,9 @@ bool WriteWholeFile(const std::string& name, std::string_view bytes);
 // The last part of the name.
 std::string FileNameOf(const std::string& name);
 
+// The name from the root of the file system, without a look at the file.
+std::string FullName(const std::string& name);
+
 // The full path under which a Windows program sees the file: on another system on drive Z:, as under Wine. A
 // path of Windows stays as it is. Empty if the name isn't UTF-8.
 std::wstring WindowsPathOf(const std::string& name);

@@ -1,4 +1,5 @@
 #include "kit/commandoutput.h"
+#include "kit/hostfiles.h"
 #include "kit/liveoutput.h"
 #include "kit/refusal.h"
 
@@ -24,6 +25,12 @@ std::vector<std::string> WordsOf(const char* command, const LiveSession& session
     add(session.isLogged, {"--requests"});
     add(!session.user.empty(), {"--user", session.user});
     add(!session.computer.empty(), {"--computer", session.computer});
+    for (const std::string& input : session.inputs) {
+        add(true, {"--input", FullName(input)});
+    }
+    for (const std::string& output : session.outputs) {
+        add(true, {"--write", FullName(output)});
+    }
     return words;
 }
 

@@ -77,7 +77,7 @@ std::vector<Json> AnswersOf(const LiveSession& session, const Json& request) {
 }
 
 std::vector<CreatedClass> CreateClasses(const CreationRequest& request) {
-    const LiveSession session{.bitness = request.bitness, .hasClasses = false};
+    const LiveSession session{.bitness = request.bitness, .hasClasses = false, .inputs = request.inputs};
     std::vector<CreatedClass> created;
     while (created.size() < request.classes.size()) {
         const std::vector<Json> answers = AnswersOf(session, RequestJson(request, created.size()));

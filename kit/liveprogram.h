@@ -20,6 +20,9 @@ struct LiveSession {
     bool isLogged = false;     // a capture can have a trace
     std::string user = {};     // who the session's user is; empty: the usual one
     std::string computer = {}; // what the computer is called; empty: as it is
+    // What a session reaches of the machine, beside the request; full names.
+    std::vector<std::string> inputs = {};  // files that it reads, with their folders
+    std::vector<std::string> outputs = {}; // folders that it writes to
 };
 
 // All answers up to the end of the program; the first one has its bitness. Fails with a Refusal if there is
@@ -41,6 +44,7 @@ struct CreationRequest {
     int bitness = 64;
     std::wstring manifest;             // a path of Windows
     std::vector<std::wstring> folders; // in which the servers find other files
+    std::vector<std::string> inputs;   // the manifest and the servers, under their names of this machine
     std::vector<LiveClass> classes;
 };
 

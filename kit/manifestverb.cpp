@@ -142,8 +142,10 @@ CreationRequest RequestOf(const ManifestWords& words, const ComManifest& manifes
     CreationRequest request;
     request.bitness = manifest.bitness;
     request.manifest = WindowsPathOf(file);
+    request.inputs = {file};
     for (const std::string& word : words.servers) {
         const std::wstring path = WindowsPathOf(ServerFileName(word));
+        request.inputs.push_back(ServerFileName(word));
         request.folders.push_back(path.substr(0, path.rfind(L'\\')));
     }
     for (const ManifestFile& one : manifest.files) {

@@ -13,6 +13,9 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
+    // The full name of the folder itself, in UTF-8.
+    const std::string& Name() const { return folder; }
+
     // The full name, in UTF-8, of a file in the folder.
     std::string FileNamed(const std::string& name) const;
 

@@ -12,6 +12,8 @@ source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
 source "$ROOT/scripts/setup.sh"
 # shellcheck source=scripts/unplaced.sh
 source "$ROOT/scripts/unplaced.sh"
+# shellcheck source=scripts/paths.sh
+source "$ROOT/scripts/paths.sh"
 
 # report OUTPUT STATUS: prints what the session has left, and ends with its status. With any other status than its own
 # the program was ended, perhaps while it wrote: a part of a story isn't printed.
@@ -20,6 +22,7 @@ report() {
     [[ ! -s $1 || $2 != [01] ]] || end=whole
     [[ ! -s $1 || $2 != 2 ]] || end=refused
     [[ $end != whole ]] || cat "$1"
+    [[ -z $KEYREAP_CEILING ]] || fail "$KEYREAP_CEILING"
     [[ -z $KEYREAP_UNPLACED ]] || fail "this can't be relied on, since $KEYREAP_UNPLACED; see docs/hosts.md"
     case $end in
     whole) exit "$2" ;;
@@ -38,7 +41,9 @@ allow_open_files
 output=$(mktemp)
 trap 'rm -f "$output"' EXIT
 status=0
+input=$(host_path "$3")
 "$ROOT/scripts/wine-session.sh" --ready --no-display --requests --observed --silent \
+    --box --see "$STAGE/bin" --see "$STAGE/tools" --output "$output" ${input:+--input "$input"} \
     --then 3 "$ROOT/scripts/explain.sh" --report "$output" \
     "$WINE" "$STAGE/tools/$1/KeyKitExplain.exe" "Z:${output//\//\\}" "${@:2}" || status=$?
 exit "$status"

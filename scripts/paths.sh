@@ -6,3 +6,10 @@
 windows_path() {
     "$BUILD/tools/capturecheck" path "$1"
 }
+
+# host_path WINDOWS_PATH: prints the path of the same file on this machine, or nothing for one that is on no drive of it.
+host_path() {
+    [[ $1 == [zZ]:* ]] || return 0
+    local path=${1:2}
+    printf '%s' "${path//\\//}"
+}

@@ -30,6 +30,7 @@
 #   --checked-heaps    HeapValidate in a program finds writes just past the end of a block
 #   --ready            the caller has done the set-up
 #   --silent           what the command writes to its standard streams is discarded
+#   --quiet            what it writes to its standard error is discarded
 #   --then N WORD...   when the session has ended, this script executes the command of N words, with the status as one
 #                      more. KEYREAP_CRASH says what crashed (--observed), KEYREAP_MIXED_KEYS is what
 #                      --report-mixed-keys would print, and KEYREAP_UNPLACED says why the log can't be
@@ -85,6 +86,7 @@ while (($# > 0)); do
     --ready) ready=yes ;;
     --observed) observed=yes ;;
     --silent) output=none ;;
+    --quiet) output=plain ;;
     --then)
         afterwards=("${@:3:$2}")
         shift $(($2 + 1))
@@ -133,7 +135,11 @@ run_command() {
 
 # with_output COMMAND...: the command's output is shown or not, as the caller wants it.
 with_output() {
-    if [[ $output == shown ]]; then "$@"; else "$@" </dev/null >/dev/null 2>&1; fi
+    case $output in
+    shown) "$@" ;;
+    plain) "$@" 2>/dev/null ;;
+    none) "$@" </dev/null >/dev/null 2>&1 ;;
+    esac
 }
 
 check_pool

@@ -96,7 +96,7 @@ class Tree:
         self.keyreap = folder / "keyreap"
         self.source = folder / "extract" / "main.cpp"
         shutil.copytree(ROOT / "tests" / "scripts" / "smallproject", folder, dirs_exist_ok=True)
-        tools = ["tools/" + name for name in ("startrecorder", "observer", "capturecheck", "selfcheck")]
+        tools = ["tools/" + name for name in ("startrecorder", "observer", "capturecheck", "selfcheck", "box")]
         for name in ("scripts", *tools, "hostlogger", "etl", "platform/os", "platform/core/text"):
             shutil.copytree(ROOT / name, folder / name)
         (folder / "cmake").mkdir()
