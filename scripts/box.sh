@@ -69,13 +69,49 @@ prefix_on_tmpfs() {
     ((major > 6 || (major == 6 && minor >= 6)))
 }
 
-# make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty.
+# check_inputs FILE...: root has no rights over the files of other users in a box.
+check_inputs() {
+    local file
+    ((EUID == 0)) && [[ $SANDBOX != off ]] || return 0
+    for file in "$@"; do
+        [[ ! -f $file || -O $file ]] || without_rights test -r "$file" ||
+            fail "$file: it belongs to another user, and root can't read it where a server is kept apart; see docs/security.md"
+    done
+}
+
+# without_rights COMMAND...: as root without the rights that the modes of files don't give.
+without_rights() {
+    setpriv --bounding-set=-all --inh-caps=-all "$@"
+}
+
+# make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty. A file that
+# only root's rights open for writing has a stand-in in the box, which take_outputs copies.
 make_outputs() {
     local file
+    STAND_INS=()
     for file in "$@"; do
-        [[ ! -e $file && ! -d $file ]] || continue
-        { : >"$file"; } 2>/dev/null || continue
-        printf 'created %s\n' "$file" >&8
+        if [[ ! -e $file ]]; then
+            { : >"$file"; } 2>/dev/null || continue
+            printf 'created %s\n' "$file" >&8
+        elif ((EUID == 0)) && [[ -f $file && ! -O $file ]] && ! without_rights test -w "$file"; then
+            cp "$file" "$(stand_in "${#STAND_INS[@]}")"
+            touch -d @0 "$(stand_in "${#STAND_INS[@]}")"
+            PLACES+=(--place "$(stand_in "${#STAND_INS[@]}")" "$file")
+            STAND_INS+=("$file")
+        fi
+    done
+}
+
+# stand_in NUMBER
+stand_in() {
+    printf '%s/output%s' "$(notes_folder "$PREFIX")" "$1"
+}
+
+# take_outputs: copies the stand-ins that were written to, which have another time, to their files.
+take_outputs() {
+    local number
+    for number in "${!STAND_INS[@]}"; do
+        [[ -z $(find "$(stand_in "$number")" -newermt @1) ]] || cat "$(stand_in "$number")" >"${STAND_INS[number]}"
     done
 }
 
@@ -114,13 +150,14 @@ run_in_box() {
     : >"$(box_report "$PREFIX")"
     with_output start_box "${words[@]}" -- "$@" || status=$?
     BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
+    take_outputs
     [[ $BOX != server ]] || { end_session && fail "Wine's server did not come up"; }
     return "$status"
 }
 
 # start_box WORD...: the keeper waits for the box, which has the keeper's pipe until its end.
 start_box() {
-    "$SESSION_BOX" "$@" <&0 3>&- 4>&- 5>&- 7>&- 9>&- &
+    "${RIGHTLESS[@]}" "$SESSION_BOX" "$@" <&0 3>&- 4>&- 5>&- 7>&- 9>&- &
     BOX_PROCESS=$!
     { wait "$BOX_PROCESS"; } 2>/dev/null
 }

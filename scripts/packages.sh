@@ -37,6 +37,10 @@
     EXAMPLE_PACKAGES=(nsis wixl)
 }
 
+# Packages come signed, whatever the machine's settings allow.
+SIGNED_ONLY=(-o Acquire::AllowInsecureRepositories=false -o Acquire::AllowWeakRepositories=false
+    -o Acquire::AllowDowngradeToInsecureRepositories=false -o APT::Get::AllowUnauthenticated=false)
+
 # What a compilation depends on beside its sources: `g++` names the packages of the version that it stands for.
 native_toolchain() {
     local major
@@ -83,8 +87,8 @@ install_packages() {
 # run_apt PACKAGE...: first completes an interrupted installation; waits for the locks of other installers.
 run_apt() {
     as_root dpkg --configure -a
-    as_root apt-get -q update || echo "the lists are not all up to date; going on with what is there"
-    as_root apt-get -q -y -o DPkg::Lock::Timeout=600 install --no-install-recommends "$@"
+    as_root apt-get -q "${SIGNED_ONLY[@]}" update || echo "the lists are not all up to date; going on with what is there"
+    as_root apt-get -q -y "${SIGNED_ONLY[@]}" -o DPkg::Lock::Timeout=600 install --no-install-recommends "$@"
 }
 
 as_root() {

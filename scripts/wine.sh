@@ -52,7 +52,7 @@ END
 make_modules() {
     local new=$WINE_HOME/modules.new version options
     version=$(wine_version)
-    options=(-o APT::Architecture=i386 -o APT::Architectures=i386 -o APT::Sandbox::User=root
+    options=("${SIGNED_ONLY[@]}" -o APT::Architecture=i386 -o APT::Architectures=i386 -o APT::Sandbox::User=root
         -o Dir::State::Lists="$new/lists" -o Dir::Cache="$new/cache")
     mkdir -p "$new/lists/partial" "$new/cache/archives/partial"
     cd "$new" || return

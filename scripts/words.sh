@@ -10,18 +10,20 @@ usage() {
     say "usage: $command extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# take_records WORD...: runs the check with these words and carries out its records. Fills WORDS, STATES, TRACES and
-# FILES, which are options of wine-session.sh, and
-# OWN_STATUS from the last record; a check without that record has failed.
+# take_records WORD...: runs the check with these words and carries out its records. Fills WORDS, STATES, TRACES, INPUTS,
+# FILES, which are options of wine-session.sh, and OWN_STATUS from the last record; a check without that record has failed.
 # shellcheck disable=SC2034 # not every caller reads all of them
 take_records() {
     local kind text name='' path='' reason
-    WORDS=() STATES=() FILES=() TRACES=no OWN_STATUS=
+    WORDS=() STATES=() FILES=() INPUTS=() TRACES=no OWN_STATUS=
     while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
         case $kind in
         word) WORDS+=("$text") ;;
         state) STATES+=("$text") ;;
-        input | output) FILES+=("--$kind" "$text") ;;
+        input | output)
+            FILES+=("--$kind" "$text")
+            [[ $kind == output ]] || INPUTS+=("$text")
+            ;;
         traces) TRACES=$text ;;
         say) say "$text" ;;
         usage) usage ;;

@@ -120,6 +120,9 @@ class NinjaBuild(Builder):
         return [path for path in map(self.absolute, self.inputs_of(archive)) if Path(path).name in names]
 
     def sources_of(self, path):
+        if path.endswith(".def"):
+            # The names that a library exports, which the linker itself reads.
+            return []
         return [*self.inputs_of(path), *self.headers.get(path, [])]
 
 

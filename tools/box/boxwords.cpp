@@ -53,6 +53,11 @@ Take Into(std::uint64_t Ceilings::*ceiling) {
     return [ceiling](BoxWords& words, WordReader& reader) { words.ceilings.*ceiling = reader.NextNumber(); };
 }
 
+void TakePlaced(BoxWords& words, WordReader& reader) {
+    std::string file = reader.Next();
+    words.placed.emplace_back(std::move(file), reader.Next());
+}
+
 void TakeLog(BoxWords& words, WordReader& reader) {
     words.log.filter = reader.Next();
     words.log.file = reader.Next();
@@ -70,6 +75,7 @@ const std::map<std::string_view, Take>& Options() {
         {"--output", Into(&BoxWords::outputs)},
         {"--see", Into(&BoxWords::seen)},
         {"--write", Into(&BoxWords::changed)},
+        {"--place", TakePlaced},
         {"--set", Into(&BoxWords::variables)},
         {"--env", Into(&BoxWords::passed)},
         {"--display", [](BoxWords& words, WordReader&) { words.hasDisplay = true; }},

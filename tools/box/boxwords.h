@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace keyreap {
@@ -27,7 +28,7 @@ struct Ceilings {
 
 // The words of sessionbox.
 struct BoxWords {
-    std::string report; // a file outside of the box that tells the caller what became of it
+    std::string report; // a file outside of the box, with what became of it
     std::string prefix; // the session's own folder
     std::string hidden; // a folder that is empty in the box, or nothing
     std::string server;
@@ -35,8 +36,9 @@ struct BoxWords {
     std::vector<std::string> outputs;
     std::vector<std::string> seen;
     std::vector<std::string> changed;
-    std::vector<std::string> variables; // NAME=VALUE
-    std::vector<std::string> passed;    // names of the caller's variables
+    std::vector<std::pair<std::string, std::string>> placed; // a file, and the path at which it is in the box
+    std::vector<std::string> variables;                      // NAME=VALUE
+    std::vector<std::string> passed;                         // names of the caller's variables
     bool hasDisplay = false;
     RequestLog log;
     Ceilings ceilings;

@@ -102,6 +102,9 @@ void AddPlaces(BoxPlaces& places, const BoxWords& words) {
     for (const std::string& output : words.outputs) {
         places.Change(output);
     }
+    for (const auto& [file, path] : words.placed) {
+        places.Put(path, {"--bind", file, path});
+    }
     places.Change(words.prefix);
     if (!words.hidden.empty()) {
         places.Put(words.hidden, {"--perms", "0500", "--size", "4096", "--tmpfs", words.hidden,

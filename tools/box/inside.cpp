@@ -21,7 +21,7 @@ constexpr int notFound = 127;
 constexpr int signalled = 128;
 constexpr int serverFailed = 125;
 
-// What stands before the command among the words.
+// The words before the command.
 struct InsideWords {
     const char* server;
     const char* log; // empty if there is none

@@ -9,7 +9,7 @@ namespace keyreap {
 //   unavailable TEXT   there is no box here, and nothing was started; TEXT says why not
 //   server             the session's server didn't come up, and the command wasn't started
 //   ceiling TEXT       the box was ended, since it used more than it may; TEXT says of what
-// Ends the box early when it is told to end, or when its parent has ended.
+// Ends the box early at a signal to end, or when its parent has ended.
 int RunOutside(const BoxWords& words);
 
 } // namespace keyreap
