@@ -55,9 +55,7 @@ class Accountant:
         name = Path(file.name).name
         for build in filter(None, map(self.builds.get, file.builds)):
             if maps := build.maps.get(name):
-                if len(maps) > 1:
-                    raise Unknown("%s: there are %d programs of this name" % (file.name, len(maps)))
-                return build, build.parts_of(maps[0])
+                return build, build.parts_of(maps)
         raise Unknown("%s: there is no linker's map of it" % file.name)
 
     def add_program(self, bill, file, parts):

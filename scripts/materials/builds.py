@@ -50,19 +50,21 @@ class Builder:
     def __init__(self, tree, folder):
         self.tree = tree
         self.folder = Path(folder)
+        self.sources = {}
 
     def absolute(self, path):
         return os.path.normpath(self.folder / path)
 
-    def parts_of(self, linked):
-        """The Parts of the program that this LinkMap is of."""
+    def parts_of(self, maps):
+        """The Parts of the program that these LinkMaps are of: of all programs with its name."""
         parts = Parts()
-        for path in map(self.absolute, linked.objects):
-            self.add(parts, path, [path])
-        for path, names in linked.members.items():
-            archive = self.absolute(path)
-            self.add(parts, archive, self.objects_of(archive, names) if self.tree.foreign(archive) is None else [])
-        parts.shared = self.tree.foreign_ones(map(self.absolute, linked.shared))
+        for linked in maps:
+            for path in map(self.absolute, linked.objects):
+                self.add(parts, path, [path])
+            for path, names in linked.members.items():
+                archive = self.absolute(path)
+                self.add(parts, archive, self.objects_of(archive, names) if self.tree.foreign(archive) is None else [])
+            parts.shared |= self.tree.foreign_ones(map(self.absolute, linked.shared))
         return parts
 
     def add(self, parts, file, objects):
@@ -72,7 +74,9 @@ class Builder:
             parts.linked.add(foreign)
             return
         for path in objects:
-            parts.compiled |= self.tree.foreign_ones(map(self.absolute, self.sources_of(path)))
+            if path not in self.sources:
+                self.sources[path] = self.tree.foreign_ones(map(self.absolute, self.sources_of(path)))
+            parts.compiled |= self.sources[path]
 
     def unknown(self, path):
         return Unknown("%s is linked in, and neither built here nor a file of a package" % path)
@@ -123,7 +127,7 @@ class NinjaBuild(Builder):
         if path.endswith(".def"):
             # The names that a library exports, which the linker itself reads.
             return []
-        return [*self.inputs_of(path), *self.headers.get(path, [])]
+        return self.headers[path] if path in self.headers else self.inputs_of(path)
 
 
 class ToolBuild(Builder):

@@ -19,6 +19,7 @@ LIBRARIES = [
     (r"mingw-w64", r"", "mingw-w64 run time", "ZPL-2.1 AND " + ANYTHING_ELSE),
     (r"glibc", r"", "glibc", "LGPL-2.1-or-later"),
     (r"linux", r"", "linux headers", "GPL-2.0-only WITH Linux-syscall-note"),
+    (r"cli11", r"", "CLI11", "BSD-3-Clause"),
     (r"googletest", r"", "googletest", "BSD-3-Clause"),
     (r"nlohmann-json3", r"", "nlohmann-json", "MIT"),
 ]

@@ -5,6 +5,7 @@ import hashlib
 import json
 import shutil
 import subprocess
+import sys
 import zipfile
 from pathlib import Path
 from urllib.parse import unquote
@@ -12,6 +13,10 @@ from urllib.parse import unquote
 import pytest
 import spdxrules
 from conftest import ROOT, bash, new_tree, run
+
+sys.path.insert(0, str(ROOT / "scripts" / "materials"))
+
+from licences import licence_in  # noqa: E402
 
 BUILD = """
     cd "$1" && for part in common packages tools build; do source "scripts/$part.sh"; done
@@ -26,6 +31,9 @@ MINGW = {
     ("mingw-w64 run time", "mingw-w64-x86-64-dev"),
     ("winpthreads", "mingw-w64-x86-64-dev"),
 }
+# Uses a function of libcrypto.
+WIPE = 'extern "C" void OPENSSL_cleanse(void*, unsigned long);\nauto used = OPENSSL_cleanse;\n'
+
 VERSION, TIME = "1.2.3", 1_000_000_000
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 
@@ -36,17 +44,25 @@ class Product:
     def __init__(self):
         self.tree = new_tree()
         self.kit = self.tree.folder / "kit"
-        self.texts = {file: file.read_text() for file in self.kit.iterdir()}
+        self.program = self.tree.folder / "extract"
+        self.texts = {file: file.read_text() for folder in (self.kit, self.program) for file in folder.iterdir()}
 
     def restore(self):
+        # The map of a program that is no longer declared stays.
+        shutil.rmtree(self.tree.build / "keykit/kit/CMakeFiles/other.dir", ignore_errors=True)
         for file, text in self.texts.items():
             file.write_text(text)
 
     def use(self, text, libraries=""):
         """Puts a line into the main file of keykit, and links libraries to it."""
-        source, lists = self.kit / "main.cpp", self.kit / "CMakeLists.txt"
+        source = self.kit / "main.cpp"
         source.write_text(text + "\n" + self.texts[source])
-        lists.write_text(self.texts[lists] + "target_link_libraries(keykit PRIVATE %s)\n" % libraries)
+        self.declare(self.kit, "target_link_libraries(keykit PRIVATE %s)" % libraries)
+
+    def declare(self, folder, text):
+        """Adds lines to the declarations of a folder."""
+        file = folder / "CMakeLists.txt"
+        file.write_text(file.read_text() + text + "\n")
 
     def build(self):
         result = bash(BUILD, self.tree.folder)
@@ -165,7 +181,7 @@ def test_the_same_product_has_the_same_bill(plain, product):
 
 
 def test_one_more_linked_library_is_one_more_entry(plain, product):
-    product.use('extern "C" void OPENSSL_cleanse(void*, unsigned long);\nauto used = OPENSSL_cleanse;', "-l:libcrypto.a")
+    product.use(WIPE, "-l:libcrypto.a")
     bill = product.bill()
     spdxrules.check(bill.document)
     assert bill.libraries() - plain.libraries() == {("libssl-dev", "libssl-dev")}
@@ -190,6 +206,20 @@ def test_a_library_of_headers_alone_is_an_entry(plain, product):
 def test_a_library_that_nothing_is_taken_from_is_not_listed(plain, product):
     product.use("", "-l:libcrypto.a")
     assert product.bill().libraries() == plain.libraries()
+
+
+@pytest.mark.parametrize(
+    "text, expected",
+    [
+        ("Files: *\nCopyright: us\nLicense: Expat\n", "MIT"),
+        ("Files: *\nLicense: Zlib\n text\n\nFiles: debian/*\nLicense: GPL-2+\n\nLicense: GPL-2+\n text\n", "Zlib"),
+        ("Files: *\nLicense: Expat\n\nFiles: a b\nLicense: Zlib\n", None),
+        ("Files: *\nLicense: of-our-own\n", None),
+        ("It may be copied as you like.\n", None),
+    ],
+)
+def test_a_licence_is_read_only_where_it_holds_for_all_files(text, expected):
+    assert licence_in(text) == expected
 
 
 def compiled_library(folder, name):
@@ -220,6 +250,21 @@ def test_a_header_that_is_of_no_package_makes_no_bill(product, tmp_path):
 
 def test_a_program_that_was_not_linked_here_makes_no_bill(product):
     assert "stranger: there is no linker's map of it" in product.refusal(stranger="/usr/bin/true")
+
+
+def test_programs_of_one_name_have_the_parts_of_both(product, plain):
+    (product.kit / "other.cpp").write_text(WIPE + "int main() {}\n")
+    product.declare(product.kit, "add_executable(other other.cpp)\ntarget_link_libraries(other PRIVATE -l:libcrypto.a)")
+    product.declare(product.kit, "set_target_properties(other PROPERTIES OUTPUT_NAME keykit RUNTIME_OUTPUT_DIRECTORY second)")
+    product.declare(product.kit, "add_dependencies(keykit other)")
+    assert ("libssl-dev", "libssl-dev") in product.bill().libraries() - plain.libraries()
+
+
+def test_a_list_of_exported_names_is_no_part(product, plain):
+    (product.program / "names.def").write_text("EXPORTS\n    wmain\n")
+    product.declare(product.program, "target_link_options(Keyreap PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/names.def)")
+    assert product.bill().libraries() == plain.libraries()
+    assert "/names.def\n" in (product.tree.build / "x64/extract/CMakeFiles/Keyreap.dir/link.map").read_text()
 
 
 def test_a_shared_library_is_listed_as_one(plain, product):
