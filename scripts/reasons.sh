@@ -19,7 +19,7 @@ input_reason() {
         status=0
         reason=$(exec setpriv --pdeathsig TERM timeout --foreground -k 5 "$REASON_LIMIT" \
             "$ROOT/scripts/wine-session.sh" --ready --no-display --box --see "$BUILD/stage/tools" \
-            ${file:+--input "$file"} "$WINE" "$BUILD/stage/tools/$bitness/explain.exe" "$1" 2>/dev/null </dev/null) || status=$?
+            ${file:+--input "$file"} /usr/bin/wine "$BUILD/stage/tools/$bitness/explain.exe" "$1" 2>/dev/null </dev/null) || status=$?
         ((status == 2)) || break
     done
     ((status != 0)) || printf '%s' "$reason"
