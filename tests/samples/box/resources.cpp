@@ -1,0 +1,79 @@
+// As much memory, disk and processes as the host lets it have, up to a limit that a test sets.
+#include "tests/samples/box/means.h"
+
+#include <algorithm>
+
+namespace keyreap::samples::box {
+
+namespace {
+
+constexpr std::size_t megabyte = 0x100000;
+
+} // namespace
+
+// Memory counts only once it has been written to.
+Word TakeMemory(std::size_t megabytes) {
+    constexpr std::size_t pageSize = 0x1000;
+    constexpr int readAndWrite = 3;
+    constexpr int privateMemory = 0x22;
+    const std::size_t size = megabytes * megabyte;
+    const Word address = Call(System::Map, nullptr, size, readAndWrite, privateMemory, -1, 0);
+    const bool isFailure = address < 0 && address > -4096;
+    for (std::size_t at = 0; at < size && !isFailure; at += pageSize) {
+        reinterpret_cast<volatile char*>(address)[at] = 1;
+    }
+    return isFailure ? address : 0;
+}
+
+namespace {
+
+// Repeats a step for each of a number of megabytes, and appends how many succeeded.
+template <typename Step>
+Word ForEachMegabyte(unsigned long long count, Text& got, Step step) {
+    Word result = 0;
+    unsigned long long done = 0;
+    while (done < count && (result = step()) >= 0) {
+        ++done;
+    }
+    got.Append(done);
+    got.Append(" MB");
+    return std::min<Word>(result, 0);
+}
+
+Word Allocate(const Arguments& arguments, Text& got) {
+    return ForEachMegabyte(arguments.NumberAt(0), got, [] { return TakeMemory(1); });
+}
+
+// The first failure, or 0. A disk that is nearly full takes a part.
+Word WriteMegabyte(Word file) {
+    static char content[megabyte];
+    Word written = 0;
+    for (std::size_t size = 0; size < megabyte && written >= 0; size += static_cast<std::size_t>(written)) {
+        written = Call(System::Write, file, &content[size], megabyte - size);
+    }
+    return std::min<Word>(written, 0);
+}
+
+Word FillFile(Word file, unsigned long long count, Text& got) {
+    return file < 0 ? file : ForEachMegabyte(count, got, [file] { return WriteMegabyte(file); });
+}
+
+Word FillDisk(const Arguments& arguments, Text& got) {
+    const Word file = Call(System::Open, arguments[0], writing | creating, 0600);
+    return FillFile(file, arguments.NumberAt(1), got);
+}
+
+// A file that exists in memory only and has no path.
+Word FillMemoryFile(const Arguments& arguments, Text& got) {
+    return FillFile(Call(System::MemoryFile, "", 0), arguments.NumberAt(0), got);
+}
+
+constexpr Way ways[] = {{"allocate", Allocate}, {"fill", FillDisk}, {"memoryfile", FillMemoryFile}};
+
+} // namespace
+
+std::span<const Way> ResourceWays() {
+    return ways;
+}
+
+} // namespace keyreap::samples::box
