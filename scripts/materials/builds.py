@@ -87,10 +87,14 @@ class NinjaBuild(Builder):
 
     def __init__(self, tree, folder):
         super().__init__(tree, folder)
+        lines = self.ninja("targets", "all").stdout.splitlines()
+        self.targets = {self.absolute(target): target for target in (line.rpartition(": ")[0] for line in lines)}
         self.maps = defaultdict(list)
         for file in sorted(self.folder.rglob("link.map")):
-            linked = read_map(file.read_text(encoding="utf-8", errors="surrogateescape"))
-            self.maps[Path(linked.program).name].append(linked)
+            linked = map_in(file)
+            # The map of a program that is no longer declared stays.
+            if self.absolute(linked.program) in self.targets:
+                self.maps[Path(linked.program).name].append(linked)
         self.headers = dict(self.recorded_headers())
         self.inputs = {}
 
@@ -110,12 +114,10 @@ class NinjaBuild(Builder):
     def inputs_of(self, path):
         """What Ninja makes a file from."""
         if path not in self.inputs:
-            answer = self.ninja("query", os.path.relpath(path, self.folder))
-            if answer.returncode != 0:
-                answer = self.ninja("query", path)
-            listed = answer.stdout.partition("  input:")[2].partition("  outputs:")[0].splitlines()[1:]
-            if answer.returncode != 0 or not listed:
+            if path not in self.targets:
                 raise self.unknown(path)
+            answer = self.ninja("query", self.targets[path])
+            listed = answer.stdout.partition("  input:")[2].partition("  outputs:")[0].splitlines()[1:]
             # A bar is before those that the rule doesn't name.
             self.inputs[path] = [line.strip() for line in listed if not line.strip().startswith("|")]
         return self.inputs[path]
@@ -138,7 +140,7 @@ class ToolBuild(Builder):
         self.maps = {}
         for file in sorted(self.folder.glob("*.parts/link.map")):
             name = file.parent.name.removesuffix(".parts")
-            self.maps[name] = [read_map(file.read_text(encoding="utf-8", errors="surrogateescape"))]
+            self.maps[name] = [map_in(file)]
 
     def objects_of(self, archive, names):
         raise self.unknown(archive)
@@ -151,6 +153,17 @@ class ToolBuild(Builder):
         return [re.sub(r"\\(.)", r"\1", word) for word in words_of_rule(text)]
 
 
+def map_in(file):
+    return read_map(file.read_text(encoding="utf-8", errors="surrogateescape"))
+
+
 def words_of_rule(text):
     """The prerequisites of a rule for make, as the compiler writes it."""
     return re.findall(r"(?:\\.|[^\s\\])+", text.replace("\\\n", " ").partition(": ")[2])
+
+
+def builds_of(root):
+    """The builds whose programs a release may have, by name."""
+    tree = Tree(root)
+    builds = {preset: NinjaBuild(tree, root / "build" / preset) for preset in ("x64", "x86", "keykit")}
+    return builds | {"tools": ToolBuild(tree, root / "build/tools")}

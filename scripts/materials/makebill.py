@@ -10,16 +10,10 @@ import sys
 from pathlib import Path
 
 from bill import Accountant
-from builds import NinjaBuild, ToolBuild, Tree, Unknown
+from builds import Unknown, builds_of
 from distribution import Distribution
 from releasefiles import contents
 from spdx import document
-
-
-def builds_of(root):
-    tree = Tree(root)
-    builds = {preset: NinjaBuild(tree, root / "build" / preset) for preset in ("x64", "x86", "keykit")}
-    return builds | {"tools": ToolBuild(tree, root / "build/tools")}
 
 
 def main():
