@@ -11,6 +11,17 @@ from tempfile import TemporaryDirectory
 from reports import Counts, counts_of, results_of
 from suites import Kind, Suite
 
+# What a suite's program is told.
+VARIABLES = (
+    "KEYREAP_SAMPLE",
+    "KEYREAP_HOST",
+    "KEYREAP_SHARE_UNC",
+    "KEYREAP_SHARE_LOCAL",
+    "KEYREAP_STAGE",
+    "KEYREAP_SAMPLES",
+    "KEYREAP_GOLDEN",
+)
+
 # The status of timeout(1) when it ended the command.
 TIMED_OUT = 124
 
@@ -65,7 +76,14 @@ def command_of(suite: Suite, root: Path, share: str, report: Path) -> list[str |
     session = [root / "scripts/wine-session.sh", "--ready", "--no-display", "--checked-heaps", "--share", share]
     requests = ["--requests"] if suite.kind == Kind.REQUESTS else []
     options = ["--gtest_color=no", f"--gtest_output=json:{windows_path(report)}"]
-    return [*session, *requests, "/usr/bin/wine", suite.file, *options]
+    return [*session, *requests, *box_of(root, report.parent), "/usr/bin/wine", suite.file, *options]
+
+
+def box_of(root: Path, results: Path) -> list[str | Path]:
+    """The tests' programs see the project and write their results, in a box like that of a run (scripts/box.sh). Some start
+    scripts."""
+    passed = [word for name in VARIABLES for word in ("--env", name)]
+    return ["--box", "--scripts", "--see", root, "--write", results, *passed]
 
 
 def environment_of(suite: Suite, places: Places, share: str, step: int, summary: Path) -> dict[str, str]:

@@ -57,6 +57,7 @@ class Sessions:
 
     def session(self, options, script, *words):
         session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", *self.options, *options]
+        session += ["--box", "--scripts", "--write", self.folder]
         command = [*session, sys.executable, Path(__file__).with_name(script), self.list, *words]
         subprocess.run(command, stdin=subprocess.DEVNULL, check=True)
 

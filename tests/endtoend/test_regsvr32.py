@@ -42,6 +42,7 @@ def registrations(bitness, output):
     programs = [os.environ["KEYREAP_STAGE"] + "\\" + bitness + "\\Keyreap.exe", folder + "\\regsvr32.exe"]
     script = Path(__file__).with_name("register_modules.py")
     session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--empty-classes"]
+    session += ["--box", "--scripts", "--write", output]
     words = [sys.executable, script, *programs, folder + "\\reg.exe", folder, output, *MODULES]
     return subprocess.Popen([*session, *words], stdin=subprocess.DEVNULL)
 

@@ -32,6 +32,7 @@ def captures(bitness, output):
     ]
     script = Path(__file__).with_name("capture_modules.py")
     session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--requests"]
+    session += ["--box", "--scripts", "--write", output]
     words = [sys.executable, script, *programs, SYSTEM_FOLDERS[bitness], output, *MODULES]
     return subprocess.Popen([*session, *words], stdin=subprocess.DEVNULL)
 
