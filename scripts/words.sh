@@ -7,7 +7,7 @@ source "$ROOT/scripts/reasons.sh"
 usage() {
     local command=./keyreap
     [[ ! -f $ROOT/prebuilt ]] || command=keyreap
-    say "usage: $command extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
+    say "usage: $command [--see FOLDER] [--env NAME] [--display] extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
 # take_records WORD...: runs the check with these words and carries out its records. Fills WORDS, STATES, TRACES, INPUTS,

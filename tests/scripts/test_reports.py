@@ -10,7 +10,7 @@ from conftest import ROOT, run
 
 KEYREAP = ROOT / "keyreap"
 SAMPLES = ROOT / "build" / "samples"
-USAGE = "usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
+USAGE = "usage: ./keyreap [--see FOLDER] [--env NAME] [--display] extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 
 
 @pytest.fixture(scope="module", autouse=True)

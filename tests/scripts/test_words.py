@@ -18,7 +18,7 @@ import contents  # noqa: E402
 from document import value_lines  # noqa: E402
 
 CHECK = ROOT / "build" / "tools" / "capturecheck"
-USAGE = "keyreap: usage: ./keyreap extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
+USAGE = "keyreap: usage: ./keyreap [--see FOLDER] [--env NAME] [--display] extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 CALCULATOR = GOLDEN / "calculator-x64.reg"
 
 
