@@ -45,6 +45,22 @@ check_passed() {
     [[ ! $1 =~ ^(WINE.*|HOME|TMPDIR|LD_.*)$ ]] || fail "--env is '$1', which a session has of its own"
 }
 
+# take_callers_places: adds what the caller's variables let every box have: KEYREAP_SEE, folders, and KEYREAP_ENV, names of
+# variables, both separated by colons.
+take_callers_places() {
+    local words word
+    IFS=: read -ra words <<<"${KEYREAP_SEE-}"
+    for word in "${words[@]}"; do
+        check_seen "$word"
+        PLACES+=(--see "$word")
+    done
+    IFS=: read -ra words <<<"${KEYREAP_ENV-}"
+    for word in "${words[@]}"; do
+        check_passed "$word"
+        PLACES+=(--env "$word")
+    done
+}
+
 # half_of_memory: prints half of the machine's memory in megabytes.
 half_of_memory() {
     local kilobytes

@@ -103,6 +103,7 @@ host_switches "${KEYREAP_HOST-}" >/dev/null
 check_user "$user"
 [[ -z $computer ]] || check_computer "$computer"
 check_sandbox
+[[ $boxed == no ]] || take_callers_places
 if [[ $INSIDE == no ]]; then
     [[ $ready == yes ]] || (source "$ROOT/scripts/setup.sh" && set_up wine)
     [[ -z $computer ]] || enter_computer "$computer" /bin/bash "$ROOT/scripts/wine-session.sh" "${given[@]}"

@@ -11,7 +11,7 @@ from tempfile import TemporaryDirectory
 from reports import Counts, counts_of, results_of
 from suites import Kind, Suite
 
-# What a suite's program is told.
+# The variables of a suite's program.
 VARIABLES = (
     "KEYREAP_SAMPLE",
     "KEYREAP_HOST",

@@ -2,8 +2,6 @@
 
 #include "tools/box/boxwords.h"
 
-#include <sys/types.h>
-
 #include <string>
 #include <vector>
 

@@ -18,16 +18,16 @@ std::uint64_t OwnMemoryOf(const std::string& folder) {
     std::uint64_t resident = 0;
     std::uint64_t shared = 0;
     std::ifstream(folder + "/statm") >> all >> resident >> shared;
-    return resident > shared ? (resident - shared) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) : 0;
+    return resident > shared ? (resident - shared) * PageSize() : 0;
 }
 
-void AddThreads(const std::string& folder, TreeUse& use, std::vector<pid_t>& pending) {
+void AddThreads(const std::string& folder, TreeUse& use, std::vector<int>& pending) {
     std::error_code error;
     for (fs::directory_iterator thread(folder + "/task", error), end; !error && thread != end;
          thread.increment(error)) {
         use.threads++;
         std::ifstream children(thread->path() / "children");
-        for (pid_t child = 0; children >> child;) {
+        for (int child = 0; children >> child;) {
             pending.push_back(child);
         }
     }
@@ -35,12 +35,16 @@ void AddThreads(const std::string& folder, TreeUse& use, std::vector<pid_t>& pen
 
 } // namespace
 
-TreeUse UseOfTree(const std::string& processes, pid_t first, std::uint64_t threadCeiling) {
+std::uint64_t PageSize() {
+    return static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+TreeUse UseOfTree(const std::string& processes, int first, std::uint64_t threadCeiling) {
     TreeUse use;
-    std::set<pid_t> known;
-    std::vector<pid_t> pending = {first};
+    std::set<int> known;
+    std::vector<int> pending = {first};
     while (!pending.empty() && (threadCeiling == 0 || use.threads <= threadCeiling)) {
-        const pid_t process = pending.back();
+        const int process = pending.back();
         pending.pop_back();
         if (known.insert(process).second) {
             const std::string folder = processes + "/" + std::to_string(process);

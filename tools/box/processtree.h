@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <string>
 
@@ -14,8 +12,11 @@ struct TreeUse {
         0; // bytes of their own; what they share with files or with each other isn't counted
 };
 
+// In bytes.
+std::uint64_t PageSize();
+
 // Reads from `processes`, a folder like /proc. A process that ends meanwhile counts as far as it was read.
 // Stops when `threadCeiling` is passed, if that isn't 0.
-TreeUse UseOfTree(const std::string& processes, pid_t first, std::uint64_t threadCeiling);
+TreeUse UseOfTree(const std::string& processes, int first, std::uint64_t threadCeiling);
 
 } // namespace keyreap

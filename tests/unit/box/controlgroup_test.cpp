@@ -1,8 +1,6 @@
 #include "tests/unit/box/foldertest.h"
 #include "tools/box/controlgroup.h"
 
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -46,7 +44,7 @@ TEST_F(ControlGroupTest, WithoutAHierarchyThereIsNoGroup) {
 TEST_F(ControlGroupTest, OnThisMachineAGroupLeavesNothing) {
     std::ifstream file("/proc/self/cgroup");
     const std::string own{std::istreambuf_iterator<char>(file), {}};
-    const std::string name = "keyreap-" + std::to_string(getpid());
+    const std::string name = "keyreap-" + fs::read_symlink("/proc/self").string();
     const auto isThere = [&] {
         for (const auto* parent : {"/sys/fs/cgroup", "/sys/fs/cgroup/memory", "/sys/fs/cgroup/pids"}) {
             if (fs::exists(fs::path(parent) / name)) {

@@ -1,8 +1,6 @@
 #include "tests/unit/box/foldertest.h"
 #include "tools/box/processtree.h"
 
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 namespace keyreap {
@@ -21,9 +19,7 @@ protected:
     TreeUse Use(int first, std::uint64_t ceiling = 0) const {
         return UseOfTree(folder.string(), first, ceiling);
     }
-    static std::uint64_t Pages(std::uint64_t count) {
-        return count * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    }
+    static std::uint64_t Pages(std::uint64_t count) { return count * PageSize(); }
 };
 
 TEST_F(ProcessTreeTest, DescendantsCountAndOthersDoNot) {
