@@ -7,7 +7,7 @@ from typing import Callable
 
 from surroundings import PLAIN, PRIVILEGED
 
-MARK = "intruder"
+MARK = b"intruder"
 
 EVERYBODY = {PRIVILEGED, PLAIN}
 ROOT_ONLY = {PRIVILEGED}
@@ -25,6 +25,7 @@ class Attempt:
     succeeded: Callable
     outside: set  # the users for whom it succeeds without a box
     reason: str = ""  # why not for the others
+    ceiling: str = ""  # what it exceeds
 
     def line(self, places):
         return "\t".join(word.format(**places) for word in self.words)
@@ -42,11 +43,11 @@ def got_secret(surroundings, result):
 
 
 def wrote(path):
-    """The file has the mark, on the host."""
+    """The file ends with the mark, on the host."""
 
     def proof(surroundings, _):
         file = Path(path.format(**surroundings.places))
-        return file.exists() and MARK in file.read_text(errors="replace")
+        return file.exists() and file.read_bytes().rstrip().endswith(MARK)
 
     return proof
 
@@ -61,7 +62,7 @@ def appeared(path):
 
 def is_privileged(surroundings, _):
     """Whoever may start the result does so as somebody else."""
-    return surroundings.places["result"].stat().st_mode & 0o6111 != 0
+    return surroundings.places["result"].stat().st_mode & 0o6000 != 0
 
 
 def typed(text):
@@ -99,6 +100,7 @@ READING = [
     reads("a file in the host's /var/tmp", "{temporary}"),
     reads("a file in the host's /dev/shm", "{memoryfile}"),
     reads("through a link in the output folder", "{output}/leading"),
+    reads("through a link in the input folder", "{input}/leading"),
     reads("through the folder above its input", "{input}/../home/secret"),
     reads("by the root of a process of the caller", "/proc/{victim}/root{home}/secret", ROOT_ONLY, NEEDS_SIGHT),
     reads("by the folder of a process of the caller", "/proc/{victim}/cwd/secret", ROOT_ONLY, NEEDS_SIGHT),
@@ -143,7 +145,7 @@ WRITING = [
     Attempt(
         "moves a file", ("rename", "{outside}/renamed", "{output}/renamed"), is_gone("{outside}/renamed"), EVERYBODY
     ),
-    Attempt("leaves a privileged program", ("privileged", "{result}"), is_privileged, NOBODY, "its output isn't there yet"),
+    Attempt("leaves a privileged program", ("privileged", "{result}"), is_privileged, NOBODY, "its output isn't there yet, and is written afterwards"),
 ]
 
 PROCESSES = [
@@ -204,28 +206,38 @@ NETWORK = [
     connects("a socket by its path", "socket", "{outside}/socket"),
     connects("a Wine server of the caller", "socket", "{wineserver}"),
     connects("a display", "socket", "{display}"),
+    Attempt("reads a key of the caller's session", ("key", "{keyring}", "{name}"), got_secret, EVERYBODY),
     Attempt("reads shared memory", ("shared", "{sharedkey}"), got_secret, EVERYBODY),
     privileged("receives all packets", "packets"),
     privileged("sends raw packets", "rawsocket"),
 ]
 
 
-def takes(name, *words):
-    return Attempt("takes " + name, words, done, EVERYBODY)
+def takes(name, ceiling, *words):
+    return Attempt("takes " + name, words, done, EVERYBODY, ceiling="KEYREAP_BOX_" + ceiling)
 
 
-# More than the ceilings of a run in which they are tried, each in a run of its own.
+# Each exceeds one of the ceilings, and is made in a run of its own.
 CEILINGS = {"KEYREAP_BOX_MEMORY": "600", "KEYREAP_BOX_DISK": "100", "KEYREAP_BOX_PROCESSES": "200"}
 RESOURCES = [
-    takes("memory", "allocate", "1200"),
-    takes("memory by a file without a path", "memoryfile", "1200"),
-    takes("memory by many processes", "outlive", "{process}", "8", "24", "large"),
-    takes("the disk of /tmp", "fill", "/tmp/{name}", "300"),
-    takes("the disk of /dev/shm", "fill", "/dev/shm/{name}", "1200"),
-    takes("the disk of its output", "fill", "{result}", "300"),
-    takes("the disk of drive C", "winfill", r"C:\{name}", "300"),
-    takes("the processes", "outlive", "{process}", "8", "400", "plain"),
+    takes("memory", "MEMORY", "allocate", "1200"),
+    takes("memory by a file without a path", "MEMORY", "memoryfile", "1200"),
+    Attempt(
+        "takes memory by shared segments",
+        ("segments", "1200"),
+        done,
+        NOBODY,
+        "without a box the memory would stay taken after the test",
+        "KEYREAP_BOX_MEMORY",
+    ),
+    takes("memory by many processes", "MEMORY", "outlive", "{process}", "8", "24", "large"),
+    takes("the disk of /tmp", "DISK", "fill", "/tmp/{name}", "300"),
+    takes("the disk of /dev/shm", "DISK", "fill", "/dev/shm/{name}", "300"),
+    takes("the disk of its output", "DISK", "fill", "{result}", "300"),
+    takes("the disk of drive C", "DISK", "winfill", r"C:\{name}", "300"),
+    takes("processes", "PROCESSES", "outlive", "{process}", "8", "400", "plain"),
 ]
+
 
 def outlives(name, count, kind):
     return Attempt("leaves " + name, ("outlive", "{process}", "6", str(count), kind), done, EVERYBODY)
@@ -243,13 +255,14 @@ ENDS = [
 SWAPS = [
     Attempt("replaces the result by a link", ("swap", "{process}", "6", "{result}", "{home}/secret"), done, EVERYBODY),
     Attempt("replaces the result by a pipe", ("swap", "{process}", "6", "{result}"), done, EVERYBODY),
+    Attempt("makes the result a privileged program", ("keepprivileged", "{process}", "6", "{result}"), is_privileged, EVERYBODY),
 ]
 
 ATTEMPTS = READING + WRITING + PROCESSES + PRIVILEGES + NETWORK
 
 
 def possible_in(places):
-    """The attempts whose places this host has: not every one has a network, and with IPv6."""
+    """The attempts whose places this host has: not every one has a network, IPv6 or keyrings."""
     found = []
     for attempt in ATTEMPTS:
         try:

@@ -1,7 +1,8 @@
-"""Listeners of the host, its shared memory, and a terminal: what a server must not reach."""
+"""Listeners of the host, its shared memory and keys, and a terminal: what a server must not reach."""
 
 import ctypes
 import fcntl
+import functools
 import os
 import pty
 import select
@@ -77,6 +78,27 @@ class SharedMemory:
 
     def close(self):
         LIBRARY.shmctl(self.number, self.REMOVE, None)
+
+
+class Key:
+    """A secret in the keyring of this process's session, which its children have too. `is_there` if the kernel has keyrings."""
+
+    ADD, CONTROL, JOIN, UNLINK, SESSION = 248, 250, 1, 9, -3
+
+    def __init__(self, name, secret):
+        self.join_own()
+        secret = secret.encode()
+        self.number = LIBRARY.syscall(self.ADD, b"user", name.encode(), secret, len(secret), self.SESSION)
+        self.is_there = self.number >= 0
+
+    @classmethod
+    @functools.cache
+    def join_own(cls):
+        """The keyring that was there belongs to others too."""
+        LIBRARY.syscall(cls.CONTROL, cls.JOIN, None)
+
+    def close(self):
+        LIBRARY.syscall(self.CONTROL, self.UNLINK, self.number, self.SESSION)
 
 
 class Terminal:

@@ -50,6 +50,7 @@ class Outcome:
     left: list = field(default_factory=list)  # the server's processes that go on
     most: int = 0  # megabytes that they had at one time
     is_whole: bool = False  # the result is a file
+    mode: int = 0  # its rights
 
 
 def results_of(capture):
@@ -188,6 +189,7 @@ def run(server, choose, sandbox=IN_THE_BOX, variables={}, seconds=LONGEST_SECOND
         result = surroundings.places["result"]
         outcome = captured(surroundings, (placed, result), sandbox, variables, seconds)
         outcome.is_whole = result.is_file() and not result.is_symlink()
+        outcome.mode = result.stat().st_mode if outcome.is_whole else 0
         outcome.results = results_of(result) if outcome.is_whole else {}
         for number, attempt in enumerate(attempts, 1):
             answer = outcome.results.get(number, "")

@@ -17,7 +17,7 @@ ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests" / "scripts"))
 
 from conftest import NOBODY, as_ordinary_user  # noqa: E402
-from hosts import Listener, SharedMemory, Terminal, own_addresses  # noqa: E402
+from hosts import Key, Listener, SharedMemory, Terminal, own_addresses  # noqa: E402
 
 # Users: the privileged one, and one without any rights. Who isn't root has the second one only.
 PRIVILEGED, PLAIN = "root", "user"
@@ -95,7 +95,8 @@ class Surroundings:
         self.give(self.input / "removable")
         for name in ("leading", "opened", "hard", "target", "renamed", "removable", "swapped"):
             self.give(self.outside / name, self.secret)
-        os.symlink(self.outside / "leading", self.output / "leading")
+        for folder in (self.input, self.output):
+            os.symlink(self.outside / "leading", folder / "leading")
         self.hide_other()
 
     def hide_other(self):
@@ -145,9 +146,12 @@ class Surroundings:
         self.place_victim()
         self.place_terminal()
         self.place_mount()
-        key = secrets.randbits(30) | 1
-        self.closing.append(SharedMemory(key, self.secret, self.owner).close)
-        self.places["sharedkey"] = key
+        number = secrets.randbits(30) | 1
+        self.closing.append(SharedMemory(number, self.secret, self.owner).close)
+        self.places["sharedkey"] = number
+        key = Key(self.name, self.secret)
+        self.closing.append(key.close)
+        self.places |= {"keyring": 3} if key.is_there else {}
 
     def place_listeners(self):
         addresses = {"loopback4": (socket.AF_INET, "127.0.0.1"), "loopback6": (socket.AF_INET6, "::1")}

@@ -53,6 +53,9 @@ void Disguise(const char* name) {
     constexpr int setName = 15;
     IgnoreSignals();
     EraseEnvironment();
+    // As long as it has those of the program, Wine's server takes the program for running, and the run goes
+    // on.
+    Call(System::CloseAll, 0, ~0U, 0);
     Call(System::ControlProcess, setName, name, 0, 0, 0);
 }
 
@@ -122,6 +125,18 @@ Word Outlive(const Arguments& arguments, Text& got) {
     return result < 0 ? result : 0;
 }
 
+// NAME SECONDS FILE: an orphan makes a file, whenever somebody has written to it, a program that runs as its
+// owner.
+Word KeepPrivileged(const Arguments& arguments, Text&) {
+    return InOrphan(arguments[0], [&] {
+        constexpr int privileged = 04755;
+        for (unsigned long long steps = arguments.NumberAt(1) * stepsOfASecond; steps > 0; --steps) {
+            Call(System::ChangeMode, arguments[2], privileged);
+            Step();
+        }
+    });
+}
+
 bool IsWritten(const char* path) {
     char unit = 0;
     // A pipe has no content, and must not be waited for.
@@ -158,7 +173,7 @@ Word Swap(const Arguments& arguments, Text&) {
     });
 }
 
-constexpr Way ways[] = {{"outlive", Outlive}, {"swap", Swap}};
+constexpr Way ways[] = {{"outlive", Outlive}, {"swap", Swap}, {"keepprivileged", KeepPrivileged}};
 
 } // namespace
 

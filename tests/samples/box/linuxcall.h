@@ -29,6 +29,7 @@ enum class System : Word {
     Connect = Number(42, 362),
     SharedMemory = Number(29, 395),
     AttachMemory = Number(30, 397),
+    DetachMemory = Number(67, 398),
     Sleep = Number(35, 162),
     Alarm = Number(37, 27),
     ProcessId = Number(39, 20),

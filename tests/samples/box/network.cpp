@@ -116,13 +116,13 @@ Word ReadSharedMemory(const Arguments& arguments, Text& got) {
     return isFailure ? address : 0;
 }
 
-// A secret that the kernel keeps for the caller's session.
+// A secret that the kernel keeps: 3 is the keyring of the caller's session, 4 that of the user.
 Word ReadKey(const Arguments& arguments, Text& got) {
     constexpr int search = 10;
     constexpr int readKey = 11;
-    constexpr int ofSession = -3;
+    const Word keyring = -static_cast<Word>(arguments.NumberAt(0));
     char secret[60];
-    const Word key = Call(System::Keys, search, ofSession, "user", arguments[0], 0);
+    const Word key = Call(System::Keys, search, keyring, "user", arguments[1], 0);
     const Word size = key < 0 ? key : Call(System::Keys, readKey, key, &secret[0], sizeof(secret), 0);
     got.Append(std::string_view(secret, size < 0 ? 0 : static_cast<std::size_t>(size)));
     return size < 0 ? size : 0;

@@ -9,19 +9,23 @@ namespace {
 
 constexpr std::size_t megabyte = 0x100000;
 
+// Memory counts only once it has been written to.
+void Touch(Word address, std::size_t size) {
+    constexpr std::size_t pageSize = 0x1000;
+    for (std::size_t at = 0; at < size; at += pageSize) {
+        reinterpret_cast<volatile char*>(address)[at] = 1;
+    }
+}
+
 } // namespace
 
-// Memory counts only once it has been written to.
 Word TakeMemory(std::size_t megabytes) {
-    constexpr std::size_t pageSize = 0x1000;
     constexpr int readAndWrite = 3;
     constexpr int privateMemory = 0x22;
     const std::size_t size = megabytes * megabyte;
     const Word address = Call(System::Map, nullptr, size, readAndWrite, privateMemory, -1, 0);
     const bool isFailure = address < 0 && address > -4096;
-    for (std::size_t at = 0; at < size && !isFailure; at += pageSize) {
-        reinterpret_cast<volatile char*>(address)[at] = 1;
-    }
+    Touch(address, isFailure ? 0 : size);
     return isFailure ? address : 0;
 }
 
@@ -68,7 +72,22 @@ Word FillMemoryFile(const Arguments& arguments, Text& got) {
     return FillFile(Call(System::MemoryFile, "", 0), arguments.NumberAt(0), got);
 }
 
-constexpr Way ways[] = {{"allocate", Allocate}, {"fill", FillDisk}, {"memoryfile", FillMemoryFile}};
+// Memory that belongs to no process: each megabyte is left without one that uses it.
+Word FillSegments(const Arguments& arguments, Text& got) {
+    return ForEachMegabyte(arguments.NumberAt(0), got, [] {
+        constexpr int creatingForOwner = 01600;
+        const Word segment = Call(System::SharedMemory, 0, megabyte, creatingForOwner);
+        const Word address = segment < 0 ? segment : Call(System::AttachMemory, segment, 0, 0);
+        if (address < 0 && address > -4096) {
+            return address;
+        }
+        Touch(address, megabyte);
+        return Call(System::DetachMemory, address);
+    });
+}
+
+constexpr Way ways[] = {
+    {"segments", FillSegments}, {"allocate", Allocate}, {"fill", FillDisk}, {"memoryfile", FillMemoryFile}};
 
 } // namespace
 
