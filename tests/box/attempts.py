@@ -145,7 +145,6 @@ WRITING = [
     Attempt(
         "moves a file", ("rename", "{outside}/renamed", "{output}/renamed"), is_gone("{outside}/renamed"), EVERYBODY
     ),
-    Attempt("leaves a privileged program", ("privileged", "{result}"), is_privileged, NOBODY, "its output isn't there yet, and is written afterwards"),
 ]
 
 PROCESSES = [
@@ -206,6 +205,8 @@ NETWORK = [
     connects("a socket by its path", "socket", "{outside}/socket"),
     connects("a Wine server of the caller", "socket", "{wineserver}"),
     connects("a display", "socket", "{display}"),
+    # 40 is the family by which a virtual machine reaches its host, and its processes each other.
+    privileged("makes a socket past the network", "family", "40", outside=NOBODY, reason="not every kernel has this family"),
     Attempt("reads a key of the caller's session", ("key", "{keyring}", "{name}"), got_secret, EVERYBODY),
     Attempt("reads shared memory", ("shared", "{sharedkey}"), got_secret, EVERYBODY),
     privileged("receives all packets", "packets"),
@@ -256,6 +257,12 @@ SWAPS = [
     Attempt("replaces the result by a link", ("swap", "{process}", "6", "{result}", "{home}/secret"), done, EVERYBODY),
     Attempt("replaces the result by a pipe", ("swap", "{process}", "6", "{result}"), done, EVERYBODY),
     Attempt("makes the result a privileged program", ("keepprivileged", "{process}", "6", "{result}"), is_privileged, EVERYBODY),
+]
+
+# The program can't write over what the server has left in place of the result.
+ENDING = [
+    Attempt("leaves a privileged program", ("privileged", "{result}"), is_privileged, EVERYBODY),
+    Attempt("ends the run", ("end",), done, NOBODY, "there is no result"),
 ]
 
 ATTEMPTS = READING + WRITING + PROCESSES + PRIVILEGES + NETWORK

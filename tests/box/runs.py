@@ -54,9 +54,13 @@ class Outcome:
 
 
 def results_of(capture):
-    """The results in a capture, by the line's number."""
+    """The results in a capture, by the line's number; none if the server has spoilt the file."""
     found = {}
-    for key, values in regfile.parse(capture.read_bytes()).items():
+    try:
+        entries = regfile.parse(capture.read_bytes())
+    except regfile.NotRead:
+        return found
+    for key, values in entries.items():
         parent, _, name = key.rpartition("\\")
         if parent.endswith("\\KeyreapIntruder"):
             found[int(name.split()[0])] = values["Result"][1].decode("utf-16-le").rstrip("\0")

@@ -5,7 +5,7 @@ import os
 from functools import cache
 
 import pytest
-from attempts import ATTEMPTS, CEILINGS, ENDS, EVERYBODY, RESOURCES, SWAPS, possible_in
+from attempts import ATTEMPTS, CEILINGS, ENDING, ENDS, EVERYBODY, RESOURCES, SWAPS, possible_in
 from runs import IN_THE_BOX, WITHOUT_A_BOX, Server, capture_good, run
 from surroundings import PLAIN, PRIVILEGED, USERS
 
@@ -117,6 +117,16 @@ def test_the_result_is_what_the_run_wrote(attempt, server):
     assert (outcome.status, outcome.errors, outcome.is_whole, outcome.is_ended, outcome.left) == (0, "", True, True, [])
     assert outcome.results[1].startswith("done")
     assert outcome.mode & 0o6000 == 0
+
+
+@pytest.mark.parametrize("server", USUAL, ids=str)
+def test_a_run_that_the_server_ends_leaves_no_program(server):
+    assert run(server, lambda _: ENDING).breaches == {}
+
+
+@pytest.mark.parametrize("server", USUAL, ids=str)
+def test_a_run_that_the_server_ends_leaves_one_without_a_box(server):
+    assert list(run(server, lambda _: ENDING, WITHOUT_A_BOX).breaches) == [ENDING[0].name]
 
 
 def test_a_result_is_replaced_without_a_box():

@@ -116,9 +116,9 @@ Word ReadBelowDescriptor(const Arguments& arguments, Text& got) {
 }
 
 // Leaves a program that whoever starts it runs as the user of this process.
-Word MakePrivileged(const Arguments& arguments, Text& got) {
+Word MakePrivileged(const Arguments& arguments, Text&) {
     constexpr int privileged = 04755;
-    const Word written = Append(arguments, got);
+    const Word written = OpenAndWrite(arguments[0], writing | creating | appending);
     return written < 0 ? written : Call(System::ChangeMode, arguments[0], privileged);
 }
 

@@ -104,6 +104,12 @@ Word SendRawPackets(const Arguments&, Text&) {
     return socket < 0 ? socket : 0;
 }
 
+// A socket of a kind that no namespace may hold. Nothing is sent.
+Word MakeSocket(const Arguments& arguments, Text&) {
+    const Word socket = Call(System::Socket, arguments.NumberAt(0), stream, 0);
+    return socket < 0 ? socket : 0;
+}
+
 Word ReadSharedMemory(const Arguments& arguments, Text& got) {
     constexpr int readOnly = 010000;
     const Word segment = Call(System::SharedMemory, arguments.NumberAt(0), 0, 0);
@@ -129,13 +135,10 @@ Word ReadKey(const Arguments& arguments, Text& got) {
 }
 
 constexpr Way ways[] = {
-    {"tcp", ConnectByNetwork},
-    {"socket", ConnectByPath},
-    {"abstract", ConnectByName},
-    {"packets", ReceivePackets},
-    {"rawsocket", SendRawPackets},
-    {"shared", ReadSharedMemory},
-    {"key", ReadKey},
+    {"tcp", ConnectByNetwork},     {"socket", ConnectByPath},
+    {"abstract", ConnectByName},   {"packets", ReceivePackets},
+    {"rawsocket", SendRawPackets}, {"shared", ReadSharedMemory},
+    {"family", MakeSocket},        {"key", ReadKey},
 };
 
 } // namespace

@@ -82,11 +82,14 @@ Word StartProgram(const Arguments& arguments, Text&) {
     return result;
 }
 
-constexpr Way ways[] = {{"winread", Read},
-                        {"winwrite", Write},
-                        {"winfill", Fill},
-                        {"variable", ReadVariable},
-                        {"winstart", StartProgram}};
+// No line after this one has a result.
+Word EndProcess(const Arguments&, Text&) {
+    TerminateProcess(GetCurrentProcess(), 0);
+    return LastFailure();
+}
+
+constexpr Way ways[] = {{"winread", Read},   {"winwrite", Write},        {"winfill", Fill},
+                        {"end", EndProcess}, {"variable", ReadVariable}, {"winstart", StartProgram}};
 
 } // namespace
 
