@@ -30,6 +30,7 @@ from cases import (
     tree,
     usual_way,
 )
+from commands import command_rows
 from regfiles import entries_of, found_in, list_of, text_of
 
 PARTS = BUILD / "native" / "benchmarks" / "partbench"
@@ -292,6 +293,8 @@ def main(work, *options):
     sizes, table = Sizes(quick), Table(judges=not quick)
     work = Path(work)
     process_rows(table, sizes, work)
+    say("commands")
+    command_rows(table, sizes, work)
     part_rows(table, sizes, work)
     table.print()
     print("%d rows, %d missed" % (len(table.rows), table.missed))

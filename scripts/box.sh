@@ -166,6 +166,7 @@ run_in_box() {
     : >"$(box_report "$PREFIX")"
     with_output start_box "${words[@]}" -- "$@" || status=$?
     BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
+    [[ $BOX != @(ended|ceiling\ *) ]] || echo boxed >&8
     take_outputs
     [[ $BOX != server ]] || { end_session && fail "Wine's server did not come up"; }
     return "$status"

@@ -4,7 +4,8 @@
 # Waits until nobody holds the session's pipe any more, then ends every process of PREFIX, and with `discard` removes
 # what the session left there. It has the lock of the prefix as descriptor 9, so that nobody takes the prefix before
 # that is done. At the word `requests` in the pipe it starts a server with its request log on; the log's filter ends
-# with that server. `created` and a path name a file that it removes at the end if it is empty.
+# with that server. `created` and a path name a file that it removes at the end if it is empty. `boxed`
+# means that all processes of the session have ended with their box.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
@@ -21,14 +22,15 @@ source "$ROOT/scripts/host.sh"
 
 cd /
 trap '' INT TERM HUP QUIT
-created=()
+created=() boxed=no
 while IFS=' ' read -r word path; do
     case $word in
     requests) start_logging_server "$1" ;;
     created) created+=("$path") ;;
+    boxed) boxed=yes ;;
     esac
 done
-end_prefix "$1"
+[[ $boxed == yes ]] || end_prefix "$1"
 wait
 for path in "${created[@]}"; do
     [[ -s $path ]] || rm -f "$path"

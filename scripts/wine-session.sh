@@ -153,7 +153,8 @@ for signal in INT TERM HUP QUIT; do
     # shellcheck disable=SC2064 # the name is meant now
     trap "end_on_signal $signal" "$signal"
 done
-end_prefix "$PREFIX"
+# What a session left whose keeper was killed, too.
+[[ -z $(ls -A "$PREFIX" 2>/dev/null) ]] || end_prefix "$PREFIX"
 PREFIX_SIZE=
 # shellcheck disable=SC2034 # isolation.sh reads it
 if [[ $boxed == yes ]] && prefix_on_tmpfs; then PREFIX_SIZE=$(ceiling DISK); fi

@@ -111,8 +111,8 @@ private:
         }
         if (!passed.empty()) {
             Report("ceiling", passed);
-        } else if (!attempt.HasServer()) {
-            Report("server", "");
+        } else {
+            Report(attempt.HasServer() ? "ended" : "server", "");
         }
         return status;
     }

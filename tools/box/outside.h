@@ -5,7 +5,8 @@
 namespace keyreap {
 
 // Runs the command in a box and returns its status when everything in the box has ended. The report file has
-// one line that says what became of it, if that isn't in the status:
+// one line that says what became of it:
+//   ended              all that was in the box has ended
 //   unavailable TEXT   there is no box here, and nothing was started; TEXT says why not
 //   server             the session's server didn't come up, and the command wasn't started
 //   ceiling TEXT       the box was ended, since it used more than it may; TEXT says of what
