@@ -103,8 +103,9 @@ without_rights() {
 # make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty. A file that
 # only root's rights open for writing has a stand-in in the box, which take_outputs copies.
 make_outputs() {
-    local file
+    local file mode
     STAND_INS=()
+    declare -gA OUTPUT_MODES=()
     for file in "$@"; do
         if [[ ! -e $file ]]; then
             { : >"$file"; } 2>/dev/null || continue
@@ -116,6 +117,12 @@ make_outputs() {
             STAND_INS+=("$file")
         fi
     done
+    while IFS=$'\t' read -r -d '' mode file; do OUTPUT_MODES[$file]=$mode; done < <(output_modes "$@")
+}
+
+# output_modes FILE...: prints the mode and the name of each that is there, ended by a NUL.
+output_modes() {
+    (($# == 0)) || stat -L --printf '%a\t%n\0' -- "$@" 2>/dev/null || true
 }
 
 # stand_in NUMBER
@@ -123,9 +130,13 @@ stand_in() {
     printf '%s/output%s' "$(notes_folder "$PREFIX")" "$1"
 }
 
-# take_outputs: copies the stand-ins that were written to, which have another time, to their files.
+# take_outputs FILE...: copies the stand-ins that were written to, which have another time, to their files. Each output has
+# its mode again, which a server can change.
 take_outputs() {
-    local number
+    local number mode file
+    while IFS=$'\t' read -r -d '' mode file; do
+        [[ $mode == "${OUTPUT_MODES[$file]-$mode}" ]] || chmod "${OUTPUT_MODES[$file]}" "$file"
+    done < <(output_modes "$@")
     for number in "${!STAND_INS[@]}"; do
         [[ -z $(find "$(stand_in "$number")" -newermt @1) ]] || cat "$(stand_in "$number")" >"${STAND_INS[number]}"
     done
@@ -167,7 +178,7 @@ run_in_box() {
     with_output start_box "${words[@]}" -- "$@" || status=$?
     BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
     [[ $BOX != @(ended|ceiling\ *) ]] || echo boxed >&8
-    take_outputs
+    take_outputs "${outputs[@]}"
     [[ $BOX != server ]] || { end_session && fail "Wine's server did not come up"; }
     return "$status"
 }

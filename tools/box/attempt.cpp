@@ -1,6 +1,7 @@
 #include "tools/box/attempt.h"
 
 #include "tools/box/bubblewrap.h"
+#include "tools/box/callfilter.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -139,12 +140,14 @@ void Attempt::BecomeBubblewrap(const BoxWords& words, bool hasUsers) {
     all.seen.push_back(self);
     // The words go through a file, since anybody may read a command line, and variables of the caller's are
     // among them.
-    const int file = FileOfWords(Separated(BubblewrapWords(all, hasUsers, boxdescriptor::info)));
+    const int file = FileOfWords(Separated(BubblewrapWords(all, hasUsers)));
+    const int calls = FileOfWords(RefusedCallBytes());
     Place({{STDERR_FILENO, boxdescriptor::errors},
            {begun.writeEnd, boxdescriptor::begun},
            {log.writeEnd, boxdescriptor::log},
            {file, boxdescriptor::words},
            {info.writeEnd, boxdescriptor::info},
+           {calls, boxdescriptor::calls},
            {errors.writeEnd, STDERR_FILENO}});
     std::vector<std::string> command = {bubblewrapPath,
                                         "--args",

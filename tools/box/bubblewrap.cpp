@@ -1,6 +1,7 @@
 #include "tools/box/bubblewrap.h"
 
 #include "tools/box/boxplaces.h"
+#include "tools/box/descriptors.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -130,7 +131,7 @@ std::vector<std::string> VariablesOf(const BoxWords& words) {
 
 } // namespace
 
-std::vector<std::string> BubblewrapWords(const BoxWords& words, bool hasUsers, int infoDescriptor) {
+std::vector<std::string> BubblewrapWords(const BoxWords& words, bool hasUsers) {
     std::vector<std::string> result = {"--unshare-pid",
                                        "--unshare-net",
                                        "--unshare-ipc",
@@ -144,7 +145,8 @@ std::vector<std::string> BubblewrapWords(const BoxWords& words, bool hasUsers, i
                                        "--chdir",
                                        "/",
                                        "--info-fd",
-                                       std::to_string(infoDescriptor)};
+                                       std::to_string(boxdescriptor::info)};
+    AddAll(result, {"--seccomp", std::to_string(boxdescriptor::calls)});
     if (hasUsers) {
         AddAll(result, {"--unshare-user", "--disable-userns"});
     }

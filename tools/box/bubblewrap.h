@@ -10,14 +10,8 @@ namespace keyreap {
 // The tool that makes the namespaces.
 inline constexpr const char* bubblewrapPath = "/usr/bin/bwrap";
 
-// Descriptors that a box begins with.
-struct BoxDescriptors {
-    int info;  // where bwrap reports the number of the box's first process
-    int words; // what bwrap reads further words from
-};
-
 // All words for bwrap but the command. `hasUsers` asks for a user namespace: without one, only root can make
 // a box, and its programs may go on to make user namespaces of their own.
-std::vector<std::string> BubblewrapWords(const BoxWords& words, bool hasUsers, int infoDescriptor);
+std::vector<std::string> BubblewrapWords(const BoxWords& words, bool hasUsers);
 
 } // namespace keyreap

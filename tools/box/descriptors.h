@@ -12,6 +12,7 @@ inline constexpr int begun = 4;  // gets a byte when the box stands
 inline constexpr int log = 5;    // the server's request log, where it has one
 inline constexpr int words = 6;  // further words for bwrap
 inline constexpr int info = 7;   // where bwrap says which process is the box's first
+inline constexpr int calls = 8;  // the filter of system calls
 } // namespace boxdescriptor
 
 struct Pipe {

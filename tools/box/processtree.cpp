@@ -1,9 +1,8 @@
 #include "tools/box/processtree.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <set>
 #include <vector>
 
@@ -12,13 +11,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The second and third number of statm(5): resident and shared pages.
+// The lines of status(5) for memory that is no file's, in KB. What processes share counts for each of them.
 std::uint64_t OwnMemoryOf(const std::string& folder) {
-    std::uint64_t all = 0;
-    std::uint64_t resident = 0;
-    std::uint64_t shared = 0;
-    std::ifstream(folder + "/statm") >> all >> resident >> shared;
-    return resident > shared ? (resident - shared) * PageSize() : 0;
+    std::uint64_t kilobytes = 0;
+    std::ifstream status(folder + "/status");
+    for (std::string name; status >> name;) {
+        std::uint64_t number = 0;
+        if ((name == "RssAnon:" || name == "RssShmem:") && status >> number) {
+            kilobytes += number;
+        }
+        status.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    }
+    return kilobytes << 10;
 }
 
 void AddThreads(const std::string& folder, TreeUse& use, std::vector<int>& pending) {
@@ -34,10 +38,6 @@ void AddThreads(const std::string& folder, TreeUse& use, std::vector<int>& pendi
 }
 
 } // namespace
-
-std::uint64_t PageSize() {
-    return static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-}
 
 TreeUse UseOfTree(const std::string& processes, int first, std::uint64_t threadCeiling) {
     TreeUse use;

@@ -8,12 +8,8 @@ namespace keyreap {
 // What a process and all its descendants use.
 struct TreeUse {
     std::uint64_t threads = 0;
-    std::uint64_t memory =
-        0; // bytes of their own; what they share with files or with each other isn't counted
+    std::uint64_t memory = 0; // bytes that are no file's; what they share counts for each
 };
-
-// In bytes.
-std::uint64_t PageSize();
 
 // Reads from `processes`, a folder like /proc. A process that ends meanwhile counts as far as it was read.
 // Stops when `threadCeiling` is passed, if that isn't 0.

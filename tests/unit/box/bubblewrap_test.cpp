@@ -23,7 +23,7 @@ protected:
         words.prefix = Path("prefix");
     }
 
-    Words Made(bool hasUsers = true) const { return BubblewrapWords(words, hasUsers, 7); }
+    Words Made(bool hasUsers = true) const { return BubblewrapWords(words, hasUsers); }
 
     // Whether these words follow each other.
     static bool Has(const Words& all, const Words& some) {

@@ -8,18 +8,19 @@ namespace {
 
 class ProcessTreeTest : public FolderTest {
 protected:
-    // A process with one thread, these children, and pages that are resident and shared.
-    void MakeProcess(int number, const std::string& children, int resident = 0, int shared = 0) const {
+    // A process with one thread, these children, and kilobytes of its own and of shared memory.
+    void MakeProcess(int number, const std::string& children, int own = 0, int shared = 0) const {
         const std::string name = std::to_string(number);
         MakeFile(name + "/task/" + name + "/children", children);
-        MakeFile(name + "/statm",
-                 "900 " + std::to_string(resident) + " " + std::to_string(shared) + " 1 0 1 0\n");
+        MakeFile(name + "/status", "Name:\tRssAnon: 7\nVmRSS:\t900 kB\nRssAnon:\t" + std::to_string(own) +
+                                       " kB\nRssFile:\t800 kB\nRssShmem:\t" + std::to_string(shared) +
+                                       " kB\n");
     }
 
     TreeUse Use(int first, std::uint64_t ceiling = 0) const {
         return UseOfTree(folder.string(), first, ceiling);
     }
-    static std::uint64_t Pages(std::uint64_t count) { return count * PageSize(); }
+    static std::uint64_t Kilobytes(std::uint64_t count) { return count * 1024; }
 };
 
 TEST_F(ProcessTreeTest, DescendantsCountAndOthersDoNot) {
@@ -29,7 +30,7 @@ TEST_F(ProcessTreeTest, DescendantsCountAndOthersDoNot) {
     MakeProcess(4, "", 3, 1);
     MakeProcess(9, "", 100, 1);
     EXPECT_EQ(Use(1).threads, 4U);
-    EXPECT_EQ(Use(1).memory, Pages(10));
+    EXPECT_EQ(Use(1).memory, Kilobytes(18));
 }
 
 TEST_F(ProcessTreeTest, EachThreadCounts) {
@@ -41,7 +42,7 @@ TEST_F(ProcessTreeTest, EachThreadCounts) {
 
 TEST_F(ProcessTreeTest, AProcessThatHasEndedCountsNothing) {
     MakeProcess(1, "2 ", 5, 1);
-    EXPECT_EQ(Use(1).memory, Pages(4));
+    EXPECT_EQ(Use(1).memory, Kilobytes(6));
     EXPECT_EQ(Use(7).threads, 0U);
 }
 
