@@ -207,6 +207,8 @@ NETWORK = [
     connects("a display", "socket", "{display}"),
     # 40 is the family by which a virtual machine reaches its host, and its processes each other.
     privileged("makes a socket past the network", "family", "40", outside=NOBODY, reason="not every kernel has this family"),
+    privileged("makes one by a call of 32 bits", "family32", "40", outside=NOBODY, reason="not every kernel has it, or such calls"),
+    privileged("finds a keyring by a call of 32 bits", "keyring32", outside=NOBODY, reason="not every kernel has it, or such calls"),
     Attempt("reads a key of the caller's session", ("key", "{keyring}", "{name}"), got_secret, EVERYBODY),
     Attempt("reads shared memory", ("shared", "{sharedkey}"), got_secret, EVERYBODY),
     privileged("receives all packets", "packets"),
@@ -231,7 +233,7 @@ RESOURCES = [
         "without a box the memory would stay taken after the test",
         "KEYREAP_BOX_MEMORY",
     ),
-    takes("memory by many processes", "MEMORY", "outlive", "{process}", "8", "24", "large"),
+    takes("memory by many processes", "MEMORY", "outlive", "{process}", "8", "40", "large"),
     takes("the disk of /tmp", "DISK", "fill", "/tmp/{name}", "300"),
     takes("the disk of /dev/shm", "DISK", "fill", "/dev/shm/{name}", "300"),
     takes("the disk of its output", "DISK", "fill", "{result}", "300"),
@@ -263,6 +265,13 @@ SWAPS = [
 ENDING = [
     Attempt("leaves a privileged program", ("privileged", "{result}"), is_privileged, EVERYBODY),
     Attempt("ends the run", ("end",), done, NOBODY, "there is no result"),
+]
+
+# What every server may do. If these fail, so do the others, for no good reason.
+HARMLESS = [
+    Attempt("reads the list of attempts", ("read", "{input}/attempts.txt"), done, EVERYBODY),
+    Attempt("finds the program", ("processes", "cmdline", "Keyreap.exe"), done, EVERYBODY),
+    Attempt("reads the list with Windows' functions", ("winread", "Z:{input}/attempts.txt"), done, EVERYBODY),
 ]
 
 ATTEMPTS = READING + WRITING + PROCESSES + PRIVILEGES + NETWORK

@@ -126,7 +126,7 @@ class Surroundings:
     def place(self):
         """The names that attempts use."""
         checkout = ROOT / "build" / self.name
-        self.scattered += [checkout, Path("/tmp") / (self.name + ".written")]
+        self.scattered += [checkout, Path("/tmp") / self.name, Path("/tmp") / (self.name + ".written")]
         disk, number = first_disk()
         self.places |= {
             **{name: getattr(self, name) for name in ("name", "process", "input", "output", "outside", "home", "other", "secret")},

@@ -37,7 +37,7 @@ Outcome InChild(Function function, const Arguments& arguments) {
     // Orphans may keep its other end open.
     constexpr int notWaiting = 04000;
     Call(System::Pipe, &ends[0], closingOnExecution | notWaiting);
-    const Word process = Call(System::Fork);
+    const Word process = ForkProcess();
     if (process == 0) {
         RunToEnd(function, arguments, ends[1]);
     }

@@ -2,6 +2,8 @@
 // own that ignore every signal and no longer have the run's environment. A test finds them by their name.
 #include "tests/samples/box/means.h"
 
+#include <limits>
+
 namespace keyreap::samples::box {
 
 namespace {
@@ -31,6 +33,7 @@ void IgnoreSignals() {
 // The addresses are the 50th and 51st field; the second one is a name in parentheses.
 void EraseEnvironment() {
     constexpr int fieldsBefore = 48;
+    constexpr Word highest = std::numeric_limits<std::intptr_t>::max();
     char stat[1024];
     const Word file = Call(System::Open, "/proc/self/stat", reading);
     const Word size = Call(System::Read, file, &stat[0], sizeof(stat));
@@ -44,8 +47,9 @@ void EraseEnvironment() {
     const auto begin = static_cast<Word>(NumberOf(rest.substr(0, middle)));
     rest.remove_prefix(middle + 1);
     const auto end = static_cast<Word>(NumberOf(rest.substr(0, rest.find(' '))));
-    for (Word address = begin; address < end; ++address) {
-        *reinterpret_cast<volatile char*>(address) = '\0';
+    // 32-bit code doesn't reach it.
+    for (Word address = begin; address < end && end <= highest; ++address) {
+        *reinterpret_cast<volatile char*>(static_cast<std::uintptr_t>(address)) = '\0';
     }
 }
 
@@ -62,10 +66,10 @@ void Disguise(const char* name) {
 // Runs a function in an orphan named `name`; an error's number below zero if there can be none.
 template <typename Body>
 Word InOrphan(const char* name, Body body) {
-    const Word first = Call(System::Fork);
+    const Word first = ForkProcess();
     if (first == 0) {
         Call(System::NewSession);
-        const Word second = Call(System::Fork);
+        const Word second = ForkProcess();
         if (second == 0) {
             Disguise(name);
             body();
@@ -90,7 +94,7 @@ void StayStopped(unsigned long long) {
 
 // A process for each step, so that whoever looks for it finds one that has ended.
 void StayInSuccessors(unsigned long long steps) {
-    for (; steps > 0 && Call(System::Fork) == 0; --steps) {
+    for (; steps > 0 && ForkProcess() == 0; --steps) {
         Step();
     }
 }

@@ -9,61 +9,56 @@
 
 namespace keyreap::samples::box {
 
-// A register.
-using Word = std::intptr_t;
-
-constexpr bool is64 = sizeof(Word) == 8;
-
-constexpr Word Number(Word of64, Word of32) {
-    return is64 ? of64 : of32;
-}
+// A register of 64 bits. In a 32-bit process, too, the calls are those of 64 bits: all code can change to
+// that mode, and a host may refuse the calls of 32 bits.
+using Word = std::int64_t;
 
 enum class System : Word {
-    Read = Number(0, 3),
-    Write = Number(1, 4),
-    Open = Number(2, 5),
-    Close = Number(3, 6),
-    Map = Number(9, 192),
-    ReadAt = Number(17, 180),
-    Socket = Number(41, 359),
-    Connect = Number(42, 362),
-    SharedMemory = Number(29, 395),
-    AttachMemory = Number(30, 397),
-    DetachMemory = Number(67, 398),
-    Sleep = Number(35, 162),
-    Alarm = Number(37, 27),
-    ProcessId = Number(39, 20),
-    Fork = Number(57, 2),
-    Execute = Number(59, 11),
-    Wait = Number(61, 114),
-    Kill = Number(62, 37),
-    Rename = Number(82, 38),
-    HardLink = Number(86, 9),
-    Remove = Number(87, 10),
-    SymbolicLink = Number(88, 83),
-    ChangeMode = Number(90, 15),
-    Trace = Number(101, 26),
-    NewSession = Number(112, 66),
-    MakeNode = Number(133, 14),
-    ControlProcess = Number(157, 172),
-    ChangeRoot = Number(161, 61),
-    Mount = Number(165, 21),
-    SignalAction = Number(13, 174),
-    ControlDevice = Number(16, 54),
-    Entries = Number(217, 220),
-    End = Number(231, 252),
-    Keys = Number(250, 288),
-    OpenBelow = Number(257, 295),
-    Unshare = Number(272, 310),
-    Pipe = Number(293, 331),
-    NameToHandle = Number(303, 341),
-    OpenByHandle = Number(304, 342),
-    Enter = Number(308, 346),
-    ReadMemoryOf = Number(310, 347),
-    MemoryFile = Number(319, 356),
-    OpenProcess = Number(434, 434),
-    CloseAll = Number(436, 436),
-    BorrowDescriptor = Number(438, 438),
+    Read = 0,
+    Write = 1,
+    Open = 2,
+    Close = 3,
+    Map = 9,
+    ReadAt = 17,
+    Socket = 41,
+    Connect = 42,
+    SharedMemory = 29,
+    AttachMemory = 30,
+    DetachMemory = 67,
+    Sleep = 35,
+    Alarm = 37,
+    ProcessId = 39,
+    Clone = 56,
+    Execute = 59,
+    Wait = 61,
+    Kill = 62,
+    Rename = 82,
+    HardLink = 86,
+    Remove = 87,
+    SymbolicLink = 88,
+    ChangeMode = 90,
+    Trace = 101,
+    NewSession = 112,
+    MakeNode = 133,
+    ControlProcess = 157,
+    ChangeRoot = 161,
+    Mount = 165,
+    SignalAction = 13,
+    ControlDevice = 16,
+    Entries = 217,
+    End = 231,
+    Keys = 250,
+    OpenBelow = 257,
+    Unshare = 272,
+    Pipe = 293,
+    NameToHandle = 303,
+    OpenByHandle = 304,
+    Enter = 308,
+    ReadMemoryOf = 310,
+    MemoryFile = 319,
+    OpenProcess = 434,
+    CloseAll = 436,
+    BorrowDescriptor = 438,
 };
 
 constexpr std::size_t registers = 7;
@@ -71,7 +66,7 @@ constexpr std::size_t registers = 7;
 // `words` are the number of the call and its six arguments. Gives the result, or an error's number below
 // zero.
 inline Word EnterKernel(const Word* words) {
-    Word result = reinterpret_cast<Word>(words);
+    Word result = static_cast<Word>(reinterpret_cast<std::uintptr_t>(words));
 #ifdef _WIN64
     asm volatile("movq 8(%%rax), %%rdi\n\t"
                  "movq 16(%%rax), %%rsi\n\t"
@@ -85,25 +80,49 @@ inline Word EnterKernel(const Word* words) {
                  :
                  : "rdi", "rsi", "rdx", "r10", "r8", "r9", "rcx", "r11", "memory", "cc");
 #else
-    asm volatile("pushl %%ebp\n\t"
-                 "pushl %%ebx\n\t"
+    // The assembler of 32-bit code has no instructions of 64 bits, so these are bytes. 0x33 and 0x23 are
+    // Linux' segments of code of both modes.
+    asm volatile("pushl %%ebx\n\t"
                  "pushl %%esi\n\t"
                  "pushl %%edi\n\t"
-                 "movl 4(%%eax), %%ebx\n\t"
-                 "movl 8(%%eax), %%ecx\n\t"
-                 "movl 12(%%eax), %%edx\n\t"
-                 "movl 16(%%eax), %%esi\n\t"
-                 "movl 20(%%eax), %%edi\n\t"
-                 "movl 24(%%eax), %%ebp\n\t"
-                 "movl (%%eax), %%eax\n\t"
-                 "int $0x80\n\t"
+                 "ljmp $0x33, $1f\n"
+                 "1:\n\t"
+                 ".byte 0x48, 0x8b, 0x78, 0x08\n\t" // mov 8(%rax), %rdi
+                 ".byte 0x48, 0x8b, 0x70, 0x10\n\t" // mov 16(%rax), %rsi
+                 ".byte 0x48, 0x8b, 0x50, 0x18\n\t" // mov 24(%rax), %rdx
+                 ".byte 0x4c, 0x8b, 0x50, 0x20\n\t" // mov 32(%rax), %r10
+                 ".byte 0x4c, 0x8b, 0x40, 0x28\n\t" // mov 40(%rax), %r8
+                 ".byte 0x4c, 0x8b, 0x48, 0x30\n\t" // mov 48(%rax), %r9
+                 ".byte 0x48, 0x8b, 0x00\n\t"       // mov (%rax), %rax
+                 ".byte 0x0f, 0x05\n\t"             // syscall
+                 ".byte 0x48, 0x89, 0xc2\n\t"       // mov %rax, %rdx
+                 ".byte 0x48, 0xc1, 0xea, 0x20\n\t" // shr $32, %rdx
+                 ".byte 0x6a, 0x23\n\t"             // push $0x23
+                 ".byte 0x68\n\t"                   // push the address
+                 ".long 2f\n\t"
+                 ".byte 0x48, 0xcb\n" // lretq
+                 "2:\n\t"
                  "popl %%edi\n\t"
                  "popl %%esi\n\t"
-                 "popl %%ebx\n\t"
-                 "popl %%ebp"
-                 : "+a"(result)
+                 "popl %%ebx"
+                 : "+A"(result)
                  :
-                 : "ecx", "edx", "memory", "cc");
+                 : "ecx", "memory", "cc");
+#endif
+    return result;
+}
+
+// A call of 32 bits, with the numbers of that interface, which a filter of the other calls may have
+// forgotten.
+inline int CallOf32Bits(int number, int first, int second, int third) {
+    int result = number;
+#ifdef _WIN64
+    asm volatile("int $0x80"
+                 : "+a"(result)
+                 : "b"(first), "c"(second), "d"(third)
+                 : "r8", "r9", "r10", "r11", "memory", "cc");
+#else
+    asm volatile("int $0x80" : "+a"(result) : "b"(first), "c"(second), "d"(third) : "memory", "cc");
 #endif
     return result;
 }
@@ -114,13 +133,19 @@ Word WordOf(Argument argument) {
 }
 
 inline Word WordOf(const void* argument) {
-    return reinterpret_cast<Word>(argument);
+    return static_cast<Word>(reinterpret_cast<std::uintptr_t>(argument));
 }
 
 template <typename... Arguments>
 Word Call(System call, Arguments... arguments) {
     const Word words[registers] = {static_cast<Word>(call), WordOf(arguments)...};
     return EnterKernel(words);
+}
+
+// 0 in the copy of the process, which is made as the C library does it.
+inline Word ForkProcess() {
+    constexpr int signalOfChild = 17;
+    return Call(System::Clone, signalOfChild, 0, 0, 0, 0);
 }
 
 } // namespace keyreap::samples::box

@@ -26,6 +26,14 @@ Word WriteMark(Word descriptor);
 // Whether the file contains the text, which is then appended; the file may be one of those without a size.
 bool Contains(const char* path, std::string_view text, Text& got);
 
+constexpr bool IsFailure(Word result) {
+    return result < 0 && result > -4096;
+}
+
+// Attaches a segment of shared memory where 32-bit code reaches it. Gives the address, or an error's number
+// below zero.
+Word AttachSegment(Word segment, std::size_t size);
+
 // Takes memory for good; an error's number below zero.
 Word TakeMemory(std::size_t megabytes);
 

@@ -1,6 +1,7 @@
 // Listeners of the host, and what processes share without files. A listener greets whoever connects.
 #include "tests/samples/box/means.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace keyreap::samples::box {
@@ -111,15 +112,15 @@ Word MakeSocket(const Arguments& arguments, Text&) {
 }
 
 Word ReadSharedMemory(const Arguments& arguments, Text& got) {
-    constexpr int readOnly = 010000;
+    constexpr std::size_t size = 4096;
     const Word segment = Call(System::SharedMemory, arguments.NumberAt(0), 0, 0);
-    const Word address = segment < 0 ? segment : Call(System::AttachMemory, segment, 0, readOnly);
-    const bool isFailure = address < 0 && address > -4096;
-    if (!isFailure) {
-        const char* text = reinterpret_cast<const char*>(address);
-        got.Append(std::string_view(text, strnlen(text, 60)));
+    const Word address = segment < 0 ? segment : AttachSegment(segment, size);
+    if (IsFailure(address)) {
+        return address;
     }
-    return isFailure ? address : 0;
+    const char* text = reinterpret_cast<const char*>(static_cast<std::uintptr_t>(address));
+    got.Append(std::string_view(text, strnlen(text, 60)));
+    return 0;
 }
 
 // A secret that the kernel keeps: 3 is the keyring of the caller's session, 4 that of the user.
@@ -134,11 +135,28 @@ Word ReadKey(const Arguments& arguments, Text& got) {
     return size < 0 ? size : 0;
 }
 
+Word MakeSocketOf32Bits(const Arguments& arguments, Text&) {
+    constexpr int makeSocket = 359;
+    return std::min(CallOf32Bits(makeSocket, static_cast<int>(arguments.NumberAt(0)), stream, 0), 0);
+}
+
+Word FindKeyringOf32Bits(const Arguments&, Text&) {
+    constexpr int keys = 288;
+    constexpr int ofSession = -3;
+    return std::min(CallOf32Bits(keys, 0, ofSession, 0), 0);
+}
+
 constexpr Way ways[] = {
-    {"tcp", ConnectByNetwork},     {"socket", ConnectByPath},
-    {"abstract", ConnectByName},   {"packets", ReceivePackets},
-    {"rawsocket", SendRawPackets}, {"shared", ReadSharedMemory},
-    {"family", MakeSocket},        {"key", ReadKey},
+    {"tcp", ConnectByNetwork},
+    {"socket", ConnectByPath},
+    {"abstract", ConnectByName},
+    {"packets", ReceivePackets},
+    {"rawsocket", SendRawPackets},
+    {"shared", ReadSharedMemory},
+    {"family", MakeSocket},
+    {"family32", MakeSocketOf32Bits},
+    {"keyring32", FindKeyringOf32Bits},
+    {"key", ReadKey},
 };
 
 } // namespace

@@ -102,16 +102,16 @@ Word SearchProcesses(const Arguments& arguments, Text& got) {
 // A descriptor that execution closes reports whether the program was started.
 Word Execute(const Arguments& arguments, Text&) {
     constexpr std::size_t longest = 8;
-    const char* words[longest + 1] = {};
+    Word words[longest + 1] = {};
     for (std::size_t index = 0; index < arguments.Count() && index < longest; ++index) {
-        words[index] = arguments[index];
+        words[index] = WordOf(arguments[index]);
     }
-    const char* environment[] = {nullptr};
+    const Word environment[] = {0};
     int ends[2] = {};
     Call(System::Pipe, &ends[0], closingOnExecution);
-    const Word process = Call(System::Fork);
+    const Word process = ForkProcess();
     if (process == 0) {
-        const Word failure = Call(System::Execute, words[0], &words[0], &environment[0]);
+        const Word failure = Call(System::Execute, arguments[0], &words[0], &environment[0]);
         Call(System::Write, ends[1], &failure, sizeof(failure));
         Call(System::End, 1);
     }

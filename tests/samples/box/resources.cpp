@@ -9,24 +9,24 @@ namespace {
 
 constexpr std::size_t megabyte = 0x100000;
 
-// Memory counts only once it has been written to.
-void Touch(Word address, std::size_t size) {
-    constexpr std::size_t pageSize = 0x1000;
-    for (std::size_t at = 0; at < size; at += pageSize) {
-        reinterpret_cast<volatile char*>(address)[at] = 1;
-    }
-}
+constexpr int readAndWrite = 3;
+constexpr int privateMemory = 0x22;
 
 } // namespace
 
+Word AttachSegment(Word segment, std::size_t size) {
+    constexpr int low = 0x40;
+    constexpr int inPlace = 040000;
+    const Word address = Call(System::Map, nullptr, size, readAndWrite, privateMemory | low, -1, 0);
+    return IsFailure(address) ? address : Call(System::AttachMemory, segment, address, inPlace);
+}
+
+// Memory counts only once it is in use.
 Word TakeMemory(std::size_t megabytes) {
-    constexpr int readAndWrite = 3;
-    constexpr int privateMemory = 0x22;
-    const std::size_t size = megabytes * megabyte;
-    const Word address = Call(System::Map, nullptr, size, readAndWrite, privateMemory, -1, 0);
-    const bool isFailure = address < 0 && address > -4096;
-    Touch(address, isFailure ? 0 : size);
-    return isFailure ? address : 0;
+    constexpr int inUse = 0x8000;
+    const Word address =
+        Call(System::Map, nullptr, megabytes * megabyte, readAndWrite, privateMemory | inUse, -1, 0);
+    return IsFailure(address) ? address : 0;
 }
 
 namespace {
@@ -77,11 +77,13 @@ Word FillSegments(const Arguments& arguments, Text& got) {
     return ForEachMegabyte(arguments.NumberAt(0), got, [] {
         constexpr int creatingForOwner = 01600;
         const Word segment = Call(System::SharedMemory, 0, megabyte, creatingForOwner);
-        const Word address = segment < 0 ? segment : Call(System::AttachMemory, segment, 0, 0);
-        if (address < 0 && address > -4096) {
+        const Word address = segment < 0 ? segment : AttachSegment(segment, megabyte);
+        if (IsFailure(address)) {
             return address;
         }
-        Touch(address, megabyte);
+        for (std::size_t at = 0; at < megabyte; at += 0x1000) {
+            reinterpret_cast<volatile char*>(static_cast<std::uintptr_t>(address))[at] = 1;
+        }
         return Call(System::DetachMemory, address);
     });
 }
