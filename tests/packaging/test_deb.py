@@ -18,7 +18,7 @@ DOC = "usr/share/doc/keyreap"
 COMMANDS = ("keyreap", "keykit")
 LINKS = {**{"usr/bin/" + name: "../lib/keyreap/" + name for name in COMMANDS}, DOC + "/LICENSE": "copyright"}
 
-NATIVE_TOOLS = ["capturecheck", "keykit", "observer", "requestfilter"]
+NATIVE_TOOLS = ["capturecheck", "keykit", "observer", "requestfilter", "sessionbox"]
 CMAKE_FILES = ["Keyreap", "KeyreapCapture", "KeyreapConfig", "KeyreapConfigVersion", "KeyreapKit", "mingw", "typelibrary"]
 
 LINK = re.compile(r"\]\(([^)#\s]+)[^)\s]*\)")
