@@ -84,7 +84,7 @@ def test_a_folder_that_shows_too_much_or_is_none_is_refused(place, folder):
 
 
 @pytest.mark.parametrize("name", ["A=B", "", "1A", "WINEPREFIX", "HOME", "LD_PRELOAD", "TMPDIR"])
-def test_a_variable_that_is_none_or_that_a_session_has_of_its_own_is_refused(place, name):
+def test_a_name_of_no_variable_or_of_one_that_each_session_has_is_refused(place, name):
     result = capture("--env", name, "extreg", place / "in" / "server.dll", place / "out.reg")
     assert result.returncode == 125
     assert result.stderr.startswith(f"keyreap: --env is '{name}'")

@@ -52,7 +52,7 @@ def test_a_run_has_the_mask_of_its_caller(tree, tmp_path):
     # The first run makes the set-up, and the second one finds it.
     for name in ("one", "two"):
         file = tmp_path / name
-        environment = dict(os.environ, KEYREAP_WORDS=windows(file))
+        environment = dict(os.environ, KEYREAP_WORDS=windows(file), KEYREAP_SANDBOX="off")
         assert tree.run("status", "7", env=environment, umask=0o077).returncode == 7
         assert oct(file.stat().st_mode & 0o777) == "0o600"
 

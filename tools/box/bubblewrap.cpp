@@ -30,6 +30,12 @@ constexpr std::initializer_list<const char*> systemFolders = {"/usr/lib/x86_64-l
                                                               "/etc/timezone",
                                                               "/var/cache/fontconfig"};
 
+// Folders and files of /proc that root may write to by its number alone, without a capability. Bubblewrap
+// covers those only whose folder is writable itself.
+constexpr std::initializer_list<const char*> kernelSettings = {
+    "/proc/sys",  "/proc/sysrq-trigger", "/proc/irq",    "/proc/bus", "/proc/fs",
+    "/proc/acpi", "/proc/scsi",          "/proc/driver", "/proc/tty", "/proc/mtrr"};
+
 constexpr const char* displaySockets = "/tmp/.X11-unix/X";
 
 std::string Variable(const char* name) {
@@ -88,6 +94,9 @@ void AddPlaces(BoxPlaces& places, const BoxWords& words) {
         places.Put(link, {"--symlink", target, link});
     }
     places.Put("/proc", {"--proc", "/proc"});
+    for (const char* path : kernelSettings) {
+        places.Put(path, {"--ro-bind-try", path, path});
+    }
     places.Put("/dev", {"--dev", "/dev"});
     places.Put("/dev/shm", TemporaryFolder("/dev/shm", words.ceilings.temporary));
     places.Put("/tmp", TemporaryFolder("/tmp", words.ceilings.temporary));

@@ -31,7 +31,7 @@ struct RefusedCall {
     int error;
 };
 
-// A program that is told that the kernel lacks a call does without; Wine takes a temporary file for a memfd.
+// A program does without a call that the kernel seems to lack; Wine takes a temporary file for a memfd.
 constexpr std::array<RefusedCall, 14> refused = {{
     {SYS_shmget, ENOSYS},
     {SYS_memfd_create, ENOSYS},

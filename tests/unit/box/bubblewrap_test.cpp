@@ -59,6 +59,12 @@ TEST_F(BubblewrapTest, OnlyThePrefixCanBeChanged) {
     EXPECT_TRUE(Has(all, {"--remount-ro", "/dev"}));
 }
 
+TEST_F(BubblewrapTest, TheKernelsSettingsCanOnlyBeRead) {
+    const Words all = Made();
+    EXPECT_TRUE(Has(all, {"--ro-bind-try", "/proc/sys", "/proc/sys"}));
+    EXPECT_LT(std::find(all.begin(), all.end(), "/proc"), std::find(all.begin(), all.end(), "/proc/sys"));
+}
+
 TEST_F(BubblewrapTest, TheNotesOfTheScriptsAreHidden) {
     words.hidden = Path("prefix/notes");
     const Words all = Made();
