@@ -9,6 +9,8 @@
 SANDBOX=${KEYREAP_SANDBOX-}
 SESSION_BOX=$BUILD/tools/sessionbox
 OBSERVER=$BUILD/tools/observer
+# In megabytes. The check after a run reads its results.
+LARGEST_FILE=512
 BOX='' BOX_PROCESS=''
 
 # The programs themselves: those in /usr/bin are scripts, and a box has no shell.
@@ -27,6 +29,7 @@ check_sandbox() {
         [[ -z ${!name-} || ${!name} =~ ^[1-9][0-9]{0,6}$ ]] ||
             fail "$name is '${!name}', and has to be a number from 1 to 9999999"
     done
+    ((${KEYREAP_BOX_DISK:-64} >= 64)) || fail "KEYREAP_BOX_DISK is '$KEYREAP_BOX_DISK', and a session needs 64"
 }
 
 # check_seen FOLDER: what a box has of its own can't be the machine's.
@@ -100,16 +103,21 @@ without_rights() {
     setpriv --bounding-set=-all --inh-caps=-all "$@"
 }
 
-# make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty. A file that
-# only root's rights open for writing has a stand-in in the box, which take_outputs copies.
+# tell_keeper WORD TEXT: a record of session-keeper.sh.
+tell_keeper() {
+    printf '%s\0%s\0' "$1" "$2" >&8
+}
+
+# make_outputs FILE...: files that a box can change have to be there. The keeper removes those that stay empty, and gives the
+# others their modes again, which a server can change. A file that only root's rights open for writing has a stand-in in the
+# box, which take_outputs copies.
 make_outputs() {
-    local file mode
+    local file
     STAND_INS=()
-    declare -gA OUTPUT_MODES=()
     for file in "$@"; do
         if [[ ! -e $file ]]; then
-            { : >"$file"; } 2>/dev/null || continue
-            printf 'created %s\n' "$file" >&8
+            tell_keeper created "$(realpath -m -- "$file")"
+            { : >"$file"; } 2>/dev/null || true
         elif ((EUID == 0)) && [[ -f $file && ! -O $file ]] && ! without_rights test -w "$file"; then
             cp "$file" "$(stand_in "${#STAND_INS[@]}")"
             touch -d @0 "$(stand_in "${#STAND_INS[@]}")"
@@ -117,12 +125,7 @@ make_outputs() {
             STAND_INS+=("$file")
         fi
     done
-    while IFS=$'\t' read -r -d '' mode file; do OUTPUT_MODES[$file]=$mode; done < <(output_modes "$@")
-}
-
-# output_modes FILE...: prints the mode and the name of each that is there, ended by a NUL.
-output_modes() {
-    (($# == 0)) || stat -L --printf '%a\t%n\0' -- "$@" 2>/dev/null || true
+    (($# == 0)) || stat -L --printf 'mode\0%a %n\0' -- "$@" 2>/dev/null >&8 || true
 }
 
 # stand_in NUMBER
@@ -130,13 +133,9 @@ stand_in() {
     printf '%s/output%s' "$(notes_folder "$PREFIX")" "$1"
 }
 
-# take_outputs FILE...: copies the stand-ins that were written to, which have another time, to their files. Each output has
-# its mode again, which a server can change.
+# take_outputs: copies the stand-ins that were written to, which have another time, to their files.
 take_outputs() {
-    local number mode file
-    while IFS=$'\t' read -r -d '' mode file; do
-        [[ $mode == "${OUTPUT_MODES[$file]-$mode}" ]] || chmod "${OUTPUT_MODES[$file]}" "$file"
-    done < <(output_modes "$@")
+    local number
     for number in "${!STAND_INS[@]}"; do
         [[ -z $(find "$(stand_in "$number")" -newermt @1) ]] || cat "$(stand_in "$number")" >"${STAND_INS[number]}"
     done
@@ -149,7 +148,7 @@ box_words() {
     memory=$(ceiling MEMORY) disk=$(ceiling DISK)
     printf '%s\0' --report "$(box_report "$PREFIX")" --prefix "$PREFIX" --hide "$(notes_folder "$PREFIX")" \
         --server "$(server_in_box)" --see "$WINE_MODULES" --see "$BUILD/tools" --memory $((memory << 20)) \
-        --file-size $((disk << 20)) --temporary $((disk << 18)) --threads "${KEYREAP_BOX_PROCESSES:-2000}"
+        --file-size $((disk < LARGEST_FILE ? disk << 20 : LARGEST_FILE << 20)) --temporary $((disk << 18)) --threads "${KEYREAP_BOX_PROCESSES:-2000}"
     ((${#PLACES[@]} == 0)) || printf '%s\0' "${PLACES[@]}"
     # A test's own server is a script.
     [[ -z ${KEYREAP_WINESERVER-} ]] ||
@@ -175,12 +174,23 @@ run_in_box() {
     [[ $1 != @(wine|"$WINE") ]] || set -- "$WINE_PROGRAMS/wine64" "${@:2}"
     [[ $observed == no ]] || set -- "$OBSERVER" "$(crash_file "$PREFIX")" "$@"
     : >"$(box_report "$PREFIX")"
+    tell_keeper box ''
     with_output start_box "${words[@]}" -- "$@" || status=$?
     BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
-    [[ $BOX != @(ended|ceiling\ *) ]] || echo boxed >&8
-    take_outputs "${outputs[@]}"
-    [[ $BOX != server ]] || { end_session && fail "Wine's server did not come up"; }
+    case $BOX in
+    ended | ceiling\ *) take_outputs ;;
+    unavailable\ *) tell_keeper open '' ;;
+    refused\ *) fail_boxed "this run can't be kept apart from the machine (${BOX#refused })" ;;
+    server) fail_boxed "Wine's server did not come up" ;;
+    *) fail_boxed "the program that keeps this run apart from the machine was ended" ;;
+    esac
     return "$status"
+}
+
+# fail_boxed TEXT
+fail_boxed() {
+    end_session
+    fail "$1"
 }
 
 # start_box WORD...: the keeper waits for the box, which has the keeper's pipe until its end.
@@ -194,10 +204,7 @@ start_box() {
 box_missing() {
     [[ $BOX == unavailable\ * ]] || return
     local text="this run can't be kept apart from the machine (${BOX#unavailable })"
-    if [[ $SANDBOX == require ]]; then
-        end_session
-        fail "$text, and KEYREAP_SANDBOX asks for that; see docs/security.md"
-    fi
+    [[ $SANDBOX != require ]] || fail_boxed "$text, and KEYREAP_SANDBOX asks for that; see docs/security.md"
     say "$text; see docs/security.md"
 }
 

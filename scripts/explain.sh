@@ -15,19 +15,24 @@ source "$ROOT/scripts/unplaced.sh"
 # shellcheck source=scripts/paths.sh
 source "$ROOT/scripts/paths.sh"
 
+# printable: copies text without control characters, which a server can have written, but with its lines and tabs.
+printable() {
+    tr -d '\000-\010\013-\037\177'
+}
+
 # report OUTPUT STATUS: prints what the session has left, and ends with its status. With any other status than its own
 # the program was ended, perhaps while it wrote: a part of a story isn't printed.
 report() {
     local end=ended
     [[ ! -s $1 || $2 != [01] ]] || end=whole
     [[ ! -s $1 || $2 != 2 ]] || end=refused
-    [[ $end != whole ]] || cat "$1"
+    [[ $end != whole ]] || printable <"$1"
     [[ -z $KEYREAP_CEILING ]] || fail "$KEYREAP_CEILING"
     [[ -z $KEYREAP_UNPLACED ]] || fail "this can't be relied on, since $KEYREAP_UNPLACED; see docs/hosts.md"
     case $end in
     whole) exit "$2" ;;
-    refused) say "$(<"$1")" ;;
-    ended) say "the server ended the program that captures it: ${KEYREAP_CRASH:-status $2}" ;;
+    refused) say "$(head -c 4096 "$1" | printable)" ;;
+    ended) say "the server ended the program that captures it: $(printable <<<"${KEYREAP_CRASH:-status $2}")" ;;
     esac
     exit 2
 }

@@ -6,6 +6,9 @@
 #   4   the file of the crash
 #   3   the file of the unplaced lines
 
+# In bytes. A server can write more, and a command line holds only so much.
+LONGEST_NOTE=16384
+
 # open_notes PREFIX: call it after the prefix was renewed.
 open_notes() {
     mkdir -p "$(notes_folder "$1")"
@@ -13,11 +16,6 @@ open_notes() {
     : >"$(crash_file "$1")"
     : >"$(unplaced_lines_file "$1")"
     exec 5<"$(mixed_keys_file "$1")" 4<"$(crash_file "$1")" 3<"$(unplaced_lines_file "$1")"
-}
-
-# box_report PREFIX: where sessionbox says what became of the box.
-box_report() {
-    printf '%s/box' "$(notes_folder "$1")"
 }
 
 # crash_file PREFIX: in the box, since the observer is.
@@ -29,10 +27,10 @@ crash_file() {
 # UNPLACED with the first unplaced line and their number.
 take_notes() {
     # shellcheck disable=SC2034 # the scripts that report read them
-    mapfile -t MIXED_KEYS <&5
+    mapfile -t MIXED_KEYS < <(head -c "$LONGEST_NOTE" <&5)
     # shellcheck disable=SC2034
-    CRASH=$(cat <&4)
+    CRASH=$(head -c "$LONGEST_NOTE" <&4 | tr -d '\000')
     # shellcheck disable=SC2034
-    mapfile -t UNPLACED <&3
+    mapfile -t UNPLACED < <(head -c "$LONGEST_NOTE" <&3)
     exec 5<&- 4<&- 3<&-
 }

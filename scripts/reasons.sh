@@ -19,7 +19,8 @@ input_reason() {
         status=0
         reason=$(exec setpriv --pdeathsig TERM timeout --foreground -k 5 "$REASON_LIMIT" \
             "$ROOT/scripts/wine-session.sh" --ready --no-display --box --see "$BUILD/stage/tools" \
-            ${file:+--input "$file"} /usr/bin/wine "$BUILD/stage/tools/$bitness/explain.exe" "$1" 2>/dev/null </dev/null) || status=$?
+            ${file:+--input "$file"} /usr/bin/wine "$BUILD/stage/tools/$bitness/explain.exe" "$1" \
+            2>/dev/null </dev/null > >(head -c 4096 | tr -d '\000')) || status=$?
         ((status == 2)) || break
     done
     ((status != 0)) || printf '%s' "$reason"

@@ -111,7 +111,7 @@ control_set() {
 # the command: two programs that start at once and find no server sometimes start one each, with a registry each.
 start_server() {
     if [[ $1 == yes ]]; then
-        echo requests >&8
+        printf 'requests\0\0' >&8
         await_logging_server "$PREFIX" && return
     else
         start_plain_server && return

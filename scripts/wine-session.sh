@@ -51,6 +51,8 @@ source "$ROOT/scripts/host.sh"
 # shellcheck source=scripts/identity.sh
 source "$ROOT/scripts/identity.sh"
 
+# shellcheck source=scripts/boxend.sh
+source "$ROOT/scripts/boxend.sh"
 # shellcheck source=scripts/box.sh
 source "$ROOT/scripts/box.sh"
 

@@ -85,7 +85,7 @@ end_prefix() {
     [[ -f $1/wineserver ]] || return 0
     name=$(<"$1/wineserver")
     rm -f "$1/wineserver"
-    [[ $name != wine-?????? ]] || rm -rf "/tmp/$name"
+    [[ ! $name =~ ^wine-[A-Za-z0-9]{6}$ ]] || rm -rf "/tmp/$name"
 }
 
 # prefix_processes PREFIX: prints the numbers of the processes that were started with WINEPREFIX=PREFIX. Wine passes its

@@ -39,12 +39,15 @@ def log_of(pool):
     return pool.prefix() / "drive_c" / "windows" / "keyreap-requests.log"
 
 
-def naming(folder):
-    """The processes whose command lines contain a folder or a path below it: filters and keepers."""
+def naming(folder, word=b""):
+    """The processes whose command lines contain a folder or a path below it, such as filters and keepers, and a word."""
     found = []
     for process in Path("/proc").iterdir():
         try:
-            if process.name.isdigit() and os.fsencode(folder) in (process / "cmdline").read_bytes():
+            if not process.name.isdigit():
+                continue
+            line = (process / "cmdline").read_bytes()
+            if os.fsencode(folder) in line and word in line:
                 found.append(int(process.name))
         except OSError:
             pass
@@ -53,9 +56,7 @@ def naming(folder):
 
 def filter_of(pool):
     """The number of the filter's process."""
-    return next(
-        number for number in naming(pool.prefix()) if b"requestfilter" in Path(f"/proc/{number}/cmdline").read_bytes()
-    )
+    return naming(pool.prefix(), b"requestfilter")[0]
 
 
 def started(pool, **settings):
@@ -224,7 +225,7 @@ def test_a_log_without_room_leaves_the_default_mode_the_result_of_the_redirectio
 def test_keyreap_itself_leaves_nothing_when_it_is_killed(ready_tree):
     pool = ready_tree.build / "wine" / "pool"
     run = ready_tree.start("wait", start_new_session=True)
-    until(lambda: any(b"requestfilter" in Path(f"/proc/{number}/cmdline").read_bytes() for number in naming(pool)))
+    until(lambda: naming(pool, b"requestfilter"))
     run.kill()
     run.wait()
     until(lambda: not any(is_locked(lock) for lock in pool.glob("*.lock")))

@@ -4,12 +4,14 @@
 #include "tools/box/callfilter.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <utility>
 #include <vector>
@@ -26,6 +28,15 @@ void Await(pid_t& process) {
         }
         process = -1;
     }
+}
+
+sigset_t EndingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
+        sigaddset(&signals, signal);
+    }
+    return signals;
 }
 
 void AllowSignals() {
@@ -67,6 +78,24 @@ void Place(const std::vector<std::pair<int, int>>& places) {
     }
 }
 
+std::string OwnPath() {
+    return std::filesystem::read_symlink("/proc/self/exe").string();
+}
+
+// The descriptors that every box begins with, and these. The words go through a file, since anybody may read
+// a command line, and variables of the caller's are among them.
+void PlaceForBubblewrap(const BoxWords& words, bool hasUsers, std::vector<std::pair<int, int>> places) {
+    places.insert(places.begin(),
+                  {{FileOfWords(Separated(BubblewrapWords(words, hasUsers))), boxdescriptor::words},
+                   {FileOfWords(RefusedCallBytes()), boxdescriptor::calls}});
+    Place(places);
+}
+
+// Up to the program that it executes in the box.
+std::vector<std::string> BubblewrapCommand(const std::string& program) {
+    return {bubblewrapPath, "--args", std::to_string(boxdescriptor::words), "--", program};
+}
+
 } // namespace
 
 Attempt::Attempt(const BoxWords& words, bool hasUsers, const ControlGroup& group)
@@ -81,11 +110,32 @@ Attempt::Attempt(const BoxWords& words, bool hasUsers, const ControlGroup& group
     Close(info.writeEnd);
     Close(log.writeEnd);
     Close(log.readEnd);
-    signs = ReadAll(begun.readEnd);
+    ReadSigns();
     if (!HasBegun()) {
         complaints = ReadAll(errors.readEnd);
         Await(process);
         Await(filter);
+    }
+}
+
+void Attempt::ReadSigns() {
+    constexpr int interval = 20; // milliseconds between two looks for a signal
+    const sigset_t signals = EndingSignals();
+    const timespec now = {0, 0};
+    char sign = 0;
+    for (;;) {
+        if (!isEnded && sigtimedwait(&signals, nullptr, &now) != -1) {
+            isEnded = true;
+            kill(process, SIGKILL);
+        }
+        pollfd end = {begun.readEnd, POLLIN, 0};
+        if (poll(&end, 1, interval) > 0) {
+            const ssize_t length = read(begun.readEnd, &sign, 1);
+            if (length == 0) {
+                return;
+            }
+            signs.append(length > 0 ? 1 : 0, sign);
+        }
     }
 }
 
@@ -137,32 +187,40 @@ void Attempt::Start(const BoxWords& words, bool hasUsers, const ControlGroup& gr
 }
 
 void Attempt::BecomeBubblewrap(const BoxWords& words, bool hasUsers) {
-    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    const std::string self = OwnPath();
     BoxWords all = words;
     all.seen.push_back(self);
-    // The words go through a file, since anybody may read a command line, and variables of the caller's are
-    // among them.
-    const int file = FileOfWords(Separated(BubblewrapWords(all, hasUsers)));
-    const int calls = FileOfWords(RefusedCallBytes());
-    Place({{STDERR_FILENO, boxdescriptor::errors},
-           {begun.writeEnd, boxdescriptor::begun},
-           {log.writeEnd, boxdescriptor::log},
-           {file, boxdescriptor::words},
-           {info.writeEnd, boxdescriptor::info},
-           {calls, boxdescriptor::calls},
-           {errors.writeEnd, STDERR_FILENO}});
-    std::vector<std::string> command = {bubblewrapPath,
-                                        "--args",
-                                        std::to_string(boxdescriptor::words),
-                                        "--",
-                                        self,
-                                        "inside",
-                                        words.server,
-                                        words.log.file,
-                                        std::to_string(words.ceilings.threads),
-                                        std::to_string(words.ceilings.file)};
+    PlaceForBubblewrap(all, hasUsers,
+                       {{STDERR_FILENO, boxdescriptor::errors},
+                        {begun.writeEnd, boxdescriptor::begun},
+                        {log.writeEnd, boxdescriptor::log},
+                        {info.writeEnd, boxdescriptor::info},
+                        {errors.writeEnd, STDERR_FILENO}});
+    std::vector<std::string> command = BubblewrapCommand(self);
+    command.insert(command.end(),
+                   {"inside", words.server, words.log.file, std::to_string(words.ceilings.threads),
+                    std::to_string(words.ceilings.file)});
     command.insert(command.end(), words.command.begin(), words.command.end());
     Become(command);
+}
+
+bool EmptyBoxStands(bool hasUsers) {
+    const pid_t process = fork();
+    if (process == 0) {
+        AllowSignals();
+        const std::string self = OwnPath();
+        BoxWords words;
+        words.seen.push_back(self);
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        PlaceForBubblewrap(words, hasUsers, {{nothing, boxdescriptor::info}, {nothing, STDERR_FILENO}});
+        std::vector<std::string> command = BubblewrapCommand(self);
+        command.emplace_back("nothing");
+        Become(command);
+    }
+    int status = -1;
+    while (process > 0 && waitpid(process, &status, 0) == -1 && errno == EINTR) {
+    }
+    return status == 0;
 }
 
 } // namespace keyreap

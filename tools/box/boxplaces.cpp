@@ -15,6 +15,8 @@ namespace fs = std::filesystem;
 constexpr std::array<std::string_view, 10> moduleEndings = {".dll", ".ocx", ".exe", ".tlb",      ".olb",
                                                             ".ax",  ".cpl", ".drv", ".manifest", ".config"};
 
+constexpr std::size_t mostModules = 1000; // bwrap takes 9000 words
+
 std::vector<std::string> PartsOf(const std::string& path) {
     std::vector<std::string> parts;
     for (const fs::path& part : fs::path(path)) {
@@ -43,7 +45,8 @@ bool IsModuleName(std::string name) {
 std::vector<std::string> ModulesIn(const std::string& folder) {
     std::vector<std::string> modules;
     std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(folder, error), end;
+         !error && entry != end && modules.size() < mostModules; entry.increment(error)) {
         std::error_code unknown;
         if (IsModuleName(entry->path().filename().string()) &&
             entry->symlink_status(unknown).type() == fs::file_type::regular) {
@@ -74,11 +77,20 @@ WideFolders::WideFolders(const std::string& users, const std::string& home) {
 
 void WideFolders::Add(std::string folder) {
     if (folder.starts_with('/')) {
+        std::error_code error;
+        const fs::path real = fs::canonical(folder, error);
+        if (!error) {
+            folders.push_back(real.string());
+        }
         folders.push_back(std::move(folder));
     }
 }
 
 bool WideFolders::Has(const std::string& folder) const {
+    const std::vector<std::string> parts = PartsOf(folder);
+    if (parts.size() <= 1 || (parts.size() == 2 && parts.front() == "home")) {
+        return true;
+    }
     return std::any_of(folders.begin(), folders.end(), [&](const std::string& wide) {
         return PartsOf(wide) == PartsOf(folder) || IsAbove(folder, wide);
     });
@@ -92,7 +104,8 @@ void BoxPlaces::AddInput(const std::string& file) {
         See(folder);
     } else {
         for (const std::string& module : ModulesIn(folder)) {
-            See(module);
+            // It may be gone when the box begins.
+            Bind("--ro-bind-try", module);
         }
     }
     // The folder may have no more than a link to it.

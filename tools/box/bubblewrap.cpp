@@ -98,6 +98,8 @@ void AddPlaces(BoxPlaces& places, const BoxWords& words) {
         places.Put(path, {"--ro-bind-try", path, path});
     }
     places.Put("/dev", {"--dev", "/dev"});
+    // Memory that is mapped from it stays, like anonymous shared memory (callfilter.cpp).
+    places.Put("/dev/zero", {"--dev-bind", "/dev/null", "/dev/zero"});
     places.Put("/dev/shm", TemporaryFolder("/dev/shm", words.ceilings.temporary));
     places.Put("/tmp", TemporaryFolder("/tmp", words.ceilings.temporary));
     for (const std::string& input : words.inputs) {

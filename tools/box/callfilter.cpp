@@ -1,9 +1,11 @@
 #include "tools/box/callfilter.h"
 
+#include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/sched.h>
 #include <linux/seccomp.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -32,7 +34,7 @@ struct RefusedCall {
 };
 
 // A program does without a call that the kernel seems to lack; Wine takes a temporary file for a memfd.
-constexpr std::array<RefusedCall, 14> refused = {{
+constexpr std::array<RefusedCall, 15> refused = {{
     {SYS_shmget, ENOSYS},
     {SYS_memfd_create, ENOSYS},
     {memfdSecret, ENOSYS},
@@ -42,6 +44,7 @@ constexpr std::array<RefusedCall, 14> refused = {{
     {SYS_io_uring_setup, ENOSYS},
     {SYS_io_uring_enter, ENOSYS},
     {SYS_io_uring_register, ENOSYS},
+    {SYS_openat2, ENOSYS}, // its mode is in memory, too
     {SYS_bpf, EPERM},
     {SYS_perf_event_open, EPERM},
     {SYS_userfaultfd, EPERM},
@@ -50,18 +53,33 @@ constexpr std::array<RefusedCall, 14> refused = {{
     {SYS_clone3, ENOSYS},
 }};
 
-// Refused if one of these bits is set in an argument.
+// Refused if the argument has one of these bits, and the other one, if there is a condition, has one of its
+// own.
 struct RefusedBits {
     std::uint32_t number;
     std::uint32_t argument;
     std::uint32_t bits;
+    std::uint32_t conditionArgument = 0;
+    std::uint32_t conditionBits = 0;
 };
 
-constexpr std::array<RefusedBits, 6> refusedBits = {{
-    {SYS_chmod, 1, S_ISUID | S_ISGID},
-    {SYS_fchmod, 1, S_ISUID | S_ISGID},
-    {SYS_fchmodat, 2, S_ISUID | S_ISGID},
-    {fchmodat2, 2, S_ISUID | S_ISGID},
+constexpr std::uint32_t owners = S_ISUID | S_ISGID;
+constexpr std::uint32_t creates = O_CREAT | 020000000; // and O_TMPFILE; without one of them there is no mode
+
+constexpr std::array<RefusedBits, 14> refusedBits = {{
+    {SYS_chmod, 1, owners},
+    {SYS_fchmod, 1, owners},
+    {SYS_fchmodat, 2, owners},
+    {fchmodat2, 2, owners},
+    {SYS_creat, 1, owners},
+    {SYS_open, 2, owners, 1, creates},
+    {SYS_openat, 3, owners, 2, creates},
+    {SYS_mkdir, 1, owners},
+    {SYS_mkdirat, 2, owners},
+    {SYS_mknod, 1, owners},
+    {SYS_mknodat, 2, owners},
+    // Pages of it that no process has any more stay in memory, and nothing shows them.
+    {SYS_mmap, 3, MAP_SHARED, 3, MAP_ANONYMOUS},
     {SYS_unshare, 0, CLONE_NEWUSER},
     {SYS_clone, 0, CLONE_NEWUSER},
 }};
@@ -114,7 +132,12 @@ private:
     }
 
     void AddBits(const RefusedBits& call) {
-        Add(BPF_JMP | BPF_JEQ | BPF_K, 0, 4, call.number);
+        const bool hasCondition = call.conditionBits != 0;
+        Add(BPF_JMP | BPF_JEQ | BPF_K, 0, hasCondition ? 6 : 4, call.number);
+        if (hasCondition) {
+            Load(OffsetOf(call.conditionArgument));
+            Add(BPF_JMP | BPF_JSET | BPF_K, 0, 3, call.conditionBits);
+        }
         Load(OffsetOf(call.argument));
         Add(BPF_JMP | BPF_JSET | BPF_K, 0, 1, call.bits);
         Refuse(EPERM);

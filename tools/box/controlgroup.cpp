@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <sstream>
 
@@ -11,6 +12,7 @@ namespace keyreap {
 namespace {
 
 constexpr int groupMode = 0755;
+constexpr int mostTries = 10;
 
 // False if the kernel refuses the value, too.
 bool WriteTo(const std::string& file, const std::string& text) {
@@ -43,6 +45,7 @@ ControlGroup::ControlGroup(const std::string& root, const std::string& own, cons
     if (const std::string group = GroupOf(own, "memory"); !group.empty() && ceilings.memory != 0) {
         if (Make(root + "/memory" + group, "memory.limit_in_bytes", ceilings.memory)) {
             memoryEvents = folders.back() + "/memory.oom_control";
+            WriteTo(folders.back() + "/memory.memsw.limit_in_bytes", std::to_string(ceilings.memory));
         }
     }
     if (const std::string group = GroupOf(own, "pids"); !group.empty() && ceilings.threads != 0) {
@@ -68,9 +71,13 @@ ControlGroup::~ControlGroup() {
 }
 
 bool ControlGroup::Make(const std::string& parent, const std::string& limit, std::uint64_t value) {
-    const std::string folder = parent + "/keyreap-" + std::to_string(getpid());
-    if (mkdir(folder.c_str(), groupMode) != 0) {
-        return false;
+    // Another process may have this number in its own namespace, or have left the folder.
+    std::string folder = parent + "/keyreap-" + std::to_string(getpid());
+    for (int tries = 0; mkdir(folder.c_str(), groupMode) != 0; tries++) {
+        if (errno != EEXIST || tries == mostTries) {
+            return false;
+        }
+        folder += "-";
     }
     if (!WriteTo(folder + "/" + limit, std::to_string(value))) {
         rmdir(folder.c_str());

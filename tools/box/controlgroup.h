@@ -21,6 +21,7 @@ public:
     // The calling process and its later children belong to the groups.
     void Join() const;
 
+    const std::vector<std::string>& Folders() const { return folders; }
     bool HoldsMemory() const { return !memoryEvents.empty(); }
     // True if the kernel ended a process since the memory was used up.
     bool RanOutOfMemory() const;

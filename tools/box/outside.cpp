@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <ctime>
 #include <fstream>
@@ -71,13 +72,18 @@ pid_t FirstProcessIn(const std::string& report) {
                                       : static_cast<pid_t>(std::atoi(report.c_str() + place + name.size()));
 }
 
-// The first process is gone when all others are. It is this process's child if bwrap ended before it.
+// The first process is gone when all others are. If bwrap ended before it, it is this process's child by now.
 void EndAll(pid_t first) {
-    if (first > 0) {
+    if (first > 0 && waitpid(first, nullptr, WNOHANG) == 0) {
         kill(first, SIGKILL);
         while (waitpid(first, nullptr, 0) == -1 && errno == EINTR) {
         }
     }
+}
+
+void BlockSignals() {
+    const sigset_t signals = AwaitedSignals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
 }
 
 class Box {
@@ -93,16 +99,25 @@ public:
                 if (attempt.HasBegun()) {
                     return StatusOf(attempt);
                 }
+                if (attempt.IsEnded()) {
+                    EndAll(FirstProcessIn(attempt.Information()));
+                    Report("ended", "");
+                    return boxFailed;
+                }
                 complaint = attempt.Complaint();
             }
         }
-        Report("unavailable", complaint);
+        Report(AnyBoxStands() ? "refused" : "unavailable", complaint);
         return boxFailed;
     }
 
 private:
+    // Whether the machine lets this user make boxes, so that only this one failed.
+    static bool AnyBoxStands() { return EmptyBoxStands(true) || (geteuid() == 0 && EmptyBoxStands(false)); }
+
     int StatusOf(Attempt& attempt) {
         const pid_t first = FirstProcessIn(attempt.Information());
+        ReportBegin(first);
         const int status = Await(attempt.Process(), first);
         EndAll(first);
         attempt.AwaitFilter();
@@ -136,6 +151,15 @@ private:
         }
     }
 
+    // What the keeper of the session needs if this process is killed.
+    void ReportBegin(pid_t first) const {
+        std::ofstream report(words.report);
+        report << "first " << first << '\n';
+        for (const std::string& folder : group.Folders()) {
+            report << "group " << folder << '\n';
+        }
+    }
+
     void Report(const char* kind, const std::string& text) const {
         std::ofstream(words.report) << kind << (text.empty() ? "" : " ") << text << '\n';
     }
@@ -150,8 +174,7 @@ private:
 } // namespace
 
 int RunOutside(const BoxWords& words) {
-    const sigset_t signals = AwaitedSignals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    BlockSignals();
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     // What bwrap leaves is this program's to end.
     prctl(PR_SET_CHILD_SUBREAPER, 1);

@@ -17,6 +17,10 @@ int main(int count, char** words) {
         if (!given.empty() && std::string_view(given.front()) == "inside") {
             return keyreap::RunInside(given.subspan(1));
         }
+        // In a box that is only tried.
+        if (!given.empty() && std::string_view(given.front()) == "nothing") {
+            return 0;
+        }
         return keyreap::RunOutside(keyreap::ParsedBoxWords(given));
     } catch (const std::exception& error) {
         static_cast<void>(std::fprintf(stderr, "sessionbox: %s\n", error.what()));

@@ -61,6 +61,13 @@ TEST_F(BoxPlacesTest, AFolderThatALinkShowsElsewhereIsAsWideAsItIs) {
     EXPECT_THAT(Targets(places), ElementsAre(Path("home/ann/server.dll"), Path("way/server.dll")));
 }
 
+TEST_F(BoxPlacesTest, AHomeFolderThatIsALinkIsWideUnderItsRealPath) {
+    MakeFolder("real/ann");
+    MakeLink("linked", Path("real/ann"));
+    EXPECT_TRUE(WideFolders("", Path("linked")).Has(Path("real/ann")));
+    EXPECT_TRUE(WideFolders("", Path("linked")).Has(Path("real")));
+}
+
 TEST_F(BoxPlacesTest, ALinkedInputIsThereUnderBothNames) {
     MakeFile("real/server.dll");
     MakeLink("in/server.dll", Path("real/server.dll"));
@@ -109,11 +116,12 @@ TEST_F(BoxPlacesTest, WhatDoesNotExistIsLeftOut) {
 
 TEST_F(BoxPlacesTest, TheRootAndFoldersOfTemporaryFilesAreWide) {
     const WideFolders wide("", "/users/own");
-    for (const char* folder :
-         {"/", "/tmp", "/var/tmp", "/var", "/dev/shm", "/users", "/users/own", "/users/own/"}) {
+    for (const char* folder : {"/", "/tmp", "/var/tmp", "/var", "/dev/shm", "/users", "/users/own",
+                               "/users/own/", "/etc", "/srv", "/home/somebody"}) {
         EXPECT_TRUE(wide.Has(folder)) << folder;
     }
-    for (const char* folder : {"/tmp/build", "/users/own/build", "/users/other", "/srv"}) {
+    for (const char* folder :
+         {"/tmp/build", "/users/own/build", "/users/other", "/srv/build", "/home/somebody/build"}) {
         EXPECT_FALSE(wide.Has(folder)) << folder;
     }
 }

@@ -98,6 +98,29 @@ TEST(CallFilterTest, AModeThatMakesAFileRunAsItsOwnerIsRefused) {
     EXPECT_EQ(Verdict(452, 0, 0, 06000), notPermitted); // fchmodat2
 }
 
+TEST(CallFilterTest, AFileThatIsMadeHasNoSuchModeEither) {
+    constexpr std::uint64_t create = 0100;
+    EXPECT_EQ(Verdict(2, 0, create, 0644), allowed); // open
+    EXPECT_EQ(Verdict(2, 0, create, 04755), notPermitted);
+    EXPECT_EQ(Verdict(2, 0, 0, 04755), allowed);    // which has no mode then
+    EXPECT_EQ(Verdict(85, 0, 06000), notPermitted); // creat
+    EXPECT_EQ(Verdict(83, 0, 02755), notPermitted); // mkdir
+    EXPECT_EQ(Verdict(437), notThere);              // openat2
+    EXPECT_EQ(Machine(RefusedCalls()).Verdict(257, here, {0, 0, create, 04755, 0, 0}),
+              notPermitted); // openat
+    EXPECT_EQ(Machine(RefusedCalls()).Verdict(257, here, {0, 0, create, 0644, 0, 0}), allowed);
+}
+
+TEST(CallFilterTest, SharedMemoryWithoutAFileIsRefused) {
+    constexpr std::uint64_t shared = 1, own = 2, anonymous = 0x20;
+    const auto verdict = [](std::uint64_t flags) {
+        return Machine(RefusedCalls()).Verdict(9, here, {0, 0, 0, flags, 0, 0});
+    };
+    EXPECT_EQ(verdict(shared), allowed);
+    EXPECT_EQ(verdict(own | anonymous), allowed);
+    EXPECT_EQ(verdict(shared | anonymous), notPermitted);
+}
+
 TEST(CallFilterTest, UserNamespacesAreRefusedAndOtherProcessesAreNot) {
     EXPECT_EQ(Verdict(56, 0x01200011), allowed); // clone as fork(2)
     EXPECT_EQ(Verdict(56, 0x10000011), notPermitted);

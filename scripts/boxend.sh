@@ -1,0 +1,26 @@
+# shellcheck shell=bash
+# The end of a box whose own program was killed. Sourced after common.sh and requests.sh.
+
+# box_report PREFIX: where sessionbox says what became of the box.
+box_report() {
+    printf '%s/box' "$(notes_folder "$1")"
+}
+
+# end_box PREFIX: ends what sessionbox couldn't, by its own report (tools/box/outside.h).
+end_box() {
+    local word text report=()
+    [[ ! -f $(box_report "$1") ]] || mapfile -t report <"$(box_report "$1")"
+    for word in "${report[@]}"; do
+        text=${word#* }
+        case $word in
+        first\ *) await_end "$text" ;;
+        group\ *) rmdir "$text" 2>/dev/null || true ;;
+        esac
+    done
+}
+
+# await_end PROCESS: kills the first process of a box, and returns when all others have ended with it.
+await_end() {
+    [[ $1 =~ ^[1-9][0-9]*$ ]] || return 0
+    while kill -KILL "$1" 2>/dev/null; do sleep 0.01; done
+}
