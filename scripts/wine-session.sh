@@ -166,7 +166,7 @@ WINE_USER=$user
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
 open_notes "$PREFIX"
-make_outputs "${outputs[@]}"
+[[ $boxed == no ]] || make_outputs "${outputs[@]}"
 status=0
 run_command "$@" || status=$?
 end_session
