@@ -60,6 +60,18 @@ void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields 
     operations.push_back(operation);
 }
 
+std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHandle,
+                                                             std::wstring_view name) {
+    if (keyHandle == 0) {
+        return std::wstring(name);
+    }
+    const KeyName* const key = NameOf(keyHandle);
+    if (key == nullptr) {
+        return {};
+    }
+    return name.empty() ? key->name : key->name + L'\\' + std::wstring(name);
+}
+
 void RegistryEventHandler::OnFinished() {
     for (RegistryOperation& operation : operations) {
         if (operation.keyHandle != 0) {

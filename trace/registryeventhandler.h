@@ -38,9 +38,16 @@ public:
     // In the order of the events. The handler owns their texts.
     const std::vector<RegistryOperation>& Operations() const { return operations; }
 
+protected:
+    // An operation of a watched process. Adds it to the list.
+    virtual void AddOperation(const TraceEvent& event, RegistryFields fields);
+
+    // The kernel's whole name for the name below a handle's key; for handle 0 the name itself. None if the
+    // handle has no name, or not yet.
+    std::optional<std::wstring> KernelName(std::uint64_t keyHandle, std::wstring_view name);
+
 private:
     RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
-    void AddOperation(const TraceEvent& event, RegistryFields fields);
 
     // A key by its root and path. A name that is not a kernel path has no root.
     struct Place {

@@ -1,4 +1,5 @@
 #include "tests/native/fuzzinput.h"
+#include "trace/processfields.h"
 #include "trace/registryeventhandler.h"
 #include "trace/threadeventhandler.h"
 
@@ -11,7 +12,7 @@ namespace {
 // One event. Its payload ends with its memory, so that a sanitizer sees every read past the end.
 struct FuzzedEvent {
     explicit FuzzedEvent(fuzz::Input& input) {
-        static constexpr Guid guids[] = {RegistryGuid, ThreadGuid, EventTraceGuid, Guid{}};
+        static constexpr Guid guids[] = {RegistryGuid, ThreadGuid, EventTraceGuid, Guid{}, ProcessGuid};
         event.guid = guids[input.Byte() % std::size(guids)];
         event.type = input.Byte();
         event.version = input.Byte() % 4;
@@ -48,6 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const FuzzedEvent next(input);
         registry.OnEvent(next.event);
         threads.OnEvent(next.event);
+        ReadProcessFields(next.event, next.event.processId % 2 == 0 ? 4 : 8);
     }
     registry.OnFinished();
     CheckCounters(registry.Counters(), events);
