@@ -167,4 +167,17 @@ inline constexpr std::size_t keyHandle = 16;  // u64
 inline constexpr std::size_t keyName = 24;    // UTF-16 with terminator
 } // namespace registry
 
+// The payload of the start of a process in version 2 (MOF class Process_V2_TypeGroup1) at pointer size 8.
+namespace process {
+inline constexpr std::uint16_t group = 0x0300;
+inline constexpr std::uint8_t start = 1;    // EVENT_TRACE_TYPE_START
+inline constexpr std::size_t uniqueKey = 0; // u64
+inline constexpr std::size_t processId = 8; // u32, as are the next three
+inline constexpr std::size_t parentId = 12;
+inline constexpr std::size_t sessionId = 16;
+inline constexpr std::size_t exitStatus = 20;
+inline constexpr std::size_t userSid = 24; // a TOKEN_USER with its SID, or a u32 of 0 for none
+inline constexpr std::size_t noSidSize = 4;
+} // namespace process
+
 } // namespace keyreap::etl

@@ -37,6 +37,25 @@ void FillPayload(const EtlRegistryEvent& event, std::span<std::byte> payload) {
     StoreNumber(payload, offset, std::uint16_t{0});
 }
 
+std::size_t PayloadSize(const EtlProcessStart& start) {
+    constexpr std::size_t imageTerminator = 1;
+    constexpr std::size_t commandLineTerminator = 2;
+    return etl::process::userSid + etl::process::noSidSize + start.imageName.size() + imageTerminator +
+           commandLineTerminator;
+}
+
+void FillPayload(const EtlProcessStart& start, std::span<std::byte> payload) {
+    using namespace etl::process;
+    constexpr wchar_t lastOfAscii = 0x7F;
+    std::ranges::fill(payload, std::byte{0});
+    StoreNumber(payload, processId, start.processId);
+    StoreNumber(payload, parentId, start.parentId);
+    std::size_t offset = userSid + noSidSize;
+    for (const wchar_t unit : start.imageName) {
+        payload[offset++] = static_cast<std::byte>(unit > lastOfAscii ? L'?' : unit);
+    }
+}
+
 } // namespace
 
 EtlWriter::EtlWriter(EtlSink& sink, EtlLogHeader logHeader)
@@ -57,19 +76,39 @@ bool EtlWriter::Begin(std::int64_t time, std::uint32_t processId, std::uint32_t 
 }
 
 bool EtlWriter::Write(const EtlRegistryEvent& event) {
-    const std::size_t payloadSize = PayloadSize(event);
+    const auto hookId = static_cast<std::uint16_t>(etl::registry::group | event.type);
+    const std::span<std::byte> payload =
+        BeginEvent({event.time, event.processId, event.threadId}, hookId, PayloadSize(event));
+    if (!payload.empty()) {
+        FillPayload(event, payload);
+    }
+    return !failed;
+}
+
+// The process that starts another one is that of the event.
+bool EtlWriter::Write(const EtlProcessStart& start) {
+    constexpr std::uint16_t hookId = etl::process::group | etl::process::start;
+    const std::span<std::byte> payload =
+        BeginEvent({start.time, start.parentId, etl::record::noId}, hookId, PayloadSize(start));
+    if (!payload.empty()) {
+        FillPayload(start, payload);
+    }
+    return !failed;
+}
+
+// The room for an event's payload; empty if the event is lost.
+std::span<std::byte> EtlWriter::BeginEvent(const Origin& origin, std::uint16_t hookId,
+                                           std::size_t payloadSize) {
     const std::size_t size = etl::kernelheader::systemSize + payloadSize;
     if (size > etl::record::largest || size > buffer.size() - etl::buffer::headerSize) {
         ++header.eventsLost;
-        return !failed;
+        return {};
     }
     if (size > buffer.size() - used && !FlushEvents(0)) {
-        return false;
+        return {};
     }
-    const auto hookId = static_cast<std::uint16_t>(etl::registry::group | event.type);
-    FillPayload(event, BeginRecord({event.time, event.processId, event.threadId}, hookId, payloadSize));
-    lastTime = event.time;
-    return !failed;
+    lastTime = origin.time;
+    return BeginRecord(origin, hookId, payloadSize);
 }
 
 bool EtlWriter::Finish(std::int64_t endTime) {

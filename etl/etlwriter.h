@@ -24,8 +24,16 @@ struct EtlRegistryEvent {
     std::wstring_view keyName;
 };
 
-// Writes an event trace log: buffers of one size, with the log header alone in the first, then registry
-// events of version 2 with 64-bit system headers, in the order of the calls. A circular log stays below its
+// The start of a process, as the kernel logger records it. The user and the command line are left out.
+struct EtlProcessStart {
+    std::int64_t time = 0;       // in the log's clock
+    std::uint32_t processId = 0; // that started
+    std::uint32_t parentId = 0;
+    std::wstring_view imageName; // what isn't ASCII is logged as a question mark
+};
+
+// Writes an event trace log: buffers of one size, with the log header alone in the first, then the
+// events, of version 2 with 64-bit system headers, in the order of the calls. A circular log stays below its
 // size limit by overwriting the buffers with the oldest events; the first buffer is kept. Needs memory for
 // one buffer.
 class EtlWriter {
@@ -42,6 +50,7 @@ public:
     // Adds one event. An event whose name is too long for a buffer is lost and counted. False after the sink
     // has failed; nothing more is written then.
     bool Write(const EtlRegistryEvent& event);
+    bool Write(const EtlProcessStart& start);
 
     // Writes the last events and the final log header, with the end in system time. False if the sink failed
     // now or earlier.
@@ -59,6 +68,7 @@ private:
     bool IsCircular() const;
     std::uint64_t PlaceOf(std::uint64_t number) const;
     void StartBuffer();
+    std::span<std::byte> BeginEvent(const Origin& origin, std::uint16_t hookId, std::size_t payloadSize);
     std::span<std::byte> BeginRecord(const Origin& origin, std::uint16_t hookId, std::size_t payloadSize);
     bool Flush(std::uint16_t type, std::uint16_t flags, std::int64_t time);
     bool FlushEvents(std::uint16_t flags);

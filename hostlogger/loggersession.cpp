@@ -52,8 +52,9 @@ std::wstring TextOf(const StartedSession& started) {
     std::wstring text;
     for (const std::wstring& line :
          {started.session.name, started.session.logFile, std::to_wstring(started.session.maximumFileSize),
-          std::to_wstring(started.session.logFileMode), started.startMark, std::to_wstring(started.startTime),
-          std::to_wstring(started.startSystemTime)}) {
+          std::to_wstring(started.session.logFileMode),
+          std::to_wstring(started.session.logsProcesses ? 1 : 0), started.startMark,
+          std::to_wstring(started.startTime), std::to_wstring(started.startSystemTime)}) {
         text += line;
         text += lineEnd;
     }
@@ -67,6 +68,7 @@ std::optional<StartedSession> ParseStartedSession(std::wstring_view text) {
     started.session.logFile = lines.Text();
     started.session.maximumFileSize = lines.Digits<std::uint32_t>();
     started.session.logFileMode = lines.Digits<std::uint32_t>();
+    started.session.logsProcesses = lines.Digits<std::uint32_t>() != 0;
     started.startMark = lines.Text();
     started.startTime = lines.Digits<std::int64_t>();
     started.startSystemTime = lines.Digits<std::int64_t>();

@@ -13,6 +13,7 @@ struct LoggerSession {
     std::wstring logFile;              // path; an existing file is replaced
     std::uint32_t maximumFileSize = 0; // megabytes; 0 for none
     std::uint32_t logFileMode = 0;     // EVENT_TRACE_FILE_MODE_... (evntrace.h)
+    bool logsProcesses = false;        // beside the registry's events also those of processes that start
 
     bool operator==(const LoggerSession&) const = default;
 };

@@ -162,6 +162,9 @@ std::uint32_t RequestLogger::WriteLog(const StartedSession& ended) {
     EtlWriter writer(sink, header);
     const ReportedNames names(host, host.user.empty() ? std::wstring() : CurrentUserKey());
     RequestRecorder recorder(writer, requests.Facts(), ended.startTime, names);
+    if (ended.session.logsProcesses) {
+        recorder.RecordProcesses();
+    }
     writer.Begin(ended.startTime, GetCurrentProcessId(), GetCurrentThreadId());
     const std::uint32_t status = CatchUp(&recorder);
     recorder.RunDown(requests.Tracker());

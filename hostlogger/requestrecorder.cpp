@@ -22,6 +22,13 @@ bool IsPlainName(const std::wstring& parent, const std::wstring& name, const std
 
 } // namespace
 
+void RequestRecorder::OnProcessStart(const ProcessStart& start) {
+    if (recordsProcesses) {
+        writer.Write(EtlProcessStart{std::max(start.time, startTime), start.processId, start.parentId,
+                                     start.imageName});
+    }
+}
+
 void RequestRecorder::OnKeyRequest(const KeyRequest& request) {
     EtlRegistryEvent event;
     event.type = request.type;

@@ -22,6 +22,10 @@ public:
     RequestRecorder(EtlWriter& writer, KeyFacts& facts, std::int64_t startTime, ReportedNames names = {})
         : writer(writer), facts(facts), startTime(startTime), names(std::move(names)) {}
 
+    // From now on the starts of processes are recorded as well.
+    void RecordProcesses() { recordsProcesses = true; }
+
+    void OnProcessStart(const ProcessStart& start) override;
     void OnKeyRequest(const KeyRequest& request) override;
     void OnLostLines() override {}
     void OnMissingKey(const std::wstring&) override {}
@@ -46,6 +50,7 @@ private:
     KeyFacts& facts;
     std::int64_t startTime;
     ReportedNames names;
+    bool recordsProcesses = false;
     std::unordered_map<std::wstring, ControlBlock> blocks; // by path, A to Z folded
 };
 

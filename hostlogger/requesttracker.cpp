@@ -330,7 +330,7 @@ void RequestTracker::StartProcess(const Call& call) {
     const std::uint32_t parentHandle = NumberField(call.requestFields, "parent_process");
     const std::uint32_t parent = parentHandle == 0 ? call.processId : call.ProcessOf(parentHandle);
     if (call.listener) {
-        call.listener->OnProcessStart({child, parent, TextField(call.requestFields, "image")});
+        call.listener->OnProcessStart({child, parent, TextField(call.requestFields, "image"), time});
     }
     const bool inherits = (NumberField(call.requestFields, "flags") & inheritHandles) != 0;
     processes.Start(child, inherits ? processes.Find(parent) : nullptr,

@@ -36,6 +36,7 @@ struct ProcessStart {
     std::uint32_t processId = 0;
     std::uint32_t parentId = 0; // 0 if unknown
     std::wstring imageName;     // the file name; empty if the log lacks it
+    std::int64_t time = 0;      // of the last clock line, units of 100 ns
 };
 
 // Receives what the log reports about the registry.

@@ -57,6 +57,7 @@ ULONG WineEventTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
                                                       properties.LogFileNameOffset);
     wanted.maximumFileSize = properties.MaximumFileSize;
     wanted.logFileMode = properties.LogFileMode;
+    wanted.logsProcesses = (properties.EnableFlags & EVENT_TRACE_FLAG_PROCESS) != 0;
     const ULONG status = logger.Start(wanted);
     if (status == ERROR_SUCCESS) {
         session = ++lastHandle;

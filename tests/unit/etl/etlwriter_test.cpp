@@ -279,5 +279,47 @@ TEST(EtlWriter, AllocatesNothingForEvents) {
     EXPECT_EQ(AllocationCount(), before);
 }
 
+// A log with these starts, read by the independent decoder.
+std::vector<independent::Record> WrittenStarts(const std::vector<EtlProcessStart>& starts) {
+    MemorySink sink;
+    EtlWriter writer(sink, SmallLog());
+    EXPECT_TRUE(writer.Begin(4000, 11, 12));
+    for (const EtlProcessStart& start : starts) {
+        EXPECT_TRUE(writer.Write(start));
+    }
+    EXPECT_TRUE(writer.Finish(9000));
+    return independent::Decode(sink.bytes).Events();
+}
+
+TEST(EtlWriter, AStartOfAProcessIsAnEventOfItsParent) {
+    const std::vector<independent::Record> records = WrittenStarts({{5000, 0x30, 0x20, L"child.exe"}});
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records[0].header.PacketType, 1U);
+    EXPECT_EQ(records[0].header.Version, 2U);
+    EXPECT_EQ(records[0].header.SystemTime, 5000);
+    EXPECT_EQ(records[0].header.ProcessId, 0x20U);
+    const independent::ProcessPayload payload = independent::DecodeProcess(records[0]);
+    EXPECT_EQ(payload.UniqueProcessKey, 0U);
+    EXPECT_EQ(payload.ProcessId, 0x30U);
+    EXPECT_EQ(payload.ParentId, 0x20U);
+    EXPECT_EQ(payload.ImageFileName, "child.exe");
+}
+
+TEST(EtlWriter, AnImageIsLoggedAsNarrowText) {
+    const std::vector<independent::Record> records =
+        WrittenStarts({{1, 2, 3, L"\x00E4\x4E00~"}, {1, 2, 3, {}}});
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(independent::DecodeProcess(records[0]).ImageFileName, "??~");
+    EXPECT_EQ(independent::DecodeProcess(records[1]).ImageFileName, "");
+}
+
+TEST(EtlWriter, AnImageThatIsTooLongIsLost) {
+    MemorySink sink;
+    EtlWriter writer(sink, SmallLog());
+    writer.Begin(1, 2, 3);
+    EXPECT_TRUE(writer.Write(EtlProcessStart{1, 2, 3, std::wstring(2000, L'a')}));
+    EXPECT_EQ(writer.EventsLost(), 1U);
+}
+
 } // namespace
 } // namespace keyreap

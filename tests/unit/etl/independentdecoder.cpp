@@ -117,4 +117,24 @@ RegistryPayload DecodeRegistry(const Record& record) {
     return payload;
 }
 
+ProcessPayload DecodeProcess(const Record& record) {
+    Require(record.header.PacketGroup == 3, "the event is one of the process group");
+    const std::vector<std::byte>& bytes = record.payload;
+    ProcessPayload payload;
+    payload.UniqueProcessKey = Copied<std::uint64_t>(bytes, 0, bytes.size());
+    payload.ProcessId = Copied<std::uint32_t>(bytes, 8, bytes.size());
+    payload.ParentId = Copied<std::uint32_t>(bytes, 12, bytes.size());
+    payload.SessionId = Copied<std::uint32_t>(bytes, 16, bytes.size());
+    payload.ExitStatus = Copied<std::int32_t>(bytes, 20, bytes.size());
+    Require(Copied<std::uint32_t>(bytes, 24, bytes.size()) == 0, "there is no user");
+    std::size_t offset = 28;
+    while (bytes.at(offset) != std::byte{0}) {
+        payload.ImageFileName += static_cast<char>(bytes[offset++]);
+    }
+    ++offset;
+    Require(TextWithTerminator(bytes, offset).empty(), "there is no command line");
+    Require(offset == bytes.size(), "nothing follows the command line");
+    return payload;
+}
+
 } // namespace keyreap::independent

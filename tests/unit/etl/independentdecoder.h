@@ -113,4 +113,16 @@ struct RegistryPayload {
 
 RegistryPayload DecodeRegistry(const Record& record);
 
+// The payload of a start of a process in version 2, 64 bit, without user.
+struct ProcessPayload {
+    std::uint64_t UniqueProcessKey;
+    std::uint32_t ProcessId;
+    std::uint32_t ParentId;
+    std::uint32_t SessionId;
+    std::int32_t ExitStatus;
+    std::string ImageFileName;
+};
+
+ProcessPayload DecodeProcess(const Record& record);
+
 } // namespace keyreap::independent

@@ -44,6 +44,10 @@ protected:
         }
         started = true;
         story.reported.requests.clear();
+        for (const ProcessStart& start : story.reported.starts) {
+            recorder.OnProcessStart(start);
+        }
+        story.reported.starts.clear();
     }
 
     std::vector<Event> Events() {
@@ -112,6 +116,24 @@ TEST_F(RequestRecorderTest, NoEventIsOlderThanTheStart) {
     story.Line("time 4000");
     story.SetValue(firstThread, 4, "Value");
     EXPECT_EQ(EventOfType(registryevent::setValue).header.SystemTime, startTime);
+}
+
+TEST_F(RequestRecorderTest, AStartOfAProcessIsRecordedIfThatIsAskedFor) {
+    story.NewProcess(firstThread, 0x30, 0x60, 0, {}, 0, "early.exe");
+    Record();
+    recorder.RecordProcesses();
+    story.Line("time 7000");
+    story.NewProcess(firstThread, 0x34, 0x64, 0, {}, 0, "child.exe");
+    Record();
+    recorder.RunDown(story.tracker);
+    EXPECT_TRUE(writer.Finish(9000));
+    std::vector<independent::Record> starts = independent::Decode(sink.bytes).Events();
+    std::erase_if(starts, [](const independent::Record& record) { return record.header.PacketGroup != 3; });
+    ASSERT_EQ(starts.size(), 1U);
+    EXPECT_EQ(starts[0].header.SystemTime, 7000);
+    EXPECT_EQ(independent::DecodeProcess(starts[0]).ProcessId, 0x34U);
+    EXPECT_EQ(independent::DecodeProcess(starts[0]).ParentId, firstProcess);
+    EXPECT_EQ(independent::DecodeProcess(starts[0]).ImageFileName, "child.exe");
 }
 
 TEST_F(RequestRecorderTest, AKeysControlBlockIsNamedAheadOfTheEventThatMadeIt) {
