@@ -247,13 +247,14 @@ void RequestTracker::UseKey(const Call& call) {
 void RequestTracker::RenameKey(const Call& call) {
     KeyRequest request = RequestAboutKeyOf(call.process, NumberField(call.requestFields, "hkey"));
     request.type = registryevent::setInformation;
+    request.newName = TextField(call.requestFields, "name");
     if (!request.key) {
         return;
     }
     Report(call, request);
     if (call.status == 0) {
         const std::wstring from = request.key->Path(facts);
-        MoveKeys(from, from.substr(0, from.rfind(L'\\') + 1) + TextField(call.requestFields, "name"));
+        MoveKeys(from, from.substr(0, from.rfind(L'\\') + 1) + request.newName);
     }
 }
 

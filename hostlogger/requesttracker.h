@@ -27,8 +27,9 @@ struct KeyRequest {
     std::int64_t time = 0;                 // of the last clock line, units of 100 ns
     std::shared_ptr<const OpenKey> key;    // of a creation or opening the key that was found, or null
     std::shared_ptr<const OpenKey> parent; // of a creation or opening what the name is relative to, or null
-    std::wstring name; // of a creation or opening as asked for; otherwise the value's name
-    KeyView view;      // of a creation or opening
+    std::wstring name;    // of a creation or opening as asked for; otherwise the value's name
+    KeyView view;         // of a creation or opening
+    std::wstring newName; // of a renaming: the name in the place of the key's last one. No event has it
 };
 
 // The start of a process.

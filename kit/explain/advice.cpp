@@ -106,8 +106,17 @@ std::wstring RemedyFor(const ExplainedStory& explained, const JudgedOperation& j
     }
 }
 
-// Nobody did anything to it: the server may have given up before, for want of something else.
-std::wstring OfNothing(const ExplainedStory& explained) {
+// Nobody did anything to it under this name: another key was renamed to it, or the server may have given up
+// before, for want of something else.
+std::wstring OfNothing(const ExplainedStory& explained, const KeyFilter& filter) {
+    const auto renaming = std::ranges::find_if(
+        explained.verdicts, [&](const JudgedOperation& judged) { return filter.IsRenamingTo(judged); });
+    if (renaming != explained.verdicts.end()) {
+        return L"nothing was set in it under this name: " + renaming->key + L" was renamed to it (line " +
+               std::to_wstring(explained.NumberOf(renaming->operation)) + L"); " +
+               (explained.isFromTrace ? L"try the mode keyRedir, which has renamed keys right"
+                                      : L"ask about that key");
+    }
     if (const JudgedOperation* const empty = LastWith(explained, Verdict::EmptyThere)) {
         return L"nothing was done to it; the last thing that was looked for, and is only in the registry, "
                L"is " +
@@ -126,7 +135,8 @@ std::wstring OfNothing(const ExplainedStory& explained) {
 
 bool IsInResult(const ExplainedStory& explained, const KeyFilter& filter) {
     return std::ranges::any_of(explained.verdicts, [&](const JudgedOperation& judged) {
-        return IsIn(judged.verdict) && filter.IsAbout(explained.OperationOf(judged), judged.key);
+        return (IsIn(judged.verdict) && filter.IsAbout(explained.OperationOf(judged), judged.key)) ||
+               (judged.hasNewKey && !filter.Value() && filter.IsRenamingTo(judged));
     });
 }
 
@@ -142,7 +152,7 @@ std::wstring AdviceText(const ExplainedStory& explained, const KeyFilter& filter
     const bool isFiller = last != nullptr && last->verdict == Verdict::Filler;
     return Printable(what +
                      (isFiller ? L": its data are not in the result; " : L": it is not in the result; ") +
-                     (last ? RemedyFor(explained, *last) : OfNothing(explained)) + L'.');
+                     (last ? RemedyFor(explained, *last) : OfNothing(explained, filter)) + L'.');
 }
 
 } // namespace keyreap

@@ -259,8 +259,11 @@ void Judge::JudgeCreation(JudgedOperation& judged, bool isCut) const {
 }
 
 void Judge::JudgeRemoval(JudgedOperation& judged) const {
-    if (story.operations[judged.operation].type == registryevent::setInformation) {
+    const StoryOperation& operation = story.operations[judged.operation];
+    if (operation.type == registryevent::setInformation) {
         judged.verdict = Verdict::Renamed;
+        judged.newKey = judged.key.substr(0, judged.key.rfind(L'\\') + 1) + operation.newName;
+        judged.hasNewKey = result.OfKey(judged.newKey) != InResult::Nothing;
         return;
     }
     judged.other = changes.Previous(judged.operation);

@@ -83,4 +83,8 @@ bool KeyFilter::Takes(const StoryOperation& operation, const std::wstring& key) 
     return IsIn(folded, Comparable(key));
 }
 
+bool KeyFilter::IsRenamingTo(const JudgedOperation& judged) const {
+    return !judged.newKey.empty() && Comparable(judged.newKey) == folded;
+}
+
 } // namespace keyreap

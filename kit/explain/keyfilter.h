@@ -17,6 +17,8 @@ public:
 
     // Whether the operation is part of the key's story: one on it, on one of its values, or on a key above.
     bool Takes(const StoryOperation& operation, const std::wstring& key) const;
+    // The same for the renaming of another key to the one that is asked about.
+    bool IsRenamingTo(const JudgedOperation& judged) const;
     // Whether it concerns what is asked about itself.
     bool IsAbout(const StoryOperation& operation, const std::wstring& key) const;
 

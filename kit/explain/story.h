@@ -33,6 +33,7 @@ struct StoryOperation {
     std::size_t process = noIndex;
     std::wstring keyPath;   // the kernel's: of a key that was found the real one, else as asked for
     std::wstring valueName; // of an operation on a value
+    std::wstring newName;   // of a renaming: the name in the place of the key's last one
     std::int64_t time = 0;  // of a kernel trace, units of 100 ns from its start; else 0
 };
 

@@ -101,7 +101,7 @@ std::vector<std::wstring> StoryLines(const ExplainedStory& explained) {
 std::vector<std::wstring> StoryLines(const ExplainedStory& explained, const KeyFilter& filter) {
     Lines lines(explained);
     for (const JudgedOperation& judged : explained.verdicts) {
-        if (filter.Takes(explained.OperationOf(judged), judged.key)) {
+        if (filter.Takes(explained.OperationOf(judged), judged.key) || filter.IsRenamingTo(judged)) {
             lines.Add(judged);
         }
     }

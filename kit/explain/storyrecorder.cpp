@@ -83,6 +83,7 @@ void StoryRecorder::Record(const KeyRequest& request, bool isSystems) {
     if (request.type >= registryevent::setValue && request.type <= registryevent::queryValue) {
         operation.valueName = request.name;
     }
+    operation.newName = request.newName;
     story.operations.push_back(std::move(operation));
 }
 

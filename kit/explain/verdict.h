@@ -47,6 +47,8 @@ enum class FillerCause {
 struct JudgedOperation {
     std::size_t operation = noIndex; // of the story
     std::wstring key;                // as the server named it
+    std::wstring newKey;             // of a renaming: what it was renamed to
+    bool hasNewKey = false;          // the result has that key
     Verdict verdict = Verdict::Lost;
     std::size_t other = noIndex; // another operation of the story
     FillerCause cause = FillerCause::None;

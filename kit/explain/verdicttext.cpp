@@ -35,6 +35,11 @@ std::wstring StatusText(std::uint32_t status) {
     return L"0x" + HexToText(status, 8);
 }
 
+// ` to "new name"`, of a renaming.
+std::wstring NewNameText(const StoryOperation& operation) {
+    return operation.newName.empty() ? std::wstring() : L" to \"" + operation.newName + L'"';
+}
+
 // ` by 12 (set value, child.exe (72))`, as far as it is known.
 std::wstring ByText(const ExplainedStory& explained, std::size_t other) {
     if (other == noIndex) {
@@ -43,7 +48,7 @@ std::wstring ByText(const ExplainedStory& explained, std::size_t other) {
     const StoryOperation& operation = explained.story.operations[other];
     const std::size_t number = explained.NumberOf(other);
     const std::wstring place = number == 0 ? std::wstring() : L"line " + std::to_wstring(number) + L", ";
-    return L" (" + place + std::wstring(CallOf(operation.type)) + L" by " +
+    return L" (" + place + std::wstring(CallOf(operation.type)) + NewNameText(operation) + L" by " +
            ProcessText(explained.story, operation.process) + L')';
 }
 
@@ -108,7 +113,7 @@ std::wstring CallText(const StoryOperation& operation, const std::wstring& key) 
     if (ConcernsValue(operation.type)) {
         text += operation.valueName.empty() ? L", default value" : L", value \"" + operation.valueName + L'"';
     }
-    return text;
+    return text + NewNameText(operation);
 }
 
 std::wstring ProcessText(const Story& story, std::size_t process) {

@@ -165,8 +165,8 @@ EXPLAINED = {
     "renamed": (
         "trace",
         "N KeyKitExplain.exe (N): create key %s being written: in the result under this name, though it was renamed later "
-        "(line N, rename key by KeyKitExplain.exe (N)): a trace doesn't follow that (N times)" % RENAMED,
-        "rename key %s being written: a trace doesn't follow a renaming" % RENAMED,
+        "(line N, rename key to \"Settings\" by KeyKitExplain.exe (N)): a trace doesn't follow that (N times)" % RENAMED,
+        "rename key %s being written to \"Settings\": a trace doesn't follow a renaming" % RENAMED,
     ),
     "childwrites": (
         "keyRedir",

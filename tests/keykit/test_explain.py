@@ -28,6 +28,7 @@ PLAN = [
     ("", "x64/verdicts.dll", "both", "--value", "in the result", "--key", KEY),
     ("", "x64/verdicts.dll", "both", "--value", "at last", "--key", KEY),
     ("", "x64/verdicts.dll", "both", "--value", "renamed", "--key", KEY + "\\old name"),
+    ("", "x64/verdicts.dll", "keyRedir", "--key", KEY + "\\new name"),
     ("", "x64/verdicts.dll", "both", "--value", "child", "--key", CHILDS),
     ("", "x64/family.exe", "both"),
     ("", "x64/empty.exe", "trace", "--key", ZONE),
@@ -88,9 +89,11 @@ OF_VALUES = [
     (ALL, KEY + "\\deleted key: ", [r"deleted again \(line \d+, delete key by %s\)" % OWN,
                                     r"takes back what was made before \(line \d+, create key by %s\)" % OWN]),
     (TRACED, value("renamed", KEY + "\\old name"),
-     [r"in the result, but with ten filler characters in the place of its data: its key was renamed \(line \d+, rename key by %s\)" % OWN]),
+     [r"in the result, but with ten filler characters in the place of its data: its key was renamed \(line \d+, rename key to \"new name\" by %s\)" % OWN]),
     (("keyRedir",), value("renamed", KEY + "\\old name"),
-     [r"its key was renamed later \(line \d+, rename key by %s\); the result has the new name" % OWN]),
+     [r"its key was renamed later \(line \d+, rename key to \"new name\" by %s\); the result has the new name" % OWN]),
+    (TRACED[:1], KEY + '\\old name to "new name": ', ["a trace doesn't follow a renaming"]),
+    (("keyRedir",), KEY + '\\old name to "new name": ', ["the result has the new name"]),
     (ALL, "CLSID\\{4F7B1C1E-8B0D-4E53-9C55-3C0E4C7B5A01}: ", ["looked for and not found: not there at all"]),
     (ALL, value("child", "HKEY_CURRENT_USER\\Software\\KeyreapVerdicts"),
      ["not in the result: by a process that isn't watched, started by %s" % OWN]),
@@ -148,7 +151,14 @@ def test_a_key_has_a_story_and_advice(captures, key, name, status, advice):
     assert found == status
     assert advice in lines[-1]
     key = key.replace("HKCU", "HKEY_CURRENT_USER")
-    assert all(key.startswith(re.search(r"(HKEY_[^:,]*)", line)[1]) for line in lines)
+    assert all(key.startswith(re.search(r'(HKEY_[^:,]*?)(?: to "|[:,])', line)[1]) for line in lines)
+
+
+def test_a_new_name_leads_to_the_renaming(captures):
+    status, lines = captures["", "x64/verdicts.dll", "keyRedir", "--key", KEY + "\\new name"]
+    assert status == 0
+    assert any(line.endswith('rename key %s\\old name to "new name": the result has the new name' % KEY) for line in lines)
+    assert lines[-1] == KEY + "\\new name: it is in the result."
 
 
 def test_a_missing_entry_leads_to_what_the_server_looked_for_last(captures):

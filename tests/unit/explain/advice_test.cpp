@@ -57,12 +57,34 @@ TEST(Advice, AChildIsCapturedByItself) {
 TEST(Advice, ARenamedKeyLeadsToTheModeKeyRedir) {
     CapturedStory capture;
     capture.Set(key, L"a");
-    capture.Rename(key);
+    capture.Rename(key, L"New");
     capture.HasFiller(name, L"a");
     capture.RecordTrace();
     EXPECT_EQ(AdviceOn(capture, L"a"),
               name + L", value \"a\": its data are not in the result; try the mode keyRedir, "
                      L"which has renamed keys right.");
+}
+
+TEST(Advice, TheNewNameOfARenamedKeyIsInTheResultIfTheFileHasIt) {
+    CapturedStory capture;
+    capture.Set(key, L"a");
+    capture.Rename(key, L"New");
+    const KeyFilter filter = *KeyFilter::Of(L"HKCR\\New", {});
+    EXPECT_EQ(AdviceText(capture.Explained(), filter),
+              L"HKEY_CLASSES_ROOT\\New: it is not in the result; nothing was set in it under this name: "
+              L"HKEY_CLASSES_ROOT\\Server was renamed to it (line 2); ask about that key.");
+    capture.HasKey(L"HKEY_CLASSES_ROOT\\New");
+    EXPECT_TRUE(IsInResult(capture.Explained(), filter));
+    EXPECT_FALSE(IsInResult(capture.Explained(), *KeyFilter::Of(L"HKCR\\New", L"a")));
+}
+
+TEST(Advice, TheNewNameOfARenamedKeyLeadsATraceToTheModeKeyRedir) {
+    CapturedStory capture;
+    capture.Rename(key, L"New");
+    capture.RecordTrace();
+    EXPECT_NE(AdviceText(capture.Explained(), *KeyFilter::Of(L"HKCR\\New", {}))
+                  .find(L"(line 1); try the mode keyRedir"),
+              std::wstring::npos);
 }
 
 TEST(Advice, ARemovalOfWhatIsMissingNeedsNoRights) {

@@ -48,7 +48,11 @@ public:
         return Add(registryevent::openKey, path, {}, status);
     }
     std::size_t DeleteKey(std::wstring_view path) { return Add(registryevent::deleteKey, path); }
-    std::size_t Rename(std::wstring_view path) { return Add(registryevent::setInformation, path); }
+    std::size_t Rename(std::wstring_view path, std::wstring_view newName) {
+        const std::size_t index = Add(registryevent::setInformation, path);
+        Operation(index).newName = newName;
+        return index;
+    }
     std::size_t Set(std::wstring_view path, std::wstring_view value) {
         return Add(registryevent::setValue, path, value);
     }

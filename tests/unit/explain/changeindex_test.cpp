@@ -29,7 +29,7 @@ TEST(ChangeIndex, FindsTheNextRemovalOfAKeyAbove) {
     capture.Create(L"\\A\\B\\C");
     capture.DeleteKey(L"\\A\\B\\C\\D");
     capture.DeleteKey(L"\\A\\Bx");
-    const std::size_t renamed = capture.Rename(L"\\A\\B");
+    const std::size_t renamed = capture.Rename(L"\\A\\B", L"New");
     capture.DeleteKey(L"\\A");
     EXPECT_EQ(ChangeIndex(capture.story.operations, All).Next(created), renamed);
 }

@@ -209,7 +209,7 @@ TEST_P(JudgeOfBoth, WhatIsOfTheSystemIsNoise) {
 TEST(JudgeOfTrees, ARenamedKeyHasItsNewName) {
     CapturedStory capture;
     const std::size_t set = capture.Set(key, L"a");
-    const std::size_t renamed = capture.Rename(key);
+    const std::size_t renamed = capture.Rename(key, L"New");
     EXPECT_EQ(capture.VerdictOn(set).verdict, Verdict::Renamed);
     EXPECT_EQ(capture.VerdictOn(set).other, renamed);
 }
@@ -261,7 +261,7 @@ TEST(JudgeOfTrace, ARenamedKeyGivesFillers) {
     CapturedStory capture;
     const std::size_t created = capture.Create(key);
     const std::size_t set = capture.Set(key, L"a");
-    const std::size_t renamed = capture.Rename(key);
+    const std::size_t renamed = capture.Rename(key, L"New");
     capture.HasFiller(name, L"a");
     capture.RecordTrace();
     EXPECT_EQ(capture.VerdictOn(created).verdict, Verdict::OldName);

@@ -42,6 +42,20 @@ TEST_F(StoryRecorderTest, NothingIsRecordedAheadOfTheCapture) {
     EXPECT_EQ(story.operations[0].threadId, thread);
 }
 
+TEST_F(StoryRecorderTest, ARenamingHasTheOldPathAndTheNewName) {
+    recorder.BeginCapture();
+    log.Process(process, thread);
+    log.Create(thread, R"(\Registry\Machine\Software\A)", 8, {.realPath = R"(REGISTRY\Machine\Software\A)"});
+    log.Rename(thread, 8, "New");
+    log.SetValue(thread, 8, "v");
+    const Story story = Recorded();
+    ASSERT_EQ(story.operations.size(), 3U);
+    EXPECT_EQ(story.operations[1].keyPath, L"\\REGISTRY\\Machine\\Software\\A");
+    EXPECT_EQ(story.operations[1].newName, L"New");
+    EXPECT_EQ(story.operations[2].keyPath, L"\\REGISTRY\\Machine\\Software\\New");
+    EXPECT_EQ(story.operations[2].newName, L"");
+}
+
 TEST_F(StoryRecorderTest, AMissingKeyHasTheNameThatWasAskedFor) {
     recorder.BeginCapture();
     log.Process(process, thread);

@@ -276,6 +276,11 @@ TEST_F(RequestRecorderTest, EveryTypeOfRequestHasItsEvent) {
     EXPECT_EQ(types, (std::vector<int>{22, 10, 14, 16, 15, 20, 12, 27}));
 }
 
+TEST_F(RequestRecorderTest, TheEventOfARenamingHasNoNewName) {
+    story.Rename(firstThread, 4, "New");
+    EXPECT_EQ(EventOfType(registryevent::setInformation).payload.KeyName, L"");
+}
+
 TEST_F(RequestRecorderTest, AllEventsOfAKeyHaveOneBlock) {
     story.SetValue(firstThread, 4, "A");
     story.Open(firstThread, R"(\registry\MACHINE\software)", 8, {.realPath = R"(REGISTRY\MACHINE\software)"});

@@ -355,6 +355,7 @@ TEST_F(RequestTrackerTest, ARenamedKeyAndAllBelowItMove) {
     story.Rename(firstThread, 8, "New");
     ASSERT_EQ(reported.size(), 1U);
     EXPECT_EQ(reported[0].type, registryevent::setInformation);
+    EXPECT_EQ(reported[0].newName, L"New");
     EXPECT_EQ(PathOf(8), softwareKey + L"\\New");
     EXPECT_EQ(PathOf(12), softwareKey + L"\\New\\B");
     EXPECT_EQ(PathOf(16), softwareKey + L"\\AB");
