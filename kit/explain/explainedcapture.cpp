@@ -1,14 +1,13 @@
 #include "kit/explain/explainedcapture.h"
 
 #include "extract/nativefileregister/nativefileregister.h"
-#include "hostlogger/requestlog.h"
 #include "kit/explain/liveregistry.h"
 #include "kit/explain/observedtracing.h"
-#include "kit/explain/storyrecorder.h"
-#include "platform/core/text/compare.h"
-#include "platform/os/file/executablepath.h"
+#include "kit/explain/requeststory.h"
+#include "kit/explain/tracestorysource.h"
 #include "platform/os/file/temporaryfiles.h"
 #include "platform/os/ownedhandle.h"
+#include "platform/os/winehost.h"
 #include "regmodel/regtextreader.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/systemnamerules.h"
@@ -17,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 namespace keyreap {
 
@@ -59,37 +59,37 @@ private:
     WidePath path;
 };
 
+bool IsFromTrace(const ExplainRequest& request) {
+    return request.isFromTrace || !RunsOnWine();
+}
+
+std::unique_ptr<StorySource> SourceFor(const ExplainRequest& request) {
+    if (IsFromTrace(request)) {
+        return std::make_unique<TraceStorySource>(HostEventTracing(), request.mode == CaptureMode::keyRedir);
+    }
+    return std::make_unique<RequestStorySource>();
+}
+
 // What a capture is explained from, collected while it runs.
 class Observation {
 public:
     explicit Observation(const ExplainRequest& request)
-        : requests(RequestLogPath()), recorder(requests.Facts()), tracing(HostEventTracing()),
-          server(request.server) {
+        : source(SourceFor(request)), tracing(HostEventTracing()), server(request.server) {
         tracing.SetCeiling(request.ceiling);
-        tracing.onStopped = [this] { requests.ReadToNow(&recorder); };
+        if (IsFromTrace(request)) {
+            tracing.AddProcesses();
+        }
+        tracing.onStart = [this] { source->OnStart(); };
+        tracing.onStopped = [this] { source->OnStopped(); };
         tracing.onRead = [this](const std::wstring& file) { TakeTrace(file); };
     }
 
-    // Reads what the prefix did so far. False without a request log.
-    bool Begin() {
-        if (!requests.Open() || !requests.ReadToNow(&recorder)) {
-            return false;
-        }
-        recorder.WatchMarks(std::wstring(markPrefix) + std::to_wstring(GetCurrentProcessId()) + L' ');
-        recorder.NameProcess(GetCurrentProcessId(), GetExecutablePath().FileName());
-        recorder.BeginCapture();
-        return true;
-    }
-
-    // Reads the rest. False if lines are missing.
-    bool End() { return requests.ReadToNow(&recorder) && requests.IsComplete(); }
-
+    StorySource& Source() { return *source; }
     EventTracing& Tracing() { return tracing; }
-    Story Take() { return recorder.Take(); }
 
     CaptureFacts Facts(const Story& story) {
         CaptureFacts facts;
-        facts.ownProcess = recorder.ProcessOf(GetCurrentProcessId());
+        facts.ownProcess = source->ProcessOf(GetCurrentProcessId());
         facts.ownThread = GetCurrentThreadId();
         facts.serverProcess = ServerProcess(story);
         facts.temporaryPrefix = TemporaryPrefix();
@@ -100,7 +100,8 @@ public:
 
 private:
     void TakeTrace(const std::wstring& file) {
-        const Story& story = recorder.SoFar();
+        source->OnRead(file);
+        const Story& story = source->SoFar();
         const std::size_t process = ServerProcess(story);
         LoadTrace(log, HostEventTracing(), file, GetCurrentProcessId(),
                   process == noIndex ? 0 : story.processes[process].id);
@@ -114,18 +115,17 @@ private:
     // whether it can be started.
     std::size_t ServerProcess(const Story& story) const {
         const std::wstring image = server.FileName();
-        const std::size_t own = recorder.ProcessOf(GetCurrentProcessId());
+        const std::size_t own = source->ProcessOf(GetCurrentProcessId());
         std::size_t last = noIndex;
         for (std::size_t i = 0; i < story.processes.size(); ++i) {
             const StoryProcess& process = story.processes[i];
-            const bool isServer = process.isOfCapture && EqualFolded(process.imageName, image);
+            const bool isServer = process.isOfCapture && CanBeImage(process.imageName, image);
             last = isServer && process.parent == own ? i : last;
         }
         return last;
     }
 
-    RequestLog requests;
-    StoryRecorder recorder;
+    std::unique_ptr<StorySource> source;
     ObservedTracing tracing;
     WidePath server;
     SystemNameRules rules;
@@ -159,8 +159,7 @@ double ProcessorSeconds() {
 
 std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request, std::wstring& failure) {
     Observation observation(request);
-    if (!observation.Begin()) {
-        failure = L"there is no request log of Wine's server";
+    if (!observation.Source().Begin(failure)) {
         return {};
     }
     const ResultFile file;
@@ -170,16 +169,18 @@ std::optional<ExplainedCapture> CaptureAndExplain(const ExplainRequest& request,
         return {};
     }
     const std::optional<RegDocument> document = file.Read();
-    if (!document || !observation.End()) {
-        failure =
-            !document ? L"its result is no .reg file that can be read" : L"the request log isn't complete";
+    if (!document) {
+        failure = L"its result is no .reg file that can be read";
+        return {};
+    }
+    if (!observation.Source().End(failure)) {
         return {};
     }
     ExplainedCapture capture;
     capture.clockSeconds = ClockSeconds();
     capture.processorSeconds = ProcessorSeconds();
     ExplainedStory& explained = capture.explained;
-    explained.story = observation.Take();
+    explained.story = observation.Source().Take();
     const CaptureFacts facts = observation.Facts(explained.story);
     const ResultIndex result(*document);
     LiveRegistry live;

@@ -13,6 +13,7 @@ struct ExplainRequest {
     std::wstring server;
     CaptureMode mode = CaptureMode::both;
     std::uint32_t ceiling = 0; // of the trace's log, in megabytes; 0 for the program's own
+    bool isFromTrace = false;  // the story is that of the trace, also where there is a request log
 };
 
 struct ExplainedCapture {

@@ -1,7 +1,9 @@
-// KeyKitExplain OUTPUT MODE SERVER [--key KEY]... [--value NAME] [--ceiling MEGABYTES] [--time]: captures the
-// server and writes to OUTPUT, in UTF-8, what each operation on the registry became, and why. `keykit
-// explain` starts the build of the server's bitness. Exits with 0; with 1 if a key that was asked about isn't
-// in the result; with 2 if nothing can be explained, and OUTPUT then has a sentence.
+// KeyKitExplain OUTPUT MODE SERVER [--key KEY]... [--value NAME] [--ceiling MEGABYTES] [--time]
+// [--from-trace]: captures the server and writes to OUTPUT, in UTF-8, what each operation on the registry
+// became, and why. `keykit explain` starts the build of the server's bitness. Exits with 0; with 1 if a key
+// that was asked about isn't in the result; with 2 if nothing can be explained, and OUTPUT then has a
+// sentence. On Wine the story comes from the request log unless --from-trace asks for that of the trace, as
+// on Windows.
 #include "extract/errormode.h"
 #include "extract/modeword.h"
 #include "extract/startmodules.h"
@@ -61,6 +63,8 @@ std::optional<Words> Parse(const std::vector<std::wstring>& given) {
     for (std::size_t i = named; i < given.size(); ++i) {
         if (given[i] == L"--time") {
             words.showsTime = true;
+        } else if (given[i] == L"--from-trace") {
+            words.request.isFromTrace = true;
         } else if (i + 1 == given.size()) {
             return {};
         } else if (given[i] == L"--key") {

@@ -10,6 +10,12 @@ ULONG ObservedTracing::Start(TRACEHANDLE& session, const wchar_t* loggerName,
         properties.MaximumFileSize = ceiling;
     }
     ceiling = properties.MaximumFileSize;
+    if (addsProcesses) {
+        properties.EnableFlags |= EVENT_TRACE_FLAG_PROCESS;
+    }
+    if (onStart) {
+        onStart();
+    }
     const ULONG status = tracing.Start(session, loggerName, properties);
     hasStarted = status == ERROR_SUCCESS;
     return status;

@@ -14,6 +14,10 @@ public:
 
     // The ceiling of the log, in megabytes, in the place of the session's own.
     void SetCeiling(ULONG megabytes) { ceiling = megabytes; }
+    // The log also gets the processes that start.
+    void AddProcesses() { addsProcesses = true; }
+    // Called before the trace starts.
+    std::function<void()> onStart;
     // Called when the trace has stopped, on the thread that stopped it.
     std::function<void()> onStopped;
     // Called with the log's path when the session has read it. Nothing has been removed from the registry.
@@ -33,6 +37,7 @@ public:
 private:
     EventTracing& tracing;
     ULONG ceiling = 0;
+    bool addsProcesses = false;
     bool hasStarted = false;
     std::wstring readFile; // until it is closed
 };

@@ -40,6 +40,8 @@ struct StoryOperation {
 struct Story {
     std::vector<StoryProcess> processes;
     std::vector<StoryOperation> operations;
+    // What the system does by itself in a process is left out, or isSystems or isInner.
+    bool marksSystems = true;
 };
 
 } // namespace keyreap

@@ -2,6 +2,7 @@
 
 #include "etl/registryevent.h"
 #include "kit/explain/verdicttext.h"
+#include "trace/registryoperation.h"
 
 #include <functional>
 #include <tuple>
@@ -66,6 +67,9 @@ bool IsShown(const ExplainedStory& explained, const JudgedOperation& judged) {
     case Verdict::OnlyOpened:
     case Verdict::NotYetThere:
         return false;
+    // The system looks for settings of its own all the time.
+    case Verdict::NotFound:
+        return explained.story.marksSystems || !ConcernsValue(explained.OperationOf(judged).type);
     case Verdict::Systems:
         return !explained.OperationOf(judged).isSystems;
     default:

@@ -30,31 +30,7 @@ StoryPhase PhaseAfter(int marks) {
 } // namespace
 
 void StoryRecorder::OnProcessStart(const ProcessStart& start) {
-    StoryProcess process;
-    process.id = start.processId;
-    process.parent = ProcessOf(start.parentId);
-    process.imageName = start.imageName;
-    process.isOfCapture = captures;
-    latest[start.processId] = story.processes.size();
-    story.processes.push_back(std::move(process));
-}
-
-std::size_t StoryRecorder::ProcessOf(std::uint32_t id) const {
-    const auto found = latest.find(id);
-    return found == latest.end() ? noIndex : found->second;
-}
-
-void StoryRecorder::NameProcess(std::uint32_t id, std::wstring imageName) {
-    story.processes[KnownProcess(id)].imageName = std::move(imageName);
-}
-
-// A process that was started from outside of the prefix has no start in the log.
-std::size_t StoryRecorder::KnownProcess(std::uint32_t id) {
-    if (ProcessOf(id) == noIndex) {
-        latest[id] = story.processes.size();
-        story.processes.push_back({id, noIndex, {}, false});
-    }
-    return latest[id];
+    processes.Start(start.processId, start.parentId, start.imageName, captures);
 }
 
 void StoryRecorder::OnMissingKey(const std::wstring& name) {
@@ -79,7 +55,7 @@ void StoryRecorder::Record(const KeyRequest& request, bool isSystems) {
     operation.isInner = request.origin != KeyOrigin::program;
     operation.status = request.status;
     operation.threadId = request.threadId;
-    operation.process = KnownProcess(request.processId);
+    operation.process = processes.Known(request.processId);
     if (request.type >= registryevent::setValue && request.type <= registryevent::queryValue) {
         operation.valueName = request.name;
     }

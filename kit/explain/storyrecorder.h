@@ -1,11 +1,10 @@
 #pragma once
 
 #include "hostlogger/requesttracker.h"
-#include "kit/explain/story.h"
+#include "kit/explain/storyprocesses.h"
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -25,10 +24,10 @@ public:
     void WatchMarks(std::wstring prefix) { markPrefix = std::move(prefix); }
 
     // For a process whose start the log lacks.
-    void NameProcess(std::uint32_t id, std::wstring imageName);
+    void NameProcess(std::uint32_t id, std::wstring imageName) { processes.Name(id, std::move(imageName)); }
 
     // The process that has the id now; noIndex if none of that id was started.
-    std::size_t ProcessOf(std::uint32_t id) const;
+    std::size_t ProcessOf(std::uint32_t id) const { return processes.Of(id); }
 
     // So far. Ahead of the first mark all operations are Before.
     const Story& SoFar() const { return story; }
@@ -46,15 +45,14 @@ private:
     void Record(const KeyRequest& request, bool isSystems);
     std::wstring PathOf(const KeyRequest& request) const;
     bool IsOtherView(const KeyRequest& request, const std::wstring& path);
-    std::size_t KnownProcess(std::uint32_t id);
 
     KeyFacts& facts;
     bool captures = false;
     std::wstring markPrefix;
     int marks = 0;
     Story story;
-    std::unordered_map<std::uint32_t, std::size_t> latest; // process by id
-    std::unordered_set<std::wstring> wideKeys;             // that 32-bit processes got from the 64-bit view
+    StoryProcesses processes{story.processes};
+    std::unordered_set<std::wstring> wideKeys; // that 32-bit processes got from the 64-bit view
 };
 
 } // namespace keyreap

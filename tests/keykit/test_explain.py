@@ -34,6 +34,9 @@ PLAN = [
     ("", "x64/empty.exe", "trace", "--key", ZONE),
     ("", "x64/thousands.dll", "both", "--key", MANY, "--key", "HKCU\\Software", "--key", "HKCR\\CLSID", "--time"),
     ("", "x64/longnames.dll", "both", "--ceiling", "1", "--value", 200 * "0", "--key", MANY),
+    ("", "x64/verdicts.dll", "keyRedir", "--from-trace"),
+    ("", "x64/verdicts.dll", "both", "--from-trace"),
+    ("", "x64/family.exe", "keyRedir", "--from-trace"),
     ("", "x64/resourceonly.dll", "both"),
     ("", "x64/plain.dll", "both", "--key", "Software\\A"),
     ("system", "x64/empty.exe", "trace", "--key", ZONE),
@@ -190,6 +193,47 @@ def test_the_program_of_a_server_is_watched_and_its_child_is_not(captures):
     found = [line.split(": ")[-1] for line in lines if "\\Shared, value" in line]
     assert found[0] == "in the result"
     assert re.fullmatch(r"by a process that isn't watched, started by family\.exe \(\d+\)", found[1])
+
+
+# The story from the trace alone, as on Windows
+
+
+def entries_with_verdicts(captures, name, *words):
+    """Which entry has which verdict: of each line about a value of the sample what follows the process, without numbers."""
+    status, lines = captures[("", name, *words)]
+    assert status == 0
+    found = [line.split(": ", 1)[1] for line in lines if ", value" in line and "Keyreap" in line]
+    return [re.sub(r"\d+", "N", line) for line in found]
+
+
+def renamed(lines):
+    return [line for line in lines if "old name" in line]
+
+
+@pytest.mark.parametrize("mode, lost", [("keyRedir", "not in the result, for no reason known here"), ("both", "it could not be read when the result was made")])
+def test_a_trace_has_what_the_request_log_has_but_for_renamings(captures, mode, lost):
+    logged = entries_with_verdicts(captures, "x64/verdicts.dll", mode)
+    traced = entries_with_verdicts(captures, "x64/verdicts.dll", mode, "--from-trace")
+    assert len(traced) > 5
+    # The trace ends before the process does.
+    expected = [line for line in logged if line not in renamed(logged) and "after the trace" not in line]
+    assert [line for line in traced if line not in renamed(traced)] == expected
+    assert [line.endswith(lost) for line in renamed(traced)] == [True]
+
+
+def test_a_trace_has_times_and_names_of_processes(captures):
+    _, lines = captures["", "x64/verdicts.dll", "both", "--from-trace"]
+    changes = [line for line in lines if KEY in line or "KeyreapVerdicts" in line]
+    assert all(re.match(r"\d+ \d+ ms (KeyKitExplain|reg)\.exe \(\d+\): ", line) for line in changes), changes
+    times = [int(line.split(" ")[1]) for line in changes]
+    assert times == sorted(times)
+
+
+def test_a_program_has_the_kernel_logger_for_its_own_trace(captures):
+    """keyRedir would trace around the capture, and a program is traced by the session."""
+    lines = entries_with_verdicts(captures, "x64/family.exe", "keyRedir", "--from-trace")
+    assert lines[0].endswith('\\Shared, value "parent": in the result')
+    assert lines[1].endswith("by a process that isn't watched, started by family.exe (N)")
 
 
 # Many operations

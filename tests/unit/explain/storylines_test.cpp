@@ -85,5 +85,37 @@ TEST(StoryLines, OnlyAKernelTraceHasTimes) {
                     L"the result"});
 }
 
+TEST(StoryLines, AStoryThatDoesNotMarkTheSystemsShowsNoValueThatWasSoughtInVain) {
+    CapturedStory capture;
+    capture.Add(registryevent::queryValue, key, L"a", notFound);
+    EXPECT_EQ(StoryLines(capture.Explained()).size(), 1U);
+    EXPECT_NE(StoryLines(capture.Explained())[0].find(L"not there at all"), std::wstring::npos);
+    capture.story.marksSystems = false;
+    EXPECT_TRUE(StoryLines(capture.Explained())[0].starts_with(L"1 more operations"));
+    capture.Open(key + L"\\Sub", notFound);
+    EXPECT_NE(StoryLines(capture.Explained())[0].find(L"not there at all"), std::wstring::npos);
+    EXPECT_EQ(StoryLines(capture.Explained(), *KeyFilter::Of(name, L"a")).size(), 1U);
+}
+
+TEST(StoryLines, ARenamingNamesTheNewKey) {
+    CapturedStory capture;
+    capture.Set(key, L"a");
+    capture.Rename(key, L"New");
+    const Texts expected = {
+        L"1 KeyKitExplain.exe (32): set value HKEY_CLASSES_ROOT\\Server, value \"a\": its key was renamed "
+        L"later "
+        L"(line 2, rename key to \"New\" by KeyKitExplain.exe (32)); the result has the new name",
+        L"2 KeyKitExplain.exe (32): rename key HKEY_CLASSES_ROOT\\Server to \"New\": the result has the new "
+        L"name"};
+    EXPECT_EQ(StoryLines(capture.Explained()), expected);
+}
+
+TEST(StoryLines, TheStoryOfAKeyHasTheRenamingToIt) {
+    CapturedStory capture;
+    capture.Rename(key, L"New");
+    EXPECT_EQ(StoryLines(capture.Explained(), *KeyFilter::Of(L"HKCR\\new", {})).size(), 1U);
+    EXPECT_TRUE(StoryLines(capture.Explained(), *KeyFilter::Of(L"HKCR\\Newer", {})).empty());
+}
+
 } // namespace
 } // namespace keyreap
