@@ -1,5 +1,6 @@
 #include "kit/hostfiles.h"
 #include "kit/liveoutput.h"
+#include "kit/ownfolder.h"
 
 #include <windows.h>
 
@@ -41,13 +42,8 @@ OwnedHandle EmptyInput() {
     return OwnedHandle(CreateFileW(L"NUL", GENERIC_READ, sharing, &inherited, OPEN_EXISTING, 0, nullptr));
 }
 
-// This program is in the folder of the 64-bit programs.
 std::wstring LiveProgram(int bitness) {
-    constexpr std::size_t longest = 32767;
-    std::wstring own(longest, L'\0');
-    own.resize(GetModuleFileNameW(nullptr, own.data(), static_cast<DWORD>(own.size())));
-    own.resize(own.find_last_of(L'\\') + 1);
-    return own + (bitness == 64 ? L"" : L"..\\x86\\") + L"KeyKitLive.exe";
+    return OwnFolder() + (bitness == 64 ? L"" : L"..\\x86\\") + L"KeyKitLive.exe";
 }
 
 // The process, with the pipe as its standard output; null if it can't be started.

@@ -51,6 +51,17 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
+PLAIN = "HKCR\\Keyreap.Plain"
+
+
+def of_windows(folder, name, *words):
+    """A line of a script that explains a server by the program for Windows, which starts KeyKitExplain itself."""
+    program = ROOT / "build" / "stage" / "bin" / "x64" / "KeyKit.exe"
+    command = shlex.join(map(str, ["wine", program, "explain", windows_path(SAMPLES / "x64" / "plain.dll"), *words]))
+    file = folder / name
+    return "%s >%s.out 2>%s.err && s=0 || s=$?; echo $s >%s.status\n" % (command, file, file, file)
+
+
 @pytest.fixture(scope="module")
 def captures(tmp_path_factory):
     """Of each planned capture the status and the lines."""
@@ -62,11 +73,15 @@ def captures(tmp_path_factory):
         for number, (_, sample, *words) in planned:
             command = ["wine", program(sample), windows_path(folder / str(number)), words[0], windows_path(SAMPLES / sample), *words[1:]]
             script += "%s && s=0 || s=$?; echo $s >%s.status\n" % (shlex.join(map(str, command)), folder / str(number))
+        if host == "":
+            script += of_windows(folder, "started", "--key", PLAIN) + of_windows(folder, "refused", "--key", "Software")
         session = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--requests", "--host", host]
         subprocess.run([*session, "bash", "-c", script], check=True, capture_output=True, stdin=subprocess.DEVNULL)
         for number, plan in planned:
             status = int((folder / ("%d.status" % number)).read_text())
             found[plan] = (status, (folder / str(number)).read_text().splitlines())
+    for name in ("started", "refused"):
+        found[name] = [(folder / (name + end)).read_bytes().decode() for end in (".status", ".out", ".err")]
     return found
 
 
@@ -320,6 +335,18 @@ def test_a_value_needs_a_key():
     result = keykit("explain", SAMPLES / "x64" / "plain.dll", "--value", "a", env={})
     assert result.returncode == 2
     assert b"--key" in result.stderr
+
+
+def test_the_program_for_windows_starts_the_one_that_explains(captures):
+    status, output, _ = captures["started"]
+    assert (status, output.splitlines()[-1]) == ("0\n", "HKEY_CLASSES_ROOT\\Keyreap.Plain: it is in the result.")
+    assert "\r" not in output
+
+
+def test_the_program_for_windows_passes_a_refusal_on(captures):
+    status, output, messages = captures["refused"]
+    assert (status, output) == ("2\n", "")
+    assert "keykit: explain: --key: 'Software' does not begin with a root" in messages
 
 
 def test_a_file_that_is_no_server_is_refused(tmp_path):
