@@ -26,10 +26,10 @@ std::string_view NameOf(CheckPart part) {
 Json EntryJson(const std::wstring& key, const std::optional<std::wstring>& value) {
     Json json = Json::object();
     if (!key.empty()) {
-        json["key"] = ReadableUtf8(key);
+        json["key"] = LosslessUtf8(key);
     }
     if (value) {
-        json["value"] = ReadableUtf8(*value);
+        json["value"] = LosslessUtf8(*value);
     }
     return json;
 }
@@ -88,11 +88,18 @@ public:
         return *units;
     }
 
+    // Of a key or a value.
+    std::wstring Name(const Json& json) const {
+        const std::optional<std::wstring> units = UnitsOfLossless(Text(json));
+        Require(units.has_value(), json);
+        return *units;
+    }
+
     NoiseEntry Entry(const Json& json) const {
-        NoiseEntry entry = {Units(Member(json, "key")), std::nullopt};
+        NoiseEntry entry = {Name(Member(json, "key")), std::nullopt};
         Require(!entry.key.empty(), json);
         if (json.contains("value")) {
-            entry.value = Units(Member(json, "value"));
+            entry.value = Name(Member(json, "value"));
         }
         return entry;
     }
@@ -101,9 +108,9 @@ public:
         WrittenFinding finding;
         finding.rule = Units(Member(json, "rule"));
         finding.sentence = Units(Member(json, "sentence"));
-        finding.key = json.contains("key") ? Units(Member(json, "key")) : std::wstring();
+        finding.key = json.contains("key") ? Name(Member(json, "key")) : std::wstring();
         if (json.contains("value")) {
-            finding.value = Units(Member(json, "value"));
+            finding.value = Name(Member(json, "value"));
         }
         return finding;
     }

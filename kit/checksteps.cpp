@@ -73,7 +73,7 @@ Json CapturedKeys(const Capture& capture) {
     Json keys = Json::array();
     for (const RegSection& section : capture.document.sections) {
         if (!section.isDeletion && !section.isCapturesOwn) {
-            keys.push_back(ReadableUtf8(section.path));
+            keys.push_back(LosslessUtf8(section.path));
         }
     }
     return keys;

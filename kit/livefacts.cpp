@@ -17,7 +17,7 @@ using Json = nlohmann::json;
 std::wstring TextIn(const Json& json, const char* name) {
     const auto found = json.find(name);
     const bool isText = found != json.end() && found->is_string();
-    return isText ? UnitsOfUtf8(found->get<std::string>()).value_or(std::wstring()) : std::wstring();
+    return isText ? UnitsOfLossless(found->get<std::string>()).value_or(std::wstring()) : std::wstring();
 }
 
 bool FlagIn(const Json& json, const char* name) {

@@ -89,7 +89,7 @@ void Steps::Difference() {
     }
     const UserKeyNames names;
     RegistryDifference difference([this, &names](const ChangedKey& key) {
-        Json answer = {{"key", ReadableUtf8(names.NameOf(key.name))},
+        Json answer = {{"key", LosslessUtf8(names.NameOf(key.name))},
                        {"created", key.isCreated},
                        {"removed", key.isRemoved},
                        {"values", Json::array()}};
@@ -112,7 +112,7 @@ void Steps::Read(const Json& step) {
             RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, &opened);
         }
         const OwnedRegistryKey key(opened);
-        Json answer = {{"key", ReadableUtf8(name)}, {"isThere", key.Valid()}, {"values", Json::array()}};
+        Json answer = {{"key", LosslessUtf8(name)}, {"isThere", key.Valid()}, {"values", Json::array()}};
         for (const auto& [value, data] : reader.Values(key.Get(), TreeReader::SummaryOf(key.Get()))) {
             answer["values"].push_back(ValueJson(value, data));
         }

@@ -25,13 +25,13 @@ nlohmann::json DataJson(const RegistryData& data) {
 
 nlohmann::json ValueJson(const std::wstring& name, const RegistryData& data) {
     nlohmann::json json = DataJson(data);
-    json["name"] = ReadableUtf8(name);
+    json["name"] = LosslessUtf8(name);
     return json;
 }
 
 nlohmann::json ChangeJson(const ChangedValue& value) {
     nlohmann::json json =
-        value.now ? ValueJson(value.name, *value.now) : nlohmann::json{{"name", ReadableUtf8(value.name)}};
+        value.now ? ValueJson(value.name, *value.now) : nlohmann::json{{"name", LosslessUtf8(value.name)}};
     if (value.before) {
         json["before"] = DataJson(*value.before);
     }

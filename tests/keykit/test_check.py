@@ -295,6 +295,15 @@ def test_what_is_registered_once_in_a_process_is_carried_when_noise_is_dropped(p
     assert sorted(kept) == sorted([clsid, "InprocServer32", "ProgID", "KeyreapChecked.Once", "CLSID", "Once"])
 
 
+def test_names_with_half_a_character_are_compared(place, tmp_path):
+    server, capture = ROOT / "build" / "samples" / "x64" / "names.dll", tmp_path / "names.reg"
+    assert place.run(ROOT / "keyreap", "extreg", server, capture, "keyRedir").returncode == 0
+    names = capture.read_bytes().decode("utf-16-le", "surrogatepass")
+    assert "\ud83d high half" in names and "\ude00 low half" in names
+    assert place.run(KEYKIT, "check", server, capture, "--parts", "whole").returncode in (0, 1)
+    assert [finding for finding in check_file(capture)["findings"] if finding["key"].endswith("\\Odd")] == []
+
+
 # Refusals
 
 ONCE, NO_FILE = str(server_of(64, "once")), "/nowhere/none"

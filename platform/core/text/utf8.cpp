@@ -9,6 +9,8 @@ namespace {
 
 constexpr std::uint32_t firstOfTwoUnits = 0x10000;
 constexpr std::uint32_t lastCharacter = 0x10FFFF;
+constexpr std::uint32_t replacement = 0xFFFD;
+constexpr std::size_t escapeDigits = 4;
 
 bool IsHighSurrogate(std::uint32_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -93,6 +95,29 @@ std::optional<std::uint32_t> DecodedCharacter(std::string_view bytes, std::size_
     return IsWholeCharacter(character, *following) ? std::optional(character) : std::nullopt;
 }
 
+void AppendEscape(std::string& bytes, std::uint32_t unit) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    AppendCharacter(bytes, replacement);
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        bytes += digits[(unit >> shift) & 0xF];
+    }
+}
+
+// The unit whose digits these are; none if they aren't those of an escape.
+std::optional<wchar_t> EscapedUnit(std::wstring_view digits) {
+    std::uint32_t unit = 0;
+    for (const wchar_t digit : digits) {
+        const bool isLetter = digit >= L'A' && digit <= L'F';
+        if (!isLetter && (digit < L'0' || digit > L'9')) {
+            return std::nullopt;
+        }
+        unit = unit << 4 | static_cast<std::uint32_t>(isLetter ? digit - L'A' + 10 : digit - L'0');
+    }
+    const bool isEscaped = IsHighSurrogate(unit) || IsLowSurrogate(unit) || unit == replacement;
+    return isEscaped && digits.size() == escapeDigits ? std::optional(static_cast<wchar_t>(unit))
+                                                      : std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::string> Utf8OfUnits(std::wstring_view units) {
@@ -108,7 +133,6 @@ std::optional<std::string> Utf8OfUnits(std::wstring_view units) {
 }
 
 std::string ReadableUtf8(std::wstring_view units) {
-    constexpr std::uint32_t replacement = 0xFFFD;
     std::string bytes;
     for (std::size_t at = 0; at < units.size();) {
         AppendCharacter(bytes, NextCharacter(units, at).value_or(replacement));
@@ -124,6 +148,36 @@ std::optional<std::wstring> UnitsOfUtf8(std::string_view bytes) {
             return std::nullopt;
         }
         AppendUnits(units, *character);
+    }
+    return units;
+}
+
+std::string LosslessUtf8(std::wstring_view units) {
+    std::string bytes;
+    for (std::size_t at = 0; at < units.size();) {
+        const auto unit = static_cast<std::uint32_t>(units[at]) & 0xFFFF;
+        const std::optional<std::uint32_t> character = NextCharacter(units, at);
+        if (character && *character != replacement) {
+            AppendCharacter(bytes, *character);
+        } else {
+            AppendEscape(bytes, unit);
+        }
+    }
+    return bytes;
+}
+
+std::optional<std::wstring> UnitsOfLossless(std::string_view bytes) {
+    const std::optional<std::wstring> escaped = UnitsOfUtf8(bytes);
+    if (!escaped) {
+        return std::nullopt;
+    }
+    const std::wstring_view text = *escaped;
+    std::wstring units;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool isEscape = static_cast<std::uint32_t>(text[at]) == replacement;
+        const auto unit = isEscape ? EscapedUnit(text.substr(at + 1, escapeDigits)) : std::nullopt;
+        units += unit.value_or(text[at]);
+        at += unit ? escapeDigits : 0;
     }
     return units;
 }

@@ -16,4 +16,11 @@ std::string ReadableUtf8(std::wstring_view units);
 // The units of the bytes; none if they are no UTF-8.
 std::optional<std::wstring> UnitsOfUtf8(std::string_view bytes);
 
+// The bytes of any units, for a program that reads them again: a surrogate without a partner is U+FFFD and
+// its four hexadecimal digits, as is U+FFFD itself. All other units are as in UTF-8.
+std::string LosslessUtf8(std::wstring_view units);
+
+// The units of such bytes; none if they are no UTF-8. A U+FFFD without these digits is itself.
+std::optional<std::wstring> UnitsOfLossless(std::string_view bytes);
+
 } // namespace keyreap

@@ -41,5 +41,37 @@ TEST(UnitsOfUtf8, TakesEachCharacterInItsOnlyForm) {
     }
 }
 
+TEST(LosslessUtf8, IsUtf8WhereUtf8CanSayIt) {
+    EXPECT_EQ(LosslessUtf8(units), bytes);
+    EXPECT_EQ(UnitsOfLossless(bytes), units);
+    EXPECT_EQ(LosslessUtf8(L""), "");
+}
+
+TEST(LosslessUtf8, EscapesHalfACharacterAndTheMarkOfAnEscape) {
+    EXPECT_EQ(LosslessUtf8(L"a\xD83Dz"), "a\xEF\xBF\xBD"
+                                         "D83Dz");
+    EXPECT_EQ(LosslessUtf8(L"\xDE00\xD83D"), "\xEF\xBF\xBD"
+                                             "DE00\xEF\xBF\xBD"
+                                             "D83D");
+    EXPECT_EQ(LosslessUtf8(L"\xFFFD"), "\xEF\xBF\xBD"
+                                       "FFFD");
+}
+
+TEST(LosslessUtf8, IsReadAsItWas) {
+    for (const std::wstring& text :
+         {std::wstring(L"\xD83D"), std::wstring(L"\xDE00\xD83D\xDE00"), std::wstring(L"\xFFFD"),
+          std::wstring(L"\xFFFD") + L"D83D", std::wstring(L"\xFFFD\xD83D") + L"FFFD", units + L"\xDFFF"}) {
+        EXPECT_EQ(UnitsOfLossless(LosslessUtf8(text)), text);
+    }
+}
+
+TEST(UnitsOfLossless, TakesTheMarkAloneForItself) {
+    for (const char* const digits : {"", "D83", "d83d", "0041", "D7FF", "E000", "D83"}) {
+        const std::string text = std::string("\xEF\xBF\xBD") + digits;
+        EXPECT_EQ(UnitsOfLossless(text), UnitsOfUtf8(text)) << digits;
+    }
+    EXPECT_EQ(UnitsOfLossless("\xED\xA0\x80"), std::nullopt);
+}
+
 } // namespace
 } // namespace keyreap
