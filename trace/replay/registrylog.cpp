@@ -29,6 +29,18 @@ std::uint32_t CountLastingValues(const RegistryLogNode& node) {
     }));
 }
 
+// Calls visit(name, outcome) for each value, the one that appeared last first. A host moves all values after
+// the one that it removes: in this order their removal costs it no more than their setting did.
+template <typename Visit>
+void VisitNewestFirst(const NameMap<RegistryLogValue>& values, Visit visit) {
+    const auto& entries = values.Entries();
+    std::wstring name;
+    for (std::size_t left = entries.size(); left > 0; --left) {
+        const RegistryLogValue& value = *entries[left - 1];
+        visit(name.assign(value.Name().text), value.Operations().NetOutcome());
+    }
+}
+
 // Reports the node itself and its values to the visitor: the set values before the deleted ones.
 void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, PredefinedRoot root,
               const std::wstring& path) {
@@ -37,18 +49,16 @@ void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, Predefin
     if (valueCount != 0 || keyState != Outcome::none) {
         visitor.OnKey(root, path, keyState, valueCount, static_cast<std::uint32_t>(node.Subkeys().Size()));
     }
-    std::wstring name;
-    for (const RegistryLogValue* const value : node.Values().Entries()) {
-        const Outcome kind = value->Operations().NetOutcome();
+    VisitNewestFirst(node.Values(), [&](const std::wstring& name, Outcome kind) {
         if (kind == Outcome::created || kind == Outcome::set) {
-            visitor.OnValue(root, path, name.assign(value->Name().text), kind);
+            visitor.OnValue(root, path, name, kind);
         }
-    }
-    for (const RegistryLogValue* const value : node.Values().Entries()) {
-        if (value->Operations().NetOutcome() == Outcome::deleted) {
-            visitor.OnValue(root, path, name.assign(value->Name().text), Outcome::deleted);
+    });
+    VisitNewestFirst(node.Values(), [&](const std::wstring& name, Outcome kind) {
+        if (kind == Outcome::deleted) {
+            visitor.OnValue(root, path, name, kind);
         }
-    }
+    });
 }
 
 // Visits all nodes below `top`, parents first, calling visit(node, path). Without recursion: names in a log

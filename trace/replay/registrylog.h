@@ -101,7 +101,8 @@ public:
     virtual void OnKey(PredefinedRoot root, const std::wstring& keyPath, Outcome keyState,
                        std::uint32_t valueCount, std::uint32_t childCount) = 0;
 
-    // A value with a lasting outcome, of the key reported last.
+    // A value with a lasting outcome, of the key reported last. Of several, the one that appeared last in the
+    // trace comes first.
     virtual void OnValue(PredefinedRoot root, const std::wstring& keyPath, const std::wstring& valueName,
                          Outcome kind) = 0;
 };

@@ -41,6 +41,12 @@ TEST_F(RegistryLogTest, ValuesComeAfterTheirKeyAndDeletedOnesLast) {
     EXPECT_THAT(Walk().order, ElementsAre(L"A", L"A : kept", L"A : gone", L"A\\B"));
 }
 
+TEST_F(RegistryLogTest, OfTheValuesOfAKeyTheNewestComesFirst) {
+    Record({SetValue(L"A", L"1"), DeleteValue(L"A", L"x"), SetValue(L"A", L"2"), DeleteValue(L"A", L"y"),
+            SetValue(L"A", L"1")});
+    EXPECT_THAT(Walk().order, ElementsAre(L"A", L"A : 2", L"A : 1", L"A : y", L"A : x"));
+}
+
 TEST_F(RegistryLogTest, EveryDeletedValueComesAfterEverySetOne) {
     std::vector<RegistryOperation> operations;
     for (int i = 0; i < 50; ++i) {
