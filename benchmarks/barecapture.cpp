@@ -4,9 +4,10 @@
 //                                         value at once, then removes them
 //   barecapture --list LIST FILE OUT      like a traced capture, but without the trace: reads and removes
 //                                         each key and value of LIST
+//   barecapture --live LIST FILE OUT      the same without redirection
 // OUT gets a line for each key and each value, in UTF-16. LIST has a line for each key, K and its path among
-// the temporary keys, and after it a line for each of its values, V and the name. The exit status is 0 if all
-// servers were registered.
+// the temporary keys (--live: below HKEY_CURRENT_USER), and after it a line for each of its values, V and the
+// name. The exit status is 0 if all servers were registered.
 
 #include "extract/startmodules.h"
 #include "platform/os/entrypoint.h"
@@ -35,6 +36,13 @@ constexpr REGSAM readWrite = KEY_READ | KEY_WRITE;
 struct ListedKey {
     std::wstring path;
     std::vector<std::wstring> values;
+};
+
+// How servers are captured.
+struct Way {
+    bool redirects = true;
+    bool lists = false; // the content of the list is read and removed, not that of the trees
+    std::vector<ListedKey> listed = {};
 };
 
 using Trees = std::array<OwnedRegistryKey, roots.size()>;
@@ -114,17 +122,22 @@ void Restore(const Trees& trees) {
 struct Registration {
     const wchar_t* file;
     const Trees& trees;
+    bool redirects;
     bool done = false;
 
     void Run() {
-        Redirect(trees);
+        if (redirects) {
+            Redirect(trees);
+        }
         const OwnedModule server(LoadLibraryExW(file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
         using Register = HRESULT(WINAPI*)();
         if (const auto registerServer = FindEntryPoint<Register>(server.Get(), "DllRegisterServer")) {
             registerServer();
             done = true;
         }
-        Restore(trees);
+        if (redirects) {
+            Restore(trees);
+        }
     }
 
     static DWORD WINAPI OnThread(void* registration) {
@@ -135,8 +148,8 @@ struct Registration {
     }
 };
 
-bool RegisterOnThread(const wchar_t* file, const Trees& trees) {
-    Registration registration{file, trees};
+bool RegisterOnThread(const wchar_t* file, const Trees& trees, bool redirects) {
+    Registration registration{file, trees, redirects};
     const OwnedHandle thread(CreateThread(nullptr, 0, Registration::OnThread, &registration, 0, nullptr));
     WaitForSingleObject(thread.Get(), INFINITE);
     return registration.done;
@@ -221,14 +234,15 @@ std::wstring TextOf(const wchar_t* path) {
     return text;
 }
 
-std::vector<ListedKey> ReadList(const wchar_t* path) {
+// `below` goes in front of the path of each key.
+std::vector<ListedKey> ReadList(const wchar_t* path, const std::wstring& below) {
     std::vector<ListedKey> listed;
     const std::wstring text = TextOf(path);
     for (std::size_t start = 0, end = 0; (end = text.find(L'\n', start)) != std::wstring::npos;
          start = end + 1) {
         std::wstring name = text.substr(start + 1, end - start - 1);
         if (text[start] == L'K') {
-            listed.push_back({std::wstring(placePath) + L"\\Temporary\\" + name, {}});
+            listed.push_back({below + name, {}});
         } else if (!listed.empty()) {
             listed.back().values.push_back(std::move(name));
         }
@@ -236,8 +250,7 @@ std::vector<ListedKey> ReadList(const wchar_t* path) {
     return listed;
 }
 
-// The list is null for a redirected capture.
-bool Capture(const wchar_t* file, const wchar_t* out, const std::vector<ListedKey>* listed) {
+bool Capture(const wchar_t* file, const wchar_t* out, const Way& way) {
     // Does not exist before the first capture, and stays for the next one.
     OwnedRegistryKey place;
     OpenRegistryKey(HKEY_CURRENT_USER, placePath, readWrite, place);
@@ -245,10 +258,10 @@ bool Capture(const wchar_t* file, const wchar_t* out, const std::vector<ListedKe
     for (std::size_t number = 0; number < trees.size(); ++number) {
         CreateRegistryKey(HKEY_CURRENT_USER, TreePath(number).c_str(), KEY_ALL_ACCESS, trees[number]);
     }
-    const bool registered = RegisterOnThread(file, trees);
+    const bool registered = RegisterOnThread(file, trees, way.redirects);
     const OwnedFile output(CreateFileW(out, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-    if (listed) {
-        ReadAndRemove(output.Get(), *listed);
+    if (way.lists) {
+        ReadAndRemove(output.Get(), way.listed);
     } else {
         for (std::size_t number = 0; number < trees.size(); ++number) {
             WalkTree(output.Get(), trees[number].Get(), TreePath(number));
@@ -260,13 +273,17 @@ bool Capture(const wchar_t* file, const wchar_t* out, const std::vector<ListedKe
 
 bool Run(std::span<wchar_t*> words) {
     LoadStartModules();
-    if (words.size() == 4 && std::wstring_view(words[0]) == L"--list") {
-        const std::vector<ListedKey> listed = ReadList(words[1]);
-        return Capture(words[2], words[3], &listed);
+    const std::wstring_view option = words.size() == 4 ? words[0] : L"";
+    if (option == L"--list") {
+        const std::wstring below = std::wstring(placePath) + L"\\Temporary\\";
+        return Capture(words[2], words[3], {true, true, ReadList(words[1], below)});
+    }
+    if (option == L"--live") {
+        return Capture(words[2], words[3], {false, true, ReadList(words[1], L"")});
     }
     bool registered = true;
     for (std::size_t at = 0; at + 1 < words.size(); at += 2) {
-        registered = Capture(words[at], words[at + 1], nullptr) && registered;
+        registered = Capture(words[at], words[at + 1], {}) && registered;
     }
     return registered;
 }
