@@ -21,6 +21,14 @@ struct Exchange {
     std::uint32_t status = 0; // NT status
 };
 
+// A request that waits for its reply. The views are valid until the next line.
+struct WaitingRequest {
+    std::uint32_t threadId = 0;
+    std::string_view name;
+    std::string_view fields;
+    std::string_view realPath; // as in Exchange
+};
+
 // Pairs the requests of the server's log with their replies. A thread waits for the reply to a request before
 // it makes the next one, but lines of other threads may be between the two. The real path of a key follows
 // its request at once and names no thread.
@@ -35,6 +43,16 @@ public:
     // The request with this reply; nothing if the thread doesn't wait for a reply of this name.
     std::optional<Exchange> TakeReply(const RequestLine& reply);
     void EndThread(std::uint32_t threadId) { pending.erase(threadId); }
+
+    // Calls take(WaitingRequest) for each request without its reply.
+    template <typename Take>
+    void ForEachWaiting(Take take) const {
+        for (const auto& [threadId, request] : pending) {
+            if (request.waits) {
+                take(WaitingRequest{threadId, request.name, request.fields, request.realPath});
+            }
+        }
+    }
 
 private:
     // The last request of a thread. It stays after its reply, so that the next one reuses its strings.

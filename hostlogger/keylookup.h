@@ -24,6 +24,8 @@ struct KeyView {
     bool redirected = false;
     bool asks32 = false;
     bool opensLink = false;
+
+    bool operator==(const KeyView&) const = default;
 };
 
 // The real path of a key that a request found: by a name relative to the parent's real path, or by a complete

@@ -83,6 +83,15 @@ std::optional<RequestLine> ParseServerLine(std::string_view line) {
         parsed.kind = RequestLine::Kind::lost;
         return parsed;
     }
+    if (line == requestword::summaryEnd) {
+        parsed.kind = RequestLine::Kind::summaryEnd;
+        return parsed;
+    }
+    if (line.starts_with(requestword::summary)) {
+        parsed.kind = RequestLine::Kind::summary;
+        parsed.fields = line.substr(requestword::summary.size());
+        return parsed;
+    }
     for (const std::string_view prefix :
          {requestword::openedKey, requestword::createdKey, requestword::clock}) {
         if (line.starts_with(prefix)) {

@@ -18,13 +18,16 @@ struct RequestLine {
         processEnd, // 0020: *process killed*
         clock,      // time 123456                    of the lines below; added by the filter
         lost,       // lost                           lines are missing here; added by the filter
+        summary,    // summary of \REGISTRY\Keyreap mark 32 9        added by the filter
+        summaryEnd, // end of summary                 added by the filter
     };
 
     Kind kind = Kind::request;
     std::uint32_t id = 0;    // thread; of processEnd the process
     std::string_view name;   // of a request
     std::string_view status; // of a reply: a name, or digits
-    std::string_view fields; // between the brackets; in keyPath the path, in clock the time
+    std::string_view
+        fields; // between the brackets; in keyPath the path, in clock the time, in summary the mark
 };
 
 // Nothing for a line of any other form.

@@ -1,6 +1,7 @@
 #include "hostlogger/requestlog.h"
 
 #include "hostlogger/nativeregistry.h"
+#include "hostlogger/requestsummary.h"
 #include "hostlogger/systemfolder.h"
 
 #include <windows.h>
@@ -12,7 +13,8 @@ namespace {
 constexpr std::wstring_view logName = L"\\keyreap-requests.log"; // in the system's folder
 constexpr std::wstring_view startName = L"\\keyreap-start.txt";  // in the system's folder
 constexpr std::wstring_view hostName = L"\\keyreap-host.txt";    // in the system's folder
-constexpr ULONGLONG patience = 10'000;                           // milliseconds without a new line in the log
+constexpr unsigned patience = 10'000;                            // milliseconds without a new line in the log
+constexpr unsigned summaryPatience = 2'000;                      // the same for a summary
 constexpr DWORD pause = 1;                                       // milliseconds between two reads
 
 // A name that is opened only to be found in the log. Process ids are reused within a log, times are not.
@@ -21,6 +23,15 @@ std::wstring NextMark() {
     QueryPerformanceCounter(&now);
     return std::wstring(markPrefix) + std::to_wstring(GetCurrentProcessId()) + L' ' +
            std::to_wstring(now.QuadPart);
+}
+
+// A mark as the log's own lines have it: marks are ASCII.
+std::string NarrowMark(std::wstring_view mark) {
+    std::string narrow;
+    for (const wchar_t unit : mark) {
+        narrow += static_cast<char>(unit);
+    }
+    return narrow;
 }
 
 // Forwards everything ahead of the mark.
@@ -110,36 +121,84 @@ bool RequestLog::ReadSome() {
     return AppendChunk(file.Get(), unread);
 }
 
-bool RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark) {
+void RequestLog::GoTo(std::int64_t offset) {
+    LARGE_INTEGER place{};
+    place.QuadPart = offset;
+    SetFilePointerEx(file.Get(), place, nullptr, FILE_BEGIN);
+    unread.clear();
+}
+
+RequestLog::Progress RequestLog::FeedLines(KeyRequestListener* listener, std::wstring_view mark) {
     MarkFinder finder(listener, mark);
+    Progress progress = Progress::waits;
     std::size_t start = 0;
     std::size_t end = 0;
-    while (!finder.Found() && (end = unread.find('\n', start)) != std::string::npos) {
-        tracker.Feed(std::string_view(unread).substr(start, end - start), &finder);
+    while (progress == Progress::waits && (end = unread.find('\n', start)) != std::string::npos) {
+        const std::string_view line = std::string_view(unread).substr(start, end - start);
+        if (tracker.AwaitsSummary() && MarkOf(line) == NarrowMark(mark)) {
+            progress = Progress::noSummary;
+        } else {
+            tracker.Feed(line, &finder);
+            progress = finder.Found() ? Progress::found : Progress::waits;
+        }
         start = end + 1;
     }
     unread.erase(0, start);
     complete = complete && !finder.Lost();
-    return finder.Found();
+    return progress;
+}
+
+RequestLog::Progress RequestLog::ReadUntil(KeyRequestListener* listener, std::wstring_view mark,
+                                           unsigned patience) {
+    ULONGLONG lastGrowth = GetTickCount64();
+    Progress progress = FeedLines(listener, mark);
+    while (progress == Progress::waits) {
+        if (ReadSome()) {
+            lastGrowth = GetTickCount64();
+        } else if (GetTickCount64() - lastGrowth >= patience) {
+            break;
+        } else {
+            Sleep(pause);
+        }
+        progress = FeedLines(listener, mark);
+    }
+    return progress;
+}
+
+// From the place on where the log ended before the mark was written.
+RequestLog::Progress RequestLog::ReadSummary(const std::wstring& mark, std::int64_t end) {
+    facts.Forget();
+    GoTo(end);
+    tracker.AwaitSummary(NarrowMark(mark));
+    const Progress progress = ReadUntil(nullptr, mark, summaryPatience);
+    if (tracker.AwaitsSummary()) {
+        tracker.AwaitNothing();
+        GoTo(0);
+        return Progress::noSummary;
+    }
+    lastMark = mark;
+    return progress;
 }
 
 bool RequestLog::ReadToNow(KeyRequestListener* listener) {
+    LARGE_INTEGER end{};
+    const bool needsNoPast = !begun && !listener && GetFileSizeEx(file.Get(), &end);
     const std::wstring mark = NextMark();
     LookAtNativeKey(mark);
+    if (needsNoPast) {
+        begun = true;
+        if (const Progress progress = ReadSummary(mark, end.QuadPart); progress != Progress::noSummary) {
+            return progress == Progress::found;
+        }
+    }
     return ReadTo(mark, listener);
 }
 
 bool RequestLog::ReadTo(const std::wstring& mark, KeyRequestListener* listener) {
+    begun = true;
     facts.Forget();
-    ULONGLONG lastGrowth = GetTickCount64();
-    while (!FeedLines(listener, mark)) {
-        if (ReadSome()) {
-            lastGrowth = GetTickCount64();
-        } else if (GetTickCount64() - lastGrowth >= patience) {
-            return false;
-        } else {
-            Sleep(pause);
-        }
+    if (ReadUntil(listener, mark, patience) != Progress::found) {
+        return false;
     }
     lastMark = mark;
     return true;

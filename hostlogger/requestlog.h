@@ -4,6 +4,7 @@
 #include "hostlogger/requesttracker.h"
 #include "platform/os/ownedhandle.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,7 +37,7 @@ public:
 
     // Writes a mark at the present end of the log and reads up to it. The listener, if there is one, receives
     // what happened since the last call. False if the log doesn't grow for ten seconds and the mark isn't
-    // there.
+    // there. The first call, without a listener, reads only the summary of the mark if the log has one.
     bool ReadToNow(KeyRequestListener* listener);
 
     // The mark up to which the log was read last.
@@ -53,8 +54,13 @@ public:
     LiveKeyFacts& Facts() { return facts; }
 
 private:
+    enum class Progress { waits, found, noSummary };
+
     bool ReadSome();
-    bool FeedLines(KeyRequestListener* listener, std::wstring_view mark);
+    void GoTo(std::int64_t offset);
+    Progress FeedLines(KeyRequestListener* listener, std::wstring_view mark);
+    Progress ReadUntil(KeyRequestListener* listener, std::wstring_view mark, unsigned patience);
+    Progress ReadSummary(const std::wstring& mark, std::int64_t end);
 
     std::wstring path;
     LiveKeyFacts facts;
@@ -62,6 +68,7 @@ private:
     Strictness host;
     OwnedFile file;
     std::wstring lastMark;
+    bool begun = false; // something was read
     std::string unread; // read from the log, not yet fed to the tracker
     bool complete = true;
 };

@@ -102,7 +102,7 @@ std::uint32_t RequestTracker::Call::ProcessOf(std::uint32_t handle) const {
 
 void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
     const auto parsed = ParseRequestLine(line);
-    if (!parsed) {
+    if (!parsed || !gate.Admits(*parsed)) {
         return;
     }
     switch (parsed->kind) {
@@ -129,6 +129,9 @@ void RequestTracker::Feed(std::string_view line, KeyRequestListener* listener) {
         if (listener) {
             listener->OnLostLines();
         }
+        break;
+    case RequestLine::Kind::summary:
+    case RequestLine::Kind::summaryEnd:
         break;
     }
 }

@@ -5,6 +5,7 @@
 #include "hostlogger/requestline.h"
 #include "hostlogger/serverprocess.h"
 #include "hostlogger/strictness.h"
+#include "hostlogger/summarygate.h"
 #include "hostlogger/systemstart.h"
 
 #include <cstdint>
@@ -87,13 +88,21 @@ public:
     // Which of the rules above this host lacks.
     void SetStrictness(const Strictness& rules) { strictness = rules; }
 
-    // One line without its line break.
+    // Nothing counts until the summary of this mark, which replaces all lines before it (AppendSummary).
+    void AwaitSummary(std::string_view mark) { gate.Await(mark); }
+    bool AwaitsSummary() const { return gate.Awaits(); }
+    // Every line counts again.
+    void AwaitNothing() { gate = {}; }
+
+    // One line without its line break. Summaries of marks that nobody awaits have no effect.
     void Feed(std::string_view line, KeyRequestListener* listener);
 
     // Every key that any process has open now.
     std::unordered_map<const OpenKey*, std::shared_ptr<const OpenKey>> OpenKeys() const;
 
     std::int64_t Time() const { return time; }
+    const ServerProcesses& Processes() const { return processes; }
+    const ExchangePairing& Exchanges() const { return exchanges; }
 
 private:
     // An exchange of a known process, and who listens.
@@ -137,6 +146,7 @@ private:
     Strictness strictness;
     ServerProcesses processes;
     ExchangePairing exchanges;
+    SummaryGate gate;
     std::int64_t time = 0;
 };
 

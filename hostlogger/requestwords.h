@@ -35,5 +35,8 @@ inline constexpr std::string_view processEnd = "*process killed*";
 // missing.
 inline constexpr std::string_view clock = "time ";
 inline constexpr std::string_view lost = "lost";
+// The first and the last line of a summary (hostlogger/requestsummary.h). The mark follows the first.
+inline constexpr std::string_view summary = "summary of ";
+inline constexpr std::string_view summaryEnd = "end of summary";
 
 } // namespace keyreap::requestword

@@ -23,6 +23,12 @@ public:
     const std::wstring& Path(KeyFacts& facts) const;
     // How many keys above it may have to be looked up to find its path.
     std::size_t Depth() const { return depth; }
+    // Nothing while the path has to be looked up. Only then the other facts of how the key was asked for
+    // count.
+    const std::optional<std::wstring>& KnownPath() const { return path; }
+    const std::shared_ptr<const OpenKey>& Parent() const { return parent; }
+    const std::wstring& AskedName() const { return name; }
+    const KeyView& View() const { return view; }
     // The key was renamed, or one above it.
     void Move(std::wstring newPath) const { path = std::move(newPath); }
 
@@ -81,6 +87,8 @@ public:
     std::uint32_t ProcessOf(std::uint32_t threadId) const;
 
     const std::unordered_map<std::uint32_t, ServerProcess>& All() const { return processes; }
+    // The process of each thread.
+    const std::unordered_map<std::uint32_t, std::uint32_t>& Threads() const { return threads; }
 
 private:
     std::unordered_map<std::uint32_t, ServerProcess> processes;

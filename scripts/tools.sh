@@ -16,7 +16,7 @@ tool_sources() {
     case $1 in
     requestfilter)
         printf '%s\n' "$ROOT"/hostlogger/filter/*.cpp \
-            "$ROOT"/hostlogger/{askedkey,exchangepairing,keylookup,requestline,requeststatus,requesttracker}.cpp \
+            "$ROOT"/hostlogger/{askedkey,exchangepairing,keylookup,requestline,requeststatus,requestsummary,requesttracker}.cpp \
             "$ROOT"/hostlogger/{serverprocess,systemstart}.cpp "$ROOT/platform/core/text/compare.cpp"
         ;;
     observer) printf '%s\n' "$ROOT"/tools/observer/*.cpp ;;

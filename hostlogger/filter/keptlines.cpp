@@ -143,7 +143,11 @@ void KeptLines::Take(std::string_view piece, std::string& kept) {
 
 void KeptLines::TakeLine(std::string_view line, std::string& kept) {
     unplaced.Check(line);
+    const std::size_t start = kept.size();
     AppendKeptPart(line, kept);
+    if (kept.size() > start) {
+        summaries.Take(start, kept);
+    }
 }
 
 void KeptLines::Begin(std::string_view head) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostlogger/filter/summaries.h"
 #include "hostlogger/filter/unplacedlines.h"
 
 #include <string>
@@ -18,7 +19,7 @@ void AppendKeptPart(std::string_view line, std::string& kept);
 // Splits the log, which comes in pieces of any size, into its lines.
 class KeptLines {
 public:
-    // Appends what is kept of the lines that `piece` ends to `kept`.
+    // Appends what is kept of the lines that `piece` ends to `kept`, and a summary ahead of each mark.
     void Take(std::string_view piece, std::string& kept);
 
     // Those among the lines so far that no known server writes.
@@ -29,6 +30,7 @@ private:
     void Begin(std::string_view head);
 
     UnplacedLines unplaced;
+    Summaries summaries;
 
     // The beginning of a line whose end has not been read yet.
     std::string begun;

@@ -17,11 +17,18 @@ OwnedFile OpenShared(const std::wstring& path, DWORD access, DWORD disposition) 
     return file;
 }
 
+OwnedFile OpenSource(RelayedLog::Part part) {
+    OwnedFile log = OpenShared(RequestLogPath(), GENERIC_READ, OPEN_EXISTING);
+    if (part == RelayedLog::Part::fromNowOn) {
+        SetFilePointer(log.Get(), 0, nullptr, FILE_END);
+    }
+    return log;
+}
+
 } // namespace
 
-RelayedLog::RelayedLog(const std::wstring& copyPath)
-    : source(OpenShared(RequestLogPath(), GENERIC_READ, OPEN_EXISTING)),
-      target(OpenShared(copyPath, GENERIC_WRITE, CREATE_ALWAYS)),
+RelayedLog::RelayedLog(const std::wstring& copyPath, Part part)
+    : source(OpenSource(part)), target(OpenShared(copyPath, GENERIC_WRITE, CREATE_ALWAYS)),
       end(CreateEventW(nullptr, TRUE, FALSE, nullptr)), lose(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       lost(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       thread(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {}

@@ -10,7 +10,10 @@ namespace keyreap {
 // A copy of the session's request log that a thread keeps up to date, line by line, until Leave.
 class RelayedLog {
 public:
-    explicit RelayedLog(const std::wstring& copyPath);
+    // Of the whole log, or of what is written from now on.
+    enum class Part { all, fromNowOn };
+
+    explicit RelayedLog(const std::wstring& copyPath, Part part = Part::all);
     RelayedLog(const RelayedLog&) = delete;
     RelayedLog& operator=(const RelayedLog&) = delete;
     ~RelayedLog();

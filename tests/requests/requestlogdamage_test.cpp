@@ -34,12 +34,32 @@ TEST_F(RequestLogDamage, MissingLinesMakeTheSessionAFailureThatKeepsTheRest) {
     EXPECT_EQ(log.Setting(L"Second").size(), 1U);
 }
 
-TEST_F(RequestLogDamage, OnALogWithMissingLinesNothingStarts) {
+TEST_F(RequestLogDamage, AfterALogWithMissingLinesNothingStarts) {
+    ASSERT_EQ(relayed.Start(Session()), ERROR_SUCCESS);
+    EXPECT_EQ(relayed.Stop(), ERROR_SUCCESS);
+    DeleteFileW(LogFile().c_str());
     relay.LoseLines();
     EXPECT_EQ(relayed.Start(Session()), DWORD{ERROR_DISK_FULL});
     EXPECT_FALSE(testsupport::Exists(LogFile()));
     EXPECT_EQ(relayed.Start(Session()), DWORD{ERROR_DISK_FULL});
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
+}
+
+TEST_F(RequestLogDamage, LinesThatWereMissingBeforeTheFirstStartDoNotMatter) {
+    relay.LoseLines();
+    ASSERT_EQ(relayed.Start(Session()), ERROR_SUCCESS);
+    SetOne(scratch.Handle(), L"Value");
+    EXPECT_EQ(relayed.Stop(), ERROR_SUCCESS);
+    EXPECT_EQ(RecordedLog(LogFile()).Setting(L"Value").size(), 1U);
+}
+
+TEST_F(RequestLogDamage, ALogWithoutItsBeginningHasTheKeysThatWereOpen) {
+    const RelayedLog late(folder.File(L"late.log"), RelayedLog::Part::fromNowOn);
+    RequestLogger lateLogger(folder.File(L"late.log"));
+    ASSERT_EQ(lateLogger.Start(Session()), ERROR_SUCCESS);
+    SetOne(scratch.Handle(), L"Value");
+    EXPECT_EQ(lateLogger.Stop(), ERROR_SUCCESS);
+    EXPECT_EQ(RecordedLog(LogFile()).Setting(L"Value").size(), 1U);
 }
 
 // The next two take the program's own timeout.
