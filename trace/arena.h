@@ -40,8 +40,8 @@ private:
 };
 
 // A list of objects, side by side in an arena. Its sizes have 32 bits, to keep it small: no list here gets
-// longer.
-template <typename Object>
+// longer. `usualSize` objects are allocated at once: most lists never have more.
+template <typename Object, std::uint32_t usualSize = 4>
 class ArenaList {
     static_assert(std::is_trivially_copyable_v<Object> && std::is_trivially_destructible_v<Object>);
 
@@ -79,8 +79,6 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t usualSize = 4; // allocated at once: most lists never have more
-
     void Grow(Arena& arena) {
         const std::uint32_t next = std::max(2 * capacity, usualSize);
         Object* const larger = arena.Allocate<Object>(next);

@@ -57,7 +57,7 @@ void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields 
     }
     operation.keyPath = fields.name;
     ResolveKeyName(operation);
-    operations.push_back(operation);
+    operations.Add(operation);
 }
 
 std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHandle,
@@ -73,9 +73,11 @@ std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHa
 }
 
 void RegistryEventHandler::OnFinished() {
-    for (RegistryOperation& operation : operations) {
-        if (operation.keyHandle != 0) {
-            ResolveKeyName(operation);
+    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
+        for (RegistryOperation& operation : operations.Piece(number)) {
+            if (operation.keyHandle != 0) {
+                ResolveKeyName(operation);
+            }
         }
     }
     keyNames.clear();

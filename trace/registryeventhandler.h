@@ -2,6 +2,7 @@
 
 #include "platform/core/text/hash.h"
 #include "trace/arena.h"
+#include "trace/piecelist.h"
 #include "trace/registryfields.h"
 #include "trace/registryoperation.h"
 #include "trace/traceeventhandler.h"
@@ -12,7 +13,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
 namespace keyreap {
 
@@ -36,7 +36,7 @@ public:
     void ResolveKeyName(RegistryOperation& operation);
 
     // In the order of the events. The handler owns their texts.
-    const std::vector<RegistryOperation>& Operations() const { return operations; }
+    const PieceList<RegistryOperation>& Operations() const { return operations; }
 
 protected:
     // An operation of a watched process. Adds it to the list.
@@ -67,7 +67,7 @@ private:
     Place Normalize(std::wstring_view fullName);
 
     bool classesAsRoot;
-    std::vector<RegistryOperation> operations;
+    PieceList<RegistryOperation> operations;
     // The names of the handles of all processes. Nothing is removed before the end of the log.
     std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
     Arena texts; // of operations and places

@@ -175,6 +175,12 @@ void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations
     }
 }
 
+void RegistryLog::RecordOperations(const PieceList<RegistryOperation>& operations) {
+    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
+        RecordOperations(operations.Piece(number));
+    }
+}
+
 void RegistryLog::Record(const RegistryOperation& operation, Trail& trail) {
     RegistryLogNode& node = NodeFor(operation, trail);
     OperationList& list =

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trace/arena.h"
+#include "trace/piecelist.h"
 #include "trace/predefinedroot.h"
 #include "trace/registryoperation.h"
 #include "trace/replay/namemap.h"
@@ -38,11 +39,11 @@ class OperationList {
 public:
     void Append(const OperationEntry& entry, Arena& arena);
 
-    const ArenaList<OperationEntry>& Entries() const { return entries; }
+    const ArenaList<OperationEntry, 2>& Entries() const { return entries; }
     Outcome NetOutcome() const { return outcome; }
 
 private:
-    ArenaList<OperationEntry> entries;
+    ArenaList<OperationEntry, 2> entries; // most keys and values have no more
     Outcome outcome = Outcome::none;
 };
 
@@ -117,6 +118,7 @@ public:
     // Records the operations, in order. An operation without a key's name is dropped, and so is a failed one,
     // except a create that failed with STATUS_OBJECT_NAME_NOT_FOUND: it counts as a create.
     void RecordOperations(std::span<const RegistryOperation> operations);
+    void RecordOperations(const PieceList<RegistryOperation>& operations);
 
     // The node of a key, or null; GetOrAddNode creates missing nodes. Any root but the four stands for
     // HKEY_LOCAL_MACHINE. An empty path gives the root's node.

@@ -27,7 +27,7 @@ class RegistryEventHandlerTest : public testing::Test {
 protected:
     RegistryEventHandlerTest() { handler.AddWatchedProcess(ours); }
 
-    const std::vector<RegistryOperation>& Play(const TraceBuilder& trace) {
+    const PieceList<RegistryOperation>& Play(const TraceBuilder& trace) {
         trace.Play(handler);
         return handler.Operations();
     }
