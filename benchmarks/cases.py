@@ -11,6 +11,9 @@ KEYREAP = BUILD / "stage" / "bin" / "x64" / "Keyreap.exe"
 DRIVE_C = BUILD / "wine" / "base" / "drive_c"
 WINE = "/usr/bin/wine"
 
+VALUES = BUILD / "x64" / "benchmarks" / "manyvalues.dll"
+VALUES_KEY = "Software\\KeyreapBenchValues"
+
 SYSTEM = "C:\\windows\\system32\\"
 TREE = "HKCU\\Software\\Keyreap Bench"
 
@@ -91,6 +94,39 @@ def bare_traced(sizes, work):
         words = ["--list", windows_path(bare_list(work, module)), *bare_pair(work, module)]
         cases[module] = [["ours", [[WINE, windows_path(BARE), *words]]], ["other", [regsvr32(module)]]]
     return cases
+
+
+def with_values(count, words):
+    """A command in which manyvalues.dll writes that many values."""
+    return ["env", "KEYREAP_BENCH_VALUES=%d" % count, *words]
+
+
+def value_list(work, count, below):
+    """The list of these values for the bare steps: in the order in which Keyreap removes them, the newest first."""
+    file = work / ("values%d%s.list" % (count, below[:4]))
+    names = "".join("V%07d\n" % number for number in reversed(range(count)))
+    file.write_text("K%s%s\n%s" % (below, VALUES_KEY, names), encoding="utf-16-le")
+    return windows_path(file)
+
+
+def bare_values(work, count, mode):
+    option, below = ("--live", "") if mode == "trace" else ("--list", "HKCU\\")
+    words = [option, value_list(work, count, below), windows_path(VALUES), windows_path(work / "values.bare")]
+    return with_values(count, [WINE, windows_path(BARE), *words])
+
+
+def many_values(work, count, mode):
+    """A server of many values in one key, captured in a mode and by its bare steps."""
+    ours = [WINE, windows_path(KEYREAP), "extreg", windows_path(VALUES), windows_path(work / "values.reg"), mode]
+    return {"values": [["ours", [with_values(count, ours)]], ["other", [bare_values(work, count, mode)]]]}
+
+
+def long_log(sizes, work):
+    """A capture in a session that has a long request log, and the reading of that log."""
+    log = '"$WINEPREFIX/drive_c/windows/keyreap-requests.log"'
+    reading = [["bash", "-c", "cat " + log], ["bash", "-c", "stat -c %s " + log + ' > "$1"', "bash", str(work / "log.size")]]
+    ours = keyreap(work, sizes.modules[:1], "both")
+    return {"log": [["ours", [ours]], ["other", reading[:1]], ["size", reading[1:]]]}
 
 
 def many_servers(sizes, work):

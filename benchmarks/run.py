@@ -20,11 +20,15 @@ from cases import (
     TREE,
     bare_list,
     bare_traced,
+    bare_values,
     fill_tree,
+    long_log,
     many_servers,
+    many_values,
     nothing,
     of_all_sizes,
     redirected,
+    regsvr32,
     servers,
     single_server,
     tree,
@@ -56,6 +60,9 @@ class Sizes:
         self.big_log = 20_000 if quick else 17_800_000
         self.operations = 1_000 if quick else 1_000_000
         self.keys = 100 if quick else 100_000
+        self.values = [20, 40] if quick else [10_000, 100_000]
+        self.most_values = 60 if quick else 1_000_000
+        self.log_values = 10 if quick else 370_000
         self.tree_keys = 20 if quick else 10_000
         self.tree_values = 10
         self.repetitions, self.part_seconds = (1, 0.001) if quick else (9, 0.05)
@@ -169,6 +176,9 @@ def process_rows(table, sizes, work):
         for module in sizes.modules:
             ours, other = times[module]["ours"], times[module]["other"]
             table.add("one server, `%s`, %s; regsvr32" % (mode, module), "ms", ours * 1e3, other * 1e3, at_most=aim)
+    for module in sizes.modules:
+        ours, steps = traced[module]["ours"], bare[module]["ours"]
+        table.add("one server, `both`, %s; bare steps" % module, "ms", ours * 1e3, steps * 1e3, at_most=1.25)
     bounds = (
         ("start and end of the program; regsvr32", plain["nothing"]),
         ("the same, with a request log; regsvr32", traced["nothing"]),
@@ -186,6 +196,32 @@ def process_rows(table, sizes, work):
     table.add("its calls to the registry alone; reg export", "ms", big["enumerate"] * 1e3, big["export"] * 1e3)
     lines = len(entries_of(work / "written.reg")) / 1e3
     table.add("writer; reg export", "lines a ms", lines / big["write"], lines / big["export"], at_least=2)
+
+
+def values_row(table, sizes, work, count, mode, rounds, at_most=None):
+    name = "%s values in one key, `%s`; bare steps" % (format(count, ","), mode)
+    # The first program of a session waits for the start of Wine's own.
+    warm_up = [regsvr32(sizes.modules[0])]
+    cases = many_values(work, count, mode)
+    times = medians(in_session(work, {"values": rounds}, cases, warm_up, "--requests"))["values"]
+    captured = sum(line.startswith('"') for line in entries_of(work / "values.reg"))
+    removed = (work / "values.bare").read_text(encoding="utf-16-le").count("\n")
+    if (captured, removed) != (count, count + 1):
+        sys.exit("bench: %d of %d values were captured, %d read and removed" % (captured, count, removed - 1))
+    table.add(name, "ms", times["ours"] * 1e3, times["other"] * 1e3, at_most=at_most)
+
+
+def value_rows(table, sizes, work):
+    say("many values")
+    for mode in ("both", "trace"):
+        for count in sizes.values:
+            values_row(table, sizes, work, count, mode, sizes.long_rounds, at_most=1.2)
+    values_row(table, sizes, work, sizes.most_values, "both", 1)
+    fill = [bare_values(work, sizes.log_values, "both")]
+    times = medians(in_session(work, {"log": sizes.rounds}, long_log(sizes, work), fill, "--requests"))["log"]
+    size = int((work / "log.size").read_text()) / 1e6
+    name = "one server, `both`, after a request log of %d MB; reading of the log" % size
+    table.add(name, "ms", times["ours"] * 1e3, times["other"] * 1e3, at_most=1.5)
 
 
 def make_log(work, name, events, ours):
@@ -250,7 +286,7 @@ def part_rows(table, sizes, work):
         for events in sizes.logs:
             read = times["read/" + log_name(events, share)] / events * 1e9
             name = "replay of %s events, %d %% ours, each; read" % (format(events, ","), share)
-            table.add(name, "ns", of_event[events], read, at_most=4)
+            table.add(name, "ns", of_event[events], read, at_most=3 if share == 1 else 6)
         name = "the same, %s events; %s" % (format(sizes.logs[-1], ","), format(sizes.logs[0], ","))
         table.add(name, "ns", of_event[sizes.logs[-1]], of_event[sizes.logs[0]], at_most=1.1)
     none_of_ours = log_name(sizes.logs[-1], 0)
@@ -295,6 +331,7 @@ def main(work, *options):
     process_rows(table, sizes, work)
     say("commands")
     command_rows(table, sizes, work)
+    value_rows(table, sizes, work)
     part_rows(table, sizes, work)
     table.print()
     print("%d rows, %d missed" % (len(table.rows), table.missed))
