@@ -14,7 +14,7 @@ namespace keyreap {
 
 namespace {
 
-constexpr std::size_t chunkSize = std::size_t{1024} * 1024;
+constexpr std::size_t chunkSize = std::size_t{256} * 1024; // fits into the cache of a core
 
 bool IsPossibleBufferSize(std::uint32_t size) {
     return size != 0 && size <= etl::buffer::maximumSize && size % etl::buffer::sizeUnit == 0;

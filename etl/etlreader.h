@@ -18,7 +18,7 @@ struct EtlStatistics {
     std::uint64_t events = 0;
 };
 
-// Reads an event trace log buffer by buffer, about a megabyte at a time. Events come in file order. In a
+// Reads an event trace log buffer by buffer, about 256 KB at a time. Events come in file order. In a
 // circular log that has wrapped around, the oldest remaining buffer follows the buffers that are kept at the
 // start. A short last buffer is skipped, and so is the rest of a damaged buffer. No byte outside of the
 // source is read.
