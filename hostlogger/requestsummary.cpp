@@ -93,14 +93,20 @@ private:
         return true;
     }
 
+    bool AddKnownKey(std::uint32_t value, const ServerHandle& handle, const std::wstring& path) {
+        if (!path.starts_with(L'\\') || path.size() == 1) {
+            return false; // the server reports no such path
+        }
+        RequestKey(handle, handle.origin == KeyOrigin::program ? unknownHandle : 0, L"", false);
+        lines.append(requestword::openedKey).append(Escaped(path.substr(1))).append("\n");
+        AnswerKey(handle, value);
+        return true;
+    }
+
     bool AddKey(const ServerProcess& process, std::uint32_t value, const ServerHandle& handle) {
         const OpenKey& key = *handle.key;
-        if (key.KnownPath()) {
-            const std::wstring& path = *key.KnownPath();
-            RequestKey(handle, handle.origin == KeyOrigin::program ? unknownHandle : 0, L"", false);
-            lines.append(requestword::openedKey).append(Escaped(path.substr(1))).append("\n");
-            AnswerKey(handle, value);
-            return path.starts_with(L'\\') && path.size() > 1;
+        if (const auto& path = key.KnownPath()) {
+            return AddKnownKey(value, handle, *path);
         }
         if (!key.Parent()) {
             RequestKey(handle, handle.origin == KeyOrigin::program ? unknownHandle : 0, key.AskedName(),

@@ -2,11 +2,14 @@
 #include "etl/etlwriter.h"
 #include "etl/registryevent.h"
 #include "hostlogger/requestrecorder.h"
+#include "hostlogger/requestsummary.h"
 #include "platform/os/littleendian.h"
 #include "tests/native/fuzzinput.h"
 
 #include <array>
 #include <set>
+#include <sstream>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -184,6 +187,24 @@ std::string RawLine(fuzz::Input& input) {
     return line;
 }
 
+// Whatever the log, its summary is read to its end.
+void CheckSummary(const RequestTracker& tracker, KeyFacts& facts) {
+    constexpr std::string_view mark = R"(\REGISTRY\Keyreap mark 32 9)";
+    std::string summary;
+    if (!AppendSummary(tracker, mark, summary)) {
+        fuzz::Require(summary.empty());
+        return;
+    }
+    RequestTracker resumed(facts);
+    resumed.AwaitSummary(mark);
+    std::istringstream lines(summary);
+    for (std::string line; std::getline(lines, line);) {
+        resumed.Feed(line, nullptr);
+    }
+    fuzz::Require(!resumed.AwaitsSummary());
+    fuzz::Require(resumed.Processes().All().size() == tracker.Processes().All().size());
+}
+
 } // namespace
 
 // The input is a registry, then the lines of a request log: verbatim, or as fillings of templates; with or
@@ -207,6 +228,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (!input.IsEmpty()) {
         tracker.Feed(raw ? RawLine(input) : FilledLine(input), &listener);
     }
+    CheckSummary(tracker, registry);
     recorder.RunDown(tracker);
     fuzz::Require(writer.Finish(9));
     CheckLog(log, writer);
