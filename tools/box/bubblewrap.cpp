@@ -33,8 +33,14 @@ constexpr std::initializer_list<const char*> systemFolders = {"/usr/lib/x86_64-l
 // Folders and files of /proc that root may write to by its number alone, without a capability. Bubblewrap
 // covers those only whose folder is writable itself.
 constexpr std::initializer_list<const char*> kernelSettings = {
-    "/proc/sys",  "/proc/sysrq-trigger", "/proc/irq",    "/proc/bus", "/proc/fs",
-    "/proc/acpi", "/proc/scsi",          "/proc/driver", "/proc/tty", "/proc/mtrr"};
+    "/proc/sys",  "/proc/sysrq-trigger", "/proc/irq", "/proc/bus",  "/proc/fs",      "/proc/acpi",
+    "/proc/scsi", "/proc/driver",        "/proc/tty", "/proc/mtrr", "/proc/pressure"};
+
+// What /proc has of the whole machine for root, whose words and keys may be secret.
+constexpr std::initializer_list<const char*> secrets = {
+    "/proc/cmdline",    "/proc/keys",       "/proc/key-users",   "/proc/kcore",
+    "/proc/kpagecount", "/proc/kpageflags", "/proc/kpagecgroup", "/proc/sched_debug",
+    "/proc/slabinfo",   "/proc/timer_list", "/proc/vmallocinfo"};
 
 constexpr const char* displaySockets = "/tmp/.X11-unix/X";
 
@@ -96,6 +102,11 @@ void AddPlaces(BoxPlaces& places, const BoxWords& words) {
     places.Put("/proc", {"--proc", "/proc"});
     for (const char* path : kernelSettings) {
         places.Put(path, {"--ro-bind-try", path, path});
+    }
+    for (const char* path : secrets) {
+        if (std::filesystem::exists(path)) {
+            places.Put(path, {"--ro-bind", "/dev/null", path});
+        }
     }
     places.Put("/dev", {"--dev", "/dev"});
     // Memory that is mapped from it stays, like anonymous shared memory (callfilter.cpp).

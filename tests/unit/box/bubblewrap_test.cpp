@@ -65,6 +65,10 @@ TEST_F(BubblewrapTest, TheKernelsSettingsCanOnlyBeRead) {
     EXPECT_LT(std::find(all.begin(), all.end(), "/proc"), std::find(all.begin(), all.end(), "/proc/sys"));
 }
 
+TEST_F(BubblewrapTest, TheMachinesBootWordsAreHidden) {
+    EXPECT_TRUE(Has(Made(), {"--ro-bind", "/dev/null", "/proc/cmdline"}));
+}
+
 TEST_F(BubblewrapTest, TheNotesOfTheScriptsAreHidden) {
     words.hidden = Path("prefix/notes");
     const Words all = Made();
