@@ -10,12 +10,21 @@ box_report() {
 end_box() {
     local word text report=()
     [[ ! -f $(box_report "$1") ]] || mapfile -t report <"$(box_report "$1")"
+    ((${#report[@]} > 0)) || end_beginnings "$1"
     for word in "${report[@]}"; do
         text=${word#* }
         case $word in
         first\ *) await_end "$text" ;;
         group\ *) rmdir "$text" 2>/dev/null || true ;;
         esac
+    done
+}
+
+# end_beginnings PREFIX: kills what is left of a box that hadn't begun yet when its own program was killed.
+end_beginnings() {
+    local file
+    { grep -lzxF -- "$1" /proc/[0-9]*/cmdline 2>/dev/null || true; } | while IFS=/ read -r _ _ file _; do
+        [[ $(readlink "/proc/$file/exe" 2>/dev/null) != */bwrap ]] || await_end "$file"
     done
 }
 

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <utility>
 #include <vector>
 
@@ -118,6 +119,19 @@ Attempt::Attempt(const BoxWords& words, bool hasUsers, const ControlGroup& group
     }
 }
 
+// If bwrap ends early, the first process of its box becomes a child of this process, and waits for bwrap for
+// ever.
+void Attempt::EndChildren() {
+    kill(process, SIGKILL);
+    Await(process);
+    std::ifstream children("/proc/thread-self/children");
+    for (pid_t child = 0; children >> child;) {
+        if (child != filter) {
+            kill(child, SIGKILL);
+        }
+    }
+}
+
 void Attempt::ReadSigns() {
     constexpr int interval = 20; // milliseconds between two looks for a signal
     const sigset_t signals = EndingSignals();
@@ -126,7 +140,7 @@ void Attempt::ReadSigns() {
     for (;;) {
         if (!isEnded && sigtimedwait(&signals, nullptr, &now) != -1) {
             isEnded = true;
-            kill(process, SIGKILL);
+            EndChildren();
         }
         pollfd end = {begun.readEnd, POLLIN, 0};
         if (poll(&end, 1, interval) > 0) {
@@ -198,8 +212,8 @@ void Attempt::BecomeBubblewrap(const BoxWords& words, bool hasUsers) {
                         {errors.writeEnd, STDERR_FILENO}});
     std::vector<std::string> command = BubblewrapCommand(self);
     command.insert(command.end(),
-                   {"inside", words.server, words.log.file, std::to_string(words.ceilings.threads),
-                    std::to_string(words.ceilings.file)});
+                   {"inside", words.prefix, words.server, words.log.file,
+                    std::to_string(words.ceilings.threads), std::to_string(words.ceilings.file)});
     command.insert(command.end(), words.command.begin(), words.command.end());
     Become(command);
 }

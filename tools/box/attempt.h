@@ -38,6 +38,7 @@ public:
 
 private:
     void ReadSigns();
+    void EndChildren();
     void StartFilter(const RequestLog& log);
     void Start(const BoxWords& words, bool hasUsers, const ControlGroup& group);
     [[noreturn]] void BecomeBubblewrap(const BoxWords& words, bool hasUsers);

@@ -24,12 +24,13 @@ constexpr int longestStart = 5000; // looks at the log, two milliseconds apart
 
 // The words before the command.
 struct InsideWords {
+    const char* prefix; // by which the keeper of the session knows this process
     const char* server;
     const char* log; // empty if there is none
     const char* threads;
     const char* fileSize;
 };
-constexpr std::size_t wordsBeforeCommand = 4;
+constexpr std::size_t wordsBeforeCommand = 5;
 
 void SetLimit(__rlimit_resource resource, const char* text) {
     if (const rlim_t value = std::strtoull(text, nullptr, 10); value != 0) {
@@ -106,7 +107,7 @@ int RunInside(std::span<char* const> words) {
     if (words.size() <= wordsBeforeCommand) {
         return notStarted;
     }
-    const InsideWords own = {words[0], words[1], words[2], words[3]};
+    const InsideWords own = {words[0], words[1], words[2], words[3], words[4]};
     dup2(boxdescriptor::errors, STDERR_FILENO);
     static_cast<void>(!write(boxdescriptor::begun, "", 1));
     KeepFromOthers(STDERR_FILENO + 1);

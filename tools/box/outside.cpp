@@ -96,10 +96,11 @@ public:
         for (const bool hasUsers : {true, false}) {
             if (hasUsers || geteuid() == 0) {
                 Attempt attempt(words, hasUsers, group);
-                if (attempt.HasBegun()) {
+                if (attempt.HasBegun() && !attempt.IsEnded()) {
                     return StatusOf(attempt);
                 }
                 if (attempt.IsEnded()) {
+                    attempt.AwaitFilter();
                     EndAll(FirstProcessIn(attempt.Information()));
                     Report("ended", "");
                     return boxFailed;
