@@ -8,7 +8,7 @@
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
-for part in words unplaced; do
+for part in wine words unplaced; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done
