@@ -10,6 +10,8 @@ namespace keyreap {
 namespace {
 
 constexpr std::uint32_t exportDirectoryIndex = 0; // of the data directories
+constexpr std::uint32_t importDirectoryIndex = 1;
+constexpr std::uint32_t delayImportDirectoryIndex = 13;
 constexpr std::uint16_t dllCharacteristic = 0x2000;
 constexpr std::uint32_t manifestType = 24; // RT_MANIFEST
 
@@ -59,6 +61,21 @@ std::vector<std::uint16_t> ImageHeaders::TypeLibraries() const {
         }
     }
     return numbers;
+}
+
+std::vector<std::string_view> ImageHeaders::Libraries() const {
+    std::vector<std::string_view> names;
+    const auto resolve = [this](std::uint32_t rva) { return view.PlaceInSections(rva); };
+    const auto add = [&](std::uint32_t index, auto tableAt) {
+        const std::byte* const first = areThere ? resolve(view.DirectoryAddress(index)) : nullptr;
+        if (first != nullptr) {
+            const std::vector<std::string_view> more = DllNames(view, tableAt(first), resolve);
+            names.insert(names.end(), more.begin(), more.end());
+        }
+    };
+    add(importDirectoryIndex, DescriptorTable::Imports);
+    add(delayImportDirectoryIndex, DescriptorTable::DelayImports);
+    return names;
 }
 
 bool ImageHeaders::HasManifest() const {

@@ -41,6 +41,10 @@ public:
     // the directory. The lowest one belongs to the file's name without a number.
     std::vector<std::uint16_t> TypeLibraries() const;
 
+    // The names of the libraries that are loaded with the image, or when one of their functions is first
+    // called.
+    std::vector<std::string_view> Libraries() const;
+
     // True if there is a resource of the type RT_MANIFEST (24 in winuser.h).
     bool HasManifest() const;
 

@@ -81,6 +81,13 @@ TEST_P(ImageHeadersOfBothForms, TypeLibrariesHaveTheirNumbers) {
 INSTANTIATE_TEST_SUITE_P(Forms, ImageHeadersOfBothForms,
                          testing::Values(ImageBits::bits32, ImageBits::bits64));
 
+TEST_P(ImageHeadersOfBothForms, LibrariesAreThoseOfBothTables) {
+    EXPECT_THAT(HeadersOf(ImageBuilder(GetParam()).Build().bytes).Libraries(), IsEmpty());
+    const BuiltImage image = ImageBuilder(GetParam()).Imports({"a.dll", "b"}).DelayImports({"c.dll"}).Build();
+    EXPECT_THAT(HeadersOf(image.bytes).Libraries(), ElementsAre("a.dll", "b", "c.dll"));
+    EXPECT_THAT(HeadersOf("MZ").Libraries(), IsEmpty());
+}
+
 TEST(ImageHeadersTest, OtherResourcesAreNoTypeLibraries) {
     EXPECT_THAT(HeadersOf(ImageBuilder().Version("data").Build().bytes).TypeLibraries(), IsEmpty());
     BuiltImage image = ImageBuilder().TypeLibraries({1}).Build();
