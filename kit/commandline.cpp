@@ -18,6 +18,7 @@ int RunCommandLine(std::vector<std::string> words) {
     int status = statusWhole;
     CLI::App app("Turns captured registry entries into what an installer carries.", "keykit");
     app.require_subcommand(1);
+    AddCapture(app, status);
     AddEmit(app, status);
     AddLint(app, status);
     AddCheck(app, status);

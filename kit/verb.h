@@ -18,6 +18,9 @@ inline constexpr int statusRefused = 2;    // a wrong argument, or a file that c
 // One line on standard error, whatever names and data of captures are in the sentence.
 void Say(const std::string& sentence);
 
+// capture: captures many servers, each in a session of its own.
+void AddCapture(CLI::App& app, int& status);
+
 // emit: makes a part of an installer from captures.
 void AddEmit(CLI::App& app, int& status);
 
