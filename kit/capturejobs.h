@@ -8,10 +8,8 @@
 
 namespace keyreap {
 
-// A command that captures one server.
-struct CaptureJob {
-    std::vector<std::string> command;
-};
+// What captures one server, in a process of its own; returns the exit status of that.
+using CaptureJob = std::function<int()>;
 
 struct CaptureJobResult {
     std::optional<int> status; // none if it was ended

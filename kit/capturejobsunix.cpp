@@ -81,7 +81,7 @@ public:
             ThrowError("a process can't be made");
         }
         if (process == 0) {
-            Become(job.command, ends[1], cores.empty() ? -1 : cores[slot % cores.size()], parent);
+            Become(job, ends[1], cores.empty() ? -1 : cores[slot % cores.size()], parent);
         }
         close(ends[1]);
         pipe = ends[0];
@@ -122,8 +122,7 @@ public:
     std::string text;
 
 private:
-    [[noreturn]] static void Become(const std::vector<std::string>& command, int errors, int core,
-                                    pid_t parent) {
+    [[noreturn]] static void Become(const CaptureJob& job, int errors, int core, pid_t parent) {
         sigset_t none;
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -140,13 +139,7 @@ private:
         dup2(nothing, STDIN_FILENO);
         dup2(nothing, STDOUT_FILENO);
         dup2(errors, STDERR_FILENO);
-        std::vector<char*> pointers;
-        for (const std::string& word : command) {
-            pointers.push_back(const_cast<char*>(word.c_str()));
-        }
-        pointers.push_back(nullptr);
-        execv(pointers.front(), pointers.data());
-        _exit(notStarted);
+        _exit(job());
     }
 
     const Clock::time_point begun;

@@ -13,7 +13,7 @@ struct CaptureWords {
     std::string mode = "both";
     std::string folder;        // for the captures; empty for the current one
     std::string json;          // the file for the summary, or "-"; empty for none
-    std::size_t jobs = 0;      // 0: as many as there are processors
+    std::size_t jobs = 0;      // 0: as fits the processors
     std::size_t timeout = 120; // seconds; 0 for no end
     bool resumes = false;
     bool takesPrograms = false;

@@ -5,11 +5,14 @@
 #include "kit/capturerecord.h"
 #include "kit/captureservers.h"
 #include "kit/hostfiles.h"
+#include "kit/quicksession.h"
 #include "kit/refusal.h"
 #include "kit/serversearch.h"
 #include "kit/terminalline.h"
 #include "kit/verb.h"
 #include "kit/verbfiles.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -34,8 +37,11 @@ std::string Variable(const char* name) {
     return text;
 }
 
-std::size_t JobsOf(const CaptureWords& words) {
-    return words.jobs != 0 ? words.jobs : std::max(1U, std::thread::hardware_concurrency());
+// A session waits for its own processes during half of its time. The next one begins meanwhile, unless it
+// takes a prefix of the pool, which has one a processor.
+std::size_t JobsOf(const CaptureWords& words, bool hasPlaces) {
+    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    return words.jobs != 0 ? words.jobs : processors * (hasPlaces ? 2 : 1);
 }
 
 void MakeFolder(const std::string& folder) {
@@ -66,7 +72,7 @@ public:
           servers(ServersOf(words.servers, words.takesPrograms)), begun(Clock::now()) {
         run.mode = words.mode;
         run.version = Variable("KEYKIT_CAPTURE_VERSION");
-        run.jobs = JobsOf(words);
+        run.jobs = JobsOf(words, places.has_value());
         if (servers.empty()) {
             throw Refusal("capture: there is no server in these folders");
         }
@@ -78,13 +84,16 @@ public:
     int Run() {
         LeaveOutUnchanged();
         // Each session that runs at once needs a prefix of its own.
-        setenv("KEYREAP_POOL_SIZE", std::to_string(std::max<std::size_t>(run.jobs, PoolSize())).c_str(), 1);
+        setenv("KEYREAP_POOL_SIZE", std::to_string(std::max(run.jobs, PoolSize())).c_str(), 1);
         const CaptureJobSinks sinks = {
             [this](std::size_t place) { return Begin(pending[place]); },
             [this](std::size_t place, const CaptureJobResult& result) { End(pending[place], result); },
             [this] { ShowProgress(); }};
         if (!RunCaptureJobs(pending.size(), {run.jobs, words.timeout}, sinks)) {
             line.Clear();
+            for (const std::size_t i : pending) {
+                RemoveEmpty(run.outcomes[i].capture, wasThere[i]);
+            }
             EndBySignal();
         }
         line.Clear();
@@ -117,6 +126,7 @@ private:
             run.outcomes.push_back(std::move(outcome));
         }
         states.resize(servers.size());
+        wasThere.resize(servers.size(), true);
     }
 
     void LeaveOutUnchanged() {
@@ -135,11 +145,36 @@ private:
         MakeFolder(fs::absolute(capture).parent_path().string());
         // It isn't what this server registers until it is made again.
         Keep(record->Remove(captures[i]));
-        return {{command, "--ready", "extreg", servers[i].word, capture, run.mode}};
+        wasThere[i] = IsThere(capture);
+        return [this, i] { return Capture(servers[i].word, run.outcomes[i].capture); };
+    }
+
+    // In a process of its own.
+    int Capture(const std::string& server, const std::string& capture) const {
+        if (places) {
+            const bool wasThere = IsThere(capture);
+            if (const std::optional<int> status = CaptureInQuickSession(*places, server, capture, run.mode)) {
+                return *status;
+            }
+            RemoveEmpty(capture, wasThere);
+        }
+        execl(command.c_str(), command.c_str(), "--ready", "extreg", server.c_str(), capture.c_str(),
+              run.mode.c_str(), nullptr);
+        constexpr int notStarted = 127;
+        return notStarted;
+    }
+
+    // What a capture that failed has left for its file.
+    static void RemoveEmpty(const std::string& capture, bool wasThere) {
+        std::error_code error;
+        if (!wasThere && fs::is_regular_file(capture, error) && fs::file_size(capture, error) == 0) {
+            fs::remove(capture, error);
+        }
     }
 
     void End(std::size_t i, const CaptureJobResult& result) {
         CaptureOutcome& outcome = run.outcomes[i];
+        RemoveEmpty(outcome.capture, wasThere[i]);
         outcome.status = result.status;
         outcome.seconds = result.seconds;
         outcome.sentences = SentencesIn(result.text);
@@ -189,7 +224,9 @@ private:
     BatchRun run;
     std::vector<std::string> captures; // their names below the folder
     std::vector<CaptureDone> states;
+    std::vector<bool> wasThere; // the captures' files, when their sessions began
     std::vector<std::size_t> pending;
+    const std::optional<SessionPlaces> places = NamedSessionPlaces();
     std::optional<CaptureRecord> record;
     TerminalLine line;
     std::size_t ended = 0;

@@ -16,7 +16,7 @@ void AddCapture(CLI::App& app, int& status) {
         app.add_subcommand("capture", "Captures many servers, each in a session of its own.");
     verb->add_option("SERVER", words->servers, "The servers' files, and folders of servers")->required();
     verb->add_option("--jobs", words->jobs,
-                     "How many sessions run at once; as many as processors without this word")
+                     "How many sessions run at once; two a processor without this word")
         ->check(CLI::Range(1, mostJobs));
     verb->add_option("--mode", words->mode, "How they are captured")
         ->check(CLI::IsMember(std::vector<std::string>{"keyRedir", "trace", "both"}));

@@ -5,8 +5,8 @@
 PACKAGING=$ROOT/packaging
 
 # The scripts that an installed `keyreap` and the examples' walk.sh source or run.
-INSTALLED_SCRIPTS=(base box boxend build common explain host identity isolation live mixedkeys notes options packages paths probe probed
-    reasons report requests session session-keeper setup startup tools unplaced wine wine-session words)
+INSTALLED_SCRIPTS=(base box boxend build captures common explain host identity isolation live mixedkeys notes options packages
+    paths probe probed reasons report requests session session-keeper setup startup tools unplaced wine wine-session words)
 
 # lay_out_package FOLDER
 lay_out_package() {

@@ -74,7 +74,7 @@ class Desk:
 
     def nothing_is_left(self):
         assert self.processes() == []
-        assert [file for prefix in self.pool.glob("[0-9]*") if prefix.is_dir() for file in prefix.iterdir()] == []
+        assert [file for prefix in self.pool.iterdir() if prefix.is_dir() for file in prefix.iterdir()] == []
         assert not list(self.out.rglob("*.new"))
 
 
@@ -143,6 +143,32 @@ def test_the_captures_are_those_of_keyreap_byte_by_byte(desk, mode):
         alone = desk.alone(desk.servers / name, expected, mode)
         assert (desk.out / name).with_suffix(".reg").read_bytes() == expected.read_bytes()
         assert alone.returncode == 0
+
+
+def test_a_plain_capture_of_root_needs_no_script_and_a_failure_does(desk):
+    server = desk.add("server.dll", THERMOMETER)
+    desk.capture(server)
+    assert bool(list(desk.pool.glob("*.lock"))) == (os.geteuid() != 0)
+    desk.capture(desk.add("text.dll", b"text"), status=1)
+    assert list(desk.pool.glob("*.lock"))
+
+
+@pytest.mark.parametrize("name, value", [("KEYREAP_SANDBOX", "off"), ("KEYREAP_HOST", "capitals")])
+def test_what_a_caller_decides_about_sessions_is_decided_here_too(desk, name, value):
+    server = desk.add("server.dll", THERMOMETER)
+    desk.variables[name] = value
+    assert desk.capture(server) == {"server.reg": "captured"}
+    assert list(desk.pool.glob("*.lock"))
+
+
+def test_a_capture_keeps_its_mode_and_an_older_file_is_replaced(desk):
+    server = desk.add("server.dll", THERMOMETER)
+    desk.out.mkdir()
+    capture = desk.out / "server.reg"
+    capture.write_bytes(b"old and longer than nothing")
+    capture.chmod(0o640)
+    desk.capture(server)
+    assert capture.read_bytes().startswith(b"\xff\xfe") and capture.stat().st_mode & 0o777 == 0o640
 
 
 def test_equal_names_do_not_collide(desk):
