@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # What `keykit capture` has to know of sessions. Sourced after setup.sh.
 
-for part in notes box; do
+for part in notes boxend box; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"
 done
