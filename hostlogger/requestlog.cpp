@@ -149,13 +149,13 @@ RequestLog::Progress RequestLog::FeedLines(KeyRequestListener* listener, std::ws
 }
 
 RequestLog::Progress RequestLog::ReadUntil(KeyRequestListener* listener, std::wstring_view mark,
-                                           unsigned patience) {
+                                           unsigned longest) {
     ULONGLONG lastGrowth = GetTickCount64();
     Progress progress = FeedLines(listener, mark);
     while (progress == Progress::waits) {
         if (ReadSome()) {
             lastGrowth = GetTickCount64();
-        } else if (GetTickCount64() - lastGrowth >= patience) {
+        } else if (GetTickCount64() - lastGrowth >= longest) {
             break;
         } else {
             Sleep(pause);

@@ -59,7 +59,7 @@ private:
     bool ReadSome();
     void GoTo(std::int64_t offset);
     Progress FeedLines(KeyRequestListener* listener, std::wstring_view mark);
-    Progress ReadUntil(KeyRequestListener* listener, std::wstring_view mark, unsigned patience);
+    Progress ReadUntil(KeyRequestListener* listener, std::wstring_view mark, unsigned longest);
     Progress ReadSummary(const std::wstring& mark, std::int64_t end);
 
     std::wstring path;

@@ -71,7 +71,8 @@ HRESULT Created(const std::wstring& clsid, CLSCTX context) {
     IUnknown* object = nullptr;
     HRESULT result = CLSIDFromString(clsid.c_str(), &id);
     if (SUCCEEDED(result)) {
-        result = CoCreateInstance(id, nullptr, context, IID_IUnknown, reinterpret_cast<void**>(&object));
+        result = CoCreateInstance(id, nullptr, static_cast<DWORD>(context), IID_IUnknown,
+                                  reinterpret_cast<void**>(&object));
     }
     if (object != nullptr) {
         object->Release();
