@@ -45,8 +45,8 @@ TEST_F(RequestLogDamage, AfterALogWithMissingLinesNothingStarts) {
     EXPECT_EQ(logger.Start(Session()), ERROR_SUCCESS);
 }
 
-// Where a 32-bit program has asked for keys, only a look into the registry shows which ones they are. The filter can't look, so
-// this log has no summary, and it is read from its first line.
+// Where a 32-bit program has asked for keys, only a look into the registry shows which ones they are. The
+// filter can't look, so this log has no summary, and it is read from its first line.
 constexpr bool hasSummary = sizeof(void*) == 8;
 
 TEST_F(RequestLogDamage, LinesThatWereMissingBeforeTheFirstStartDoNotMatterWhereTheLogHasASummary) {
