@@ -9,8 +9,8 @@
 SANDBOX=${KEYREAP_SANDBOX-}
 SESSION_BOX=$BUILD/tools/sessionbox
 OBSERVER=$BUILD/tools/observer
-# In megabytes. The check after a run reads its results.
-LARGEST_FILE=512
+# In megabytes: twice the largest log of a trace.
+LARGEST_FILE=4096
 BOX='' BOX_PROCESS=''
 
 # The programs themselves: those in /usr/bin are scripts, and a box has no shell.
@@ -52,7 +52,7 @@ check_passed() {
 # variables, both separated by colons.
 take_callers_places() {
     local words word
-    IFS=: read -ra words <<<"${KEYREAP_SEE-}"
+    IFS=: read -r -d '' -a words < <(printf '%s\0' "${KEYREAP_SEE-}")
     for word in "${words[@]}"; do
         check_seen "$word"
         PLACES+=(--see "$word")

@@ -27,7 +27,7 @@ report() {
     [[ ! -s $1 || $2 != [01] ]] || end=whole
     [[ ! -s $1 || $2 != 2 ]] || end=refused
     [[ $end != whole ]] || printable <"$1"
-    [[ -z $KEYREAP_CEILING ]] || fail "$KEYREAP_CEILING"
+    [[ -z ${KEYREAP_CEILING-} ]] || fail "$KEYREAP_CEILING"
     [[ -z $KEYREAP_UNPLACED ]] || fail "this can't be relied on, since $KEYREAP_UNPLACED; see docs/hosts.md"
     case $end in
     whole) exit "$2" ;;

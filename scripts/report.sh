@@ -20,7 +20,7 @@ unplaced=$KEYREAP_UNPLACED
 reader=plain
 [[ -n $unplaced || ! -t 2 ]] || reader=terminal
 take_records report "$reader" "${@:3}"
-[[ -z $KEYREAP_CEILING ]] || fail "$KEYREAP_CEILING"
+[[ -z ${KEYREAP_CEILING-} ]] || fail "$KEYREAP_CEILING"
 [[ -z $KEYREAP_MIXED_KEYS ]] || say "$KEYREAP_MIXED_KEYS"
 [[ -z $unplaced ]] || fail "$(unplaced_sentence "$unplaced")"
 exit "$OWN_STATUS"

@@ -144,7 +144,8 @@ RegContents ContentsOfText(std::u16string_view text) {
 }
 
 RegContents ContentsOfBytes(std::span<const std::byte> bytes) {
-    if (bytes.size() < 2 || bytes.size() % 2 != 0 || bytes[0] != std::byte{0xFF} ||
+    constexpr std::size_t largest = std::size_t{1} << 30;
+    if (bytes.size() < 2 || bytes.size() > largest || bytes.size() % 2 != 0 || bytes[0] != std::byte{0xFF} ||
         bytes[1] != std::byte{0xFE}) {
         return {};
     }
