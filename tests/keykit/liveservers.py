@@ -82,7 +82,8 @@ def asked(folder, bitness, request, *options):
     """The answers to a request, in a session of its own, but the first one, which is the bitness."""
     file = folder / "request.json"
     file.write_text(json.dumps(request))
-    result = subprocess.run([LIVE, ARCHITECTURES[bitness], file, *options], capture_output=True, stdin=subprocess.DEVNULL, timeout=120)
+    words = [LIVE, ARCHITECTURES[bitness], file, "--see", ROOT / "build", "--write", folder, *options]
+    result = subprocess.run(words, capture_output=True, stdin=subprocess.DEVNULL, timeout=120)
     answers = [json.loads(line) for line in result.stdout.decode().splitlines()]
     assert answers[0] == {"bitness": bitness}
     return answers[1:]

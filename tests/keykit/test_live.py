@@ -130,10 +130,10 @@ def test_keys_have_their_physical_names_and_a_process_reads_those_of_its_bitness
 def test_odd_names_and_types_are_answered(tmp_path, bitness):
     server = linked(tmp_path, bitness, "server.dll", NAMING)
     answers = taken(tmp_path, bitness, SNAPSHOT, call(server), DIFFERENCE)
-    values = [{"name": "", **data(0, b"")}, {"name": '\ufffd \U0001f600"\\', **data(0x1234, b"\0\xff")}]
+    values = [{"name": "", **data(0, b"")}, {"name": '\ufffdDC00 \U0001f600"\\', **data(0x1234, b"\0\xff")}]
     assert answers[1:] == [
         [{"result": 0}, {"status": 0}],
-        [key("HKEY_CURRENT_USER\\Software\\Odd/name \ufffd", *values, created=True)],
+        [key("HKEY_CURRENT_USER\\Software\\Odd/name \ufffdD800", *values, created=True)],
     ]
 
 
