@@ -174,7 +174,7 @@ def test_the_second_command_works_where_it_is_unpacked(package, tmp_path):
 def test_the_usage_names_the_installed_command(package):
     result = run(package.tree / "usr/bin/keyreap", "--help")
     assert (result.returncode, result.stdout) == (0, "")
-    assert result.stderr.startswith("keyreap: usage: keyreap extreg ")
+    assert result.stderr.startswith("keyreap: usage: keyreap [--see FOLDER] ")
 
 
 SAME_CACHE = """
