@@ -116,8 +116,8 @@ make_outputs() {
     STAND_INS=()
     for file in "$@"; do
         if [[ ! -e $file ]]; then
+            { : >"$file"; } 2>/dev/null || continue
             tell_keeper created "$(realpath -m -- "$file")"
-            { : >"$file"; } 2>/dev/null || true
         elif ((EUID == 0)) && [[ -f $file && ! -O $file ]] && ! without_rights test -w "$file"; then
             cp "$file" "$(stand_in "${#STAND_INS[@]}")"
             touch -d @0 "$(stand_in "${#STAND_INS[@]}")"
