@@ -43,8 +43,9 @@ for path in "${created[@]}"; do
     [[ -s $path ]] || rm -f "$path"
 done
 if ((${#modes[@]} > 0)); then
-    while IFS=' ' read -r -d '' mode path; do
-        [[ $mode == "${modes[$path]}" ]] || chmod "${modes[$path]}" "$path"
+    while IFS= read -r -d '' text; do
+        path=${text#* }
+        [[ ${text%% *} == "${modes[$path]}" ]] || chmod "${modes[$path]}" "$path"
     done < <(stat -L --printf '%a %n\0' -- "${!modes[@]}" 2>/dev/null)
 fi
 [[ ${2-} != discard ]] || discard_session "$1"

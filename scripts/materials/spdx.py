@@ -16,7 +16,6 @@ DOCUMENT_ID = "SPDXRef-DOCUMENT"
 OWN_LICENCE = "MIT"
 AUTHORS = "Organization: The Keyreap authors"
 DISTRIBUTION = "Organization: Debian"
-NAMESPACE = "https://spdx.org/spdxdocs/%s-%s"
 
 
 def document(bill, version, seconds):
@@ -36,8 +35,8 @@ def document(bill, version, seconds):
         "hasExtractedLicensingInfos": writer.licences(),
         "relationships": writer.relationships(),
     }
-    digest = uuid.uuid5(uuid.NAMESPACE_URL, json.dumps(result))
-    result["documentNamespace"] = NAMESPACE % (bill.path.name, digest)
+    # Any unique URI will do (SPDX 2.3, 6.5), and the contents give the same one each time.
+    result["documentNamespace"] = uuid.uuid5(uuid.NAMESPACE_OID, json.dumps(result)).urn
     return json.dumps(result, indent=1, ensure_ascii=False) + "\n"
 
 

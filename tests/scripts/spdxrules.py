@@ -82,7 +82,7 @@ DOCUMENT = record(
         "spdxVersion": {"const": "SPDX-2.3"},
         "dataLicense": {"const": "CC0-1.0"},
         "name": text(),
-        "documentNamespace": text(r"^[a-z]+://[^#\s]+$"),
+        "documentNamespace": text(r"^urn:uuid:[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}$"),
         "creationInfo": record({"created": text(r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$"), "creators": some(AGENT)}),
         "packages": some(PACKAGE),
     },

@@ -2,6 +2,7 @@
 
 #include "tools/box/bubblewrap.h"
 #include "tools/box/callfilter.h"
+#include "tools/box/endingsignals.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -29,15 +30,6 @@ void Await(pid_t& process) {
         }
         process = -1;
     }
-}
-
-sigset_t EndingSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
-        sigaddset(&signals, signal);
-    }
-    return signals;
 }
 
 void AllowSignals() {

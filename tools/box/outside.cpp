@@ -3,6 +3,7 @@
 #include "tools/box/attempt.h"
 #include "tools/box/controlgroup.h"
 #include "tools/box/descriptors.h"
+#include "tools/box/endingsignals.h"
 #include "tools/box/processtree.h"
 
 #include <sys/prctl.h>
@@ -24,11 +25,8 @@ constexpr long interval = 200'000'000; // nanoseconds between two looks at what 
 
 // What the program waits for.
 sigset_t AwaitedSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
-        sigaddset(&signals, signal);
-    }
+    sigset_t signals = EndingSignals();
+    sigaddset(&signals, SIGCHLD);
     return signals;
 }
 
