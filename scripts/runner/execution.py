@@ -4,6 +4,7 @@ import os
 import subprocess
 import threading
 import time
+from collections.abc import Iterable
 from dataclasses import dataclass, replace
 from pathlib import Path
 from tempfile import TemporaryDirectory
@@ -11,16 +12,8 @@ from tempfile import TemporaryDirectory
 from reports import Counts, counts_of, results_of
 from suites import Kind, Suite
 
-# The variables of a suite's program.
-VARIABLES = (
-    "KEYREAP_SAMPLE",
-    "KEYREAP_HOST",
-    "KEYREAP_SHARE_UNC",
-    "KEYREAP_SHARE_LOCAL",
-    "KEYREAP_STAGE",
-    "KEYREAP_SAMPLES",
-    "KEYREAP_GOLDEN",
-)
+# How the variables begin that a suite's program may read in its box.
+VARIABLES = ("KEYREAP_", "GTEST_")
 
 # The status of timeout(1) when it ended the command.
 TIMED_OUT = 124
@@ -67,7 +60,7 @@ def report_of(suite: Suite, folder: Path) -> Path:
     return folder / ("report.xml" if suite.kind == Kind.PYTEST else "report.json")
 
 
-def command_of(suite: Suite, root: Path, share: str, report: Path) -> list[str | Path]:
+def command_of(suite: Suite, root: Path, share: str, report: Path, variables: Iterable[str]) -> list[str | Path]:
     if suite.kind == Kind.PYTEST:
         options = ["-q", "-p", "no:cacheprovider", "-c", "/dev/null", "-o", "xfail_strict=true", f"--junitxml={report}"]
         return ["/usr/bin/python3", "-B", "-s", "-m", "pytest", *options, "--rootdir", root, suite.file]
@@ -76,13 +69,13 @@ def command_of(suite: Suite, root: Path, share: str, report: Path) -> list[str |
     session = [root / "scripts/wine-session.sh", "--ready", "--no-display", "--checked-heaps", "--share", share]
     requests = ["--requests"] if suite.kind == Kind.REQUESTS else []
     options = ["--gtest_color=no", f"--gtest_output=json:{windows_path(report)}"]
-    return [*session, *requests, *box_of(root, report.parent), "/usr/bin/wine", suite.file, *options]
+    return [*session, *requests, *box_of(root, report.parent, variables), "/usr/bin/wine", suite.file, *options]
 
 
-def box_of(root: Path, results: Path) -> list[str | Path]:
+def box_of(root: Path, results: Path, variables: Iterable[str]) -> list[str | Path]:
     """The tests' programs see the project and write their results, in a box like that of a run (scripts/box.sh). Some start
     scripts."""
-    passed = [word for name in VARIABLES for word in ("--env", name)]
+    passed = [word for name in variables if name.startswith(VARIABLES) for word in ("--env", name)]
     return ["--box", "--scripts", "--see", root, "--write", results, *passed]
 
 
@@ -133,8 +126,9 @@ class Runner:
             TemporaryDirectory(prefix="share.", dir=self._places.root / "build", ignore_cleanup_errors=True) as share,
         ):
             report = report_of(suite, Path(folder))
-            command = guarded(command_of(suite, self._places.root, share, report), limit)
-            status = self._status(command, log, environment_of(suite, self._places.of(suite), share, step, summary))
+            environment = environment_of(suite, self._places.of(suite), share, step, summary)
+            command = guarded(command_of(suite, self._places.root, share, report, environment), limit)
+            status = self._status(command, log, environment)
             results = results_of(report)
         with log.open("a", encoding="utf-8") as output:
             output.write(remark(status, limit, results))
