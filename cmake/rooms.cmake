@@ -51,12 +51,27 @@ function(keyreap_test_suite target)
   set_property(GLOBAL APPEND_STRING PROPERTY KEYREAP_TEST_SUITES "${line}")
 endfunction()
 
+# The headers of the test library, compiled once for all programs of tests.
+function(keyreap_test_headers)
+  if(TARGET keyreap_testheaders)
+    return()
+  endif()
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/testheaders.cpp CONTENT "")
+  add_library(keyreap_testheaders OBJECT ${PROJECT_BINARY_DIR}/testheaders.cpp)
+  target_link_libraries(keyreap_testheaders PRIVATE keyreap_options GTest::gmock)
+  if(NOT MSVC)
+    target_compile_options(keyreap_testheaders PRIVATE -O0)
+  endif()
+  target_precompile_headers(keyreap_testheaders PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+endfunction()
+
 # A program of tests that another suite starts.
 function(keyreap_test_program target)
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE -O0)
   endif()
-  target_precompile_headers(${target} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+  keyreap_test_headers()
+  target_precompile_headers(${target} REUSE_FROM keyreap_testheaders)
   set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # These builds have no DWARF. Without the file, Wine 8's debug help fails for an image of LLVM's linker.
