@@ -85,9 +85,9 @@ endfunction()
 # All programs of unit tests.
 add_custom_target(unit_tests)
 
-# One program of unit tests for a room: unit_<room>. PURE and WINDOWS as for the room.
+# One program of unit tests for a room: unit_<room>. PURE and WINDOWS as for the room, WHOLE as for a suite.
 function(keyreap_unit_tests room)
-  cmake_parse_arguments(UNIT "" "" "PURE;WINDOWS;USES;SYSTEM" ${ARGN})
+  cmake_parse_arguments(UNIT "" "WHOLE" "PURE;WINDOWS;USES;SYSTEM" ${ARGN})
   set(sources ${UNIT_PURE})
   if(WIN32)
     list(APPEND sources ${UNIT_WINDOWS})
@@ -103,6 +103,6 @@ function(keyreap_unit_tests room)
   if(WIN32 AND UNIT_SYSTEM)
     target_link_libraries(unit_${room} PRIVATE ${UNIT_SYSTEM})
   endif()
-  keyreap_test_suite(unit_${room})
+  keyreap_test_suite(unit_${room} WHOLE ${UNIT_WHOLE})
   add_dependencies(unit_tests unit_${room})
 endfunction()

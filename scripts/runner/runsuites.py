@@ -14,7 +14,7 @@ from pathlib import Path
 
 from execution import Interrupted, Outcome, Places, Runner
 from reports import Counts
-from suites import PRESETS, Kind, Suite, all_suites, chosen_suites
+from suites import PRESETS, Suite, all_suites, chosen_suites
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -24,8 +24,8 @@ INTERRUPTED = 130
 
 
 def outcomes_of(suites: list[Suite], run: Callable[[Suite], Outcome]) -> Iterator[Outcome]:
-    """In the order of the suites. Programs run side by side, one a core; a pytest suite has the machine to itself."""
-    for is_alone, group in groupby(suites, lambda suite: suite.kind == Kind.PYTEST):
+    """In the order of the suites, side by side, one a core, but for those that need the machine to themselves."""
+    for is_alone, group in groupby(suites, lambda suite: suite.is_alone):
         with ThreadPoolExecutor(1 if is_alone else len(os.sched_getaffinity(0))) as pool:
             yield from pool.map(run, group)
 

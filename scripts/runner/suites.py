@@ -15,6 +15,9 @@ SAMPLE_STEP = 10
 
 STRICT_HOST = "strict"
 
+# Of the pytest suites those that neither measure, nor count what runs, nor change what is built.
+SIDE_BY_SIDE = ("corpus", "endtoend", "keykit")
+
 
 class Kind(Enum):
     WINDOWS = "windows"  # a program for Windows, run in a Wine session of its own
@@ -34,6 +37,10 @@ class Suite:
     @property
     def is_of_second_compiler(self) -> bool:
         return self.name.partition("/")[0] in SECOND_COMPILER
+
+    @property
+    def is_alone(self) -> bool:
+        return self.kind == Kind.PYTEST and self.name.partition("/")[0] not in SIDE_BY_SIDE
 
     @property
     def is_run_by_its_name_only(self) -> bool:

@@ -166,21 +166,23 @@ def test_a_whole_run_may_take_longer():
     assert int(limit_of(UNIT, 10)) < int(limit_of(UNIT, 1))
 
 
-def test_programs_run_side_by_side_one_a_core_and_a_pytest_suite_alone():
+def test_suites_run_side_by_side_one_a_core_but_for_those_that_need_the_machine():
     cores = len(os.sched_getaffinity(0))
-    all_programs, two_files = threading.Barrier(cores), threading.Barrier(2)
+    all_cores, two_alone = threading.Barrier(cores), threading.Barrier(2)
 
     def run_suite(suite):
-        if suite.kind == Kind.PYTEST:
+        if suite.name.startswith("scripts"):
             with pytest.raises(threading.BrokenBarrierError):
-                two_files.wait(timeout=0.5)
+                two_alone.wait(timeout=0.5)
         else:
-            all_programs.wait()
+            all_cores.wait()
         return suite
 
     programs = [Suite(f"native/{number}", Kind.NATIVE, Path("unit"), None) for number in range(2 * cores)]
-    files = [Suite(f"scripts/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(2)]
-    assert list(outcomes_of(programs + files, run_suite)) == programs + files
+    alone = [Suite(f"scripts/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(2)]
+    others = [Suite(f"keykit/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(cores)]
+    suites = programs + alone + others
+    assert list(outcomes_of(suites, run_suite)) == suites
 
 
 def test_a_project_folder_may_have_letters_outside_the_code_page(tmp_path, monkeypatch):
