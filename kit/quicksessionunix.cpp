@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -60,6 +61,7 @@ struct PlainCapture {
     std::vector<std::string> places; // words for the box
     std::string state;
     bool traces = false;
+    bool isLogged = true;
 };
 
 std::optional<PlainCapture> PlainCaptureOf(const std::vector<Record>& records) {
@@ -73,6 +75,8 @@ std::optional<PlainCapture> PlainCaptureOf(const std::vector<Record>& records) {
             plain.state = record.text;
         } else if (record.kind == "traces") {
             plain.traces = record.text == "yes";
+        } else if (record.kind == "log") {
+            plain.isLogged = record.text == "yes";
         } else if (record.kind != "status" || record.text != "0") {
             return std::nullopt;
         }
@@ -128,6 +132,9 @@ int RunSession(const SessionPlaces& places, const PlainCapture& plain) {
     std::vector<std::string> words = {places.tools + "/sessionbox"};
     for (const auto* more : {&places.box, &plain.places}) {
         words.insert(words.end(), more->begin(), more->end());
+    }
+    if (plain.isLogged) {
+        words.insert(words.end(), places.log.begin(), places.log.end());
     }
     words.emplace_back("--");
     for (const auto* more : {&places.command, &plain.words}) {
@@ -214,19 +221,21 @@ std::optional<SessionPlaces> NamedSessionPlaces() {
         text.append(piece, 0, length > 0 ? static_cast<std::size_t>(length) : 0);
     }
     close(file);
-    // The words of the box, two dashes, the command.
+    // The words of the box, those of the request log, and the command, with two dashes between them.
     SessionPlaces places = {Variable("KEYKIT_CAPTURE_WINE"),
                             Variable("KEYKIT_CAPTURE_PREFIX"),
                             Variable("KEYKIT_CAPTURE_TOOLS"),
                             {},
                             {},
+                            {},
                             Variable("KEYKIT_CAPTURE_DISK")};
-    auto* list = &places.box;
+    const std::array<std::vector<std::string>*, 3> lists = {&places.box, &places.log, &places.command};
+    std::size_t list = 0;
     for (std::string& word : SplitAtNuls(text)) {
-        if (word == "--" && list == &places.box) {
-            list = &places.command;
+        if (word == "--" && list + 1 < lists.size()) {
+            ++list;
         } else {
-            list->push_back(std::move(word));
+            lists[list]->push_back(std::move(word));
         }
     }
     return places.command.empty() ? std::nullopt : std::optional(places);
