@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # What every script of the project starts with. Sourced, never run:
-#   source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/scripts/common.sh"
+#   self=$(readlink -f -- "${BASH_SOURCE[0]}")
+#   source "${self%/*}/scripts/common.sh"
 # Gives ROOT, BUILD and USER_DATA, the messages, and a known language and standard streams.
 
 # Scripts compare bytes and Wine reads names as UTF-8, whatever the caller's language is.
@@ -14,7 +15,8 @@ export LC_ALL=C.UTF-8
 STANDARD_PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
 PATH=${PATH:+$PATH:}$STANDARD_PATH
 
-ROOT=$(dirname -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")")
+ROOT=$(readlink -f -- "${BASH_SOURCE[0]}")
+ROOT=${ROOT%/*/*}
 # What is built. An installation, which the file `prebuilt` marks, has it beside the scripts.
 BUILD=$ROOT/build
 [[ ! -f $ROOT/prebuilt ]] || BUILD=$ROOT

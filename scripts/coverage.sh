@@ -5,8 +5,9 @@
 # prints, for each source of the rooms, how many lines they run and which they don't. The last lines are the sums.
 # docs/reliability.md explains the lines that are left.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 

@@ -6,8 +6,9 @@
 # the result, 2 if nothing can be explained. The status is 125 if the set-up failed, or if what Wine's server logs can't be
 # relied on.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 # shellcheck source=scripts/unplaced.sh

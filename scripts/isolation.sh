@@ -79,8 +79,7 @@ overlay_options() {
 
 # unmount_drive PREFIX: undoes mount_drive in reverse order.
 unmount_drive() {
-    local folder
-    for folder in "$WINE_HOME" "$1/drive_c" "$1"; do umount --lazy "$folder" 2>/dev/null || true; done
+    umount --lazy "$WINE_HOME" "$1/drive_c" "$1" 2>/dev/null || true
 }
 
 # copy_drive: copies the drive again if a run left, changed or removed anything there; few do.

@@ -5,8 +5,9 @@
 # script's. No class is registered in the session, but with --classes those of a whole system are. The other options are
 # those of scripts/wine-session.sh, in whose box the program runs. ./keykit has done the set-up.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 for part in build wine; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"

@@ -4,8 +4,9 @@
 # Builds what is out of date and makes the zip that a Windows user unpacks: ZIP, or build/keyreap-VERSION.zip. The same
 # commit gives the same bytes. Prints the zip's path.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/setup.sh
 source "$ROOT/scripts/setup.sh"
 # shellcheck source=scripts/layout.sh

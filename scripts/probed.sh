@@ -5,8 +5,9 @@
 # each bitness in every mode, and in mode trace also a program that registers nothing. `log`, after the session, looks
 # at what its request log had (KEYREAP_UNPLACED), and at the STATUS of `captures`, which is 0 unless it was ended.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/build.sh

@@ -6,8 +6,9 @@
 # `no` otherwise. Each of the N STATEs is that of a pair before the run, the WORDs are the caller's, and STATUS is the
 # program's.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 for part in wine words unplaced; do
     # shellcheck source=/dev/null
     source "$ROOT/scripts/$part.sh"

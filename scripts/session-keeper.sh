@@ -9,8 +9,9 @@
 #   created PATH     at the end, remove this file if it is empty
 #   mode MODE PATH   at the end, give this file its mode again
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/requests.sh

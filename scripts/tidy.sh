@@ -6,8 +6,9 @@
 # 64-bit Windows. Each finding is printed once. The exit status is 0 only if there is none. A full run takes about an
 # hour on two cores.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/packages.sh
 source "$ROOT/scripts/packages.sh"
 

@@ -38,8 +38,9 @@
 #
 # The first line removes the caller's WINEPREFIX: a process that has one from its start belongs to that prefix.
 set -euo pipefail
+self=$(readlink -f -- "${BASH_SOURCE[0]}")
 # shellcheck source=scripts/common.sh
-source "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/common.sh"
+source "${self%/*}/common.sh"
 # shellcheck source=scripts/wine.sh
 source "$ROOT/scripts/wine.sh"
 # shellcheck source=scripts/isolation.sh
