@@ -65,7 +65,8 @@ bool IsRegistered(const std::wstring& clsid) {
     return isThere;
 }
 
-// Creates the object and releases it.
+// Creates the object. A program ends when it is released. Another one stays: a server that fails while it
+// frees an object has created it.
 HRESULT Created(const std::wstring& clsid, CLSCTX context) {
     CLSID id{};
     IUnknown* object = nullptr;
@@ -74,7 +75,7 @@ HRESULT Created(const std::wstring& clsid, CLSCTX context) {
         result = CoCreateInstance(id, nullptr, static_cast<DWORD>(context), IID_IUnknown,
                                   reinterpret_cast<void**>(&object));
     }
-    if (object != nullptr) {
+    if (object != nullptr && context == CLSCTX_LOCAL_SERVER) {
         object->Release();
     }
     return result;

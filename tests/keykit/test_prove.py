@@ -199,6 +199,29 @@ def test_a_class_of_any_thread_may_create_one_of_the_main_thread(tmp_path, bitne
     assert (result.returncode, result.stderr) == (0, b"keykit: 2 of 2 classes are created by the manifest alone\n")
 
 
+# Its objects crash when they are released.
+UNRELEASABLE = """#include <windows.h>
+static HRESULT WINAPI query(IClassFactory *self, const IID *wanted, void **found) { *found = self; return S_OK; }
+static ULONG WINAPI count(IClassFactory *self) { return 1; }
+static ULONG WINAPI crash(IClassFactory *self) { *(volatile int *)0 = 1; return 0; }
+static IClassFactoryVtbl crashing = {query, count, crash};
+static IClassFactory object = {&crashing};
+static HRESULT WINAPI create(IClassFactory *self, IUnknown *outer, const IID *wanted, void **found) { *found = &object; return S_OK; }
+static HRESULT WINAPI lock(IClassFactory *self, BOOL isLocked) { return S_OK; }
+static IClassFactoryVtbl functions = {query, count, count, create, lock};
+static IClassFactory factory = {&functions};
+HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) { *found = &factory; return S_OK; }
+"""
+
+
+@BITNESSES
+def test_an_object_that_crashes_when_it_is_released_was_created(tmp_path, bitness):
+    desk = Desk(tmp_path, bitness)
+    compiled(tmp_path, bitness, UNRELEASABLE)
+    result = prove(desk.capture(*SERVED), "--server", "%s=Z:\\build\\bin\\server.dll" % desk.server)
+    assert (result.returncode, result.stderr) == (0, b"keykit: 1 of 1 classes are created by the manifest alone\n")
+
+
 # Never answers.
 WAITING = """#include <windows.h>
 HRESULT WINAPI DllGetClassObject(const CLSID *class_id, const IID *wanted, void **found) {
