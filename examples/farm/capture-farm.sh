@@ -1,11 +1,11 @@
 #!/usr/bin/env -S LC_ALL=C.UTF-8 /bin/bash
 # shellcheck shell=bash
-# Usage: capture-farm [--resume] [--batch N] HOSTS-FILE SERVERS-FOLDER OUT-FOLDER [-- OPTION...]
+# Usage: examples/farm/capture-farm.sh [--resume] [--batch N] HOSTS-FILE SERVERS-FOLDER OUT-FOLDER [-- OPTION...]
 # Captures the servers in and below SERVERS-FOLDER on the machines of HOSTS-FILE, which has a line for each as GNU Parallel
 # reads them: [JOBS/][USER@]HOST[:PORT]. OUT-FOLDER then has the captures of `keykit capture SERVERS-FOLDER --out OUT-FOLDER
 # OPTION...`, with the same names.
 #   --resume    goes on with a run that was interrupted; what failed is captured again
-#   --batch N   so many folders are a job
+#   --batch N   how many folders make a job
 # The exit status is that of keykit capture: 0, 1 if a server failed, 2 if a word is wrong or there is no server, 125 if no
 # host could do a job. docs/farm.md describes it.
 set -euo pipefail
@@ -41,7 +41,7 @@ run_on_host() {
     : >"$work/summary.json"
     mapfile -d '' -t words <"$work/words"
     mapfile -d '' -t view < <(view_words "$work/servers" "${words[0]}")
-    bwrap --args 3 -- env "${words[@]:1}" --out "$work/out" --json "$work/summary.json" "${words[0]}" \
+    bwrap --args 3 -- env -C "$work/out" "${words[@]:1}" --json ../summary.json "${words[0]}" \
         3< <(printf '%s\0' "${view[@]}") </dev/null >"$work/lines" 2>&1 || status=$?
     # A run that ends with one of these has looked at every server, but bwrap itself can end with 1, too.
     if [[ $status != [012] || $status != 2 && ! -s $work/summary.json ]]; then
@@ -188,12 +188,14 @@ between() {
 take_up_state() {
     local job
     [[ -s $STATE/list && -s $STATE/log ]] || fail 2 "--resume: there is no run in $OUT to go on with"
-    cmp -s "$STATE/list" <(list_files) && cmp -s "$STATE/sent/words" <(list_words) ||
+    if ! cmp -s "$STATE/list" <(list_files) || ! cmp -s "$STATE/sent/words" <(list_words); then
         fail 2 "--resume: the run in $OUT was one for other servers or other options"
+    fi
     rm -rf "$STATE"/undone "$STATE"/parts/*
     for job in "$STATE"/done/*; do [[ $(<"$job") != 1 ]] || rm "$job"; done
     # GNU Parallel does again what isn't in its log.
-    awk -F '\t' 'NR == FNR { done[$1]; next } FNR == 1 || $1 in done' <(cd "$STATE/done" && printf '%s\n' *) "$STATE/log" >"$STATE/log.new"
+    awk -F '\t' 'NR == FNR { done[$1]; next } FNR == 1 || $1 in done' \
+        <(cd "$STATE/done" && printf '%s\n' . *) "$STATE/log" >"$STATE/log.new"
     mv "$STATE/log.new" "$STATE/log"
 }
 
@@ -204,13 +206,28 @@ hosts_in() {
 
 # run_jobs HOSTS: a job that fails is done by a host on which it hasn't failed. The numbers of jobs are those in the log.
 run_jobs() {
-    local bar=() tries
+    local bar=() tries signal
     tries=$(between "$LEAST_TRIES" "$1" "$MOST_TRIES")
     [[ ! -t 2 ]] || bar=(--bar)
     export CAPTURE_FARM_STATE=$STATE CAPTURE_FARM_SSH=${PARALLEL_SSH:-ssh} SHELL=/bin/bash PARALLEL_SHELL=/bin/bash
-    (cd "$STATE/jobs" && printf '%s\n' * | sort -n) |
-        parallel --will-cite --plain "${bar[@]}" --ssh "$(printf '%q --at-host' "$SELF")" --sshloginfile "$STATE/hosts" \
-            --jobs 100% --retries "$tries" --joblog "$STATE/log" --resume-failed "$(printf '%q --run-job' "$SELF")"
+    parallel --will-cite --plain "${bar[@]}" --ssh "$(printf '%q --at-host' "$SELF")" --sshloginfile "$STATE/hosts" \
+        --jobs 100% --retries "$tries" --joblog "$STATE/log" --resume-failed "$(printf '%q --run-job' "$SELF")" \
+        < <(cd "$STATE/jobs" && printf '%s\n' * | sort -n) &
+    # shellcheck disable=SC2064 # the name is meant now
+    for signal in INT TERM HUP; do trap "end_jobs $! $signal" "$signal"; done
+    # Its status is the number of jobs that failed, which is counted from what they left.
+    wait "$!" || true
+}
+
+# end_jobs PROCESS SIGNAL: the first signal lets GNU Parallel begin no other job, and the second one ends those that run.
+end_jobs() {
+    trap '' INT TERM HUP
+    kill "$1" 2>/dev/null || true
+    sleep 0.2
+    kill "$1" 2>/dev/null || true
+    wait "$1" || true
+    trap - "$2"
+    kill -s "$2" "$$"
 }
 
 # report: ends with the status of the whole run.
@@ -238,8 +255,9 @@ main() {
         *) fail 2 "there is no $1" ;;
         esac
     done
-    (($# >= 3)) && [[ ${4:---} == -- ]] ||
-        fail 2 "usage: capture-farm [--resume] [--batch N] HOSTS-FILE SERVERS-FOLDER OUT-FOLDER [-- OPTION...]"
+    if (($# < 3)) || [[ ${4:---} != -- ]]; then
+        fail 2 "usage: capture-farm.sh [--resume] [--batch N] HOSTS-FILE SERVERS-FOLDER OUT-FOLDER [-- OPTION...]"
+    fi
     [[ -f $1 && -r $1 ]] || fail 2 "$1: the hosts can't be read"
     [[ -d $2 && -r $2 ]] || fail 2 "$2: it is no folder that can be read"
     SERVERS=$(realpath -- "$2") OPTIONS=("${@:5}")
@@ -255,8 +273,7 @@ main() {
     flock -n 9 || fail 2 "$OUT: another run is at work there"
     if [[ $resumes == yes ]]; then take_up_state; else make_state "$hosts"; fi
     hosts_in "$1" >"$STATE/hosts"
-    # Its status is the number of jobs that failed, or of the signal that ended it.
-    run_jobs "$hosts" || true
+    run_jobs "$hosts"
     report
 }
 
