@@ -22,7 +22,7 @@
     # its compiler and linker make the second build for Windows.
     TEST_PACKAGES=(git python3 python3-pefile python3-pytest clang-format shellcheck xvfb xdotool imagemagick
         libbenchmark-dev libssl-dev lintian clang lld llvm man-db mmdebstrap msitools
-        python3-jsonschema python3-lxml libwin-hivex-perl)
+        python3-jsonschema python3-lxml libwin-hivex-perl parallel openssh-client)
 
     # The browser in which ./test looks at the page of keykit.
     BROWSER_PACKAGES=(chromium chromium-driver python3-selenium)

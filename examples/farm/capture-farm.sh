@@ -24,9 +24,13 @@ SSH_OPTIONS=(-o BatchMode=yes -o ConnectTimeout=10 -o ServerAliveInterval=5 -o S
 ON_HOST='exec sh -c '\''t=$(mktemp -d) || exit 125; trap "rm -rf $t" EXIT; trap "exit 125" HUP INT TERM PIPE; \
 tar -x --no-same-owner -C "$t" && bash "$t/run" --on-host "$t"'\'
 
+say() {
+    printf 'capture-farm: %s\n' "$1" >&2
+}
+
 # fail STATUS TEXT
 fail() {
-    printf 'capture-farm: %s\n' "$2" >&2
+    say "$2"
     exit "$1"
 }
 
@@ -94,8 +98,9 @@ run_job() {
     rm -rf "$part" && mkdir "$part"
     send "$1" | over_ssh "${host[@]}" 2>"$part.errors" | tar -x --no-same-owner -C "$part" 2>/dev/null || true
     if [[ ! -s $part/status ]]; then
-        printf '%s: job %s was not done here\n' "$name" "$1" >>"$part.errors"
+        printf 'job %s was not done here\n' "$1" >>"$part.errors"
         with_name "$name" <"$part.errors" | tee -a "$state/undone" >&2
+        rm -rf "$part" "$part.errors"
         exit 125
     fi
     with_name "$name" <"$part/lines" >&2
@@ -219,22 +224,29 @@ run_jobs() {
     wait "$!" || true
 }
 
-# end_jobs PROCESS SIGNAL: the first signal lets GNU Parallel begin no other job, and the second one ends those that run.
+# end_jobs PROCESS SIGNAL: the first signal lets GNU Parallel begin no other job, and the second one ends those that run. What a
+# job has started has the lock until its end.
 end_jobs() {
     trap '' INT TERM HUP
     kill "$1" 2>/dev/null || true
     sleep 0.2
     kill "$1" 2>/dev/null || true
     wait "$1" || true
+    exec 9>&-
+    flock -w 60 "$OUT/.capture-farm.lock" true || true
     trap - "$2"
     kill -s "$2" "$$"
 }
 
-# report: ends with the status of the whole run.
+# report: says what went wrong with hosts, and ends with the status of the whole run.
 report() {
-    local jobs=("$STATE"/jobs/*) done=("$STATE"/done/*) versions
+    local jobs=("$STATE"/jobs/*) done=("$STATE"/done/*) versions count host
+    [[ ! -s $STATE/undone ]] || sed -n 's/: job [0-9]* was not done here$//p' "$STATE/undone" | sort | uniq -c |
+        while read -r count host; do
+            say "$host couldn't do $count jobs; the reasons are in $STATE/undone"
+        done
     versions=$(cat "$STATE"/summaries/* /dev/null | sed -n 's/^  "version": //p' | sort -u)
-    [[ $versions != *$'\n'* ]] || printf 'capture-farm: the hosts have different programs or Wines:\n%s\n' "$versions" >&2
+    [[ $versions != *$'\n'* ]] || say "the hosts have different programs or Wines:"$'\n'"$versions"
     ((${#done[@]} == ${#jobs[@]})) ||
         fail 125 "$((${#jobs[@]} - ${#done[@]})) of ${#jobs[@]} jobs were not done; --resume goes on with them"
     ! grep -qx 1 "${done[@]}" || exit 1

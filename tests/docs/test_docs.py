@@ -131,6 +131,7 @@ ELSEWHERE = {
     "./bench": is_program,
     "./release": names_version,
     "examples/walk.sh": is_program,
+    "examples/farm/capture-farm.sh": is_program,
     "cmake --preset": names_preset,
     "cmake --build --preset": names_preset,
 }

@@ -1,7 +1,6 @@
 """Both releases of Debian are hosts of equal right. Tried in fresh roots of them, without a display: the package in the
 release that this machine isn't; in a whole run the package in both, and what a newcomer does with a clone."""
 
-import os
 import re
 import shutil
 import subprocess
@@ -9,8 +8,8 @@ import time
 from pathlib import Path
 
 import pytest
-from conftest import WHOLE
-from roots import RELEASES, USER, Root, other_release, place_for_roots
+from conftest import WHOLE, report
+from roots import RELEASES, USER, Root, other_release
 
 ROOT = Path(__file__).resolve().parents[2]
 HOME = f"/home/{USER}"
@@ -27,32 +26,12 @@ INSTALLED_SAMPLES = "/usr/lib/keyreap/stage/samples"
 BUILT_SAMPLES = ROOT / "build" / "stage" / "samples"
 
 
-def report(text):
-    """A line that is shown after the suite's own."""
-    with open(os.environ.get("KEYREAP_REPORT", "/dev/stdout"), "a", encoding="utf-8") as file:
-        file.write(f"      {text}\n")
-
-
 class Clock:
     def __init__(self):
         self.begun = time.monotonic()
 
     def __str__(self):
         return f"{time.monotonic() - self.begun:.0f} s"
-
-
-@pytest.fixture(scope="module")
-def place():
-    with place_for_roots() as folder:
-        yield folder
-
-
-@pytest.fixture(scope="module")
-def package(place):
-    """The Debian package of the programs that are built, in the shared folder."""
-    target = place / "shared" / "keyreap.deb"
-    subprocess.run([ROOT / "scripts" / "deb.sh", target], check=True, stdout=subprocess.DEVNULL)
-    return target
 
 
 def new_root(release, place, name, shared, *packages):
