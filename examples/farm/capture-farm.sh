@@ -278,7 +278,7 @@ main() {
     done
     hosts=$(hosts_in "$1" | wc -l)
     ((hosts > 0)) || fail 2 "$1: there is no host in it"
-    command -v parallel >/dev/null || fail 125 "GNU Parallel is not installed; as root: apt-get install parallel"
+    command -v parallel >/dev/null || fail 125 "GNU Parallel is not installed; Debian has it as the package parallel"
     mkdir -p -- "$3"
     OUT=$(realpath -- "$3") STATE=$(realpath -- "$3")/.capture-farm
     exec 9>"$OUT/.capture-farm.lock"
