@@ -31,7 +31,7 @@ HOME = f"/home/{USER}"
 OWN = {
     "it's $one, \"ü\"/x64": ["x64/calculator.dll"],
     "beside/x86": ["x86/neighbour.dll", "x86/neighbourlib.dll"],
-    "failing/x64": ["x64/failing.dll"],
+    "refusing/x64": ["x64/refusing.dll"],
 }
 
 CONFIG = """Host {0.name}
@@ -190,7 +190,7 @@ def test_the_reasons_and_the_status_are_those_of_a_lone_run(spread, lone):
     assert (spread.status, lone.status) == (1, 1)
     reasons = sorted(line.partition(": ")[2] for line in spread.errors if not line.startswith("capture-farm: "))
     assert reasons == [line.replace(f"{lone.out}/", "") for line in lone.errors if line.startswith("keykit: ")]
-    assert any("failing.dll" in line for line in reasons)
+    assert any("refusing.dll: its DllMain refuses to be loaded" in line for line in reasons)
 
 
 def test_nothing_is_left_on_the_hosts(spread, farm):
