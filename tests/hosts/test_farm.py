@@ -29,7 +29,7 @@ HOME = f"/home/{USER}"
 
 # What one of our own servers shows, by its folder: files of this machine.
 OWN = {
-    "it's $one, \"ü\"/x64": ["x64/calculator.dll"],
+    "it's $one, ü/x64": ["x64/calculator.dll"],
     "beside/x86": ["x86/neighbour.dll", "x86/neighbourlib.dll"],
     "refusing/x64": ["x64/refusing.dll"],
 }
