@@ -22,8 +22,6 @@ sys.path.insert(0, str(ROOT / "tests" / "corpus"))
 from sessions import base_drive, chosen_targets  # noqa: E402
 from targets import host_file  # noqa: E402
 
-pytestmark = pytest.mark.whole
-
 STEP = int(os.environ.get("KEYREAP_SAMPLE", "10"))
 SCRIPT = ROOT / "examples" / "farm" / "capture-farm.sh"
 SAMPLES = ROOT / "build" / "samples"
@@ -155,6 +153,12 @@ def spread(farm, servers, tmp_path_factory):
     return Run(out, process.returncode, errors, time.monotonic() - begun)
 
 
+def test_the_package_brings_what_a_host_needs_of_the_script():
+    assert "bubblewrap" in depended()
+    assert not {"parallel", "rsync"} & set(depended())
+
+
+@pytest.mark.whole
 def test_a_host_has_no_gnu_parallel(root):
     assert root.run("bash", "-c", "command -v keykit && ! command -v parallel").returncode == 0
 
@@ -166,6 +170,7 @@ def made_up(first, second):
     return {number for number, pair in enumerate(zip(*lines)) if pair[0] != pair[1]}
 
 
+@pytest.mark.whole
 def test_every_capture_is_there_once_and_is_that_of_a_lone_run(spread, lone, servers, tmp_path):
     """A server that makes up a name differs from itself, too."""
     ours, theirs = spread.captures(), lone.captures()
@@ -177,6 +182,7 @@ def test_every_capture_is_there_once_and_is_that_of_a_lone_run(spread, lone, ser
     report(f"{len(ours)} captures by three hosts, of which one died, in {spread.seconds:.0f} s, by this machine alone in {lone.seconds:.0f} s")
 
 
+@pytest.mark.whole
 def test_every_job_is_in_the_log_once_and_was_done(spread):
     jobs = {int(path.name) for path in (spread.out / ".capture-farm" / "jobs").iterdir()}
     log = log_of(spread.out)
@@ -188,6 +194,7 @@ def test_every_job_is_in_the_log_once_and_was_done(spread):
     report(f"jobs by host: {dict(Counter(host for _, host, _ in log))}, tries of the dead one: {len(undone) // 2}")
 
 
+@pytest.mark.whole
 def test_the_reasons_and_the_status_are_those_of_a_lone_run(spread, lone):
     assert (spread.status, lone.status) == (1, 1)
     reasons = sorted(line.partition(": ")[2] for line in spread.errors if not line.startswith("capture-farm: "))
@@ -195,12 +202,14 @@ def test_the_reasons_and_the_status_are_those_of_a_lone_run(spread, lone):
     assert any("refusing.dll: its DllMain refuses to be loaded" in line for line in reasons)
 
 
+@pytest.mark.whole
 def test_nothing_is_left_on_the_hosts(spread, farm):
     for name in ("quick", "slow"):
         assert farm.hosts[name].changed("/tmp") == []
         assert set(farm.hosts[name].changed(HOME)) <= {".cache"}
 
 
+@pytest.mark.whole
 def test_an_interrupted_run_goes_on(spread, farm, servers, lone, tmp_path):
     some = tmp_path / "servers"
     some.mkdir()
