@@ -232,6 +232,7 @@ def test_a_run_traces_by_its_mode_or_for_a_program(words, traces):
     [
         (["x64/plain.dll", "o.reg", "keyRedir"], "no"),
         (["x64/plain.dll", "o.reg", "both"], "yes"),
+        (["trace"], "yes"),
         (["x86/plain.dll", "o.reg", "keyRedir"], "yes"),
         (["x64/plain.dll", "o.reg", "x86/plain.dll", "p.reg", "keyRedir"], "yes"),
         (["x64/starting.exe", "o.reg", "keyRedir"], "yes"),

@@ -64,7 +64,7 @@ bool Traces(const CommandWords& words, const std::vector<PairFiles>& pairs) {
 
 bool NeedsRequestLog(const CommandWords& words, const std::vector<PairFiles>& pairs) {
     const auto is64Bit = [](const PairFiles& pair) { return pair.facts.Is64Bit(); };
-    return Traces(words, pairs) || !std::ranges::all_of(pairs, is64Bit);
+    return pairs.empty() || Traces(words, pairs) || !std::ranges::all_of(pairs, is64Bit);
 }
 
 std::string WindowsPathOf(const std::string& word) {
