@@ -12,7 +12,6 @@ struct SessionPlaces {
     std::string prefix;               // an empty folder; each session has files of its own there
     std::string tools;                // the folder of the programs of a session
     std::vector<std::string> box;     // the words of sessionbox that are the same for each server
-    std::vector<std::string> log;     // more words, where there is a request log
     std::vector<std::string> command; // what runs in the box, without the words of the capture
     std::string temporary;            // the most that the files of a session may take, in megabytes
 };

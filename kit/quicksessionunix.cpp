@@ -10,7 +10,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -61,7 +60,6 @@ struct PlainCapture {
     std::vector<std::string> places; // words for the box
     std::string state;
     bool traces = false;
-    bool isLogged = true;
 };
 
 std::optional<PlainCapture> PlainCaptureOf(const std::vector<Record>& records) {
@@ -75,8 +73,6 @@ std::optional<PlainCapture> PlainCaptureOf(const std::vector<Record>& records) {
             plain.state = record.text;
         } else if (record.kind == "traces") {
             plain.traces = record.text == "yes";
-        } else if (record.kind == "log") {
-            plain.isLogged = record.text == "yes";
         } else if (record.kind != "status" || record.text != "0") {
             return std::nullopt;
         }
@@ -132,9 +128,6 @@ int RunSession(const SessionPlaces& places, const PlainCapture& plain) {
     std::vector<std::string> words = {places.tools + "/sessionbox"};
     for (const auto* more : {&places.box, &plain.places}) {
         words.insert(words.end(), more->begin(), more->end());
-    }
-    if (plain.isLogged) {
-        words.insert(words.end(), places.log.begin(), places.log.end());
     }
     words.emplace_back("--");
     for (const auto* more : {&places.command, &plain.words}) {
@@ -221,21 +214,19 @@ std::optional<SessionPlaces> NamedSessionPlaces() {
         text.append(piece, 0, length > 0 ? static_cast<std::size_t>(length) : 0);
     }
     close(file);
-    // The words of the box, those of the request log, and the command, with two dashes between them.
+    // The words of the box, two dashes, the command.
     SessionPlaces places = {Variable("KEYKIT_CAPTURE_WINE"),
                             Variable("KEYKIT_CAPTURE_PREFIX"),
                             Variable("KEYKIT_CAPTURE_TOOLS"),
                             {},
                             {},
-                            {},
                             Variable("KEYKIT_CAPTURE_DISK")};
-    const std::array<std::vector<std::string>*, 3> lists = {&places.box, &places.log, &places.command};
-    std::size_t list = 0;
+    auto* list = &places.box;
     for (std::string& word : SplitAtNuls(text)) {
-        if (word == "--" && list + 1 < lists.size()) {
-            ++list;
+        if (word == "--" && list == &places.box) {
+            list = &places.command;
         } else {
-            lists[list]->push_back(std::move(word));
+            list->push_back(std::move(word));
         }
     }
     return places.command.empty() ? std::nullopt : std::optional(places);

@@ -153,15 +153,11 @@ box_words() {
     # A test's own server is a script.
     [[ -z ${KEYREAP_WINESERVER-} ]] ||
         printf '%s\0' --see /usr --see /bin --see /etc/alternatives --see "${KEYREAP_WINESERVER%/*}"
-    [[ $1 != yes ]] || log_words
+    [[ $1 != yes ]] || printf '%s\0' --log "$REQUEST_FILTER" "$PREFIX/$REQUEST_LOG" "$(mixed_keys_file "$PREFIX")" \
+        "$(unplaced_lines_file "$PREFIX")"
     while IFS= read -r assignment; do printf '%s\0' --set "$assignment"; done < <(wine_environment "$PREFIX")
     printf '%s\0' --set "WINELOADER=$WINE_PROGRAMS/wine64" --set "WINESERVER=$WINE_PROGRAMS/wineserver64" \
         --set "PATH=$STANDARD_PATH"
-}
-
-# log_words: prints the words of sessionbox for a request log.
-log_words() {
-    printf '%s\0' --log "$REQUEST_FILTER" "$PREFIX/$REQUEST_LOG" "$(mixed_keys_file "$PREFIX")" "$(unplaced_lines_file "$PREFIX")"
 }
 
 # server_in_box: the distribution's own, unless a test names another one.

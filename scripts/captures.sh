@@ -13,7 +13,7 @@ name_capture() {
 }
 
 # name_session_places: names what keykit needs to begin a plain session itself (kit/quicksession.h): one of root's, with
-# mounts and a box. A box's words but those for the files of a server, and for a request log, are the same in each session.
+# mounts, a box and a request log. A box's words but those for the files of a server are the same in each session.
 name_session_places() {
     local words
     PREFIX=$POOL/many
@@ -23,9 +23,7 @@ name_session_places() {
     # shellcheck disable=SC2034 # box_words reads it
     PLACES=(--see "$STAGE/bin")
     exec {words}< <(
-        box_words no
-        printf '%s\0' --
-        log_words
+        box_words yes
         printf '%s\0' -- "$OBSERVER" "$(crash_file "$PREFIX")" "$WINE_PROGRAMS/wine64" "$STAGE/bin/x64/Keyreap.exe"
     )
     export KEYKIT_CAPTURE_BOX=/dev/fd/$words KEYKIT_CAPTURE_WINE=$WINE_HOME KEYKIT_CAPTURE_PREFIX=$PREFIX

@@ -10,12 +10,12 @@ usage() {
     say "usage: $command [--see FOLDER] [--env NAME] [--display] extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
 }
 
-# take_records WORD...: runs the check with these words and carries out its records. Fills WORDS, STATES, TRACES, LOGGED,
-# INPUTS, FILES, which are options of wine-session.sh, and OWN_STATUS from the last record; a check without that record has failed.
+# take_records WORD...: runs the check with these words and carries out its records. Fills WORDS, STATES, TRACES, INPUTS,
+# FILES, which are options of wine-session.sh, and OWN_STATUS from the last record; a check without that record has failed.
 # shellcheck disable=SC2034 # not every caller reads all of them
 take_records() {
     local kind text name='' path='' reason
-    WORDS=() STATES=() FILES=() INPUTS=() TRACES=no LOGGED=yes OWN_STATUS=
+    WORDS=() STATES=() FILES=() INPUTS=() TRACES=no OWN_STATUS=
     while IFS= read -r -d '' kind && IFS= read -r -d '' text; do
         case $kind in
         word) WORDS+=("$text") ;;
@@ -25,7 +25,6 @@ take_records() {
             [[ $kind == output ]] || INPUTS+=("$text")
             ;;
         traces) TRACES=$text ;;
-        log) LOGGED=$text ;;
         say) say "$text" ;;
         usage) usage ;;
         name) name=$text ;;

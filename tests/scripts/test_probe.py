@@ -200,12 +200,6 @@ def test_the_tests_run_on_an_unknown_host_and_say_so(unknown_tree, other_wine):
 # Which runs trace
 
 
-def prepared(words):
-    result = subprocess.run([CHECK, "prepare", "extreg", *words], cwd=SAMPLES, capture_output=True, text=True)
-    records = result.stdout.split("\0")
-    return dict(zip(records[::2], records[1::2], strict=False))
-
-
 @pytest.mark.parametrize(
     "words, traces",
     [
@@ -224,20 +218,6 @@ def prepared(words):
     ],
 )
 def test_a_run_traces_by_its_mode_or_for_a_program(words, traces):
-    assert prepared(words)["traces"] == traces
-
-
-@pytest.mark.parametrize(
-    "words, log",
-    [
-        (["x64/plain.dll", "o.reg", "keyRedir"], "no"),
-        (["x64/plain.dll", "o.reg", "both"], "yes"),
-        (["trace"], "yes"),
-        (["x86/plain.dll", "o.reg", "keyRedir"], "yes"),
-        (["x64/plain.dll", "o.reg", "x86/plain.dll", "p.reg", "keyRedir"], "yes"),
-        (["x64/starting.exe", "o.reg", "keyRedir"], "yes"),
-        (["C:\\windows\\system32\\msxml3.dll", "o.reg", "keyRedir"], "yes"),
-    ],
-)
-def test_a_session_has_no_request_log_where_64_bit_libraries_are_redirected(words, log):
-    assert prepared(words)["log"] == log
+    result = subprocess.run([CHECK, "prepare", "extreg", *words], cwd=SAMPLES, capture_output=True, text=True)
+    records = result.stdout.split("\0")
+    assert records[records.index("traces") + 1] == traces

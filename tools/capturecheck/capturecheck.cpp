@@ -5,8 +5,8 @@
 //   capturecheck prepare WORD...
 //       Gives a `word` for each word that Keyreap.exe gets, and for each pair a `state` for the two commands
 //       below. `input` and `output` are the paths of its files on this machine. `traces` is yes or no:
-//       whether a result comes from a trace. So is `log`: whether the session needs a request log. The status
-//       is 0, or 125 if the run must not begin; the line before it gives the reason.
+//       whether a result comes from a trace. The status is 0, or 125 if the run must not begin; the line
+//       before it gives the reason.
 //
 //   capturecheck progress N STATE... WORD...
 //       Writes a line to the standard error that shows the progress of the run, until the parent ends or a
@@ -85,7 +85,6 @@ int Prepare(std::span<const std::string> words) {
     }
     PrintWords(words, pairs, PrintRecord);
     PrintRecord("traces", Traces(command, pairs) ? "yes" : "no");
-    PrintRecord("log", NeedsRequestLog(command, pairs) ? "yes" : "no");
     PrintRecord("status", "0");
     return 0;
 }

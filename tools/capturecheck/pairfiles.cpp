@@ -62,11 +62,6 @@ bool Traces(const CommandWords& words, const std::vector<PairFiles>& pairs) {
     return !pairs.empty() && (words.Mode() != "keyRedir" || std::ranges::any_of(pairs, MayBeProgram));
 }
 
-bool NeedsRequestLog(const CommandWords& words, const std::vector<PairFiles>& pairs) {
-    const auto is64Bit = [](const PairFiles& pair) { return pair.facts.Is64Bit(); };
-    return pairs.empty() || Traces(words, pairs) || !std::ranges::all_of(pairs, is64Bit);
-}
-
 std::string WindowsPathOf(const std::string& word) {
     return WindowsPath(word, CurrentFolder());
 }

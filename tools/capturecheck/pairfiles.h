@@ -34,10 +34,6 @@ std::vector<PairFiles> FilesOf(const CommandWords& words);
 // input on no drive of this machine counts as a program if its name isn't that of a library.
 bool Traces(const CommandWords& words, const std::vector<PairFiles>& pairs);
 
-// Whether the run's session needs a request log: for a trace, or since only the log shows which keys Wine
-// mixed up for 32-bit code.
-bool NeedsRequestLog(const CommandWords& words, const std::vector<PairFiles>& pairs);
-
 // The Windows path of a word, relative to the current folder.
 std::string WindowsPathOf(const std::string& word);
 
