@@ -146,8 +146,26 @@ std::wstring MixedKeys::AskedPath(const std::shared_ptr<const OpenKey>& key) {
     return found == elsewhere.end() ? key->Path(keys) : found->second.path;
 }
 
+// Whether this is kernelbase's own opening of a node.
+bool MixedKeys::EntersNode(const KeyRequest& request) const {
+    return request.type == registryevent::openKey && EqualFolded(request.name, node) &&
+           asked32.contains(request.parent);
+}
+
 void MixedKeys::OnNamedKey(const KeyRequest& request) {
-    const std::wstring path = Joined(AskedPath(request.parent), request.name);
+    if (EntersNode(request)) {
+        if (request.key) {
+            elsewhere[request.key.get()] = {request.key, AskedPath(request.parent)};
+        }
+        return;
+    }
+    if (request.key && request.machine != machineI386 && request.view.asks32) {
+        asked32.insert(request.key);
+    }
+    OnNamedPath(request, Joined(AskedPath(request.parent), request.name));
+}
+
+void MixedKeys::OnNamedPath(const KeyRequest& request, const std::wstring& path) {
     if (!request.key) {
         OnMissedKey(request, path);
         return;

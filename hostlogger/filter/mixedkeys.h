@@ -39,6 +39,9 @@ private:
 // the first one, both in the temporary tree and in the live registry: Wine 8 creates such a path level by
 // level, and `Software` alone leads to the node. Wine 10 creates the right key.
 //
+// For 64-bit code that asks for the 32-bit view Wine's kernelbase goes the same way: it opens a child
+// Wow6432Node of each key on the path, and goes on in it.
+//
 // A key counts as mixed up when the server got another key for its name and that had an effect: a key was
 // created or found that would not have been, a value was written, deleted or found in it, or a key that
 // exists was not found. Passing through such a key has no effect.
@@ -63,7 +66,9 @@ private:
     };
 
     std::wstring AskedPath(const std::shared_ptr<const OpenKey>& key);
+    bool EntersNode(const KeyRequest& request) const;
     void OnNamedKey(const KeyRequest& request);
+    void OnNamedPath(const KeyRequest& request, const std::wstring& path);
     void OnMissedKey(const KeyRequest& request, const std::wstring& path);
     void OnUsedKey(const KeyRequest& request);
     void Report(const std::wstring& path);
@@ -71,6 +76,7 @@ private:
     LoggedKeys keys;
     RequestTracker tracker{keys};
     std::unordered_map<const OpenKey*, Asked> elsewhere;
+    std::unordered_set<std::shared_ptr<const OpenKey>> asked32; // by 64-bit code, in the 32-bit view
     std::unordered_set<std::wstring> written; // keys in which values were set, A to Z folded
     std::vector<std::wstring> names;
     std::unordered_set<std::wstring> named; // the names, A to Z folded

@@ -223,6 +223,13 @@ def test_what_is_strange_in_a_capture_is_said(desk):
     assert len(desk.lines) == 1 and "is empty: no value was captured" in desk.lines[0]
 
 
+@pytest.mark.parametrize("bitness", ["x64", "x86"])
+def test_keys_that_wine_mixed_up_are_said(desk, bitness):
+    server = desk.add("nodes.dll", SAMPLES / bitness / "viewnodes.dll")
+    assert desk.capture(server) == {"nodes.reg": "captured"}
+    assert len(desk.lines) == 1 and "Wine took a key below Wow6432Node for this one" in desk.lines[0]
+
+
 def test_a_server_that_hangs_is_ended_and_the_others_are_captured(desk):
     hanging = desk.add("a.dll", SAMPLES / "x64" / "pausing.dll")
     desk.add("b.dll", THERMOMETER)

@@ -24,14 +24,15 @@ def capture(pool, folder, *samples, mode="keyRedir", options=("--requests", "--r
 
 
 @pytest.mark.parametrize("mode", ["keyRedir", "both"])
-def test_a_key_that_was_mixed_up_is_named(pool, tmp_path, mode):
-    result = capture(pool, tmp_path, "x86\\nodesfirst.dll", mode=mode)
+@pytest.mark.parametrize("sample", ["x86\\nodesfirst.dll", "x86\\viewnodes.dll", "x64\\viewnodes.dll"])
+def test_a_key_that_was_mixed_up_is_named(pool, tmp_path, sample, mode):
+    result = capture(pool, tmp_path, sample, mode=mode)
     assert (result.returncode, result.stderr) == (0, REPORT)
     assert result.stdout == ""
 
 
 @pytest.mark.parametrize("mode", ["keyRedir", "both", "trace"])
-@pytest.mark.parametrize("samples", [["x86\\plainfirst.dll", "x86\\plain.dll"], ["x64\\nodesfirst.dll", "x86\\plain.dll"]])
+@pytest.mark.parametrize("samples", [["x86\\plainfirst.dll", "x86\\plain.dll"], ["x64\\nodesfirst.dll", "x64\\everyview.dll", "x86\\plain.dll"]])
 def test_keys_that_were_not_mixed_up_are_not_reported(pool, tmp_path, samples, mode):
     result = capture(pool, tmp_path, *samples, mode=mode)
     assert (result.returncode, result.stderr) == (0, "")

@@ -17,7 +17,7 @@ const std::string tree = R"(REGISTRY\User\S-1-5-21-0-0-0-1000\Software\Velmoro\T
 // A running process that has the machine's key of the temporary tree open, with the key Software below it.
 class MixedKeysTest : public testing::Test {
 protected:
-    MixedKeysTest() { Begin(RequestStory::machine32); }
+    explicit MixedKeysTest(const char* machine = RequestStory::machine32) { Begin(machine); }
 
     void Begin(const char* machine) {
         story.Process(0x20, thread, machine);
@@ -88,6 +88,62 @@ TEST_F(MixedKeysTest, AKeyMadeBelowTheNodeLevelByLevelIsMixedUp) {
     Find("Software", 0x10);
     MakeAs("A", "Software\\Wow6432Node\\A", 0x10);
     EXPECT_EQ(Mixed(), keyA);
+}
+
+// 64-bit code asks for the 32-bit view of a key below Software, and kernelbase does so level by level.
+class MixedViewTest : public MixedKeysTest {
+protected:
+    MixedViewTest() : MixedKeysTest(RequestStory::machine64) {}
+
+    void EnterNode(std::uint32_t access = 0x2021F) {
+        Find("Software", 0x10, access);
+        story.Open(thread, "Wow6432Node", 0x14,
+                   {.parent = 0x10, .access = 0x02000000, .realPath = tree + "HKLM\\Software\\Wow6432Node"});
+        story.Close(thread, 0x10);
+    }
+};
+
+TEST_F(MixedViewTest, AKeyMadeBelowTheNodeIsMixedUp) {
+    Make("Software\\Wow6432Node");
+    EnterNode();
+    MakeAs("A", "Software\\Wow6432Node\\A", 0x14);
+    EXPECT_EQ(Mixed(), keyA);
+}
+
+TEST_F(MixedViewTest, OfTwoKeysTheWrongOneCountsOnceItIsUsed) {
+    Make("Software\\A");
+    Make("Software\\Wow6432Node");
+    Make("Software\\Wow6432Node\\A");
+    EnterNode();
+    story.Create(thread, "A", 8, {.parent = 0x14, .access = 0x2021F, .status = "OBJECT_NAME_EXISTS"});
+    EXPECT_EQ(Mixed(), Names());
+    story.SetValue(thread, 8, "");
+    EXPECT_EQ(Mixed(), keyA);
+}
+
+TEST_F(MixedViewTest, AValueOfTheNodeIsMixedUp) {
+    Make("Software\\Wow6432Node");
+    EnterNode();
+    EXPECT_EQ(Mixed(), Names());
+    story.SetValue(thread, 0x14, "");
+    EXPECT_EQ(Mixed(), Names({L"HKEY_LOCAL_MACHINE\\Software"}));
+}
+
+TEST_F(MixedViewTest, WithoutANodeNothingIsMixedUp) {
+    Find("Software", 0x10, 0x2021F);
+    story.Open(thread, "Wow6432Node", 0,
+               {.parent = 0x10, .access = 0x02000000, .status = "OBJECT_NAME_NOT_FOUND"});
+    MakeAs("A", "Software\\A", 0x10);
+    story.SetValue(thread, 8, "");
+    EXPECT_EQ(Mixed(), Names());
+}
+
+TEST_F(MixedViewTest, ANodeThatTheServerOpensItselfIsItsOwn) {
+    Make("Software\\Wow6432Node");
+    EnterNode(0x2001F);
+    MakeAs("A", "Software\\Wow6432Node\\A", 0x14);
+    story.SetValue(thread, 8, "");
+    EXPECT_EQ(Mixed(), Names());
 }
 
 TEST_F(MixedKeysTest, PassingThroughTheNodeHasNoEffect) {
