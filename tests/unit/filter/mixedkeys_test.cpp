@@ -129,6 +129,18 @@ TEST_F(MixedViewTest, AValueOfTheNodeIsMixedUp) {
     EXPECT_EQ(Mixed(), Names({L"HKEY_LOCAL_MACHINE\\Software"}));
 }
 
+TEST_F(MixedViewTest, AKeyOpenedBelowTheNodeHasItsWholeName) {
+    Make("Software\\Wow6432Node");
+    Make("Software\\Wow6432Node\\A");
+    Make("Software\\Wow6432Node\\A\\B");
+    EnterNode();
+    const std::string place = tree + "HKLM\\Software\\Wow6432Node\\A";
+    story.Open(thread, "A", 0x18, {.parent = 0x14, .access = 0x2021F, .realPath = place});
+    story.Open(thread, "B", 0x1C, {.parent = 0x18, .access = 0x2021F, .realPath = place + "\\B"});
+    story.SetValue(thread, 0x1C, "");
+    EXPECT_EQ(Mixed(), Names({L"HKEY_LOCAL_MACHINE\\Software\\A\\B"}));
+}
+
 TEST_F(MixedViewTest, WithoutANodeNothingIsMixedUp) {
     Find("Software", 0x10, 0x2021F);
     story.Open(thread, "Wow6432Node", 0,
