@@ -25,9 +25,10 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 
-sys.path.insert(0, str(ROOT / "scripts" / "runner"))
+sys.path[:0] = [str(ROOT / "scripts" / "runner"), str(ROOT / "tests" / "support")]
 
 from suites import all_suites, chosen_suites  # noqa: E402
+from terminalshown import shown_at  # noqa: E402
 
 SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
 DESK = "/tmp/demo"
@@ -158,16 +159,10 @@ def at_a_terminal(command, folder):
     own, its = pty.openpty()
     process = subprocess.Popen(["bash", "-c", command], cwd=folder, stdin=subprocess.DEVNULL, stdout=its, stderr=its)
     os.close(its)
-    printed = b""
-    try:
-        while piece := os.read(own, 4096):
-            printed += piece
-    except OSError:
-        pass
-    os.close(own)
+    printed = shown_at(own)
     process.wait()
     # A line that a later one overwrites doesn't count.
-    covered = re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", printed.decode()).replace("\r\x1b[K", "")
+    covered = re.sub(r"\r\x1b\[K[^\r\n]*(?=\r\x1b\[K)", "", printed).replace("\r\x1b[K", "")
     return covered.replace("\r", "")
 
 

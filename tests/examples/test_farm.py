@@ -9,6 +9,7 @@ import time
 from pathlib import Path
 
 import pytest
+from terminalshown import shown_at
 
 ROOT = Path(__file__).resolve().parents[2]
 SCRIPT = ROOT / "examples" / "farm" / "capture-farm.sh"
@@ -280,12 +281,6 @@ def test_a_terminal_shows_how_far_the_run_is(farm):
     own, its = pty.openpty()
     process = subprocess.Popen(farm.command(), env=farm.environment(TERM="xterm"), stdin=its, stdout=its, stderr=its)
     os.close(its)
-    printed = b""
-    try:
-        while piece := os.read(own, 4096):
-            printed += piece
-    except OSError:
-        pass
-    os.close(own)
+    printed = shown_at(own)
     assert process.wait() == 0
-    assert b"100%" in printed
+    assert "100%" in printed

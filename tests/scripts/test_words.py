@@ -12,10 +12,11 @@ import pytest
 from conftest import ROOT, processes_of, run, until, windows
 
 GOLDEN = ROOT / "tests" / "endtoend" / "golden"
-sys.path.insert(0, str(GOLDEN))
+sys.path[:0] = [str(GOLDEN), str(ROOT / "tests" / "support")]
 
 import contents  # noqa: E402
 from document import value_lines  # noqa: E402
+from terminalshown import shown_at  # noqa: E402
 
 CHECK = ROOT / "build" / "tools" / "capturecheck"
 USAGE = "keyreap: usage: ./keyreap [--see FOLDER] [--env NAME] [--display] extreg FILE OUT.reg [FILE OUT.reg ...] [keyRedir|trace|both]"
@@ -35,15 +36,9 @@ class Terminal:
 
     def shown(self):
         """All that the terminal received, after the command and what it started have closed it."""
-        text = b""
-        try:
-            while piece := os.read(self.own, 4096):
-                text += piece
-        except OSError:
-            pass
-        os.close(self.own)
+        text = shown_at(self.own)
         self.process.communicate()
-        return text.decode()
+        return text
 
 
 def lines(terminal):

@@ -1,5 +1,7 @@
 #include "tests/endtoend/harness/settings.h"
 
+#include "tests/support/samplestep.h"
+
 #include <windows.h>
 
 namespace keyreap::endtoend {
@@ -34,11 +36,6 @@ std::wstring ReadVariable(const std::string& name) {
     return value;
 }
 
-std::uint32_t ReadSampleStep() {
-    const std::wstring value = ReadVariable("KEYREAP_SAMPLE");
-    return value.empty() ? 1 : static_cast<std::uint32_t>(std::stoul(value));
-}
-
 } // namespace
 
 const Settings& TestSettings() {
@@ -54,7 +51,7 @@ std::string ReadSettings() {
             missing += std::string("Set ") + variable.name + " to " + variable.meaning + ".\n";
         }
     }
-    MutableSettings().sampleStep = ReadSampleStep();
+    MutableSettings().sampleStep = testsupport::SampleStep();
     MutableSettings().host = ReadVariable("KEYREAP_HOST");
     return missing;
 }

@@ -3,6 +3,7 @@
 #include "pe/fileversion.h"
 #include "tests/support/imagebuilder.h"
 #include "tests/support/mutation.h"
+#include "tests/support/samplestep.h"
 #include "tests/support/temporaryfolder.h"
 #include "tests/support/versionresource.h"
 
@@ -12,7 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 namespace keyreap {
@@ -50,12 +50,6 @@ struct Answers {
     }
 };
 
-// The whole run has all files, another one a tenth of them.
-std::uint32_t SampleStep() {
-    const char* const step = std::getenv("KEYREAP_SAMPLE");
-    return step == nullptr ? 1 : static_cast<std::uint32_t>(std::stoul(step));
-}
-
 class MutatedImages : public testing::TestWithParam<ImageBits> {
 protected:
     // One apartment for all the lookups of known folders.
@@ -77,7 +71,8 @@ protected:
 };
 
 TEST_P(MutatedImages, GoThroughEveryQueryWithoutAFaultOrAHang) {
-    const std::uint32_t files = 5000 / SampleStep();
+    // The whole run has all files, another one a tenth of them.
+    const std::uint32_t files = 5000 / testsupport::SampleStep();
     const BuiltImage images[] = {Image(0x1000, 0x200), Image(0x2000, 0x2000), Image(0x200, 0x200)};
     const TemporaryFolder folder;
     folder.MakeFile(L"one.dll", ImageBuilder(GetParam()).Imports({"missing too.dll"}).Build().bytes);
