@@ -15,6 +15,13 @@ WINE_MODULES=$WINE_HOME/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
+# Where a mirror is being renewed, its signature and its list of 32-bit packages may not fit for days, and no package of the
+# list can be had. These are the SHA-256 of the packages of 32-bit modules as signed lists have had them, by version.
+declare -gA KNOWN_MODULES=(
+    [8.0~repack-4]=c992aad6a47d81b719514f5d06c5df10267f1e40a6f4f3b4e3f655cbbf308d57
+    [10.0~repack-6]=fef4802a6553a17eaa40003333a86fc697440d1d21c5824f2dbd1c444f01527b
+)
+
 # The distribution's, whatever the caller's PATH is. Tests put something between the server and its log.
 # shellcheck disable=SC2034 # the scripts that run programs name them
 WINE=/usr/bin/wine WINESERVER=${KEYREAP_WINESERVER:-/usr/bin/wineserver}
@@ -59,13 +66,24 @@ make_modules() {
     rm -rf tree
     # The list of security updates may be out of date; the main one is enough.
     apt-get -q "${options[@]}" update || true
-    apt-get -q "${options[@]}" download "libwine:i386=$version"
+    apt-get -q "${options[@]}" download "libwine:i386=$version" || fetch_known_modules "$version" "${options[@]}"
     dpkg-deb -x "libwine_${version//:/%3a}_i386.deb" tree
     ln -s /usr/lib/x86_64-linux-gnu/wine/x86_64-unix "tree/$WINE_MODULES_FOLDER/x86_64-unix"
     printf '%s\n' "$version" >tree/version
     rm -rf "$WINE_MODULES"
     mv -T tree "$WINE_MODULES"
     rm -rf "$new"
+}
+
+# fetch_known_modules VERSION OPTION...: fetches a known package from the pool of one of the machine's package sources, into
+# the current folder. Fails where it is not known, is nowhere, or has another content.
+fetch_known_modules() {
+    local file=libwine_$1_i386.deb hash=${KNOWN_MODULES[$1]:-} options=("${@:2}") site
+    [[ -n $hash ]] || return
+    while read -r site; do
+        /usr/lib/apt/apt-helper "${options[@]}" download-file "$site/pool/main/w/wine/$file" "$file" "SHA256:$hash" && return
+    done < <(apt-get -q "${options[@]}" --print-uris update | sed -nE "s|^'([^']+)/dists/[^']+/InRelease' .*|\1|p" | sort -u)
+    return 1
 }
 
 modules_ready() {

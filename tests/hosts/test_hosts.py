@@ -122,6 +122,24 @@ def test_a_further_run_of_the_package_is_silent(installed):
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")
 
 
+# Prints the known hash of the 32-bit package of Wine and what the signed list says.
+KNOWN_AND_SIGNED = """
+    cd "$HOME" && mkdir -p known/lists/partial
+    options="-o APT::Architecture=i386 -o APT::Architectures=i386 -o Dir::State::Lists=$PWD/known/lists -o Dir::Cache=$PWD/known"
+    for part in common packages wine; do source "/usr/lib/keyreap/scripts/$part.sh"; done
+    apt-get -q $options update >&2
+    printf '%s\\n' "${KNOWN_MODULES[$(wine_version)]}"
+    apt-cache $options show "libwine:i386=$(wine_version)" | sed -n 's/^SHA256: //p'
+    rm -rf known
+"""
+
+
+@pytest.mark.whole
+def test_the_package_knows_the_modules_as_the_signed_list_has_them(installed):
+    known, signed = installed.succeed("bash", "-ec", KNOWN_AND_SIGNED, user=True, folder=HOME).split()
+    assert known == signed
+
+
 STRANGE = "/usr/local/bin/strangeserver"
 
 # The server's own log, with a first line that no Wine writes.

@@ -13,14 +13,14 @@ COMMANDS_THAT_FETCH = (
 FETCHERS = re.compile(
     r"(?<![\w./-])(%s)(?![\w/-])" % "|".join(map(re.escape, COMMANDS_THAT_FETCH))
     + r"|\bapt(?= (?:install|update|download|source)\b)|git\b.*[\s\"'](?:clone|fetch|pull|submodule)\b"
-    + r"|\bFetchContent|\bExternalProject|\bfile\(\s*DOWNLOAD\b|/dev/(?:tcp|udp)/"
+    + r"|\bapt-helper\b|\bFetchContent|\bExternalProject|\bfile\(\s*DOWNLOAD\b|/dev/(?:tcp|udp)/"
 )
 
 # What each file fetches with, and why it may.
 PLACES = {
     "release": ({"git"}, "a clone of the checkout that it is in"),
     "scripts/packages.sh": ({"apt-get", "mmdebstrap"}, "signed packages of the distribution; mmdebstrap is one"),
-    "scripts/wine.sh": ({"apt-get"}, "a signed package of the distribution"),
+    "scripts/wine.sh": ({"apt-get", "apt-helper"}, "a package of the distribution, signed or with a known content"),
     "scripts/innosetup.sh": ({"npm"}, "a package for tests alone, whose content is pinned"),
     "tests/hosts/roots.py": ({"apt-get", "mmdebstrap"}, "roots of the distribution, for tests alone"),
     "tests/hosts/test_hosts.py": ({"apt-get", "git"}, "packages of the distribution in such a root, and a clone of the checkout"),
@@ -51,6 +51,7 @@ def test_nothing_is_fetched_but_at_the_listed_places():
         ("curl -fsSO x", {"curl"}),
         ("  true && pip3 install x  # wget", {"pip3"}),
         ("apt install x", {"apt"}),
+        ("/usr/lib/apt/apt-helper download-file x", {"apt-helper"}),
         ("/var/lib/apt/lists # apt-get", set()),
         ('git -C "$x" clone y', {"git"}),
         ("include(FetchContent)", {"FetchContent"}),
@@ -67,6 +68,12 @@ def test_a_package_of_another_registry_is_pinned_by_its_content():
     assert re.search(r"^INNO_HASH=[0-9a-f]{128}$", text, re.M)
     fetched, checked, unpacked = (text.index(word) for word in ("npm pack ", "sha512sum --check ", "tar -xzf "))
     assert fetched < checked < unpacked
+
+
+def test_a_package_of_the_distribution_without_a_signed_list_is_pinned_by_its_content():
+    text = text_of("scripts/wine.sh")
+    assert re.findall(r"^    \[[^]]+\]=(.*)$", text, re.M) and not re.search(r"^    \[[^]]+\]=(?![0-9a-f]{64}$)", text, re.M)
+    assert all('"SHA256:$hash"' in call for call in re.findall(r"apt-helper .*", text))
 
 
 def test_packages_of_the_distribution_are_fetched_only_signed():
