@@ -10,7 +10,8 @@ from cases import ROOT, regsvr32
 KEYREAP = ROOT / "keyreap"
 # A person names a file of this machine.
 MODULES = ROOT / "build" / "wine" / "base" / "drive_c" / "windows" / "system32"
-SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display"]
+# As Wine boots.
+SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--all-services"]
 
 
 def seconds_of(words, **variables):

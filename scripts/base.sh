@@ -55,6 +55,7 @@ first_start() {
     # key was deleted.
     run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add 'HKU\.DEFAULT\Environment' /f
     set_up_windows
+    set_up_services
     run_in_session "$WINESERVER" -k
     run_in_session timeout 60 "$WINESERVER" -w
     end_session
@@ -70,9 +71,21 @@ set_up_windows() {
     set_text 'HKCU\Software\Wine\Fonts\Replacements' 'Courier New' 'DejaVu Sans Mono'
 }
 
-# set_text KEY NAME TEXT: a value in the base's registry.
+set_up_services() {
+    local service
+    for service in "${IDLE_SERVICES[@]}"; do
+        set_value "HKLM\\System\\CurrentControlSet\\Services\\$service" Start REG_DWORD 3
+    done
+}
+
+# set_text KEY NAME TEXT
 set_text() {
-    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add "$1" /v "$2" /d "$3" /f
+    set_value "$1" "$2" REG_SZ "$3"
+}
+
+# set_value KEY NAME TYPE DATA: a value in the base's registry.
+set_value() {
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add "$1" /v "$2" /t "$3" /d "$4" /f
 }
 
 # drop_classes: copies a system hive without the sections of Software\Classes and below.

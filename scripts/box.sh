@@ -64,18 +64,13 @@ take_callers_places() {
     done
 }
 
-# half_of_memory: prints half of the machine's memory in megabytes.
-half_of_memory() {
-    local kilobytes
+# take_ceilings: fills MEMORY_CEILING and DISK_CEILING, in megabytes, with what the caller says, or 4 GB, or half of the
+# machine's memory where that is less.
+take_ceilings() {
+    local kilobytes usual
     read -r _ kilobytes _ </proc/meminfo
-    printf '%s' $((kilobytes / 2048))
-}
-
-# ceiling NAME: prints the caller's ceiling in megabytes, or 4 GB, or half of the memory where that is less.
-ceiling() {
-    local name=KEYREAP_BOX_$1 half
-    half=$(half_of_memory)
-    printf '%s' "${!name:-$((half < 4096 ? half : 4096))}"
+    usual=$((kilobytes / 2048 < 4096 ? kilobytes / 2048 : 4096))
+    MEMORY_CEILING=${KEYREAP_BOX_MEMORY:-$usual} DISK_CEILING=${KEYREAP_BOX_DISK:-$usual}
 }
 
 # prefix_on_tmpfs: whether the files of a session can be in memory, which ends with the session and has a size. Before
@@ -130,7 +125,7 @@ make_outputs() {
 
 # stand_in NUMBER
 stand_in() {
-    printf '%s/output%s' "$(notes_folder "$PREFIX")" "$1"
+    printf '%s/output%s' "$PREFIX/$NOTES" "$1"
 }
 
 # take_outputs: copies the stand-ins that were written to, which have another time, to their files.
@@ -144,25 +139,22 @@ take_outputs() {
 # box_words REQUESTS: prints the words of sessionbox for this session, each ended by a NUL. REQUESTS is `yes` with a request
 # log. PLACES are the words for what the session sees.
 box_words() {
-    local assignment memory disk
-    memory=$(ceiling MEMORY) disk=$(ceiling DISK)
-    printf '%s\0' --report "$(box_report "$PREFIX")" --prefix "$PREFIX" --hide "$(notes_folder "$PREFIX")" \
-        --server "$(server_in_box)" --see "$WINE_MODULES" --see "$BUILD/tools" --memory $((memory << 20)) \
+    local assignment disk
+    take_ceilings
+    disk=$DISK_CEILING
+    printf '%s\0' --report "$PREFIX/$BOX_NOTE" --prefix "$PREFIX" --hide "$PREFIX/$NOTES" \
+        --server "${KEYREAP_WINESERVER:-$WINE_PROGRAMS/wineserver64}" --see "$WINE_MODULES" --see "$BUILD/tools" \
+        --memory $((MEMORY_CEILING << 20)) \
         --file-size $((disk < LARGEST_FILE ? disk << 20 : LARGEST_FILE << 20)) --temporary $((disk << 18)) --threads "${KEYREAP_BOX_PROCESSES:-2000}"
     ((${#PLACES[@]} == 0)) || printf '%s\0' "${PLACES[@]}"
-    # A test's own server is a script.
+    # A test's own server is a script, and needs programs.
     [[ -z ${KEYREAP_WINESERVER-} ]] ||
         printf '%s\0' --see /usr --see /bin --see /etc/alternatives --see "${KEYREAP_WINESERVER%/*}"
-    [[ $1 != yes ]] || printf '%s\0' --log "$REQUEST_FILTER" "$PREFIX/$REQUEST_LOG" "$(mixed_keys_file "$PREFIX")" \
-        "$(unplaced_lines_file "$PREFIX")"
+    [[ $1 != yes ]] || printf '%s\0' --log "$REQUEST_FILTER" "$PREFIX/$REQUEST_LOG" "$PREFIX/$MIXED_KEYS_NOTE" \
+        "$PREFIX/$UNPLACED_LINES_NOTE"
     while IFS= read -r assignment; do printf '%s\0' --set "$assignment"; done < <(wine_environment "$PREFIX")
     printf '%s\0' --set "WINELOADER=$WINE_PROGRAMS/wine64" --set "WINESERVER=$WINE_PROGRAMS/wineserver64" \
         --set "PATH=$STANDARD_PATH"
-}
-
-# server_in_box: the distribution's own, unless a test names another one.
-server_in_box() {
-    printf '%s' "${KEYREAP_WINESERVER:-$WINE_PROGRAMS/wineserver64}"
 }
 
 # run_in_box COMMAND...: returns COMMAND's status when all that it started has ended; fills BOX with what became of the box
@@ -172,11 +164,11 @@ run_in_box() {
     local words status=0
     mapfile -d '' -t words < <(box_words "$requests")
     [[ $1 != @(wine|"$WINE") ]] || set -- "$WINE_PROGRAMS/wine64" "${@:2}"
-    [[ $observed == no ]] || set -- "$OBSERVER" "$(crash_file "$PREFIX")" "$@"
-    : >"$(box_report "$PREFIX")"
+    [[ $observed == no ]] || set -- "$OBSERVER" "$PREFIX/$CRASH_NOTE" "$@"
+    : >"$PREFIX/$BOX_NOTE"
     tell_keeper box ''
     with_output start_box "${words[@]}" -- "$@" || status=$?
-    BOX=$(<"$(box_report "$PREFIX")") BOX_PROCESS=
+    BOX=$(<"$PREFIX/$BOX_NOTE") BOX_PROCESS=
     case $BOX in
     ended | ceiling\ *) take_outputs ;;
     unavailable\ *) tell_keeper open '' ;;

@@ -1,15 +1,10 @@
 # shellcheck shell=bash
 # The end of a box whose own program was killed. Sourced after common.sh and requests.sh.
 
-# box_report PREFIX: where sessionbox says what became of the box.
-box_report() {
-    printf '%s/box' "$(notes_folder "$1")"
-}
-
 # end_box PREFIX: ends what sessionbox couldn't, by its own report (tools/box/outside.h).
 end_box() {
     local word text report=()
-    [[ ! -f $(box_report "$1") ]] || mapfile -t report <"$(box_report "$1")"
+    [[ ! -f $1/$BOX_NOTE ]] || mapfile -t report <"$1/$BOX_NOTE"
     ((${#report[@]} > 0)) || end_beginnings "$1"
     for word in "${report[@]}"; do
         text=${word#* }

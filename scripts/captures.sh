@@ -24,9 +24,10 @@ name_session_places() {
     PLACES=(--see "$STAGE/bin")
     exec {words}< <(
         box_words yes
-        printf '%s\0' -- "$OBSERVER" "$(crash_file "$PREFIX")" "$WINE_PROGRAMS/wine64" "$STAGE/bin/x64/Keyreap.exe"
+        printf '%s\0' -- "$OBSERVER" "$PREFIX/$CRASH_NOTE" "$WINE_PROGRAMS/wine64" "$STAGE/bin/x64/Keyreap.exe"
     )
     export KEYKIT_CAPTURE_BOX=/dev/fd/$words KEYKIT_CAPTURE_WINE=$WINE_HOME KEYKIT_CAPTURE_PREFIX=$PREFIX
     export KEYKIT_CAPTURE_TOOLS=$BUILD/tools KEYKIT_CAPTURE_DISK
-    KEYKIT_CAPTURE_DISK=$(ceiling DISK)
+    take_ceilings
+    KEYKIT_CAPTURE_DISK=$DISK_CEILING
 }

@@ -15,7 +15,9 @@ export LC_ALL=C.UTF-8
 STANDARD_PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
 PATH=${PATH:+$PATH:}$STANDARD_PATH
 
-ROOT=$(readlink -f -- "${BASH_SOURCE[0]}")
+ROOT=${BASH_SOURCE[0]}
+# The folder of a script that has found itself is a real path.
+[[ -n ${self-} && $ROOT == "${self%/*}"/* && ! -L $ROOT && ! -L ${ROOT%/*} ]] || ROOT=$(readlink -f -- "$ROOT")
 ROOT=${ROOT%/*/*}
 # What is built. An installation, which the file `prebuilt` marks, has it beside the scripts.
 BUILD=$ROOT/build

@@ -128,11 +128,17 @@ discard_session() {
     clear_prefix "$1"
 }
 
+# is_empty FOLDER: also where there is none.
+is_empty() {
+    local path
+    for path in "$1"/* "$1"/.[!.]* "$1"/..?*; do [[ ! -e $path && ! -L $path ]] || return; done
+}
+
 # clear_prefix PREFIX: removes all that a session left, but keeps a copy of the drive as PREFIX.drive.
 clear_prefix() {
     if [[ -d $1/drive_c && ! -d $1/overlay && -f $1.list ]]; then
         rm -rf "$1.drive" "$(placed_start_recording "$1")" "$(placed_host_description "$1")"
         mv -T "$1/drive_c" "$1.drive"
     fi
-    [[ ! -d $1 ]] || find "$1" -mindepth 1 -maxdepth 1 -exec rm -rf {} +
+    is_empty "$1" || find "$1" -mindepth 1 -maxdepth 1 -exec rm -rf {} +
 }

@@ -11,22 +11,18 @@
 REQUEST_FILTER=$BUILD/tools/requestfilter
 REQUEST_LOG=drive_c/windows/keyreap-requests.log
 
-# notes_folder PREFIX: what the session's scripts keep there isn't in its box.
-notes_folder() {
-    printf '%s/notes' "$1"
-}
-
-# mixed_keys_file PREFIX: where the filter leaves the names of keys that Wine mixed up (mixedkeys.sh), one a line, when the
-# session ends and if there are any.
-mixed_keys_file() {
-    printf '%s/mixedkeys' "$(notes_folder "$1")"
-}
-
-# unplaced_lines_file PREFIX: where the filter leaves the first line of the log that no known server writes, and the number of
-# such lines in a second line, when the session ends.
-unplaced_lines_file() {
-    printf '%s/unplacedlines' "$(notes_folder "$1")"
-}
+# Files of the prefix, for what a session says (notes.sh). What is in the folder isn't in the session's box.
+#   MIXED_KEYS_NOTE       the names of keys that Wine mixed up (mixedkeys.sh), one a line, if there are any: by the filter when
+#                         the session ends
+#   UNPLACED_LINES_NOTE   the first line of the log that no known server writes, and in a second line the number of such
+#                         lines: by the filter, too
+#   BOX_NOTE              what became of the box: by sessionbox
+#   CRASH_NOTE            what crashed: by the observer, which is in the box
+NOTES=notes
+MIXED_KEYS_NOTE=$NOTES/mixedkeys
+UNPLACED_LINES_NOTE=$NOTES/unplacedlines
+# shellcheck disable=SC2034 # the scripts that source this one read them
+BOX_NOTE=$NOTES/box CRASH_NOTE=crash
 
 # start_logging_server PREFIX: the server runs until it is ended, also while no program runs.
 start_logging_server() {
@@ -34,7 +30,7 @@ start_logging_server() {
     mapfile -t environment < <(wine_environment "$1")
     "${RIGHTLESS[@]}" env -i PATH="$STANDARD_PATH" "${environment[@]}" \
         "$WINESERVER" -f -d2 -p </dev/null 2>&1 >/dev/null 7>&- 9>&- |
-        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$(mixed_keys_file "$1")" "$(unplaced_lines_file "$1")" \
+        "$REQUEST_FILTER" "$1/$REQUEST_LOG" "$1/$MIXED_KEYS_NOTE" "$1/$UNPLACED_LINES_NOTE" \
             >/dev/null 2>&1 7>&- 9>&- &
 }
 

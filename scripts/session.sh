@@ -10,7 +10,8 @@
 
 # Tests of the pool use another one.
 POOL=${KEYREAP_POOL:-$WINE_HOME/pool}
-POOL_SIZE=${KEYREAP_POOL_SIZE:-$(nproc)}
+# One prefix a core, unless the caller names another number.
+POOL_SIZE=${KEYREAP_POOL_SIZE-}
 
 # The options of env(1) that pass the caller's variables on to the session's command: all but Wine's, and but TMPDIR.
 # Wine's server has its folder in /tmp, and with this variable all programs of Wine 10.0 fail as it is in Debian 13.
@@ -20,15 +21,18 @@ for name in $(compgen -e WINE); do INHERITED+=(-u "$name"); done
 # The session has its own XDG_RUNTIME_DIR, in which this name isn't.
 [[ -z ${WAYLAND_DISPLAY-} || $WAYLAND_DISPLAY == /* ]] || export WAYLAND_DISPLAY=${XDG_RUNTIME_DIR-}/$WAYLAND_DISPLAY
 
-# Starts the session's command without address space randomisation, if the system allows that. At random addresses the
-# memory of a program sometimes covers a page that Wine needs (0x7FFE0000), and one start in some thousands fails.
-STEADY=()
-! setarch -R true 2>/dev/null || STEADY=(setarch -R)
+# find_steady: fills STEADY with what starts the session's command without address space randomisation, if the system
+# allows that. At random addresses the memory of a program sometimes covers a page that Wine needs (0x7FFE0000), and one
+# start in some thousands fails.
+find_steady() {
+    STEADY=()
+    ! setarch -R true 2>/dev/null || STEADY=(setarch -R)
+}
 
 # check_pool: fails unless the caller can use the prefixes.
 check_pool() {
-    [[ $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
-    mkdir -p "$POOL" 2>/dev/null || true
+    [[ -z $POOL_SIZE || $POOL_SIZE =~ ^[1-9][0-9]{0,4}$ ]] || fail "KEYREAP_POOL_SIZE is '$POOL_SIZE', and has to be a number from 1 to 99999"
+    [[ -d $POOL ]] || mkdir -p "$POOL" 2>/dev/null || true
     [[ -d $POOL && -w $POOL ]] || fail "cannot write to $POOL"
     [[ -w /tmp ]] || fail "cannot write to /tmp, where Wine's server has its folder"
     [[ ! -e $POOL/1 || -O $POOL/1 ]] || fail "the Wine prefixes in $POOL belong to another user"
@@ -45,6 +49,7 @@ allow_open_files() {
 # take_prefix: waits for a free prefix; PREFIX is its folder and descriptor 9 its lock.
 take_prefix() {
     local number
+    [[ -n $POOL_SIZE ]] || POOL_SIZE=$(nproc)
     while true; do
         for ((number = 1; number <= POOL_SIZE; number++)); do
             exec 9>"$POOL/$number.lock"
@@ -80,7 +85,7 @@ start_keeper() {
 # a folder that appears as \\server\share, or empty.
 renew_prefix() {
     clear_prefix "$PREFIX"
-    mkdir -p "$PREFIX"
+    [[ -d $PREFIX ]] || mkdir -p "$PREFIX"
     private_drive
     cp -a "$WINE_BASE/top/." "$PREFIX"
     mkdir -p "$PREFIX/home"
@@ -98,7 +103,18 @@ show_share() {
 # check_heaps: makes programs keep a mark after each block of a heap (0x10). The system reads this value of its hive at
 # the start of each program.
 check_heaps() {
-    printf '\n[System\\\\%s\\\\Control\\\\Session Manager]\n"GlobalFlag"=dword:00000010\n' "$(control_set)" >>"$PREFIX/system.reg"
+    set_control 'Control\\\\Session Manager' GlobalFlag 00000010
+}
+
+# start_all_services: as Wine does it.
+start_all_services() {
+    local service
+    for service in "${IDLE_SERVICES[@]}"; do set_control "Services\\\\$service" Start 00000002; done
+}
+
+# set_control KEY NAME NUMBER: a value of the prefix in the current control set; a backslash in KEY is doubled.
+set_control() {
+    printf '\n[System\\\\%s\\\\%s]\n"%s"=dword:%s\n' "$(control_set)" "$1" "$2" "$3" >>"$PREFIX/system.reg"
 }
 
 # control_set: prints the name under which the hive has the current control set. In Wine 8.0 that is its own name; in Wine
@@ -134,6 +150,7 @@ start_plain_server() {
 run_in_session() {
     local environment
     mapfile -t environment < <(wine_environment "$PREFIX")
+    find_steady
     "${RIGHTLESS[@]}" "${STEADY[@]}" env --default-signal=INT,QUIT "${INHERITED[@]}" "${environment[@]}" \
         "$@" <&0 3>&- 4>&- 5>&- 7>&- 8>&- 9>&- &
     # Without output: the shell would report a command that was ended by a signal.

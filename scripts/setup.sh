@@ -100,7 +100,7 @@ wine_there() {
 
 # level_sources LEVEL: prints the files and folders that it is made from, each ended by a NUL.
 level_sources() {
-    local tool
+    local tool folders
     if [[ -f $ROOT/prebuilt ]]; then
         printf '%s\0' "$ROOT"
         return
@@ -110,7 +110,10 @@ level_sources() {
         keykit_sources
         return
     fi
-    for tool in "${NATIVE_TOOLS[@]}"; do tool_folders "$tool" | tr '\n' '\0'; done
+    for tool in "${NATIVE_TOOLS[@]}"; do
+        mapfile -t folders < <(tool_folders "$tool")
+        printf '%s\0' "${folders[@]}"
+    done
     [[ $1 != @(live|explain|package) ]] || printf '%s\0' "$ROOT/kit"
     [[ $1 == wine ]] || program_sources
 }

@@ -28,6 +28,7 @@
 #   --env NAME         the caller's variable is passed into the box
 #   --display          the box has the caller's display
 #   --checked-heaps    HeapValidate in a program finds writes just past the end of a block
+#   --all-services     Wine starts all the services that it starts itself, and not only those that captures need
 #   --ready            the caller has done the set-up
 #   --silent           what the command writes to its standard streams is discarded
 #   --quiet            what it writes to its standard error is discarded
@@ -59,7 +60,7 @@ source "$ROOT/scripts/box.sh"
 
 given=("$@") INSIDE=no
 [[ ${1-} != --inside ]] || { INSIDE=yes && shift; }
-classes=all share='' requests=no mixed=quiet heaps=usual ready=no output=shown
+classes=all share='' requests=no mixed=quiet heaps=usual services=needed ready=no output=shown
 observed=no afterwards=() user=$WINE_USER computer='' boxed=no PLACES=() outputs=()
 while (($# > 0)); do
     case $1 in
@@ -86,6 +87,7 @@ while (($# > 0)); do
         for folder in "${SCRIPT_FOLDERS[@]}"; do PLACES+=(--see "$folder"); done
         ;;
     --display) PLACES+=("$1") ;;
+    --all-services) services=all ;;
     --ready) ready=yes ;;
     --observed) observed=yes ;;
     --silent) output=none ;;
@@ -132,7 +134,7 @@ run_command() {
         run_in_box "$@" || status=$?
         box_missing || return "$status"
     fi
-    [[ $observed == no ]] || set -- "$OBSERVER" "$(crash_file "$PREFIX")" "$@"
+    [[ $observed == no ]] || set -- "$OBSERVER" "$PREFIX/$CRASH_NOTE" "$@"
     start_server "$requests"
     with_output run_in_session "$@"
 }
@@ -157,15 +159,16 @@ for signal in INT TERM HUP QUIT; do
     trap "end_on_signal $signal" "$signal"
 done
 # What a session left whose keeper was killed, too.
-[[ -z $(ls -A "$PREFIX" 2>/dev/null) ]] || end_prefix "$PREFIX"
+is_empty "$PREFIX" || end_prefix "$PREFIX"
 PREFIX_SIZE=
 # shellcheck disable=SC2034 # isolation.sh reads it
-if [[ $boxed == yes ]] && prefix_on_tmpfs; then PREFIX_SIZE=$(ceiling DISK); fi
+if [[ $boxed == yes ]] && prefix_on_tmpfs; then take_ceilings && PREFIX_SIZE=$DISK_CEILING; fi
 prepare renew_prefix "$classes" "$share"
 prepare be_user "$user"
 WINE_USER=$user
 exec 6<&-
 [[ $heaps == usual ]] || check_heaps
+[[ $services == needed ]] || start_all_services
 open_notes "$PREFIX"
 [[ $boxed == no ]] || make_outputs "${outputs[@]}"
 status=0

@@ -15,6 +15,11 @@ WINE_MODULES=$WINE_HOME/modules
 WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
+# What Wine would start with each session although no capture needs it: a log of events that no function of Wine's writes or
+# reads, and notices of devices that come and go. A program can still start them.
+# shellcheck disable=SC2034 # base.sh and session.sh read it
+IDLE_SERVICES=(Eventlog PlugPlay)
+
 # Where a mirror is being renewed, its signature and its list of 32-bit packages may not fit for days, and no package of the
 # list can be had. These are the SHA-256 of the packages of 32-bit modules as signed lists have had them, by version.
 declare -gA KNOWN_MODULES=(
@@ -39,17 +44,9 @@ wine_version() {
 # wine_environment PREFIX: prints the variables that Wine runs with, one assignment a line. A Wine that can also draw on
 # Wayland complains of a missing XDG_RUNTIME_DIR.
 wine_environment() {
-    cat <<END
-WINEPREFIX=$1
-WINEDLLPATH=$WINE_MODULES/$WINE_MODULES_FOLDER
-WINEDEBUG=-all
-WINEDLLOVERRIDES=winemenubuilder.exe=d
-LC_ALL=C.UTF-8
-HOME=$1/home
-XDG_RUNTIME_DIR=$1/home
-USER=$WINE_USER
-LOGNAME=$WINE_USER
-END
+    printf '%s\n' "WINEPREFIX=$1" "WINEDLLPATH=$WINE_MODULES/$WINE_MODULES_FOLDER" WINEDEBUG=-all \
+        WINEDLLOVERRIDES=winemenubuilder.exe=d LC_ALL=C.UTF-8 "HOME=$1/home" "XDG_RUNTIME_DIR=$1/home" "USER=$WINE_USER" \
+        "LOGNAME=$WINE_USER"
 }
 
 # make_modules: unpacks the distribution's 32-bit package of exactly the installed version. It uses a package list of

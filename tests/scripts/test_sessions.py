@@ -57,6 +57,40 @@ def test_a_caller_that_names_the_very_prefix_is_not_ended_with_it(pool):
     assert pool.run("bash", "-c", "exit 7", env={"WINEPREFIX": str(pool.prefix())}).returncode == 7
 
 
+# Prints the programs of the prefix once Wine has booted.
+PROGRAMS_OF_THE_SESSION = r"""
+    wine 'C:\windows\system32\hostname.exe' >/dev/null
+    for process in /proc/[0-9]*; do
+        ! grep -qszxF "WINEPREFIX=$WINEPREFIX" "$process/environ" || tr '\0' ' ' <"$process/cmdline"
+    done
+"""
+IDLE_PROGRAMS = ["plugplay.exe", "svchost.exe"]
+
+
+def programs_of_session(pool, *options):
+    words = succeeded(pool.run(*options, "bash", "-c", PROGRAMS_OF_THE_SESSION))
+    assert "services.exe" in words and "winedevice.exe" in words
+    return [name for name in IDLE_PROGRAMS if name in words]
+
+
+def test_a_session_starts_only_the_services_that_captures_need(pool):
+    assert programs_of_session(pool) == []
+
+
+def test_a_session_can_start_all_services_of_wine(pool):
+    assert programs_of_session(pool, "--all-services") == IDLE_PROGRAMS
+
+
+@pytest.mark.parametrize("service", ["Eventlog", "PlugPlay"])
+def test_a_program_can_start_a_service_that_the_session_did_not_start(pool, service):
+    assert "started successfully" in succeeded(pool.run("wine", "net", "start", service))
+
+
+def test_a_session_has_drives_with_serial_numbers_and_the_networks_adapters(pool):
+    assert "4300-0000" in succeeded(pool.run("wine", "cmd", "/c", "vol", "c:"))
+    assert "adapter" in succeeded(pool.run("wine", "ipconfig"))
+
+
 # Prints how many servers belong to the prefix.
 SERVERS = """
     grep -lzxF "WINEPREFIX=$WINEPREFIX" </dev/null $(pgrep -f ^/usr/lib/wine/wineserver | sed 's,.*,/proc/&/environ,') | wc -l
