@@ -50,6 +50,7 @@ public:
 
     bool AddProcess(std::uint32_t id, const ServerProcess& process) {
         AddThread(summaryThread, id);
+        bool added = AddHandles(process, Moment::beforeImage);
         if (process.machine != 0) {
             Ask("get_mapping_info", "");
             Answer("get_mapping_info", "image={machine=" + Hex(process.machine) + ",image_flags=00}");
@@ -58,9 +59,7 @@ public:
             Ask("get_process_debug_info", "handle=" + Hex(currentProcess));
             Answer("get_process_debug_info", "");
         }
-        const bool added = std::ranges::all_of(process.handles, [&](const auto& entry) {
-            return AddHandle(process, entry.first, entry.second);
-        });
+        added = added && AddHandles(process, Moment::afterImage);
         lines += Hex(summaryThread) + ": *killed* exit_code=0\n";
         return added && process.startChanges.empty();
     }
@@ -71,6 +70,9 @@ public:
     }
 
 private:
+    // A process has the 32-bit view only once it has mapped its image.
+    enum class Moment { beforeImage, afterImage };
+
     void Ask(std::string_view name, const std::string& fields) {
         lines.append(Hex(summaryThread)).append(": ").append(name).append("( ").append(fields).append(" )\n");
     }
@@ -78,6 +80,19 @@ private:
     void Answer(std::string_view name, const std::string& fields) {
         lines.append(Hex(summaryThread)).append(": ").append(name).append("() = 0");
         lines.append(fields.empty() ? "\n" : " { " + fields + " }\n");
+    }
+
+    bool AddHandles(const ServerProcess& process, Moment moment) {
+        const ServerProcess asItIs = {{}, moment == Moment::beforeImage ? std::uint16_t{0} : process.machine};
+        return std::ranges::all_of(process.handles, [&](const auto& entry) {
+            return MomentOf(process, entry.second) != moment || AddHandle(asItIs, entry.first, entry.second);
+        });
+    }
+
+    // When the process could open the handle's key in the view that it has.
+    static Moment MomentOf(const ServerProcess& process, const ServerHandle& handle) {
+        const bool isSearched = handle.key && !handle.key->KnownPath();
+        return isSearched && !IsViewOf(process, handle) ? Moment::beforeImage : Moment::afterImage;
     }
 
     bool AddHandle(const ServerProcess& process, std::uint32_t value, const ServerHandle& handle) {

@@ -145,10 +145,35 @@ TEST(RequestSummary, HasTheRequestsThatWaitForTheirReply) {
     ExpectSummariesEverywhere(story.lines);
 }
 
-TEST(RequestSummary, IsMissingWhereAKeyIsOpenInAViewOfAnotherProcess) {
+TEST(RequestSummary, HasTheKeysThatA32BitProcessOpenedBeforeItMappedItsImage) {
+    RequestStory story;
+    story.FirstThread(0x20, 0x24);
+    story.Create(0x24, R"(\Registry\Machine)", 4, {.status = "OBJECT_NAME_EXISTS"});
+    story.Create(0x24, "Software", 8, {.parent = 4, .attributes = 0x42, .status = "OBJECT_NAME_EXISTS"});
+    story.MapImage(0x24, RequestStory::machine32);
+    story.ReachEntryPoint(0x24);
+    story.Create(0x24, "A", 12, {.parent = 8, .status = "OBJECT_NAME_EXISTS"});
+    story.Close(0x24, 4);
+    UseHandles(story, 0x24);
+    ExpectSummariesEverywhere(story.lines);
+}
+
+TEST(RequestSummary, HasTheKeysThatA32BitProcessGotFromA64BitOne) {
     RequestStory story;
     story.Process(0x20, 0x24);
     story.Process(0x30, 0x34, RequestStory::machine32);
+    story.Create(0x24, R"(\Registry\Machine)", 4, {.status = "OBJECT_NAME_EXISTS"});
+    story.Create(0x24, "Software", 12, {.parent = 4, .status = "OBJECT_NAME_EXISTS"});
+    story.OpenProcess(0x24, 0x30, 8);
+    story.Duplicate(0x24, RequestStory::self, 12, 8, 16);
+    UseHandles(story, 0x34);
+    ExpectSummariesEverywhere(story.lines);
+}
+
+TEST(RequestSummary, IsMissingWhereAKeyIsOpenInAViewThatItsProcessNeverHad) {
+    RequestStory story;
+    story.Process(0x20, 0x24, RequestStory::machine32);
+    story.Process(0x30, 0x34);
     story.Create(0x24, R"(\Registry\Machine)", 4, {.status = "OBJECT_NAME_EXISTS"});
     story.OpenProcess(0x24, 0x30, 8);
     EXPECT_FALSE(SummaryOf(story.tracker).empty());
