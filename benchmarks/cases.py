@@ -15,6 +15,7 @@ VALUES = BUILD / "x64" / "benchmarks" / "manyvalues.dll"
 VALUES_KEY = "Software\\KeyreapBenchValues"
 
 SYSTEM = "C:\\windows\\system32\\"
+SYSTEM32 = "C:\\windows\\syswow64\\"  # for 32-bit programs
 TREE = "HKCU\\Software\\Keyreap Bench"
 
 
@@ -39,8 +40,8 @@ def regsvr32(module):
     return [WINE, SYSTEM + "regsvr32.exe", "/s", SYSTEM + module]
 
 
-def keyreap(work, modules, mode):
-    pairs = [word for module in modules for word in (SYSTEM + module, windows_path(work / (module + ".reg")))]
+def keyreap(work, modules, mode, system=SYSTEM):
+    pairs = [word for module in modules for word in (system + module, windows_path(work / (module + ".reg")))]
     return [WINE, windows_path(KEYREAP), "extreg", *pairs, mode]
 
 
@@ -122,12 +123,13 @@ def many_values(work, count, mode):
 
 
 def long_log(sizes, work):
-    """A capture in a session that has a long request log, and the reading of that log."""
+    """A capture of either bitness in a session that has a long request log, and the reading of that log."""
     log = '"$WINEPREFIX/drive_c/windows/keyreap-requests.log"'
     reading = ["bash", "-c", "cat " + log]
     size = ["bash", "-c", "stat -c %s " + log + ' > "$1"', "bash", str(work / "log.size")]
-    ours = keyreap(work, sizes.modules[:1], "both")
-    return {"log": [["ours", [ours]], ["other", [reading]], ["size", [size]]]}
+    bitnesses = {"x64": SYSTEM, "x86": SYSTEM32}
+    ours = [[name, [keyreap(work, sizes.modules[:1], "both", system)]] for name, system in bitnesses.items()]
+    return {"log": [*ours, ["other", [reading]], ["size", [size]]]}
 
 
 def many_servers(sizes, work):

@@ -4,12 +4,16 @@ import os
 import statistics
 import subprocess
 import time
+from pathlib import Path
 
-from cases import ROOT, regsvr32
+from cases import ROOT, regsvr32, servers
 
 KEYREAP = ROOT / "keyreap"
+KEYKIT = ROOT / "keykit"
 # A person names a file of this machine.
-MODULES = ROOT / "build" / "wine" / "base" / "drive_c" / "windows" / "system32"
+WINDOWS = ROOT / "build" / "wine" / "base" / "drive_c" / "windows"
+MODULES = WINDOWS / "system32"
+MODULES32 = WINDOWS / "syswow64"
 # As Wine boots.
 SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--all-services"]
 
@@ -45,6 +49,45 @@ def command_times(work, module, rounds):
     return {name: statistics.median(all) for name, all in times.items()}
 
 
+# A file for each line of the input, as many at once as there are cores.
+EACH_ALONE = 'xargs -d "\\n" -P "$(nproc)" -I "{}" sh -c \'exec "$0" extreg "$2" "$1/$(echo "$2" | tr / _).reg" "$3"\' "$0" "$1" "{}" "$2"'
+
+
+def processor_seconds():
+    """What the processors of this machine have worked, which is otherwise idle: the kernel counts few processes of a session for
+    the command that began it."""
+    user, nice, system, _, _, *interrupts = Path("/proc/stat").read_text(encoding="ascii").splitlines()[0].split()[1:8]
+    return (int(user) + int(nice) + int(system) + sum(map(int, interrupts))) / os.sysconf("SC_CLK_TCK")
+
+
+def of_many(work, modules, mode, number):
+    """Seconds by the clock and of the processor for `keykit capture`, and by the clock for a command for each module."""
+    begun = processor_seconds()
+    taken = seconds_of([KEYKIT, "capture", "--mode", mode, "--out", work / f"many.{mode}.{number}", *modules])
+    used = processor_seconds() - begun
+    alone = work / f"alone.{mode}.{number}"
+    alone.mkdir()
+    words = "".join(f"{module}\n" for module in modules)
+    begun = time.monotonic()
+    subprocess.run(["bash", "-c", EACH_ALONE, KEYREAP, alone, mode], input=words, text=True, check=True, stdout=subprocess.DEVNULL)
+    return taken, used, time.monotonic() - begun
+
+
+def many_rows(table, sizes, work, one):
+    """Many modules of both bitnesses. `one` is what one alone takes with the other program, in seconds."""
+    names = [file.name for file in servers()]
+    names = names[:: max(1, len(names) // (sizes.commands // 2))][: sizes.commands // 2]
+    modules = [folder / name for name in names for folder in (MODULES, MODULES32) if (folder / name).exists()]
+    for mode in ("keyRedir", "both"):
+        runs = [of_many(work, modules, mode, number) for number in range(sizes.command_rounds)]
+        clock, used, alone = (statistics.median(figures) for figures in zip(*runs))
+        name = f"{len(modules)} servers, each in a session, `{mode}`"
+        table.add(f"{name}; xargs", "ms", clock * 1e3, alone * 1e3)
+        table.add(f"the same; {3000 * len(modules) // 40} ms", "ms", clock * 1e3, 75 * len(modules), at_most=1)
+        table.add("the same, each; regsvr32 in a session of its own", "ms", clock / len(modules) * 1e3, one * 1e3, at_most=1)
+        table.add("the same, processor time of each; 150 ms", "ms", used / len(modules) * 1e3, 150, at_most=1)
+
+
 def command_rows(table, sizes, work):
     module = sizes.modules[len(sizes.modules) // 2]
     times = command_times(work, module, sizes.rounds)
@@ -53,3 +96,4 @@ def command_rows(table, sizes, work):
     # A box that costs nothing, or less, has a ratio of 0.
     cost = max(0.0, times["boxed"] - times["open"]) * 1e3
     table.add("what the box costs a run of `./keyreap`; 30 ms", "ms", cost, 30, at_most=1)
+    many_rows(table, sizes, work, times["regsvr32"])

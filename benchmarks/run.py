@@ -1,8 +1,9 @@
-"""Usage: run.py WORK [--quick]
+"""Usage: run.py WORK [--quick] [PART...]
 
 Measures the program and its parts, each with its comparison, and prints one table. Programs and
 sessions are those of the build folder; WORK is an empty folder for logs and outputs. With --quick everything is tiny
-and runs once: this only checks that the measuring works.
+and runs once: this only checks that the measuring works. A PART is one of `processes`, `commands`, `values` and `parts`;
+without one all are measured.
 """
 
 import json
@@ -51,6 +52,7 @@ class Sizes:
         self.rounds = 1 if quick else 11
         self.traced_rounds = 1 if quick else 5
         self.many_rounds = 1 if quick else 7
+        self.commands, self.command_rounds = (2, 1) if quick else (40, 3)
         self.long_rounds = 1 if quick else 3
         self.modules = of_all_sizes(servers(), 1 if quick else 5)
         self.servers = 2 if quick else 100
@@ -156,7 +158,6 @@ def bare_rows(table, sizes, plain, traced):
 
 
 def process_rows(table, sizes, work):
-    say("whole processes")
     rounds = {"": sizes.rounds, "many": sizes.many_rounds, **dict.fromkeys(("export", "tree"), sizes.long_rounds)}
     cases = {**nothing(), **redirected(sizes, work)}
     cases.update({**many_servers(sizes, work), **tree(sizes, work), **usual_way(sizes, work)})
@@ -212,7 +213,6 @@ def values_row(table, sizes, work, count, mode, rounds, at_most=None):
 
 
 def value_rows(table, sizes, work):
-    say("many values")
     for mode in ("both", "trace"):
         for count in sizes.values:
             values_row(table, sizes, work, count, mode, sizes.long_rounds, at_most=1.2)
@@ -220,8 +220,9 @@ def value_rows(table, sizes, work):
     fill = [bare_values(work, sizes.log_values, "both")]
     times = medians(in_session(work, {"log": sizes.rounds}, long_log(sizes, work), fill, "--requests"))["log"]
     size = int((work / "log.size").read_text()) / 1e6
-    name = "one server, `both`, after a request log of %d MB; reading of the log" % size
-    table.add(name, "ms", times["ours"] * 1e3, times["other"] * 1e3, at_most=1.5)
+    for bitness in ("x64", "x86"):
+        name = "one server, %s, `both`, after a request log of %d MB; reading of the log" % (bitness, size)
+        table.add(name, "ms", times[bitness] * 1e3, times["other"] * 1e3, at_most=1.5)
 
 
 def make_log(work, name, events, ours):
@@ -274,7 +275,6 @@ def check_parts(sizes, counted):
 
 
 def part_rows(table, sizes, work):
-    say("parts")
     logs = [make_log(work, log_name(n, share), n, n * share // 100) for n in sizes.logs for share in sizes.shares]
     logs.append(make_log(work, log_name(sizes.logs[-1], 0), sizes.logs[-1], 0))
     for log in logs:
@@ -323,16 +323,17 @@ def memory_rows(table, sizes, work):
         log.unlink()
 
 
-def main(work, *options):
-    quick = "--quick" in options
+ROWS = {"processes": process_rows, "commands": command_rows, "values": value_rows, "parts": part_rows}
+
+
+def main(work, *words):
+    quick = "--quick" in words
     # Tiny figures can't be compared with the aims.
     sizes, table = Sizes(quick), Table(judges=not quick)
-    work = Path(work)
-    process_rows(table, sizes, work)
-    say("commands")
-    command_rows(table, sizes, work)
-    value_rows(table, sizes, work)
-    part_rows(table, sizes, work)
+    chosen = [word for word in words if word != "--quick"] or ROWS
+    for part in chosen:
+        say(part)
+        ROWS[part](table, sizes, Path(work))
     table.print()
     print("%d rows, %d missed" % (len(table.rows), table.missed))
 
