@@ -122,13 +122,18 @@ def many_values(work, count, mode):
     return {"values": [["ours", [with_values(count, ours)]], ["other", [bare_values(work, count, mode)]]]}
 
 
+def captures_of_both(sizes, work):
+    """A capture of each bitness."""
+    bitnesses = {"x64": SYSTEM, "x86": SYSTEM32}
+    return {name: [["ours", [keyreap(work, sizes.modules[:1], "both", system)]]] for name, system in bitnesses.items()}
+
+
 def long_log(sizes, work):
     """A capture of either bitness in a session that has a long request log, and the reading of that log."""
     log = '"$WINEPREFIX/drive_c/windows/keyreap-requests.log"'
     reading = ["bash", "-c", "cat " + log]
     size = ["bash", "-c", "stat -c %s " + log + ' > "$1"', "bash", str(work / "log.size")]
-    bitnesses = {"x64": SYSTEM, "x86": SYSTEM32}
-    ours = [[name, [keyreap(work, sizes.modules[:1], "both", system)]] for name, system in bitnesses.items()]
+    ours = [[name, side[1]] for name, [side] in captures_of_both(sizes, work).items()]
     return {"log": [*ours, ["other", [reading]], ["size", [size]]]}
 
 

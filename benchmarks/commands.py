@@ -3,7 +3,9 @@
 import os
 import statistics
 import subprocess
+import sys
 import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from cases import ROOT, regsvr32, servers
@@ -21,7 +23,9 @@ SESSION = [ROOT / "scripts" / "wine-session.sh", "--ready", "--no-display", "--a
 def seconds_of(words, **variables):
     begun = time.monotonic()
     environment = {**os.environ, **variables}
-    subprocess.run([str(word) for word in words], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, env=environment)
+    result = subprocess.run([str(word) for word in words], input="", capture_output=True, text=True, env=environment)
+    if result.returncode != 0:
+        sys.exit(f"bench: status {result.returncode} of {' '.join(map(str, words))[:200]}: {result.stderr[-2000:]}")
     return time.monotonic() - begun
 
 
@@ -49,8 +53,14 @@ def command_times(work, module, rounds):
     return {name: statistics.median(all) for name, all in times.items()}
 
 
-# A file for each line of the input, as many at once as there are cores.
-EACH_ALONE = 'xargs -d "\\n" -P "$(nproc)" -I "{}" sh -c \'exec "$0" extreg "$2" "$1/$(echo "$2" | tr / _).reg" "$3"\' "$0" "$1" "{}" "$2"'
+def each_alone(folder, modules, mode):
+    """The seconds that a command for each module takes, as many at once as there are cores."""
+    folder.mkdir()
+    begun = time.monotonic()
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        words = [[KEYREAP, "extreg", module, folder / f"{number}.reg", mode] for number, module in enumerate(modules)]
+        list(pool.map(seconds_of, words))
+    return time.monotonic() - begun
 
 
 def processor_seconds():
@@ -65,12 +75,7 @@ def of_many(work, modules, mode, number):
     begun = processor_seconds()
     taken = seconds_of([KEYKIT, "capture", "--mode", mode, "--out", work / f"many.{mode}.{number}", *modules])
     used = processor_seconds() - begun
-    alone = work / f"alone.{mode}.{number}"
-    alone.mkdir()
-    words = "".join(f"{module}\n" for module in modules)
-    begun = time.monotonic()
-    subprocess.run(["bash", "-c", EACH_ALONE, KEYREAP, alone, mode], input=words, text=True, check=True, stdout=subprocess.DEVNULL)
-    return taken, used, time.monotonic() - begun
+    return taken, used, each_alone(work / f"alone.{mode}.{number}", modules, mode)
 
 
 def many_rows(table, sizes, work, one):
@@ -82,7 +87,7 @@ def many_rows(table, sizes, work, one):
         runs = [of_many(work, modules, mode, number) for number in range(sizes.command_rounds)]
         clock, used, alone = (statistics.median(figures) for figures in zip(*runs))
         name = f"{len(modules)} servers, each in a session, `{mode}`"
-        table.add(f"{name}; xargs", "ms", clock * 1e3, alone * 1e3)
+        table.add(f"{name}; `./keyreap` for each", "ms", clock * 1e3, alone * 1e3)
         table.add(f"the same; {3000 * len(modules) // 40} ms", "ms", clock * 1e3, 75 * len(modules), at_most=1)
         table.add("the same, each; regsvr32 in a session of its own", "ms", clock / len(modules) * 1e3, one * 1e3, at_most=1)
         table.add("the same, processor time of each; 150 ms", "ms", used / len(modules) * 1e3, 150, at_most=1)
