@@ -53,7 +53,7 @@ first_start() {
     # On Windows the default user's hive has this key. Here it also keeps the hive from becoming empty when a trace
     # removes what a COM server wrote: with its request log on, Wine's server crashes when it saves a hive whose last
     # key was deleted.
-    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add 'HKU\.DEFAULT\Environment' /f
+    use_registry add 'HKU\.DEFAULT\Environment' /f
     set_up_windows
     set_up_services
     run_in_session "$WINESERVER" -k
@@ -71,10 +71,15 @@ set_up_windows() {
     set_text 'HKCU\Software\Wine\Fonts\Replacements' 'Courier New' 'DejaVu Sans Mono'
 }
 
+# set_up_services: not every Wine has all the devices.
 set_up_services() {
-    local service
+    local service device key
     for service in "${IDLE_SERVICES[@]}"; do
         set_value "HKLM\\System\\CurrentControlSet\\Services\\$service" Start REG_DWORD 3
+    done
+    for device in "${IDLE_DEVICES[@]}"; do
+        key=HKLM\\System\\CurrentControlSet\\Enum\\ROOT\\WINE\\$device
+        ! use_registry query "$key" /v Service || set_value "$key" Service REG_SZ ''
     done
 }
 
@@ -85,7 +90,12 @@ set_text() {
 
 # set_value KEY NAME TYPE DATA: a value in the base's registry.
 set_value() {
-    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' add "$1" /v "$2" /t "$3" /d "$4" /f
+    use_registry add "$1" /v "$2" /t "$3" /d "$4" /f
+}
+
+# use_registry WORD...: what reg.exe does with these words.
+use_registry() {
+    run_in_session timeout -k 10 120 "$WINE" 'C:\windows\system32\reg.exe' "$@"
 }
 
 # drop_classes: copies a system hive without the sections of Software\Classes and below.
@@ -131,5 +141,5 @@ base_version() {
 # base_untouched FOLDER: compares the times of the last status change (ctime), which can't be set.
 base_untouched() {
     [[ -d $1/drive_c ]] || return
-    [[ -z $(find "$1"/{drive_c,top,classless} -cnewer "$1/version" -print -quit) ]]
+    [[ -z $(cd / && find "$1"/{drive_c,top,classless} -cnewer "$1/version" -print -quit) ]]
 }

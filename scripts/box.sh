@@ -132,7 +132,7 @@ stand_in() {
 take_outputs() {
     local number
     for number in "${!STAND_INS[@]}"; do
-        [[ -z $(find "$(stand_in "$number")" -newermt @1) ]] || cat "$(stand_in "$number")" >"${STAND_INS[number]}"
+        [[ -z $(cd / && find "$(stand_in "$number")" -newermt @1) ]] || cat "$(stand_in "$number")" >"${STAND_INS[number]}"
     done
 }
 

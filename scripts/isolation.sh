@@ -103,14 +103,14 @@ copy_drive() {
 # it, so all properties of folders are printed in its place.
 list_drive() {
     stat -c %i "$WINE_BASE/version"
-    find "$1" ! -type d -printf '%P %y %s %m %T@ %C@ %i %l\0'
-    find "$1" -type d -print0 | sort -z | tar --create --format=posix --pax-option=delete=atime,delete=ctime --xattrs \
+    (cd / && find "$1" ! -type d -printf '%P %y %s %m %T@ %C@ %i %l\0')
+    (cd / && find "$1" -type d -print0) | sort -z | tar --create --format=posix --pax-option=delete=atime,delete=ctime --xattrs \
         --xattrs-include='*' --absolute-names --no-recursion --null --files-from=- | cksum
 }
 
 # list_times DRIVE: prints the times of its folders.
 list_times() {
-    find "$1" -type d -printf '%T@ %P\0' | sort -z
+    (cd / && find "$1" -type d -printf '%T@ %P\0') | sort -z
 }
 
 # restore_times DRIVE TIMES: sets the times of folders, which change with every file created or removed in them.
@@ -140,5 +140,5 @@ clear_prefix() {
         rm -rf "$1.drive" "$(placed_start_recording "$1")" "$(placed_host_description "$1")"
         mv -T "$1/drive_c" "$1.drive"
     fi
-    is_empty "$1" || find "$1" -mindepth 1 -maxdepth 1 -exec rm -rf {} +
+    is_empty "$1" || (cd / && find "$1" -mindepth 1 -maxdepth 1 -exec rm -rf {} +)
 }

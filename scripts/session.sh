@@ -103,18 +103,22 @@ show_share() {
 # check_heaps: makes programs keep a mark after each block of a heap (0x10). The system reads this value of its hive at
 # the start of each program.
 check_heaps() {
-    set_control 'Control\\\\Session Manager' GlobalFlag 00000010
+    set_control 'Control\\\\Session Manager' '"GlobalFlag"=dword:00000010'
 }
 
 # start_all_services: as Wine does it.
 start_all_services() {
-    local service
-    for service in "${IDLE_SERVICES[@]}"; do set_control "Services\\\\$service" Start 00000002; done
+    local service device key
+    for service in "${IDLE_SERVICES[@]}"; do set_control "Services\\\\$service" '"Start"=dword:00000002'; done
+    for device in "${IDLE_DEVICES[@]}"; do
+        key=Enum\\\\ROOT\\\\WINE\\\\$device
+        ! grep -qF "\\\\$key]" "$PREFIX/system.reg" || set_control "$key" "\"Service\"=\"${device,,}\""
+    done
 }
 
-# set_control KEY NAME NUMBER: a value of the prefix in the current control set; a backslash in KEY is doubled.
+# set_control KEY VALUE: a value of the prefix in the current control set, as its hive has it; a backslash in KEY is doubled.
 set_control() {
-    printf '\n[System\\\\%s\\\\%s]\n"%s"=dword:%s\n' "$(control_set)" "$1" "$2" "$3" >>"$PREFIX/system.reg"
+    printf '\n[System\\\\%s\\\\%s]\n%s\n' "$(control_set)" "$1" "$2" >>"$PREFIX/system.reg"
 }
 
 # control_set: prints the name under which the hive has the current control set. In Wine 8.0 that is its own name; in Wine

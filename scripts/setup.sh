@@ -58,11 +58,11 @@ up_to_date() {
     [[ -f $stamp && $(<"$stamp") == "$ROOT" ]] && level_there "$1" && nothing_newer "$1" "$stamp" && same_packages "$1"
 }
 
-# nothing_newer LEVEL STAMP
+# nothing_newer LEVEL STAMP. As everywhere, find(1) needs a current folder that it can come back to.
 nothing_newer() {
     local sources
     mapfile -d '' -t sources < <(level_sources "$1")
-    [[ -z $(find "${sources[@]}" -cnewer "$2" -print -quit) ]]
+    [[ -z $(cd / && find "${sources[@]}" -cnewer "$2" -print -quit) ]]
 }
 
 # same_packages LEVEL: asks for versions only if the list of all packages has changed since they were asked for. Several
@@ -71,7 +71,7 @@ same_packages() {
     # The time of a change may be some milliseconds early.
     local record=$STAMPS/$1.packages asked=$((EPOCHSECONDS - 1))
     [[ -f $record ]] || return
-    [[ -n $(find "$PACKAGE_LIST" -newercm "$record") ]] || return 0
+    [[ -n $(cd / && find "$PACKAGE_LIST" -newercm "$record") ]] || return 0
     [[ $(used_packages "$1") == "$(<"$record")" ]] && touch -d "@$asked" "$record"
 }
 

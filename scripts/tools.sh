@@ -92,6 +92,6 @@ tool_version() {
     mapfile -t folders < <(tool_folders "$1")
     {
         native_toolchain
-        find "${folders[@]}" "$ROOT/scripts/tools.sh" -type f -print0 | sort -z | xargs -0 cat
+        (cd / && find "${folders[@]}" "$ROOT/scripts/tools.sh" -type f -print0) | sort -z | xargs -0 cat
     } | cksum
 }

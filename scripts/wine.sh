@@ -16,9 +16,10 @@ WINE_MODULES_FOLDER=usr/lib/i386-linux-gnu/wine
 WINE_USER=keyreap
 
 # What Wine would start with each session although no capture needs it: a log of events that no function of Wine's writes or
-# reads, and notices of devices that come and go. A program can still start them.
-# shellcheck disable=SC2034 # base.sh and session.sh read it
-IDLE_SERVICES=(Eventlog PlugPlay)
+# reads, notices of devices that come and go, and the drivers of input devices, which devices below Enum\ROOT\WINE bring.
+# A program can still start them.
+# shellcheck disable=SC2034 # base.sh and session.sh read them
+IDLE_SERVICES=(Eventlog PlugPlay) IDLE_DEVICES=(WINEBUS WINEUSB WINEBTH)
 
 # Where a mirror is being renewed, its signature and its list of 32-bit packages may not fit for days, and no package of the
 # list can be had. These are the SHA-256 of the packages of 32-bit modules as signed lists have had them, by version.

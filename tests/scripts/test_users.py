@@ -117,6 +117,23 @@ def test_a_folder_for_caches_that_is_relative_is_ignored(user):
     assert len(user.caches()) == 1
 
 
+# Runs a command in the folder $1, which nobody can read any more.
+IN_A_CLOSED_FOLDER = 'cd "$1" && chmod 0 "$1" && shift && exec "$@"'
+
+
+@pytest.mark.parametrize("isolation", ["mounts", "copies"])
+def test_the_current_folder_need_not_be_readable(user, isolation):
+    folder = user.home / f"closed.{isolation}"
+    folder.mkdir()
+    shutil.chown(folder, user.home.stat().st_uid, user.home.stat().st_gid)
+    words, _ = capture(user.home, "keyRedir")
+    for said in (None, ""):
+        result = user.run("bash", "-c", IN_A_CLOSED_FOLDER, "bash", folder, *words, KEYREAP_ISOLATION=isolation)
+        folder.chmod(0o700)
+        assert result.returncode == 0, result.stderr
+        assert "find:" not in result.stderr and said in (None, result.stderr)
+
+
 def test_a_caller_without_a_home_has_a_reason(user):
     words, _ = capture(user.home, "keyRedir")
     result = user.run(*words, HOME="/proc/none")
