@@ -38,6 +38,7 @@ from cases import (
 )
 from commands import command_rows
 from regfiles import entries_of, found_in, list_of, text_of
+from table import Table
 
 PARTS = BUILD / "native" / "benchmarks" / "partbench"
 MEMORY = BUILD / "native" / "benchmarks" / "replaymemory"
@@ -71,40 +72,6 @@ class Sizes:
         self.repetitions, self.part_seconds = (1, 0.001) if quick else (9, 0.05)
         # Enough repetitions that other work of the machine affects both sides equally.
         self.hash_repetitions, self.hash_seconds = (1, 0.001) if quick else (201, 0.005)
-
-
-class Table:
-    """The rows in the order of their addition. A ratio is our figure divided by the other one. A row without an aim
-    shows a bound of other rows."""
-
-    def __init__(self, judges):
-        self.rows = []
-        self.judges = judges
-        self.missed = 0
-
-    def add(self, measure, unit, ours, other, at_most=None, at_least=None):
-        ratio = ours / other
-        met = (at_most is None or ratio <= at_most) and (at_least is None or ratio >= at_least)
-        missed = self.judges and not met
-        self.missed += missed
-        aim = "-"
-        if at_most is not None:
-            aim = "at most %g" % at_most
-        if at_least is not None:
-            aim = "at least %g" % at_least
-        figures = ["%s %s" % (digits(value), unit) for value in (ours, other)]
-        self.rows.append([measure, *figures, digits(ratio), aim + (", missed" if missed else "")])
-
-    def print(self):
-        rows = [["measure", "ours", "other", "ratio", "aim"], *self.rows]
-        widths = [max(len(row[column]) for row in rows) for column in range(5)]
-        for row in rows[:1] + [["-" * width for width in widths]] + rows[1:]:
-            print("| %s |" % " | ".join(word.ljust(width) for word, width in zip(row, widths)))
-
-
-def digits(value):
-    """Three significant digits, or all digits of the integral part."""
-    return format(round(value), ",") if value >= 100 else "%.3g" % value
 
 
 def say(text):
@@ -337,8 +304,9 @@ def main(work, *words):
     for part in chosen:
         say(part)
         ROWS[part](table, sizes, Path(work))
-    table.print()
-    print("%d rows, %d missed" % (len(table.rows), table.missed))
+    print(table.text())
+    print("%d rows, %d missed, %d of them guarded" % (len(table.rows), table.missed, table.guarded_missed))
+    sys.exit(table.guarded_missed > 0)
 
 
 main(*sys.argv[1:])
