@@ -135,7 +135,7 @@ base_is_ready() {
 }
 
 base_version() {
-    printf '%s, base.sh %s\n' "$(wine_version)" "$(cksum <"$ROOT/scripts/base.sh")"
+    printf '%s, base.sh %s\n' "$(wine_version)" "$(cat "$ROOT/scripts/base.sh" - <<<"${IDLE_SERVICES[*]} ${IDLE_DEVICES[*]}" | cksum)"
 }
 
 # base_untouched FOLDER: compares the times of the last status change (ctime), which can't be set.

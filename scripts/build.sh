@@ -237,7 +237,7 @@ stage_component() {
 
 move_staged() {
     local new=$BUILD/stage.new file
-    find "$new" -type f -printf '%P\0' | while IFS= read -r -d '' file; do
+    (cd / && find "$new" -type f -printf '%P\0') | while IFS= read -r -d '' file; do
         mkdir -p "$(dirname -- "$STAGE/$file")"
         cmp -s "$new/$file" "$STAGE/$file" || mv -f "$new/$file" "$STAGE/$file"
     done

@@ -17,7 +17,7 @@ PATH=${PATH:+$PATH:}$STANDARD_PATH
 
 ROOT=${BASH_SOURCE[0]}
 # The folder of a script that has found itself is a real path.
-[[ -n ${self-} && $ROOT == "${self%/*}"/* && ! -L $ROOT && ! -L ${ROOT%/*} ]] || ROOT=$(readlink -f -- "$ROOT")
+[[ -n ${self-} && $ROOT == "${self%/*}"/* && $ROOT != */../* && ! -L $ROOT && ! -L ${ROOT%/*} ]] || ROOT=$(readlink -f -- "$ROOT")
 ROOT=${ROOT%/*/*}
 # What is built. An installation, which the file `prebuilt` marks, has it beside the scripts.
 BUILD=$ROOT/build

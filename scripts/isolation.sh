@@ -128,9 +128,10 @@ discard_session() {
     clear_prefix "$1"
 }
 
-# is_empty FOLDER: also where there is none.
+# is_empty FOLDER: also where there is none. One that can't be read may have anything.
 is_empty() {
     local path
+    [[ ! -d $1 || -r $1 ]] || return
     for path in "$1"/* "$1"/.[!.]* "$1"/..?*; do [[ ! -e $path && ! -L $path ]] || return; done
 }
 

@@ -37,7 +37,7 @@
     EXAMPLE_PACKAGES=(nsis wixl)
 }
 
-# Packages come signed, whatever the machine's settings allow.
+# Packages come signed, whatever the machine's settings allow. (KNOWN_MODULES in wine.sh is vouched for by its content.)
 SIGNED_ONLY=(-o Acquire::AllowInsecureRepositories=false -o Acquire::AllowWeakRepositories=false
     -o Acquire::AllowDowngradeToInsecureRepositories=false -o APT::Get::AllowUnauthenticated=false)
 

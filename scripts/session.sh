@@ -103,7 +103,7 @@ show_share() {
 # check_heaps: makes programs keep a mark after each block of a heap (0x10). The system reads this value of its hive at
 # the start of each program.
 check_heaps() {
-    set_control 'Control\\\\Session Manager' '"GlobalFlag"=dword:00000010'
+    set_control 'Control\\Session Manager' '"GlobalFlag"=dword:00000010'
 }
 
 # start_all_services: as Wine does it.

@@ -79,9 +79,21 @@ fetch_known_modules() {
     local file=libwine_$1_i386.deb hash=${KNOWN_MODULES[$1]:-} options=("${@:2}") site
     [[ -n $hash ]] || return
     while read -r site; do
-        /usr/lib/apt/apt-helper "${options[@]}" download-file "$site/pool/main/w/wine/$file" "$file" "SHA256:$hash" && return
-    done < <(apt-get -q "${options[@]}" --print-uris update | sed -nE "s|^'([^']+)/dists/[^']+/InRelease' .*|\1|p" | sort -u)
+        /usr/lib/apt/apt-helper "${options[@]}" download-file "${site%/}/pool/main/w/wine/$file" "$file" "SHA256:$hash" </dev/null &&
+            return
+    done < <(apt-get -q "${options[@]}" --print-uris update | sed -nE "s|^'([^']+)/dists/[^']+/InRelease' .*|\1|p" | sort -u | mirrors)
     return 1
+}
+
+# mirrors: replaces each file of mirrors in the input by the mirrors that it names, the first words of its lines.
+mirrors() {
+    local site
+    while read -r site; do
+        case $site in
+        mirror+file:*) sed -nE 's/^[[:blank:]]*([^#[:blank:]]+).*/\1/p' "${site#mirror+file:}" ;;
+        *) printf '%s\n' "$site" ;;
+        esac
+    done
 }
 
 modules_ready() {

@@ -56,6 +56,9 @@ class Repository:
     def hash(self):
         return hashlib.sha256(self.package.read_bytes()).hexdigest()
 
+    def site(self):
+        return f"file:{self.folder}"
+
     def write_lists(self):
         name = self.package.relative_to(self.folder)
         control = subprocess.run(["dpkg-deb", "--field", self.package], check=True, capture_output=True, text=True).stdout
@@ -66,10 +69,10 @@ class Repository:
         hashed = f" {hashlib.sha256(listed.encode()).hexdigest()} {len(listed.encode())} main/binary-i386/Packages\n"
         (self.folder / "dists/some/Release").write_text("Date: Thu, 01 Jan 2026 00:00:00 UTC\nSHA256:\n" + hashed)
 
-    def fetch(self, options, known=""):
+    def fetch(self, options, known="", site=None):
         """Fetches Wine's modules; `options` are those of the repository's line in the list of sources, `known` is the hash that
-        the project knows of the package."""
-        (self.place / "sources.list").write_text(f"deb [{options}] file:{self.folder} some main\n")
+        the project knows of the package, and `site` is where the line says that the repository is."""
+        (self.place / "sources.list").write_text(f"deb [{options}] {site or self.site()} some main\n")
         (self.place / "apt.conf").write_text(CARELESS % (self.place / "sources.list"))
         (self.place / "wine").mkdir()
         environment = dict(os.environ, APT_CONFIG=str(self.place / "apt.conf"))
@@ -100,6 +103,14 @@ def test_modules_of_a_repository_that_the_machine_trusts_are_taken(repository):
 
 def test_known_modules_are_taken_where_no_signed_list_has_them(repository):
     result, modules = repository.fetch("arch=i386", known=repository.hash())
+    assert result.returncode == 0, result.stdout + result.stderr
+    assert list(modules.rglob("some.dll"))
+
+
+def test_known_modules_are_taken_from_the_first_mirror_of_a_list_that_has_them(repository):
+    mirrors = repository.place / "mirrors.txt"
+    mirrors.write_text(f"# near\nfile:/none\tpriority:1\n{repository.site()}/ priority:2\n")
+    result, modules = repository.fetch("arch=i386", known=repository.hash(), site=f"mirror+file:{mirrors}")
     assert result.returncode == 0, result.stdout + result.stderr
     assert list(modules.rglob("some.dll"))
 
