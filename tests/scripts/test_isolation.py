@@ -217,6 +217,26 @@ def in_own_tree(tree, *words, **options):
     return run(*as_ordinary_user(tree.folder / "scripts" / "wine-session.sh", "--ready", *words), **options)
 
 
+IS_EMPTY = 'for part in common wine isolation; do source "$1/scripts/$part.sh"; done; is_empty "$2"'
+
+
+@pytest.mark.parametrize("mode, names, status", [(0o700, [], 0), (0o700, [".a b\n*"], 1), (0o300, [], 1), (None, [], 0)])
+def test_a_prefix_is_empty_only_if_it_was_read(mode, names, status):
+    with tempfile.TemporaryDirectory(prefix="keyreap-empty.", dir="/tmp") as place:
+        folder = Path(place) / "prefix"
+        Path(place).chmod(0o755)
+        if mode is not None:
+            folder.mkdir()
+            for name in names:
+                (folder / name).touch()
+            if os.geteuid() == 0:
+                os.chown(folder, NOBODY, NOBODY)
+            folder.chmod(mode)
+        assert run(*as_ordinary_user("bash", "-c", IS_EMPTY, "bash", ROOT, folder)).returncode == status
+        if mode is not None:
+            folder.chmod(0o700)
+
+
 def test_an_ordinary_user_has_a_namespace_wherever_the_system_allows_it(own_tree):
     allowed = run(*as_ordinary_user("unshare", "--user", "--mount", "true")).returncode == 0
     mounted = in_own_tree(own_tree, "bash", "-c", 'mountpoint -q "$WINEPREFIX/drive_c" && echo yes || echo no').stdout
