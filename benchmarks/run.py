@@ -189,10 +189,10 @@ def value_rows(table, sizes, work):
     times = medians(in_session(work, {"log": sizes.rounds}, long_log(sizes, work), fill, "--requests"))["log"]
     size = int((work / "log.size").read_text()) / 1e6
     new = medians(in_session(work, {"": sizes.rounds}, captures_of_both(sizes, work), [], "--requests"))
-    name = "one server, %s, `both`, after a request log of %d MB; " % ("%s", size)
-    table.add(name % "x64" + "reading of the log", "ms", times["x64"] * 1e3, times["other"] * 1e3, at_most=1.5)
-    for bitness in ("x64", "x86"):
-        table.add(name % bitness + "in a new session", "ms", times[bitness] * 1e3, new[bitness]["ours"] * 1e3, at_most=1.5)
+    name = "one server, {}, `both`, after a request log of %d MB; {}" % size
+    table.add(name.format("x64", "reading of the log"), "ms", times["x64"] * 1e3, times["other"] * 1e3, at_most=1.5)
+    for bitness, sides in new.items():
+        table.add(name.format(bitness, "in a new session"), "ms", times[bitness] * 1e3, sides["ours"] * 1e3, at_most=1.5)
 
 
 def make_log(work, name, events, ours):

@@ -127,7 +127,8 @@ KNOWN_AND_SIGNED = """
     cd "$HOME" && mkdir -p known/lists/partial
     options="-o APT::Architecture=i386 -o APT::Architectures=i386 -o Dir::State::Lists=$PWD/known/lists -o Dir::Cache=$PWD/known"
     for part in common packages wine; do source "/usr/lib/keyreap/scripts/$part.sh"; done
-    apt-get -q $options update >&2
+    # As in a set-up: another list may be out of date.
+    apt-get -q $options update >&2 || true
     printf '%s\\n' "${KNOWN_MODULES[$(wine_version)]}"
     apt-cache $options show "libwine:i386=$(wine_version)" | sed -n 's/^SHA256: //p'
     rm -rf known

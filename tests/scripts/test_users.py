@@ -127,11 +127,10 @@ def test_the_current_folder_need_not_be_readable(user, isolation):
     folder.mkdir()
     shutil.chown(folder, user.home.stat().st_uid, user.home.stat().st_gid)
     words, _ = capture(user.home, "keyRedir")
-    for said in (None, ""):
-        result = user.run("bash", "-c", IN_A_CLOSED_FOLDER, "bash", folder, *words, KEYREAP_ISOLATION=isolation)
-        folder.chmod(0o700)
-        assert result.returncode == 0, result.stderr
-        assert "find:" not in result.stderr and said in (None, result.stderr)
+    # The first run may have to set something up, and says so.
+    assert user.run(*words, KEYREAP_ISOLATION=isolation).returncode == 0
+    result = user.run("bash", "-c", IN_A_CLOSED_FOLDER, "bash", folder, *words, KEYREAP_ISOLATION=isolation)
+    assert (result.returncode, result.stderr) == (0, "")
 
 
 def test_a_caller_without_a_home_has_a_reason(user):
