@@ -9,7 +9,6 @@ import signal
 import sys
 from collections.abc import Callable, Iterator
 from concurrent.futures import ThreadPoolExecutor
-from itertools import groupby
 from pathlib import Path
 
 from execution import Interrupted, Outcome, Places, Runner
@@ -24,10 +23,13 @@ INTERRUPTED = 130
 
 
 def outcomes_of(suites: list[Suite], run: Callable[[Suite], Outcome]) -> Iterator[Outcome]:
-    """In the order of the suites, side by side, one a core, but for those that need the machine to themselves."""
-    for is_alone, group in groupby(suites, lambda suite: suite.is_alone):
-        with ThreadPoolExecutor(1 if is_alone else len(os.sched_getaffinity(0))) as pool:
-            yield from pool.map(run, group)
+    """In the order of the suites, side by side, one more than there are cores, since sessions mostly wait; then those that
+    need the machine to themselves."""
+    together = [suite for suite in suites if not suite.is_alone]
+    with ThreadPoolExecutor(len(os.sched_getaffinity(0)) + 1) as pool:
+        running = {suite: pool.submit(run, suite) for suite in sorted(together, key=lambda suite: not suite.is_long)}
+        yield from (running[suite].result() for suite in together)
+    yield from (run(suite) for suite in suites if suite.is_alone)
 
 
 def line_of(outcome: Outcome) -> str:

@@ -15,8 +15,11 @@ SAMPLE_STEP = 10
 
 STRICT_HOST = "strict"
 
-# Of the pytest suites those that neither measure, nor count what runs, nor change what is built.
-SIDE_BY_SIDE = ("corpus", "endtoend", "keykit")
+# The suites and folders of suites that measure, count what runs on the machine, or fill it.
+ALONE = ("benchmarks", "box", "dialog", "faults", "hosts", "scripts/isolation", "scripts/sessions")
+
+# Those that take longest, begun first, so that no core waits for one of them at the end.
+LONG = ("keykit/check", "scripts/setup", "keykit/capturemany", "keykit/live")
 
 
 class Kind(Enum):
@@ -40,7 +43,11 @@ class Suite:
 
     @property
     def is_alone(self) -> bool:
-        return self.kind == Kind.PYTEST and self.name.partition("/")[0] not in SIDE_BY_SIDE
+        return self.name in ALONE or self.name.partition("/")[0] in ALONE
+
+    @property
+    def is_long(self) -> bool:
+        return self.name in LONG
 
     @property
     def is_run_by_its_name_only(self) -> bool:

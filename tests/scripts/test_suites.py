@@ -13,7 +13,7 @@ from conftest import ROOT, processes_of, run, until
 from execution import Places, Runner, limit_of
 from reports import Counts, counts_of, results_of
 from runsuites import outcomes_of
-from suites import Kind, Suite, all_suites, chosen_suites
+from suites import ALONE, LONG, Kind, Suite, all_suites, chosen_suites
 
 UNIT = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), None)
 MANY = Suite("x64/unit_core", Kind.WINDOWS, Path("unit_core.exe"), "many")
@@ -166,23 +166,40 @@ def test_a_whole_run_may_take_longer():
     assert int(limit_of(UNIT, 10)) < int(limit_of(UNIT, 1))
 
 
-def test_suites_run_side_by_side_one_a_core_but_for_those_that_need_the_machine():
-    cores = len(os.sched_getaffinity(0))
-    all_cores, two_alone = threading.Barrier(cores), threading.Barrier(2)
+def test_suites_run_side_by_side_but_for_those_that_need_the_machine():
+    at_once = len(os.sched_getaffinity(0)) + 1
+    all_at_once, two_alone = threading.Barrier(at_once), threading.Barrier(2)
 
     def run_suite(suite):
-        if suite.name.startswith("scripts"):
+        if suite.is_alone:
             with pytest.raises(threading.BrokenBarrierError):
                 two_alone.wait(timeout=0.5)
         else:
-            all_cores.wait()
+            all_at_once.wait()
         return suite
 
-    programs = [Suite(f"native/{number}", Kind.NATIVE, Path("unit"), None) for number in range(2 * cores)]
-    alone = [Suite(f"scripts/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(2)]
-    others = [Suite(f"keykit/{number}", Kind.PYTEST, Path("test_it.py"), None) for number in range(cores)]
-    suites = programs + alone + others
+    alone = [Suite("scripts/sessions", Kind.PYTEST, Path("test_sessions.py"), None), Suite("box/box", Kind.PYTEST, Path("test_box.py"), None)]
+    others = [Suite(f"native/{number}", Kind.NATIVE, Path("unit"), None) for number in range(2 * at_once)]
+    assert list(outcomes_of(alone + others, run_suite)) == others + alone
+
+
+def test_long_suites_begin_first():
+    begun = []
+    suites = [Suite(f"native/{number}", Kind.NATIVE, Path("unit"), None) for number in range(20)]
+    suites += [Suite("keykit/check", Kind.PYTEST, Path("test_check.py"), None)]
+
+    def run_suite(suite):
+        begun.append(suite)
+        return suite
+
     assert list(outcomes_of(suites, run_suite)) == suites
+    assert begun[0] == suites[-1]
+
+
+def test_the_suites_that_are_named_for_their_needs_exist():
+    names = {suite.name for suite in all_suites(ROOT, ())}
+    folders = {name.partition("/")[0] for name in names}
+    assert {*ALONE, *LONG} <= names | folders
 
 
 def test_a_project_folder_may_have_letters_outside_the_code_page(tmp_path, monkeypatch):
