@@ -7,7 +7,6 @@
 #include "trace/replay/controlsets.h"
 #include "trace/replay/registrylog.h"
 
-#include <bit>
 #include <string>
 #include <unordered_map>
 
@@ -20,17 +19,7 @@ class HandlerFeed : public EtlListener {
 public:
     explicit HandlerFeed(TraceEventHandler& handler) : handler(handler) {}
 
-    void OnEvent(const EtlEvent& event) override {
-        // As in the platform's event, sizes have 32 bits.
-        const auto size = static_cast<std::uint32_t>(event.payload.size());
-        handler.OnEvent({std::bit_cast<Guid>(event.provider),
-                         event.type,
-                         event.version,
-                         event.processId,
-                         event.threadId,
-                         event.timeStamp,
-                         {event.payload.data(), size}});
-    }
+    void OnEvent(const EtlEvent& event) override { handler.OnEvent(event); }
 
     bool OnBuffer() override { return handler.IsEnabled(); }
 

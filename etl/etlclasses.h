@@ -2,6 +2,8 @@
 
 #include "etl/etlevent.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace keyreap {
@@ -25,11 +27,53 @@ inline constexpr Guid image{0x2CB15D1D, 0x5FC1, 0x11D2, {0xAB, 0xE1, 0x00, 0xA0,
 inline constexpr Guid stackWalk{0xDEF2FE46, 0x7BD6, 0x4B80, {0xBD, 0x94, 0xF5, 0x7F, 0xE2, 0x0D, 0x0C, 0xE3}};
 inline constexpr Guid alpc{0x45D8CCCD, 0x539F, 0x4B72, {0xA8, 0xB7, 0x5C, 0x68, 0x31, 0x42, 0x60, 0x9A}};
 inline constexpr Guid splitIo{0xD837CA92, 0x12B9, 0x44A5, {0xAD, 0x6A, 0x3A, 0x65, 0xB3, 0x57, 0x8A, 0xA8}};
+
+inline constexpr Guid noClass{};
+inline constexpr std::uint16_t processLoadImage = 0x030A; // EVENT_TRACE_GROUP_PROCESS | EVENT_TRACE_TYPE_LOAD
+
+// By group, from 0 on.
+inline constexpr std::array<Guid, 0x1C> groupClasses{{
+    eventTrace,   // 0x00
+    diskIo,       // 0x01
+    pageFault,    // 0x02
+    process,      // 0x03
+    fileIo,       // 0x04
+    thread,       // 0x05
+    tcpIp,        // 0x06
+    noClass,      // 0x07
+    udpIp,        // 0x08
+    registry,     // 0x09
+    noClass,      // 0x0A
+    systemConfig, // 0x0B
+    noClass,      // 0x0C
+    noClass,      // 0x0D
+    noClass,      // 0x0E
+    perfInfo,     // 0x0F
+    noClass,      // 0x10
+    noClass,      // 0x11
+    noClass,      // 0x12
+    noClass,      // 0x13
+    image,        // 0x14
+    noClass,      // 0x15
+    noClass,      // 0x16
+    noClass,      // 0x17
+    stackWalk,    // 0x18
+    noClass,      // 0x19
+    alpc,         // 0x1A
+    splitIo,      // 0x1B
+}};
+
 } // namespace etlclass
 
 // The class of a kernel event, by its hook id. The group in the high byte (EVENT_TRACE_GROUP_...) decides,
 // except for the loading of an image, which is logged in the process group. All zero for a group without a
 // published class.
-const Guid& KernelClass(std::uint16_t hookId);
+constexpr const Guid& KernelClass(std::uint16_t hookId) {
+    if (hookId == etlclass::processLoadImage) {
+        return etlclass::image;
+    }
+    const std::size_t group = hookId >> 8;
+    return group < etlclass::groupClasses.size() ? etlclass::groupClasses[group] : etlclass::noClass;
+}
 
 } // namespace keyreap

@@ -21,7 +21,7 @@ bool IsPossibleBufferSize(std::uint32_t size) {
 }
 
 bool IsLogHeader(const EtlEvent& event) {
-    return event.provider == etlclass::eventTrace && event.type == 0;
+    return event.guid == etlclass::eventTrace && event.type == 0;
 }
 
 // The bytes of a buffer's records; nothing for a damaged buffer. With a saved offset of 0 the records

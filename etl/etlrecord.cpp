@@ -15,44 +15,12 @@ enum class Family { unknown, system, perfInfo, classic, manifest };
 
 // What the header type determines.
 struct Form {
-    Family family = Family::unknown;
-    std::size_t headerSize = etl::record::smallest;
-    std::uint8_t pointerSize = 0;
+    Family family;
+    std::size_t headerSize;
+    std::uint8_t pointerSize;
 };
 
-Form FormOf(std::uint8_t headerType) {
-    using namespace etl;
-    switch (headerType) {
-    case record::system32:
-        return {Family::system, kernelheader::systemSize, 4};
-    case record::system64:
-        return {Family::system, kernelheader::systemSize, 8};
-    case record::compact32:
-        return {Family::system, kernelheader::compactSize, 4};
-    case record::compact64:
-        return {Family::system, kernelheader::compactSize, 8};
-    case record::perfInfo32:
-        return {Family::perfInfo, kernelheader::perfInfoSize, 4};
-    case record::perfInfo64:
-        return {Family::perfInfo, kernelheader::perfInfoSize, 8};
-    case record::full32:
-        return {Family::classic, classicheader::fullSize, 4};
-    case record::full64:
-        return {Family::classic, classicheader::fullSize, 8};
-    case record::instance32:
-        return {Family::classic, classicheader::instanceSize, 4};
-    case record::instance64:
-        return {Family::classic, classicheader::instanceSize, 8};
-    case record::manifest32:
-        return {Family::manifest, manifestheader::size, 4};
-    case record::manifest64:
-        return {Family::manifest, manifestheader::size, 8};
-    default:
-        return {};
-    }
-}
-
-bool IsLoggedByKernel(Family family) {
+constexpr bool IsLoggedByKernel(Family family) {
     return family == Family::system || family == Family::perfInfo;
 }
 
@@ -65,16 +33,22 @@ Guid LoadGuid(std::span<const std::byte> bytes, std::size_t offset) {
     return guid;
 }
 
+// Both ids as one number: a processor waits for two numbers that were written one by one and are read
+// together.
 void TakeOrigin(std::span<const std::byte> record, EtlEvent& event) {
-    event.threadId = LoadNumber<std::uint32_t>(record, etl::record::threadId);
-    event.processId = LoadNumber<std::uint32_t>(record, etl::record::processId);
+    static_assert(etl::record::processId == etl::record::threadId + sizeof(event.threadId));
+    const auto ids = LoadNumber<std::uint64_t>(record, etl::record::threadId);
+    event.threadId = static_cast<std::uint32_t>(ids);
+    event.processId = static_cast<std::uint32_t>(ids >> 32);
     event.timeStamp = LoadNumber<std::int64_t>(record, etl::record::timeStamp);
 }
 
 void TakeHook(std::span<const std::byte> record, EtlEvent& event) {
     const auto hookId = LoadNumber<std::uint16_t>(record, etl::kernelheader::hookId);
-    event.provider = KernelClass(hookId);
+    event.guid = KernelClass(hookId);
+    event.id = 0;
     event.type = static_cast<std::uint8_t>(hookId);
+    event.level = 0;
     event.version = LoadNumber<std::uint16_t>(record, etl::record::marker);
 }
 
@@ -93,7 +67,8 @@ void ReadPerfInfo(std::span<const std::byte> record, EtlEvent& event) {
 void ReadClassic(std::span<const std::byte> record, EtlEvent& event) {
     using namespace etl::classicheader;
     TakeOrigin(record, event);
-    event.provider = LoadGuid(record, guid);
+    event.guid = LoadGuid(record, etl::classicheader::guid);
+    event.id = 0;
     event.type = LoadNumber<std::uint8_t>(record, type);
     event.level = LoadNumber<std::uint8_t>(record, level);
     event.version = LoadNumber<std::uint16_t>(record, version);
@@ -126,37 +101,82 @@ std::size_t PayloadOfManifest(std::span<const std::byte> record) {
 void ReadManifest(std::span<const std::byte> record, EtlEvent& event) {
     using namespace etl::manifestheader;
     TakeOrigin(record, event);
-    event.provider = LoadGuid(record, providerId);
+    event.guid = LoadGuid(record, providerId);
     event.id = LoadNumber<std::uint16_t>(record, id);
     event.type = LoadNumber<std::uint8_t>(record, opcode);
     event.level = LoadNumber<std::uint8_t>(record, level);
     event.version = LoadNumber<std::uint8_t>(record, version);
 }
 
-// Reads a record that is as large as its header or larger. False if its inside is damaged.
-bool ReadEvent(const Form& form, std::span<const std::byte> record, EtlEvent& event) {
-    event = {};
-    event.pointerSize = form.pointerSize;
-    std::size_t payload = form.headerSize;
+// Reads the inside of a record that is as large as its header or larger. Gives where its payload begins, and
+// 0 if the inside is damaged.
+template <Form form>
+std::size_t ReadInside(std::span<const std::byte> record, EtlEvent& event) {
     switch (form.family) {
     case Family::system:
         ReadSystem(record, event);
-        break;
+        return form.headerSize;
     case Family::perfInfo:
         ReadPerfInfo(record, event);
-        break;
+        return form.headerSize;
     case Family::classic:
         ReadClassic(record, event);
-        break;
+        return form.headerSize;
     case Family::manifest:
         ReadManifest(record, event);
-        payload = PayloadOfManifest(record);
-        break;
+        return PayloadOfManifest(record);
     case Family::unknown:
-        return false;
+        break;
     }
+    return 0;
+}
+
+// Compiled for each form, so that the place of the size isn't computed: the next record is found only by it.
+template <Form form>
+EtlRecord ReadAs(std::span<const std::byte> bytes, EtlEvent& event) {
+    constexpr std::size_t sizeAt =
+        IsLoggedByKernel(form.family) ? etl::kernelheader::size : etl::record::marker;
+    const std::size_t size = LoadNumber<std::uint16_t>(bytes, sizeAt);
+    if (size < form.headerSize || size > bytes.size()) {
+        return {EtlRecordKind::damaged, 0};
+    }
+    const std::span<const std::byte> record = bytes.first(size);
+    event.pointerSize = form.pointerSize;
+    const std::size_t payload = ReadInside<form>(record, event);
     event.payload = record.subspan(payload);
-    return payload != 0;
+    return {payload != 0 ? EtlRecordKind::event : EtlRecordKind::skipped, size};
+}
+
+EtlRecord ReadByType(std::uint8_t headerType, std::span<const std::byte> bytes, EtlEvent& event) {
+    using namespace etl;
+    switch (headerType) {
+    case record::system32:
+        return ReadAs<Form{Family::system, kernelheader::systemSize, 4}>(bytes, event);
+    case record::system64:
+        return ReadAs<Form{Family::system, kernelheader::systemSize, 8}>(bytes, event);
+    case record::compact32:
+        return ReadAs<Form{Family::system, kernelheader::compactSize, 4}>(bytes, event);
+    case record::compact64:
+        return ReadAs<Form{Family::system, kernelheader::compactSize, 8}>(bytes, event);
+    case record::perfInfo32:
+        return ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 4}>(bytes, event);
+    case record::perfInfo64:
+        return ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 8}>(bytes, event);
+    case record::full32:
+        return ReadAs<Form{Family::classic, classicheader::fullSize, 4}>(bytes, event);
+    case record::full64:
+        return ReadAs<Form{Family::classic, classicheader::fullSize, 8}>(bytes, event);
+    case record::instance32:
+        return ReadAs<Form{Family::classic, classicheader::instanceSize, 4}>(bytes, event);
+    case record::instance64:
+        return ReadAs<Form{Family::classic, classicheader::instanceSize, 8}>(bytes, event);
+    case record::manifest32:
+        return ReadAs<Form{Family::manifest, manifestheader::size, 4}>(bytes, event);
+    case record::manifest64:
+        return ReadAs<Form{Family::manifest, manifestheader::size, 8}>(bytes, event);
+    default:
+        return ReadAs<Form{Family::unknown, record::smallest, 0}>(bytes, event);
+    }
 }
 
 } // namespace
@@ -173,14 +193,7 @@ EtlRecord ReadEtlRecord(std::span<const std::byte> bytes, EtlEvent& event) {
     if ((mark & headerFlag) == 0) {
         return {EtlRecordKind::damaged, 0};
     }
-    const Form form = FormOf(static_cast<std::uint8_t>(mark >> 16));
-    const std::size_t sizeAt = IsLoggedByKernel(form.family) ? etl::kernelheader::size : marker;
-    const std::size_t size = LoadNumber<std::uint16_t>(bytes, sizeAt);
-    if (size < form.headerSize || size > bytes.size()) {
-        return {EtlRecordKind::damaged, 0};
-    }
-    const bool readable = ReadEvent(form, bytes.first(size), event);
-    return {readable ? EtlRecordKind::event : EtlRecordKind::skipped, size};
+    return ReadByType(static_cast<std::uint8_t>(mark >> 16), bytes, event);
 }
 
 } // namespace keyreap

@@ -4,6 +4,31 @@
 
 namespace keyreap {
 
+namespace {
+
+std::uint16_t UnitAt(std::span<const std::byte> bytes, std::size_t index) {
+    return LoadNumber<std::uint16_t>(bytes, 2 * index);
+}
+
+// Whether one of four units is a NUL.
+bool HasNul(std::uint64_t units) {
+    return ((units - 0x0001000100010001U) & ~units & 0x8000800080008000U) != 0;
+}
+
+// The number of units before the first NUL, at most `most`.
+std::size_t UnitsBeforeNul(std::span<const std::byte> bytes, std::size_t most) {
+    std::size_t length = 0;
+    while (most - length >= 4 && !HasNul(LoadNumber<std::uint64_t>(bytes, 2 * length))) {
+        length += 4;
+    }
+    while (length < most && UnitAt(bytes, length) != 0) {
+        ++length;
+    }
+    return length;
+}
+
+} // namespace
+
 std::uint64_t Payload::NumberOf(std::size_t offset, std::size_t size) const {
     if (!Holds(offset, size)) {
         return 0;
@@ -16,18 +41,27 @@ std::uint64_t Payload::NumberOf(std::size_t offset, std::size_t size) const {
 }
 
 Payload::WideRun Payload::WideText(std::size_t offset, std::size_t limit) const {
-    const std::span<const std::byte> rest = bytes.subspan(std::min(offset, bytes.size()));
+    const std::span<const std::byte> rest = From(offset);
     const std::size_t most = std::min(limit, rest.size() / 2);
-    const auto unitAt = [rest](std::size_t index) { return LoadNumber<std::uint16_t>(rest, 2 * index); };
-    std::size_t length = 0;
-    while (length < most && unitAt(length) != 0) {
-        ++length;
-    }
-    WideRun run{std::wstring(length, L'\0'), length < most};
-    for (std::size_t i = 0; i < length; ++i) {
-        run.text[i] = static_cast<wchar_t>(unitAt(i));
-    }
+    const std::size_t length = UnitsBeforeNul(rest, most);
+    WideRun run;
+    TakeUnits(rest.first(2 * length), run.text);
+    run.terminated = length < most;
     return run;
+}
+
+std::span<const std::byte> Payload::TerminatedUnits(std::size_t offset) const {
+    const std::span<const std::byte> rest = From(offset);
+    const std::size_t most = rest.size() / 2;
+    const std::size_t length = UnitsBeforeNul(rest, most);
+    return rest.first(length < most ? 2 * length : 0);
+}
+
+void Payload::TakeUnits(std::span<const std::byte> units, std::wstring& text) {
+    text.resize(units.size() / 2);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        text[i] = static_cast<wchar_t>(UnitAt(units, i));
+    }
 }
 
 Payload::NarrowRun Payload::NarrowText(std::size_t offset) const {

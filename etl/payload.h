@@ -2,6 +2,7 @@
 
 #include "platform/os/littleendian.h"
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -39,6 +40,12 @@ public:
     };
     WideRun WideText(std::size_t offset, std::size_t limit = SIZE_MAX) const;
 
+    // The bytes of the units up to their NUL; none if there is no NUL inside the payload.
+    std::span<const std::byte> TerminatedUnits(std::size_t offset) const;
+
+    // Replaces a text by such units. Its memory is used again.
+    static void TakeUnits(std::span<const std::byte> units, std::wstring& text);
+
     // The same for narrow text.
     struct NarrowRun {
         std::string text;
@@ -50,6 +57,10 @@ public:
     std::string Bytes(std::size_t offset, std::size_t size) const;
 
 private:
+    std::span<const std::byte> From(std::size_t offset) const {
+        return bytes.subspan(std::min(offset, bytes.size()));
+    }
+
     std::span<const std::byte> bytes;
 };
 

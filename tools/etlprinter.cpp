@@ -63,7 +63,7 @@ std::wstring NameAt(std::span<const std::byte> payload, std::size_t offset) {
 }
 
 bool IsCurrentRegistryEvent(const EtlEvent& event) {
-    return event.provider == etlclass::registry && event.version >= 2 && event.pointerSize == 8 &&
+    return event.guid == etlclass::registry && event.version >= 2 && event.pointerSize == 8 &&
            event.payload.size() >= etl::registry::keyName;
 }
 
@@ -95,7 +95,7 @@ public:
     Printer(std::ostream& out, bool eachEvent) : out(out), eachEvent(eachEvent) {}
 
     void OnEvent(const EtlEvent& event) override {
-        const EventKind kind{event.provider, event.id, event.type, event.version, event.pointerSize};
+        const EventKind kind{event.guid, event.id, event.type, event.version, event.pointerSize};
         ++counts[kind];
         if (eachEvent) {
             out << event.timeStamp << " process " << event.processId << " thread " << event.threadId << ' '

@@ -62,6 +62,8 @@ public:
         ++count;
     }
 
+    Object& At(std::size_t position) { return pieces[position / pieceSize][position % pieceSize]; }
+
     // The objects in their order, piece by piece.
     std::size_t PieceCount() const { return pieces.size(); }
     std::span<const Object> Piece(std::size_t number) const { return pieces[number]; }

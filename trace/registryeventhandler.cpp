@@ -1,9 +1,11 @@
 #include "trace/registryeventhandler.h"
 
+#include "platform/os/littleendian.h"
 #include "trace/kernelpath.h"
 
-#include <utility>
-
+#include <cstddef>
+#include <span>
+#include <vector>
 namespace keyreap {
 
 namespace {
@@ -17,6 +19,15 @@ bool NamesHandle(std::uint8_t type) {
     return type >= registryevent::kcbCreate && type <= registryevent::kcbRundownEnd;
 }
 
+// As in an event: a unit has two bytes, whatever the compiler's characters have.
+std::vector<std::byte> UnitsOf(std::wstring_view text) {
+    std::vector<std::byte> units(2 * text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        StoreNumber(units, 2 * i, static_cast<std::uint16_t>(text[i]));
+    }
+    return units;
+}
+
 } // namespace
 
 RegistryEventHandler::RegistryEventHandler(bool classesAsRoot) : classesAsRoot(classesAsRoot) {}
@@ -25,37 +36,50 @@ bool RegistryEventHandler::Accepts(const TraceEvent& event) const {
     return event.guid == RegistryGuid || IsLogHeader(event);
 }
 
-RegistryFields RegistryEventHandler::ReadFields(const TraceEvent& event, const EventValues* values) const {
-    return values == nullptr ? ReadFixedFields(event, PointerSize())
-                             : ReadSchemaFields(*values, PointerSize());
-}
-
 void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues* values) {
     if (!IsRegistryEventType(event.type)) {
         return;
     }
     if (NamesHandle(event.type)) {
-        // From any process, watched or not. An empty name replaces the earlier one too.
-        RegistryFields fields = ReadFields(event, values);
-        keyNames[fields.keyHandle] = {std::move(fields.name), std::nullopt};
+        NameHandle(event, values); // from any process, watched or not
     } else if (IsWatchedProcess(event.processId)) {
-        AddOperation(event, ReadFields(event, values));
+        ReadOperation(event, values);
     }
 }
 
-void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields fields) {
+// An empty name replaces the earlier one too.
+void RegistryEventHandler::NameHandle(const TraceEvent& event, const EventValues* values) {
+    if (values == nullptr) {
+        const NamedHandle named = ReadFixedName(event, PointerSize());
+        keyNames.Set(named.keyHandle, named.name);
+    } else {
+        fields = ReadSchemaFields(*values, PointerSize());
+        keyNames.Set(fields.keyHandle, UnitsOf(fields.name));
+    }
+}
+
+void RegistryEventHandler::ReadOperation(const TraceEvent& event, const EventValues* values) {
+    if (values == nullptr) {
+        ReadFixedFields(event, PointerSize(), fields);
+    } else {
+        fields = ReadSchemaFields(*values, PointerSize());
+    }
+    AddOperation(event, fields);
+}
+
+void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields& read) {
     RegistryOperation operation;
     operation.type = event.type;
-    operation.index = fields.index;
-    operation.status = fields.status;
-    operation.initialTime = fields.initialTime;
+    operation.index = read.index;
+    operation.status = read.status;
+    operation.initialTime = read.initialTime;
     operation.processId = event.processId;
-    operation.keyHandle = fields.keyHandle;
+    operation.keyHandle = read.keyHandle;
     if (ConcernsValue(event.type)) {
-        operation.valueName = texts.Keep(fields.name);
-        fields.name.clear();
+        operation.valueName = valueNames.Keep(read.name);
+    } else {
+        operation.keyPath = read.name;
     }
-    operation.keyPath = fields.name;
     ResolveKeyName(operation);
     operations.Add(operation);
 }
@@ -65,11 +89,13 @@ std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHa
     if (keyHandle == 0) {
         return std::wstring(name);
     }
-    const KeyName* const key = NameOf(keyHandle);
+    const HandleName* const key = NameOf(keyHandle);
     if (key == nullptr) {
         return {};
     }
-    return name.empty() ? key->name : key->name + L'\\' + std::wstring(name);
+    std::wstring path;
+    key->CopyTo(path);
+    return name.empty() ? path : path.append(1, L'\\').append(name);
 }
 
 void RegistryEventHandler::OnFinished() {
@@ -80,12 +106,12 @@ void RegistryEventHandler::OnFinished() {
             }
         }
     }
-    keyNames.clear();
+    keyNames.Clear();
 }
 
 void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
-    KeyName* const key = NameOf(operation.keyHandle);
-    const Place place = key ? PlaceBelow(*key, operation.keyPath) : Normalize(operation.keyPath);
+    HandleName* const key = NameOf(operation.keyHandle);
+    const KeyPlace place = key ? PlaceBelow(*key, operation.keyPath) : Normalize(operation.keyPath);
     if (key) {
         operation.keyHandle = 0;
     }
@@ -94,30 +120,31 @@ void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
 }
 
 // Null for handle 0, for one without a name, and for one whose name is empty.
-RegistryEventHandler::KeyName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
-    const auto found = keyHandle == 0 ? keyNames.end() : keyNames.find(keyHandle);
-    return found == keyNames.end() || found->second.name.empty() ? nullptr : &found->second;
+HandleName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
+    HandleName* const found = keyNames.Find(keyHandle);
+    return found == nullptr || found->IsEmpty() ? nullptr : found;
 }
 
 // The place of the key itself for an empty name, with a backslash at the end, which does no harm.
-RegistryEventHandler::Place RegistryEventHandler::PlaceBelow(KeyName& key, std::wstring_view name) {
-    if (name.empty() && key.place) {
-        return *key.place;
+KeyPlace RegistryEventHandler::PlaceBelow(HandleName& key, std::wstring_view name) {
+    if (name.empty() && key.Place()) {
+        return *key.Place();
     }
-    joined.assign(key.name).append(1, L'\\').append(name);
-    const Place place = Normalize(joined);
+    key.CopyTo(joined);
+    joined.append(1, L'\\').append(name);
+    const KeyPlace place = Normalize(joined);
     if (name.empty()) {
-        key.place = place;
+        key.SetPlace(place, texts);
     }
     return place;
 }
 
-RegistryEventHandler::Place RegistryEventHandler::Normalize(std::wstring_view fullName) {
+KeyPlace RegistryEventHandler::Normalize(std::wstring_view fullName) {
     PredefinedRoot root = noRoot;
     if (!NormalizeKernelPath(fullName, classesAsRoot, root, normalized)) {
-        return {std::nullopt, texts.Keep(fullName)};
+        return {std::nullopt, paths.KeepPath(fullName)};
     }
-    return {root, texts.Keep(normalized)};
+    return {root, paths.KeepPath(normalized)};
 }
 
 } // namespace keyreap

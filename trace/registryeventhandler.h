@@ -1,8 +1,9 @@
 #pragma once
 
-#include "platform/core/text/hash.h"
 #include "trace/arena.h"
+#include "trace/handlenames.h"
 #include "trace/piecelist.h"
+#include "trace/recenttexts.h"
 #include "trace/registryfields.h"
 #include "trace/registryoperation.h"
 #include "trace/traceeventhandler.h"
@@ -11,8 +12,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <utility>
 
 namespace keyreap {
 
@@ -39,39 +38,28 @@ public:
     const PieceList<RegistryOperation>& Operations() const { return operations; }
 
 protected:
-    // An operation of a watched process. Adds it to the list.
-    virtual void AddOperation(const TraceEvent& event, RegistryFields fields);
+    // An operation of a watched process. Adds it to the list. Nobody reads the fields afterwards.
+    virtual void AddOperation(const TraceEvent& event, RegistryFields& fields);
 
     // The kernel's whole name for the name below a handle's key; for handle 0 the name itself. None if the
     // handle has no name, or not yet.
     std::optional<std::wstring> KernelName(std::uint64_t keyHandle, std::wstring_view name);
 
 private:
-    RegistryFields ReadFields(const TraceEvent& event, const EventValues* values) const;
-
-    // A key by its root and path. A name that is not a kernel path has no root.
-    struct Place {
-        std::optional<PredefinedRoot> root;
-        std::wstring_view keyPath;
-    };
-
-    // The last name of a handle. Most operations name nothing but a handle: they share its place, which is
-    // found by the first of them.
-    struct KeyName {
-        std::wstring name;
-        std::optional<Place> place;
-    };
-
-    KeyName* NameOf(std::uint64_t keyHandle);
-    Place PlaceBelow(KeyName& key, std::wstring_view name);
-    Place Normalize(std::wstring_view fullName);
+    void NameHandle(const TraceEvent& event, const EventValues* values);
+    void ReadOperation(const TraceEvent& event, const EventValues* values);
+    HandleName* NameOf(std::uint64_t keyHandle);
+    KeyPlace PlaceBelow(HandleName& key, std::wstring_view name);
+    KeyPlace Normalize(std::wstring_view fullName);
 
     bool classesAsRoot;
     PieceList<RegistryOperation> operations;
-    // The names of the handles of all processes. Nothing is removed before the end of the log.
-    std::unordered_map<std::uint64_t, KeyName, Fnv1aHash> keyNames;
-    Arena texts; // of operations and places
-    // Kept from name to name, so that only results are allocated.
+    HandleNames keyNames; // of all processes
+    Arena texts;          // of operations and places
+    RecentTexts paths{texts};
+    RecentTexts valueNames{texts};
+    // Kept from event to event, so that only results are allocated.
+    RegistryFields fields;
     std::wstring joined;
     std::wstring normalized;
 };

@@ -46,6 +46,11 @@ std::uint64_t SignExtended(std::uint64_t pointer) {
     return static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(pointer)});
 }
 
+std::uint64_t HandleIn(const Payload& payload, const FixedLayout& layout, std::uint32_t pointerSize) {
+    return HasWidePointers(pointerSize) ? payload.Number<std::uint64_t>(layout.keyHandle)
+                                        : SignExtended(payload.Number<std::uint32_t>(layout.keyHandle));
+}
+
 const EventValue* FirstValue(const EventValues& values, std::wstring_view property) {
     const int index = FindProperty(values, property);
     if (index < 0) {
@@ -58,19 +63,25 @@ const EventValue* FirstValue(const EventValues& values, std::wstring_view proper
 } // namespace
 
 RegistryFields ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize) {
+    RegistryFields fields;
+    ReadFixedFields(event, pointerSize, fields);
+    return fields;
+}
+
+void ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize, RegistryFields& fields) {
     const FixedLayout& layout = LayoutFor(event.version, pointerSize);
     const Payload payload(event.payload);
-    RegistryFields fields;
-    fields.keyHandle = HasWidePointers(pointerSize)
-                           ? payload.Number<std::uint64_t>(layout.keyHandle)
-                           : SignExtended(payload.Number<std::uint32_t>(layout.keyHandle));
+    fields.keyHandle = HandleIn(payload, layout, pointerSize);
     fields.status = payload.Number<std::uint32_t>(layout.status);
     fields.index = payload.Number<std::uint32_t>(layout.index);
     fields.initialTime = payload.Number<std::int64_t>(layout.initialTime);
-    if (Payload::WideRun name = payload.WideText(layout.name); name.terminated) {
-        fields.name = std::move(name.text);
-    }
-    return fields;
+    Payload::TakeUnits(payload.TerminatedUnits(layout.name), fields.name);
+}
+
+NamedHandle ReadFixedName(const TraceEvent& event, std::uint32_t pointerSize) {
+    const FixedLayout& layout = LayoutFor(event.version, pointerSize);
+    const Payload payload(event.payload);
+    return {HandleIn(payload, layout, pointerSize), payload.TerminatedUnits(layout.name)};
 }
 
 RegistryFields ReadSchemaFields(const EventValues& values, std::uint32_t pointerSize) {

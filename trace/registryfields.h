@@ -3,7 +3,9 @@
 #include "trace/schema/eventvalues.h"
 #include "trace/traceevent.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace keyreap {
@@ -21,6 +23,18 @@ struct RegistryFields {
 // log's pointer size. A field that is not completely inside the payload has its default, and so has a name
 // without terminator.
 RegistryFields ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize);
+
+// The same into a record of the caller's, the memory of whose name is used again.
+void ReadFixedFields(const TraceEvent& event, std::uint32_t pointerSize, RegistryFields& fields);
+
+// A handle and the UTF-16 units of its name, by the same rules. They belong to the event.
+struct NamedHandle {
+    std::uint64_t keyHandle;
+    std::span<const std::byte> name;
+};
+
+// What an event that names a handle needs of them: in a log, most such events are of other processes.
+NamedHandle ReadFixedName(const TraceEvent& event, std::uint32_t pointerSize);
 
 // Takes the same fields from the decoded properties "KeyHandle", "KeyName", "Status", "Index" and
 // "InitialTime". A field without property or value has its default, which for index is 0xFFFFFFFF.

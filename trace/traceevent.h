@@ -1,11 +1,7 @@
 #pragma once
 
+#include "etl/etlevent.h"
 #include "etl/registryevent.h"
-#include "platform/core/text/guid.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <span>
 
 namespace keyreap {
 
@@ -23,17 +19,9 @@ inline constexpr Guid SystemTraceControlGuid{
     0x9E814AAD, 0x3204, 0x11D2, {0x9A, 0x82, 0x00, 0x60, 0x08, 0xA8, 0x69, 0x39}};
 // NOLINTEND(readability-identifier-naming)
 
-// One event of a trace log: the fields of EVENT_TRACE that the handlers read. The payload belongs to the
-// reader, and is valid only during the call that passes the event.
-struct TraceEvent {
-    Guid guid;                          // Header.Guid
-    std::uint8_t type = 0;              // Header.Class.Type
-    std::uint16_t version = 0;          // Header.Class.Version
-    std::uint32_t processId = 0;        // Header.ProcessId
-    std::uint32_t threadId = 0;         // Header.ThreadId
-    std::int64_t timeStamp = 0;         // Header.TimeStamp, in the log's clock
-    std::span<const std::byte> payload; // MofData, MofLength
-};
+// What the handlers get of EVENT_TRACE: its class, type, version, origin and time, and its payload (MofData,
+// MofLength).
+using TraceEvent = EtlEvent;
 
 // True for the log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
 inline bool IsLogHeader(const TraceEvent& event) {

@@ -4,7 +4,6 @@
 #include "trace/schema/schemahost.h"
 #include "trace/threadeventhandler.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace keyreap {
@@ -54,10 +53,6 @@ void TraceEventHandler::OnEvent(const TraceEvent& event) {
 }
 
 void TraceEventHandler::OnFinished() {}
-
-bool TraceEventHandler::IsWatchedProcess(std::uint32_t processId) const {
-    return processIds.empty() || std::ranges::find(processIds, processId) != processIds.end();
-}
 
 void TraceEventHandler::AddWatchedProcess(std::uint32_t processId) {
     processIds.push_back(processId);

@@ -4,6 +4,7 @@
 #include "trace/schema/eventvalues.h"
 #include "trace/traceevent.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -59,7 +60,9 @@ public:
     virtual void OnDecodedEvent(const TraceEvent& event, const EventValues* values) = 0;
 
     // True if no process is watched in particular, or if this one is.
-    bool IsWatchedProcess(std::uint32_t processId) const;
+    bool IsWatchedProcess(std::uint32_t processId) const {
+        return processIds.empty() || std::ranges::find(processIds, processId) != processIds.end();
+    }
     void AddWatchedProcess(std::uint32_t processId);
 
     // The schema for the event's class, version and type, from the cache or from the event classes: never

@@ -29,7 +29,7 @@ public:
         record.Header.ThreadId = event.threadId;
         record.Header.ProcessId = event.processId;
         record.Header.TimeStamp.QuadPart = event.timeStamp;
-        record.Header.Guid = ToGuid(event.provider);
+        record.Header.Guid = ToGuid(event.guid);
         record.MofData = const_cast<std::byte*>(event.payload.data());
         record.MofLength = static_cast<ULONG>(event.payload.size());
         logFile.EventCallback(&record);

@@ -67,7 +67,7 @@ bool TraceStory::IsWanted(const TraceEvent& event) {
            (event.processId == ownProcess || story.processes[process].isOfCapture);
 }
 
-void TraceStory::AddOperation(const TraceEvent& event, RegistryFields fields) {
+void TraceStory::AddOperation(const TraceEvent& event, RegistryFields& fields) {
     if (!IsWanted(event)) {
         return;
     }

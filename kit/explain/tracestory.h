@@ -30,7 +30,7 @@ public:
     void OnFinished() override;
 
 protected:
-    void AddOperation(const TraceEvent& event, RegistryFields fields) override;
+    void AddOperation(const TraceEvent& event, RegistryFields& fields) override;
 
 private:
     // An operation on a key that has no name yet.

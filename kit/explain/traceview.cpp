@@ -25,11 +25,11 @@ void AddProcessesBelow(const RegistryLogNode& top, std::unordered_set<std::uint3
         const RegistryLogNode& node = *waiting.back();
         waiting.pop_back();
         AddProcesses(node.Operations(), processes);
-        for (const RegistryLogValue* const value : node.Values().Entries()) {
-            AddProcesses(value->Operations(), processes);
+        for (const RegistryLogValue& value : node.Values()) {
+            AddProcesses(value.Operations(), processes);
         }
-        for (const RegistryLogNode* const subkey : node.Subkeys().Entries()) {
-            waiting.push_back(subkey);
+        for (const RegistryLogNode& subkey : node.Subkeys()) {
+            waiting.push_back(&subkey);
         }
     }
 }
@@ -66,9 +66,9 @@ bool TraceView::IsCut(const StoryOperation& operation) {
     std::size_t inLog = 0;
     if (node != nullptr && ConcernsValue(operation.type)) {
         RegistryLogNode& known = log->GetOrAddNode(place.root, place.path);
-        inLog = log->GetOrAddValue(known, operation.valueName).Operations().Entries().size();
+        inLog = log->GetOrAddValue(known, operation.valueName).Operations().Size();
     } else if (node != nullptr) {
-        inLog = node->Operations().Entries().size();
+        inLog = node->Operations().Size();
     }
     const std::wstring text = PlaceText(operation);
     return asked[text]++ + inLog < expected[text];

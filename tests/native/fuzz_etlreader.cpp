@@ -44,7 +44,7 @@ public:
 class Examiner : public EtlListener {
 public:
     void OnEvent(const EtlEvent& event) override {
-        const bool logHeader = event.provider == etlclass::eventTrace && event.type == 0;
+        const bool logHeader = event.guid == etlclass::eventTrace && event.type == 0;
         fuzz::Require(events != 0 || logHeader);
         fuzz::Require(event.pointerSize == 4 || event.pointerSize == 8);
         fuzz::Require(event.payload.size() <= 0xFFFF);

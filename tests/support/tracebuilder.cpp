@@ -53,7 +53,15 @@ std::vector<std::byte> RegistryPayload(const RegistryFields& fields, std::uint16
 }
 
 TraceEvent TraceBuilder::Event::View() const {
-    return {guid, type, version, processId, threadId, timeStamp, payload};
+    TraceEvent event;
+    event.guid = guid;
+    event.type = type;
+    event.version = version;
+    event.processId = processId;
+    event.threadId = threadId;
+    event.timeStamp = timeStamp;
+    event.payload = payload;
+    return event;
 }
 
 TraceBuilder::TraceBuilder(std::uint32_t pointerSize) : pointerSize(pointerSize) {

@@ -36,7 +36,7 @@ EventReport::EventReport(std::map<std::uint32_t, std::string> samples, std::uint
     : samples(std::move(samples)), pointerSize(pointerSize), vocabulary(vocabulary) {}
 
 void EventReport::OnEvent(const EtlEvent& event) {
-    if (event.provider != etlclass::registry) {
+    if (event.guid != etlclass::registry) {
         return;
     }
     ++kinds[{event.type, event.version, event.pointerSize, event.payload.size()}];
@@ -48,11 +48,7 @@ void EventReport::OnEvent(const EtlEvent& event) {
 
 // The names of handles count whoever made them.
 void EventReport::TakeEvent(const EtlEvent& event, const std::string& sample) {
-    TraceEvent trace;
-    trace.type = event.type;
-    trace.version = event.version;
-    trace.payload = event.payload;
-    const RegistryFields fields = ReadFixedFields(trace, pointerSize);
+    const RegistryFields fields = ReadFixedFields(event, pointerSize);
     if (NamesAHandle(event.type)) {
         names[fields.keyHandle] = fields.name;
         return;

@@ -6,8 +6,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string_view>
-#include <utility>
 
 namespace keyreap {
 
@@ -23,116 +24,139 @@ struct NameStore {
     Arena arena;
 };
 
-// The entries of one registry key by name: a hash map. An `Entry` has an operation `Name`, which gives a
-// HashedName. The map points at its entries, which must not move. A look-up allocates nothing.
+// What an entry of a map has for the map. An entry is in one map at a time.
+template <typename Entry>
+class MapEntry {
+private:
+    template <typename>
+    friend class NameMap;
+
+    Entry* before = nullptr; // that was added to the same map
+};
+
+// The entries of one registry key by name: a hash map. An `Entry` is a MapEntry, and has an operation `Name`,
+// which gives a HashedName. The map points at its entries, which must not move. A look-up allocates nothing,
+// and no more does an addition to few entries.
 template <typename Entry>
 class NameMap {
 public:
     // `store` outlives the map.
     explicit NameMap(NameStore& store) : store(&store) {}
 
-    bool IsEmpty() const { return entries.empty(); }
-    std::size_t Size() const { return entries.size(); }
+    bool IsEmpty() const { return count == 0; }
+    std::size_t Size() const { return count; }
 
-    // All entries, in the order in which they were added as long as none was removed.
-    const ArenaList<Entry*>& Entries() const { return entries; }
+    // Walks through the entries, the one that was added last first.
+    class const_iterator {
+    public:
+        explicit const_iterator(Entry* entry) : entry(entry) {}
+
+        Entry& operator*() const { return *entry; }
+        const_iterator& operator++() {
+            entry = entry->before;
+            return *this;
+        }
+        bool operator==(const const_iterator&) const = default;
+
+    private:
+        Entry* entry;
+    };
+
+    const_iterator begin() const { return const_iterator(newest); }
+    const_iterator end() const { return const_iterator(nullptr); }
 
     // The entry of that name, or null.
-    Entry* Find(const HashedName& name) const {
-        const std::uint32_t position = PositionOf(name);
-        return position == none ? nullptr : entries[position];
-    }
+    Entry* Find(const HashedName& name) const { return index.empty() ? *LinkTo(name) : index[SlotFor(name)]; }
 
-    // Adds an entry, and drops the one of the same name, if there is one.
+    // Adds an entry, or puts it in the place of the one of the same name, if there is one.
     void AddOrReplace(Entry& entry) {
-        const std::uint32_t position = PositionOf(entry.Name());
-        if (position == none) {
+        Entry*& link = *LinkTo(entry.Name());
+        if (link == nullptr) {
             Add(entry);
-        } else {
-            entries[position] = &entry;
+            return;
         }
+        if (!index.empty()) {
+            index[SlotFor(entry.Name())] = &entry;
+        }
+        entry.before = link->before;
+        link = &entry;
     }
 
     // Adds an entry whose name isn't in the map yet.
     void Add(Entry& entry) {
-        hashes.Add(entry.Name().hash, store->arena);
-        entries.Add(&entry, store->arena);
-        if (2 * entries.size() > index.size()) {
+        entry.before = newest;
+        newest = &entry;
+        ++count;
+        if (2 * count > index.size()) {
             BuildIndex();
         } else {
-            AddToIndex(static_cast<std::uint32_t>(entries.size() - 1));
+            AddToIndex(entry);
         }
     }
 
     // Removes the entry of that name, if there is one.
     void Remove(const HashedName& name) {
-        const std::uint32_t position = PositionOf(name);
-        if (position != none) {
-            std::swap(hashes[position], hashes.back());
-            std::swap(entries[position], entries.back());
-            hashes.RemoveLast();
-            entries.RemoveLast();
-            index.Clear(); // the next addition rebuilds it
+        Entry*& link = *LinkTo(name);
+        if (link != nullptr) {
+            link = link->before;
+            --count;
+            index = {}; // the next addition rebuilds it
         }
     }
 
     void Clear() {
-        hashes.Clear();
-        entries.Clear();
-        index.Clear();
+        newest = nullptr;
+        count = 0;
+        index = {};
     }
 
 private:
-    static constexpr std::uint32_t none = UINT32_MAX;
-    static constexpr std::size_t fewEntries = 8; // a search through their hashes is faster than an index
+    static constexpr std::size_t fewEntries = 8; // a search through them is faster than an index
 
     // The rules' comparison may hold names equal whose hashes differ. The whole hash is compared first, so
     // that no result depends on which names meet in a search.
-    bool Matches(std::uint32_t position, const HashedName& name) const {
-        if (hashes[position] != name.hash) {
-            return false;
+    bool IsNamed(const Entry& entry, const HashedName& name) const {
+        const HashedName& own = entry.Name();
+        return own.hash == name.hash && (own.text == name.text || store->rules.AreEqual(own.text, name.text));
+    }
+
+    // The pointer to the entry of that name, or else the null pointer at the end.
+    Entry** LinkTo(const HashedName& name) {
+        Entry** link = &newest;
+        while (*link != nullptr && !IsNamed(**link, name)) {
+            link = &(*link)->before;
         }
-        const std::wstring_view text = entries[position]->Name().text;
-        return text == name.text || store->rules.AreEqual(text, name.text);
+        return link;
     }
+    Entry* const* LinkTo(const HashedName& name) const { return const_cast<NameMap*>(this)->LinkTo(name); }
 
-    std::uint32_t PositionOf(const HashedName& name) const {
-        return index.empty() ? Search(name) : Probe(name);
-    }
-
-    std::uint32_t Search(const HashedName& name) const {
-        for (std::uint32_t position = 0; position < entries.size(); ++position) {
-            if (Matches(position, name)) {
-                return position;
-            }
-        }
-        return none;
-    }
-
-    std::uint32_t Probe(const HashedName& name) const {
+    // The slot of that name, or the free one for it.
+    std::size_t SlotFor(const HashedName& name) const {
         std::size_t slot = SlotOf(name.hash);
-        while (index[slot] != none && !Matches(index[slot], name)) {
+        while (index[slot] != nullptr && !IsNamed(*index[slot], name)) {
             slot = SlotOf(slot + 1);
         }
-        return index[slot];
+        return slot;
     }
 
     void BuildIndex() {
-        if (entries.size() <= fewEntries) {
+        if (count <= fewEntries) {
             return;
         }
-        index.Fill(std::bit_ceil(4 * entries.size()), none, store->arena);
-        for (std::uint32_t position = 0; position < entries.size(); ++position) {
-            AddToIndex(position);
+        const std::size_t size = std::bit_ceil(std::size_t{4} * count);
+        index = {store->arena.template Allocate<Entry*>(size), size};
+        std::uninitialized_fill(index.begin(), index.end(), nullptr);
+        for (Entry& entry : *this) {
+            AddToIndex(entry);
         }
     }
 
-    void AddToIndex(std::uint32_t position) {
-        std::size_t slot = SlotOf(hashes[position]);
-        while (index[slot] != none) {
+    void AddToIndex(Entry& entry) {
+        std::size_t slot = SlotOf(entry.Name().hash);
+        while (index[slot] != nullptr) {
             slot = SlotOf(slot + 1);
         }
-        index[slot] = position;
+        index[slot] = &entry;
     }
 
     std::size_t SlotOf(std::uint64_t hash) const {
@@ -140,9 +164,9 @@ private:
     }
 
     NameStore* store;
-    ArenaList<std::uint64_t> hashes; // of the entries, side by side
-    ArenaList<Entry*> entries;
-    ArenaList<std::uint32_t> index; // positions by hash, a power of two of slots; empty for few entries
+    Entry* newest = nullptr;
+    std::span<Entry*> index; // by hash, a power of two of slots; empty for few entries
+    std::uint32_t count = 0;
 };
 
 } // namespace keyreap

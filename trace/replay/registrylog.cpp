@@ -3,6 +3,8 @@
 #include "platform/core/text/hash.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <ranges>
 #include <vector>
 
 namespace keyreap {
@@ -24,19 +26,19 @@ bool IsKept(const RegistryOperation& operation) {
 }
 
 std::uint32_t CountLastingValues(const RegistryLogNode& node) {
-    return static_cast<std::uint32_t>(std::ranges::count_if(node.Values().Entries(), [](const auto* value) {
-        return value->Operations().NetOutcome() != Outcome::none;
-    }));
+    std::uint32_t count = 0;
+    for (const RegistryLogValue& value : node.Values()) {
+        count += value.Operations().NetOutcome() != Outcome::none ? 1 : 0;
+    }
+    return count;
 }
 
 // Calls visit(name, outcome) for each value, the one that appeared last first. A host moves all values after
 // the one that it removes: in this order their removal costs it no more than their setting did.
 template <typename Visit>
 void VisitNewestFirst(const NameMap<RegistryLogValue>& values, Visit visit) {
-    const auto& entries = values.Entries();
     std::wstring name;
-    for (std::size_t left = entries.size(); left > 0; --left) {
-        const RegistryLogValue& value = *entries[left - 1];
+    for (const RegistryLogValue& value : values) {
         visit(name.assign(value.Name().text), value.Operations().NetOutcome());
     }
 }
@@ -72,9 +74,9 @@ void VisitBelow(const RegistryLogNode& top, Visit visit) {
     std::vector<Waiting> waiting;
     std::wstring path;
     const auto addSubkeys = [&](const RegistryLogNode& node) {
-        const auto& subkeys = node.Subkeys().Entries();
-        for (std::size_t left = subkeys.size(); left > 0; --left) {
-            waiting.push_back({subkeys[left - 1], path.size()});
+        // The last one that is put here is visited first.
+        for (const RegistryLogNode& subkey : node.Subkeys()) {
+            waiting.push_back({&subkey, path.size()});
         }
     };
     addSubkeys(top);
@@ -109,8 +111,18 @@ Outcome OutcomeAfter(Outcome before, std::uint32_t operationType) {
 }
 
 void OperationList::Append(const OperationEntry& entry, Arena& arena) {
-    entries.Add(entry, arena);
+    last = arena.Make<Link>(last, entry);
+    ++count;
     outcome = OutcomeAfter(outcome, entry.type);
+}
+
+std::vector<OperationEntry> OperationList::Entries() const {
+    std::vector<OperationEntry> entries(count);
+    auto place = entries.rbegin();
+    for (const Link* link = last; link != nullptr; link = link->before) {
+        *place++ = link->entry;
+    }
+    return entries;
 }
 
 RegistryLogNode::RegistryLogNode(NameStore& store, RegistryLogNode* parent, const HashedName& name)
@@ -135,8 +147,9 @@ std::size_t RegistryLog::SlotFor(PredefinedRoot root) {
     }
 }
 
-// The nodes on the path of the operation before. Operations come in runs along similar paths, and the common
-// part of two paths isn't looked up again.
+// What was found for the operations before. Operations come in runs along similar paths, and the common part
+// of two paths isn't looked up again. Most values have one of a few names: operations share their texts, and
+// a shared text isn't hashed again.
 struct RegistryLog::Trail {
     struct Step {
         std::size_t end; // of the component, in the path
@@ -146,6 +159,16 @@ struct RegistryLog::Trail {
     RegistryLogNode* top = nullptr;
     std::wstring_view path;
     std::vector<Step> steps;
+    std::array<HashedName, 64> valueNames;
+
+    Trail() { valueNames.fill({{}, HashFolded({})}); }
+
+    // Where the hash of a text is, if it was found.
+    HashedName& Remembered(std::wstring_view valueName) {
+        constexpr std::size_t leastDistance = 16; // of two texts in bytes, nearly always
+        return valueNames[reinterpret_cast<std::uintptr_t>(valueName.data()) / leastDistance %
+                          valueNames.size()];
+    }
 
     // Keeps the steps that the next path shares: those whose ending backslash is in both paths.
     void Turn(RegistryLogNode& nextTop, std::wstring_view nextPath) {
@@ -168,6 +191,17 @@ struct RegistryLog::Trail {
 
 void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations) {
     Trail trail;
+    RecordOperations(operations, trail);
+}
+
+void RegistryLog::RecordOperations(const PieceList<RegistryOperation>& operations) {
+    Trail trail;
+    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
+        RecordOperations(operations.Piece(number), trail);
+    }
+}
+
+void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations, Trail& trail) {
     for (const RegistryOperation& operation : operations) {
         if (IsKept(operation) && !operation.keyPath.empty()) {
             Record(operation, trail);
@@ -175,17 +209,21 @@ void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations
     }
 }
 
-void RegistryLog::RecordOperations(const PieceList<RegistryOperation>& operations) {
-    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
-        RecordOperations(operations.Piece(number));
-    }
-}
-
 void RegistryLog::Record(const RegistryOperation& operation, Trail& trail) {
     RegistryLogNode& node = NodeFor(operation, trail);
-    OperationList& list =
-        ConcernsValue(operation.type) ? GetOrAddValue(node, operation.valueName).operations : node.operations;
+    OperationList& list = ConcernsValue(operation.type)
+                              ? GetOrAddValue(node, NameOfValue(operation, trail)).operations
+                              : node.operations;
     list.Append({operation.type, operation.status, operation.initialTime, operation.processId}, store.arena);
+}
+
+HashedName RegistryLog::NameOfValue(const RegistryOperation& operation, Trail& trail) {
+    const std::wstring_view name = operation.valueName;
+    HashedName& remembered = trail.Remembered(name);
+    if (name.data() != remembered.text.data() || name.size() != remembered.text.size()) {
+        remembered = Hashed(name);
+    }
+    return remembered;
 }
 
 RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail& trail) {
@@ -239,20 +277,27 @@ RegistryLogNode& RegistryLog::GetOrAddSubkey(RegistryLogNode& node, const Hashed
     if (RegistryLogNode* const found = node.subkeys.Find(name)) {
         return *found;
     }
-    const HashedName kept{store.arena.Keep(name.text), name.hash};
+    const HashedName kept{names.Keep(name.text), name.hash};
     auto* const made = store.arena.Make<RegistryLogNode>(store, &node, kept);
     node.subkeys.Add(*made);
     return *made;
 }
 
-RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
+HashedName RegistryLog::Hashed(std::wstring_view name) {
     folded.assign(name);
     store.rules.Fold(folded);
-    const HashedName hashed{name, HashFolded(folded)};
-    if (RegistryLogValue* const found = node.values.Find(hashed)) {
+    return {name, HashFolded(folded)};
+}
+
+RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
+    return GetOrAddValue(node, Hashed(name));
+}
+
+RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, const HashedName& name) {
+    if (RegistryLogValue* const found = node.values.Find(name)) {
         return *found;
     }
-    auto* const made = store.arena.Make<RegistryLogValue>(HashedName{store.arena.Keep(name), hashed.hash});
+    auto* const made = store.arena.Make<RegistryLogValue>(HashedName{names.Keep(name.text), name.hash});
     node.values.Add(*made);
     return *made;
 }
@@ -264,7 +309,11 @@ void RegistryLog::Remove(RegistryLogNode& node) {
 }
 
 void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source) {
-    for (RegistryLogNode* const subkey : source.subkeys.Entries()) {
+    std::vector<RegistryLogNode*> moved;
+    for (RegistryLogNode& subkey : source.subkeys) {
+        moved.push_back(&subkey);
+    }
+    for (RegistryLogNode* const subkey : moved | std::views::reverse) {
         target.subkeys.AddOrReplace(*subkey);
         subkey->parent = &target;
     }

@@ -3,6 +3,7 @@
 #include "trace/arena.h"
 #include "trace/piecelist.h"
 #include "trace/predefinedroot.h"
+#include "trace/recenttexts.h"
 #include "trace/registryoperation.h"
 #include "trace/replay/namemap.h"
 #include "trace/replay/namerules.h"
@@ -13,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace keyreap {
 
@@ -39,17 +41,25 @@ class OperationList {
 public:
     void Append(const OperationEntry& entry, Arena& arena);
 
-    const ArenaList<OperationEntry, 2>& Entries() const { return entries; }
+    std::size_t Size() const { return count; }
+    std::vector<OperationEntry> Entries() const; // copies
     Outcome NetOutcome() const { return outcome; }
 
 private:
-    ArenaList<OperationEntry, 2> entries; // most keys and values have no more
+    // Each points at the one before, so that an addition touches no other entry.
+    struct Link {
+        const Link* before;
+        OperationEntry entry;
+    };
+
+    const Link* last = nullptr;
+    std::uint32_t count = 0; // no log has more events
     Outcome outcome = Outcome::none;
 };
 
 // Values and nodes, with all that belongs to them, are in the log's memory and are freed with the log. Only
 // the log changes them.
-class RegistryLogValue {
+class RegistryLogValue : public MapEntry<RegistryLogValue> {
 public:
     explicit RegistryLogValue(const HashedName& name) : name(name) {}
 
@@ -63,7 +73,7 @@ private:
     OperationList operations;
 };
 
-class RegistryLogNode {
+class RegistryLogNode : public MapEntry<RegistryLogNode> {
 public:
     // A root node has no parent and no name.
     explicit RegistryLogNode(NameStore& store, RegistryLogNode* parent = nullptr,
@@ -152,15 +162,20 @@ private:
     struct Trail;
 
     static std::size_t SlotFor(PredefinedRoot root);
+    void RecordOperations(std::span<const RegistryOperation> operations, Trail& trail);
     void Record(const RegistryOperation& operation, Trail& trail);
+    HashedName NameOfValue(const RegistryOperation& operation, Trail& trail);
     RegistryLogNode& NodeFor(const RegistryOperation& operation, Trail& trail);
     template <typename NextNode>
     RegistryLogNode* Descend(RegistryLogNode& start, std::wstring_view path, std::size_t position,
                              NextNode nextNode);
+    HashedName Hashed(std::wstring_view name);
     RegistryLogNode& GetOrAddSubkey(RegistryLogNode& node, const HashedName& name);
+    RegistryLogValue& GetOrAddValue(RegistryLogNode& node, const HashedName& name);
     static void Remove(RegistryLogNode& node);
 
     NameStore store;
+    RecentTexts names{store.arena}; // of nodes and values
     std::array<RootSlot, 4> slots;
     std::wstring folded; // kept from look-up to look-up, so that a hit allocates nothing
 };

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
+#include <type_traits>
 
 namespace keyreap {
 
@@ -16,10 +17,13 @@ struct Guid {
     std::uint16_t data3 = 0;
     std::array<std::uint8_t, 8> data4{};
 
-    // Compared in two halves, because the readers of a log compare the GUID of every event.
+    // Compared as memory, which takes two steps, because the readers of a log compare the GUID of every
+    // event.
     friend constexpr bool operator==(const Guid& left, const Guid& right) {
-        using Halves = std::array<std::uint64_t, 2>;
-        return std::bit_cast<Halves>(left) == std::bit_cast<Halves>(right);
+        if (std::is_constant_evaluated()) {
+            return (left <=> right) == 0;
+        }
+        return std::memcmp(&left, &right, sizeof(Guid)) == 0;
     }
     friend constexpr auto operator<=>(const Guid&, const Guid&) = default;
 };

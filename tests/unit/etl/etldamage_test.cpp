@@ -44,7 +44,7 @@ Outcome ReadDamaged(std::span<const std::byte> log) {
         EXPECT_TRUE(reader.Process(outcome.heard));
         outcome.statistics = reader.Statistics();
         EXPECT_FALSE(outcome.heard.events.empty());
-        EXPECT_EQ(outcome.heard.events.front().provider, etlclass::eventTrace);
+        EXPECT_EQ(outcome.heard.events.front().guid, etlclass::eventTrace);
     }
     return outcome;
 }

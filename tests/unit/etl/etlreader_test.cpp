@@ -25,10 +25,10 @@ TEST(EtlReader, TheLogHeaderEventComesFirst) {
     const Bytes log = LogOf({BufferOf({NumberedRecord(1)})});
     const RecordingListener heard = ReadAll(log);
     ASSERT_EQ(heard.events.size(), 2U);
-    EXPECT_EQ(heard.events[0].provider, etlclass::eventTrace);
+    EXPECT_EQ(heard.events[0].guid, etlclass::eventTrace);
     EXPECT_EQ(heard.events[0].type, 0U);
     EXPECT_EQ(heard.events[0].bytes.size(), LogHeaderRecord().size() - 32);
-    EXPECT_EQ(heard.events[1].provider, etlclass::registry);
+    EXPECT_EQ(heard.events[1].guid, etlclass::registry);
 }
 
 TEST(EtlReader, HasTheFieldsOfTheLogHeader) {

@@ -32,7 +32,7 @@ void ExpectOrigin(const EtlEvent& event) {
 TEST(ReadEtlRecord, SystemHeadersOfBothWidths) {
     for (const bool wide : {false, true}) {
         const auto event = ReadOne(SystemRecord(wide ? 2 : 1, 0x0916, 2, samplePayload));
-        EXPECT_EQ(event.provider, etlclass::registry);
+        EXPECT_EQ(event.guid, etlclass::registry);
         EXPECT_EQ(event.type, 0x16U);
         EXPECT_EQ(event.version, 2U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
@@ -44,7 +44,7 @@ TEST(ReadEtlRecord, SystemHeadersOfBothWidths) {
 TEST(ReadEtlRecord, CompactHeadersOfBothWidths) {
     for (const bool wide : {false, true}) {
         const auto event = ReadOne(CompactRecord(wide ? 4 : 3, 0x0503, 3, samplePayload));
-        EXPECT_EQ(event.provider, etlclass::thread);
+        EXPECT_EQ(event.guid, etlclass::thread);
         EXPECT_EQ(event.type, 3U);
         EXPECT_EQ(event.version, 3U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
@@ -56,7 +56,7 @@ TEST(ReadEtlRecord, CompactHeadersOfBothWidths) {
 TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsHaveNoProcessAndNoThread) {
     for (const bool wide : {false, true}) {
         const auto event = ReadOne(PerfInfoRecord(wide ? 0x11 : 0x10, 0x0F2E, 1, samplePayload));
-        EXPECT_EQ(event.provider, etlclass::perfInfo);
+        EXPECT_EQ(event.guid, etlclass::perfInfo);
         EXPECT_EQ(event.type, 0x2EU);
         EXPECT_EQ(event.version, 1U);
         EXPECT_EQ(event.pointerSize, wide ? 8U : 4U);
@@ -70,7 +70,7 @@ TEST(ReadEtlRecord, PerfInfoHeadersOfBothWidthsHaveNoProcessAndNoThread) {
 TEST(ReadEtlRecord, FullHeadersOfBothWidthsHaveTheirGuid) {
     for (const bool wide : {false, true}) {
         const auto event = ReadOne(ClassicRecord(wide ? 0x14 : 0x0A, 10, 4, 2, samplePayload));
-        EXPECT_EQ(event.provider, GuidOf(0x20));
+        EXPECT_EQ(event.guid, GuidOf(0x20));
         EXPECT_EQ(event.type, 10U);
         EXPECT_EQ(event.level, 4U);
         EXPECT_EQ(event.version, 2U);
@@ -83,7 +83,7 @@ TEST(ReadEtlRecord, FullHeadersOfBothWidthsHaveTheirGuid) {
 TEST(ReadEtlRecord, InstanceHeadersOfBothWidthsHaveTheirOwnGuidNotTheParents) {
     for (const bool wide : {false, true}) {
         const auto event = ReadOne(InstanceRecord(wide ? 0x15 : 0x0B, 1, 5, 7, samplePayload));
-        EXPECT_EQ(event.provider, GuidOf(0x20));
+        EXPECT_EQ(event.guid, GuidOf(0x20));
         EXPECT_EQ(event.type, 1U);
         EXPECT_EQ(event.level, 5U);
         EXPECT_EQ(event.version, 7U);
@@ -97,7 +97,7 @@ TEST(ReadEtlRecord, ManifestHeadersOfBothWidthsGiveIdAndOpcode) {
     for (const bool wide : {false, true}) {
         const ManifestFields fields{.id = 0x1234, .version = 3, .level = 4, .opcode = 0x21};
         const auto event = ReadOne(ManifestRecord(wide ? 0x13 : 0x12, fields, samplePayload));
-        EXPECT_EQ(event.provider, GuidOf(0x40));
+        EXPECT_EQ(event.guid, GuidOf(0x40));
         EXPECT_EQ(event.id, 0x1234U);
         EXPECT_EQ(event.type, 0x21U);
         EXPECT_EQ(event.level, 4U);

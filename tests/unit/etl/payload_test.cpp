@@ -77,6 +77,36 @@ TEST(Payload, WideTextStopsAtTheLimit) {
     EXPECT_FALSE(run.terminated);
 }
 
+std::wstring TakenFrom(const Payload& payload, std::size_t offset) {
+    std::wstring text = L"before";
+    Payload::TakeUnits(payload.TerminatedUnits(offset), text);
+    return text;
+}
+
+TEST(Payload, TerminatedUnitsEndAtTheirNul) {
+    for (std::size_t length = 0; length < 20; ++length) {
+        const std::wstring name(length, L'x');
+        const Exactly bytes(PayloadBuilder().U8(1).WideZ(name).Wide(L"after"));
+        EXPECT_EQ(TakenFrom(bytes.View(), 1), name);
+        EXPECT_EQ(bytes.View().TerminatedUnits(1).size(), 2 * length);
+    }
+}
+
+TEST(Payload, UnitsWithoutNulAreNone) {
+    for (std::size_t length = 0; length < 20; ++length) {
+        const Exactly bytes(PayloadBuilder().Wide(std::wstring(length, L'x')).U8(0));
+        EXPECT_EQ(TakenFrom(bytes.View(), 0), L"");
+        EXPECT_EQ(TakenFrom(bytes.View(), 2 * length), L"");
+        EXPECT_EQ(TakenFrom(bytes.View(), SIZE_MAX), L"");
+    }
+}
+
+TEST(Payload, AUnitWithAZeroByteIsNoNul) {
+    const std::wstring name = {0x0100, 0x0001, 0xFF00, 0x00FF, 0x8000, 0x0080, 0x0100, 0x8000};
+    const Exactly bytes(PayloadBuilder().WideZ(name));
+    EXPECT_EQ(TakenFrom(bytes.View(), 0), name);
+}
+
 TEST(Payload, NarrowTextEndsAtItsNulOrWithTheBytes) {
     const Exactly terminated(PayloadBuilder().Narrow("Key").U8(0));
     EXPECT_EQ(terminated.View().NarrowText(0).text, "Key");

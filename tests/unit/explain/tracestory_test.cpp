@@ -161,10 +161,7 @@ class HandlerListener : public EtlListener {
 public:
     explicit HandlerListener(TraceEventHandler& handler) : handler(handler) {}
 
-    void OnEvent(const EtlEvent& event) override {
-        handler.OnEvent({event.provider, event.type, event.version, event.processId, event.threadId,
-                         event.timeStamp, event.payload});
-    }
+    void OnEvent(const EtlEvent& event) override { handler.OnEvent(event); }
 
 private:
     TraceEventHandler& handler;

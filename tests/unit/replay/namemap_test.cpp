@@ -6,16 +6,19 @@
 
 #include <deque>
 #include <string>
+#include <utility>
 
 namespace keyreap {
 namespace {
 
-struct Entry {
+struct Entry : MapEntry<Entry> {
+    Entry(std::wstring name, std::uint64_t hash, int number)
+        : name(std::move(name)), hash(hash), number(number) {}
     HashedName Name() const { return {name, hash}; }
 
     std::wstring name;
     std::uint64_t hash;
-    int number = 0;
+    int number;
 };
 
 class NameMapTest : public testing::Test {
@@ -96,11 +99,25 @@ TEST_F(NameMapTest, AnEntryReplacesTheOneOfTheSameName) {
     EXPECT_EQ(map.Find(Hashed(L"New"))->number, 20);
 }
 
-TEST_F(NameMapTest, AWalkTakesTheEntriesInTheOrderOfTheirAddition) {
+TEST_F(NameMapTest, AWalkTakesTheNewestEntryFirst) {
     AddMany(100);
-    int expected = 0;
-    for (const auto& entry : map.Entries()) {
-        EXPECT_EQ(entry->number, expected++);
+    int expected = 100;
+    for (const Entry& entry : map) {
+        EXPECT_EQ(entry.number, --expected);
+    }
+    EXPECT_EQ(expected, 0);
+}
+
+TEST_F(NameMapTest, AnEntryInThePlaceOfAnotherIsVisitedInItsTurn) {
+    for (const int count : {3, 30}) {
+        map.Clear();
+        AddMany(count);
+        map.AddOrReplace(Make(L"NAME1", 1));
+        int expected = count;
+        for (const Entry& entry : map) {
+            EXPECT_EQ(entry.number, --expected);
+        }
+        EXPECT_EQ(map.Find(Hashed(Name(1))), &made.back());
     }
 }
 

@@ -44,6 +44,24 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
                 ElementsAre(FieldsAre(14U, 0U, 77, 4711U), FieldsAre(16U, 0U, 0, 0U)));
 }
 
+TEST_F(RegistryLogTest, OperationsThatShareTheTextOfANameAreOnTheirOwnValues) {
+    const std::vector<std::wstring> names = {L"", L"Name", L"NAME", L"Other", L"", L"Name"};
+    std::vector<RegistryOperation> operations;
+    for (const wchar_t* const key : {L"A", L"B", L"A"}) {
+        for (const std::wstring& name : names) {
+            operations.push_back(SetValue(key, L""));
+            operations.back().valueName = name; // one text for all keys
+        }
+    }
+    Record(operations);
+    for (const wchar_t* const name : {L"", L"Name", L"Other"}) {
+        const std::size_t times = *name == L'O' ? 1 : *name == L'N' ? 3 : 2;
+        EXPECT_EQ(OperationsOn(L"A", name).Size(), 2 * times);
+        EXPECT_EQ(OperationsOn(L"B", name).Size(), times);
+    }
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"")), 6u);
+}
+
 // Outcomes.
 
 TEST_F(RegistryLogTest, CreateThenDeleteHasNoOutcome) {

@@ -21,7 +21,7 @@ protected:
                std::uint32_t status = 0) {
         const PayloadBuilder payload = PayloadBuilder().U64(1).U32(status).U32(0).U64(key).WideZ(name);
         EtlEvent event;
-        event.provider = etlclass::registry;
+        event.guid = etlclass::registry;
         event.type = type;
         event.version = 2;
         event.pointerSize = 8;
@@ -45,7 +45,7 @@ TEST_F(EventReports, CountTheEventsOfAllProcessesByKind) {
 
 TEST_F(EventReports, EventsOfOtherClassesDoNotCount) {
     EtlEvent event;
-    event.provider = etlclass::process;
+    event.guid = etlclass::process;
     report.OnEvent(event);
     EXPECT_THAT(report.Kinds(), IsEmpty());
 }

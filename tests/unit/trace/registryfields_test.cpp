@@ -1,3 +1,4 @@
+#include "etl/payload.h"
 #include "tests/support/tracebuilder.h"
 #include "trace/registryfields.h"
 
@@ -103,6 +104,39 @@ TEST(ReadFixedFields, AnyPointerSizeBut8SignExtends32Bits) {
         EXPECT_EQ(fields.keyHandle, 0xFFFFFFFFE1234567U) << pointerSize;
         EXPECT_EQ(fields.name, L"Name") << pointerSize;
     }
+}
+
+// What ReadFixedName reads, as fields.
+RegistryFields NamedBy(const TraceEvent& event, std::uint32_t pointerSize) {
+    const NamedHandle named = ReadFixedName(event, pointerSize);
+    RegistryFields fields;
+    fields.keyHandle = named.keyHandle;
+    Payload::TakeUnits(named.name, fields.name);
+    return fields;
+}
+
+TEST(ReadFixedName, ReadsTheHandleAndTheNameOfTheFieldsWhereverThePayloadEnds) {
+    const std::vector<std::byte> bytes = LastLayout().U64(0xFFFFF800E1234567).WideZ(L"Name").bytes;
+    for (std::uint16_t version = 0; version < 4; ++version) {
+        for (const std::uint32_t pointerSize : {0U, 4U, 8U}) {
+            for (std::size_t size = 0; size <= bytes.size(); ++size) {
+                TraceEvent event;
+                event.version = version;
+                event.payload = {bytes.data(), size};
+                const RegistryFields expected = ReadFixedFields(event, pointerSize);
+                EXPECT_EQ(NamedBy(event, pointerSize).keyHandle, expected.keyHandle);
+                EXPECT_EQ(NamedBy(event, pointerSize).name, expected.name);
+            }
+        }
+    }
+}
+
+TEST(ReadFixedFields, ARecordThatIsUsedAgainKeepsNothing) {
+    const LaidOut it(2, LastLayout().U64(0x1000).Wide(L"Name"));
+    RegistryFields fields{1, L"A longer name of an earlier event", 2, 3, 4};
+    ReadFixedFields(it.event, 8, fields);
+    EXPECT_THAT(fields, HasFields(ReadFixedFields(it.event, 8)));
+    EXPECT_EQ(fields.name, L"");
 }
 
 TEST(ReadFixedFields, EmptyNameIsItsTerminator) {

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "trace/arena.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace keyreap {
+
+// Keeps texts in an arena, one that came a short time ago only once: operations follow each other on a few
+// keys, and the values of most keys have the same few names.
+class RecentTexts {
+public:
+    // `arena` outlives this.
+    explicit RecentTexts(Arena& arena) : arena(arena) {}
+
+    // A copy of the text.
+    std::wstring_view Keep(std::wstring_view text) {
+        if (text.empty()) {
+            return {};
+        }
+        std::wstring_view& recent = texts[PlaceOf(text)];
+        if (recent != text) {
+            recent = arena.Keep(text);
+        }
+        return recent;
+    }
+
+    // The same for a path. One that differs by a backslash at its end shares the copy.
+    std::wstring_view KeepPath(std::wstring_view path) {
+        const std::wstring_view key = path.ends_with(L'\\') ? path.substr(0, path.size() - 1) : path;
+        if (key.empty()) {
+            return arena.Keep(path);
+        }
+        std::wstring_view& recent = texts[PlaceOf(key)];
+        if (recent != key) {
+            recent = arena.KeepWith(key, L'\\').substr(0, key.size());
+        }
+        return {recent.data(), path.size()};
+    }
+
+private:
+    static constexpr std::size_t count = 64;
+
+    static std::size_t PlaceOf(std::wstring_view text) {
+        std::size_t place = text.size();
+        for (const wchar_t unit : text.substr(text.size() - std::min<std::size_t>(text.size(), 8))) {
+            place = 31 * place + static_cast<std::size_t>(unit);
+        }
+        return place % count;
+    }
+
+    Arena& arena;
+    std::array<std::wstring_view, count> texts;
+};
+
+} // namespace keyreap
