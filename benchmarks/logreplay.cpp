@@ -96,12 +96,12 @@ ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watc
     RegistryEventHandler handler(true);
     handler.AddWatchedProcess(watchedProcess);
     result.complete = Feed(path, handler);
-    log.RecordOperations(handler.Operations());
+    result.operations = handler.Operations().size();
+    log.RecordOperations(handler.TakeOperations());
     FoldControlSets(log);
     VisitCount visits;
     log.Walk(visits);
     result.events = handler.Counters().eventsSeen;
-    result.operations = handler.Operations().size();
     result.keys = visits.keys;
     result.values = visits.values;
     return result;

@@ -60,8 +60,8 @@ void HandleNames::Set(std::uint64_t handle, std::span<const std::byte> units) {
 
 void HandleNames::Clear() {
     last = nullptr;
-    slots = {};
-    names = {};
+    slots = std::vector<std::uint32_t>();
+    names = PieceList<HandleName>();
     texts.Release();
 }
 

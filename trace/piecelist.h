@@ -69,6 +69,9 @@ public:
     std::span<const Object> Piece(std::size_t number) const { return pieces[number]; }
     std::span<Object> Piece(std::size_t number) { return pieces[number]; }
 
+    // Frees the objects of a piece, which nobody reads from then on.
+    void FreePiece(std::size_t number) { pieces[number] = std::vector<Object>(); }
+
 private:
     static constexpr std::size_t pieceSize = 1024;
 

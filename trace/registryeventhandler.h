@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace keyreap {
 
@@ -36,6 +37,7 @@ public:
 
     // In the order of the events. The handler owns their texts.
     const PieceList<RegistryOperation>& Operations() const { return operations; }
+    PieceList<RegistryOperation> TakeOperations() { return std::exchange(operations, {}); }
 
 protected:
     // An operation of a watched process. Adds it to the list. Nobody reads the fields afterwards.

@@ -194,10 +194,11 @@ void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations
     RecordOperations(operations, trail);
 }
 
-void RegistryLog::RecordOperations(const PieceList<RegistryOperation>& operations) {
+void RegistryLog::RecordOperations(PieceList<RegistryOperation> operations) {
     Trail trail;
     for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
         RecordOperations(operations.Piece(number), trail);
+        operations.FreePiece(number);
     }
 }
 

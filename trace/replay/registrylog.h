@@ -128,7 +128,7 @@ public:
     // Records the operations, in order. An operation without a key's name is dropped, and so is a failed one,
     // except a create that failed with STATUS_OBJECT_NAME_NOT_FOUND: it counts as a create.
     void RecordOperations(std::span<const RegistryOperation> operations);
-    void RecordOperations(const PieceList<RegistryOperation>& operations);
+    void RecordOperations(PieceList<RegistryOperation> operations); // freed piece by piece on the way
 
     // The node of a key, or null; GetOrAddNode creates missing nodes. Any root but the four stands for
     // HKEY_LOCAL_MACHINE. An empty path gives the root's node.

@@ -61,7 +61,7 @@ bool LoadTrace(RegistryLog& log, EventTracing& tracing, const std::wstring& logF
     if (!reader.Read(logFilePath)) {
         return false;
     }
-    log.RecordOperations(handler.Operations());
+    log.RecordOperations(handler.TakeOperations());
     FoldControlSets(log);
     return true;
 }

@@ -44,6 +44,18 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
                 ElementsAre(FieldsAre(14U, 0U, 77, 4711U), FieldsAre(16U, 0U, 0, 0U)));
 }
 
+TEST_F(RegistryLogTest, OperationsInManyPiecesAreRecordedInTheirOrder) {
+    PieceList<RegistryOperation> operations;
+    for (int i = 0; i < 5000; ++i) {
+        operations.Add(i % 2 == 0 ? Create(L"A\\B") : Delete(L"A\\B"));
+        operations.Add(SetValue(L"A\\" + std::to_wstring(i % 7), L"V"));
+    }
+    log.RecordOperations(std::move(operations));
+    EXPECT_EQ(OutcomeOf(L"A\\B"), Outcome::none);
+    EXPECT_EQ(OperationsOn(L"A\\B").Size(), 5000u);
+    EXPECT_EQ(RegistryLog::CountValues(Existing(L"A")), 7u);
+}
+
 TEST_F(RegistryLogTest, OperationsThatShareTheTextOfANameAreOnTheirOwnValues) {
     const std::vector<std::wstring> names = {L"", L"Name", L"NAME", L"Other", L"", L"Name"};
     std::vector<RegistryOperation> operations;

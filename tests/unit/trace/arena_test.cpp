@@ -33,6 +33,19 @@ TEST(Arena, ATextIsKeptWithAUnitAfterIt) {
     EXPECT_EQ(arena.KeepWith({}, L'\\'), L"\\");
 }
 
+TEST(Arena, ALargeObjectHasAPieceOfItsOwn) {
+    Arena arena;
+    std::vector<std::wstring_view> kept;
+    for (std::size_t i = 0; i < 300; ++i) {
+        const std::size_t size = i % 3 == 0 ? 100 * i : i;
+        kept.push_back(arena.Keep(std::wstring(size, static_cast<wchar_t>(L'a' + i % 26))));
+    }
+    for (std::size_t i = 0; i < 300; ++i) {
+        const std::size_t size = i % 3 == 0 ? 100 * i : i;
+        EXPECT_EQ(kept[i], std::wstring(size, static_cast<wchar_t>(L'a' + i % 26)));
+    }
+}
+
 TEST(Arena, TakesTextsAgainWhenEverythingWasFreed) {
     Arena arena;
     arena.Keep(std::wstring(1'000'000, L'x'));

@@ -51,6 +51,14 @@ TEST(PieceList, HasTheSameObjectsPieceByPiece) {
     EXPECT_GT(list.PieceCount(), 1U);
 }
 
+TEST(PieceList, AFreedPieceIsEmptyAndTheOthersStay) {
+    PieceList<int> list = NumbersTo(severalPieces);
+    const std::vector<int> second(list.Piece(1).begin(), list.Piece(1).end());
+    list.FreePiece(0);
+    EXPECT_TRUE(list.Piece(0).empty());
+    EXPECT_EQ(std::vector<int>(list.Piece(1).begin(), list.Piece(1).end()), second);
+}
+
 TEST(PieceList, ObjectsStayWhereTheyAre) {
     PieceList<int> list = NumbersTo(1);
     const int* const first = &list.front();
