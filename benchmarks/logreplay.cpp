@@ -7,8 +7,9 @@
 #include "trace/replay/controlsets.h"
 #include "trace/replay/registrylog.h"
 
-#include <string>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace keyreap {
 
@@ -19,7 +20,17 @@ class HandlerFeed : public EtlListener {
 public:
     explicit HandlerFeed(TraceEventHandler& handler) : handler(handler) {}
 
-    void OnEvent(const EtlEvent& event) override { handler.OnEvent(event); }
+    void OnEvent(const EtlEvent& event) override {
+        TraceEvent passed; // as the program makes one of the platform's record
+        passed.guid = event.guid;
+        passed.type = event.type;
+        passed.version = event.version;
+        passed.threadId = event.threadId;
+        passed.processId = event.processId;
+        passed.timeStamp = event.timeStamp;
+        passed.payload = event.payload;
+        handler.OnEvent(passed);
+    }
 
     bool OnBuffer() override { return handler.IsEnabled(); }
 
@@ -34,17 +45,15 @@ public:
 
     void OnDecodedEvent(const TraceEvent& event, const EventValues*) override {
         if (event.type >= registryevent::kcbCreate && event.type <= registryevent::kcbRundownEnd) {
-            const RegistryFields fields = ReadFixedFields(event, PointerSize());
-            nameSizes[fields.keyHandle] = TextSize(fields.name);
+            const NamedHandle named = ReadFixedName(event, PointerSize());
+            nameSizes[named.keyHandle] = named.name.size();
         }
     }
-
-    static std::size_t TextSize(std::wstring_view text) { return text.size() * sizeof(text[0]); }
 
     std::size_t Sum() const {
         std::size_t sum = 0;
         for (const auto& [handle, size] : nameSizes) {
-            sum += sizeof(handle) + sizeof(std::wstring) + size;
+            sum += sizeof(handle) + size;
         }
         return sum;
     }
@@ -82,9 +91,12 @@ std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watched
     SizeCount sizes;
     Feed(path, sizes);
     std::size_t sum = sizes.Sum();
+    std::unordered_set<std::wstring_view> texts;
     for (const RegistryOperation& operation : handler.Operations()) {
-        sum += sizeof(operation) + SizeCount::TextSize(operation.keyPath) +
-               SizeCount::TextSize(operation.valueName);
+        sum += sizeof(operation);
+        for (const std::wstring_view text : {operation.keyPath, operation.valueName}) {
+            sum += texts.insert(text).second ? text.size() * sizeof(text[0]) : 0;
+        }
     }
     return sum;
 }

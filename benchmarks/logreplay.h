@@ -18,7 +18,7 @@ struct ReplayResult {
 ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watchedProcess);
 
 // The least number of bytes for the operations of the watched process and the last name of each handle: the
-// records, the texts, and a handle for each name.
+// records, each text of theirs once, and each handle with its name as the log has it.
 std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watchedProcess);
 
 } // namespace keyreap

@@ -76,4 +76,9 @@ constexpr const Guid& KernelClass(std::uint16_t hookId) {
     return group < etlclass::groupClasses.size() ? etlclass::groupClasses[group] : etlclass::noClass;
 }
 
+// True for the log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
+inline bool IsLogHeader(const EtlEvent& event) {
+    return event.type == 0 && event.guid == etlclass::eventTrace;
+}
+
 } // namespace keyreap

@@ -20,10 +20,6 @@ bool IsPossibleBufferSize(std::uint32_t size) {
     return size != 0 && size <= etl::buffer::maximumSize && size % etl::buffer::sizeUnit == 0;
 }
 
-bool IsLogHeader(const EtlEvent& event) {
-    return event.guid == etlclass::eventTrace && event.type == 0;
-}
-
 // The bytes of a buffer's records; nothing for a damaged buffer. With a saved offset of 0 the records
 // themselves mark their end.
 std::optional<std::span<const std::byte>> RecordsOf(std::span<const std::byte> buffer) {

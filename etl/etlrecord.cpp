@@ -112,23 +112,21 @@ void ReadManifest(std::span<const std::byte> record, EtlEvent& event) {
 // 0 if the inside is damaged.
 template <Form form>
 std::size_t ReadInside(std::span<const std::byte> record, EtlEvent& event) {
-    switch (form.family) {
-    case Family::system:
+    if constexpr (form.family == Family::system) {
         ReadSystem(record, event);
         return form.headerSize;
-    case Family::perfInfo:
+    } else if constexpr (form.family == Family::perfInfo) {
         ReadPerfInfo(record, event);
         return form.headerSize;
-    case Family::classic:
+    } else if constexpr (form.family == Family::classic) {
         ReadClassic(record, event);
         return form.headerSize;
-    case Family::manifest:
+    } else if constexpr (form.family == Family::manifest) {
         ReadManifest(record, event);
         return PayloadOfManifest(record);
-    case Family::unknown:
-        break;
+    } else {
+        return 0;
     }
-    return 0;
 }
 
 // Compiled for each form, so that the place of the size isn't computed: the next record is found only by it.

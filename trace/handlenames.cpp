@@ -23,8 +23,8 @@ void HandleName::Replace(std::span<const std::byte> units, Arena& arena) {
         return; // the place stays, too
     }
     if (units.size() > capacity) {
-        bytes = arena.Allocate<std::byte>(units.size());
-        capacity = static_cast<std::uint32_t>(units.size());
+        capacity = std::max(static_cast<std::uint32_t>(units.size()), 2 * capacity);
+        bytes = arena.Allocate<std::byte>(capacity);
     }
     std::ranges::copy(units, bytes);
     size = static_cast<std::uint32_t>(units.size());
@@ -39,7 +39,7 @@ HandleName* HandleNames::Find(std::uint64_t handle) {
         return nullptr;
     }
     const std::uint32_t number = slots[SlotOf(handle)];
-    last = number == 0 ? nullptr : &names.At(number - 1);
+    last = number == 0 ? nullptr : &names[number - 1];
     return last;
 }
 
@@ -55,7 +55,7 @@ void HandleNames::Set(std::uint64_t handle, std::span<const std::byte> units) {
         names.Add(HandleName(handle));
         number = static_cast<std::uint32_t>(names.size());
     }
-    names.At(number - 1).Replace(units, texts);
+    names[number - 1].Replace(units, texts);
 }
 
 void HandleNames::Clear() {
@@ -68,7 +68,7 @@ void HandleNames::Clear() {
 // Where the handle is, or else belongs.
 std::size_t HandleNames::SlotOf(std::uint64_t handle) {
     std::size_t slot = Fnv1aHash()(handle) & (slots.size() - 1);
-    while (slots[slot] != 0 && names.At(slots[slot] - 1).Handle() != handle) {
+    while (slots[slot] != 0 && names[slots[slot] - 1].Handle() != handle) {
         slot = (slot + 1) & (slots.size() - 1);
     }
     return slot;
@@ -77,7 +77,7 @@ std::size_t HandleNames::SlotOf(std::uint64_t handle) {
 void HandleNames::AddSlots() {
     slots.assign(std::max(firstSlots, 2 * slots.size()), 0);
     for (std::uint32_t number = 1; number <= names.size(); ++number) {
-        slots[SlotOf(names.At(number - 1).Handle())] = number;
+        slots[SlotOf(names[number - 1].Handle())] = number;
     }
 }
 

@@ -44,7 +44,7 @@ private:
     std::uint64_t handle;
     std::byte* bytes = nullptr;
     std::uint32_t size = 0;     // in bytes; an event's payload has no more
-    std::uint32_t capacity = 0; // of the longest name so far
+    std::uint32_t capacity = 0; // at least that of the longest name so far, and less than four times as much
     const KeyPlace* place = nullptr;
 };
 
@@ -55,7 +55,7 @@ public:
     // The last name, empty or not; null if the handle has none. Handle 0 never has one.
     HandleName* Find(std::uint64_t handle);
 
-    // Keeps the name, of so many bytes.
+    // Keeps the name of a handle, given as UTF-16 units. Handle 0 stays without one.
     void Set(std::uint64_t handle, std::span<const std::byte> units);
 
     void Clear();

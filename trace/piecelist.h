@@ -51,6 +51,7 @@ public:
     const Object& operator[](std::size_t position) const {
         return pieces[position / pieceSize][position % pieceSize];
     }
+    Object& operator[](std::size_t position) { return pieces[position / pieceSize][position % pieceSize]; }
     const Object& front() const { return pieces.front().front(); }
     const Object& back() const { return pieces.back().back(); }
 
@@ -61,8 +62,6 @@ public:
         pieces.back().push_back(object);
         ++count;
     }
-
-    Object& At(std::size_t position) { return pieces[position / pieceSize][position % pieceSize]; }
 
     // The objects in their order, piece by piece.
     std::size_t PieceCount() const { return pieces.size(); }

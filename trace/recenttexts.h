@@ -16,29 +16,14 @@ public:
     // `arena` outlives this.
     explicit RecentTexts(Arena& arena) : arena(arena) {}
 
-    // A copy of the text.
+    // A copy of the text. One that differs by a backslash at its end shares it: a handle's path has one.
     std::wstring_view Keep(std::wstring_view text) {
-        if (text.empty()) {
-            return {};
-        }
-        std::wstring_view& recent = texts[PlaceOf(text)];
-        if (recent != text) {
-            recent = arena.Keep(text);
-        }
-        return recent;
-    }
-
-    // The same for a path. One that differs by a backslash at its end shares the copy.
-    std::wstring_view KeepPath(std::wstring_view path) {
-        const std::wstring_view key = path.ends_with(L'\\') ? path.substr(0, path.size() - 1) : path;
-        if (key.empty()) {
-            return arena.Keep(path);
-        }
+        const std::wstring_view key = text.substr(0, text.size() - (text.ends_with(L'\\') ? 1 : 0));
         std::wstring_view& recent = texts[PlaceOf(key)];
-        if (recent != key) {
+        if (recent != key || recent.data() == nullptr) {
             recent = arena.KeepWith(key, L'\\').substr(0, key.size());
         }
-        return {recent.data(), path.size()};
+        return {recent.data(), text.size()};
     }
 
 private:

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <span>
 #include <vector>
+
 namespace keyreap {
 
 namespace {
@@ -95,7 +96,10 @@ std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHa
     }
     std::wstring path;
     key->CopyTo(path);
-    return name.empty() ? path : path.append(1, L'\\').append(name);
+    if (!name.empty()) {
+        path.append(1, L'\\').append(name);
+    }
+    return path;
 }
 
 void RegistryEventHandler::OnFinished() {
@@ -142,9 +146,9 @@ KeyPlace RegistryEventHandler::PlaceBelow(HandleName& key, std::wstring_view nam
 KeyPlace RegistryEventHandler::Normalize(std::wstring_view fullName) {
     PredefinedRoot root = noRoot;
     if (!NormalizeKernelPath(fullName, classesAsRoot, root, normalized)) {
-        return {std::nullopt, paths.KeepPath(fullName)};
+        return {std::nullopt, paths.Keep(fullName)};
     }
-    return {root, paths.KeepPath(normalized)};
+    return {root, paths.Keep(normalized)};
 }
 
 } // namespace keyreap

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "etl/etlclasses.h"
 #include "etl/etlevent.h"
 #include "etl/registryevent.h"
 
@@ -20,12 +21,7 @@ inline constexpr Guid SystemTraceControlGuid{
 // NOLINTEND(readability-identifier-naming)
 
 // What the handlers get of EVENT_TRACE: its class, type, version, origin and time, and its payload (MofData,
-// MofLength).
+// MofLength). The other fields of an event are those of a log's reader alone.
 using TraceEvent = EtlEvent;
-
-// True for the log's own first event, whose payload is a TRACE_LOGFILE_HEADER.
-inline bool IsLogHeader(const TraceEvent& event) {
-    return event.type == 0 && event.guid == EventTraceGuid;
-}
 
 } // namespace keyreap

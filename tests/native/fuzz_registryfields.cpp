@@ -41,6 +41,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     event.payload = input.TakeRest();
     const RegistryFields fields = ReadFixedFields(event, pointerSize);
     CheckName(fields.name, event.payload.size());
+    RegistryFields again{1, L"earlier", 2, 3, 4};
+    ReadFixedFields(event, pointerSize, again);
+    fuzz::Require(again.keyHandle == fields.keyHandle && again.name == fields.name &&
+                  again.status == fields.status && again.index == fields.index &&
+                  again.initialTime == fields.initialTime);
+    const NamedHandle named = ReadFixedName(event, pointerSize);
+    fuzz::Require(named.keyHandle == fields.keyHandle && named.name.size() == 2 * fields.name.size());
     if (event.version >= 2) {
         CheckLastLayout(fields, event.payload, pointerSize == 8);
     }

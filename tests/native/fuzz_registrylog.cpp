@@ -1,6 +1,8 @@
 #include "platform/core/text/compare.h"
 #include "tests/native/fuzzinput.h"
 #include "tests/support/letterfoldingnamerules.h"
+#include "trace/arena.h"
+#include "trace/recenttexts.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/registrylog.h"
 
@@ -114,7 +116,7 @@ std::wstring Path(fuzz::Input& input) {
     return path.empty() || input.Byte() % 2 == 0 ? path : path + L'\\';
 }
 
-RegistryOperation Operation(fuzz::Input& input, Arena& texts) {
+RegistryOperation Operation(fuzz::Input& input, RecentTexts& texts) {
     static constexpr PredefinedRoot roots[] = {noRoot, localMachineRoot, currentUserRoot, classesRoot,
                                                usersRoot};
     static constexpr std::uint32_t states[] = {0, 0, 0, 0xC0000034, 0xC0000022};
@@ -134,7 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LetterFoldingNameRules rules;
     RegistryLog log(rules);
     PlainLog plain;
-    Arena texts;
+    Arena memory;
+    RecentTexts texts(memory); // operations share them
     std::vector<RegistryOperation> operations;
     const std::wstring pruned = Path(input);
     while (!input.IsEmpty()) {

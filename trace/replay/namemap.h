@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace keyreap {
 
@@ -31,12 +32,12 @@ private:
     template <typename>
     friend class NameMap;
 
-    Entry* before = nullptr; // that was added to the same map
+    Entry* before = nullptr; // the next older one in its map
 };
 
 // The entries of one registry key by name: a hash map. An `Entry` is a MapEntry, and has an operation `Name`,
 // which gives a HashedName. The map points at its entries, which must not move. A look-up allocates nothing,
-// and no more does an addition to few entries.
+// nor does an addition to few entries.
 template <typename Entry>
 class NameMap {
 public:
@@ -47,34 +48,37 @@ public:
     std::size_t Size() const { return count; }
 
     // Walks through the entries, the one that was added last first.
-    class const_iterator {
+    template <typename Visited>
+    class Iterator {
     public:
-        explicit const_iterator(Entry* entry) : entry(entry) {}
+        explicit Iterator(Visited* entry) : entry(entry) {}
 
-        Entry& operator*() const { return *entry; }
-        const_iterator& operator++() {
+        Visited& operator*() const { return *entry; }
+        Iterator& operator++() {
             entry = entry->before;
             return *this;
         }
-        bool operator==(const const_iterator&) const = default;
+        bool operator==(const Iterator&) const = default;
 
     private:
-        Entry* entry;
+        Visited* entry;
     };
 
-    const_iterator begin() const { return const_iterator(newest); }
-    const_iterator end() const { return const_iterator(nullptr); }
+    Iterator<Entry> begin() { return Iterator<Entry>(newest); }
+    Iterator<Entry> end() { return Iterator<Entry>(nullptr); }
+    Iterator<const Entry> begin() const { return Iterator<const Entry>(newest); }
+    Iterator<const Entry> end() const { return Iterator<const Entry>(nullptr); }
 
     // The entry of that name, or null.
     Entry* Find(const HashedName& name) const { return index.empty() ? *LinkTo(name) : index[SlotFor(name)]; }
 
     // Adds an entry, or puts it in the place of the one of the same name, if there is one.
     void AddOrReplace(Entry& entry) {
-        Entry*& link = *LinkTo(entry.Name());
-        if (link == nullptr) {
+        if (Find(entry.Name()) == nullptr) {
             Add(entry);
             return;
         }
+        Entry*& link = *LinkTo(entry.Name());
         if (!index.empty()) {
             index[SlotFor(entry.Name())] = &entry;
         }
@@ -121,14 +125,14 @@ private:
     }
 
     // The pointer to the entry of that name, or else the null pointer at the end.
-    Entry** LinkTo(const HashedName& name) {
-        Entry** link = &newest;
+    Entry* const* LinkTo(const HashedName& name) const {
+        Entry* const* link = &newest;
         while (*link != nullptr && !IsNamed(**link, name)) {
             link = &(*link)->before;
         }
         return link;
     }
-    Entry* const* LinkTo(const HashedName& name) const { return const_cast<NameMap*>(this)->LinkTo(name); }
+    Entry** LinkTo(const HashedName& name) { return const_cast<Entry**>(std::as_const(*this).LinkTo(name)); }
 
     // The slot of that name, or the free one for it.
     std::size_t SlotFor(const HashedName& name) const {

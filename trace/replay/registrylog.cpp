@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <ranges>
 #include <vector>
 
 namespace keyreap {
@@ -165,7 +164,7 @@ struct RegistryLog::Trail {
 
     // Where the hash of a text is, if it was found.
     HashedName& Remembered(std::wstring_view valueName) {
-        constexpr std::size_t leastDistance = 16; // of two texts in bytes, nearly always
+        constexpr std::size_t leastDistance = 8; // of two texts in an arena, in bytes
         return valueNames[reinterpret_cast<std::uintptr_t>(valueName.data()) / leastDistance %
                           valueNames.size()];
     }
@@ -314,9 +313,10 @@ void RegistryLog::MergeSubkeys(RegistryLogNode& target, RegistryLogNode& source)
     for (RegistryLogNode& subkey : source.subkeys) {
         moved.push_back(&subkey);
     }
-    for (RegistryLogNode* const subkey : moved | std::views::reverse) {
-        target.subkeys.AddOrReplace(*subkey);
-        subkey->parent = &target;
+    // In the order of their addition.
+    for (auto subkey = moved.rbegin(); subkey != moved.rend(); ++subkey) {
+        target.subkeys.AddOrReplace(**subkey);
+        (*subkey)->parent = &target;
     }
     source.subkeys.Clear();
     Remove(source);

@@ -108,6 +108,22 @@ TEST(ReadEtlRecord, ManifestHeadersOfBothWidthsGiveIdAndOpcode) {
     }
 }
 
+TEST(ReadEtlRecord, NothingOfAnEarlierRecordStaysInTheEvent) {
+    const ManifestFields fields{.id = 0x1234, .version = 3, .level = 4, .opcode = 0x21};
+    const Bytes manifest = ManifestRecord(0x13, fields, samplePayload);
+    for (const Bytes& record : {SystemRecord(2, 0x0916, 2, {}), CompactRecord(4, 0x0503, 3, {}),
+                                PerfInfoRecord(0x11, 0x0F2E, 1, {}), ClassicRecord(0x14, 10, 0, 2, {}),
+                                InstanceRecord(0x15, 1, 0, 7, {})}) {
+        EtlEvent event;
+        ReadEtlRecord(manifest, event);
+        EXPECT_EQ(event.id, 0x1234U);
+        ReadEtlRecord(record, event);
+        EXPECT_EQ(event.id, 0U);
+        EXPECT_EQ(event.level, 0U);
+        EXPECT_TRUE(event.payload.empty());
+    }
+}
+
 // An extended item: reserved, type, whether another follows, size, data.
 Layout& Item(Layout& layout, bool another, std::uint16_t size) {
     return layout.U16(0).U16(1).U16(another ? 1 : 0).U16(size).Fill(size, std::byte{0x77});

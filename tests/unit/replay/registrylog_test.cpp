@@ -74,6 +74,32 @@ TEST_F(RegistryLogTest, OperationsThatShareTheTextOfANameAreOnTheirOwnValues) {
     EXPECT_EQ(RegistryLog::CountValues(Existing(L"")), 6u);
 }
 
+TEST_F(RegistryLogTest, NoValueTakesTheOperationsOfAnotherWhereverTheirNamesAre) {
+    // Names of one length side by side, and names of each length that begin at one place.
+    std::wstring texts;
+    for (int i = 1000; i < 1200; ++i) {
+        texts += std::to_wstring(i);
+    }
+    std::vector<RegistryOperation> operations;
+    for (std::size_t i = 0; i < 200; ++i) {
+        operations.push_back(SetValue(L"A", L""));
+        operations.back().valueName = std::wstring_view(texts).substr(4 * i, 4);
+        operations.push_back(SetValue(L"B", L""));
+        operations.back().valueName = std::wstring_view(texts).substr(0, i);
+    }
+    for (int repetition = 0; repetition < 2; ++repetition) {
+        Record(operations);
+    }
+    EXPECT_EQ(Existing(L"A").Values().Size(), 200u);
+    EXPECT_EQ(Existing(L"B").Values().Size(), 200u);
+    for (int i = 1000; i < 1200; ++i) {
+        EXPECT_EQ(OperationsOn(L"A", std::to_wstring(i)).Size(), 2u);
+    }
+    for (std::size_t i = 0; i < 200; ++i) {
+        EXPECT_EQ(OperationsOn(L"B", texts.substr(0, i)).Size(), 2u);
+    }
+}
+
 // Outcomes.
 
 TEST_F(RegistryLogTest, CreateThenDeleteHasNoOutcome) {

@@ -124,6 +124,16 @@ TEST_F(RegistryLogTest, AMergeMovesEachOfManySubkeys) {
     }
 }
 
+TEST_F(RegistryLogTest, KeysKeepTheOrderOfTheirFirstAppearanceWhenOthersAreMovedAndRemoved) {
+    Record({Create(L"A"), Create(L"From"), Create(L"From\\1"), Create(L"From\\2"), Create(L"From\\3"),
+            Create(L"B"), Create(L"To"), Create(L"To\\2"), Create(L"To\\Own"), Create(L"C")});
+    log.MergeSubkeys(Existing(L"To"), Existing(L"From"));
+    EXPECT_THAT(Walk().order, ElementsAre(L"A", L"B", L"To", L"To\\2", L"To\\Own", L"To\\1", L"To\\3", L"C"));
+    log.PruneEmptyKey(localMachineRoot, L"B");
+    log.PruneEmptyKey(localMachineRoot, L"To\\2");
+    EXPECT_THAT(Walk().order, ElementsAre(L"A", L"To", L"To\\Own", L"To\\1", L"To\\3", L"C"));
+}
+
 TEST_F(RegistryLogTest, TheSourceOfAMergeIsRemovedWithItsOwnValuesAndOperations) {
     Record({Create(L"From"), SetValue(L"From", L"Lost"), Create(L"From\\A"), Create(L"To")});
     log.MergeSubkeys(Existing(L"To"), Existing(L"From"));

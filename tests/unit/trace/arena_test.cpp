@@ -1,3 +1,4 @@
+#include "tests/support/allocationcount.h"
 #include "trace/arena.h"
 
 #include <gtest/gtest.h>
@@ -46,11 +47,20 @@ TEST(Arena, ALargeObjectHasAPieceOfItsOwn) {
     }
 }
 
-TEST(Arena, TakesTextsAgainWhenEverythingWasFreed) {
-    Arena arena;
-    arena.Keep(std::wstring(1'000'000, L'x'));
-    arena.Release();
-    EXPECT_EQ(arena.Keep(L"Key"), L"Key");
+TEST(Arena, FreesEverythingAndTakesTextsAgain) {
+    const std::size_t before = LiveAllocationCount();
+    {
+        Arena arena;
+        for (int i = 0; i < 100'000; ++i) {
+            arena.Make<int>(i);
+        }
+        arena.Keep(std::wstring(1'000'000, L'x'));
+        EXPECT_GT(LiveAllocationCount(), before + 3);
+        arena.Release();
+        EXPECT_LE(LiveAllocationCount(), before + 1); // the list of pieces, which is empty
+        EXPECT_EQ(arena.Keep(L"Key"), L"Key");
+    }
+    EXPECT_EQ(LiveAllocationCount(), before);
 }
 
 TEST(Arena, ObjectsStayAtTheirAddress) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace keyreap {
@@ -38,6 +39,14 @@ TEST(PieceList, HasItsObjectsInOrder) {
     EXPECT_EQ(list.front(), 0);
     EXPECT_EQ(list.back(), severalPieces - 1);
     EXPECT_EQ(list[4321], 4321);
+}
+
+TEST(PieceList, ObjectsCanBeChanged) {
+    PieceList<int> list = NumbersTo(severalPieces);
+    list[4321] = -1;
+    EXPECT_EQ(list[4320], 4320);
+    EXPECT_EQ(std::as_const(list)[4321], -1);
+    EXPECT_EQ(list[4322], 4322);
 }
 
 TEST(PieceList, HasTheSameObjectsPieceByPiece) {

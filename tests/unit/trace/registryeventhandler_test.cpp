@@ -157,6 +157,18 @@ TEST_F(RegistryEventHandlerTest, WithDecodedValuesTheFieldsComeFromTheProperties
     EXPECT_EQ(handler.Operations()[0].index, 0xFFFFFFFFu);
 }
 
+TEST_F(RegistryEventHandlerTest, WithDecodedValuesAHandleIsNamedByTheProperties) {
+    EventSchema schema;
+    schema.properties.resize(2);
+    schema.properties[0].name = L"KeyName";
+    schema.properties[1].name = L"KeyHandle";
+    EventValues values(schema);
+    values.values = {{{ValueType::bstr, 0, acmeKernelPath}}, {{ValueType::ui8, handle, L""}}};
+    handler.OnDecodedEvent(EventOf(RegistryGuid, registryevent::kcbCreate), &values);
+    const RegistryOperation operation = PlayOne(OurTrace().CreateKey(handle, L"Sub"));
+    EXPECT_THAT(operation, IsKey(localMachineRoot, L"SOFTWARE\\Acme\\Sub"));
+}
+
 // Names.
 
 TEST_F(RegistryEventHandlerTest, ACompleteNameIsNormalisedAtOnce) {

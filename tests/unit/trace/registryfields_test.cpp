@@ -120,9 +120,11 @@ TEST(ReadFixedName, ReadsTheHandleAndTheNameOfTheFieldsWhereverThePayloadEnds) {
     for (std::uint16_t version = 0; version < 4; ++version) {
         for (const std::uint32_t pointerSize : {0U, 4U, 8U}) {
             for (std::size_t size = 0; size <= bytes.size(); ++size) {
+                const std::vector<std::byte> exactly(bytes.begin(),
+                                                     bytes.begin() + static_cast<std::ptrdiff_t>(size));
                 TraceEvent event;
                 event.version = version;
-                event.payload = {bytes.data(), size};
+                event.payload = exactly;
                 const RegistryFields expected = ReadFixedFields(event, pointerSize);
                 EXPECT_EQ(NamedBy(event, pointerSize).keyHandle, expected.keyHandle);
                 EXPECT_EQ(NamedBy(event, pointerSize).name, expected.name);
@@ -132,11 +134,17 @@ TEST(ReadFixedName, ReadsTheHandleAndTheNameOfTheFieldsWhereverThePayloadEnds) {
 }
 
 TEST(ReadFixedFields, ARecordThatIsUsedAgainKeepsNothing) {
-    const LaidOut it(2, LastLayout().U64(0x1000).Wide(L"Name"));
-    RegistryFields fields{1, L"A longer name of an earlier event", 2, 3, 4};
-    ReadFixedFields(it.event, 8, fields);
-    EXPECT_THAT(fields, HasFields(ReadFixedFields(it.event, 8)));
-    EXPECT_EQ(fields.name, L"");
+    const std::vector<std::byte> bytes = LastLayout().U64(0x1000).Wide(L"Name").bytes;
+    for (std::uint16_t version = 0; version < 4; ++version) {
+        for (const std::size_t size : {std::size_t{0}, bytes.size()}) {
+            TraceEvent event;
+            event.version = version;
+            event.payload = {bytes.data(), size};
+            RegistryFields fields{1, L"A longer name of an earlier event", 2, 3, 4};
+            ReadFixedFields(event, 8, fields);
+            EXPECT_THAT(fields, HasFields(ReadFixedFields(event, 8)));
+        }
+    }
 }
 
 TEST(ReadFixedFields, EmptyNameIsItsTerminator) {
