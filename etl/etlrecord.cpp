@@ -5,6 +5,7 @@
 #include "platform/os/littleendian.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace keyreap {
@@ -145,37 +146,28 @@ EtlRecord ReadAs(std::span<const std::byte> bytes, EtlEvent& event) {
     return {payload != 0 ? EtlRecordKind::event : EtlRecordKind::skipped, size};
 }
 
-EtlRecord ReadByType(std::uint8_t headerType, std::span<const std::byte> bytes, EtlEvent& event) {
+using Reader = EtlRecord (*)(std::span<const std::byte> bytes, EtlEvent& event);
+
+// By header type.
+constexpr std::array<Reader, 256> MakeReaders() {
     using namespace etl;
-    switch (headerType) {
-    case record::system32:
-        return ReadAs<Form{Family::system, kernelheader::systemSize, 4}>(bytes, event);
-    case record::system64:
-        return ReadAs<Form{Family::system, kernelheader::systemSize, 8}>(bytes, event);
-    case record::compact32:
-        return ReadAs<Form{Family::system, kernelheader::compactSize, 4}>(bytes, event);
-    case record::compact64:
-        return ReadAs<Form{Family::system, kernelheader::compactSize, 8}>(bytes, event);
-    case record::perfInfo32:
-        return ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 4}>(bytes, event);
-    case record::perfInfo64:
-        return ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 8}>(bytes, event);
-    case record::full32:
-        return ReadAs<Form{Family::classic, classicheader::fullSize, 4}>(bytes, event);
-    case record::full64:
-        return ReadAs<Form{Family::classic, classicheader::fullSize, 8}>(bytes, event);
-    case record::instance32:
-        return ReadAs<Form{Family::classic, classicheader::instanceSize, 4}>(bytes, event);
-    case record::instance64:
-        return ReadAs<Form{Family::classic, classicheader::instanceSize, 8}>(bytes, event);
-    case record::manifest32:
-        return ReadAs<Form{Family::manifest, manifestheader::size, 4}>(bytes, event);
-    case record::manifest64:
-        return ReadAs<Form{Family::manifest, manifestheader::size, 8}>(bytes, event);
-    default:
-        return ReadAs<Form{Family::unknown, record::smallest, 0}>(bytes, event);
-    }
+    std::array<Reader, 256> readers{};
+    readers.fill(ReadAs<Form{Family::unknown, record::smallest, 0}>);
+    readers[record::system32] = ReadAs<Form{Family::system, kernelheader::systemSize, 4}>;
+    readers[record::system64] = ReadAs<Form{Family::system, kernelheader::systemSize, 8}>;
+    readers[record::compact32] = ReadAs<Form{Family::system, kernelheader::compactSize, 4}>;
+    readers[record::compact64] = ReadAs<Form{Family::system, kernelheader::compactSize, 8}>;
+    readers[record::perfInfo32] = ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 4}>;
+    readers[record::perfInfo64] = ReadAs<Form{Family::perfInfo, kernelheader::perfInfoSize, 8}>;
+    readers[record::full32] = ReadAs<Form{Family::classic, classicheader::fullSize, 4}>;
+    readers[record::full64] = ReadAs<Form{Family::classic, classicheader::fullSize, 8}>;
+    readers[record::instance32] = ReadAs<Form{Family::classic, classicheader::instanceSize, 4}>;
+    readers[record::instance64] = ReadAs<Form{Family::classic, classicheader::instanceSize, 8}>;
+    readers[record::manifest32] = ReadAs<Form{Family::manifest, manifestheader::size, 4}>;
+    readers[record::manifest64] = ReadAs<Form{Family::manifest, manifestheader::size, 8}>;
+    return readers;
 }
+constexpr std::array<Reader, 256> readers = MakeReaders();
 
 } // namespace
 
@@ -191,7 +183,7 @@ EtlRecord ReadEtlRecord(std::span<const std::byte> bytes, EtlEvent& event) {
     if ((mark & headerFlag) == 0) {
         return {EtlRecordKind::damaged, 0};
     }
-    return ReadByType(static_cast<std::uint8_t>(mark >> 16), bytes, event);
+    return readers[static_cast<std::uint8_t>(mark >> 16)](bytes, event);
 }
 
 } // namespace keyreap

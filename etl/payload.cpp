@@ -10,6 +10,8 @@ std::uint16_t UnitAt(std::span<const std::byte> bytes, std::size_t index) {
     return LoadNumber<std::uint16_t>(bytes, 2 * index);
 }
 
+constexpr std::size_t unitsAtOnce = 4;
+
 // Whether one of four units is a NUL.
 bool HasNul(std::uint64_t units) {
     return ((units - 0x0001000100010001U) & ~units & 0x8000800080008000U) != 0;
@@ -18,8 +20,8 @@ bool HasNul(std::uint64_t units) {
 // The number of units before the first NUL, at most `most`.
 std::size_t UnitsBeforeNul(std::span<const std::byte> bytes, std::size_t most) {
     std::size_t length = 0;
-    while (most - length >= 4 && !HasNul(LoadNumber<std::uint64_t>(bytes, 2 * length))) {
-        length += 4;
+    while (most - length >= unitsAtOnce && !HasNul(LoadNumber<std::uint64_t>(bytes, 2 * length))) {
+        length += unitsAtOnce;
     }
     while (length < most && UnitAt(bytes, length) != 0) {
         ++length;
@@ -58,9 +60,19 @@ std::span<const std::byte> Payload::TerminatedUnits(std::size_t offset) const {
 }
 
 void Payload::TakeUnits(std::span<const std::byte> units, std::wstring& text) {
-    text.resize(units.size() / 2);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<wchar_t>(UnitAt(units, i));
+    const std::size_t count = units.size() / 2;
+    text.resize(count);
+    wchar_t* const taken = text.data();
+    std::size_t i = 0;
+    for (; count - i >= unitsAtOnce; i += unitsAtOnce) {
+        const auto some = LoadNumber<std::uint64_t>(units, 2 * i);
+        taken[i] = static_cast<wchar_t>(some & 0xFFFF);
+        taken[i + 1] = static_cast<wchar_t>(some >> 16 & 0xFFFF);
+        taken[i + 2] = static_cast<wchar_t>(some >> 32 & 0xFFFF);
+        taken[i + 3] = static_cast<wchar_t>(some >> 48);
+    }
+    for (; i < count; ++i) {
+        taken[i] = static_cast<wchar_t>(UnitAt(units, i));
     }
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -29,14 +28,15 @@ public:
     // Returns a copy of the text.
     std::wstring_view Keep(std::wstring_view text) {
         wchar_t* const kept = Allocate<wchar_t>(text.size());
-        std::ranges::copy(text, kept);
+        text.copy(kept, text.size());
         return {kept, text.size()};
     }
 
     // Returns a copy of the text, with one unit after it.
     std::wstring_view KeepWith(std::wstring_view text, wchar_t last) {
         wchar_t* const kept = Allocate<wchar_t>(text.size() + 1);
-        *std::ranges::copy(text, kept).out = last;
+        text.copy(kept, text.size());
+        kept[text.size()] = last;
         return {kept, text.size() + 1};
     }
 

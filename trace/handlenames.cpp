@@ -26,8 +26,10 @@ void HandleName::Replace(std::span<const std::byte> units, Arena& arena) {
         capacity = std::max(static_cast<std::uint32_t>(units.size()), 2 * capacity);
         bytes = arena.Allocate<std::byte>(capacity);
     }
-    std::ranges::copy(units, bytes);
     size = static_cast<std::uint32_t>(units.size());
+    if (size != 0) {
+        std::memcpy(bytes, units.data(), size);
+    }
     place = nullptr;
 }
 

@@ -31,7 +31,7 @@ private:
 
     static std::size_t PlaceOf(std::wstring_view text) {
         std::size_t place = text.size();
-        for (const wchar_t unit : text.substr(text.size() - std::min<std::size_t>(text.size(), 8))) {
+        for (const wchar_t unit : text.substr(text.size() - std::min<std::size_t>(text.size(), 4))) {
             place = 31 * place + static_cast<std::size_t>(unit);
         }
         return place % count;

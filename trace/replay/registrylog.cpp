@@ -32,6 +32,15 @@ std::uint32_t CountLastingValues(const RegistryLogNode& node) {
     return count;
 }
 
+// The number of units with which both begin.
+std::size_t SharedLength(std::wstring_view path, std::wstring_view next) {
+    if (next.starts_with(path)) {
+        return path.size(); // a key and one below it
+    }
+    const auto end = std::mismatch(path.begin(), path.end(), next.begin(), next.end()).first;
+    return static_cast<std::size_t>(end - path.begin());
+}
+
 // Calls visit(name, outcome) for each value, the one that appeared last first. A host moves all values after
 // the one that it removes: in this order their removal costs it no more than their setting did.
 template <typename Visit>
@@ -174,12 +183,7 @@ struct RegistryLog::Trail {
         if (top == &nextTop && path.data() == nextPath.data() && path.size() == nextPath.size()) {
             return; // one text, shared by both
         }
-        std::size_t shared = 0;
-        if (top == &nextTop) {
-            const auto [end, nextEnd] =
-                std::mismatch(path.begin(), path.end(), nextPath.begin(), nextPath.end());
-            shared = static_cast<std::size_t>(end - path.begin());
-        }
+        const std::size_t shared = top == &nextTop ? SharedLength(path, nextPath) : 0;
         while (!steps.empty() && steps.back().end >= shared) {
             steps.pop_back();
         }

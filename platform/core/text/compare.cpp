@@ -25,7 +25,7 @@ int CompareBy(std::wstring_view left, std::wstring_view right, Fold fold) {
 } // namespace
 
 int CompareFolded(std::wstring_view left, std::wstring_view right) {
-    return CompareBy(left, right, FoldLetter);
+    return CompareBy(left, right, [](wchar_t unit) { return FoldLetter(unit); });
 }
 
 bool EqualFolded(std::wstring_view left, std::wstring_view right) {
@@ -38,7 +38,7 @@ std::wstring FoldedText(std::wstring text) {
 }
 
 bool StartsWithFolded(std::wstring_view text, std::wstring_view prefix) {
-    return CompareFolded(text.substr(0, prefix.size()), prefix) == 0;
+    return text.starts_with(prefix) || CompareFolded(text.substr(0, prefix.size()), prefix) == 0;
 }
 
 int CompareUnits(std::wstring_view left, std::wstring_view right) {
