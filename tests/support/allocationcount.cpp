@@ -103,6 +103,28 @@ void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noex
     FreeAligned(Released(memory));
 }
 
+// Some libraries' forms for arrays don't call the others.
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return operator new(size, tag);
+}
+
+void operator delete[](void* memory) noexcept {
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t& tag) noexcept {
+    operator delete(memory, tag);
+}
+
 namespace keyreap {
 
 std::size_t AllocationCount() {
