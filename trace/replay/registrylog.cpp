@@ -43,28 +43,31 @@ std::size_t SharedLength(std::wstring_view path, std::wstring_view next) {
 
 // Calls visit(name, outcome) for each value, the one that appeared last first. A host moves all values after
 // the one that it removes: in this order their removal costs it no more than their setting did.
+// The name is in `text`, which is kept from key to key.
 template <typename Visit>
-void VisitNewestFirst(const NameMap<RegistryLogValue>& values, Visit visit) {
-    std::wstring name;
+void VisitNewestFirst(const NameMap<RegistryLogValue>& values, std::wstring& text, Visit visit) {
     for (const RegistryLogValue& value : values) {
-        visit(name.assign(value.Name().text), value.Operations().NetOutcome());
+        visit(text.assign(value.Name().text), value.Operations().NetOutcome());
     }
 }
 
 // Reports the node itself and its values to the visitor: the set values before the deleted ones.
 void WalkNode(const RegistryLogNode& node, RegistryLogVisitor& visitor, PredefinedRoot root,
-              const std::wstring& path) {
+              const std::wstring& path, std::wstring& text) {
     const std::uint32_t valueCount = CountLastingValues(node);
     const Outcome keyState = node.Operations().NetOutcome();
     if (valueCount != 0 || keyState != Outcome::none) {
         visitor.OnKey(root, path, keyState, valueCount, static_cast<std::uint32_t>(node.Subkeys().Size()));
     }
-    VisitNewestFirst(node.Values(), [&](const std::wstring& name, Outcome kind) {
+    if (valueCount == 0) {
+        return;
+    }
+    VisitNewestFirst(node.Values(), text, [&](const std::wstring& name, Outcome kind) {
         if (kind == Outcome::created || kind == Outcome::set) {
             visitor.OnValue(root, path, name, kind);
         }
     });
-    VisitNewestFirst(node.Values(), [&](const std::wstring& name, Outcome kind) {
+    VisitNewestFirst(node.Values(), text, [&](const std::wstring& name, Outcome kind) {
         if (kind == Outcome::deleted) {
             visitor.OnValue(root, path, name, kind);
         }
@@ -349,9 +352,10 @@ void RegistryLog::PruneEmptyKey(PredefinedRoot root, std::wstring_view path) {
 }
 
 void RegistryLog::Walk(RegistryLogVisitor& visitor) const {
+    std::wstring text;
     for (const RootSlot& slot : slots) {
         VisitBelow(slot.node, [&](const RegistryLogNode& node, const std::wstring& path) {
-            WalkNode(node, visitor, slot.root, path);
+            WalkNode(node, visitor, slot.root, path, text);
         });
     }
 }
