@@ -116,9 +116,9 @@ private:
     }
 
     void NameCaptures() {
-        std::vector<BatchServer> places;
-        std::ranges::transform(servers, std::back_inserter(places), &SearchedServer::places);
-        captures = OutputNames(places);
+        std::vector<BatchServer> found;
+        std::ranges::transform(servers, std::back_inserter(found), &SearchedServer::places);
+        captures = OutputNames(found);
         for (std::size_t i = 0; i < servers.size(); ++i) {
             CaptureOutcome outcome;
             outcome.server = servers[i].word;
@@ -152,11 +152,11 @@ private:
     // In a process of its own.
     int Capture(const std::string& server, const std::string& capture) const {
         if (places) {
-            const bool wasThere = IsThere(capture);
+            const bool wasThereBefore = IsThere(capture);
             if (const std::optional<int> status = CaptureInQuickSession(*places, server, capture, run.mode)) {
                 return *status;
             }
-            RemoveEmpty(capture, wasThere);
+            RemoveEmpty(capture, wasThereBefore);
         }
         execl(command.c_str(), command.c_str(), "--ready", "extreg", server.c_str(), capture.c_str(),
               run.mode.c_str(), nullptr);
