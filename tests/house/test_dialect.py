@@ -1,9 +1,10 @@
 """What clang-format doesn't see of the C++ dialect. scripts/tidy.sh checks all names, but takes too long to be run here."""
 
 import re
+import subprocess
 
 import pytest
-from project import place, text_of, tracked
+from project import ROOT, place, text_of, tracked
 
 # The name of a variable that is a constant and begins with a capital letter. What follows `const` must not contain a
 # parenthesis, so functions are left out.
@@ -72,3 +73,12 @@ def test_a_constant_is_recognised(line, is_wrong):
 )
 def test_an_expectation_in_reverse_order_is_recognised(code, is_wrong):
     assert bool(list(expectations(code))) == is_wrong
+
+
+def test_the_fuzzers_compiler_accepts_what_no_windows_build_has():
+    """All other code is built by it for Windows, with the same warnings."""
+    warnings = ["-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Werror"]
+    headers = ["-I", ROOT, "-isystem", ROOT / "build" / "native" / "headers"]
+    sources = [ROOT / name for name in tracked("kit/*unix.cpp")]
+    assert sources
+    subprocess.run(["clang++", "-fsyntax-only", "-std=c++20", *warnings, *headers, *sources], check=True)
