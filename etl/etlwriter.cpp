@@ -1,6 +1,7 @@
 #include "etl/etlwriter.h"
 
 #include "etl/etllayout.h"
+#include "etl/payload.h"
 #include "platform/os/littleendian.h"
 
 #include <algorithm>
@@ -29,12 +30,8 @@ void FillPayload(const EtlRegistryEvent& event, std::span<std::byte> payload) {
     StoreNumber(payload, status, event.status);
     StoreNumber(payload, index, event.index);
     StoreNumber(payload, keyHandle, event.keyHandle);
-    std::size_t offset = keyName;
-    for (const wchar_t unit : event.keyName) {
-        StoreNumber(payload, offset, static_cast<std::uint16_t>(unit));
-        offset += 2;
-    }
-    StoreNumber(payload, offset, std::uint16_t{0});
+    StoreUnits(payload, keyName, event.keyName);
+    StoreNumber(payload, keyName + 2 * event.keyName.size(), std::uint16_t{0});
 }
 
 std::size_t PayloadSize(const EtlProcessStart& start) {

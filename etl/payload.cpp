@@ -31,6 +31,13 @@ std::size_t UnitsBeforeNul(std::span<const std::byte> bytes, std::size_t most) {
 
 } // namespace
 
+void StoreUnits(std::span<std::byte> bytes, std::size_t offset, std::wstring_view text) {
+    for (const wchar_t unit : text) {
+        StoreNumber(bytes, offset, static_cast<std::uint16_t>(unit));
+        offset += 2;
+    }
+}
+
 std::uint64_t Payload::NumberOf(std::size_t offset, std::size_t size) const {
     if (!Holds(offset, size)) {
         return 0;

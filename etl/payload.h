@@ -8,9 +8,13 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace keyreap {
+
+// Writes the UTF-16 units of a text at an offset, without a NUL. All must be inside the bytes.
+void StoreUnits(std::span<std::byte> bytes, std::size_t offset, std::wstring_view text);
 
 // Bounds-checked access to an event's bytes.
 class Payload {
@@ -40,18 +44,18 @@ public:
     };
     WideRun WideText(std::size_t offset, std::size_t limit = SIZE_MAX) const;
 
-    // The bytes of the units up to their NUL; none if there is no NUL inside the payload.
-    std::span<const std::byte> TerminatedUnits(std::size_t offset) const;
-
-    // Replaces a text by such units. Its memory is used again.
-    static void TakeUnits(std::span<const std::byte> units, std::wstring& text);
-
     // The same for narrow text.
     struct NarrowRun {
         std::string text;
         bool terminated = false;
     };
     NarrowRun NarrowText(std::size_t offset) const;
+
+    // The bytes of the UTF-16 units up to their NUL; none if there is no NUL inside the payload.
+    std::span<const std::byte> TerminatedUnits(std::size_t offset) const;
+
+    // Replaces a text by such units. Its memory is used again.
+    static void TakeUnits(std::span<const std::byte> units, std::wstring& text);
 
     // The `size` bytes from the offset on, which must be within the payload.
     std::string Bytes(std::size_t offset, std::size_t size) const;

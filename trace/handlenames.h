@@ -44,7 +44,7 @@ private:
     std::uint64_t handle;
     std::byte* bytes = nullptr;
     std::uint32_t size = 0;     // in bytes; an event's payload has no more
-    std::uint32_t capacity = 0; // at least that of the longest name so far, and less than four times as much
+    std::uint32_t capacity = 0; // less than twice the size of the longest name so far
     const KeyPlace* place = nullptr;
 };
 
@@ -64,8 +64,8 @@ private:
     std::size_t SlotOf(std::uint64_t handle);
     void AddSlots();
 
-    std::vector<std::uint32_t>
-        slots; // the numbers of names, from 1 on, 0 for none; a power of two, half of them free
+    // The numbers of names, from 1 on, 0 for none: a power of two of slots, half of them free.
+    std::vector<std::uint32_t> slots;
     PieceList<HandleName> names;
     HandleName* last = nullptr; // that was found: operations come in runs on one key
     Arena texts;

@@ -1,6 +1,6 @@
 #include "trace/registryeventhandler.h"
 
-#include "platform/os/littleendian.h"
+#include "etl/payload.h"
 #include "trace/kernelpath.h"
 
 #include <cstddef>
@@ -20,12 +20,10 @@ bool NamesHandle(std::uint8_t type) {
     return type >= registryevent::kcbCreate && type <= registryevent::kcbRundownEnd;
 }
 
-// As in an event: a unit has two bytes, whatever the compiler's characters have.
+// As in an event.
 std::vector<std::byte> UnitsOf(std::wstring_view text) {
     std::vector<std::byte> units(2 * text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        StoreNumber(units, 2 * i, static_cast<std::uint16_t>(text[i]));
-    }
+    StoreUnits(units, 0, text);
     return units;
 }
 

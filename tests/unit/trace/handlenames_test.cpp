@@ -1,24 +1,20 @@
-#include "platform/os/littleendian.h"
+#include "tests/support/payloadbuilder.h"
 #include "trace/handlenames.h"
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace keyreap {
 namespace {
 
 class HandleNamesTest : public testing::Test {
 protected:
-    void Set(std::uint64_t handle, const std::wstring& name) {
-        std::vector<std::byte> units(2 * name.size());
-        for (std::size_t i = 0; i < name.size(); ++i) {
-            StoreNumber(units, 2 * i, static_cast<std::uint16_t>(name[i]));
-        }
-        names.Set(handle, units);
+    void Set(std::uint64_t handle, std::wstring_view name) {
+        names.Set(handle, PayloadBuilder().Wide(name).bytes);
     }
 
     std::optional<std::wstring> NameOf(std::uint64_t handle) {
