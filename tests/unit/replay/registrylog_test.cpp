@@ -100,6 +100,14 @@ TEST_F(RegistryLogTest, NoValueTakesTheOperationsOfAnotherWhereverTheirNamesAre)
     }
 }
 
+TEST_F(RegistryLogTest, AnOperationWithoutATextForItsNameIsOnTheDefaultValue) {
+    RegistryOperation operation = SetValue(L"A", L"");
+    operation.valueName = {};
+    Record({operation, SetValue(L"A", L"")});
+    EXPECT_EQ(Existing(L"A").Values().Size(), 1u);
+    EXPECT_EQ(OperationsOn(L"A", L"").Size(), 2u);
+}
+
 // Outcomes.
 
 TEST_F(RegistryLogTest, CreateThenDeleteHasNoOutcome) {

@@ -1,3 +1,4 @@
+#include "tests/support/allocationcount.h"
 #include "trace/piecelist.h"
 
 #include <gtest/gtest.h>
@@ -63,7 +64,9 @@ TEST(PieceList, HasTheSameObjectsPieceByPiece) {
 TEST(PieceList, AFreedPieceIsEmptyAndTheOthersStay) {
     PieceList<int> list = NumbersTo(severalPieces);
     const std::vector<int> second(list.Piece(1).begin(), list.Piece(1).end());
+    const std::size_t live = LiveAllocationCount();
     list.FreePiece(0);
+    EXPECT_EQ(LiveAllocationCount(), live - 1);
     EXPECT_TRUE(list.Piece(0).empty());
     EXPECT_EQ(std::vector<int>(list.Piece(1).begin(), list.Piece(1).end()), second);
 }
