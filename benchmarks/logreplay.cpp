@@ -3,9 +3,9 @@
 #include "etl/etlfile.h"
 #include "etl/etlreader.h"
 #include "tests/support/letterfoldingnamerules.h"
-#include "trace/registryeventhandler.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/registrylog.h"
+#include "trace/replay/replayhandler.h"
 
 #include <string_view>
 #include <unordered_map>
@@ -28,7 +28,8 @@ public:
         passed.threadId = event.threadId;
         passed.processId = event.processId;
         passed.timeStamp = event.timeStamp;
-        passed.payload = event.payload;
+        const auto length = static_cast<std::uint32_t>(event.payload.size()); // as MofLength
+        passed.payload = {event.payload.data(), length};
         handler.OnEvent(passed);
     }
 
@@ -85,7 +86,7 @@ bool Feed(const std::filesystem::path& path, TraceEventHandler& handler) {
 } // namespace
 
 std::size_t LeastSizeOf(const std::filesystem::path& path, std::uint32_t watchedProcess) {
-    RegistryEventHandler handler(true);
+    ReplayHandler handler;
     handler.AddWatchedProcess(watchedProcess);
     Feed(path, handler);
     SizeCount sizes;
@@ -105,7 +106,7 @@ ReplayResult ReplayLogFile(const std::filesystem::path& path, std::uint32_t watc
     ReplayResult result;
     const LetterFoldingNameRules rules;
     RegistryLog log(rules);
-    RegistryEventHandler handler(true);
+    ReplayHandler handler;
     handler.AddWatchedProcess(watchedProcess);
     result.complete = Feed(path, handler);
     result.operations = handler.Operations().size();

@@ -16,8 +16,15 @@ namespace keyreap {
 class Arena {
 public:
     Arena() = default;
-    Arena(const Arena&) = delete;
-    Arena& operator=(const Arena&) = delete;
+    Arena(Arena&& other) noexcept
+        : pieces(std::move(other.pieces)), free(std::exchange(other.free, {})),
+          last(std::exchange(other.last, nullptr)) {}
+    Arena& operator=(Arena&& other) noexcept {
+        pieces = std::move(other.pieces);
+        free = std::exchange(other.free, {});
+        last = std::exchange(other.last, nullptr);
+        return *this;
+    }
 
     template <typename Object, typename... Arguments>
     Object* Make(Arguments&&... arguments) {
@@ -33,33 +40,48 @@ public:
     }
 
     // Returns a copy of the text, with one unit after it.
-    std::wstring_view KeepWith(std::wstring_view text, wchar_t last) {
+    std::wstring_view KeepWith(std::wstring_view text, wchar_t after) {
         wchar_t* const kept = Allocate<wchar_t>(text.size() + 1);
         text.copy(kept, text.size());
-        kept[text.size()] = last;
+        kept[text.size()] = after;
         return {kept, text.size() + 1};
     }
 
-    // Frees everything.
-    void Release() {
-        pieces.clear();
-        free = {};
+    // Makes the text longer by these units where it is. False, with nothing changed, if it isn't the object
+    // that was made last, if it is empty, or if there is no room after it.
+    bool Extend(std::wstring_view text, std::wstring_view more) {
+        const std::size_t size = SizeOf<wchar_t>(text.size());
+        const std::size_t newSize = SizeOf<wchar_t>(text.size() + more.size());
+        if (last == nullptr || text.data() != last || text.empty() || newSize - size > free.size()) {
+            return false;
+        }
+        more.copy(static_cast<wchar_t*>(last) + text.size(), more.size());
+        free = free.subspan(newSize - size);
+        return true;
     }
+
+    // Frees everything.
+    void Release() { *this = Arena(); }
 
     // Uninitialised storage for `count` objects.
     template <typename Object>
     Object* Allocate(std::size_t count) {
         static_assert(alignof(Object) <= unit);
-        const std::size_t size = (count * sizeof(Object) + unit - 1) / unit * unit;
+        const std::size_t size = SizeOf<Object>(count);
         if (size > free.size()) {
             return static_cast<Object*>(AllocateElsewhere(size));
         }
-        void* const place = free.data();
+        last = free.data();
         free = free.subspan(size);
-        return static_cast<Object*>(place);
+        return static_cast<Object*>(last);
     }
 
 private:
+    template <typename Object>
+    static constexpr std::size_t SizeOf(std::size_t count) {
+        return (count * sizeof(Object) + unit - 1) / unit * unit;
+    }
+
     static constexpr std::size_t unit = 8; // bytes; every object begins at such a place
     static constexpr std::size_t pieceSize = std::size_t{64} * 1024; // in bytes
 
@@ -68,7 +90,9 @@ private:
         const bool isLarge = size > pieceSize / 8;
         pieces.push_back(std::make_unique_for_overwrite<std::byte[]>(isLarge ? size : pieceSize));
         std::byte* const place = pieces.back().get();
+        last = nullptr;
         if (!isLarge) {
+            last = place;
             free = {place + size, pieceSize - size};
         }
         return place;
@@ -76,6 +100,7 @@ private:
 
     std::vector<std::unique_ptr<std::byte[]>> pieces;
     std::span<std::byte> free; // of the last piece that isn't one large object
+    void* last = nullptr;      // the object before the free bytes, if it was made last
 };
 
 } // namespace keyreap

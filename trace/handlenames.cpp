@@ -34,34 +34,48 @@ void HandleName::Replace(std::span<const std::byte> units, Arena& arena) {
 }
 
 HandleName* HandleNames::Find(std::uint64_t handle) {
-    if (last != nullptr && last->Handle() == handle) {
-        return last;
+    HandleName*& found = RecentFor(handle);
+    if (found != nullptr && found->Handle() == handle) {
+        return found;
     }
-    if (slots.empty()) {
-        return nullptr;
+    HandleName* const name = FindInSlots(handle);
+    if (name != nullptr) {
+        found = name;
     }
-    const std::uint32_t number = slots[SlotOf(handle)];
-    last = number == 0 ? nullptr : &names[number - 1];
-    return last;
+    return name;
 }
 
 void HandleNames::Set(std::uint64_t handle, std::span<const std::byte> units) {
     if (handle == 0) {
         return; // an operation with it has no handle
     }
+    HandleName* const found = Find(handle);
+    (found != nullptr ? *found : Add(handle)).Replace(units, texts);
+}
+
+HandleName*& HandleNames::RecentFor(std::uint64_t handle) {
+    constexpr std::uint64_t leastDistance = 16; // of two addresses of a 64-bit kernel's pool
+    return recent[static_cast<std::size_t>(handle / leastDistance) % recent.size()];
+}
+
+HandleName* HandleNames::FindInSlots(std::uint64_t handle) {
+    const std::uint32_t number = slots.empty() ? 0 : slots[SlotOf(handle)];
+    return number == 0 ? nullptr : &names[number - 1];
+}
+
+// For a handle that has no name.
+HandleName& HandleNames::Add(std::uint64_t handle) {
     if (2 * names.size() >= slots.size()) {
         AddSlots();
     }
-    std::uint32_t& number = slots[SlotOf(handle)];
-    if (number == 0) {
-        names.Add(HandleName(handle));
-        number = static_cast<std::uint32_t>(names.size());
-    }
-    names[number - 1].Replace(units, texts);
+    HandleName& name = names.Add(HandleName(handle));
+    slots[SlotOf(handle)] = static_cast<std::uint32_t>(names.size());
+    RecentFor(handle) = &name;
+    return name;
 }
 
 void HandleNames::Clear() {
-    last = nullptr;
+    recent = {};
     slots = std::vector<std::uint32_t>();
     names = PieceList<HandleName>();
     texts.Release();

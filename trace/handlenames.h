@@ -4,6 +4,7 @@
 #include "trace/piecelist.h"
 #include "trace/predefinedroot.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,7 +35,6 @@ public:
     // Where the key is, once somebody asked for it. Most operations name nothing but a handle: they share its
     // place.
     const KeyPlace* Place() const { return place; }
-    void SetPlace(const KeyPlace& found, Arena& arena) { place = arena.Make<KeyPlace>(found); }
 
 private:
     friend class HandleNames;
@@ -58,16 +58,21 @@ public:
     // Keeps the name of a handle, given as UTF-16 units. Handle 0 stays without one.
     void Set(std::uint64_t handle, std::span<const std::byte> units);
 
+    void SetPlace(HandleName& name, const KeyPlace& place) { name.place = texts.Make<KeyPlace>(place); }
+
     void Clear();
 
 private:
+    HandleName*& RecentFor(std::uint64_t handle);
+    HandleName* FindInSlots(std::uint64_t handle);
+    HandleName& Add(std::uint64_t handle);
     std::size_t SlotOf(std::uint64_t handle);
     void AddSlots();
 
     // The numbers of names, from 1 on, 0 for none: a power of two of slots, half of them free.
     std::vector<std::uint32_t> slots;
     PieceList<HandleName> names;
-    HandleName* last = nullptr; // that was found: operations come in runs on one key
+    std::array<HandleName*, 64> recent{}; // used last: operations come in runs on a few keys
     Arena texts;
 };
 

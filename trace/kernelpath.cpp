@@ -8,6 +8,9 @@ namespace keyreap {
 
 namespace {
 
+constexpr std::wstring_view machineClasses = L"\\SOFTWARE\\Classes";
+constexpr std::wstring_view view32 = L"Wow6432Node";
+
 // The root that a kernel path names, and the rest of the path as it came.
 struct KernelKey {
     PredefinedRoot root;
@@ -25,7 +28,7 @@ bool SkipPrefix(std::wstring_view& path, std::wstring_view prefix) {
 }
 
 KernelKey MachineKey(std::wstring_view path, bool classesAsRoot) {
-    if (classesAsRoot && SkipPrefix(path, L"\\SOFTWARE\\Classes")) {
+    if (classesAsRoot && SkipPrefix(path, machineClasses)) {
         return {classesRoot, path};
     }
     return {localMachineRoot, path};
@@ -81,11 +84,18 @@ bool NormalizeKernelPath(std::wstring_view path, bool classesAsRoot, PredefinedR
     }
     // The 32-bit view of a key and its 64-bit view are one key here. The classes were recognised before, so
     // that SOFTWARE\Wow6432Node\Classes stays below HKEY_LOCAL_MACHINE.
-    RemovePathComponent(normalized, L"Wow6432Node");
+    RemovePathComponent(normalized, view32);
     if (key.inUserClasses) {
         normalized.insert(0, L"SOFTWARE\\Classes\\");
     }
     return true;
+}
+
+bool MakesSubkeyPath(PredefinedRoot root, std::wstring_view keyPath, std::wstring_view name) {
+    // A path of this length has nothing more that is compared with a prefix, and isn't that of a class hive
+    // itself, which lacks what is put in front of its subkeys.
+    const bool isSettled = root == classesRoot || (root != noRoot && keyPath.size() >= machineClasses.size());
+    return isSettled && name.find(view32) == std::wstring_view::npos;
 }
 
 bool RemovePathComponent(std::wstring& path, std::wstring_view component) {

@@ -16,6 +16,11 @@ namespace keyreap {
 bool NormalizeKernelPath(std::wstring_view path, bool classesAsRoot, PredefinedRoot& root,
                          std::wstring& normalized);
 
+// True if the normalised path of a subkey is sure to be `keyPath` and `name`, below the same root. `root` and
+// `keyPath` are normalised from the key's name and a backslash. False where a longer name could still change
+// the root, for a key without a root, and for a name with "Wow6432Node".
+bool MakesSubkeyPath(PredefinedRoot root, std::wstring_view keyPath, std::wstring_view name);
+
 // Erases the first occurrence of `component`, case-sensitively, with the backslash before it or, if there is
 // none, the one after it. True if there was an occurrence.
 bool RemovePathComponent(std::wstring& path, std::wstring_view component);

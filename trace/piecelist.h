@@ -55,12 +55,13 @@ public:
     const Object& front() const { return pieces.front().front(); }
     const Object& back() const { return pieces.back().back(); }
 
-    void Add(const Object& object) {
+    Object& Add(const Object& object) {
         if (count % pieceSize == 0) {
             pieces.emplace_back().reserve(pieceSize);
         }
         pieces.back().push_back(object);
         ++count;
+        return pieces.back().back();
     }
 
     // The objects in their order, piece by piece.

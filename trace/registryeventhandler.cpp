@@ -11,15 +11,6 @@ namespace keyreap {
 
 namespace {
 
-bool IsRegistryEventType(std::uint8_t type) {
-    return type >= registryevent::createKey && type <= registryevent::querySecurity;
-}
-
-// The events of key control blocks name a handle. They are not operations.
-bool NamesHandle(std::uint8_t type) {
-    return type >= registryevent::kcbCreate && type <= registryevent::kcbRundownEnd;
-}
-
 // As in an event.
 std::vector<std::byte> UnitsOf(std::wstring_view text) {
     std::vector<std::byte> units(2 * text.size());
@@ -30,21 +21,6 @@ std::vector<std::byte> UnitsOf(std::wstring_view text) {
 } // namespace
 
 RegistryEventHandler::RegistryEventHandler(bool classesAsRoot) : classesAsRoot(classesAsRoot) {}
-
-bool RegistryEventHandler::Accepts(const TraceEvent& event) const {
-    return event.guid == RegistryGuid || IsLogHeader(event);
-}
-
-void RegistryEventHandler::OnDecodedEvent(const TraceEvent& event, const EventValues* values) {
-    if (!IsRegistryEventType(event.type)) {
-        return;
-    }
-    if (NamesHandle(event.type)) {
-        NameHandle(event, values); // from any process, watched or not
-    } else if (IsWatchedProcess(event.processId)) {
-        ReadOperation(event, values);
-    }
-}
 
 // An empty name replaces the earlier one too.
 void RegistryEventHandler::NameHandle(const TraceEvent& event, const EventValues* values) {
@@ -67,7 +43,7 @@ void RegistryEventHandler::ReadOperation(const TraceEvent& event, const EventVal
 }
 
 void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields& read) {
-    RegistryOperation operation;
+    RegistryOperation& operation = operations.list.Add({});
     operation.type = event.type;
     operation.index = read.index;
     operation.status = read.status;
@@ -80,7 +56,9 @@ void RegistryEventHandler::AddOperation(const TraceEvent& event, RegistryFields&
         operation.keyPath = read.name;
     }
     ResolveKeyName(operation);
-    operations.Add(operation);
+    if (operation.keyHandle != 0) {
+        unnamed.push_back(&operation);
+    }
 }
 
 std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHandle,
@@ -101,14 +79,19 @@ std::optional<std::wstring> RegistryEventHandler::KernelName(std::uint64_t keyHa
 }
 
 void RegistryEventHandler::OnFinished() {
-    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
-        for (RegistryOperation& operation : operations.Piece(number)) {
-            if (operation.keyHandle != 0) {
-                ResolveKeyName(operation);
-            }
-        }
+    for (RegistryOperation* const operation : unnamed) {
+        ResolveKeyName(*operation);
     }
+    std::erase_if(unnamed, [](const RegistryOperation* operation) { return operation->keyHandle == 0; });
     keyNames.Clear();
+}
+
+RecordedOperations RegistryEventHandler::TakeOperations() {
+    paths.Forget();
+    valueNames.Forget();
+    keyNames.Clear();
+    unnamed.clear();
+    return std::exchange(operations, {});
 }
 
 void RegistryEventHandler::ResolveKeyName(RegistryOperation& operation) {
@@ -129,16 +112,25 @@ HandleName* RegistryEventHandler::NameOf(std::uint64_t keyHandle) {
 
 // The place of the key itself for an empty name, with a backslash at the end, which does no harm.
 KeyPlace RegistryEventHandler::PlaceBelow(HandleName& key, std::wstring_view name) {
-    if (name.empty() && key.Place()) {
-        return *key.Place();
+    if (!key.Place()) {
+        Join(key, {});
+        keyNames.SetPlace(key, Normalize(joined));
     }
+    const KeyPlace& place = *key.Place();
+    if (name.empty()) {
+        return place;
+    }
+    if (place.root && MakesSubkeyPath(*place.root, place.keyPath, name)) {
+        joined.assign(place.keyPath).append(name);
+        return {place.root, paths.Keep(joined)};
+    }
+    Join(key, name);
+    return Normalize(joined);
+}
+
+void RegistryEventHandler::Join(const HandleName& key, std::wstring_view name) {
     key.CopyTo(joined);
     joined.append(1, L'\\').append(name);
-    const KeyPlace place = Normalize(joined);
-    if (name.empty()) {
-        key.SetPlace(place, texts);
-    }
-    return place;
 }
 
 KeyPlace RegistryEventHandler::Normalize(std::wstring_view fullName) {

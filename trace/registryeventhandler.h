@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace keyreap {
 
@@ -24,8 +25,20 @@ public:
     explicit RegistryEventHandler(bool classesAsRoot);
 
     // Registry events and the log's header.
-    bool Accepts(const TraceEvent& event) const override;
-    void OnDecodedEvent(const TraceEvent& event, const EventValues* values) override;
+    bool Accepts(const TraceEvent& event) const override {
+        return event.guid == RegistryGuid || IsLogHeader(event);
+    }
+
+    void OnDecodedEvent(const TraceEvent& event, const EventValues* values) override {
+        if (!IsRegistryEventType(event.type)) {
+            return;
+        }
+        if (NamesHandle(event.type)) {
+            NameHandle(event, values); // from any process, watched or not
+        } else if (IsWatchedProcess(event.processId)) {
+            ReadOperation(event, values);
+        }
+    }
 
     // Resolves the names that are still unresolved: those of keys that were open before the trace began come
     // with the rundown at the end of the log, after the operations that used them.
@@ -36,8 +49,11 @@ public:
     void ResolveKeyName(RegistryOperation& operation);
 
     // In the order of the events. The handler owns their texts.
-    const PieceList<RegistryOperation>& Operations() const { return operations; }
-    PieceList<RegistryOperation> TakeOperations() { return std::exchange(operations, {}); }
+    const PieceList<RegistryOperation>& Operations() const { return operations.list; }
+
+    // Moves the operations and their texts to the caller, after OnFinished. The names of all handles are
+    // forgotten.
+    RecordedOperations TakeOperations();
 
 protected:
     // An operation of a watched process. Adds it to the list. Nobody reads the fields afterwards.
@@ -48,18 +64,28 @@ protected:
     std::optional<std::wstring> KernelName(std::uint64_t keyHandle, std::wstring_view name);
 
 private:
+    static constexpr bool IsRegistryEventType(std::uint8_t type) {
+        return type >= registryevent::createKey && type <= registryevent::querySecurity;
+    }
+
+    // The events of key control blocks name a handle. They are not operations.
+    static constexpr bool NamesHandle(std::uint8_t type) {
+        return type >= registryevent::kcbCreate && type <= registryevent::kcbRundownEnd;
+    }
+
     void NameHandle(const TraceEvent& event, const EventValues* values);
     void ReadOperation(const TraceEvent& event, const EventValues* values);
     HandleName* NameOf(std::uint64_t keyHandle);
     KeyPlace PlaceBelow(HandleName& key, std::wstring_view name);
+    void Join(const HandleName& key, std::wstring_view name);
     KeyPlace Normalize(std::wstring_view fullName);
 
     bool classesAsRoot;
-    PieceList<RegistryOperation> operations;
-    HandleNames keyNames; // of all processes
-    Arena texts;          // of operations and places
-    RecentTexts paths{texts};
-    RecentTexts valueNames{texts};
+    RecordedOperations operations;
+    std::vector<RegistryOperation*> unnamed; // whose handles have no name yet
+    HandleNames keyNames;                    // of all processes
+    RecentTexts paths{operations.paths};
+    RecentTexts valueNames{operations.valueNames};
     // Kept from event to event, so that only results are allocated.
     RegistryFields fields;
     std::wstring joined;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "trace/arena.h"
+#include "trace/piecelist.h"
 #include "trace/predefinedroot.h"
 #include "trace/traceevent.h"
 
@@ -19,6 +21,13 @@ struct RegistryOperation {
     std::int64_t initialTime = 0;
     std::uint32_t processId = 0;
     std::uint64_t keyHandle = 0; // 0 once the handle's name was applied
+};
+
+// Operations in the order of their events, with the memory of their texts.
+struct RecordedOperations {
+    PieceList<RegistryOperation> list;
+    Arena paths;
+    Arena valueNames;
 };
 
 // True for an operation on a value: its event's name is the value's, and only the handle identifies the key.

@@ -1,19 +1,11 @@
 #include "trace/traceeventhandler.h"
 
-#include "etl/payload.h"
 #include "trace/schema/schemahost.h"
 #include "trace/threadeventhandler.h"
 
 #include <utility>
 
 namespace keyreap {
-
-namespace {
-
-// The offset of PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same in both bitnesses.
-constexpr std::size_t pointerSizeField = 44;
-
-} // namespace
 
 TraceEventHandler::TraceEventHandler(EventDecoding decoding, std::unique_ptr<EventClasses> classes)
     : decoding(decoding), wmi(std::move(classes)) {}
@@ -32,24 +24,7 @@ bool TraceEventHandler::Accepts(const TraceEvent&) const {
 }
 
 void TraceEventHandler::OnEvent(const TraceEvent& event) {
-    ++counters.eventsSeen;
-    if (IsLogHeader(event)) {
-        TakePointerSize(event);
-    }
-    if (!Accepts(event)) {
-        return;
-    }
-    ++counters.eventsAccepted;
-    if (event.payload.empty()) {
-        ++counters.eventsWithoutData;
-        return;
-    }
-    ++counters.eventsWithData;
-    if (decoding == EventDecoding::schema) {
-        Decode(event);
-    } else {
-        OnDecodedEvent(event, nullptr);
-    }
+    Dispatch(*this, event);
 }
 
 void TraceEventHandler::OnFinished() {}
@@ -81,12 +56,6 @@ const EventSchema* TraceEventHandler::SchemaFor(const TraceEvent& event) {
         break;
     }
     return &schemas.insert_or_assign(std::move(key), std::move(schema)).first->second;
-}
-
-void TraceEventHandler::TakePointerSize(const TraceEvent& header) {
-    if (const Payload payload(header.payload); payload.Holds(pointerSizeField, sizeof(pointerSize))) {
-        pointerSize = payload.Number<std::uint32_t>(pointerSizeField);
-    }
 }
 
 void TraceEventHandler::Decode(const TraceEvent& event) {

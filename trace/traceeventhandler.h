@@ -1,10 +1,12 @@
 #pragma once
 
+#include "etl/payload.h"
 #include "trace/schema/eventschema.h"
 #include "trace/schema/eventvalues.h"
 #include "trace/traceevent.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -76,6 +78,32 @@ public:
     std::uint32_t PointerSize() const { return pointerSize; }
 
 protected:
+    // The steps of OnEvent. A final class has its own Accepts and OnDecodedEvent called directly, which
+    // matters for a log with the events of a whole machine.
+    template <typename Handler>
+    static void Dispatch(Handler& handler, const TraceEvent& event) {
+        TraceEventHandler& base = handler;
+        EventCounters& counters = base.counters;
+        ++counters.eventsSeen;
+        if (IsLogHeader(event)) {
+            base.TakePointerSize(event);
+        }
+        if (!handler.Accepts(event)) {
+            return;
+        }
+        ++counters.eventsAccepted;
+        if (event.payload.empty()) {
+            ++counters.eventsWithoutData;
+            return;
+        }
+        ++counters.eventsWithData;
+        if (base.decoding == EventDecoding::schema) {
+            base.Decode(event);
+        } else {
+            handler.OnDecodedEvent(event, nullptr);
+        }
+    }
+
     // From now on the handler does not want the reader to go on.
     void Disable() { enabled = false; }
 
@@ -85,7 +113,15 @@ protected:
     bool HasOpenedClasses() const { return wmi != nullptr; }
 
 private:
-    void TakePointerSize(const TraceEvent& header);
+    void TakePointerSize(const TraceEvent& header) {
+        // The offset of PointerSize in TRACE_LOGFILE_HEADER (evntrace.h), the same in both bitnesses.
+        constexpr std::size_t pointerSizeField = 44;
+        const Payload payload(header.payload);
+        if (payload.Holds(pointerSizeField, sizeof(pointerSize))) {
+            pointerSize = payload.Number<std::uint32_t>(pointerSizeField);
+        }
+    }
+
     void Decode(const TraceEvent& event);
 
     std::shared_ptr<ThreadProcessMap> threadMap;

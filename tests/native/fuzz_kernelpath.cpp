@@ -22,6 +22,20 @@ void TryNormalizing(const std::wstring& path, bool classesAsRoot) {
     }
 }
 
+// A path that is made of a key's and a name is the one of the joined name.
+void TryJoining(const std::wstring& key, const std::wstring& name, bool classesAsRoot) {
+    PredefinedRoot root = noRoot;
+    std::wstring place;
+    if (!NormalizeKernelPath(key + L"\\", classesAsRoot, root, place) ||
+        !MakesSubkeyPath(root, place, name)) {
+        return;
+    }
+    PredefinedRoot rootOfSubkey = noRoot;
+    std::wstring placeOfSubkey;
+    fuzz::Require(NormalizeKernelPath(key + L"\\" + name, classesAsRoot, rootOfSubkey, placeOfSubkey));
+    fuzz::Require(rootOfSubkey == root && placeOfSubkey == place + name);
+}
+
 void TryRemoving(const std::wstring& path, std::wstring_view component) {
     std::wstring shortened = path;
     if (RemovePathComponent(shortened, component)) {
@@ -46,8 +60,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                                    L"\\REGISTRY\\USER\\S-1-5-21-1_Classes"};
     fuzz::Input input(data, size);
     const std::uint8_t choice = input.Byte();
+    const std::size_t split = input.Byte();
     const std::wstring rest = input.Rest();
     const std::wstring path = std::wstring(fronts[choice % std::size(fronts)]) + rest;
+    TryJoining(path.substr(0, split), split < path.size() ? path.substr(split) : L"", (choice & 0x80) != 0);
     TryNormalizing(path, (choice & 0x80) != 0);
     TryRemoving(path, L"Wow6432Node");
     TryRemoving(path, std::wstring_view(rest).substr(0, 2));

@@ -1,7 +1,6 @@
 #include "platform/core/text/compare.h"
 #include "tests/native/fuzzinput.h"
 #include "tests/support/letterfoldingnamerules.h"
-#include "trace/arena.h"
 #include "trace/recenttexts.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/registrylog.h"
@@ -116,7 +115,7 @@ std::wstring Path(fuzz::Input& input) {
     return path.empty() || input.Byte() % 2 == 0 ? path : path + L'\\';
 }
 
-RegistryOperation Operation(fuzz::Input& input, RecentTexts& texts) {
+RegistryOperation Operation(fuzz::Input& input, RecentTexts& paths, RecentTexts& valueNames) {
     static constexpr PredefinedRoot roots[] = {noRoot, localMachineRoot, currentUserRoot, classesRoot,
                                                usersRoot};
     static constexpr std::uint32_t states[] = {0, 0, 0, 0xC0000034, 0xC0000022};
@@ -124,8 +123,8 @@ RegistryOperation Operation(fuzz::Input& input, RecentTexts& texts) {
     operation.type = 10 + input.Byte() % 8;
     operation.root = roots[input.Byte() % std::size(roots)];
     operation.status = states[input.Byte() % std::size(states)];
-    operation.keyPath = texts.Keep(Path(input));
-    operation.valueName = texts.Keep(Name(input));
+    operation.keyPath = paths.Keep(Path(input));
+    operation.valueName = valueNames.Keep(Name(input));
     return operation;
 }
 
@@ -136,15 +135,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LetterFoldingNameRules rules;
     RegistryLog log(rules);
     PlainLog plain;
-    Arena memory;
-    RecentTexts texts(memory); // operations share them
-    std::vector<RegistryOperation> operations;
+    RecordedOperations operations;
+    RecentTexts paths(operations.paths); // operations share them
+    RecentTexts valueNames(operations.valueNames);
+    const bool isTaken = input.Byte() % 2 == 0;
     const std::wstring pruned = Path(input);
     while (!input.IsEmpty()) {
-        operations.push_back(Operation(input, texts));
-        plain.Record(operations.back());
+        plain.Record(operations.list.Add(Operation(input, paths, valueNames)));
     }
-    log.RecordOperations(operations);
+    if (isTaken) {
+        log.RecordOperations(std::move(operations));
+    } else {
+        log.RecordOperations(std::vector(operations.list.begin(), operations.list.end()));
+        operations = {};
+    }
     Collector walked;
     log.Walk(walked);
     fuzz::Require(walked.valuesLeft == 0);

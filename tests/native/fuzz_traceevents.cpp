@@ -1,6 +1,6 @@
 #include "tests/native/fuzzinput.h"
 #include "trace/processfields.h"
-#include "trace/registryeventhandler.h"
+#include "trace/replay/replayhandler.h"
 #include "trace/threadeventhandler.h"
 
 #include <memory>
@@ -40,7 +40,10 @@ void CheckCounters(const EventCounters& counters, std::uint32_t events) {
 // Passes a whole log, including its header, through the handlers.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    RegistryEventHandler registry(input.Byte() % 2 == 0);
+    const bool isReplay = input.Byte() % 2 == 0;
+    RegistryEventHandler general(false);
+    ReplayHandler ofReplay;
+    RegistryEventHandler& registry = isReplay ? ofReplay : general;
     registry.AddWatchedProcess(1);
     ThreadEventHandler threads;
     threads.Attach(std::make_shared<ThreadProcessMap>());

@@ -32,10 +32,17 @@ std::uint32_t CountLastingValues(const RegistryLogNode& node) {
     return count;
 }
 
+// Whether a component that isn't empty ends at the position.
+bool EndsAt(std::wstring_view path, std::size_t position) {
+    const bool isEnd = position == path.size() || path[position] == L'\\';
+    return isEnd && position != 0 && path[position - 1] != L'\\';
+}
+
 // The number of units with which both begin.
 std::size_t SharedLength(std::wstring_view path, std::wstring_view next) {
-    if (next.starts_with(path)) {
-        return path.size(); // a key and one below it
+    const std::size_t shorter = std::min(path.size(), next.size());
+    if (path.substr(0, shorter) == next.substr(0, shorter)) {
+        return shorter; // a key and one below it
     }
     const auto end = std::mismatch(path.begin(), path.end(), next.begin(), next.end()).first;
     return static_cast<std::size_t>(end - path.begin());
@@ -171,8 +178,9 @@ struct RegistryLog::Trail {
     std::wstring_view path;
     std::vector<Step> steps;
     std::array<HashedName, 64> valueNames;
+    Texts texts;
 
-    Trail() { valueNames.fill({{}, HashFolded({})}); }
+    explicit Trail(Texts texts) : texts(texts) { valueNames.fill({{}, HashFolded({})}); }
 
     // Where the hash of a text is, if it was found.
     HashedName& Remembered(std::wstring_view valueName) {
@@ -181,13 +189,14 @@ struct RegistryLog::Trail {
                           valueNames.size()];
     }
 
-    // Keeps the steps that the next path shares: those whose ending backslash is in both paths.
+    // Keeps the steps of the components that both paths begin with.
     void Turn(RegistryLogNode& nextTop, std::wstring_view nextPath) {
         if (top == &nextTop && path.data() == nextPath.data() && path.size() == nextPath.size()) {
             return; // one text, shared by both
         }
         const std::size_t shared = top == &nextTop ? SharedLength(path, nextPath) : 0;
-        while (!steps.empty() && steps.back().end >= shared) {
+        const std::size_t end = EndsAt(nextPath, shared) ? shared + 1 : shared;
+        while (!steps.empty() && steps.back().end >= end) {
             steps.pop_back();
         }
         top = &nextTop;
@@ -196,15 +205,16 @@ struct RegistryLog::Trail {
 };
 
 void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations) {
-    Trail trail;
+    Trail trail(Texts::passing);
     RecordOperations(operations, trail);
 }
 
-void RegistryLog::RecordOperations(PieceList<RegistryOperation> operations) {
-    Trail trail;
-    for (std::size_t number = 0; number < operations.PieceCount(); ++number) {
-        RecordOperations(operations.Piece(number), trail);
-        operations.FreePiece(number);
+void RegistryLog::RecordOperations(RecordedOperations operations) {
+    Trail trail(Texts::kept);
+    PieceList<RegistryOperation>& list = taken.emplace_back(std::move(operations)).list;
+    for (std::size_t number = 0; number < list.PieceCount(); ++number) {
+        RecordOperations(list.Piece(number), trail);
+        list.FreePiece(number);
     }
 }
 
@@ -219,7 +229,7 @@ void RegistryLog::RecordOperations(std::span<const RegistryOperation> operations
 void RegistryLog::Record(const RegistryOperation& operation, Trail& trail) {
     RegistryLogNode& node = NodeFor(operation, trail);
     OperationList& list = ConcernsValue(operation.type)
-                              ? GetOrAddValue(node, NameOfValue(operation, trail)).operations
+                              ? GetOrAddValue(node, NameOfValue(operation, trail), trail.texts).operations
                               : node.operations;
     list.Append({operation.type, operation.status, operation.initialTime, operation.processId}, store.arena);
 }
@@ -237,7 +247,7 @@ RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail&
     RegistryLogNode& top = slots[SlotFor(operation.root)].node;
     trail.Turn(top, operation.keyPath);
     const auto nextNode = [&](RegistryLogNode& node, const HashedName& name, std::size_t end) {
-        RegistryLogNode* const next = &GetOrAddSubkey(node, name);
+        RegistryLogNode* const next = &GetOrAddSubkey(node, name, trail.texts);
         trail.steps.push_back({end, next});
         return next;
     };
@@ -245,7 +255,9 @@ RegistryLogNode& RegistryLog::NodeFor(const RegistryOperation& operation, Trail&
         return *Descend(top, operation.keyPath, 0, nextNode);
     }
     const Trail::Step last = trail.steps.back();
-    return *Descend(*last.node, operation.keyPath, last.end + 1, nextNode);
+    const std::size_t next = last.end + 1; // past the end for most operations, which are on the key before
+    return next < operation.keyPath.size() ? *Descend(*last.node, operation.keyPath, next, nextNode)
+                                           : *last.node;
 }
 
 RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view path) {
@@ -257,7 +269,7 @@ RegistryLogNode* RegistryLog::FindNode(PredefinedRoot root, std::wstring_view pa
 RegistryLogNode& RegistryLog::GetOrAddNode(PredefinedRoot root, std::wstring_view path) {
     return *Descend(slots[SlotFor(root)].node, path, 0,
                     [this](RegistryLogNode& node, const HashedName& name, std::size_t) {
-                        return &GetOrAddSubkey(node, name);
+                        return &GetOrAddSubkey(node, name, Texts::passing);
                     });
 }
 
@@ -280,12 +292,15 @@ RegistryLogNode* RegistryLog::Descend(RegistryLogNode& start, std::wstring_view 
     return node;
 }
 
-RegistryLogNode& RegistryLog::GetOrAddSubkey(RegistryLogNode& node, const HashedName& name) {
+HashedName RegistryLog::Kept(const HashedName& name, Texts texts) {
+    return texts == Texts::kept ? name : HashedName{names.Keep(name.text), name.hash};
+}
+
+RegistryLogNode& RegistryLog::GetOrAddSubkey(RegistryLogNode& node, const HashedName& name, Texts texts) {
     if (RegistryLogNode* const found = node.subkeys.Find(name)) {
         return *found;
     }
-    const HashedName kept{names.Keep(name.text), name.hash};
-    auto* const made = store.arena.Make<RegistryLogNode>(store, &node, kept);
+    auto* const made = store.arena.Make<RegistryLogNode>(store, &node, Kept(name, texts));
     node.subkeys.Add(*made);
     return *made;
 }
@@ -297,14 +312,14 @@ HashedName RegistryLog::Hashed(std::wstring_view name) {
 }
 
 RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, std::wstring_view name) {
-    return GetOrAddValue(node, Hashed(name));
+    return GetOrAddValue(node, Hashed(name), Texts::passing);
 }
 
-RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, const HashedName& name) {
+RegistryLogValue& RegistryLog::GetOrAddValue(RegistryLogNode& node, const HashedName& name, Texts texts) {
     if (RegistryLogValue* const found = node.values.Find(name)) {
         return *found;
     }
-    auto* const made = store.arena.Make<RegistryLogValue>(HashedName{names.Keep(name.text), name.hash});
+    auto* const made = store.arena.Make<RegistryLogValue>(Kept(name, texts));
     node.values.Add(*made);
     return *made;
 }

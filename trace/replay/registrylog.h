@@ -1,7 +1,6 @@
 #pragma once
 
 #include "trace/arena.h"
-#include "trace/piecelist.h"
 #include "trace/predefinedroot.h"
 #include "trace/recenttexts.h"
 #include "trace/registryoperation.h"
@@ -126,9 +125,10 @@ public:
     explicit RegistryLog(const NameRules& nameRules);
 
     // Records the operations, in order. An operation without a key's name is dropped, and so is a failed one,
-    // except a create that failed with STATUS_OBJECT_NAME_NOT_FOUND: it counts as a create.
+    // except a create that failed with STATUS_OBJECT_NAME_NOT_FOUND: it counts as a create. Texts are
+    // copied, but for those of operations that the log takes: they must be in the arenas that come with them.
     void RecordOperations(std::span<const RegistryOperation> operations);
-    void RecordOperations(PieceList<RegistryOperation> operations); // freed piece by piece on the way
+    void RecordOperations(RecordedOperations operations); // each piece is freed once it is recorded
 
     // The node of a key, or null; GetOrAddNode creates missing nodes. Any root but the four stands for
     // HKEY_LOCAL_MACHINE. An empty path gives the root's node.
@@ -161,6 +161,9 @@ private:
 
     struct Trail;
 
+    // Whether a name's text lives as long as the log, or must be copied.
+    enum class Texts { kept, passing };
+
     static std::size_t SlotFor(PredefinedRoot root);
     void RecordOperations(std::span<const RegistryOperation> operations, Trail& trail);
     void Record(const RegistryOperation& operation, Trail& trail);
@@ -170,10 +173,12 @@ private:
     RegistryLogNode* Descend(RegistryLogNode& start, std::wstring_view path, std::size_t position,
                              NextNode nextNode);
     HashedName Hashed(std::wstring_view name);
-    RegistryLogNode& GetOrAddSubkey(RegistryLogNode& node, const HashedName& name);
-    RegistryLogValue& GetOrAddValue(RegistryLogNode& node, const HashedName& name);
+    RegistryLogNode& GetOrAddSubkey(RegistryLogNode& node, const HashedName& name, Texts texts);
+    RegistryLogValue& GetOrAddValue(RegistryLogNode& node, const HashedName& name, Texts texts);
+    HashedName Kept(const HashedName& name, Texts texts);
     static void Remove(RegistryLogNode& node);
 
+    std::vector<RecordedOperations> taken; // for their texts
     NameStore store;
     RecentTexts names{store.arena}; // of nodes and values
     std::array<RootSlot, 4> slots;

@@ -2,10 +2,10 @@
 
 #include "regfile/regtext.h"
 #include "trace/eventtracing.h"
-#include "trace/registryeventhandler.h"
 #include "trace/replay/controlsets.h"
 #include "trace/replay/regfilesink.h"
 #include "trace/replay/registryremover.h"
+#include "trace/replay/replayhandler.h"
 #include "trace/replay/systemnamerules.h"
 #include "trace/tracereader.h"
 
@@ -53,7 +53,7 @@ bool ReplayTrace(EventTracing& tracing, const ReplayRequest& request) {
 
 bool LoadTrace(RegistryLog& log, EventTracing& tracing, const std::wstring& logFilePath,
                std::uint32_t ownProcessId, std::uint32_t serverProcessId) {
-    RegistryEventHandler handler(true);
+    ReplayHandler handler;
     WatchProcess(handler, ownProcessId);
     WatchProcess(handler, serverProcessId);
     TraceReader reader(tracing);

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
-#include <type_traits>
 
 namespace keyreap {
 
@@ -17,13 +16,12 @@ struct Guid {
     std::uint16_t data3 = 0;
     std::array<std::uint8_t, 8> data4{};
 
-    // Compared as memory, which takes two steps, because the readers of a log compare the GUID of every
-    // event.
+    // Compared as two numbers, because the readers of a log compare the GUID of every event.
     friend constexpr bool operator==(const Guid& left, const Guid& right) {
-        if (std::is_constant_evaluated()) {
-            return (left <=> right) == 0;
-        }
-        return std::memcmp(&left, &right, sizeof(Guid)) == 0;
+        using Halves = std::array<std::uint64_t, 2>;
+        const auto ofLeft = std::bit_cast<Halves>(left);
+        const auto ofRight = std::bit_cast<Halves>(right);
+        return ((ofLeft[0] ^ ofRight[0]) | (ofLeft[1] ^ ofRight[1])) == 0;
     }
     friend constexpr auto operator<=>(const Guid&, const Guid&) = default;
 };

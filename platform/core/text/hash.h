@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 namespace keyreap {
 
@@ -24,14 +25,18 @@ public:
     // The value's bytes, low byte first.
     template <typename Integer>
     constexpr void AddInteger(Integer value) {
-        for (std::size_t i = 0; i < sizeof(Integer); ++i) {
-            AddByte(static_cast<std::uint8_t>((value >> (8 * i)) & 0xFF));
-        }
+        AddBytes(value, std::make_index_sequence<sizeof(Integer)>());
     }
 
     constexpr std::uint64_t Value() const { return state; }
 
 private:
+    // Unrolled: it runs for the handle of nearly every event.
+    template <typename Integer, std::size_t... numbers>
+    constexpr void AddBytes(Integer value, std::index_sequence<numbers...>) {
+        (AddByte(static_cast<std::uint8_t>((value >> (8 * numbers)) & 0xFF)), ...);
+    }
+
     std::uint64_t state = 0xCBF29CE484222325ULL;
 };
 

@@ -45,15 +45,43 @@ TEST_F(RegistryLogTest, AnEntryKeepsWhatHappenedInTheOrderOfTheEvents) {
 }
 
 TEST_F(RegistryLogTest, OperationsInManyPiecesAreRecordedInTheirOrder) {
-    PieceList<RegistryOperation> operations;
+    RecordedOperations operations;
     for (int i = 0; i < 5000; ++i) {
-        operations.Add(i % 2 == 0 ? Create(L"A\\B") : Delete(L"A\\B"));
-        operations.Add(SetValue(L"A\\" + std::to_wstring(i % 7), L"V"));
+        operations.list.Add(i % 2 == 0 ? Create(L"A\\B") : Delete(L"A\\B"));
+        operations.list.Add(SetValue(L"A\\" + std::to_wstring(i % 7), L"V"));
     }
     log.RecordOperations(std::move(operations));
     EXPECT_EQ(OutcomeOf(L"A\\B"), Outcome::none);
     EXPECT_EQ(OperationsOn(L"A\\B").Size(), 5000u);
     EXPECT_EQ(RegistryLog::CountValues(Existing(L"A")), 7u);
+}
+
+TEST_F(RegistryLogTest, TheTextsOfTakenOperationsLiveAsLongAsTheLog) {
+    for (const std::wstring_view key : {L"First", L"Second"}) {
+        RecordedOperations operations;
+        RegistryOperation operation = SetValue({}, {});
+        operation.keyPath = operations.paths.Keep(key);
+        operation.valueName = operations.valueNames.Keep(L"Value");
+        operations.list.Add(operation);
+        log.RecordOperations(std::move(operations));
+    }
+    for (const wchar_t* const key : {L"First", L"Second"}) {
+        EXPECT_EQ(Existing(key).Name().text, key);
+        EXPECT_EQ(OperationsOn(key, L"Value").Size(), 1U);
+    }
+}
+
+TEST_F(RegistryLogTest, TheTextsOfOtherOperationsAreCopied) {
+    std::wstring key = L"Key";
+    std::wstring value = L"Value";
+    RegistryOperation operation = SetValue({}, {});
+    operation.keyPath = key;
+    operation.valueName = value;
+    log.RecordOperations(std::span(&operation, 1));
+    key = L"xxx";
+    value = L"xxxxx";
+    EXPECT_EQ(Existing(L"Key").Name().text, L"Key");
+    EXPECT_EQ(OperationsOn(L"Key", L"Value").Size(), 1U);
 }
 
 TEST_F(RegistryLogTest, OperationsThatShareTheTextOfANameAreOnTheirOwnValues) {
@@ -245,6 +273,22 @@ TEST_F(RegistryLogTest, PathsThatShareTheirFrontLeadToTheirOwnKeys) {
     EXPECT_EQ(operationsOf(L"A\\\\B\\C"), 1U);
     EXPECT_EQ(operationsOf(L"Aa\\B"), 1U);
     EXPECT_EQ(operationsOf(L"Aa\\B", usersRoot), 1U);
+}
+
+TEST_F(RegistryLogTest, APathLeadsToItsOwnKeyWhateverPathCameBefore) {
+    const std::vector<std::wstring> paths = {L"A",  L"A\\",  L"A\\\\", L"A\\\\B", L"A\\B",      L"A\\B\\",
+                                             L"\\", L"\\\\", L"\\\\A", L"\\A",    L"A\\B\\\\C", L"A\\b\\\\"};
+    for (const std::wstring& before : paths) {
+        for (const std::wstring& path : paths) {
+            RegistryLog together(rules);
+            const std::vector<RegistryOperation> operations = {Create(before), Create(path)};
+            together.RecordOperations(operations);
+            const RegistryLogNode* const first = together.FindNode(localMachineRoot, before);
+            const RegistryLogNode* const second = together.FindNode(localMachineRoot, path);
+            ASSERT_NE(second, nullptr) << before << L" then " << path;
+            EXPECT_EQ(second->Operations().Size(), first == second ? 2U : 1U) << before << L" then " << path;
+        }
+    }
 }
 
 TEST_F(RegistryLogTest, ALookUpThatHitsAllocatesNothing) {

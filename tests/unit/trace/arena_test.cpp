@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace keyreap {
@@ -32,6 +34,71 @@ TEST(Arena, ATextIsKeptWithAUnitAfterIt) {
     Arena arena;
     EXPECT_EQ(arena.KeepWith(L"Key", L'\\'), L"Key\\");
     EXPECT_EQ(arena.KeepWith({}, L'\\'), L"\\");
+}
+
+TEST(Arena, TheTextThatWasKeptLastIsMadeLonger) {
+    Arena arena;
+    const std::wstring_view kept = arena.Keep(L"Key");
+    ASSERT_TRUE(arena.Extend(kept, L"\\Subkey"));
+    EXPECT_EQ(std::wstring_view(kept.data(), 10), L"Key\\Subkey");
+    ASSERT_TRUE(arena.Extend({kept.data(), 10}, L"\\Below"));
+    const std::wstring_view other = arena.Keep(L"Other");
+    EXPECT_EQ(std::wstring_view(kept.data(), 16), L"Key\\Subkey\\Below");
+    EXPECT_EQ(other, L"Other");
+}
+
+TEST(Arena, NoOtherTextIsMadeLonger) {
+    Arena arena;
+    const std::wstring_view kept = arena.Keep(L"Key");
+    const std::wstring_view other = arena.Keep(L"Other");
+    EXPECT_FALSE(arena.Extend(kept, L"Subkey"));
+    EXPECT_FALSE(arena.Extend(L"Other", L"Subkey"));
+    const std::wstring_view large = arena.Keep(std::wstring(100'000, L'x'));
+    EXPECT_FALSE(arena.Extend(large, L"y"));
+    EXPECT_FALSE(arena.Extend(other, L"Subkey"));
+    arena.Release();
+    EXPECT_FALSE(arena.Extend(large, L"y"));
+    EXPECT_FALSE(Arena().Extend({}, L"y"));
+}
+
+TEST(Arena, ATextWithoutUnitsIsNotMadeLonger) {
+    Arena arena;
+    const std::wstring_view empty = arena.Keep({});
+    EXPECT_FALSE(arena.Extend(empty, L"y"));
+    const std::wstring_view kept = arena.Keep(L"Key");
+    EXPECT_FALSE(arena.Extend(empty, L"y"));
+    arena.Keep(std::wstring(100'000, L'x'));
+    EXPECT_FALSE(arena.Extend({}, L"y"));
+    EXPECT_EQ(kept, L"Key");
+}
+
+TEST(Arena, ATextIsMadeLongerAsLongAsThereIsRoom) {
+    Arena arena;
+    std::wstring expected = L"Key";
+    const std::wstring_view kept = arena.Keep(expected);
+    std::wstring_view whole = kept;
+    while (arena.Extend(whole, L"abcde")) {
+        expected += L"abcde";
+        whole = {kept.data(), whole.size() + 5};
+        ASSERT_LT(whole.size(), 1'000'000U);
+    }
+    EXPECT_GT(whole.size(), 1000U);
+    EXPECT_EQ(whole, expected);
+    EXPECT_EQ(arena.Keep(L"Other"), L"Other");
+    EXPECT_EQ(whole, expected);
+}
+
+TEST(Arena, TextsStayWhereTheyAreWhenItIsMoved) {
+    Arena arena;
+    const std::wstring_view kept = arena.Keep(L"Key");
+    Arena moved = std::move(arena);
+    EXPECT_EQ(kept, L"Key");
+    EXPECT_TRUE(moved.Extend(kept, L"s"));
+    EXPECT_FALSE(arena.Extend(kept, L"s")); // NOLINT(bugprone-use-after-move): it is empty
+    EXPECT_EQ(arena.Keep(L"Other"), L"Other");
+    EXPECT_EQ(std::wstring_view(kept.data(), 4), L"Keys");
+    moved = std::move(arena);
+    EXPECT_EQ(moved.Keep(L"Last"), L"Last");
 }
 
 TEST(Arena, ALargeObjectHasAPieceOfItsOwn) {

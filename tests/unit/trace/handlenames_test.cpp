@@ -28,7 +28,6 @@ protected:
     }
 
     HandleNames names;
-    Arena arena;
 };
 
 TEST_F(HandleNamesTest, NoHandleHasANameAtFirst) {
@@ -44,6 +43,18 @@ TEST_F(HandleNamesTest, EachOfManyHandlesHasItsName) {
         ASSERT_EQ(NameOf(0xFFFFA00000000000 + i * 0x90), std::to_wstring(i));
     }
     EXPECT_EQ(NameOf(0xFFFFA00000000000), std::nullopt);
+}
+
+TEST_F(HandleNamesTest, HandlesThatAreFoundByTurnsKeepTheirNames) {
+    for (std::uint64_t handle = 1; handle <= 4096; handle *= 2) {
+        Set(handle, std::to_wstring(handle));
+    }
+    for (int turn = 0; turn < 3; ++turn) {
+        for (std::uint64_t handle = 1; handle <= 4096; handle *= 2) {
+            EXPECT_EQ(NameOf(handle), std::to_wstring(handle));
+            EXPECT_EQ(NameOf(handle + 4096), std::nullopt);
+        }
+    }
 }
 
 TEST_F(HandleNamesTest, ALaterNameReplacesAnEarlierOneWhateverItsLength) {
@@ -73,7 +84,7 @@ TEST_F(HandleNamesTest, TheUnitsOfANameStayAsTheyAre) {
 TEST_F(HandleNamesTest, APlaceStaysUntilTheNameIsAnotherOne) {
     Set(7, L"Key");
     EXPECT_EQ(names.Find(7)->Place(), nullptr);
-    names.Find(7)->SetPlace({classesRoot, L"Place"}, arena);
+    names.SetPlace(*names.Find(7), {classesRoot, L"Place"});
     Set(7, L"Key");
     ASSERT_NE(names.Find(7)->Place(), nullptr);
     EXPECT_EQ(names.Find(7)->Place()->keyPath, L"Place");

@@ -167,6 +167,88 @@ TEST(NormalizeKernelPath, TheNameOfTheThirtyTwoBitViewIsRemovedInsideALongerName
     EXPECT_EQ(Normalize(L"\\REGISTRY\\MACHINE\\Wow6432Node"), Is(localMachineRoot, L""));
 }
 
+constexpr const wchar_t* keys[] = {
+    L"",
+    L"\\REGISTRY",
+    L"\\REGISTRY\\MACHINE",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Wow6432Node",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Wow6432Node\\Classes",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Class",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\CLSID",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\Wow6432Node",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\ClassesToo",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\ClassesWow6432Node",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes\\aWow6432Node",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Acme\\aWow6432Node",
+    L"\\REGISTRY\\MACHINE\\SOFTWARE\\Acme Tools\\aWow6432Node",
+    L"\\REGISTRY\\MACHINERY",
+    L"\\REGISTRY\\USER",
+    L"\\REGISTRY\\USER\\.DEFAULT",
+    L"\\REGISTRY\\USER\\.DEFAULT\\Software\\Acme",
+    L"\\REGISTRY\\USER\\S-1-5-18\\Software\\Acme\\Tools",
+    L"\\REGISTRY\\USER\\S-1-5-21",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001\\Software",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001\\Software\\Acme\\Tools",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001_Classes",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001_Classes\\",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001_Classes\\Wow6432Node",
+    L"\\REGISTRY\\USER\\S-1-5-21-1-1001_Classes\\CLSID",
+    L"\\REGISTRY\\A\\{3D971F19-49AB-4000-8D39-A6D9C673D809}",
+    L"Software\\Acme\\with a long name",
+};
+constexpr const wchar_t* names[] = {
+    L"a",
+    L"a\\",
+    L"\\",
+    L"\\a\\b",
+    L"Classes\\a",
+    L"SOFTWARE\\Classes\\a",
+    L"MACHINE\\SOFTWARE\\Classes\\a",
+    L"Wow6432Node",
+    L"Wow6432Node\\a",
+    L"a\\bWow6432Node\\c",
+    L"S-1-5-21-1-1001_Classes\\a",
+    L"_Classes\\a",
+    L".DEFAULT\\a",
+    L"REGISTRY\\MACHINE\\a",
+};
+
+TEST(MakesSubkeyPath, ThePlaceOfAKeyAndANameMakeThePlaceOfTheSubkey) {
+    std::size_t made = 0;
+    for (const bool classesAsRoot : {false, true}) {
+        for (const std::wstring key : keys) {
+            PredefinedRoot root = noRoot;
+            std::wstring place;
+            NormalizeKernelPath(key + L"\\", classesAsRoot, root, place);
+            for (const std::wstring name : names) {
+                if (!MakesSubkeyPath(root, place, name)) {
+                    continue;
+                }
+                ++made;
+                PredefinedRoot rootOfSubkey = noRoot;
+                std::wstring placeOfSubkey;
+                EXPECT_TRUE(
+                    NormalizeKernelPath(key + L"\\" + name, classesAsRoot, rootOfSubkey, placeOfSubkey));
+                EXPECT_EQ(rootOfSubkey, root) << key << L" below " << name;
+                EXPECT_EQ(placeOfSubkey, place + name) << key << L" below " << name;
+            }
+        }
+    }
+    EXPECT_GT(made, 250U);
+}
+
+TEST(MakesSubkeyPath, HoldsForAllKeysOfClassesAndForKeysFarFromOtherRoots) {
+    EXPECT_TRUE(MakesSubkeyPath(classesRoot, L"", L"CLSID"));
+    EXPECT_TRUE(MakesSubkeyPath(localMachineRoot, L"SOFTWARE\\Classes\\", L"a"));
+    EXPECT_FALSE(MakesSubkeyPath(localMachineRoot, L"SOFTWARE\\", L"Classes\\a"));
+    EXPECT_FALSE(MakesSubkeyPath(noRoot, L"S-1-5-18\\Software\\Acme\\", L"a"));
+    EXPECT_FALSE(MakesSubkeyPath(classesRoot, L"CLSID\\", L"aWow6432Nodeb"));
+}
+
 TEST(RemovePathComponent, RemovesTheBackslashBeforeIt) {
     EXPECT_EQ(Without(L"A\\B\\C", L"B"), L"A\\C");
     EXPECT_EQ(Without(L"A\\B", L"B"), L"A");

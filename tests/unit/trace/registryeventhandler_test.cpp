@@ -71,6 +71,71 @@ TEST_F(RegistryEventHandlerTest, AcceptsRegistryEventsAndTheLogHeaderAndNothingE
     EXPECT_FALSE(handler.Accepts(EventOf(ThreadGuid, 10)));
 }
 
+TEST_F(RegistryEventHandlerTest, OperationsThatAreTakenKeepTheirTexts) {
+    OurTrace().CreateKey(0, acmeKernelPath).SetValue(0, L"Name").Play(handler);
+    const RecordedOperations first = handler.TakeOperations();
+    EXPECT_THAT(handler.Operations(), IsEmpty());
+    OurTrace().CreateKey(0, acmeKernelPath).SetValue(0, L"Name").Play(handler);
+    const RecordedOperations second = handler.TakeOperations();
+    EXPECT_THAT(first.list, ElementsAre(HasPath(L"SOFTWARE\\Acme"), HasPath(L"")));
+    EXPECT_THAT(second.list, ElementsAre(HasPath(L"SOFTWARE\\Acme"), HasPath(L"")));
+    EXPECT_EQ(first.list[1].valueName, L"Name");
+    EXPECT_EQ(second.list[1].valueName, L"Name");
+    EXPECT_NE(first.list[0].keyPath.data(), second.list[0].keyPath.data());
+    EXPECT_NE(first.list[1].valueName.data(), second.list[1].valueName.data());
+}
+
+TEST_F(RegistryEventHandlerTest, WhatFollowsTakenOperationsDoesNotReadTheirTexts) {
+    TraceBuilder before = OurTrace();
+    before.KeyHandleNamed(handle, acmeKernelPath).SetValue(handle, L"Name").SetValue(7, L"Name");
+    for (const TraceBuilder::Event& event : before.Events()) {
+        handler.OnEvent(event.View());
+    }
+    handler.TakeOperations();
+    OurTrace()
+        .SetValue(handle, L"Name")
+        .KeyHandleNamed(handle, acmeKernelPath)
+        .SetValue(handle, L"\\a")
+        .Play(handler);
+    EXPECT_THAT(handler.Operations(), Each(IsKey(localMachineRoot, L"SOFTWARE\\Acme\\")));
+    EXPECT_EQ(handler.Operations()[1].valueName, L"\\a");
+}
+
+TEST_F(RegistryEventHandlerTest, TheFirstValueNameMayBeginWithABackslash) {
+    EXPECT_EQ(PlayOne(OurTrace().SetValue(0, L"\\a")).valueName, L"\\a");
+}
+
+TEST_F(RegistryEventHandlerTest, WhatHasNoNameAtTheEndOfALogIsTriedAgainAtTheEndOfTheNext) {
+    OurTrace().SetValue(handle, L"Name").Play(handler);
+    OurTrace().KeyHandleNamed(handle, acmeKernelPath).Play(handler);
+    EXPECT_THAT(handler.Operations(), ElementsAre(IsKey(localMachineRoot, L"SOFTWARE\\Acme\\")));
+}
+
+TEST(RegistryEventHandler, AKeyOfAHandleAndANameHasThePlaceOfItsWholeName) {
+    const std::wstring keys[] = {L"\\REGISTRY",
+                                 L"\\REGISTRY\\MACHINE\\SOFTWARE",
+                                 L"\\REGISTRY\\MACHINE\\SOFTWARE\\Acme Tools",
+                                 L"\\REGISTRY\\MACHINE\\SOFTWARE\\Classes",
+                                 L"\\REGISTRY\\USER\\S-1-5-21-1_Classes",
+                                 L"\\REGISTRY\\USER\\S-1-5-21-1_Classes\\CLSID",
+                                 L"Acme"};
+    for (const bool classesAsRoot : {false, true}) {
+        for (const std::wstring& key : keys) {
+            for (const std::wstring name : {L"Classes", L"Classes\\a", L"a\\Wow6432Node\\b", L"\\a"}) {
+                RegistryEventHandler both(classesAsRoot);
+                OurTrace()
+                    .KeyHandleNamed(handle, key)
+                    .CreateKey(handle, name)
+                    .CreateKey(0, key + L"\\" + name)
+                    .Play(both);
+                const PieceList<RegistryOperation>& operations = both.Operations();
+                EXPECT_THAT(operations[0], IsKey(operations[1].root, operations[1].keyPath))
+                    << key << L" and " << name;
+            }
+        }
+    }
+}
+
 // The accepted processes and events.
 
 TEST_F(RegistryEventHandlerTest, OnlyWatchedProcessesCount) {
