@@ -52,7 +52,7 @@ public:
     bool Extend(std::wstring_view text, std::wstring_view more) {
         const std::size_t size = SizeOf<wchar_t>(text.size());
         const std::size_t newSize = SizeOf<wchar_t>(text.size() + more.size());
-        if (last == nullptr || text.data() != last || text.empty() || newSize - size > free.size()) {
+        if (text.empty() || text.data() != last || newSize - size > free.size()) {
             return false;
         }
         more.copy(static_cast<wchar_t*>(last) + text.size(), more.size());

@@ -63,6 +63,7 @@ TEST(Arena, NoOtherTextIsMadeLonger) {
 
 TEST(Arena, ATextWithoutUnitsIsNotMadeLonger) {
     Arena arena;
+    arena.Keep(L"Before");
     const std::wstring_view empty = arena.Keep({});
     EXPECT_FALSE(arena.Extend(empty, L"y"));
     const std::wstring_view kept = arena.Keep(L"Key");
