@@ -33,15 +33,16 @@ else()
   endif()
   if(NOT KEYREAP_DEBUG_INFO)
     set(debugFormat -g0)
-  elseif(WIN32)
-    set(debugFormat -gdwarf-4)
-  else()
+  elseif(NOT WIN32)
     # Functions and lines, which reports of sanitizers and profilers name. All of it takes a third of the time to compile.
     set(debugFormat -gdwarf-4 -g1)
-  endif()
-  if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  elseif(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # LLVM's linker makes symbol files for Windows of this format.
     set(debugFormat -gcodeview)
+  else()
+    set(debugFormat -gdwarf-4)
+  endif()
+  if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # What Microsoft's compiler also warns of at /W4: extensions of the language, unreachable code, uses before a value, signs that
     # don't match, hidden functions, and statements without an effect.
     list(APPEND warnings -Wpedantic -Wunreachable-code-aggressive -Wconditional-uninitialized -Wsign-compare

@@ -16,11 +16,9 @@ namespace keyreap {
 class Arena {
 public:
     Arena() = default;
-    Arena(Arena&& other) noexcept
-        : pieces(std::move(other.pieces)), free(std::exchange(other.free, {})),
-          last(std::exchange(other.last, nullptr)) {}
+    Arena(Arena&& other) noexcept { *this = std::move(other); }
     Arena& operator=(Arena&& other) noexcept {
-        pieces = std::move(other.pieces);
+        pieces = std::exchange(other.pieces, {});
         free = std::exchange(other.free, {});
         last = std::exchange(other.last, nullptr);
         return *this;
