@@ -96,8 +96,10 @@ TEST(Arena, TextsStayWhereTheyAreWhenItIsMoved) {
     EXPECT_EQ(kept, L"Key");
     EXPECT_TRUE(moved.Extend(kept, L"s"));
     EXPECT_FALSE(arena.Extend(kept, L"s")); // NOLINT(bugprone-use-after-move): it is empty
+    const std::wstring_view next = moved.Keep(L"Next");
     EXPECT_EQ(arena.Keep(L"Other"), L"Other");
     EXPECT_EQ(std::wstring_view(kept.data(), 4), L"Keys");
+    EXPECT_EQ(next, L"Next");
     moved = std::move(arena);
     EXPECT_EQ(moved.Keep(L"Last"), L"Last");
 }
